@@ -1,0 +1,28 @@
+// Blit operations: every picture that reaches a surface goes through one of these. Each takes a
+// request, clamps and checks it, clips it, chooses one span routine from the routine tables, runs
+// it over the rows, and writes back the box that was drawn.
+//
+// All return 1 when pixels were drawn and 0 otherwise, and store the same in `drawn`. A refusal
+// touches nothing else.
+#pragma once
+
+#include "orb/graphics2d.h"
+
+/// The graph at natural size, placed by its pivot.
+orb_blit_operation ORBGI2D_Blit;
+/// The rectangle block_x, block_y, block_w, block_h of the source, its top left corner at x, y.
+orb_blit_operation ORBGI2D_BlitBlock;
+orb_blit_operation ORBGI2D_BlitScale;
+orb_blit_operation ORBGI2D_BlitRotate;
+orb_blit_operation ORBGI2D_BlitRotScale;
+orb_blit_operation ORBGI2D_BlitScaleShear;
+orb_blit_operation ORBGI2D_BlitRotScaleShear;
+/// Repeats the graph over the clip rectangle.
+orb_blit_operation ORBGI2D_BlitTile;
+
+/// Points the dispatch at the widest span routines that this CPU has. Called at init and whenever
+/// the render type changes; every choice gives the same pixels.
+void set_blitter_routines();
+
+/// The request that script functions fill and run at once.
+extern __ORBBlit2D__ bltGraphics2D;

@@ -1,0 +1,57 @@
+// Picture codecs: one row per format in the order in which files are probed, and the globals
+// through which a reader hands its picture over.
+#pragma once
+
+#include "orb/graphics2d.h"
+
+/// The script constants img_format_*, and the marks in `image_loaded`.
+enum image_format : int32_t {
+  img_format_map = 1, img_format_bmp, img_format_jpeg, img_format_pcx, img_format_png,
+  img_format_tga
+};
+
+/// A control point as readers deliver it.
+struct image_cpoint_record {
+  uint32_t x, y, defined;
+};
+
+// Written by the reader of the current file, consumed by adopt_image.
+extern int32_t image_w, image_h, image_bpp;
+extern uint32_t image_id;
+extern char image_desc[257];
+extern __ORBPalette2D__ image_palette;     // 8-bit components
+extern void *image_data;                   // aligned_malloc; the taker owns it
+extern uint8_t image_alphachannel;
+extern image_cpoint_record *image_cpoint;  // malloc, or null
+extern int32_t image_num_cpoints;          // defined ones
+extern int32_t image_max_cpoint_defined;   // highest index
+extern int32_t image_error;                // message number of the last failure
+
+struct image_codec {
+  image_format format;
+  /// 1 when the file is of this format.
+  int32_t (*check)(const char *filename, const char *key);
+  /// Reads the picture into the globals; 1, or 0 with everything freed and image_error set.
+  int32_t (*load)(const char *filename, const char *key);
+  /// Reads just the palette into image_palette; 1, or 0 when there is none. May be null.
+  int32_t (*load_palette)(const char *filename);
+};
+/// In probing order: MAP, BMP, JPEG, PCX, PNG, TGA, as far as they are built in.
+extern const image_codec image_codecs[];
+extern const int32_t num_image_codecs;
+
+/// Frees what a reader has left in the globals, and clears id, description and control points.
+void reset_image();
+
+int32_t ORB_CheckPNGHeader(const char *filename, const char *key);
+int32_t ORB_LoadPNG(const char *filename, const char *key);
+int32_t ORB_LoadPNGPalette(const char *filename);
+/// Writes image_w x image_h pixels of image_data at image_bpp. `parameter` is the zlib level 0..9,
+/// else the default.
+int32_t ORB_SavePNG(const char *filename, int32_t parameter);
+
+struct script_call;
+/// Makes a graph of library 0 from the reader's globals under the free `code`: adopts its palette
+/// where the mode wants one, converts it to the screen's depth, registers it with `mark`. Returns
+/// the code, or 0 after reporting and freeing.
+int32_t adopt_image(const script_call &call, int32_t code, const char *filename, int32_t mark);

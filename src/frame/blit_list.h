@@ -1,0 +1,40 @@
+// Blit lists: requests taken during a frame, sorted by depth, run, and forgotten.
+//
+// `pBlitLists2D` holds all lists, `pBlitList2D` is the current one; only frame/blit_list.cpp writes
+// them. `graphics2D_blitlist` is the index of the module's own list "GRAPHICS2D".
+#pragma once
+
+#include "orb/graphics2d.h"
+
+struct orb_blit_lists {
+  uint32_t capacity;   // records allocated
+  uint32_t count;      // lists created
+  uint32_t next_index; // index of the next list
+  orb_blit_list *lists;
+};
+
+extern orb_blit_lists *pBlitLists2D;
+extern orb_blit_list *pBlitList2D;
+extern int32_t graphics2D_blitlist;
+
+int32_t ORBGI2D_Internal_CreateBlitLists();  // 0 on failed allocation
+int32_t ORBGI2D_Internal_ResizeBlitLists();  // 1; failures are fatal
+void ORBGI2D_Internal_DeleteBlitLists();
+
+/// New list, which becomes current; its index, or -1 for a null name, capacity 0 or 0xFFFFFFFF, or
+/// step 0.
+int32_t CreateBlitList(const char *name, uint32_t capacity, uint32_t step);
+int32_t UseBlitList(int32_t index);          // 1, or 0 for an unknown index
+/// The next request, growing the list when needed. Not cleared: the taker sets every field.
+__ORBBlit2D__ *GetAndUpdateBlitList();
+int32_t ResizeBlitList();
+/// Puts the requests in drawing order: descending z, equal z in list order. O(n) for a list that
+/// is in order already, O(n log n) for any other.
+void SortBlitList();
+/// Copies most of a caller's request over request `index`; its index, or -1.
+int32_t ChangeBlitList(int32_t index, const __ORBBlit2D__ *request);
+void ResetBlitList();
+orb_blit_list *GetPtrBlitList();
+int32_t GetNumsBlitOnList();
+/// Request `index`, or null.
+__ORBBlit2D__ *GetNumBlitOnList(int32_t index);

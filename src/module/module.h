@@ -1,0 +1,62 @@
+// The module's boundary: what it keeps of its host, and the three hooks.
+//
+// Owner of the variables below: module/registration.cpp and module/hooks.cpp. `orbre` is set once
+// at registration, the rest by the init hook; everybody may read them. They live until release.
+#pragma once
+
+#include "orb/graphics2d.h"
+
+/// The host's runtime table; null until registration.
+extern orb_runtime *orbre;
+/// The host's device-system record; set by the init hook.
+extern orb_device_system *deviceSystem_graphics2D;
+/// The record that the module publishes. The module itself calls its replaceable entries
+/// (set-mode, list selection, requests, operations) through it.
+extern orb_device2d device2D;
+
+/// 1 until the first frame hook has run. Written by the frame hook only.
+extern uint8_t first_frame;
+/// 1 once the window was shown. Written by the frame hook only.
+extern uint8_t program_visible;
+
+/// One element of the script array `video_modes`.
+struct script_video_mode {
+  int32_t wide, width, height, mode;
+};
+
+/// The host's mouse; this module only reads it.
+struct script_mouse {
+  int32_t file, graph, x, y, angle, size, flags;
+};
+
+// The script's globals, bound by name in the init hook. The pointed-to memory is the host's.
+extern int32_t *_dump_type_, *_restore_type_, *_fading_, *_fps_;
+extern int32_t *_num_video_modes_, *_num_video_bits_, *_num_video_rates_, *_vsync_;
+extern script_video_mode *_video_modes_;  // 64 elements
+extern int32_t *_video_bits_;             // 3
+extern int32_t *_video_rates_;            // 32
+extern int32_t *_draw_z_, *_draw_destination_file_, *_draw_destination_graph_, *_draw_visible_;
+extern script_mouse *_mouse_graphics2D_;
+
+/// The value that most script functions return on failure.
+inline constexpr int32_t script_failure = INT32_MIN;
+
+/// The declaration texts, as registered.
+extern const char *const globals_declaration;
+extern const char *const locals_declaration;
+/// The constants, ended by a null name (153 records with it).
+extern const orb_constant constants_table[153];
+/// The script functions in registration order, ended by zeros (311 records with it).
+extern const orb_function functions_table[311];
+
+/// Hooks: bring everything up, draw a frame, take everything down. Results are always 1.
+int32_t ORB_mod_graphics2D_init();
+int32_t ORB_mod_graphics2D_frame();
+int32_t ORB_mod_graphics2D_release();
+
+/// Fills `device2D`, creates the surface list and the blit-list registry. 0 on failed allocation.
+int32_t ORBGI2D_Internal_InitGFXDevice();
+/// Deletes all surfaces, the surface list and the blit-list registry.
+void ORBGI2D_Internal_QuitGFXDevice();
+
+extern "C" int32_t ORB_mod_graphics2D_MainLibraryExports(const orb_registration *registration);

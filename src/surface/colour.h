@@ -1,0 +1,29 @@
+// Colours as integers in the pixel format of the video mode: 5-6-5 at 16 bits, 0xAARRGGBB at 32.
+// Components are 0..255; the packers clamp. The device record's slots 63 to 67 hold the set of the
+// current depth (the 16-bit set also stands there in 8-bit modes, where no script function asks).
+#pragma once
+
+#include <cstdint>
+
+/// 5-6-5 from components already within 0..255.
+constexpr uint32_t pack565(uint32_t r, uint32_t g, uint32_t b) {
+  return (r & 0xF8) << 8 | (g & 0xFC) << 3 | b >> 3;
+}
+
+uint32_t set_rgb_16bits(int32_t r, int32_t g, int32_t b);
+uint32_t set_rgbx_16bits(int32_t r, int32_t g, int32_t b);
+uint32_t set_rgba_16bits(int32_t r, int32_t g, int32_t b, int32_t a);
+/// Alpha 0.
+uint32_t set_rgb_32bits(int32_t r, int32_t g, int32_t b);
+/// Alpha 255.
+uint32_t set_rgbx_32bits(int32_t r, int32_t g, int32_t b);
+uint32_t set_rgba_32bits(int32_t r, int32_t g, int32_t b, int32_t a);
+
+/// Unpacks; null pointers are skipped. Always 1. The alpha of a 16-bit colour reads 255.
+int32_t get_rgb_16bits(uint32_t colour, int32_t *r, int32_t *g, int32_t *b);
+int32_t get_rgb_32bits(uint32_t colour, int32_t *r, int32_t *g, int32_t *b);
+int32_t get_rgba_16bits(uint32_t colour, int32_t *r, int32_t *g, int32_t *b, int32_t *a);
+int32_t get_rgba_32bits(uint32_t colour, int32_t *r, int32_t *g, int32_t *b, int32_t *a);
+
+/// Puts the set of `depth` into device slots 63 to 67.
+void set_colour_routines(int32_t depth);

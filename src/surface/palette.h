@@ -1,0 +1,76 @@
+// The palette of 8-bit modes, the tables made from it, and the nearest-colour search.
+//
+// `palette` exists only in 8-bit modes: do_tables creates it with the default palette when the
+// depth becomes 8 and frees it when the depth becomes 16 or 32.
+#pragma once
+
+#include "orb/graphics2d.h"
+
+/// The palette in force, or null outside 8-bit modes. Components 0..252, multiples of 4, when set
+/// by scripts; 0..255 from pictures.
+extern __ORBPalette2D__ *palette;
+/// 1: the palette changed since the last frame; the frame hands it on (draw_frame).
+extern uint8_t palette_update;
+/// 1: a program or a picture has set the palette.
+extern uint8_t palette_loaded;
+/// 1: graphs loaded with another palette are remapped to this one. Published in device slot 6.
+extern uint8_t palette_forced;
+/// 1: a host that draws its own text must rebuild its font's colours. Published in device slot 5.
+extern uint8_t force_sys_fnt;
+/// Checksums of the palette in force and of the picture last read (palette_checksum).
+extern uint32_t palette_crc, image_palette_crc;
+/// The index last returned by find_color.
+extern uint8_t last_found_colour;
+
+/// Palette index, or 5-6-5 pixel, to a pixel of the screen's depth (no alpha).
+extern uint16_t *table_color8to16;  // 256
+extern uint32_t *table_color8to32;  // 256
+extern uint32_t *table_color16to32; // 65536
+
+/// The index that stands for the half-and-half mix of two indices: table_ghost8[s * 256 + d].
+extern uint8_t *table_ghost8;
+/// 1: table_ghost8 is out of date; update_ghost_table before the next 8-bit ghost blit.
+extern uint8_t fake_ghost_table;
+
+/// Indices of the colours nearest to black, dark grey, grey, light grey and white, for whatever
+/// draws text or frames over the picture. Kept current by update_system_colors.
+struct system_colour_set {
+  uint8_t black, dark_grey, grey, light_grey, white;
+};
+extern system_colour_set system_colors;
+
+/// Sets entry `index` from components on the 0..63 scale; marks palette, ghost table and font as
+/// changed. Always 1; without a palette nothing else happens.
+int32_t set_color(uint8_t index, int32_t r, int32_t g, int32_t b);
+/// Index 1..254 whose colour is nearest to components on the 0..63 scale (sum of absolute
+/// differences, lowest index on a tie); 0 without a palette.
+int32_t find_color(int32_t r, int32_t g, int32_t b);
+/// The same search for components on the 0..255 scale, in any palette.
+uint8_t find_nearest(const __ORBPalette2D__ *in, int32_t r, int32_t g, int32_t b);
+
+/// Rebuilds the palette-dependent depth tables.
+void update_depth_tables(const __ORBPalette2D__ *from);
+void update_system_colors();
+
+int32_t create_palette();  // 0 on failed allocation; loads the default palette
+void delete_palette();
+/// A palette that serves without a picture: 16 classic colours, a grey ramp, a 6x6x6 cube.
+void load_default_palette(__ORBPalette2D__ *out);
+int32_t create_ghost_table();
+void delete_ghost_table();
+int32_t create_depth_tables();
+void delete_depth_tables();
+
+/// Builds the real ghost table now.
+void update_ghost_table();
+
+/// Checksum by which palettes are told apart.
+uint32_t palette_checksum(const __ORBPalette2D__ *of);
+/// Makes the table that remaps indices of `source` to the nearest colours of the palette in force;
+/// 1, or 0 without a palette.
+int32_t init_force_palette(const __ORBPalette2D__ *source);
+/// The remapping last made by init_force_palette (256 entries).
+extern uint8_t forced_palette_map[256];
+int32_t get_palette(__ORBPalette2D__ *out);             // 1, or 0 without a palette
+int32_t set_palette(const __ORBPalette2D__ *source);    // 1, or 0 without a palette
+int32_t copy_palette(__ORBPalette2D__ *to, const __ORBPalette2D__ *from);  // 1, or 0 for null

@@ -1,0 +1,72 @@
+// The graph registry: libraries, graphs, run-time codes, regions, and the counters scripts read.
+//
+// Library 0 holds loose graphs and is the only one that grows; its codes from 1000 up are handed
+// out at run time and marked in `image_loaded`. Only surface/registry.cpp resizes the arrays.
+#pragma once
+
+#include "orb/graphics2d.h"
+
+inline constexpr int32_t graphs_per_library = 1000;   // libraries 1 and above
+inline constexpr int32_t first_runtime_code = 1000;   // library 0
+
+extern orb_fpg *fpg;          // max_fpg libraries
+extern int32_t max_fpg;
+extern int32_t max_map;       // slots of library 0
+extern int32_t max_graph;     // graph bound of the last lookup
+extern int32_t fpgs_loaded, maps_loaded;
+extern int32_t *image_loaded; // per code from 1000 up: 0 free, else the format that filled it
+extern orb_fpg *pfpg;         // last looked up
+extern orb_map_slot *pfpgmap, *pfpgmap_dst;
+
+extern __ORBRegion__ *regions;  // max_region records; region 0 is the screen
+extern int32_t *regions_def;    // defined-flags
+extern int32_t max_region, regions_defined;
+
+/// A persistent drawing, redrawn every frame.
+struct orb_draw {
+  uint8_t in_use, locked, fixed, visible;
+  int32_t type;
+  uint32_t colour;
+  int32_t alpha, region, z;
+  int32_t x0, y0, x1, y1;
+  int32_t reserved[2];
+  int32_t destination_file, destination_graph;
+  __ORBSurface2D__ *destination;
+};
+extern orb_draw *draws;         // max_draw records
+extern int32_t max_draw, draws_painted, draws_fixed, draws_locked;
+
+int32_t CreateFPGList();      // 0 on failed allocation
+int32_t ResizeFPGList();      // four more libraries; 0 at the limit
+int32_t ResizeFPGMAPList();   // 256 more slots in library 0; 0 at the limit
+void DeleteFPGList();
+int32_t CreateDrawList();
+int32_t ResizeDrawList();
+void DeleteDrawList();
+/// Grows the region list to hold number `wanted`, by at least 4. 0 at the limit of 65537.
+int32_t ResizeRegionList(int32_t wanted);
+void DeleteRegionList();
+
+/// The init hook's part: slots and marks of library 0, regions. Failures are fatal.
+void create_graph_registry();
+/// The release hook's part.
+void release_graph_registry();
+
+/// First free code of library 0 (growing it if need be), else 0; 0 for any other library.
+int32_t GetMAPCode(int32_t file);
+/// Records a surface made elsewhere under a code of GetMAPCode. 1, or 0 when refused.
+int32_t RecMAPCode(int32_t file, int32_t code, __ORBSurface2D__ *surface);
+orb_fpg *GetFPG(int32_t file);
+/// The slot of (file, graph), even an empty one; null when out of range or not loaded. Sets
+/// `max_graph`.
+orb_map_slot *GetMAP(int32_t file, int32_t graph);
+int32_t GetMaxFPG();
+int32_t GetMaxMAP();
+int32_t GetMaxREGION();
+int32_t RegionExists(int32_t region);
+
+/// Counts a new graph of library 0: slot, library and registry totals, and its mark.
+void account_graph(int32_t code, uint32_t memory, int32_t mark);
+/// Deletes every loose graph (`code` -1) or one whose mark `owns` accepts; returns how many.
+/// INT32_MIN for a code outside the run-time range.
+int32_t unload_graphs(int32_t code, bool (*owns)(int32_t mark));

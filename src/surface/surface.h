@@ -1,0 +1,65 @@
+// Surfaces: the pixel container of every graph, the screen, the ground and the display wrapper.
+//
+// `gfxsurfaces` lists every live surface; only surface/surface.cpp writes it.
+#pragma once
+
+#include "orb/graphics2d.h"
+
+struct orb_surface_list {
+  uint32_t count;
+  __ORBSurface2D__ *head, *tail;
+};
+
+extern orb_surface_list *gfxsurfaces;
+
+/// The background and the back buffer, both of the mode's size and depth; null before the first
+/// set-mode. Owned by the video device; `device2D` users draw on them through requests.
+extern __ORBSurface2D__ *ground, *screen;
+/// 1 when the ground holds a picture, so that frames are restored from it instead of cleared.
+/// Written by whatever draws on the ground; cleared by ORBGI2D_ClearScreen.
+extern uint8_t ground_puting;
+/// Colour that clears the screen, in the mode's pixel format. Written by the screen functions.
+extern uint32_t screen_color;
+
+/// Pixel buffers: `size` bytes aligned to 16, or null. The raw address is kept below the block.
+void *aligned_malloc(uint32_t size);
+/// Frees a block of aligned_malloc; null is ignored.
+void aligned_free(void *block);
+
+int32_t ORBGI2D_Internal_CreateGFXSurfaceList();
+void ORBGI2D_Internal_DeleteGFXSurfaceList();
+int32_t ORBGI2D_Internal_AddGFXSurfaceOnList(__ORBSurface2D__ *surface);
+void ORBGI2D_Internal_DelGFXSurfaceOnList(__ORBSurface2D__ *surface);
+
+/// New surface with its own pixels; sizes 1..65535, depth 8, 16 or 32, at most 0x7FFFFFE0 bytes.
+/// `clear` fills it with 0. Null on refusal or failed allocation.
+__ORBSurface2D__ *ORBGI2D_CreateGFXSurface(int32_t width, int32_t height, int32_t depth,
+                                           uint8_t clear);
+/// New record for pixels that somebody else owns; `pixels` is null until they set it.
+__ORBSurface2D__ *ORBGI2D_CreateGFXSurfaceWrapper(int32_t width, int32_t height, int32_t depth);
+/// Changes the size of an owning surface; the old pixels are lost. An unchanged size keeps pixels
+/// and centre. 1, or 0 on refusal with the surface untouched.
+int32_t ORBGI2D_ResizeGFXSurface(__ORBSurface2D__ *surface, int32_t width, int32_t height,
+                                 uint8_t reset_centre, uint8_t clear);
+/// The same for a wrapper; never allocates.
+int32_t ORBGI2D_ResizeGFXSurfaceWrapper(__ORBSurface2D__ *surface, int32_t width, int32_t height,
+                                        uint8_t reset_centre, uint8_t clear);
+/// Frees the pixels only.
+void ORBGI2D_DeleteGFXSurfaceBufferData(__ORBSurface2D__ *surface);
+/// Unlinks and frees a surface; null is ignored.
+void ORBGI2D_DeleteGFXSurface(__ORBSurface2D__ *surface);
+void ORBGI2D_DeleteAllGFXSurfaces();
+/// Published for hosts whose surfaces may be lost and must be brought back; ours never are. 1, or 0
+/// for null.
+int32_t ForceSurface(__ORBSurface2D__ *surface);
+
+/// Fills a surface with a colour of its depth; `keep_alpha` (32 bits only) leaves bits 24..31.
+/// 1, or 0 for null.
+int32_t ORBGI2D_BlitFill(__ORBSurface2D__ *surface, uint32_t colour, int32_t keep_alpha);
+/// Fills the ground with `screen_color` and forgets its picture. Always 1.
+int32_t ORBGI2D_ClearScreen();
+
+/// Replaces every pixel equal to `from` by `to`.
+void draw_pixels_8to8bits(__ORBSurface2D__ *surface, uint32_t from, uint32_t to);
+void draw_pixels_16to16bits(__ORBSurface2D__ *surface, uint32_t from, uint32_t to);
+void draw_pixels_32to32bits(__ORBSurface2D__ *surface, uint32_t from, uint32_t to);
