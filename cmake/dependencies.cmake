@@ -1,0 +1,58 @@
+# The libraries everything stands on, each as an imported target orb::NAME.
+#
+# They are looked up by header and library file: in a sysroot, on an i386 system and among
+# multiarch packages that finds the 32-bit ones, where sdl-config and the like would not.
+
+if(NOT CMAKE_LIBRARY_ARCHITECTURE MATCHES "^i[3-6]86-")
+  set(CMAKE_LIBRARY_ARCHITECTURE i386-linux-gnu)
+endif()
+
+# orb_find(NAME name HEADER header LIBRARIES lib... [SUFFIXES dir...] [PACKAGE debian-package]
+#          [OPTIONAL])
+# Makes orb::name, or stops with the package to install; optional ones are just left out.
+function(orb_find)
+  cmake_parse_arguments(arg "OPTIONAL" "NAME;HEADER;PACKAGE" "LIBRARIES;SUFFIXES" ${ARGN})
+  string(TOUPPER "ORB_${arg_NAME}" prefix)
+  find_path(${prefix}_INCLUDE_DIR "${arg_HEADER}" PATH_SUFFIXES ${arg_SUFFIXES})
+  mark_as_advanced(${prefix}_INCLUDE_DIR)
+  set(found ${${prefix}_INCLUDE_DIR})
+  if(arg_LIBRARIES)
+    find_library(${prefix}_LIBRARY NAMES ${arg_LIBRARIES})
+    mark_as_advanced(${prefix}_LIBRARY)
+    if(NOT ${prefix}_LIBRARY)
+      set(found FALSE)
+    endif()
+  endif()
+  if(NOT found)
+    if(NOT arg_OPTIONAL)
+      message(FATAL_ERROR "${arg_HEADER} or its 32-bit library is missing: "
+        "install ${arg_PACKAGE} (i386).")
+    endif()
+    return()
+  endif()
+  add_library(orb::${arg_NAME} INTERFACE IMPORTED GLOBAL)
+  target_include_directories(orb::${arg_NAME} SYSTEM INTERFACE "${${prefix}_INCLUDE_DIR}")
+  if(arg_LIBRARIES)
+    target_link_libraries(orb::${arg_NAME} INTERFACE "${${prefix}_LIBRARY}")
+  endif()
+endfunction()
+
+# The module's.
+orb_find(NAME sdl HEADER SDL.h SUFFIXES SDL LIBRARIES SDL SDL-1.2 PACKAGE libsdl1.2-dev)
+orb_find(NAME png HEADER png.h LIBRARIES png16 png PACKAGE libpng-dev)
+orb_find(NAME zlib HEADER zlib.h LIBRARIES z PACKAGE zlib1g-dev)
+orb_find(NAME jpeg HEADER jpeglib.h LIBRARIES jpeg PACKAGE libjpeg62-turbo-dev)
+orb_find(NAME lcms2 HEADER lcms2.h LIBRARIES lcms2 PACKAGE liblcms2-dev)
+
+# The reference host's. Lua's C++ build raises errors as exceptions, so destructors run.
+orb_find(NAME lua HEADER lua.hpp SUFFIXES lua5.4 LIBRARIES lua5.4-c++ PACKAGE liblua5.4-dev)
+orb_find(NAME sodium HEADER sodium.h LIBRARIES sodium PACKAGE libsodium-dev)
+orb_find(NAME cli11 HEADER CLI/CLI.hpp PACKAGE libcli11-dev)
+
+# The tests' and the benchmarks'.
+find_package(Threads REQUIRED)
+orb_find(NAME x11 HEADER X11/Xlib.h LIBRARIES X11 PACKAGE libx11-dev OPTIONAL)
+orb_find(NAME gtest HEADER gtest/gtest.h LIBRARIES gtest PACKAGE libgtest-dev OPTIONAL)
+orb_find(NAME gmock HEADER gmock/gmock.h LIBRARIES gmock PACKAGE libgmock-dev OPTIONAL)
+orb_find(NAME benchmark HEADER benchmark/benchmark.h LIBRARIES benchmark
+  PACKAGE libbenchmark-dev OPTIONAL)

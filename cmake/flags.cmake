@@ -1,0 +1,59 @@
+# Compiler and linker flags: `orb_common` for everything, `orb_module_flags` for the module.
+
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+if(NOT CMAKE_BUILD_TYPE)
+  set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "Build type" FORCE)
+endif()
+# The default adds NDEBUG, which would take the assertions out of what we test.
+set(CMAKE_C_FLAGS_RELWITHDEBINFO "-O2 -g")
+set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O2 -g")
+
+add_library(orb_common INTERFACE)
+target_compile_options(orb_common INTERFACE
+  # SSE arithmetic gives the same floating-point results in every build; the x87 unit does not.
+  -march=i686 -msse2 -mfpmath=sse -ffp-contract=off
+  # Surfaces, process locals and the host's tables are raw memory seen through several types.
+  -fno-strict-aliasing
+  -Wall -Wextra -Wpedantic -Wshadow -Wvla -Wundef)
+target_link_options(orb_common INTERFACE -Wl,--as-needed)
+
+if(ORB_WERROR)
+  target_compile_options(orb_common INTERFACE -Werror)
+endif()
+
+if(ORB_SANITIZE)
+  target_compile_options(orb_common INTERFACE
+    -fsanitize=${ORB_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(orb_common INTERFACE -fsanitize=${ORB_SANITIZE})
+endif()
+
+find_program(ORB_LLD NAMES ld.lld ld.lld-14)
+mark_as_advanced(ORB_LLD)
+if(ORB_LLD AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  target_link_options(orb_common INTERFACE -fuse-ld=lld)
+endif()
+
+add_library(orb_module_flags INTERFACE)
+target_link_libraries(orb_module_flags INTERFACE orb_common)
+target_compile_options(orb_module_flags INTERFACE
+  -fvisibility=hidden
+  # The i386 ABI lets a host call with the stack aligned to 4 bytes; SSE spills want 16.
+  -mstackrealign
+  -fno-math-errno
+  $<$<COMPILE_LANGUAGE:CXX>:-fvisibility-inlines-hidden -fno-exceptions -fno-rtti
+                            -fno-threadsafe-statics>)
+
+# Compiles the files of `target` whose names end in _avx2.cpp for AVX2. No -mfma: a fused
+# multiply-add rounds differently from the plain routines.
+function(orb_set_isa_flags)
+  foreach(file IN LISTS ARGN)
+    if(file MATCHES "_avx2\\.cpp$")
+      set_source_files_properties("${file}" PROPERTIES COMPILE_OPTIONS "-mavx2")
+    endif()
+  endforeach()
+endfunction()
