@@ -1,0 +1,50 @@
+// Frame timing: real pacing, or a virtual clock on which every run is the same.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+
+namespace orbhost {
+
+class Clock {
+public:
+  // `virtual_time`: frames take exactly 1/fps of virtual time and nobody waits.
+  explicit Clock(bool virtual_time) : virtual_(virtual_time) {}
+
+  // fps 0: as fast as possible (a virtual clock then counts 60 frames a second). skip: how many
+  // frames in a row may go undrawn when play is late, 0 to 100. Ignored once fix() has been
+  // called.
+  void set_fps(std::int32_t fps, std::int32_t skip);
+  // Holds the rate whatever set_fps() asks later.
+  void fix(std::int32_t fps);
+
+  // Ends a frame: waits until the next one is due. Returns true when the next frame should go
+  // undrawn, because play is late and skipping is allowed. The virtual clock never skips.
+  bool next_frame();
+
+  // Frames a second: the set rate on a virtual clock, a measured rate otherwise.
+  [[nodiscard]] std::int32_t rate() const { return rate_; }
+  [[nodiscard]] std::int32_t fps() const { return fps_; }
+  [[nodiscard]] std::int32_t skip() const { return skip_; }
+  [[nodiscard]] std::uint64_t frames() const { return frames_; }
+  // Seconds of play so far.
+  [[nodiscard]] double seconds() const;
+
+private:
+  using Steady = std::chrono::steady_clock;
+
+  bool virtual_;
+  bool fixed_ = false;
+  std::int32_t fps_ = 24; // what scripts know as default_fps
+  std::int32_t skip_ = 0;
+  std::int32_t skipped_ = 0; // frames skipped in a row
+  std::int32_t rate_ = 24;
+  std::uint64_t frames_ = 0;
+  double virtual_seconds_ = 0;
+  Steady::time_point start_ = Steady::now();
+  Steady::time_point due_ = start_;
+  Steady::time_point measure_start_ = start_;
+  std::uint64_t measured_frames_ = 0;
+};
+
+} // namespace orbhost

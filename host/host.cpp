@@ -1,0 +1,222 @@
+#include "host/host.h"
+
+#include "host/runtime_table.h"
+
+#include <SDL.h>
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace orbhost {
+namespace {
+
+// The host's own declarations: the mouse belongs to it, and the module reads it by this name.
+constexpr const char *host_globals = "struct mouse int file = 0; int graph = 0; int x = 0; "
+                                     "int y = 0; int angle = 0; int size = 100; int flags = 0; "
+                                     "end ";
+constexpr std::size_t kept_errors = 1000;
+
+// QUIRK: the palette file functions are registered with an int argument and fetch a text. The
+// registered type looks wrong and is intended; a text is accepted in its place.
+bool takes_text_for_int(std::string_view name) {
+  return name == "load_pal" || name == "palette_load" || name == "palette_save";
+}
+
+} // namespace
+
+Host::Host(Options options) : options_(std::move(options)), clock_(options_.virtual_clock) {
+  RuntimeTable::activate(*this);
+  full_screen = options_.full_screen ? 1 : 0;
+  frame_rate = clock_.rate();
+  device_system.desktop_width = options_.desktop_width;
+  device_system.desktop_height = options_.desktop_height;
+  processes_.set_locals(&locals_);
+}
+
+Host::~Host() {
+  release();
+  RuntimeTable::deactivate();
+  if (library_) dlclose(library_);
+}
+
+void Host::load(const std::string &path) {
+  // A name without a slash would be searched in the system's folders.
+  const std::string file = path.find('/') == std::string::npos ? "./" + path : path;
+  void *library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (!library) throw HostError(dlerror());
+  auto *entry =
+      reinterpret_cast<orb_main_library_exports *>(dlsym(library, ORB_MAIN_LIBRARY_EXPORTS));
+  if (!entry) {
+    dlclose(library);
+    throw HostError(path + ": not a graphics module (no " ORB_MAIN_LIBRARY_EXPORTS ")");
+  }
+  library_ = library;
+  attach(entry);
+}
+
+void Host::attach(orb_main_library_exports *entry) {
+  if (attached_) throw HostError("a module is attached already");
+  attached_ = true;
+  const orb_registration table = RuntimeTable::registration();
+  if (entry(&table) != 1) throw HostError("the module refused to register");
+  globals_.append(registration_.globals);
+  globals_.append(host_globals);
+  locals_.append(registration_.locals);
+  memory_.resize(globals_.words());
+  globals_.initialise(memory_);
+  runtime.rt_globals = reinterpret_cast<std::uint8_t *>(memory_.data());
+}
+
+void Host::prepare_video() {
+  if (options_.headless) {
+    setenv("SDL_VIDEODRIVER", "dummy", 1);
+    return;
+  }
+  setenv("SDL_VIDEO_CENTERED", "1", 0);
+  // Opening SDL here tells the desktop's size before the module sets a mode, and says in plain
+  // words that there is no display.
+  if (SDL_InitSubSystem(SDL_INIT_VIDEO) != 0) {
+    throw HostError(std::string("no display: ") + SDL_GetError());
+  }
+  if (const SDL_VideoInfo *info = SDL_GetVideoInfo(); info && info->current_w > 0) {
+    device_system.desktop_width = info->current_w;
+    device_system.desktop_height = info->current_h;
+  }
+  SDL_WM_SetCaption(options_.title.c_str(), options_.title.c_str());
+}
+
+void Host::init() {
+  if (!attached_ || initialised_) throw HostError("init without a module, or a second time");
+  prepare_video();
+  initialised_ = true;
+  run_hooks(ORB_HOOK_INIT);
+}
+
+void Host::run_hooks(std::int32_t kind) {
+  for (const Hook &hook : registration_.hooks) {
+    if (hook.kind == kind) hook.function();
+  }
+}
+
+void Host::update_mouse() {
+  const __ORBSurface2D__ *logical = screen();
+  const SDL_Surface *display = SDL_WasInit(SDL_INIT_VIDEO) ? SDL_GetVideoSurface() : nullptr;
+  if (!logical || !display) return;
+  // The picture stands in the middle of the display, scaled, with equal borders.
+  int left = 0, top = 0;
+  if (const orb_device2d *record = device()) {
+    if (record->GetEmulatedMode && record->GetEmulatedMode()) {
+      left = record->GetEmulatedXOffset();
+      top = record->GetEmulatedYOffset();
+    }
+    if (record->GetVirtualResolution && record->GetVirtualResolution()) {
+      left += record->GetVirtualResolutionXOffset();
+      top += record->GetVirtualResolutionYOffset();
+    }
+  }
+  const auto scale = [](int position, int border, int shown, std::uint32_t size) {
+    const std::int64_t inner = std::max(shown - 2 * border, 1);
+    const std::int64_t at = std::int64_t{position - border} * size / inner;
+    return static_cast<std::int32_t>(std::clamp<std::int64_t>(at, 0, std::int64_t{size} - 1));
+  };
+  global("mouse", 2) = scale(input_.pointer.x, left, display->w, logical->width);
+  global("mouse", 3) = scale(input_.pointer.y, top, display->h, logical->height);
+}
+
+void Host::begin_frame() {
+  input_.pump();
+  update_mouse();
+}
+
+void Host::end_frame() {
+  run_hooks(ORB_HOOK_FRAME);
+  processes_.frame_ended();
+  renderer_busy = clock_.next_frame() ? 1 : 0;
+  frame_rate = clock_.rate();
+}
+
+void Host::frame() {
+  if (!initialised_ || released_) throw HostError("frame outside init and release");
+  begin_frame();
+  end_frame();
+}
+
+void Host::release() {
+  if (!initialised_ || released_) return;
+  released_ = true;
+  processes_.kill_all();
+  run_hooks(ORB_HOOK_RELEASE);
+  if (!options_.headless) SDL_QuitSubSystem(SDL_INIT_VIDEO);
+}
+
+std::int32_t Host::call(std::string_view name, std::vector<Argument> arguments) {
+  const auto form = best_form(registration_, name, arguments);
+  if (!form) {
+    const std::string forms = registration_.describe_forms(name);
+    throw HostError(std::string(name) +
+                    (forms.empty() ? ": no such function" : ": no form fits; forms: " + forms));
+  }
+  return call_form(registration_.functions[*form], std::move(arguments));
+}
+
+std::string Host::call_text(std::string_view name, std::vector<Argument> arguments) {
+  const std::int32_t word = call(name, std::move(arguments));
+  const char *text = reinterpret_cast<const char *>(static_cast<std::uintptr_t>(word));
+  return text ? text : "";
+}
+
+std::int32_t Host::call_form(const Function &function, std::vector<Argument> arguments) {
+  call_.begin(std::move(arguments));
+  return function.handler();
+}
+
+std::int32_t &Host::global(std::string_view name, std::uint32_t index) {
+  const Declaration *declaration = globals_.find(name);
+  if (!declaration || index >= declaration->words()) {
+    throw HostError("no script global " + std::string(name) + "[" + std::to_string(index) + "]");
+  }
+  return memory_[declaration->word + index];
+}
+
+std::int32_t Host::constant(std::string_view name) const {
+  for (const Constant &constant : registration_.constants) {
+    if (constant.name == name) return constant.value;
+  }
+  throw HostError("no constant " + std::string(name));
+}
+
+std::vector<ErrorReport> Host::take_errors() {
+  return std::exchange(errors_, {});
+}
+
+void Host::report(ErrorReport report) {
+  if (errors_.size() >= kept_errors) errors_.erase(errors_.begin());
+  errors_.push_back(report);
+  if (on_error)
+    on_error(report);
+  else
+    std::fprintf(stderr, "%s\n", describe(report).c_str());
+}
+
+std::optional<std::size_t> best_form(const Registration &registration, std::string_view name,
+                                     const std::vector<Argument> &arguments) {
+  const auto fits = [&](const Argument &argument, ArgumentType type) {
+    using Kind = Argument::Kind;
+    const bool null = argument.kind() != Kind::integer && argument.word() == 0;
+    switch (type) {
+    case ArgumentType::integer:
+      return argument.kind() == Kind::integer ||
+             (argument.kind() == Kind::text && takes_text_for_int(name));
+    case ArgumentType::string: return argument.kind() == Kind::text || null;
+    case ArgumentType::pointer: return argument.kind() == Kind::pointer || null;
+    }
+    return false;
+  };
+  for (const std::size_t form : registration.forms(name)) {
+    if (std::ranges::equal(arguments, registration.functions[form].arguments, fits)) return form;
+  }
+  return std::nullopt;
+}
+
+} // namespace orbhost

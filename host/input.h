@@ -1,0 +1,41 @@
+// Keys and mouse, from SDL's events.
+#pragma once
+
+#include <bitset>
+#include <optional>
+#include <string_view>
+
+namespace orbhost {
+
+// The pointer in pixels of the display (the window's content, not the logical screen).
+struct Pointer {
+  int x = 0, y = 0;
+  bool left = false, middle = false, right = false;
+};
+
+class Input {
+public:
+  // Takes SDL's waiting events, if the video is open. Call once a frame.
+  void pump();
+  // Forgets keys and buttons that are down.
+  void reset();
+
+  // A key name to its SDL 1.2 key symbol: letters and digits ("a", "7"), "left", "right", "up",
+  // "down", "space", "enter", "escape" ("esc"), "tab", "backspace", "insert", "delete", "home",
+  // "end", "pageup", "pagedown", "f1" to "f15", "lshift", "rshift", "lctrl", "rctrl", "lalt",
+  // "ralt", "pause", "kp0" to "kp9"; "shift", "ctrl" and "alt" for either side; and the
+  // character of any other key ("-", "."). Nothing for other texts.
+  [[nodiscard]] static std::optional<int> key_symbol(std::string_view name);
+  // Whether the key of that name is down; nothing for an unknown name.
+  [[nodiscard]] std::optional<bool> key(std::string_view name) const;
+  // Presses or releases a key as if the keyboard had.
+  void set_key(int symbol, bool down);
+
+  Pointer pointer;
+  bool quit = false; // the window's close button was used
+
+private:
+  std::bitset<512> down_;
+};
+
+} // namespace orbhost

@@ -1,0 +1,26 @@
+// Script errors: what a module reports through rt_error, in words.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace orbhost {
+
+// A copy of one rt_error call.
+struct ErrorReport {
+  std::int32_t code = 0;
+  std::string function;      // in capitals, as the module gave it
+  std::int32_t kind = 0;     // ORB_VALUE_INT or ORB_VALUE_STRING
+  std::int32_t position = 0; // of the offending argument, from 1
+  std::int32_t value = 0;    // for kind ORB_VALUE_INT
+  std::string text;          // for kind ORB_VALUE_STRING
+};
+
+// One plain sentence for a code; codes without one read "script error N".
+std::string message_text(std::int32_t code);
+
+// `MAP_LOAD: argument 1 ("x.map"): not a MAP file, or deeper than the screen`. A position below 1
+// leaves the argument out.
+std::string describe(const ErrorReport &report);
+
+} // namespace orbhost
