@@ -20,6 +20,7 @@ extern int32_t image_w, image_h, image_bpp;
 extern uint32_t image_id;
 extern char image_desc[257];
 extern __ORBPalette2D__ image_palette;     // 8-bit components
+extern uint8_t image_has_palette;          // 1: image_palette came with the picture
 extern void *image_data;                   // aligned_malloc; the taker owns it
 extern uint8_t image_alphachannel;
 extern image_cpoint_record *image_cpoint;  // malloc, or null
@@ -40,18 +41,19 @@ struct image_codec {
 extern const image_codec image_codecs[];
 extern const int32_t num_image_codecs;
 
-/// Frees what a reader has left in the globals, and clears id, description and control points.
+/// Frees what a reader has left in the globals, and sets them as a reader expects them: id 1, no
+/// description, no control points, no palette, no alpha channel.
 void reset_image();
 
 int32_t ORB_CheckPNGHeader(const char *filename, const char *key);
 int32_t ORB_LoadPNG(const char *filename, const char *key);
 int32_t ORB_LoadPNGPalette(const char *filename);
-/// Writes image_w x image_h pixels of image_data at image_bpp. `parameter` is the zlib level 0..9,
-/// else the default.
+/// Writes image_w x image_h pixels of image_data at image_bpp (8 bits with the palette in force).
+/// `parameter` is the zlib level 0..9, else the default. 1, or 0.
 int32_t ORB_SavePNG(const char *filename, int32_t parameter);
 
 struct script_call;
 /// Makes a graph of library 0 from the reader's globals under the free `code`: adopts its palette
 /// where the mode wants one, converts it to the screen's depth, registers it with `mark`. Returns
-/// the code, or 0 after reporting and freeing.
+/// the code, or 0 after reporting a failure. The globals own nothing afterwards.
 int32_t adopt_image(const script_call &call, int32_t code, const char *filename, int32_t mark);

@@ -1,0 +1,28 @@
+// Truecolour pictures on their way to the depth of the screen: codecs that decode to 0xAARRGGBB
+// rows hand them through here.
+#pragma once
+
+#include <cstdint>
+
+/// A conversion in progress. Plain data, so that a codec may keep it where a long jump passes by.
+struct truecolour_conversion {
+  int32_t depth;           // 8, 16 or 32: what the rows become
+  bool alpha;              // the picture has an alpha channel
+  uint32_t *nearest_cache; // 8 bits: colour << 8 | index at a hash of the colour, 0 for none
+};
+
+/// Prepares to convert a picture to the depth of the video mode. False on failed allocation, or in
+/// an 8-bit mode without a palette. End a started conversion with end_truecolour.
+bool begin_truecolour(truecolour_conversion *conversion, bool alpha);
+
+/// Converts `count` pixels:
+///  - 32 bits: copies them.
+///  - 16 bits: packs them 5-6-5. In pictures with alpha, pixels below alpha 128 become 0, and a
+///    visible one that would pack to 0, the transparent key, becomes 1, the darkest blue.
+///  - 8 bits: takes the nearest colour of the palette in force, which never is entry 0. In
+///    pictures with alpha, pixels below alpha 128 become 0.
+void convert_truecolour_row(const truecolour_conversion &conversion, void *to, const uint32_t *from,
+                            uint32_t count);
+
+/// Frees what the conversion holds; may be called twice.
+void end_truecolour(truecolour_conversion *conversion);

@@ -1,0 +1,76 @@
+#include "script/pixels.h"
+
+#include "surface/colour.h"
+#include "surface/surface.h"
+#include "video/fades.h"
+#include "video/video.h"
+
+uint32_t (*get_pixel)(const __ORBSurface2D__ *, int32_t x, int32_t y) = get_pixel8;
+void (*draw_pixel)(__ORBSurface2D__ *, int32_t x, int32_t y, uint32_t colour,
+                   int32_t) = draw_pixel8;
+
+namespace {
+
+/// The pixel's address, or null when there is none.
+template <typename Pixel> Pixel *pixel_at(const __ORBSurface2D__ *surface, int32_t x, int32_t y) {
+  // Negative coordinates are huge as unsigned ones.
+  if (!surface || uint32_t(x) >= surface->width || uint32_t(y) >= surface->height) return nullptr;
+  auto *rows = static_cast<uint8_t *>(surface->pixels);
+  return reinterpret_cast<Pixel *>(rows + size_t(y) * surface->pitch) + x;
+}
+
+template <typename Pixel>
+uint32_t get_pixel_as(const __ORBSurface2D__ *surface, int32_t x, int32_t y) {
+  const Pixel *pixel = pixel_at<Pixel>(surface, x, y);
+  return pixel ? *pixel : 0;
+}
+
+template <typename Pixel>
+void draw_pixel_as(__ORBSurface2D__ *surface, int32_t x, int32_t y, uint32_t colour) {
+  Pixel *pixel = pixel_at<Pixel>(surface, x, y);
+  if (!pixel) return;
+  *pixel = Pixel(colour);
+  if (surface == ground) ground_puting = 1;
+}
+
+} // namespace
+
+uint32_t get_pixel8(const __ORBSurface2D__ *surface, int32_t x, int32_t y) {
+  return get_pixel_as<uint8_t>(surface, x, y);
+}
+uint32_t get_pixel16(const __ORBSurface2D__ *surface, int32_t x, int32_t y) {
+  return get_pixel_as<uint16_t>(surface, x, y);
+}
+uint32_t get_pixel32(const __ORBSurface2D__ *surface, int32_t x, int32_t y) {
+  return get_pixel_as<uint32_t>(surface, x, y);
+}
+
+void draw_pixel8(__ORBSurface2D__ *surface, int32_t x, int32_t y, uint32_t colour, int32_t) {
+  draw_pixel_as<uint8_t>(surface, x, y, colour);
+}
+void draw_pixel16(__ORBSurface2D__ *surface, int32_t x, int32_t y, uint32_t colour, int32_t) {
+  draw_pixel_as<uint16_t>(surface, x, y, colour);
+}
+void draw_pixel32(__ORBSurface2D__ *surface, int32_t x, int32_t y, uint32_t colour, int32_t) {
+  draw_pixel_as<uint32_t>(surface, x, y, colour);
+}
+
+void set_graphics2D_drawing_routines() {
+  switch (mode.bpp) {
+  case 16:
+    get_pixel = get_pixel16;
+    draw_pixel = draw_pixel16;
+    do_fading = do_fading_16bits;
+    break;
+  case 32:
+    get_pixel = get_pixel32;
+    draw_pixel = draw_pixel32;
+    do_fading = do_fading_32bits;
+    break;
+  default:
+    get_pixel = get_pixel8;
+    draw_pixel = draw_pixel8;
+    do_fading = do_fading_8bits;
+  }
+  set_colour_routines(mode.bpp);
+}
