@@ -23,18 +23,18 @@
 struct fake_error {
   int32_t code;
   std::string function;
-  int32_t kind;       ///< ORB_VALUE_INT or ORB_VALUE_STRING
+  int32_t kind; ///< ORB_VALUE_INT or ORB_VALUE_STRING
   int32_t position;
-  int32_t value;      ///< an int argument, else 0
-  std::string text;   ///< a text argument, else empty; "(null)" for a null pointer
+  int32_t value;    ///< an int argument, else 0
+  std::string text; ///< a text argument, else empty; "(null)" for a null pointer
   bool operator==(const fake_error &) const = default;
 };
 
 class fake_runtime {
 public:
   std::vector<fake_error> errors;
-  std::vector<std::string> fatals;  ///< messages; rt_fatal returns, as a real host's may not
-  std::vector<int32_t> levels;      ///< the levels given with them
+  std::vector<std::string> fatals; ///< messages; rt_fatal returns, as a real host's may not
+  std::vector<int32_t> levels;     ///< the levels given with them
   std::vector<int32_t> signals, exits;
   std::vector<int32_t> mode_changes;
 
@@ -60,8 +60,8 @@ public:
     current = this;
     memory_.assign(words_per_global * max_globals, 0);
     fill_table();
-    system = {&full_screen, &frame_rate, &renderer_busy, &window, &file, &input, &timing,
-              &scroll, 1024, 768, &vsync, nullptr, nullptr};
+    system = {&full_screen, &frame_rate, &renderer_busy, &window, &file,  &input, &timing, &scroll,
+              1024,         768,         &vsync,         nullptr, nullptr};
     table.rt_device_system = &system;
     table.rt_video_hooks = &video_hooks;
     video_hooks.mode_change = [](int32_t begins) { current->mode_changes.push_back(begins); };
@@ -121,9 +121,12 @@ private:
   std::vector<orb_process_node> nodes_;
 
   template <typename T> static int32_t word(T value) {
-    if constexpr (std::is_null_pointer_v<T>) return 0;
-    else if constexpr (std::is_pointer_v<T>) return std::bit_cast<int32_t>(value);
-    else return int32_t(value);
+    if constexpr (std::is_null_pointer_v<T>)
+      return 0;
+    else if constexpr (std::is_pointer_v<T>)
+      return std::bit_cast<int32_t>(value);
+    else
+      return int32_t(value);
   }
   /// A handler that fetches too much reads zeros.
   static int32_t pop() { return current->next_ ? current->arguments_[--current->next_] : 0; }
@@ -172,8 +175,10 @@ private:
     process_services_.proc_first = [](int32_t) -> orb_process_node * {
       auto &nodes = current->nodes_;
       nodes.clear();
-      for (orb_process &process : current->processes) nodes.push_back({&process, nullptr});
-      for (size_t i = 1; i < nodes.size(); ++i) nodes[i - 1].next = &nodes[i];
+      for (orb_process &process : current->processes)
+        nodes.push_back({&process, nullptr});
+      for (size_t i = 1; i < nodes.size(); ++i)
+        nodes[i - 1].next = &nodes[i];
       return nodes.empty() ? nullptr : nodes.data();
     };
     process_services_.proc_current = [] { return current->current_process; };

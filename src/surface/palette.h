@@ -27,7 +27,9 @@ extern uint16_t *table_color8to16;  // 256
 extern uint32_t *table_color8to32;  // 256
 extern uint32_t *table_color16to32; // 65536
 
-/// The index that stands for the half-and-half mix of two indices: table_ghost8[s * 256 + d].
+/// The index that stands for the half-and-half mix of two indices: table_ghost8[s * 256 + d]. The
+/// mix is (a + b) >> 1 per component, its index what find_nearest gives; 0 and 255 mix as any
+/// other entry does, but no mix is ever 0 or 255. Null outside 8-bit modes.
 extern uint8_t *table_ghost8;
 /// 1: table_ghost8 is out of date; update_ghost_table before the next 8-bit ghost blit.
 extern uint8_t fake_ghost_table;
@@ -48,29 +50,45 @@ int32_t find_color(int32_t r, int32_t g, int32_t b);
 /// The same search for components on the 0..255 scale, in any palette.
 uint8_t find_nearest(const __ORBPalette2D__ *in, int32_t r, int32_t g, int32_t b);
 
-/// Rebuilds the palette-dependent depth tables.
+/// Rebuilds table_color8to16 and table_color8to32; null or missing tables are skipped.
 void update_depth_tables(const __ORBPalette2D__ *from);
+/// Finds system_colors anew; all 0 without a palette.
 void update_system_colors();
 
-int32_t create_palette();  // 0 on failed allocation; loads the default palette
+// Each create function uses what is there already, and gives 0 on failed allocation.
+
+/// Loads the default palette, as one that neither a program nor a picture has set.
+int32_t create_palette();
+/// Forgets the palette and that one was loaded or forced.
 void delete_palette();
-/// A palette that serves without a picture: 16 classic colours, a grey ramp, a 6x6x6 cube.
+/// A palette that serves without a picture. All components are multiples of 4, up to 252.
+/// 0..15: the classic sixteen (black, six dark colours, light grey, dark grey, six light colours,
+/// white); 16..39: a grey ramp without its ends; 40..255: a cube of six levels per component,
+/// 40 + r * 36 + g * 6 + b. Entry 0 is black, the transparent key; 40 is a black that shows.
 void load_default_palette(__ORBPalette2D__ *out);
+/// Makes a placeholder (every ghost solid) and marks it as such.
 int32_t create_ghost_table();
 void delete_ghost_table();
+/// Fills them from the palette, or outside 8-bit modes from the default palette.
 int32_t create_depth_tables();
 void delete_depth_tables();
 
-/// Builds the real ghost table now.
+/// Builds the real ghost table now; does nothing without a palette or a table.
 void update_ghost_table();
+/// Fills the ghost table by searching the whole palette for every mix: what update_ghost_table
+/// falls back to when it has no memory for its cube, and gives the same table. Needs the table.
+void make_ghost_slow(const __ORBPalette2D__ *of);
 
 /// Checksum by which palettes are told apart.
 uint32_t palette_checksum(const __ORBPalette2D__ *of);
-/// Makes the table that remaps indices of `source` to the nearest colours of the palette in force;
-/// 1, or 0 without a palette.
+/// Makes the table that remaps indices of `source` to the nearest colours of the palette in force:
+/// 0 stays 0, an entry with the same colour in both keeps its index. 1, or 0 without a palette.
 int32_t init_force_palette(const __ORBPalette2D__ *source);
 /// The remapping last made by init_force_palette (256 entries).
 extern uint8_t forced_palette_map[256];
-int32_t get_palette(__ORBPalette2D__ *out);             // 1, or 0 without a palette
-int32_t set_palette(const __ORBPalette2D__ *source);    // 1, or 0 without a palette
-int32_t copy_palette(__ORBPalette2D__ *to, const __ORBPalette2D__ *from);  // 1, or 0 for null
+/// 1, or 0 without a palette.
+int32_t get_palette(__ORBPalette2D__ *out);
+/// Takes over another palette, as loaded by a program. 1, or 0 without a palette.
+int32_t set_palette(const __ORBPalette2D__ *source);
+/// 1, or 0 for null.
+int32_t copy_palette(__ORBPalette2D__ *to, const __ORBPalette2D__ *from);

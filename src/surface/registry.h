@@ -1,25 +1,26 @@
 // The graph registry: libraries, graphs, run-time codes, regions, and the counters scripts read.
 //
 // Library 0 holds loose graphs and is the only one that grows; its codes from 1000 up are handed
-// out at run time and marked in `image_loaded`. Only surface/registry.cpp resizes the arrays.
+// out at run time and marked in `image_loaded`. Only surface/registry.cpp and surface/lists.cpp
+// (regions, draws) resize the arrays.
 #pragma once
 
 #include "orb/graphics2d.h"
 
-inline constexpr int32_t graphs_per_library = 1000;   // libraries 1 and above
-inline constexpr int32_t first_runtime_code = 1000;   // library 0
+inline constexpr int32_t graphs_per_library = 1000; // libraries 1 and above
+inline constexpr int32_t first_runtime_code = 1000; // library 0
 
-extern orb_fpg *fpg;          // max_fpg libraries
+extern orb_fpg *fpg; // max_fpg libraries
 extern int32_t max_fpg;
-extern int32_t max_map;       // slots of library 0
-extern int32_t max_graph;     // graph bound of the last lookup
+extern int32_t max_map;   // slots of library 0
+extern int32_t max_graph; // graph bound of the last lookup
 extern int32_t fpgs_loaded, maps_loaded;
 extern int32_t *image_loaded; // per code from 1000 up: 0 free, else the format that filled it
 extern orb_fpg *pfpg;         // last looked up
 extern orb_map_slot *pfpgmap, *pfpgmap_dst;
 
-extern __ORBRegion__ *regions;  // max_region records; region 0 is the screen
-extern int32_t *regions_def;    // defined-flags
+extern __ORBRegion__ *regions; // max_region records; region 0 is the screen
+extern int32_t *regions_def;   // defined-flags
 extern int32_t max_region, regions_defined;
 
 /// A persistent drawing, redrawn every frame.
@@ -33,12 +34,12 @@ struct orb_draw {
   int32_t destination_file, destination_graph;
   __ORBSurface2D__ *destination;
 };
-extern orb_draw *draws;         // max_draw records
+extern orb_draw *draws; // max_draw records
 extern int32_t max_draw, draws_painted, draws_fixed, draws_locked;
 
-int32_t CreateFPGList();      // 0 on failed allocation
-int32_t ResizeFPGList();      // four more libraries; 0 at the limit
-int32_t ResizeFPGMAPList();   // 256 more slots in library 0; 0 at the limit
+int32_t CreateFPGList();    // 0 on failed allocation
+int32_t ResizeFPGList();    // four more libraries; 0 at the limit
+int32_t ResizeFPGMAPList(); // 256 more slots in library 0; 0 at the limit
 void DeleteFPGList();
 int32_t CreateDrawList();
 int32_t ResizeDrawList();
@@ -46,15 +47,19 @@ void DeleteDrawList();
 /// Grows the region list to hold number `wanted`, by at least 4. 0 at the limit of 65537.
 int32_t ResizeRegionList(int32_t wanted);
 void DeleteRegionList();
+/// The 32 regions of the start: region 0 defined, all but it -1. Failure is fatal.
+void create_regions();
 
-/// The init hook's part: slots and marks of library 0, regions. Failures are fatal.
+/// The init hook's part, after CreateFPGList: slots and marks of library 0, regions. Failures are
+/// fatal; where the host's report returns, the lists stay empty and every lookup fails.
 void create_graph_registry();
-/// The release hook's part.
+/// The release hook's part: slots and marks. The surfaces go with the surface list, the lists
+/// themselves with DeleteFPGList, DeleteRegionList and DeleteDrawList.
 void release_graph_registry();
 
 /// First free code of library 0 (growing it if need be), else 0; 0 for any other library.
 int32_t GetMAPCode(int32_t file);
-/// Records a surface made elsewhere under a code of GetMAPCode. 1, or 0 when refused.
+/// Records a surface made elsewhere under a code of GetMAPCode, as a map. 1, or 0 when refused.
 int32_t RecMAPCode(int32_t file, int32_t code, __ORBSurface2D__ *surface);
 orb_fpg *GetFPG(int32_t file);
 /// The slot of (file, graph), even an empty one; null when out of range or not loaded. Sets

@@ -46,8 +46,10 @@ int32_t ORBGI2D_ResizeGFXSurfaceWrapper(__ORBSurface2D__ *surface, int32_t width
                                         uint8_t reset_centre, uint8_t clear);
 /// Frees the pixels only.
 void ORBGI2D_DeleteGFXSurfaceBufferData(__ORBSurface2D__ *surface);
-/// Unlinks and frees a surface; null is ignored.
+/// Unlinks and frees a surface; null is ignored. A wrapper's pixels and control points stay with
+/// whoever lent the pixels: free `cpoints` first if nobody else has them.
 void ORBGI2D_DeleteGFXSurface(__ORBSurface2D__ *surface);
+/// The same for every surface, for shutdown: the list itself must be deleted next.
 void ORBGI2D_DeleteAllGFXSurfaces();
 /// Published for hosts whose surfaces may be lost and must be brought back; ours never are. 1, or 0
 /// for null.

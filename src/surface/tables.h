@@ -5,7 +5,8 @@
 #include <cstdint>
 
 /// Brings the tables to `depth`; does nothing when they are there already. Failed allocations are
-/// fatal.
-void do_tables(int32_t depth);
+/// fatal; where the host's report returns, the result is 0, what could not be had is null, and the
+/// next call tries again. Otherwise 1.
+int32_t do_tables(int32_t depth);
 /// Frees them all, as before the first do_tables.
 void free_tables();

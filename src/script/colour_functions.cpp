@@ -1,0 +1,42 @@
+// rgb, rgbx, rgba, get_rgb, get_rgba.
+//
+// Colours of an 8-bit mode are palette indices and have no components to pack: there all five
+// return 0, and palette_find_color is the function to ask.
+#include "module/script_call.h"
+#include "script/handlers.h"
+#include "video/video.h"
+
+namespace {
+
+/// Whether the mode's colours have components, and this one may be such a colour.
+bool has_components(uint32_t colour) {
+  return mode.bpp == 32 || (mode.bpp == 16 && colour <= 0xFFFF);
+}
+
+} // namespace
+
+int32_t ORB_rgb() {
+  auto [r, g, b] = pop_args<int32_t, int32_t, int32_t>();
+  return rt_return(mode.bpp == 8 ? 0 : int32_t(device2D.set_rgb(r, g, b)));
+}
+
+int32_t ORB_rgbx() {
+  auto [r, g, b] = pop_args<int32_t, int32_t, int32_t>();
+  return rt_return(mode.bpp == 8 ? 0 : int32_t(device2D.set_rgbx(r, g, b)));
+}
+
+int32_t ORB_rgba() {
+  auto [r, g, b, a] = pop_args<int32_t, int32_t, int32_t, int32_t>();
+  return rt_return(mode.bpp == 8 ? 0 : int32_t(device2D.set_rgba(r, g, b, a)));
+}
+
+/// 1, or 0 for a colour that is none of the mode's; the targets then keep their values.
+int32_t ORB_get_rgb() {
+  auto [colour, r, g, b] = pop_args<uint32_t, int32_t *, int32_t *, int32_t *>();
+  return rt_return(has_components(colour) ? device2D.get_rgb(colour, r, g, b) : 0);
+}
+
+int32_t ORB_get_rgba() {
+  auto [colour, r, g, b, a] = pop_args<uint32_t, int32_t *, int32_t *, int32_t *, int32_t *>();
+  return rt_return(has_components(colour) ? device2D.get_rgba(colour, r, g, b, a) : 0);
+}

@@ -1,0 +1,152 @@
+// The ghost table of 8-bit modes: for two palette indices the index nearest to their mix.
+//
+// The mix of two entries is (a + b) >> 1 per component, and "nearest" is find_nearest. Index 0 and
+// 255 are entries like any other here: 0 mixes as the colour that the screen shows for it, so a
+// ghost over untouched background looks right, and keyed routines never ask for a source of 0.
+//
+// 32,896 searches over 254 entries would take tens of milliseconds. A cube of 8 x 8 x 8 cells, 32
+// levels a side, keeps for each cell the entries that can be nearest somewhere in it: those whose
+// smallest distance to the cell does not exceed the largest distance of any entry. What it leaves
+// out is farther than another entry at every point of the cell, so the search over a cell's list
+// finds exactly what the search over all entries finds, ties included.
+#include <cstdlib>
+#include <cstring>
+
+#include "surface/palette.h"
+
+uint8_t *table_ghost8 = nullptr;
+uint8_t fake_ghost_table = 1;
+
+namespace {
+
+constexpr int32_t first_entry = 1, end_entry = 255; // as find_nearest
+constexpr int32_t cells_per_side = 8, cell_shift = 5;
+
+struct ghost_cell {
+  uint8_t count;
+  uint8_t candidates[end_entry - first_entry]; // rising indices
+};
+struct ghost_cube {
+  ghost_cell cells[cells_per_side][cells_per_side][cells_per_side];
+};
+
+/// Distances of one component value to the nearest and the farthest level of a cell's side.
+struct side_distance {
+  int16_t near, far;
+};
+side_distance distance_to_side(int32_t value, int32_t side) {
+  const int32_t low = side << cell_shift, high = low + (1 << cell_shift) - 1;
+  const int32_t near = value < low ? low - value : value > high ? value - high : 0;
+  const int32_t far = abs(value - low) > abs(value - high) ? abs(value - low) : abs(value - high);
+  return {int16_t(near), int16_t(far)};
+}
+
+/// Per side of an axis, the distances of all entries.
+struct axis_distances {
+  side_distance of[cells_per_side][256];
+};
+
+/// Lists the candidates of every cell. Null without memory.
+ghost_cube *make_ghost_cube(const __ORBPalette2D__ *of) {
+  auto *cube = static_cast<ghost_cube *>(malloc(sizeof(ghost_cube)));
+  auto *axes = static_cast<axis_distances *>(malloc(3 * sizeof(axis_distances)));
+  if (!cube || !axes) {
+    free(cube);
+    free(axes);
+    return nullptr;
+  }
+  for (int32_t side = 0; side < cells_per_side; ++side) {
+    for (int32_t i = first_entry; i < end_entry; ++i) {
+      axes[0].of[side][i] = distance_to_side(of->colours[i].r, side);
+      axes[1].of[side][i] = distance_to_side(of->colours[i].g, side);
+      axes[2].of[side][i] = distance_to_side(of->colours[i].b, side);
+    }
+  }
+  for (int32_t r = 0; r < cells_per_side; ++r) {
+    for (int32_t g = 0; g < cells_per_side; ++g) {
+      for (int32_t b = 0; b < cells_per_side; ++b) {
+        const side_distance *const in_r = axes[0].of[r], *const in_g = axes[1].of[g],
+                                   *const in_b = axes[2].of[b];
+        int32_t bound = INT16_MAX;
+        for (int32_t i = first_entry; i < end_entry; ++i) {
+          const int32_t far = in_r[i].far + in_g[i].far + in_b[i].far;
+          if (far < bound) bound = far;
+        }
+        ghost_cell &cell = cube->cells[r][g][b];
+        cell.count = 0;
+        for (int32_t i = first_entry; i < end_entry; ++i)
+          if (in_r[i].near + in_g[i].near + in_b[i].near <= bound)
+            cell.candidates[cell.count++] = uint8_t(i);
+      }
+    }
+  }
+  free(axes);
+  return cube;
+}
+
+/// find_nearest, over the candidates of the cell that the colour lies in.
+uint8_t find_in_cube(const ghost_cube *cube, const __ORBPalette2D__ *in, int32_t r, int32_t g,
+                     int32_t b) {
+  const ghost_cell &cell = cube->cells[r >> cell_shift][g >> cell_shift][b >> cell_shift];
+  int32_t best_distance = 999;
+  uint8_t best = 0;
+  for (uint32_t i = 0; i < cell.count; ++i) {
+    const orb_rgb &entry = in->colours[cell.candidates[i]];
+    const int32_t distance = abs(entry.r - r) + abs(entry.g - g) + abs(entry.b - b);
+    if (distance < best_distance) {
+      best_distance = distance;
+      best = cell.candidates[i];
+    }
+  }
+  return best;
+}
+
+/// Fills the table through `nearest`(r, g, b); mixing is symmetric, so half the searches do.
+template <typename Nearest> void fill_ghost_table(const __ORBPalette2D__ *of, Nearest nearest) {
+  for (int32_t s = 0; s < 256; ++s) {
+    const orb_rgb &a = of->colours[s];
+    for (int32_t d = s; d < 256; ++d) {
+      const orb_rgb &b = of->colours[d];
+      const uint8_t mix = nearest((a.r + b.r) >> 1, (a.g + b.g) >> 1, (a.b + b.b) >> 1);
+      table_ghost8[s * 256 + d] = table_ghost8[d * 256 + s] = mix;
+    }
+  }
+}
+
+void make_ghost_table(const __ORBPalette2D__ *of, const ghost_cube *cube) {
+  fill_ghost_table(
+      of, [=](int32_t r, int32_t g, int32_t b) { return find_in_cube(cube, of, r, g, b); });
+}
+
+} // namespace
+
+void make_ghost_slow(const __ORBPalette2D__ *of) {
+  fill_ghost_table(of, [=](int32_t r, int32_t g, int32_t b) { return find_nearest(of, r, g, b); });
+}
+
+int32_t create_ghost_table() {
+  if (!table_ghost8) table_ghost8 = static_cast<uint8_t *>(malloc(256 * 256));
+  if (!table_ghost8) return 0;
+  // A placeholder that draws ghosts solid; the first ghost blit asks for the real table.
+  for (int32_t s = 0; s < 256; ++s)
+    memset(table_ghost8 + s * 256, s, 256);
+  fake_ghost_table = 1;
+  return 1;
+}
+
+void delete_ghost_table() {
+  free(table_ghost8);
+  table_ghost8 = nullptr;
+  fake_ghost_table = 1;
+}
+
+void update_ghost_table() {
+  if (!table_ghost8 || !palette) return;
+  if (ghost_cube *const cube = make_ghost_cube(palette)) {
+    make_ghost_table(palette, cube);
+    free(cube);
+  } else {
+    make_ghost_slow(palette);
+  }
+  fake_ghost_table = 0;
+}

@@ -1,0 +1,24 @@
+// Argument checks that script handlers share.
+#include "module/script_call.h"
+#include "surface/registry.h"
+#include "video/video.h"
+
+orb_map_slot *check_graph(const script_call &call, int32_t file, int32_t graph, int32_t position) {
+  max_graph = file ? graphs_per_library : max_map;
+  if (file < 0 || file >= max_fpg) return call.bad(error_file, position, file);
+  if (graph < 1 || graph >= max_graph) return call.bad(error_graph, position + 1, graph);
+  orb_fpg &library = fpg[file];
+  if (!library.slots) return call.bad(error_library_not_loaded, position, file);
+  pfpg = &library;
+  pfpgmap = &library.slots[graph];
+  if (!pfpgmap->surface) return call.bad(error_graph_not_loaded, position + 1, graph);
+  return pfpgmap;
+}
+
+bool check_colour(const script_call &call, uint32_t colour, int32_t position) {
+  if (mode.bpp == 8 && colour > 255) {
+    call.bad(error_colour, position, int32_t(colour));
+    return false;
+  }
+  return mode.bpp != 16 || colour <= 65535;
+}

@@ -1,0 +1,145 @@
+// The palette, the search in it, and what follows a change of it but for the ghost table
+// (surface/ghost_table.cpp) and the depth tables (surface/depth_tables.cpp).
+#include "surface/palette.h"
+
+#include <cstdlib>
+
+__ORBPalette2D__ *palette = nullptr;
+uint8_t palette_update = 0, palette_loaded = 0, palette_forced = 0, force_sys_fnt = 0;
+uint32_t palette_crc = 0, image_palette_crc = 0;
+uint8_t last_found_colour = 0;
+system_colour_set system_colors{};
+uint8_t forced_palette_map[256];
+
+namespace {
+
+/// |value|, for every value.
+constexpr uint32_t magnitude(int32_t value) {
+  return value < 0 ? 0u - uint32_t(value) : uint32_t(value);
+}
+
+void mark_palette_changed() {
+  palette_update = 1;
+  fake_ghost_table = 1;
+  force_sys_fnt = 1;
+}
+
+} // namespace
+
+int32_t set_color(uint8_t index, int32_t r, int32_t g, int32_t b) {
+  if (!palette) return 1;
+  const auto scaled = [](int32_t c) { return uint8_t((magnitude(c) & 63) * 4); };
+  palette->colours[index] = {scaled(r), scaled(g), scaled(b)};
+  mark_palette_changed();
+  return 1;
+}
+
+int32_t find_color(int32_t r, int32_t g, int32_t b) {
+  // QUIRK: 64 and more would naturally be clamped to 63. They wrap, intentionally: 64 is 0.
+  const auto scaled = [](int32_t c) { return int32_t(magnitude(c) * 4 & 255); };
+  last_found_colour = palette ? find_nearest(palette, scaled(r), scaled(g), scaled(b)) : 0;
+  return last_found_colour;
+}
+
+uint8_t find_nearest(const __ORBPalette2D__ *in, int32_t r, int32_t g, int32_t b) {
+  int32_t best_distance = 999;
+  uint8_t best = 0;
+  for (int32_t i = 1; i < 255; ++i) {
+    const orb_rgb &entry = in->colours[i];
+    const int32_t distance = abs(entry.r - r) + abs(entry.g - g) + abs(entry.b - b);
+    if (distance < best_distance) {
+      best_distance = distance;
+      best = uint8_t(i);
+    }
+  }
+  return best;
+}
+
+void update_system_colors() {
+  if (!palette) {
+    system_colors = {};
+    return;
+  }
+  const auto grey = [](int32_t level) { return find_nearest(palette, level, level, level); };
+  system_colors = {grey(0), grey(84), grey(128), grey(168), grey(255)};
+}
+
+// ---- Life --------------------------------------------------------------------------------------
+
+int32_t create_palette() {
+  if (!palette) palette = static_cast<__ORBPalette2D__ *>(malloc(sizeof *palette));
+  if (!palette) return 0;
+  load_default_palette(palette);
+  palette_crc = palette_checksum(palette);
+  palette_loaded = 0;
+  mark_palette_changed();
+  update_system_colors();
+  return 1;
+}
+
+void delete_palette() {
+  free(palette);
+  palette = nullptr;
+  palette_update = palette_loaded = palette_forced = 0;
+  palette_crc = 0;
+}
+
+void load_default_palette(__ORBPalette2D__ *out) {
+  constexpr uint8_t low = 84, middle = 168, high = 252;
+  constexpr orb_rgb classic[16] = {
+      {0, 0, 0},        {0, 0, middle},      {0, middle, 0},    {0, middle, middle},
+      {middle, 0, 0},   {middle, 0, middle}, {middle, low, 0},  {middle, middle, middle},
+      {low, low, low},  {low, low, high},    {low, high, low},  {low, high, high},
+      {high, low, low}, {high, low, high},   {high, high, low}, {high, high, high},
+  };
+  orb_rgb *entry = out->colours;
+  for (const orb_rgb &colour : classic)
+    *entry++ = colour;
+  for (int32_t step = 1; step <= 24; ++step) {
+    const auto level = uint8_t(step * 63 / 25 * 4);
+    *entry++ = {level, level, level};
+  }
+  const auto level = [](int32_t step) { return uint8_t((step * 63 + 2) / 5 * 4); };
+  for (int32_t r = 0; r < 6; ++r)
+    for (int32_t g = 0; g < 6; ++g)
+      for (int32_t b = 0; b < 6; ++b)
+        *entry++ = {level(r), level(g), level(b)};
+}
+
+// ---- Exchange ----------------------------------------------------------------------------------
+
+uint32_t palette_checksum(const __ORBPalette2D__ *of) {
+  uint32_t crc = 0;
+  for (const orb_rgb &entry : of->colours)
+    crc = (((crc + entry.r) * 2 + entry.g) * 2 + entry.b) * 2;
+  return crc;
+}
+
+int32_t copy_palette(__ORBPalette2D__ *to, const __ORBPalette2D__ *from) {
+  if (!to || !from) return 0;
+  *to = *from;
+  return 1;
+}
+
+int32_t get_palette(__ORBPalette2D__ *out) {
+  return copy_palette(out, palette);
+}
+
+int32_t set_palette(const __ORBPalette2D__ *source) {
+  if (!copy_palette(palette, source)) return 0;
+  palette_crc = palette_checksum(palette);
+  palette_loaded = 1;
+  mark_palette_changed();
+  return 1;
+}
+
+int32_t init_force_palette(const __ORBPalette2D__ *source) {
+  if (!palette || !source) return 0;
+  forced_palette_map[0] = 0;
+  for (int32_t i = 1; i < 256; ++i) {
+    const orb_rgb &wanted = source->colours[i], &own = palette->colours[i];
+    const bool same = wanted.r == own.r && wanted.g == own.g && wanted.b == own.b;
+    forced_palette_map[i] = same ? uint8_t(i) : find_nearest(palette, wanted.r, wanted.g, wanted.b);
+  }
+  return 1;
+}

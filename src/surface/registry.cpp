@@ -1,0 +1,201 @@
+// Libraries, graphs and their run-time codes. Regions and draw records: surface/lists.cpp.
+#include "surface/registry.h"
+
+#include <cstdlib>
+#include <cstring>
+
+#include "module/runtime.h"
+
+orb_fpg *fpg = nullptr;
+int32_t max_fpg = 0, max_map = 0, max_graph = 0;
+int32_t fpgs_loaded = 0, maps_loaded = 0;
+int32_t *image_loaded = nullptr;
+orb_fpg *pfpg = nullptr;
+orb_map_slot *pfpgmap = nullptr, *pfpgmap_dst = nullptr;
+
+namespace {
+
+constexpr int32_t first_max_fpg = 4, fpg_step = 4, fpg_limit = 65536;
+constexpr int32_t first_max_map = 1256, map_step = 256;
+
+/// Zeroed records, or null: also for sizes beyond what this machine can address.
+template <typename T> T *new_records(int32_t count) {
+  return static_cast<T *>(calloc(size_t(count), sizeof(T)));
+}
+
+/// The same element of an array that has moved; null and pointers from elsewhere stay.
+template <typename T> T *moved(T *element, const T *from, int32_t count, T *to) {
+  return element >= from && element < from + count ? to + (element - from) : element;
+}
+
+} // namespace
+
+// ---- Libraries ---------------------------------------------------------------------------------
+
+int32_t CreateFPGList() {
+  fpg = new_records<orb_fpg>(first_max_fpg);
+  max_fpg = fpg ? first_max_fpg : 0;
+  return fpg != nullptr;
+}
+
+int32_t ResizeFPGList() {
+  if (max_fpg >= fpg_limit) return 0;
+  auto *const records = new_records<orb_fpg>(max_fpg + fpg_step);
+  if (!records) {
+    rt_fatal("ENGINE 2D: Error to Resize FPG list");
+    return 0;
+  }
+  if (fpg) memcpy(records, fpg, size_t(max_fpg) * sizeof *fpg);
+  pfpg = moved(pfpg, fpg, max_fpg, records);
+  free(fpg);
+  fpg = records;
+  max_fpg += fpg_step;
+  return 1;
+}
+
+void DeleteFPGList() {
+  free(fpg);
+  fpg = nullptr;
+  max_fpg = 0;
+  pfpg = nullptr;
+}
+
+int32_t ResizeFPGMAPList() {
+  if (max_map == INT32_MAX || !fpg) return 0;
+  const int32_t wanted = max_map > INT32_MAX - map_step ? INT32_MAX : max_map + map_step;
+  constexpr const char *failure = "ENGINE 2D: Error to Resize FPGMAP list";
+  auto *const slots = new_records<orb_map_slot>(wanted);
+  if (!slots) {
+    rt_fatal(failure);
+    return 0;
+  }
+  auto *const marks = new_records<int32_t>(wanted - first_runtime_code);
+  if (!marks) {
+    free(slots);
+    rt_fatal(failure);
+    return 0;
+  }
+  orb_map_slot *const former = fpg[0].slots;
+  memcpy(slots, former, size_t(max_map) * sizeof *slots);
+  memcpy(marks, image_loaded, size_t(max_map - first_runtime_code) * sizeof *marks);
+  pfpgmap = moved(pfpgmap, former, max_map, slots);
+  pfpgmap_dst = moved(pfpgmap_dst, former, max_map, slots);
+  free(former);
+  free(image_loaded);
+  fpg[0].slots = slots;
+  image_loaded = marks;
+  max_map = wanted;
+  return 1;
+}
+
+void create_graph_registry() {
+  constexpr const char *no_memory = "No enough memory to create primary FPG";
+  fpgs_loaded = maps_loaded = 0;
+  max_map = 0;
+  // Lookups never ask whether library 0 is in use. Its flag says that a file was loaded into it,
+  // and starts at 0.
+  auto *slots = new_records<orb_map_slot>(first_max_map);
+  auto *marks = new_records<int32_t>(first_max_map - first_runtime_code);
+  if (fpg && slots && marks) {
+    fpg[0] = {0, 0, slots, 0};
+    image_loaded = marks;
+    max_map = first_max_map;
+  } else {
+    free(slots);
+    free(marks);
+    rt_fatal(no_memory);
+  }
+  create_regions();
+}
+
+void release_graph_registry() {
+  for (int32_t file = 0; file < max_fpg; ++file) {
+    free(fpg[file].slots);
+    fpg[file] = {};
+  }
+  free(image_loaded);
+  image_loaded = nullptr;
+  max_map = 0;
+  pfpg = nullptr;
+  pfpgmap = pfpgmap_dst = nullptr;
+}
+
+// ---- Lookups -----------------------------------------------------------------------------------
+
+orb_fpg *GetFPG(int32_t file) {
+  return file >= 0 && file < max_fpg ? &fpg[file] : nullptr;
+}
+
+orb_map_slot *GetMAP(int32_t file, int32_t graph) {
+  max_graph = file ? graphs_per_library : max_map;
+  if (file < 0 || file >= max_fpg || graph < 0 || graph >= max_graph) return nullptr;
+  const orb_fpg &library = fpg[file];
+  if ((file && !library.in_use) || !library.slots) return nullptr;
+  return &library.slots[graph];
+}
+
+int32_t GetMaxFPG() {
+  return max_fpg;
+}
+int32_t GetMaxMAP() {
+  return max_map;
+}
+
+// ---- Run-time codes ----------------------------------------------------------------------------
+
+int32_t GetMAPCode(int32_t file) {
+  if (file != 0 || !max_map) return 0;
+  for (int32_t code = first_runtime_code; code < max_map; ++code)
+    if (!fpg[0].slots[code].surface) return code;
+  const int32_t code = max_map;
+  return ResizeFPGMAPList() ? code : 0;
+}
+
+int32_t RecMAPCode(int32_t file, int32_t code, __ORBSurface2D__ *surface) {
+  if (file != 0 || code < first_runtime_code || code >= max_map || !surface) return 0;
+  orb_map_slot &slot = fpg[0].slots[code];
+  slot.surface = surface;
+  slot.code = code;
+  slot.description[0] = slot.name[0] = '\0';
+  image_loaded[code - first_runtime_code] = 1;
+  // QUIRK: one would count the graph in `maps_loaded` and its bytes too, as account_graph does.
+  // Only the library's count grows, intentionally, although unloading lowers both counts.
+  ++fpg[0].map_count;
+  return 1;
+}
+
+void account_graph(int32_t code, uint32_t memory, int32_t mark) {
+  fpg[0].slots[code].memory_usage = memory;
+  fpg[0].memory_usage += memory;
+  ++fpg[0].map_count;
+  ++maps_loaded;
+  if (code >= first_runtime_code) image_loaded[code - first_runtime_code] = mark;
+}
+
+int32_t unload_graphs(int32_t code, bool (*owns)(int32_t mark)) {
+  constexpr int32_t all = -1;
+  int32_t first = code, last = code;
+  if (code == all) {
+    if (max_map - 1 < first_runtime_code) return 0;
+    first = first_runtime_code;
+    last = max_map - 1;
+  } else if (code < first_runtime_code || code >= max_map) {
+    return script_failure;
+  }
+  int32_t unloaded = 0;
+  for (int32_t each = first; each <= last; ++each) {
+    int32_t &mark = image_loaded[each - first_runtime_code];
+    if (!mark || !owns(mark)) continue;
+    orb_map_slot &slot = fpg[0].slots[each];
+    device2D.ORBGI2D_DeleteGFXSurface(slot.surface);
+    slot.surface = nullptr;
+    slot.code = 0;
+    fpg[0].memory_usage -= slot.memory_usage;
+    slot.memory_usage = 0; // a graph recorded here later brings no count of its own
+    --fpg[0].map_count;
+    --maps_loaded;
+    mark = 0;
+    ++unloaded;
+  }
+  return unloaded;
+}
