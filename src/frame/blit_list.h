@@ -31,6 +31,8 @@ int32_t ResizeBlitList();
 /// Puts the requests in drawing order: descending z, equal z in list order. O(n) for a list that
 /// is in order already, O(n log n) for any other.
 void SortBlitList();
+/// Frees what the sort keeps between frames.
+void free_sort_scratch();
 /// Copies most of a caller's request over request `index`; its index, or -1.
 int32_t ChangeBlitList(int32_t index, const __ORBBlit2D__ *request);
 void ResetBlitList();

@@ -28,6 +28,10 @@ extern int32_t num_blits2D;
 
 /// The box of a drawn request (absolute values of its drawn box).
 orb_frame_zone zone_of(const __ORBBlit2D__ *request);
+/// Whether a request that has run left pixels on the screen; on any other surface they need no zone.
+bool marks_screen(const __ORBBlit2D__ *request);
+/// Whether a box is at least as large as the screen.
+bool covers_screen(const orb_frame_zone &box);
 /// Adds a box to the zones: it widens the last zone that it touches, else becomes a new one. False
 /// when a new zone is needed and 128 are in use.
 bool accumulate_zone(const orb_frame_zone &box);

@@ -14,9 +14,9 @@ extern orb_device_system *deviceSystem_graphics2D;
 /// (set-mode, list selection, requests, operations) through it.
 extern orb_device2d device2D;
 
-/// 1 until the first frame hook has run. Written by the frame hook only.
+/// 1 until the first frame hook has run. Written by the frame hook, and back by release.
 extern uint8_t first_frame;
-/// 1 once the window was shown. Written by the frame hook only.
+/// 1 once the window was shown. Written by the frame hook, and back by release.
 extern uint8_t program_visible;
 
 /// One element of the script array `video_modes`.

@@ -1,0 +1,204 @@
+#include "frame/blit_list.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "module/runtime.h"
+
+orb_blit_lists *pBlitLists2D;
+orb_blit_list *pBlitList2D;
+int32_t graphics2D_blitlist;
+
+namespace {
+
+constexpr uint32_t registry_step = 4;
+constexpr uint32_t registry_limit = 2147483647;
+constexpr uint32_t request_limit = 4294967294;
+
+/// realloc for `count` records, null when that many don't fit into the address space.
+template <typename T> T *resize_array(T *array, uint64_t count) {
+  const uint64_t bytes = count * sizeof(T);
+  if (bytes > PTRDIFF_MAX) return nullptr;
+  return static_cast<T *>(realloc(array, size_t(bytes)));
+}
+
+/// `count` cleared records, or null.
+template <typename T> T *new_array(uint64_t count) {
+  if (count * sizeof(T) > PTRDIFF_MAX) return nullptr;
+  return static_cast<T *>(calloc(size_t(count), sizeof(T)));
+}
+
+/// Reports "<name><text>"; a name too long for the buffer is cut, so that the text stays whole.
+void list_fatal(const char *name, const char *text) {
+  char message[300];
+  const int room = int(sizeof message - 1 - strlen(text));
+  snprintf(message, sizeof message, "%.*s%s", room, name, text);
+  rt_fatal(message);
+}
+
+void free_list(const orb_blit_list &list) {
+  free(list.name);
+  free(list.requests);
+  free(list.order);
+}
+
+} // namespace
+
+int32_t ORBGI2D_Internal_CreateBlitLists() {
+  orb_blit_list *lists = new_array<orb_blit_list>(registry_step);
+  pBlitLists2D = new_array<orb_blit_lists>(1);
+  pBlitList2D = nullptr;
+  if (!lists || !pBlitLists2D) {
+    free(lists);
+    free(pBlitLists2D);
+    pBlitLists2D = nullptr;
+    return 0;
+  }
+  *pBlitLists2D = {registry_step, 0, 0, lists};
+  return 1;
+}
+
+int32_t ORBGI2D_Internal_ResizeBlitLists() {
+  if (pBlitLists2D->capacity == registry_limit) {
+    rt_fatal("GRAPHICS2D: BLIT2D lists out of capacity");
+    return 0;
+  }
+  const uint64_t capacity =
+      std::min<uint64_t>(uint64_t(pBlitLists2D->capacity) + registry_step, registry_limit);
+  const ptrdiff_t current = pBlitList2D ? pBlitList2D - pBlitLists2D->lists : -1;
+  orb_blit_list *lists = resize_array(pBlitLists2D->lists, capacity);
+  if (!lists) {
+    rt_fatal("GRAPHICS2D: Error to Resize BLIT2D list");
+    return 0;
+  }
+  memset(lists + pBlitLists2D->capacity, 0,
+         size_t(capacity - pBlitLists2D->capacity) * sizeof *lists);
+  pBlitLists2D->lists = lists;
+  pBlitLists2D->capacity = uint32_t(capacity);
+  if (current >= 0) pBlitList2D = lists + current;
+  return 1;
+}
+
+void ORBGI2D_Internal_DeleteBlitLists() {
+  if (!pBlitLists2D) return;
+  for (uint32_t i = 0; i < pBlitLists2D->count; ++i)
+    free_list(pBlitLists2D->lists[i]);
+  free(pBlitLists2D->lists);
+  free(pBlitLists2D);
+  pBlitLists2D = nullptr;
+  pBlitList2D = nullptr;
+  free_sort_scratch();
+}
+
+int32_t CreateBlitList(const char *name, uint32_t capacity, uint32_t step) {
+  if (!pBlitLists2D || !name || capacity < 1 || capacity == UINT32_MAX || step < 1) return -1;
+  if (pBlitLists2D->count == pBlitLists2D->capacity && !ORBGI2D_Internal_ResizeBlitLists())
+    return -1;
+
+  orb_blit_list list = {strdup(name), capacity, step, 0, capacity, nullptr, nullptr};
+  const char *failure = ": Error to create BLIT2D space";
+  if (list.name) list.requests = new_array<__ORBBlit2D__>(capacity);
+  if (list.requests) {
+    failure = ": Error to create BLIT2DZOrder table";
+    list.order = new_array<__ORBBlit2D__ *>(capacity);
+  }
+  if (!list.order) {
+    list_fatal(name, failure);
+    free_list(list);
+    return -1;
+  }
+
+  const uint32_t index = pBlitLists2D->next_index++;
+  ++pBlitLists2D->count;
+  pBlitLists2D->lists[index] = list;
+  pBlitList2D = &pBlitLists2D->lists[index];
+  return int32_t(index);
+}
+
+int32_t UseBlitList(int32_t index) {
+  if (!pBlitLists2D || uint32_t(index) >= pBlitLists2D->count) return 0;
+  pBlitList2D = &pBlitLists2D->lists[index];
+  return 1;
+}
+
+/// The list grows when its last slot is taken, so that one is always free.
+__ORBBlit2D__ *GetAndUpdateBlitList() {
+  if (!pBlitList2D) return nullptr;
+  const uint32_t used = pBlitList2D->used + 1;
+  if (used >= pBlitList2D->capacity && !ResizeBlitList()) return nullptr;
+  pBlitList2D->used = used;
+  return &pBlitList2D->requests[used - 1];
+}
+
+/// Grows the current list by its step; 1, or 0 after a fatal report, with the list as it was.
+int32_t ResizeBlitList() {
+  if (!pBlitList2D) return 0;
+  orb_blit_list &list = *pBlitList2D;
+  if (list.capacity == request_limit) {
+    list_fatal(list.name, ": BLIT2D list out of capacity");
+    return 0;
+  }
+  const uint64_t capacity = std::min<uint64_t>(uint64_t(list.capacity) + list.step, request_limit);
+
+  const uintptr_t old_address = reinterpret_cast<uintptr_t>(list.requests);
+  __ORBBlit2D__ *const requests = resize_array(list.requests, capacity);
+  if (!requests) {
+    list_fatal(list.name, ": Error to resize BLIT2D list");
+    return 0;
+  }
+  memset(requests + list.capacity, 0, size_t(capacity - list.capacity) * sizeof *requests);
+  list.requests = requests;
+  // The array may have moved below a frame that is being drawn: an operation may take requests.
+  const auto moved = [=](const __ORBBlit2D__ *request) {
+    return requests + (reinterpret_cast<uintptr_t>(request) - old_address) / sizeof *requests;
+  };
+  for (uint32_t i = 0; i < list.order_capacity; ++i)
+    if (list.order[i]) list.order[i] = moved(list.order[i]);
+
+  __ORBBlit2D__ **order = resize_array(list.order, capacity);
+  if (!order) {
+    list_fatal(list.name, ": Error to resize BLIT2DZOrder table");
+    return 0;
+  }
+  memset(order + list.order_capacity, 0, size_t(capacity - list.order_capacity) * sizeof *order);
+  list.order = order;
+  list.capacity = list.order_capacity = uint32_t(capacity);
+  return 1;
+}
+
+/// QUIRK: copying the whole request would look more natural. `drawn`, the first two reserved words
+/// after the drawn box, `tfmorder`, `own_region`, the reserved word before `src`, and `dst` stay as
+/// they are; that is intended.
+int32_t ChangeBlitList(int32_t index, const __ORBBlit2D__ *request) {
+  if (!request || !pBlitList2D || uint32_t(index) >= pBlitList2D->used) return -1;
+  __ORBBlit2D__ &to = pBlitList2D->requests[index];
+  __ORBBlit2D__ changed = *request;
+  changed.drawn = to.drawn;
+  changed.reserved0[0] = to.reserved0[0];
+  changed.reserved0[1] = to.reserved0[1];
+  changed.tfmorder = to.tfmorder;
+  changed.own_region = to.own_region;
+  changed.reserved2 = to.reserved2;
+  changed.dst = to.dst;
+  to = changed;
+  return index;
+}
+
+void ResetBlitList() {
+  if (pBlitList2D) pBlitList2D->used = 0;
+}
+
+orb_blit_list *GetPtrBlitList() {
+  return pBlitList2D;
+}
+
+int32_t GetNumsBlitOnList() {
+  return pBlitList2D ? int32_t(pBlitList2D->used) : 0;
+}
+
+__ORBBlit2D__ *GetNumBlitOnList(int32_t index) {
+  if (!pBlitList2D || uint32_t(index) >= pBlitList2D->used) return nullptr;
+  return &pBlitList2D->requests[index];
+}

@@ -1,0 +1,85 @@
+// One frame, from the blit list to the display.
+#include "frame/blit_list.h"
+#include "frame/frame.h"
+#include "module/module.h"
+#include "surface/palette.h"
+#include "surface/surface.h"
+#include "video/fades.h"
+#include "video/video.h"
+
+int32_t dump_type = 1, restore_type = 1;
+int32_t old_dump_type = 1, old_restore_type = 1;
+int32_t num_blits2D;
+
+namespace {
+
+/// QUIRK: this frame's restore type would look more natural. The previous frame's is used, with the
+/// zones that it left: they say what is on the screen now. That is intended.
+void restore_background() {
+  if (restore_type == -1) return;
+  (ground_puting ? draw_ground : clear_screen)(old_restore_type);
+}
+
+/// Notes the box of a request that has run. With all zones in use nothing is noted, not even in a
+/// zone that the box touches.
+void record_zone(const __ORBBlit2D__ *request) {
+  if (num_framezones == max_framezones || complete_frame || !marks_screen(request)) return;
+  const orb_frame_zone box = zone_of(request);
+  if (covers_screen(box)) complete_frame = 1;
+  accumulate_zone(box);
+}
+
+/// Runs the requests in drawing order. A request without an operation draws nothing.
+void run_requests() {
+  for (int32_t i = 0; i < num_blits2D; ++i) {
+    __ORBBlit2D__ *request = pBlitList2D->order[i];
+    if (request->blit_op)
+      request->blit_op(request);
+    else
+      request->drawn = 0;
+    // The array moves when an operation takes so many requests that the list grows.
+    if (old_dump_type == 0) record_zone(pBlitList2D->order[i]);
+  }
+  if (num_framezones == max_framezones) complete_frame = 1;
+}
+
+/// Steps a running fade, or applies the levels at which the last one stopped. A new palette, which
+/// an 8-bit display must be told of, goes with the fade or by itself.
+void apply_fade(bool palette_changed) {
+  if (fading && *fading) {
+    update_fade();
+  } else if (mode.bpp > 8 && fade_pos != fade_levels{100, 100, 100}) {
+    do_fading(nullptr);
+  } else {
+    fading_run = 0;
+    if (palette_changed && mode.bpp == 8) do_fading(nullptr);
+  }
+}
+
+} // namespace
+
+void draw_frame() {
+  if (!pBlitList2D) return;
+  if (!screen) { // no mode could be set: there is nothing to draw on
+    device2D.ResetBlitList();
+    return;
+  }
+  const bool palette_changed = palette_update;
+  if (palette_changed) {
+    update_system_colors();
+    palette_update = 0;
+  }
+  restore_background();
+  complete_frame = 0;
+  num_blits2D = GetNumsBlitOnList();
+  if (num_blits2D > 0) {
+    SortBlitList();
+    run_requests();
+  }
+  apply_fade(palette_changed);
+  if (VID_DrawFrame) VID_DrawFrame();
+  if (num_blits2D > 0) {
+    if (!(dump_type && restore_type)) update_frame_zones();
+    device2D.ResetBlitList();
+  }
+}

@@ -1,0 +1,138 @@
+#include "frame/process_scan.h"
+
+#include "module/module.h"
+#include "surface/registry.h"
+#include "surface/surface.h"
+
+int32_t destination_file, destination_graph;
+
+namespace {
+
+constexpr int32_t full_turn = 360000;
+constexpr int32_t max_directions = 256;
+
+/// QUIRK: clearing bit 0 alone would look more natural; scripts rely on bits 8 and above going
+/// with it whenever a direction graph is chosen.
+constexpr int32_t kept_by_xgraph = 254;
+
+/// The graph a process shows, or null when it shows none. Sets `max_graph`.
+__ORBSurface2D__ *source_of(const orb_locals &locals) {
+  const int32_t file = locals.file, graph = locals.graph;
+  max_graph = file ? graphs_per_library : max_map;
+  if (graph < 1 || graph >= max_graph) return nullptr;
+  const orb_fpg &library = fpg[file];
+  if (!library.map_count || !library.slots) return nullptr;
+  const orb_map_slot &slot = library.slots[graph];
+  return slot.code ? slot.surface : nullptr;
+}
+
+/// The surface a process draws on, or null when there is none. Reads the source library's bound
+/// from `max_graph`.
+__ORBSurface2D__ *destination_of(const orb_locals &locals) {
+  destination_file = locals.destination_file;
+  destination_graph = locals.destination_graph;
+  if (destination_file < 0 || destination_file >= max_fpg) return nullptr;
+  // QUIRK: the bound of the destination's own library would look more natural. It is the source's:
+  // a process of a library other than 0 can't draw on the run-time graphs of library 0.
+  if (destination_graph < 0 || destination_graph >= max_graph) return nullptr;
+  if (destination_graph == 0) return destination_file == 0 ? screen : nullptr;
+  pfpgmap_dst = GetMAP(destination_file, destination_graph);
+  return pfpgmap_dst ? pfpgmap_dst->surface : nullptr;
+}
+
+void fill_request(__ORBBlit2D__ &request, orb_process *process, const orb_locals &locals,
+                  __ORBSurface2D__ *source, __ORBSurface2D__ *destination) {
+  const int32_t angle = locals.angle % full_turn;
+  request.owner = process;
+  request.drawn = 0; // should a replaced operation not say
+  request.x = locals.x;
+  request.y = locals.y;
+  if (locals.resolution > 0) {
+    request.x /= locals.resolution;
+    request.y /= locals.resolution;
+  }
+  request.z = locals.z;
+  request.region = locals.region;
+  request.resolution = locals.resolution;
+  request.destination_file = locals.destination_file;
+  request.destination_graph = locals.destination_graph;
+  request.tfmorder = locals.tfmorder;
+  request.angle = angle;
+  request.size = locals.size;
+  request.size_x = locals.size_x;
+  request.size_y = locals.size_y;
+  request.shear_x = locals.shear_x;
+  request.shear_y = locals.shear_y;
+  request.flags = locals.flags;
+  request.alpha = locals.alpha;
+  request.fxmode = locals.fxmode;
+  request.fxcolor = locals.fxcolor;
+  request.fxintensity = locals.fxintensity;
+  request.own_region = 0;
+  request.src = source;
+  request.dst = destination;
+
+  const bool rotated = !locals.xgraph && angle != 0;
+  const bool scaled = locals.size != 100 || locals.size_x != 100 || locals.size_y != 100;
+  const bool sheared = locals.shear_x || locals.shear_y;
+  request.blit_op = choose_blit_operation(rotated, scaled, sheared);
+}
+
+/// One process. False when the list takes no more.
+bool scan_process(orb_process *process) {
+  if (process->status != 2 && process->status <= 3) return true;
+  orb_locals *locals = process->locals;
+  if (!locals || locals->visible < 1) return true;
+  if (locals->file < 0 || locals->file >= max_fpg) return true;
+  if (locals->xgraph && !apply_xgraph(locals)) return true;
+  __ORBSurface2D__ *source = source_of(*locals);
+  if (!source) return true;
+  __ORBSurface2D__ *destination = destination_of(*locals);
+  if (!destination) return true;
+  __ORBBlit2D__ *request = device2D.GetAndUpdateBlitList();
+  if (!request) return false;
+  fill_request(*request, process, *locals, source, destination);
+  return true;
+}
+
+} // namespace
+
+orb_blit_operation *choose_blit_operation(bool rotated, bool scaled, bool sheared) {
+  if (rotated) {
+    if (sheared) return device2D.ORBGI2D_BlitRotScaleShear;
+    return scaled ? device2D.ORBGI2D_BlitRotScale : device2D.ORBGI2D_BlitRotate;
+  }
+  if (sheared) return device2D.ORBGI2D_BlitScaleShear;
+  return scaled ? device2D.ORBGI2D_BlitScale : device2D.ORBGI2D_Blit;
+}
+
+bool apply_xgraph(orb_locals *locals) {
+  const int32_t *directions = locals->xgraph;
+  const int32_t count = directions[0];
+  if (count < 1 || count > max_directions) return false;
+
+  int32_t angle = locals->angle % full_turn;
+  if (angle < 0) angle += full_turn;
+  locals->angle = angle;
+  locals->flags &= kept_by_xgraph;
+
+  // With angle below 360000 and at most 256 directions the product stays below 2^28.
+  const int32_t half_sector = full_turn / (2 * count);
+  int32_t index = (half_sector + angle) * count / full_turn;
+  if (index >= count) index = 0;
+  const int32_t graph = directions[index + 1];
+  if (graph < 0) {
+    locals->graph = int32_t(0u - uint32_t(graph));
+    locals->flags |= 1;
+  } else {
+    locals->graph = graph;
+  }
+  return true;
+}
+
+/// Processes with locals that name nothing drawable are passed over silently.
+void do_processes() {
+  if (!fpg || !orbre->rt_processes || !orbre->rt_processes->proc_first) return;
+  for (const orb_process_node *node = orbre->rt_processes->proc_first(0); node; node = node->next)
+    if (node->process && !scan_process(node->process)) return;
+}

@@ -1,0 +1,104 @@
+// The device record: the module's own operations, slot by slot, for the host and for itself.
+#include "blit/blit.h"
+#include "collision/collision.h"
+#include "frame/blit_list.h"
+#include "module/module.h"
+#include "surface/palette.h"
+#include "surface/registry.h"
+#include "surface/surface.h"
+#include "video/fades.h"
+#include "video/video.h"
+
+orb_device2d device2D;
+
+int32_t ORBGI2D_Internal_InitGFXDevice() {
+  device2D = {}; // every slot not named below
+  orb_device2d &d = device2D;
+
+  d.mode = &mode;
+  d.rendering2D_type = &rendering2D_type;
+  d.regions = regions; // rewritten whenever the array moves
+  d.force_sys_fnt = &force_sys_fnt;
+  d.palette_forced = &palette_forced;
+
+  d.VID_GetGFXDC = VID_GetGFXDC;
+  d.VID_ReleaseGFXDC = VID_ReleaseGFXDC;
+  d.VID_SetGFXMode = VID_SetGFXMode;
+  d.VID_RestoreGFXMode = VID_RestoreGFXMode;
+  d.VID_GFXPaint = VID_GFXPaint;
+
+  d.ORBGI2D_CreateGFXSurface = ORBGI2D_CreateGFXSurface;
+  d.ORBGI2D_CreateGFXSurfaceWrapper = ORBGI2D_CreateGFXSurfaceWrapper;
+  d.ORBGI2D_ResizeGFXSurface = ORBGI2D_ResizeGFXSurface;
+  d.ORBGI2D_ResizeGFXSurfaceWrapper = ORBGI2D_ResizeGFXSurfaceWrapper;
+  d.ORBGI2D_DeleteGFXSurface = ORBGI2D_DeleteGFXSurface;
+  d.ORBGI2D_DeleteGFXSurfaceBufferData = ORBGI2D_DeleteGFXSurfaceBufferData;
+  d.ForceSurface = ForceSurface;
+
+  d.ORBGI2D_Blit = ORBGI2D_Blit;
+  d.ORBGI2D_BlitScale = ORBGI2D_BlitScale;
+  d.ORBGI2D_BlitRotate = ORBGI2D_BlitRotate;
+  d.ORBGI2D_BlitRotScale = ORBGI2D_BlitRotScale;
+  d.ORBGI2D_BlitScaleShear = ORBGI2D_BlitScaleShear;
+  d.ORBGI2D_BlitRotScaleShear = ORBGI2D_BlitRotScaleShear;
+  d.ORBGI2D_BlitTile = ORBGI2D_BlitTile;
+  d.ORBGI2D_BlitBlock = ORBGI2D_BlitBlock;
+  d.ORBGI2D_BlitFill = ORBGI2D_BlitFill;
+  d.ORBGI2D_ClearScreen = ORBGI2D_ClearScreen;
+
+  d.CreateBlitList = CreateBlitList;
+  d.UseBlitList = UseBlitList;
+  d.GetAndUpdateBlitList = GetAndUpdateBlitList;
+  d.ChangeBlitList = ChangeBlitList;
+  d.SortBlitList = SortBlitList;
+  d.ResetBlitList = ResetBlitList;
+  d.GetPtrBlitList = GetPtrBlitList;
+  d.GetNumsBlitOnList = GetNumsBlitOnList;
+
+  d.GetMAPCode = GetMAPCode;
+  d.RecMAPCode = RecMAPCode;
+  d.GetFPG = GetFPG;
+  d.GetMaxFPG = GetMaxFPG;
+  d.GetMaxMAP = GetMaxMAP;
+  d.GetMaxREGION = GetMaxREGION;
+  d.GetMAP = GetMAP;
+  d.RegionExists = RegionExists;
+
+  d.GetFilterNxMode = GetFilterNxMode;
+  d.GetEmulatedMode = GetEmulatedMode;
+  d.GetEmulatedWidth = GetEmulatedWidth;
+  d.GetEmulatedHeight = GetEmulatedHeight;
+  d.GetEmulatedXOffset = GetEmulatedXOffset;
+  d.GetEmulatedYOffset = GetEmulatedYOffset;
+  d.GetVirtualResolution = GetVirtualResolution;
+  d.GetVirtualResolutionAspectRatio = GetVirtualResolutionAspectRatio;
+  d.GetVirtualResolutionWidth = GetVirtualResolutionWidth;
+  d.GetVirtualResolutionHeight = GetVirtualResolutionHeight;
+  d.GetVirtualResolutionRatioWidth = GetVirtualResolutionRatioWidth;
+  d.GetVirtualResolutionRatioHeight = GetVirtualResolutionRatioHeight;
+  d.GetVirtualResolutionXOffset = GetVirtualResolutionXOffset;
+  d.GetVirtualResolutionYOffset = GetVirtualResolutionYOffset;
+
+  // The colour packers (63 to 67) follow the depth: set_colour_routines puts them in.
+  d.set_color = set_color;
+  d.find_color = find_color;
+  d.init_force_palette = init_force_palette;
+  d.get_palette = get_palette;
+  d.set_palette = set_palette;
+  d.copy_palette = copy_palette;
+  d.fade_off = fade_off;
+  d.fade_on = fade_on;
+
+  if (!ORBGI2D_Internal_CreateGFXSurfaceList()) return 0;
+  if (ORBGI2D_Internal_CreateBlitLists()) return 1;
+  ORBGI2D_Internal_DeleteGFXSurfaceList();
+  return 0;
+}
+
+void ORBGI2D_Internal_QuitGFXDevice() {
+  delete_collision_surfaces(); // they keep pointers of their own
+  ORBGI2D_DeleteAllGFXSurfaces();
+  ground = screen = nullptr;
+  ORBGI2D_Internal_DeleteGFXSurfaceList();
+  ORBGI2D_Internal_DeleteBlitLists();
+}
