@@ -98,7 +98,6 @@ int32_t ORBGI2D_Internal_InitGFXDevice() {
 void ORBGI2D_Internal_QuitGFXDevice() {
   delete_collision_surfaces(); // they keep pointers of their own
   ORBGI2D_DeleteAllGFXSurfaces();
-  ground = screen = nullptr;
   ORBGI2D_Internal_DeleteGFXSurfaceList();
   ORBGI2D_Internal_DeleteBlitLists();
 }
