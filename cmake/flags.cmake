@@ -30,6 +30,16 @@ if(ORB_SANITIZE)
   target_compile_options(orb_common INTERFACE
     -fsanitize=${ORB_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(orb_common INTERFACE -fsanitize=${ORB_SANITIZE})
+  # The sanitizers take /proc/self/exe for the program. Started through a loader that would be the
+  # loader, and reports would name no lines; so these programs name the sysroot's loader and
+  # libraries themselves, and start directly.
+  if(CMAKE_SYSROOT)
+    set(lib "${CMAKE_SYSROOT}/usr/lib/i386-linux-gnu")
+    target_link_options(orb_common INTERFACE
+      "-Wl,--dynamic-linker,${CMAKE_SYSROOT}/lib/ld-linux.so.2"
+      "-Wl,--disable-new-dtags,-rpath,${lib}:${lib}/pulseaudio:${CMAKE_SYSROOT}/lib/i386-linux-gnu")
+    set(CMAKE_CROSSCOMPILING_EMULATOR "")
+  endif()
 endif()
 
 find_program(ORB_LLD NAMES ld.lld ld.lld-14)

@@ -1,0 +1,41 @@
+# Messages, steps and the lock. Read by `orb`, which sets root and logs.
+
+say() {
+  printf 'orb: %s\n' "$*" >&2
+}
+
+# die MESSAGE: what failed and what to do, in one line.
+die() {
+  say "FAILED: $*"
+  exit 1
+}
+
+# step NAME TITLE ADVICE COMMAND...: says TITLE, runs COMMAND with its output in NAME's log, and on
+# failure ends with TITLE, ADVICE and the log's path.
+step() {
+  local name=$1 title=$2 advice=$3
+  shift 3
+  mkdir -p "$logs"
+  say "$title ..."
+  "$@" >"$logs/$name.log" 2>&1 </dev/null || die "$title: $advice (log: $logs/$name.log)"
+}
+
+# The lock keeps two ./orb from making the same sysroot or build at once. It belongs to file
+# descriptor 9, so it ends with the process however that ends.
+lock() {
+  mkdir -p "$root/build"
+  exec 9>"$root/build/.lock"
+  if ! flock -n 9; then
+    say "waiting for another ./orb to finish building ..."
+    flock 9
+  fi
+}
+
+unlock() {
+  exec 9>&-
+}
+
+# list_of FILE...: the entries of package lists, without comments.
+list_of() {
+  sed 's/#.*//' "$@" | tr -s ' \t' '\n' | sed '/^$/d'
+}

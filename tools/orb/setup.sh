@@ -1,0 +1,208 @@
+# Set-up: the system's packages, the sysroot, the configured build, the build itself.
+
+is_debian() {
+  command -v dpkg-query >/dev/null && command -v apt-get >/dev/null
+}
+
+# Where the system itself is i386, or ORB_NATIVE=1 says that its 32-bit packages are installed,
+# the system's own libraries serve and no sysroot is made.
+is_native() {
+  [ "${ORB_NATIVE-}" = 1 ] || [ "$(dpkg --print-architecture 2>/dev/null)" = i386 ]
+}
+
+as_root() {
+  if [ "$(id -u)" = 0 ]; then
+    "$@"
+  else
+    sudo "$@"
+  fi
+}
+
+apt() {
+  as_root env DEBIAN_FRONTEND=noninteractive apt-get -qy -o DPkg::Lock::Timeout=300 "$@"
+}
+
+# The packages among the arguments that are not installed.
+missing_packages() {
+  local package
+  for package; do
+    case $(dpkg-query -W -f='${db:Status-Status}\n' "$package" 2>/dev/null) in
+      *installed*) ;;
+      *) echo "$package" ;;
+    esac
+  done
+}
+
+# An index that is missing, or names files that the archive has since replaced, is refreshed once.
+install_packages() {
+  as_root dpkg --configure -a || return
+  if apt install --simulate --no-install-recommends "$@" &&
+     apt install --no-install-recommends "$@"; then
+    return
+  fi
+  apt update && apt install --no-install-recommends "$@"
+}
+
+# need_packages NAME...: installs those that are missing.
+need_packages() {
+  is_debian || return 0 # elsewhere CMake says what it does not find
+  local missing
+  mapfile -t missing < <(missing_packages "$@")
+  [ ${#missing[@]} -eq 0 ] && return
+  if [ "$(id -u)" != 0 ]; then
+    command -v sudo >/dev/null ||
+      die "no root and no sudo: as root, run: apt-get install ${missing[*]}"
+    # Ask for the password, where one is needed, before the output goes to the log.
+    sudo -n true 2>/dev/null || sudo -v || die "sudo refused: as root, run: apt-get install ${missing[*]}"
+  fi
+  step packages "installing ${missing[*]}" "check the network and repeat" \
+    install_packages "${missing[@]}"
+}
+
+# What the sysroot is made of; it is remade when this changes.
+sysroot_id() {
+  list_of "$sysroot_list" | sort | sha256sum | cut -d' ' -f1
+}
+
+# The archive as apt's one-line form, for i386. Only the release itself, not its updates: indexes
+# of those change daily and can be stale on a mirror, and nothing here faces the network.
+archive_line() {
+  local format='$(REPO_URI) $(CODENAME) $(COMPONENT) $(SIGNED_BY)'
+  apt-get indextargets --format "$format" 'Created-By: Packages' 'Component: main' \
+    "Codename: $1" | awk 'NR == 1 {
+      by = $4 ~ /^\// ? " signed-by=" $4 : ""
+      print "deb [arch=i386" by "] " $1, $2, $3
+    }'
+}
+
+# make_sysroot DIR: extracts the listed packages and what they depend on. Nothing of them is run.
+make_sysroot() {
+  local dir=$1 suite line proxy options=()
+  suite=$(. /etc/os-release && echo "${VERSION_CODENAME-}")
+  line=$(archive_line "$suite")
+  if [ -z "$line" ]; then
+    apt update || return
+    line=$(archive_line "$suite")
+  fi
+  [ -n "$line" ] || { echo "apt knows no archive of '$suite'"; return 1; }
+  proxy=$(apt-config dump --format '%v' Acquire::http::Proxy)
+  [ -z "$proxy" ] || options+=(--aptopt="Acquire::http::Proxy \"$proxy\"")
+
+  rm -rf "$dir"
+  mmdebstrap --mode=chrootless --arch=i386 --variant=extract \
+    --include="$(list_of "$sysroot_list" | paste -sd,)" "${options[@]}" "$suite" "$dir" "$line" ||
+    return
+  rm -rf "$dir"/usr/share/{doc,man,locale} "$dir"/var
+
+  # Absolute links would lead out of the sysroot.
+  local link target
+  while IFS= read -r link; do
+    target=$(readlink "$link")
+    [ ! -e "$dir$target" ] || ln -sfnr "$dir$target" "$link" || return
+  done < <(find "$dir" -lname '/*')
+  sysroot_id >"$dir/.id"
+}
+
+# The new sysroot is made beside the old one and then takes its place.
+need_sysroot() {
+  local id new=$root/.sysroot.new
+  id=$(sysroot_id)
+  [ "$(cat "$sysroot/.id" 2>/dev/null)" = "$id" ] && return
+  if [ "$(cat "$new/.id" 2>/dev/null)" != "$id" ]; then
+    step sysroot "making the i386 sysroot (about half a minute)" \
+      "check the network and repeat" make_sysroot "$new"
+  fi
+  rm -rf "$sysroot"
+  mv "$new" "$sysroot" || die "$new could not be renamed to $sysroot: check that folder's rights"
+}
+
+# need_setup [PACKAGE...]: the system's packages, those named beside, and the sysroot.
+need_setup() {
+  local packages
+  mapfile -t packages < <(list_of "$root/tools/packages.txt")
+  if is_native; then
+    local suffix=
+    [ "$(dpkg --print-architecture 2>/dev/null)" = i386 ] || suffix=:i386
+    mapfile -t -O ${#packages[@]} packages < <(list_of "$sysroot_list" | sed "s/\$/$suffix/")
+    need_packages "${packages[@]}" "$@"
+  else
+    need_packages "${packages[@]}" "$@"
+    need_sysroot
+  fi
+}
+
+# need_configured PRESET: a configured build/PRESET. It starts anew when the sysroot was remade,
+# and is configured again when its options changed; CMake itself sees to all else.
+need_configured() {
+  local preset=$1 dir=$root/build/$1 options=() source=$1 id=native wanted
+  if is_native; then
+    source=native
+    [ "$preset" != asan ] || options+=(-DORB_SANITIZE=address,undefined)
+  else
+    id=$(cat "$sysroot/.id")
+  fi
+  [ "${CI-}" != true ] || options+=(-DORB_WERROR=ON)
+
+  wanted="$id $source ${options[*]-}"
+  local old
+  old=$(cat "$dir/.configured" 2>/dev/null)
+  [ "$old" = "$wanted" ] && [ -e "$dir/build.ninja" ] && return
+  [ "${old%% *}" = "$id" ] || rm -rf "$dir"
+  rm -f "$dir/.configured"
+  step "configure-$preset" "configuring build/$preset" "read the end of the log" \
+    cmake -S "$root" --preset "$source" -B "$dir" "${options[@]}"
+  printf '%s\n' "$wanted" >"$dir/.configured"
+}
+
+# Shows ninja's progress tersely, and everything that is not progress as it is.
+show_progress() {
+  awk -v terminal="$([ -t 2 ] && echo 1)" '
+    function clear() { if (terminal && shown) { printf "\r\033[K"; shown = 0 } }
+    /^ninja: (no work to do|Entering directory)/ || /^-- / || /^\[0\/[0-9]+\]/ { next }
+    match($0, /^\[[0-9]+\/[0-9]+\]/) {
+      split(substr($0, 2, RLENGTH - 2), n, "/")
+      if (terminal) {
+        printf "\r\033[K%.79s", $0
+        shown = 1
+      } else if (n[1] == 1 || n[1] == n[2] || int(n[1] * 8 / n[2]) != tick) {
+        print substr($0, 1, RLENGTH)
+        tick = int(n[1] * 8 / n[2])
+      }
+      fflush()
+      next
+    }
+    command { command = 0; next } # the long command line below it is in the log
+    /^FAILED: / { command = 1 }
+    { clear(); print; fflush() }
+    END { clear() }' >&2
+}
+
+# need_built PRESET TARGET...
+need_built() {
+  local preset=$1 dir=$root/build/$1 log=$logs/build-$1.log
+  shift
+  mkdir -p "$logs"
+  ninja -C "$dir" "$@" 2>&1 </dev/null | tee "$log" | show_progress
+  [ "${PIPESTATUS[0]}" = 0 ] ||
+    die "building build/$preset: mend the errors above and repeat (log: $log)"
+}
+
+# prepare PRESET TARGET...: everything up to the built targets.
+prepare() {
+  local preset=$1 extra=()
+  [ "$preset" != asan ] || mapfile -t extra < <(list_of "$root/tools/packages-sanitize.txt")
+  lock
+  need_setup "${extra[@]}"
+  need_configured "$preset"
+  need_built "$@"
+  unlock
+}
+
+# The preset for ordinary builds: warnings are errors on the integration machine.
+default_preset() {
+  if [ "${CI-}" = true ]; then echo ci; else echo dev; fi
+}
+
+run32() {
+  if is_native; then "$@"; else "$root/tools/run32" "$@"; fi
+}

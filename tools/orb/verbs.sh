@@ -1,0 +1,166 @@
+# The verbs. Read by `orb`.
+
+verb_help() {
+  cat <<'END'
+usage: ./orb VERB [ARGUMENTS]
+
+  play [OPTIONS] SCRIPT   play a Lua script; --help lists the player's options
+  test [--sanitize] [PATTERN | CTEST OPTIONS]
+                          run all tests, or those whose suite matches PATTERN;
+                          --sanitize: under AddressSanitizer and UBSan
+  bench [NAME]            run all benchmarks, or those whose name matches NAME
+  build                   build everything
+  install PREFIX          install module, header and player under PREFIX
+  clean [--all]           remove what was built; --all: the sysroot too
+  help                    show this list
+
+Each verb first installs what is missing and builds what changed.
+END
+}
+
+# Whether the arguments of the player (those before "--") hold one of the options $1 names,
+# as in has_option "--frames --headless" ARGUMENTS.
+has_option() {
+  local names=" $1 " argument
+  shift
+  for argument; do
+    [ "$argument" = -- ] && return 1
+    case $names in *" ${argument%%=*} "*) return 0 ;; esac
+  done
+  return 1
+}
+
+# A named video driver is taken to know what it does; otherwise an X display must open.
+display_opens() {
+  [ -n "${SDL_VIDEODRIVER-}" ] ||
+    { [ -n "${DISPLAY-}" ] && run32 "$root/build/$1/bin/can_open_display" 2>/dev/null; }
+}
+
+verb_play() {
+  local preset picture
+  preset=$(default_preset)
+  prepare "$preset" play
+  local player=("$root/build/$preset/bin/orbplay")
+  is_native || player=("$root/tools/run32" "${player[@]}")
+
+  if [ $# -eq 0 ] ||
+     has_option "--headless --help -h --version --list-functions" "$@" ||
+     display_opens "$preset"; then
+    exec "${player[@]}" "$@"
+  fi
+
+  say "no display can be opened (DISPLAY='${DISPLAY-}'): playing headless"
+  local options=(--headless)
+  has_option --frames "$@" || options+=(--frames 300)
+  if has_option --screenshot "$@"; then
+    exec "${player[@]}" "${options[@]}" "$@"
+  fi
+  picture=$root/build/last-frame.png
+  rm -f "$picture"
+  "${player[@]}" "${options[@]}" --screenshot "$picture" "$@"
+  local status=$?
+  [ ! -e "$picture" ] || say "the last frame: $picture"
+  exit $status
+}
+
+# A private X server on a free display, so that window tests need no display of the user's and
+# open no windows on it.
+xvfb=
+stop_xvfb() {
+  [ -z "$xvfb" ] || kill "$xvfb" 2>/dev/null
+  xvfb=
+}
+
+start_xvfb() {
+  local number=$root/build/.display waited=0
+  mkdir -p "$logs"
+  : >"$number"
+  trap stop_xvfb EXIT
+  trap 'exit 130' INT
+  trap 'exit 143' TERM HUP
+  Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp -noreset \
+    3>"$number" >"$logs/xvfb.log" 2>&1 </dev/null &
+  xvfb=$!
+  until [ -s "$number" ]; do
+    kill -0 "$xvfb" 2>/dev/null && [ $((waited += 1)) -lt 300 ] ||
+      die "Xvfb did not start: see what it says (log: $logs/xvfb.log)"
+    sleep 0.1
+  done
+  export DISPLAY=:$(cat "$number")
+  unset SDL_VIDEODRIVER XAUTHORITY WAYLAND_DISPLAY
+}
+
+# Adds up ctest's log: test cases of the GoogleTest suites, and the scripts as one case each.
+summarize() {
+  awk '
+    /^[0-9]+\/[0-9]+ Testing: / { suites = 0; lost = 0 }
+    /^\[==========\] [0-9]+ tests? from .* ran\./ { ran = $2; suites = 1 }
+    /^\[  PASSED  \] [0-9]+ tests?\.?/ { passed += $4 }
+    /^\[  FAILED  \] [0-9]+ tests?, listed below/ { failed += $4; lost = $4 }
+    /^\[  SKIPPED \] [0-9]+ tests?, listed below/ { skipped += $4 }
+    /^script functions pending: / { pending = $0 }
+    /^Test Passed\.$/ { if (!suites) passed++ }
+    /^Test Failed\.$/ || /^Test (timeout|time-out)/ { if (!lost) failed++ }
+    END {
+      if (pending) print pending
+      printf "%d passed, %d failed%s\n", passed, failed, skipped ? ", " skipped " skipped" : ""
+    }' "$1"
+}
+
+verb_test() {
+  local preset status arguments=()
+  preset=$(default_preset)
+  while [ $# -gt 0 ]; do
+    case $1 in
+      --sanitize) preset=asan ;;
+      -*) arguments+=("$@"); break ;;
+      *) arguments+=(-R "$1") ;;
+    esac
+    shift
+  done
+  prepare "$preset" all
+  start_xvfb
+  local log=$root/build/$preset/Testing/Temporary/LastTest.log
+  rm -f "$log"
+  ctest --test-dir "$root/build/$preset" -j "$(nproc)" --output-on-failure --no-tests=error \
+    "${arguments[@]}" </dev/null
+  status=$?
+  [ ! -e "$log" ] || summarize "$log"
+  [ $status = 0 ] || say "FAILED: some tests failed: see above (log: $log)"
+  exit $status
+}
+
+verb_bench() {
+  local preset options=()
+  preset=$(default_preset)
+  if [ $# -gt 0 ] && [ "${1#-}" = "$1" ]; then
+    options+=("--benchmark_filter=$1")
+    shift
+  fi
+  prepare "$preset" orb_bench
+  export SDL_VIDEODRIVER=${SDL_VIDEODRIVER-dummy}
+  run32 "$root/build/$preset/bin/orb_bench" "${options[@]}" "$@"
+}
+
+verb_build() {
+  local preset
+  preset=$(default_preset)
+  prepare "$preset" all
+}
+
+verb_install() {
+  [ $# -eq 1 ] || { say "usage: ./orb install PREFIX"; exit 2; }
+  local preset
+  preset=$(default_preset)
+  prepare "$preset" all
+  cmake --install "$root/build/$preset" --prefix "$1" >"$logs/install.log" 2>&1 ||
+    die "installing under $1: check that folder's rights (log: $logs/install.log)"
+}
+
+verb_clean() {
+  case ${1-} in
+    '') rm -rf "$root/build" ;;
+    --all) rm -rf "$root/build" "$root/.sysroot" "$root/.sysroot.new" ;;
+    *) say "usage: ./orb clean [--all]"; exit 2 ;;
+  esac
+}
