@@ -1,7 +1,7 @@
 // Presentation: the finished screen, converted to the display's depth and copied into `buffer`.
 #pragma once
 
-#include <cstdint>
+#include "orb/graphics2d.h"
 
 /// Copies `screen` to `buffer`; `type` 1 completely, 0 only the frame zones where that is enough.
 using present_routine = void(int32_t type);
@@ -10,6 +10,16 @@ extern present_routine *draw_screen;
 /// What the display holds: 0 a plain copy, else the number of the filter that wrote it. A nonzero
 /// status makes the next plain copy complete.
 extern int32_t filter_status;
+/// A filter_status for a display that holds nothing of ours: just opened, or its colours changed.
+inline constexpr int32_t filter_status_stale = -1;
+/// Row strides of screen and buffer in pixels, set by every presentation before it copies.
+extern int32_t scr_pitch, buf_pitch;
+
+/// The presentation for a mode depth, a display depth and the filters in force; null when there is
+/// none.
+present_routine *find_present_routine(int32_t mode_depth, int32_t display_depth);
+/// True when every depth pair has a presentation for this scale (0..2) and scan-line index (0..4).
+bool filter_available(int32_t scale, int32_t scanline_index);
 
 /// Chooses draw_screen, clear_screen and draw_ground for the depths in force. 0 when there is no
 /// routine for them (after a fatal report; the old routines stay).
@@ -18,3 +28,5 @@ int32_t set_screen_routines();
 void set_screen_color();
 /// 1 when scripts have set a screen colour.
 extern uint8_t screen_color_set;
+/// Its components, from which it is packed at another depth.
+extern orb_rgb screen_color_rgb;

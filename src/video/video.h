@@ -1,8 +1,8 @@
 // The video device: the current mode, the mode lists, the window, and the way a finished screen
 // takes to it. Backend: SDL 1.2.
 //
-// Owner of the state below: video/mode.cpp (what scripts ask for) and video/sdl_backend.cpp (what
-// was opened). Everyone may read it.
+// Owner of the state below: video/mode.cpp (what scripts ask for), video/mode_lists.cpp (what the
+// display offers) and video/sdl_backend.cpp (what was opened). Everyone may read it.
 #pragma once
 
 #include "orb/graphics2d.h"
@@ -55,7 +55,9 @@ extern void (*VID_DrawFrame)();
 /// Defaults, lists, tables and SDL. 1, or 0 when SDL can't be had.
 int32_t VID_Init_Graphics2D();
 void VID_Quit_Graphics2D();
-/// Opens what `mode` asks for; 1, or 0 when it can't be had.
+/// Opens what `mode` asks for; 1, or 0 when it can't be had. Then settings, tables and display are
+/// back at the last mode that worked, the surfaces untouched; when even that can't be opened again
+/// presentation does nothing.
 int32_t VID_SetGFXMode();
 int32_t VID_RestoreGFXMode();
 void VID_GFXPaint();
@@ -67,10 +69,31 @@ int32_t VID_UpdatePalette(const __ORBPalette2D__ *colours);
 /// Re-sets the mode after `mode` was changed: fades when asked, rebuilds what follows the depth,
 /// opens. The result of set-mode.
 int32_t apply_mode();
+/// filter_w, filter_h and filterNx_mode as the mode, the 2x filter and the virtual resolution ask.
+void update_filter_size();
+/// The index 0..4 of a script's scan-line argument: none, 25 %, 50 %, 75 %, black.
+int32_t scanline_index(int32_t scanline);
+/// Stores a script's scan-line argument: filter_scanline, filter_scanlinepercent and its index.
+void set_scanline_filter(int32_t scanline);
 
+/// Brings ground and screen to the given size and depth, cleared, with no ground picture. 1, or 0
+/// with both as they were (after a fatal report).
+int32_t fit_surfaces(int32_t width, int32_t height, int32_t depth);
+void delete_surfaces();
+/// Ratio size, offsets and lookup tables of a virtual resolution of virtual_resolution_w x
+/// virtual_resolution_h for a logical screen of the given size. 1, or 0 with the old tables kept
+/// (after a fatal report).
+int32_t make_virtual_resolution(int32_t screen_width, int32_t screen_height);
+void delete_virtual_resolution();
+
+/// Starts SDL's video (unless the host has) and lists the modes. 1 or 0.
 int32_t SDLX11_Init();
+/// Fills the mode lists from what SDL offers. 1, or 0 when memory runs out (after a fatal report).
 int32_t SDLX11_GetModes();
+/// The set-mode operation: display, wrapper, surfaces, routines, in that order. 1 or 0; after a 0
+/// surfaces and routines are untouched and the display counts as closed.
 int32_t SDLX11_SetMode();
+/// Open the display for SDLX11_SetMode; 1 or 0.
 int32_t SDLX11_SetWindowedMode();
 int32_t SDLX11_SetFullScreenMode();
 void SDLX11_DrawFrame_Windowed();
@@ -79,6 +102,25 @@ int32_t SDLX11_RestoreMode();
 void SDLX11_Quit();
 /// Shows a critical error in the host's message box and ends the program through the host.
 void SDLX11_Error(const char *text);
+
+/// The record of the mode list of that depth with this size, depth and (unless 0) rate, or null.
+const orb_video_mode *find_video_mode8(int32_t width, int32_t height, int32_t bpp, int32_t rate);
+const orb_video_mode *find_video_mode16(int32_t width, int32_t height, int32_t bpp, int32_t rate);
+const orb_video_mode *find_video_mode32(int32_t width, int32_t height, int32_t bpp, int32_t rate);
+/// Chooses among them by `bpp`: the 8-bit list for anything but 16 and 32.
+const orb_video_mode *find_video_mode(int32_t width, int32_t height, int32_t bpp, int32_t rate);
+/// The smallest listed mode that has room for filter_w x filter_h, for a full screen with borders:
+/// sets emulated_mode, emulated_w, emulated_h, and mode.rate when a rate was asked. 1 or 0.
+int32_t FindEmulatedMode();
+/// Empty lists of the starting capacity. 0 on failed allocation.
+int32_t create_mode_lists();
+void delete_mode_lists();
+/// Appends to the master list, growing it when full. 0 on failed allocation.
+int32_t add_video_mode(int32_t width, int32_t height, int32_t bpp, int32_t rate);
+/// Trims the master list and makes the sorted lists by depth from it. 0 after a fatal report.
+int32_t finish_mode_lists();
+/// Adds the sizes that scripts have constants for and that fit the desktop.
+int32_t add_registered_modes(int32_t bpp);
 
 /// Fills the script arrays video_modes, video_bits, video_rates and their counts.
 void update_video_structs();

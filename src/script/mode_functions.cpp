@@ -1,0 +1,217 @@
+// Script functions that set the video mode and ask about it.
+#include "module/script_call.h"
+#include "script/handlers.h"
+#include "video/presentation.h"
+#include "video/video.h"
+
+#include <algorithm>
+
+namespace {
+
+enum mode_flag : int32_t {
+  flag_window = 1,
+  flag_fullscreen = 2,
+  flag_donotcenterwindow = 4,
+  flag_centerwindow = 8,
+  flag_donotcentermouse = 16,
+  flag_centermouse = 32,
+  flag_donotfade = 64,
+  flag_fade = 128,
+  flag_buffercopy = 1024,
+  flag_bufferflip = 2048,
+  flag_donotwaitvsync = 4096,
+  flag_waitvsync = 8192,
+};
+
+struct mode_request {
+  int32_t width, height, bpp, flags, rate, scale, scanline, fx;
+};
+
+/// What a call leaves out stays as it is.
+mode_request current_request() {
+  return {mode.width,
+          mode.height,
+          mode.bpp,
+          0,
+          mode.rate,
+          filter_scale,
+          filter_scanline | filter_scanlinepercent,
+          filter_fx};
+}
+
+void decode_packed(mode_request &request, int32_t code) {
+  // QUIRK: codes of sizes like 1600x900 are above the last one with three digits of height too, so
+  // 1600900 means 160x900. The threshold is intended.
+  const int32_t base = code > 1280960 ? 10000 : 1000;
+  request.width = code / base;
+  request.height = code % base;
+  request.bpp = 8;
+}
+
+/// Fetches one of the forms of mode_set, last argument first.
+mode_request pop_request() {
+  mode_request request = current_request();
+  auto &[width, height, bpp, flags, rate, scale, scanline, fx] = request;
+  switch (rt_param_count()) {
+  case 2: std::tie(width, height) = pop_args<int32_t, int32_t>(); break;
+  case 3: std::tie(width, height, bpp) = pop_args<int32_t, int32_t, int32_t>(); break;
+  case 4:
+    std::tie(width, height, bpp, flags) = pop_args<int32_t, int32_t, int32_t, int32_t>();
+    break;
+  case 5:
+    std::tie(width, height, bpp, flags, rate) =
+        pop_args<int32_t, int32_t, int32_t, int32_t, int32_t>();
+    break;
+  case 6:
+    std::tie(width, height, bpp, flags, scale, scanline) =
+        pop_args<int32_t, int32_t, int32_t, int32_t, int32_t, int32_t>();
+    break;
+  case 7:
+    std::tie(width, height, bpp, flags, rate, scale, scanline) =
+        pop_args<int32_t, int32_t, int32_t, int32_t, int32_t, int32_t, int32_t>();
+    break;
+  case 8: // decoded although no such form is registered
+    std::tie(width, height, bpp, flags, rate, scale, scanline, fx) =
+        pop_args<int32_t, int32_t, int32_t, int32_t, int32_t, int32_t, int32_t, int32_t>();
+    break;
+  default: decode_packed(request, rt_pop_int()); break;
+  }
+  return request;
+}
+
+bool acceptable(const mode_request &r) {
+  const auto side = [](int32_t pixels) { return pixels > 31 && pixels <= 65535; };
+  return side(r.width) && side(r.height) && (r.bpp == 8 || r.bpp == 16 || r.bpp == 32) &&
+         r.scale >= 0 && r.scale < 3 && r.fx >= 0 && r.fx < 16 && r.rate >= 0 &&
+         filter_available(r.scale, scanline_index(r.scanline));
+}
+
+/// Sets `field` when one of the two flags is given; the first wins.
+template <typename T, typename V>
+void apply_pair(T &field, int32_t flags, int32_t first, V with_first, int32_t second,
+                V with_second) {
+  if (flags & first)
+    field = T(with_first);
+  else if (flags & second)
+    field = T(with_second);
+}
+
+void apply_flags(int32_t flags) {
+  apply_pair(mode.type, flags, flag_window, 1, flag_fullscreen, 2);
+  apply_pair(full_screen, flags, flag_window, 0, flag_fullscreen, 1);
+  apply_pair(mode_centerwindow, flags, flag_donotcenterwindow, 0, flag_centerwindow, 1);
+  apply_pair(mode_centermouse, flags, flag_donotcentermouse, 0, flag_centermouse, 1);
+  apply_pair(mode_fade, flags, flag_donotfade, 0, flag_fade, 1);
+  apply_pair(mode.bufferbehaviour, flags, flag_buffercopy, 1024, flag_bufferflip, 2048);
+  apply_pair(vsync, flags, flag_donotwaitvsync, 0, flag_waitvsync, 1);
+  // The frame hook takes `vsync` from the script's variable, so that has to follow.
+  if (_vsync_ && (flags & (flag_donotwaitvsync | flag_waitvsync))) *_vsync_ = vsync;
+}
+
+} // namespace
+
+/// mode_set(code), (width, height [, bpp [, flags [, rate]]]), (width, height, bpp, flags,
+/// [rate,] scale, scanline); set_mode(code). 1, 0 when the mode can't be opened (the one before
+/// stays), or the failure value for arguments out of range and for filters that the module doesn't
+/// have.
+int32_t ORB_mode_set() {
+  const script_call call{"MODE_SET"};
+  const mode_request request = pop_request();
+  if (!acceptable(request)) return call.fail();
+  mode.width = request.width;
+  mode.height = request.height;
+  mode.bpp = request.bpp;
+  mode.rate = request.rate;
+  apply_flags(request.flags);
+  set_scanline_filter(request.scanline);
+  filter_fx = request.fx;
+  filter_scale = request.scale;
+  update_filter_size();
+  return call.done(apply_mode());
+}
+
+/// set_fps(fps, skip): frames a second (0 no limit, at most 1000) and how many frames in a row may
+/// be skipped (0..100), for the host's timing. Always 1.
+int32_t ORB_set_fps() {
+  const auto [fps, skip] = pop_args<int32_t, int32_t>();
+  host_timing_set_fps(fps < 0 ? 1 : std::min(fps, 1000), std::clamp(skip, 0, 100));
+  return rt_return(1);
+}
+
+int32_t ORB_mode_get_bpp() {
+  return rt_return(mode.bpp);
+}
+int32_t ORB_mode_get_width() {
+  return rt_return(mode.width);
+}
+int32_t ORB_mode_get_height() {
+  return rt_return(mode.height);
+}
+int32_t ORB_mode_get_rate() {
+  return rt_return(mode.rate);
+}
+int32_t ORB_mode_get_type() {
+  return rt_return(mode.type);
+}
+int32_t ORB_mode_get_bufferbehaviour() {
+  return rt_return(mode.bufferbehaviour);
+}
+int32_t ORB_mode_get_vsync() {
+  return rt_return(vsync);
+}
+int32_t ORB_mode_get_realwidth() {
+  return rt_return(sdl_w);
+}
+int32_t ORB_mode_get_realheight() {
+  return rt_return(sdl_h);
+}
+int32_t ORB_mode_is_emulated() {
+  return rt_return(emulated_mode);
+}
+
+/// mode_get_filter(what): 0 scale, 1 scan lines, 2 their strength, 3 effect.
+int32_t ORB_mode_get_filter() {
+  const script_call call{"MODE_GET_FILTER"};
+  switch (rt_pop_int()) {
+  case 0: return call.done(filter_scale);
+  case 1: return call.done(filter_scanline);
+  case 2: return call.done(filter_scanlinepercent);
+  case 3: return call.done(filter_fx);
+  default: return call.fail();
+  }
+}
+
+/// mode_get_render(what): 0 the render type that scripts have set, 1 always 0.
+int32_t ORB_mode_get_render() {
+  const script_call call{"MODE_GET_RENDER"};
+  switch (rt_pop_int()) {
+  case 0: return call.done(rendering2D_type);
+  case 1: return call.done(0);
+  default: return call.fail();
+  }
+}
+
+int32_t ORB_virtualresolution_get_width() {
+  return rt_return(virtual_resolution_w);
+}
+int32_t ORB_virtualresolution_get_height() {
+  return rt_return(virtual_resolution_h);
+}
+int32_t ORB_virtualresolution_get_ratiowidth() {
+  return rt_return(virtual_resolution_ratiow);
+}
+int32_t ORB_virtualresolution_get_ratioheight() {
+  return rt_return(virtual_resolution_ratioh);
+}
+int32_t ORB_virtualresolution_get_xoffset() {
+  return rt_return(virtual_resolution_xoffset);
+}
+int32_t ORB_virtualresolution_get_yoffset() {
+  return rt_return(virtual_resolution_yoffset);
+}
+int32_t ORB_virtualresolution_get_aspectratio() {
+  return rt_return(virtual_resolution_aspectratio);
+}
+int32_t ORB_virtualresolution_is_emulated() {
+  return rt_return(virtual_resolution);
+}

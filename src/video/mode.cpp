@@ -1,0 +1,277 @@
+// The state of the video device: its defaults, and how a changed mode is applied or taken back.
+#include "video/video.h"
+
+#include "blit/blit.h"
+#include "collision/collision.h"
+#include "frame/blit_list.h"
+#include "module/runtime.h"
+#include "script/pixels.h"
+#include "surface/palette.h"
+#include "surface/registry.h"
+#include "surface/tables.h"
+#include "video/fades.h"
+#include "video/presentation.h"
+
+orb_mode mode;
+int32_t cur_mode;
+uint8_t full_screen;
+uint8_t change_mode, filtering_mode;
+int32_t filter_w, filter_h;
+uint8_t filterNx_mode;
+int32_t filter_scale, filter_scanline, filter_scanlinepercent, filter_fx;
+int32_t filter_scanline_percent;
+int32_t orientation_mode;
+uint8_t mode_centerwindow, mode_centermouse, mode_fade;
+int32_t vsync;
+int32_t rendering2D_type;
+int32_t virtual_resolution, virtual_resolution_w, virtual_resolution_h;
+int32_t virtual_resolution_aspectratio;
+
+namespace {
+
+/// Everything that a set-mode can be asked for.
+struct mode_settings {
+  orb_mode mode;
+  uint8_t full_screen, filterNx_mode;
+  int32_t filter_w, filter_h;
+  int32_t filter_scale, filter_scanline, filter_scanlinepercent, filter_fx;
+  int32_t filter_scanline_percent, orientation_mode;
+  int32_t virtual_resolution, virtual_resolution_w, virtual_resolution_h;
+  int32_t virtual_resolution_aspectratio;
+};
+
+/// Calls pair(kept field, field in force) for each.
+template <typename F> void each_setting(mode_settings &kept, F &&pair) {
+  pair(kept.mode, mode);
+  pair(kept.full_screen, full_screen);
+  pair(kept.filterNx_mode, filterNx_mode);
+  pair(kept.filter_w, filter_w);
+  pair(kept.filter_h, filter_h);
+  pair(kept.filter_scale, filter_scale);
+  pair(kept.filter_scanline, filter_scanline);
+  pair(kept.filter_scanlinepercent, filter_scanlinepercent);
+  pair(kept.filter_fx, filter_fx);
+  pair(kept.filter_scanline_percent, filter_scanline_percent);
+  pair(kept.orientation_mode, orientation_mode);
+  pair(kept.virtual_resolution, virtual_resolution);
+  pair(kept.virtual_resolution_w, virtual_resolution_w);
+  pair(kept.virtual_resolution_h, virtual_resolution_h);
+  pair(kept.virtual_resolution_aspectratio, virtual_resolution_aspectratio);
+}
+
+/// What the last set-mode that worked was asked for.
+mode_settings working;
+bool has_working;
+
+/// The palette that went when the depth left 8 bits, for a mode change that has to be taken back.
+__ORBPalette2D__ left_palette;
+
+/// The host's copies of what scripts choose.
+void publish_mode() {
+  if (!deviceSystem_graphics2D) return;
+  if (deviceSystem_graphics2D->full_screen) *deviceSystem_graphics2D->full_screen = full_screen;
+  if (deviceSystem_graphics2D->vsync) *deviceSystem_graphics2D->vsync = vsync;
+}
+
+void rebuild_for_depth() {
+  if (palette) left_palette = *palette;
+  do_tables(mode.bpp);
+  make_fadepalette(nullptr);
+  create_collision_surfaces();
+  set_blitter_routines();
+  set_graphics2D_drawing_routines();
+  cur_mode = mode.bpp;
+}
+
+void return_to_working_mode() {
+  const uint8_t changing = mode.changing, was_change = change_mode, was_filtering = filtering_mode;
+  each_setting(working, [](auto &kept, auto &field) { field = kept; });
+  mode.changing = changing;
+  if (mode.bpp != cur_mode) {
+    const __ORBPalette2D__ colours = left_palette;
+    rebuild_for_depth();
+    if (palette) {
+      *palette = colours;
+      update_depth_tables(palette);
+      make_fadepalette(nullptr);
+      fake_ghost_table = 1;
+    }
+  }
+  publish_mode();
+  // A failed set-mode leaves the surfaces alone; so must the return.
+  change_mode = 0;
+  filtering_mode = 1;
+  SDLX11_SetMode();
+  change_mode = was_change;
+  filtering_mode = was_filtering;
+}
+
+void set_defaults() {
+  const orb_device_system *const system = deviceSystem_graphics2D;
+  const int32_t desktop_w = system ? system->desktop_width : 0;
+  const int32_t desktop_h = system ? system->desktop_height : 0;
+  // The host's full-screen flag, taken by the init hook, decides the first mode's type.
+  mode = {
+      (desktop_w - 320) >> 1, (desktop_h - 200) >> 1, 320, 200, 8, full_screen ? 2 : 1, 1024, 0, 0};
+  cur_mode = mode.bpp;
+  mode_centerwindow = 1;
+  mode_centermouse = 0;
+  mode_fade = 1;
+  change_mode = filtering_mode = 0;
+  filter_w = 320;
+  filter_h = 200;
+  filterNx_mode = 0;
+  filter_scale = filter_scanline = filter_scanlinepercent = filter_fx = 0;
+  filter_scanline_percent = 0;
+  orientation_mode = 0;
+  virtual_resolution = virtual_resolution_w = virtual_resolution_h = 0;
+  virtual_resolution_aspectratio = 0;
+  rendering2D_type = 1;
+  reset_fades();
+  has_working = false;
+}
+
+int32_t create_lists() {
+  if (!create_mode_lists()) {
+    rt_fatal("ENGINE 2D: Error to Create VIDEO MODES list");
+    return 0;
+  }
+  if (!CreateFPGList()) {
+    rt_fatal("ENGINE 2D: Error to Create FPG list");
+    return 0;
+  }
+  if (!CreateDrawList()) {
+    rt_fatal("ENGINE 2D: Error to Create DRAW2D list");
+    return 0;
+  }
+  graphics2D_blitlist = CreateBlitList("GRAPHICS2D", 1024, 256);
+  return graphics2D_blitlist >= 0;
+}
+
+} // namespace
+
+int32_t VID_Init_Graphics2D() {
+  set_defaults();
+  if (!create_lists()) return 0;
+  do_tables(mode.bpp);
+  make_fadepalette(nullptr);
+  return SDLX11_Init();
+}
+
+void VID_Quit_Graphics2D() {
+  SDLX11_Quit();
+  free_tables();
+  delete_virtual_resolution();
+  delete_surfaces();
+  DeleteDrawList();
+  DeleteFPGList();
+  DeleteRegionList();
+  delete_mode_lists();
+  reset_fades();
+  has_working = false;
+}
+
+int32_t VID_SetGFXMode() {
+  // A host may change `mode` itself and call this through the device record.
+  if (mode.bpp != cur_mode) rebuild_for_depth();
+  if (SDLX11_SetMode()) {
+    each_setting(working, [](auto &kept, auto &field) { kept = field; });
+    has_working = true;
+    return 1;
+  }
+  if (has_working) return_to_working_mode();
+  return 0;
+}
+
+int32_t VID_RestoreGFXMode() {
+  return SDLX11_RestoreMode();
+}
+void VID_GFXPaint() {
+  SDLX11_DrawFrame_Windowed();
+}
+int32_t VID_GetGFXDC() {
+  return 0;
+}
+int32_t VID_ReleaseGFXDC() {
+  return 0;
+}
+
+void update_filter_size() {
+  if (virtual_resolution) {
+    filterNx_mode = 0;
+    filter_w = virtual_resolution_w;
+    filter_h = virtual_resolution_h;
+    return;
+  }
+  filterNx_mode = filter_scale != 0;
+  filter_w = mode.width * (filterNx_mode ? 2 : 1);
+  filter_h = mode.height * (filterNx_mode ? 2 : 1);
+}
+
+int32_t scanline_index(int32_t scanline) {
+  if (scanline == 0) return 0;
+  return scanline & 16 ? 1 : scanline & 32 ? 2 : scanline & 64 ? 3 : 4;
+}
+
+void set_scanline_filter(int32_t scanline) {
+  static constexpr int32_t percent_flags[5] = {0, 16, 32, 64, 128};
+  filter_scanline_percent = scanline_index(scanline);
+  filter_scanlinepercent = percent_flags[filter_scanline_percent];
+  if (scanline == 0) filter_scanline = 0;
+  if (scanline & 1) filter_scanline = 1;
+}
+
+int32_t apply_mode() {
+  mode.changing = 1;
+  change_mode = filtering_mode = 0;
+  publish_mode();
+  if (mode_fade) fade_off();
+  if (mode.bpp != cur_mode) rebuild_for_depth();
+  const int32_t result = device2D.VID_SetGFXMode();
+  if (mode_fade) fade_on();
+  mode.changing = 0;
+  return result;
+}
+
+int32_t GetFilterNxMode() {
+  return filterNx_mode;
+}
+int32_t GetEmulatedMode() {
+  return emulated_mode;
+}
+int32_t GetEmulatedWidth() {
+  return emulated_w;
+}
+int32_t GetEmulatedHeight() {
+  return emulated_h;
+}
+int32_t GetEmulatedXOffset() {
+  return emulated_x;
+}
+int32_t GetEmulatedYOffset() {
+  return emulated_y;
+}
+int32_t GetVirtualResolution() {
+  return virtual_resolution;
+}
+int32_t GetVirtualResolutionAspectRatio() {
+  return virtual_resolution_aspectratio;
+}
+int32_t GetVirtualResolutionWidth() {
+  return virtual_resolution_w;
+}
+int32_t GetVirtualResolutionHeight() {
+  return virtual_resolution_h;
+}
+int32_t GetVirtualResolutionRatioWidth() {
+  return virtual_resolution_ratiow;
+}
+int32_t GetVirtualResolutionRatioHeight() {
+  return virtual_resolution_ratioh;
+}
+int32_t GetVirtualResolutionXOffset() {
+  return virtual_resolution_xoffset;
+}
+int32_t GetVirtualResolutionYOffset() {
+  return virtual_resolution_yoffset;
+}

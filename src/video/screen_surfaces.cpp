@@ -1,0 +1,96 @@
+// The two surfaces that follow the mode: the ground and the screen.
+#include <utility>
+
+#include "frame/frame.h"
+#include "module/runtime.h"
+#include "surface/registry.h"
+#include "surface/surface.h"
+#include "video/video.h"
+
+namespace {
+
+bool has_shape(const __ORBSurface2D__ *surface, int32_t width, int32_t height) {
+  return surface->width == uint32_t(width) && surface->height == uint32_t(height);
+}
+
+/// Gives `surface` the pixels of `donor` and deletes the donor.
+void take_pixels(__ORBSurface2D__ *surface, __ORBSurface2D__ *donor) {
+  std::swap(surface->width, donor->width);
+  std::swap(surface->height, donor->height);
+  std::swap(surface->pitch, donor->pitch);
+  std::swap(surface->pixel_count, donor->pixel_count);
+  std::swap(surface->byte_size, donor->byte_size);
+  std::swap(surface->pixels, donor->pixels);
+  surface->cpoints[0] = surface->width >> 1;
+  surface->cpoints[1] = surface->height >> 1;
+  ORBGI2D_DeleteGFXSurface(donor);
+}
+
+/// Both get the new size or neither: the ground's new pixels are there before the screen changes.
+int32_t resize_both(int32_t width, int32_t height) {
+  __ORBSurface2D__ *const donor = ORBGI2D_CreateGFXSurface(width, height, ground->depth, 1);
+  if (!donor) {
+    rt_fatal("Error to Resize Ground 2D Surface");
+    return 0;
+  }
+  if (!ORBGI2D_ResizeGFXSurface(screen, width, height, 1, 1)) {
+    ORBGI2D_DeleteGFXSurface(donor);
+    rt_fatal("Error to Resize Screen 2D Surface");
+    return 0;
+  }
+  take_pixels(ground, donor);
+  return 1;
+}
+
+int32_t create_both(int32_t width, int32_t height, int32_t depth) {
+  __ORBSurface2D__ *const new_ground = ORBGI2D_CreateGFXSurface(width, height, depth, 1);
+  if (!new_ground) {
+    rt_fatal("Error to Create Ground 2D Surface");
+    return 0;
+  }
+  __ORBSurface2D__ *const new_screen = ORBGI2D_CreateGFXSurface(width, height, depth, 1);
+  if (!new_screen) {
+    ORBGI2D_DeleteGFXSurface(new_ground);
+    rt_fatal("Error to Create Screen 2D Surface");
+    return 0;
+  }
+  ORBGI2D_DeleteGFXSurface(ground);
+  ORBGI2D_DeleteGFXSurface(screen);
+  ground = new_ground;
+  screen = new_screen;
+  return 1;
+}
+
+void hand_over() {
+  if (!deviceSystem_graphics2D) return;
+  deviceSystem_graphics2D->ground = ground;
+  deviceSystem_graphics2D->screen = screen;
+}
+
+} // namespace
+
+int32_t fit_surfaces(int32_t width, int32_t height, int32_t depth) {
+  if (!ground || !screen || ground->depth != depth) {
+    if (!create_both(width, height, depth)) return 0;
+  } else if (has_shape(ground, width, height)) {
+    ORBGI2D_BlitFill(ground, 0, 0);
+    ORBGI2D_BlitFill(screen, 0, 0);
+  } else if (!resize_both(width, height)) {
+    return 0;
+  }
+  ground_puting = 0;
+  hand_over();
+  if (regions) regions[0] = {0, width - 1, 0, height - 1};
+  // Zones of the last frame may lie outside the new screen.
+  num_framezones = 0;
+  complete_frame = 1;
+  return 1;
+}
+
+void delete_surfaces() {
+  ORBGI2D_DeleteGFXSurface(ground);
+  ORBGI2D_DeleteGFXSurface(screen);
+  ground = screen = nullptr;
+  ground_puting = 0;
+  hand_over();
+}

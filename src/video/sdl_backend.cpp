@@ -1,0 +1,319 @@
+// The SDL 1.2 backend: listing, opening, wrapping and showing the display surface.
+//
+// SDL owns the display surface: a new SDL_SetVideoMode ends the old one, and "closing" it here is
+// forgetting the pointer. Asked for an exact depth (no SDL_ANYFORMAT), SDL puts a shadow surface
+// of that depth before a display of another one, so the depth that it gives is mostly the mode's.
+#include <SDL.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <initializer_list>
+
+#include "frame/frame.h"
+#include "module/runtime.h"
+#include "surface/palette.h"
+#include "surface/surface.h"
+#include "video/fades.h"
+#include "video/presentation.h"
+#include "video/video.h"
+
+uint8_t sdl_fullscreen;
+int32_t sdl_w, sdl_h;
+int32_t mode_x, mode_y;
+uint8_t mode_bufferflipping;
+__ORBSurface2D__ *buffer;
+
+namespace {
+
+void draw_nothing() {}
+
+SDL_Surface *display; // the open display, or null
+bool display_ready;   // wrapped and with routines: frames can be shown
+bool started_sdl;     // SDL's video was started here, not by the host
+
+/// SDL 1.2 keeps a row's bytes in 16 bits, and X a window's coordinates in signed 16: no side
+/// above this is handed on.
+constexpr int32_t max_display_side = 16383;
+
+/// What SDL opens, or null. The old display is gone afterwards in either case.
+SDL_Surface *open_display(int32_t width, int32_t height, uint32_t flags) {
+  if (width > max_display_side || height > max_display_side) return nullptr;
+  const char *const title = rt_program_name();
+  if (title) SDL_WM_SetCaption(title, title);
+  return SDL_SetVideoMode(width, height, mode.bpp, flags);
+}
+
+void forget_display() {
+  display = nullptr;
+  display_ready = false;
+  sdl_w = sdl_h = 0;
+}
+
+int32_t report_failure(const char *text) {
+  forget_display();
+  rt_fatal(text);
+  return 0;
+}
+
+uint32_t palette_flag() {
+  return mode.bpp == 8 ? SDL_HWPALETTE : 0;
+}
+
+void to_sdl_colours(SDL_Color (&to)[256], const __ORBPalette2D__ &from) {
+  for (int i = 0; i < 256; ++i)
+    to[i] = {from.colours[i].r, from.colours[i].g, from.colours[i].b, 0};
+}
+
+/// The colours that an 8-bit display starts with; anything else needs none.
+bool load_display_palette() {
+  if (mode.bpp != 8 || display->format->BitsPerPixel != 8) return true;
+  SDL_Color colours[256];
+  to_sdl_colours(colours, fadepalette);
+  return SDL_SetPalette(display, SDL_LOGPAL | SDL_PHYSPAL, colours, 0, 256) != 0;
+}
+
+bool lock_display() {
+  return !SDL_MUSTLOCK(display) || SDL_LockSurface(display) == 0;
+}
+void unlock_display() {
+  if (SDL_MUSTLOCK(display)) SDL_UnlockSurface(display);
+}
+
+/// Points the wrapper at the display's pixels, from (mode_x, mode_y) on: with a display larger than
+/// the picture that leaves a border. Only valid while the display is locked.
+void wrap_display() {
+  const uint32_t pixel_bytes = display->format->BytesPerPixel;
+  buffer->width = uint32_t(filter_w);
+  buffer->height = uint32_t(filter_h);
+  buffer->depth = display->format->BitsPerPixel;
+  buffer->pitch = display->pitch;
+  buffer->pixel_count = buffer->width * buffer->height;
+  buffer->byte_size = buffer->pitch * buffer->height;
+  buffer->pixels = static_cast<uint8_t *>(display->pixels) + uint32_t(mode_y) * buffer->pitch +
+                   uint32_t(mode_x) * pixel_bytes;
+}
+
+int32_t create_wrapper() {
+  if (!buffer) buffer = ORBGI2D_CreateGFXSurfaceWrapper(filter_w, filter_h, mode.bpp);
+  if (!buffer) rt_fatal("Error to Create Buffer 2D Surface");
+  return buffer != nullptr;
+}
+
+void delete_wrapper() {
+  if (!buffer) return;
+  // Deleting a wrapper leaves what it points at to its owner; its centre was allocated for us.
+  free(buffer->cpoints);
+  buffer->cpoints = nullptr;
+  ORBGI2D_DeleteGFXSurface(buffer);
+  buffer = nullptr;
+}
+
+/// Everything of a set-mode that can fail, the surfaces last. True with the display wrapped.
+bool open_and_fit(int32_t screen_width, int32_t screen_height, bool keep_surfaces) {
+  if (!(full_screen ? SDLX11_SetFullScreenMode() : SDLX11_SetWindowedMode())) return false;
+  if (!create_wrapper() || !lock_display()) return false;
+  wrap_display();
+  unlock_display();
+  if (!find_present_routine(mode.bpp, buffer->depth)) {
+    rt_fatal("Unsupported Video Buffer Depth.");
+    return false;
+  }
+  if (virtual_resolution && !make_virtual_resolution(screen_width, screen_height)) return false;
+  return keep_surfaces || fit_surfaces(screen_width, screen_height, mode.bpp);
+}
+
+/// After a change that kept the surfaces: the picture comes back at once.
+void redraw_once() {
+  if (ground_puting)
+    draw_ground(1);
+  else if (restore_type != -1)
+    clear_screen(1);
+  VID_DrawFrame();
+}
+
+/// Shows the finished screen; `complete` where zones are not enough.
+bool present_screen(bool complete) {
+  if (!display_ready || !lock_display()) return false;
+  wrap_display();
+  draw_screen(complete || dump_type != 0 || old_dump_type != 0);
+  unlock_display();
+  return true;
+}
+
+} // namespace
+
+void (*VID_DrawFrame)() = draw_nothing;
+
+int32_t SDLX11_Init() {
+  started_sdl = !SDL_WasInit(SDL_INIT_VIDEO);
+  if (started_sdl && SDL_InitSubSystem(SDL_INIT_VIDEO | SDL_INIT_NOPARACHUTE) != 0) {
+    started_sdl = false;
+    rt_fatal("libSDL.so load error, reinstall SDL!");
+    return 0;
+  }
+  // SDL opens a window of its own; a host that has to prepare its side does so when asked.
+  host_window_handle();
+  if (!SDLX11_GetModes()) {
+    SDLX11_Error("GetModes");
+    return 0;
+  }
+  return 1;
+}
+
+int32_t SDLX11_GetModes() {
+  for (const int32_t bpp : {8, 16, 24, 32}) {
+    SDL_PixelFormat format{};
+    format.BitsPerPixel = uint8_t(bpp);
+    SDL_Rect **const listed = SDL_ListModes(&format, SDL_FULLSCREEN | SDL_HWPALETTE);
+    if (listed == reinterpret_cast<SDL_Rect **>(-1)) { // any size
+      if (!add_registered_modes(bpp)) return 0;
+      continue;
+    }
+    for (SDL_Rect **rect = listed; rect && *rect; ++rect)
+      if (!add_video_mode((*rect)->w, (*rect)->h, bpp, 0)) return 0;
+  }
+  return finish_mode_lists();
+}
+
+int32_t SDLX11_SetWindowedMode() {
+  emulated_mode = 0;
+  emulated_w = filter_w;
+  emulated_h = filter_h;
+  emulated_x = emulated_y = mode_x = mode_y = 0;
+  forget_display();
+  display = open_display(filter_w, filter_h, SDL_HWSURFACE | palette_flag());
+  if (!display) display = open_display(filter_w, filter_h, SDL_SWSURFACE | palette_flag());
+  if (!display) return report_failure("SetVideoMode (WINDOWED: FRAMEBUFFER - SYSTEMMEMORY)");
+  if (!load_display_palette()) return report_failure("SetPalette");
+  SDL_ShowCursor(SDL_DISABLE);
+  if (mode_centerwindow && deviceSystem_graphics2D) {
+    mode.x = (deviceSystem_graphics2D->desktop_width - filter_w) / 2;
+    mode.y = (deviceSystem_graphics2D->desktop_height - filter_h) / 2;
+    host_move_window(mode.x, mode.y);
+  }
+  mode_bufferflipping = 0;
+  sdl_w = filter_w;
+  sdl_h = filter_h;
+  sdl_fullscreen = full_screen;
+  return 1;
+}
+
+int32_t SDLX11_SetFullScreenMode() {
+  emulated_mode = 0;
+  emulated_w = filter_w;
+  emulated_h = filter_h;
+  if (!find_video_mode(filter_w, filter_h, mode.bpp, mode.rate) && !FindEmulatedMode()) {
+    // A mode that the display doesn't have is no reason to end the program: the host shows the
+    // text, and play goes on in the mode before.
+    forget_display();
+    host_message_box("SetMode (FULLSCREEN)", rt_program_name());
+    return 0;
+  }
+  mode_x = emulated_x = (emulated_w - filter_w) >> 1;
+  mode_y = emulated_y = (emulated_h - filter_h) >> 1;
+
+  if (emulated_mode && mode.bufferbehaviour == 2048) mode.bufferbehaviour = 1024;
+  const bool flip = mode.bufferbehaviour == 2048;
+  // The depth and the flipping count too: a display of another kind can't show the new mode.
+  if (display && sdl_fullscreen && sdl_w == emulated_w && sdl_h == emulated_h &&
+      display->format->BitsPerPixel == mode.bpp && mode_bufferflipping == flip) {
+    SDL_FillRect(display, nullptr, 0);
+  } else {
+    forget_display();
+    uint32_t flags = SDL_FULLSCREEN | palette_flag() | (flip ? SDL_DOUBLEBUF : 0);
+    display = open_display(emulated_w, emulated_h, flags | SDL_HWSURFACE);
+    if (!display) {
+      if (flip) {
+        mode.bufferbehaviour = 1024;
+        // QUIRK: an "and" would look more natural, to take double buffering away. This sets every
+        // other flag instead and leaves that one; intended.
+        flags |= 0xBFFFFFFF;
+      }
+      display = open_display(emulated_w, emulated_h, flags);
+    }
+    if (!display) return report_failure("SetVideoMode (FULLSCREEN: FRAMEBUFFER - SYSTEMMEMORY)");
+  }
+  mode_bufferflipping = mode.bufferbehaviour == 2048;
+  if (!load_display_palette()) return report_failure("SetPalette");
+  SDL_ShowCursor(SDL_DISABLE);
+  host_input_reset();
+  host_input_grab_mouse(!first_frame);
+  sdl_w = emulated_w;
+  sdl_h = emulated_h;
+  sdl_fullscreen = full_screen;
+  return 1;
+}
+
+int32_t SDLX11_SetMode() {
+  const int32_t screen_width = mode.width, screen_height = mode.height;
+  const bool keep_surfaces = (change_mode || filtering_mode) && ground && screen;
+  const bool redraw = keep_surfaces || virtual_resolution;
+  if (virtual_resolution) {
+    mode.width = filter_w;
+    mode.height = filter_h;
+  }
+  if (change_mode || full_screen) host_mode_change(1);
+  display_ready = false;
+  filter_status = filter_status_stale;
+  const bool opened = open_and_fit(screen_width, screen_height, keep_surfaces);
+  mode.width = screen_width;
+  mode.height = screen_height;
+  if (opened) {
+    VID_DrawFrame = full_screen ? SDLX11_DrawFrame_FullScreen : SDLX11_DrawFrame_Windowed;
+    if (!first_frame) rt_signal(3);
+    set_screen_color();
+    set_screen_routines();
+    display_ready = true;
+    if (redraw) redraw_once();
+    host_input_reread_window();
+    if (mode_centermouse) host_input_centre_mouse(!change_mode);
+  }
+  host_mode_change(0);
+  return opened;
+}
+
+void SDLX11_DrawFrame_Windowed() {
+  if (present_screen(false)) SDL_UpdateRect(display, 0, 0, uint32_t(filter_w), uint32_t(filter_h));
+}
+
+void SDLX11_DrawFrame_FullScreen() {
+  // The buffer that comes up for drawing after a flip holds the frame before the last.
+  if (!present_screen(mode_bufferflipping)) return;
+  if (mode_bufferflipping)
+    SDL_Flip(display);
+  else
+    SDL_UpdateRect(display, mode_x, mode_y, uint32_t(filter_w), uint32_t(filter_h));
+}
+
+int32_t SDLX11_RestoreMode() {
+  return 1;
+}
+
+void SDLX11_Quit() {
+  forget_display();
+  delete_wrapper();
+  VID_DrawFrame = draw_nothing;
+  sdl_fullscreen = 0;
+  filter_status = 0;
+  if (started_sdl) SDL_QuitSubSystem(SDL_INIT_VIDEO);
+  started_sdl = false;
+}
+
+void SDLX11_Error(const char *text) {
+  char title[2048];
+  const char *const name = rt_program_name();
+  snprintf(title, sizeof title, "%s: Critical Error", name ? name : "");
+  host_message_box(text, title);
+  rt_exit(1);
+}
+
+int32_t VID_UpdatePalette(const __ORBPalette2D__ *colours) {
+  update_depth_tables(colours);
+  if (colours != &fadepalette) fadepalette = *colours;
+  if (!display) return 0;
+  // Pixels converted with the old colours are out of date wherever they stand.
+  if (display->format->BitsPerPixel != 8) filter_status = filter_status_stale;
+  SDL_Color entries[256];
+  to_sdl_colours(entries, *colours);
+  return SDL_SetColors(display, entries, 0, 256);
+}
