@@ -134,7 +134,6 @@ int32_t screen_color_depth;
 } // namespace
 
 present_routine *draw_screen;
-restore_routine *clear_screen, *draw_ground;
 int32_t filter_status;
 int32_t scr_pitch, buf_pitch;
 uint8_t screen_color_set;
