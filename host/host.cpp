@@ -17,12 +17,6 @@ constexpr const char *host_globals = "struct mouse int file = 0; int graph = 0; 
                                      "end ";
 constexpr std::size_t kept_errors = 1000;
 
-// QUIRK: the palette file functions are registered with an int argument and fetch a text. The
-// registered type looks wrong and is intended; a text is accepted in its place.
-bool takes_text_for_int(std::string_view name) {
-  return name == "load_pal" || name == "palette_load" || name == "palette_save";
-}
-
 } // namespace
 
 Host::Host(Options options) : options_(std::move(options)), clock_(options_.virtual_clock) {
@@ -41,9 +35,7 @@ Host::~Host() {
 }
 
 void Host::load(const std::string &path) {
-  // A name without a slash would be searched in the system's folders.
-  const std::string file = path.find('/') == std::string::npos ? "./" + path : path;
-  void *library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+  void *library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (!library) throw HostError(dlerror());
   auto *entry =
       reinterpret_cast<orb_main_library_exports *>(dlsym(library, ORB_MAIN_LIBRARY_EXPORTS));

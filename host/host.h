@@ -65,7 +65,8 @@ public:
   Host(const Host &) = delete;
   Host &operator=(const Host &) = delete;
 
-  // Loads the shared library and lets it register. Throws HostError with the loader's message.
+  // Loads the shared library and lets it register. A path without a slash is looked up in the
+  // loader's folders. Throws HostError with the loader's message.
   void load(const std::string &path);
   // Lets a module register through its entry function. Throws HostError when it returns anything
   // but 1 or registers a malformed text, or when a module is attached already.

@@ -45,6 +45,10 @@ std::optional<Signature> parse_signature(std::string_view text) {
   return result;
 }
 
+bool takes_text_for_int(std::string_view name) {
+  return name == "load_pal" || name == "palette_load" || name == "palette_save";
+}
+
 void Registration::add_constants(const orb_constant *table) {
   for (; table && table->name; ++table)
     constants.push_back({table->name, table->value});

@@ -27,6 +27,11 @@ struct Signature {
 // Splits "map_set_desc(I,I,S)"; nothing when the text isn't of that form.
 std::optional<Signature> parse_signature(std::string_view text);
 
+// QUIRK: the functions that read and write palette files are registered with an int argument and
+// fetch a text: "load_pal(I)", "palette_load(I)", "palette_save(I)". "S" would look more natural;
+// the registered type is intended, and a text is accepted in its place.
+bool takes_text_for_int(std::string_view name);
+
 // One form of a script function. Forms of one name are overloads.
 struct Function {
   std::string signature; // as registered

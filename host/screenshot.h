@@ -1,0 +1,26 @@
+// Pictures of the module's screen.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace orbhost {
+
+class Host;
+
+// The logical screen in 8-bit red, green, blue, rows from the top.
+struct Picture {
+  int width = 0, height = 0;
+  std::vector<std::uint8_t> rgb;
+};
+
+// The screen surface as it stands, at its own size and before any presentation filter or fade.
+// 8-bit pixels go through the palette in force, 16-bit ones are widened by repeating their high
+// bits. Throws HostError when there is no screen.
+Picture take_picture(const Host &host);
+
+// Writes a PNG. Throws HostError with the reason.
+void save_png(const Picture &picture, const std::string &path);
+
+} // namespace orbhost

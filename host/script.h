@@ -1,0 +1,76 @@
+// A Lua 5.4 script that plays in a Host: its processes are coroutines.
+//
+// What a script sees:
+//
+// - Every registered function under its name. The form is chosen by the number and kinds of the
+//   arguments: a number for "I" (a fraction is cut off, a large one wraps to 32 bits) or a process
+//   (its id); a string or nil for "S"; a table or nil for "IP". The elements 1..#t of a table are
+//   read before the call and written after it (an empty table gets one). "IP"s left out at the end
+//   come back as further results. Results: "I" signed, "DW" unsigned, "F" a float, "S" a string.
+// - Constants, which can't be assigned, and script globals, which can: `fps`, `draw_z`. Arrays
+//   count from 0 as the engine's do: `video_modes[0].width`, `#video_modes`. `mouse` has the
+//   fields of its struct, and `left`, `middle`, `right` (booleans).
+// - Processes. `spawn(body, {x = 10}, ...)` makes one, which runs body(self, ...): for the first
+//   time in the frame in which it was spawned, after all older processes had their turn. `frame()`
+//   ends the turn; a body that returns ends the process. A process has its locals (`p.x`;
+//   `p.xgraph` takes a table of graph codes or nil and gives a copy), `p.id`, `p.type`, and any
+//   other field, which is the script's own. The script itself is a process, `main`: without a
+//   graph, and with the turns that its top level takes by calling frame(). Play ends when no
+//   process is left.
+// - kill(p), sleep(p) (neither drawn nor run), freeze(p) (drawn, not run), wake(p), alive(p), also
+//   as methods; p may be an id. process(id) is the process of an id, or nil; type_of(body) the type
+//   of the processes that run that function, type_of(p) a process's.
+// - key(name), quit() (play ends with this frame), seed(n).
+// - `arg`, and `...` of the script: the script's arguments. `require` looks beside the script
+// first.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace orbhost {
+
+class Host;
+
+// A script that can't be loaded or has failed. what() is the message and the traceback; its first
+// line is `file.lua:12: …`.
+class ScriptError : public std::runtime_error {
+public:
+  using std::runtime_error::runtime_error;
+};
+
+struct ScriptOptions {
+  bool strict = false;    // a mistake reported by the module is a Lua error
+  std::uint32_t seed = 1; // of math.random
+  std::vector<std::string> arguments;
+};
+
+struct ScriptState;
+
+// One script in one Host, which has a module attached and outlives it. Takes over the Host's
+// on_error: a report made by a call is printed with the script's line in front.
+class Script {
+public:
+  Script(Host &host, ScriptOptions options);
+  ~Script();
+  Script(const Script &) = delete;
+  Script &operator=(const Script &) = delete;
+
+  // Compiles the file, or a text under a name for messages, and makes the main process. The file's
+  // folder becomes the Host's. Throws ScriptError.
+  void load_file(const std::string &path);
+  void load_text(const std::string &text, const std::string &name);
+
+  // One frame: events and mouse, a turn of every running process in list order, then the module's
+  // frame hook and the clock. False when play is over: no process is left, or the script or the
+  // window asked to quit; the frame was still drawn. Throws ScriptError; nothing runs after that.
+  bool frame();
+
+private:
+  std::unique_ptr<ScriptState> state_;
+};
+
+} // namespace orbhost

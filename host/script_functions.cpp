@@ -1,0 +1,211 @@
+// Registered functions as Lua functions: choice of the form, arguments, results, reports.
+#include "host/script_state.h"
+
+#include <bit>
+#include <cmath>
+#include <cstring>
+
+namespace orbhost {
+namespace {
+
+// A handler may take an "IP" for an array and trust its own limits: 256 colours of three ints are
+// the most that any reads. Every buffer is at least that long, and zero where the script gave
+// nothing.
+constexpr std::size_t least_buffer = 1024;
+constexpr std::size_t most_elements = 1'000'000;
+
+const char *kind_name(lua_State *L, int index) {
+  std::int32_t id = 0;
+  return is_process(L, index, id) ? "process" : luaL_typename(L, index);
+}
+
+bool fits(lua_State *L, int index, ArgumentType type, bool text_for_int) {
+  const int kind = lua_type(L, index);
+  std::int32_t id = 0;
+  switch (type) {
+  case ArgumentType::integer:
+    return kind == LUA_TNUMBER || (kind == LUA_TUSERDATA && is_process(L, index, id)) ||
+           (text_for_int && (kind == LUA_TSTRING || kind == LUA_TNIL));
+  case ArgumentType::string: return kind == LUA_TSTRING || kind == LUA_TNIL;
+  case ArgumentType::pointer: return kind == LUA_TTABLE || kind == LUA_TNIL;
+  }
+  return false;
+}
+
+// The form with the fewest "IP"s left out at the end; the first registered among equals.
+const Function *choose_form(lua_State *L, const FunctionGroup &group) {
+  const std::size_t given = static_cast<std::size_t>(lua_gettop(L));
+  const Function *best = nullptr;
+  for (const Function *form : group.forms) {
+    const auto &types = form->arguments;
+    if (types.size() < given || (best && types.size() >= best->arguments.size())) continue;
+    bool fit = true;
+    for (std::size_t i = 0; fit && i < types.size(); ++i) {
+      fit = i < given ? fits(L, static_cast<int>(i) + 1, types[i], group.text_for_int)
+                      : types[i] == ArgumentType::pointer;
+    }
+    if (fit) best = form;
+  }
+  return best;
+}
+
+int wrong_call(lua_State *L, const FunctionGroup &group) {
+  std::string message = group.name + ": no form takes (";
+  for (int i = 1; i <= lua_gettop(L); ++i) {
+    if (i > 1) message += ", ";
+    message += kind_name(L, i);
+  }
+  message += "); forms:";
+  for (const Function *form : group.forms) {
+    message += (form == group.forms.front() ? " " : ", ") + form->signature;
+  }
+  throw HostError(message);
+}
+
+// One "IP" argument of a call.
+struct Buffer {
+  int index = 0; // of the script's table; 0: left out, a further result
+  std::size_t elements = 1;
+  std::vector<std::int32_t> words;
+};
+
+Buffer read_table(lua_State *L, int index) {
+  Buffer buffer;
+  buffer.index = index;
+  const std::size_t length = static_cast<std::size_t>(lua_rawlen(L, index));
+  if (length > most_elements) throw HostError("table too long");
+  buffer.elements = std::max<std::size_t>(length, 1);
+  buffer.words.resize(std::max(buffer.elements, least_buffer));
+  for (std::size_t i = 0; i < length; ++i) {
+    lua_rawgeti(L, index, static_cast<lua_Integer>(i) + 1);
+    buffer.words[i] = check_word(L, -1, "table element");
+    lua_pop(L, 1);
+  }
+  return buffer;
+}
+
+Argument integer_argument(lua_State *L, int index) {
+  std::int32_t id = 0;
+  if (is_process(L, index, id)) return id;
+  return check_word(L, index, "argument");
+}
+
+Argument text_argument(lua_State *L, int index) {
+  if (lua_isnil(L, index)) return static_cast<const char *>(nullptr);
+  std::size_t length = 0;
+  const char *text = lua_tolstring(L, index, &length);
+  if (std::strlen(text) != length) throw HostError("a text with a zero byte in it");
+  return std::string(text, length);
+}
+
+void push_result(lua_State *L, ResultType type, std::int32_t word) {
+  switch (type) {
+  case ResultType::integer: lua_pushinteger(L, word); break;
+  case ResultType::dword: lua_pushinteger(L, static_cast<std::uint32_t>(word)); break;
+  case ResultType::real: lua_pushnumber(L, std::bit_cast<float>(word)); break;
+  case ResultType::string:
+    lua_pushstring(L, reinterpret_cast<const char *>(static_cast<std::uintptr_t>(word)));
+    break;
+  }
+}
+
+// Prints what the module reported during the call, or makes it a Lua error.
+void handle_reports(lua_State *L, ScriptState &state) {
+  const std::vector<ErrorReport> reports = std::exchange(state.call_reports, {});
+  for (const ErrorReport &report : reports) {
+    if (state.options.strict) throw HostError(describe(report));
+    std::fprintf(stderr, "%s%s\n", where(L).c_str(), describe(report).c_str());
+  }
+}
+
+int call_function(lua_State *L) {
+  ScriptState &state = state_of(L);
+  const auto &group = *static_cast<const FunctionGroup *>(lua_touserdata(L, lua_upvalueindex(1)));
+  const Function *form = choose_form(L, group);
+  if (!form) return wrong_call(L, group);
+
+  const int given = lua_gettop(L);
+  std::vector<Buffer> buffers;
+  std::vector<Argument> arguments;
+  arguments.reserve(form->arguments.size());
+  // The words of a buffer stay where they are when `buffers` grows: moving a vector keeps them.
+  for (int i = 1; i <= static_cast<int>(form->arguments.size()); ++i) {
+    switch (form->arguments[static_cast<std::size_t>(i) - 1]) {
+    case ArgumentType::integer:
+      arguments.push_back(lua_type(L, i) == LUA_TSTRING || lua_isnil(L, i)
+                              ? text_argument(L, i)
+                              : integer_argument(L, i));
+      break;
+    case ArgumentType::string: arguments.push_back(text_argument(L, i)); break;
+    case ArgumentType::pointer:
+      if (i <= given && lua_isnil(L, i)) {
+        arguments.emplace_back(static_cast<std::int32_t *>(nullptr));
+        break;
+      }
+      if (i <= given) {
+        buffers.push_back(read_table(L, i));
+      } else {
+        buffers.emplace_back().words.resize(least_buffer);
+      }
+      arguments.emplace_back(buffers.back().words.data());
+      break;
+    }
+  }
+
+  state.in_call = true;
+  const std::int32_t word = state.host.call_form(*form, std::move(arguments));
+  state.in_call = false;
+  if (!state.call_reports.empty()) handle_reports(L, state);
+
+  push_result(L, form->result, word);
+  int results = 1;
+  luaL_checkstack(L, static_cast<int>(buffers.size()) + 1, "results");
+  for (const Buffer &buffer : buffers) {
+    if (buffer.index == 0) {
+      lua_pushinteger(L, buffer.words[0]);
+      ++results;
+      continue;
+    }
+    for (std::size_t i = 0; i < buffer.elements; ++i) {
+      lua_pushinteger(L, buffer.words[i]);
+      lua_rawseti(L, buffer.index, static_cast<lua_Integer>(i) + 1);
+    }
+  }
+  return results;
+}
+
+} // namespace
+
+std::int32_t check_word(lua_State *L, int index, const char *what) {
+  if (lua_isinteger(L, index)) {
+    return static_cast<std::int32_t>(static_cast<std::uint64_t>(lua_tointeger(L, index)));
+  }
+  if (lua_type(L, index) != LUA_TNUMBER) {
+    throw HostError(std::string(what) + ": number expected, got " + kind_name(L, index));
+  }
+  lua_Integer value = 0;
+  if (!lua_numbertointeger(std::trunc(lua_tonumber(L, index)), &value)) {
+    throw HostError(std::string(what) + ": number out of range");
+  }
+  return static_cast<std::int32_t>(static_cast<std::uint64_t>(value));
+}
+
+void open_functions(ScriptState &state) {
+  std::unordered_map<std::string, FunctionGroup *> by_name;
+  for (const Function &function : state.host.registration().functions) {
+    FunctionGroup *&group = by_name[function.name];
+    if (!group) {
+      group = &state.groups.emplace_back();
+      group->name = function.name;
+      group->text_for_int = takes_text_for_int(function.name);
+    }
+    group->forms.push_back(&function);
+  }
+  for (FunctionGroup &group : state.groups) {
+    lua_pushlightuserdata(state.L, &group);
+    lua_pushcclosure(state.L, guarded<call_function>, 1);
+    lua_setglobal(state.L, group.name.c_str());
+  }
+}
+
+} // namespace orbhost

@@ -1,0 +1,465 @@
+// Processes as Lua objects and coroutines: making, running and ending them.
+#include "host/script_state.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace orbhost {
+namespace {
+
+constexpr const char *process_type = "orb.process";
+constexpr std::size_t most_processes = 200'000; // against a body that spawns itself without end
+constexpr std::size_t most_xgraph = 65'536;
+
+// Registry keys, by address.
+const char types_key = 0;
+
+// The script's object of a process: full userdata with one user value, the table of its own
+// fields (nil until the first). A record is used again some time after its process has ended; the
+// serial number tells the two apart.
+struct ProcessObject {
+  orb_process *record;
+  std::uint32_t serial;
+};
+
+ProcessObject *to_object(lua_State *L, int index) {
+  return static_cast<ProcessObject *>(luaL_testudata(L, index, process_type));
+}
+
+// The process behind an object or an id, or null when it has ended.
+ScriptProcess *find_process(ScriptState &state, lua_State *L, int index) {
+  if (const ProcessObject *object = to_object(L, index)) {
+    const auto found = state.by_record.find(object->record);
+    return found != state.by_record.end() && object->record->host0 == object->serial ? found->second
+                                                                                     : nullptr;
+  }
+  if (!lua_isinteger(L, index)) {
+    throw HostError(std::string("process expected, got ") + luaL_typename(L, index));
+  }
+  const auto id =
+      static_cast<std::uintptr_t>(static_cast<std::uint32_t>(check_word(L, index, "process")));
+  const auto found = state.by_record.find(reinterpret_cast<orb_process *>(id));
+  return found == state.by_record.end() ? nullptr : found->second;
+}
+
+void push_object(lua_State *L, const ScriptProcess &process) {
+  lua_rawgeti(L, LUA_REGISTRYINDEX, process.object_reference);
+}
+
+// ---- Fields ----------------------------------------------------------------------------------
+
+void push_xgraph(lua_State *L, const orb_process *process) {
+  const std::int32_t *array = process->locals->xgraph;
+  if (!array) {
+    lua_pushnil(L);
+    return;
+  }
+  lua_createtable(L, array[0], 0);
+  for (std::int32_t i = 1; i <= array[0]; ++i) {
+    lua_pushinteger(L, array[i]);
+    lua_rawseti(L, -2, i);
+  }
+}
+
+void assign_xgraph(ScriptState &state, lua_State *L, orb_process *process, int index) {
+  std::vector<std::int32_t> codes;
+  if (lua_istable(L, index)) {
+    const auto length = static_cast<std::size_t>(lua_rawlen(L, index));
+    if (length > most_xgraph) throw HostError("xgraph: table too long");
+    for (std::size_t i = 1; i <= length; ++i) {
+      lua_rawgeti(L, index, static_cast<lua_Integer>(i));
+      codes.push_back(check_word(L, -1, "xgraph element"));
+      lua_pop(L, 1);
+    }
+  } else if (!lua_isnil(L, index)) {
+    throw HostError("xgraph: table or nil expected");
+  }
+  state.host.processes().set_xgraph(process, codes);
+}
+
+// Stack: object, name [, value]. Upvalue 1 of both: name to the local's word (an integer), or to a
+// method. "xgraph" is the one pointer among the locals.
+std::int32_t *local_word(ScriptState &state, lua_State *L, lua_Integer word) {
+  const ScriptProcess *process = find_process(state, L, 1);
+  if (!process) throw HostError(std::string(lua_tostring(L, 2)) + ": the process has ended");
+  return reinterpret_cast<std::int32_t *>(process->process->locals) + word;
+}
+
+int process_index(lua_State *L) {
+  ScriptState &state = state_of(L);
+  const auto *object = static_cast<ProcessObject *>(luaL_checkudata(L, 1, process_type));
+  lua_settop(L, 2);
+  lua_pushvalue(L, 2);
+  if (lua_rawget(L, lua_upvalueindex(1)) == LUA_TNUMBER) {
+    const std::int32_t *word = local_word(state, L, lua_tointeger(L, -1));
+    if (std::string_view(lua_tostring(L, 2)) == "xgraph") {
+      push_xgraph(L, find_process(state, L, 1)->process);
+    } else {
+      lua_pushinteger(L, *word);
+    }
+    return 1;
+  }
+  if (!lua_isnil(L, -1)) return 1; // a method
+  lua_pop(L, 1);
+  if (lua_type(L, 2) == LUA_TSTRING) {
+    const std::string_view name = lua_tostring(L, 2);
+    if (name == "id") {
+      lua_pushinteger(L, ProcessList::id(object->record));
+      return 1;
+    }
+    if (name == "type") {
+      const ScriptProcess *process = find_process(state, L, 1);
+      if (!process) throw HostError("type: the process has ended");
+      lua_pushinteger(L, process->process->type);
+      return 1;
+    }
+  }
+  if (lua_getiuservalue(L, 1, 1) == LUA_TTABLE) {
+    lua_pushvalue(L, 2);
+    lua_rawget(L, -2);
+  }
+  return 1;
+}
+
+int process_assign(lua_State *L) {
+  ScriptState &state = state_of(L);
+  luaL_checkudata(L, 1, process_type);
+  lua_settop(L, 3);
+  lua_pushvalue(L, 2);
+  const int kind = lua_rawget(L, lua_upvalueindex(1));
+  const lua_Integer local = lua_tointeger(L, -1);
+  lua_pop(L, 1);
+  if (kind == LUA_TNUMBER) {
+    std::int32_t *word = local_word(state, L, local);
+    if (std::string_view(lua_tostring(L, 2)) == "xgraph") {
+      assign_xgraph(state, L, find_process(state, L, 1)->process, 3);
+    } else {
+      *word = check_word(L, 3, lua_tostring(L, 2));
+    }
+    return 0;
+  }
+  const bool text = lua_type(L, 2) == LUA_TSTRING;
+  if (kind != LUA_TNIL || (text && (std::string_view(lua_tostring(L, 2)) == "id" ||
+                                    std::string_view(lua_tostring(L, 2)) == "type"))) {
+    throw HostError(std::string(lua_tostring(L, 2)) + " of a process can't be assigned");
+  }
+  if (lua_getiuservalue(L, 1, 1) != LUA_TTABLE) {
+    lua_pop(L, 1);
+    lua_newtable(L);
+    lua_pushvalue(L, -1);
+    lua_setiuservalue(L, 1, 1);
+  }
+  lua_insert(L, 2);
+  lua_rawset(L, 2);
+  return 0;
+}
+
+int process_text(lua_State *L) {
+  const auto *object = static_cast<ProcessObject *>(luaL_checkudata(L, 1, process_type));
+  lua_pushfstring(L, "process %d", static_cast<int>(object->serial));
+  return 1;
+}
+
+// ---- Script functions --------------------------------------------------------------------------
+
+int spawn(lua_State *L) {
+  ScriptState &state = state_of(L);
+  luaL_checktype(L, 1, LUA_TFUNCTION);
+  const int top = lua_gettop(L);
+  if (top >= 2 && !lua_isnil(L, 2)) luaL_checktype(L, 2, LUA_TTABLE);
+  const std::int32_t type = type_number(state, L, 1);
+  lua_pushvalue(L, 1);
+  ScriptProcess &process = make_process(state, L, type); // object at top + 1
+  const int object = top + 1;
+  if (top >= 2 && lua_istable(L, 2)) {
+    lua_pushnil(L);
+    while (lua_next(L, 2)) {
+      lua_pushvalue(L, -2);
+      lua_insert(L, -2);
+      lua_settable(L, object); // a mistake in the table is an error here; see below
+    }
+  }
+  lua_State *thread = process.thread;
+  if (!lua_checkstack(thread, top + 1)) throw HostError("spawn: too many arguments");
+  lua_pushvalue(L, object);
+  for (int i = 3; i <= top; ++i)
+    lua_pushvalue(L, i);
+  process.first_arguments = 1 + std::max(top - 2, 0);
+  lua_xmove(L, thread, process.first_arguments);
+  return 1;
+}
+
+// spawn with a bad field leaves no half-made process behind.
+int spawn_or_nothing(lua_State *L) {
+  ScriptState &state = state_of(L);
+  const std::size_t before = state.order.size();
+  try {
+    return guarded<spawn>(L);
+  } catch (...) {
+    if (state.order.size() > before) end_process(state, *state.order.back());
+    throw;
+  }
+}
+
+// The turn's end must come from the body itself: a yield inside a coroutine of the script's own
+// would end that one.
+void check_own_thread(ScriptState &state, lua_State *L, const char *what) {
+  if (!state.running || state.running->thread != L || !lua_isyieldable(L)) {
+    throw HostError(std::string(what) + " must be called by the process's own code, not inside "
+                                        "a coroutine of its own or a library's callback");
+  }
+}
+
+int end_turn(lua_State *L) {
+  check_own_thread(state_of(L), L, "frame()");
+  return 0;
+}
+
+int frame(lua_State *L) {
+  guarded<end_turn>(L);
+  return lua_yield(L, 0);
+}
+
+int check_quit(lua_State *L) {
+  check_own_thread(state_of(L), L, "quit()");
+  return 0;
+}
+
+int quit(lua_State *L) {
+  guarded<check_quit>(L);
+  state_of(L).quit = true;
+  return lua_yield(L, 0);
+}
+
+int kill_other(lua_State *L) {
+  ScriptState &state = state_of(L);
+  ScriptProcess *process = find_process(state, L, 1);
+  lua_settop(L, 0);
+  if (!process) return 0;
+  if (process == state.running) check_own_thread(state, L, "kill() of the running process");
+  end_process(state, *process);
+  return 0;
+}
+
+// A process that kills itself doesn't come back from the call.
+int kill(lua_State *L) {
+  guarded<kill_other>(L);
+  const ScriptState &state = state_of(L);
+  return state.running && !state.running->process ? lua_yield(L, 0) : 0;
+}
+
+template <std::int32_t status> int set_status(lua_State *L) {
+  ScriptState &state = state_of(L);
+  if (const ScriptProcess *process = find_process(state, L, 1)) process->process->status = status;
+  return 0;
+}
+
+int alive(lua_State *L) {
+  ScriptState &state = state_of(L);
+  lua_pushboolean(L, find_process(state, L, 1) != nullptr);
+  return 1;
+}
+
+int process_of(lua_State *L) {
+  ScriptState &state = state_of(L);
+  if (const ScriptProcess *process = find_process(state, L, 1))
+    push_object(L, *process);
+  else
+    lua_pushnil(L);
+  return 1;
+}
+
+int type_of(lua_State *L) {
+  ScriptState &state = state_of(L);
+  if (to_object(L, 1)) {
+    lua_getfield(L, 1, "type");
+    return 1;
+  }
+  luaL_checktype(L, 1, LUA_TFUNCTION);
+  lua_pushinteger(L, type_number(state, L, 1));
+  return 1;
+}
+
+int key(lua_State *L) {
+  const char *name = luaL_checkstring(L, 1);
+  const std::optional<bool> down = state_of(L).host.input().key(name);
+  if (!down) throw HostError(std::string("key: no key is called \"") + name + '"');
+  lua_pushboolean(L, *down);
+  return 1;
+}
+
+int seed(lua_State *L) {
+  const std::int32_t value = check_word(L, 1, "seed");
+  lua_getglobal(L, "math");
+  lua_getfield(L, -1, "randomseed");
+  lua_pushinteger(L, value);
+  lua_call(L, 1, 0);
+  return 0;
+}
+
+constexpr luaL_Reg methods[] = {
+    {"kill", kill},
+    {"sleep", guarded<set_status<process_asleep>>},
+    {"wake", guarded<set_status<process_running>>},
+    {"freeze", guarded<set_status<process_frozen>>},
+    {"alive", guarded<alive>},
+    {nullptr, nullptr},
+};
+constexpr luaL_Reg functions[] = {
+    {"spawn", spawn_or_nothing},
+    {"frame", frame},
+    {"quit", quit},
+    {"process", guarded<process_of>},
+    {"type_of", guarded<type_of>},
+    {"key", guarded<key>},
+    {"seed", guarded<seed>},
+    {nullptr, nullptr},
+};
+
+// ---- Running -----------------------------------------------------------------------------------
+
+// The message of the error on top of the coroutine's stack, with its traceback.
+std::string failure(lua_State *L, lua_State *thread) {
+  std::size_t length = 0;
+  // An error value that isn't a text doesn't carry its place.
+  std::string message = lua_isstring(thread, -1) ? std::string() : where(thread);
+  const char *text = luaL_tolstring(thread, -1, &length);
+  message.append(text, length);
+  luaL_traceback(L, thread, message.c_str(), 0);
+  std::string result = lua_tostring(L, -1);
+  lua_pop(L, 1);
+  return result;
+}
+
+void run_turn(ScriptState &state, ScriptProcess &process) {
+  state.running = &process;
+  state.host.processes().current = process.process;
+  int results = 0;
+  const int status =
+      lua_resume(process.thread, state.L, std::exchange(process.first_arguments, 0), &results);
+  state.running = nullptr;
+  state.host.processes().current = nullptr;
+  if (status != LUA_YIELD && status != LUA_OK) throw ScriptError(failure(state.L, process.thread));
+  if (status == LUA_OK && process.process)
+    end_process(state, process);
+  else
+    lua_pop(process.thread, results);
+}
+
+// Forgets ended processes: their coroutines are closed and released. What a script does while one
+// is closed (a to-be-closed variable) may spawn, so the list is put in order first.
+void sweep(ScriptState &state) {
+  const auto ended = std::stable_partition(
+      state.order.begin(), state.order.end(),
+      [](const std::unique_ptr<ScriptProcess> &process) { return process->process != nullptr; });
+  std::vector<std::unique_ptr<ScriptProcess>> closing(std::make_move_iterator(ended),
+                                                      std::make_move_iterator(state.order.end()));
+  state.order.erase(ended, state.order.end());
+  for (const auto &process : closing) {
+    lua_resetthread(process->thread);
+    luaL_unref(state.L, LUA_REGISTRYINDEX, process->thread_reference);
+    luaL_unref(state.L, LUA_REGISTRYINDEX, process->object_reference);
+  }
+}
+
+} // namespace
+
+ScriptProcess &make_process(ScriptState &state, lua_State *L, std::int32_t type) {
+  if (state.by_record.size() >= most_processes) throw HostError("too many processes");
+  auto fresh = std::make_unique<ScriptProcess>();
+  fresh->thread = lua_newthread(L);
+  lua_pushvalue(L, -2);
+  lua_xmove(L, fresh->thread, 1);
+  fresh->thread_reference = luaL_ref(L, LUA_REGISTRYINDEX);
+  lua_pop(L, 1); // the function
+  auto *object = static_cast<ProcessObject *>(lua_newuserdatauv(L, sizeof(ProcessObject), 1));
+  *object = {};
+  luaL_setmetatable(L, process_type);
+  lua_pushvalue(L, -1);
+  fresh->object_reference = luaL_ref(L, LUA_REGISTRYINDEX);
+  fresh->process = state.host.spawn(type);
+  *object = {fresh->process, fresh->process->host0};
+  state.by_record[fresh->process] = fresh.get();
+  state.order.push_back(std::move(fresh));
+  return *state.order.back();
+}
+
+std::int32_t type_number(ScriptState &state, lua_State *L, int index) {
+  index = lua_absindex(L, index);
+  lua_rawgetp(L, LUA_REGISTRYINDEX, &types_key);
+  lua_pushvalue(L, index);
+  if (lua_rawget(L, -2) != LUA_TNUMBER) {
+    lua_pop(L, 1);
+    lua_pushinteger(L, ++state.types);
+    lua_pushvalue(L, index);
+    lua_pushvalue(L, -2);
+    lua_rawset(L, -4);
+  }
+  const auto type = static_cast<std::int32_t>(lua_tointeger(L, -1));
+  lua_pop(L, 2);
+  return type;
+}
+
+void end_process(ScriptState &state, ScriptProcess &process) {
+  if (!process.process) return;
+  state.by_record.erase(process.process);
+  state.host.kill(process.process);
+  process.process = nullptr;
+}
+
+bool is_process(lua_State *L, int index, std::int32_t &id) {
+  const ProcessObject *object = to_object(L, index);
+  if (object) id = ProcessList::id(object->record);
+  return object != nullptr;
+}
+
+void run_turns(ScriptState &state) {
+  // By index: the list grows while processes spawn others.
+  bool ended = false;
+  for (std::size_t i = 0; i < state.order.size() && !state.quit; ++i) {
+    ScriptProcess &process = *state.order[i];
+    if (process.process && process.process->status == process_running) run_turn(state, process);
+  }
+  for (const auto &process : state.order)
+    ended |= process->process == nullptr;
+  if (ended) sweep(state);
+}
+
+void open_processes(ScriptState &state) {
+  lua_State *L = state.L;
+  // Functions that nobody holds any more don't keep their number.
+  lua_newtable(L);
+  lua_newtable(L);
+  lua_pushliteral(L, "k");
+  lua_setfield(L, -2, "__mode");
+  lua_setmetatable(L, -2);
+  lua_rawsetp(L, LUA_REGISTRYINDEX, &types_key);
+
+  luaL_newmetatable(L, process_type);
+  lua_newtable(L); // members
+  luaL_setfuncs(L, methods, 0);
+  for (const Declaration &local : state.host.locals().declarations()) {
+    if (local.kind != Declaration::Kind::variable) continue;
+    lua_pushinteger(L, local.word);
+    lua_setfield(L, -2, local.name.c_str());
+  }
+  lua_pushvalue(L, -1);
+  lua_pushcclosure(L, guarded<process_index>, 1);
+  lua_setfield(L, -3, "__index");
+  lua_pushcclosure(L, guarded<process_assign>, 1);
+  lua_setfield(L, -2, "__newindex");
+  lua_pushcfunction(L, guarded<process_text>);
+  lua_setfield(L, -2, "__tostring");
+  lua_pushliteral(L, "process");
+  lua_setfield(L, -2, "__name");
+  lua_pushboolean(L, 0);
+  lua_setfield(L, -2, "__metatable");
+  lua_pop(L, 1);
+
+  lua_pushglobaltable(L);
+  luaL_setfuncs(L, methods, 0);
+  luaL_setfuncs(L, functions, 0);
+  lua_pop(L, 1);
+}
+
+} // namespace orbhost

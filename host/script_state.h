@@ -1,0 +1,101 @@
+// Inside of the Lua binding: what its parts share.
+//
+// The Lua library is its C++ build: errors are C++ exceptions, so destructors run. A Lua error
+// never passes through the module, because the module never calls back into Lua: reports are
+// collected during a call and handled when it has returned.
+#pragma once
+
+#include "host/host.h"
+#include "host/script.h"
+
+#include <lua.hpp>
+
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace orbhost {
+
+// A process and its coroutine.
+struct ScriptProcess {
+  orb_process *process = nullptr; // null once the process has ended
+  lua_State *thread = nullptr;
+  int thread_reference = LUA_NOREF; // keeps the coroutine
+  int object_reference = LUA_NOREF; // keeps the script's object for it
+  int first_arguments = 0;          // on the coroutine's stack, until its first turn
+};
+
+// All forms of one script function.
+struct FunctionGroup {
+  std::string name;
+  std::vector<const Function *> forms; // in registration order
+  bool text_for_int = false;
+};
+
+struct ScriptState {
+  ScriptState(Host &owner, ScriptOptions given) : host(owner), options(std::move(given)) {}
+
+  Host &host;
+  ScriptOptions options;
+  lua_State *L = nullptr;
+  std::vector<std::unique_ptr<ScriptProcess>> order; // creation order; ended ones are swept
+  std::unordered_map<orb_process *, ScriptProcess *> by_record;
+  ScriptProcess *running = nullptr;
+  bool quit = false;
+  std::deque<FunctionGroup> groups;
+  std::int32_t types = 0; // process types given out
+  bool in_call = false;
+  std::vector<ErrorReport> call_reports; // of the call in progress
+  std::string frame_mistake;             // with strict: a report outside a call
+};
+
+// The script behind a Lua state.
+ScriptState &state_of(lua_State *L);
+
+// "file.lua:12: " of the innermost Lua code that is running; empty when there is none.
+std::string where(lua_State *L);
+
+// Turns a C++ exception in a function into a Lua error.
+template <lua_CFunction function> int guarded(lua_State *L) {
+  std::string message;
+  try {
+    return function(L);
+  } catch (const std::exception &error) { // Lua's own errors are another type
+    message = error.what();
+  }
+  message.insert(0, where(L));
+  lua_pushlstring(L, message.data(), message.size());
+  return lua_error(L);
+}
+
+// The number at `index` as a 32-bit word: fractions are cut off, large values wrap. A Lua error
+// naming `what` for anything else, and for numbers beyond 64 bits.
+std::int32_t check_word(lua_State *L, int index, const char *what);
+
+// ---- script_functions.cpp -------------------------------------------------------------------
+
+void open_functions(ScriptState &state);
+
+// ---- script_globals.cpp: constants, script globals, arrays, the mouse -------------------------
+
+void open_globals(ScriptState &state);
+
+// ---- script_processes.cpp -----------------------------------------------------------------------
+
+void open_processes(ScriptState &state);
+// Makes a process whose coroutine runs the function at the top of L's stack, which is popped, and
+// leaves the process's object on the stack. `type` as type_number() gives it.
+ScriptProcess &make_process(ScriptState &state, lua_State *L, std::int32_t type);
+// The type number of the function (or any value) at `index`.
+std::int32_t type_number(ScriptState &state, lua_State *L, int index);
+// Ends a process; its coroutine is closed unless it is running now.
+void end_process(ScriptState &state, ScriptProcess &process);
+// Gives every running process its turn. Throws ScriptError.
+void run_turns(ScriptState &state);
+// The record of the process object at `index`, alive or not; false when it is no such object.
+bool is_process(lua_State *L, int index, std::int32_t &id);
+
+} // namespace orbhost

@@ -1,0 +1,309 @@
+// The Lua binding against a fake module: calls, globals, processes, failures.
+#include "host/host.h"
+#include "host/script.h"
+#include "host_fake_module.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+using namespace orbhost;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+namespace {
+
+class HostScript : public ::testing::Test {
+protected:
+  void SetUp() override {
+    fake::reset();
+    host.attach(fake::entry);
+    host.init();
+  }
+
+  // Plays a text to its end, or for so many frames; what it printed.
+  std::string play(const std::string &text, int frames = 100, ScriptOptions options = {}) {
+    Script script(host, options);
+    ::testing::internal::CaptureStdout();
+    try {
+      script.load_text(text, "file.lua");
+      for (int i = 0; i < frames && script.frame(); ++i) {
+      }
+    } catch (...) {
+      ::testing::internal::GetCapturedStdout();
+      throw;
+    }
+    return ::testing::internal::GetCapturedStdout();
+  }
+
+  // The message of the error that a text ends with.
+  std::string failure(const std::string &text, ScriptOptions options = {}) {
+    try {
+      play(text, 100, options);
+    } catch (const ScriptError &error) {
+      return error.what();
+    }
+    return "no error";
+  }
+
+  std::string reports(const std::string &text) {
+    ::testing::internal::CaptureStderr();
+    play(text);
+    return ::testing::internal::GetCapturedStderr();
+  }
+
+  Host host;
+};
+
+// ---- Calls -----------------------------------------------------------------------------------
+
+TEST_F(HostScript, ChoosesTheFormByNumberAndKind) {
+  EXPECT_EQ(play("print(fk_sum(1, 2), fk_sum(1, 2, 3), fk_mixed(1), fk_mixed('1'))"),
+            "21\t321\t1\t2\n");
+  EXPECT_THAT(failure("local x = 1\nfk_sum(1, 'a')"),
+              StartsWith("file.lua:2: fk_sum: no form takes (number, string); "
+                         "forms: fk_sum(I,I), fk_sum(I,I,I)\n"));
+  EXPECT_THAT(failure("fk_sum(1, nil)"), HasSubstr("(number, nil)"));
+  EXPECT_THAT(failure("fk_sum(1, true)"), HasSubstr("(number, boolean)"));
+  EXPECT_THAT(failure("fk_sum(1, 2, 3, 4)"), HasSubstr("no form takes"));
+  EXPECT_THAT(failure("fk_load(main)"), HasSubstr("(process)"));
+  EXPECT_THAT(failure("fk_split(1, 2)"), HasSubstr("no form takes (number, number)"));
+  // A tail call still names the line.
+  EXPECT_THAT(failure("local function f() return fk_load(1) end\nf()"), StartsWith("file.lua:"));
+}
+
+TEST_F(HostScript, NumbersBecomeWords) {
+  EXPECT_EQ(play("print(fk_sum(0, 2.9), fk_sum(0, -2.9), fk_sum(0, 0xFFFFFFFF), "
+                 "fk_sum(0, 2^32 + 5), fk_sum(0, 2147483648))"),
+            "20\t-20\t-10\t50\t0\n");
+  EXPECT_THAT(failure("fk_sum(0, 0/0)"), HasSubstr("number out of range"));
+  EXPECT_THAT(failure("fk_sum(0, math.huge)"), HasSubstr("number out of range"));
+}
+
+TEST_F(HostScript, TextsAndNil) {
+  EXPECT_EQ(play("print(fk_load('good'))"), "1\n");
+  EXPECT_EQ(reports("fk_load(nil)"),
+            "file.lua:1: FK_LOAD: argument 1 (\"\"): not a MAP file, or deeper than the screen\n");
+  EXPECT_EQ(fake::state().last_text, "<null>");
+  EXPECT_THAT(failure("fk_load('a\\0b')"), HasSubstr("zero byte"));
+  play("palette_load('x.pal')");
+  EXPECT_EQ(fake::state().last_text, "x.pal");
+}
+
+TEST_F(HostScript, ResultsByType) {
+  EXPECT_EQ(play("print(fk_name(1), fk_name(0), fk_size(), fk_half(3), fk_half(4), fk_fail())\n"
+                 "print(math.type(fk_half(4)), math.type(fk_size()))"),
+            "named\t(null)\t4294967280\t1.5\t2.0\t-2147483648\nfloat\tinteger\n");
+}
+
+TEST_F(HostScript, PointersAreTablesNilOrFurtherResults) {
+  EXPECT_EQ(play("print(fk_split(42))"), "3\t4\t2\n");
+  EXPECT_EQ(play("local t = {10}; print(fk_split(42, t)); print(t[1])"), "3\t2\n14\n");
+  EXPECT_EQ(play("local t, u = {}, {5, 6}; print(fk_split(42, t, u)); print(t[1], u[1], u[2])"),
+            "3\n4\t7\t6\n");
+  EXPECT_EQ(play("print(fk_split(42, nil, nil)); print(fk_split(42, nil))"), "0\n2\t2\n");
+  EXPECT_EQ(play("local t = {1, 2, 3}; fk_fill(2, t); print(table.concat(t, ' '))"), "2 4 3\n");
+  EXPECT_EQ(play("local t = {1}; print(fk_fill(700, t)); print(#t, t[1])"), "1\n1\t2\n");
+  EXPECT_THAT(failure("fk_fill(1, {'x'})"), HasSubstr("table element: number expected"));
+}
+
+TEST_F(HostScript, AProcessStandsForItsId) {
+  EXPECT_EQ(play("print(fk_exists(main), fk_exists(main.id), fk_exists(main.id + 4))"),
+            "1\t1\t0\n");
+  EXPECT_EQ(play("local p = spawn(function() end); print(alive(p)); frame()\n"
+                 "print(alive(p), fk_exists(p), process(p.id), process(main.id) == main)"),
+            "true\nfalse\t0\tnil\ttrue\n");
+}
+
+// ---- Reports -----------------------------------------------------------------------------------
+
+TEST_F(HostScript, ReportsNameTheLineAndPlayGoesOn) {
+  EXPECT_EQ(reports("local function f()\n  fk_load('bad')\nend\nf()\nfk_load('good')"),
+            "file.lua:2: FK_LOAD: argument 1 (\"bad\"): not a MAP file, or deeper than the "
+            "screen\n");
+  EXPECT_EQ(fake::state().last_text, "good");
+  // Through a library's callback.
+  EXPECT_THAT(reports("\npcall(fk_load, 'bad')"), StartsWith("file.lua:2: FK_LOAD: "));
+}
+
+TEST_F(HostScript, StrictStopsAtAReport) {
+  ScriptOptions strict;
+  strict.strict = true;
+  EXPECT_THAT(failure("\nfk_load('bad')", strict),
+              StartsWith("file.lua:2: FK_LOAD: argument 1 (\"bad\"): not a MAP file, or deeper "
+                         "than the screen\nstack traceback:"));
+  EXPECT_EQ(failure("pcall(fk_load, 'bad')", strict), "no error"); // an error like any other
+}
+
+TEST_F(HostScript, ErrorsCarryATraceback) {
+  const std::string text = failure("local function g() error('no') end\n"
+                                   "local function f() g() end\n"
+                                   "spawn(function() frame() f() end)");
+  EXPECT_THAT(text, StartsWith("file.lua:1: no\nstack traceback:"));
+  EXPECT_THAT(text, HasSubstr("file.lua:2: in upvalue 'f'"));
+  EXPECT_THAT(failure("x = nil + 1"), StartsWith("file.lua:1: attempt to perform arithmetic"));
+  EXPECT_THAT(failure("\nerror({})"), StartsWith("file.lua:2: table"));
+  EXPECT_THAT(failure("\nx = = 1"), StartsWith("file.lua:2: "));
+  EXPECT_THAT(failure("local function f() return f() + 1 end f()"), HasSubstr("stack overflow"));
+}
+
+// ---- Globals -----------------------------------------------------------------------------------
+
+TEST_F(HostScript, ConstantsAndScriptGlobals) {
+  EXPECT_EQ(play("print(fk_one, fk_all, draw_z); draw_z = -300.5; print(draw_z); mine = fk_one\n"
+                 "print(mine, nothing)"),
+            "1\t-1\t-255\n-300\n1\tnil\n");
+  EXPECT_EQ(host.global("draw_z"), -300);
+  EXPECT_THAT(failure("\nfk_one = 2"),
+              StartsWith("file.lua:2: fk_one is a constant and can't be assigned"));
+  EXPECT_THAT(failure("mouse = 2"), HasSubstr("mouse is a table of the engine"));
+  EXPECT_THAT(failure("draw_z = 'x'"), HasSubstr("draw_z: number expected, got string"));
+}
+
+TEST_F(HostScript, ArraysAndTheMouse) {
+  EXPECT_EQ(play("print(#video_modes, video_modes[3].width); video_modes[0].wide = 9\n"
+                 "print(video_modes[0].wide, mouse.size, mouse.left)"),
+            "4\t7\n9\t100\tfalse\n");
+  EXPECT_EQ(host.global("video_modes", 0), 9);
+  EXPECT_THAT(failure("return video_modes[4]"), HasSubstr("index 4 outside 0 to 3"));
+  EXPECT_THAT(failure("return video_modes[-1]"), HasSubstr("index -1 outside"));
+  EXPECT_THAT(failure("return video_modes[0].x"), HasSubstr("no field \"x\""));
+  EXPECT_THAT(failure("mouse.left = true"), HasSubstr("no field \"left\""));
+  host.input().pointer.right = true;
+  EXPECT_EQ(play("print(mouse.right)"), "true\n");
+}
+
+TEST_F(HostScript, ArgumentsKeysAndSeed) {
+  ScriptOptions options;
+  options.arguments = {"a", "-b"};
+  EXPECT_EQ(play("print(arg[0], arg[1], arg[2], ...)", 1, options), "file.lua\ta\t-b\ta\t-b\n");
+  host.input().set_key(*Input::key_symbol("left"), true);
+  EXPECT_EQ(play("print(key('left'), key('right'))"), "true\tfalse\n");
+  EXPECT_THAT(failure("key('nonsense')"), HasSubstr("no key is called \"nonsense\""));
+  const std::string text = "seed(5) local a = math.random(1000000) seed(5) "
+                           "print(a == math.random(1000000), math.random(1000000))";
+  EXPECT_THAT(play(text), StartsWith("true"));
+  EXPECT_EQ(play(text), play(text));
+  EXPECT_EQ(play("print(math.random(1000000))"), play("print(math.random(1000000))"));
+}
+
+// ---- Processes
+// -----------------------------------------------------------------------------------
+
+TEST_F(HostScript, LocalsAreTheProcessMemory) {
+  EXPECT_EQ(play("local p = spawn(function(self, a, b) self.x = self.x + a self.y = b frame() end,"
+                 " {x = 10, size = 50, mine = 'own'}, 5, 7)\n"
+                 "print(p.x, p.size, p.alpha, p.mine, p.absent)\nframe()\n"
+                 "print(p.x, p.y, p.graph) p.mine = 3 print(p.mine)"),
+            "10\t50\t255\town\tnil\n15\t7\t0\n3\n");
+  EXPECT_THAT(failure("main.x = 'a'"), HasSubstr("x: number expected, got string"));
+  EXPECT_THAT(failure("main.id = 1"), HasSubstr("id of a process can't be assigned"));
+  EXPECT_THAT(failure("main.kill = 1"), HasSubstr("kill of a process can't be assigned"));
+  EXPECT_THAT(failure("local p = spawn(function() end) frame() p.x = 1"),
+              HasSubstr("x: the process has ended"));
+  EXPECT_THAT(failure("spawn(5)"), HasSubstr("function expected"));
+  EXPECT_THAT(failure("spawn(print, 5)"), HasSubstr("table expected"));
+}
+
+TEST_F(HostScript, SpawnWithABadFieldLeavesNothing) {
+  EXPECT_EQ(play("print(pcall(spawn, print, {x = 'a'}))\nframe()"),
+            "false\tfile.lua:1: x: number expected, got string\n");
+  EXPECT_EQ(host.processes().size(), 0u);
+}
+
+TEST_F(HostScript, XgraphTakesATable) {
+  EXPECT_EQ(play("main.xgraph = {4, 5.9, -6} local t = main.xgraph print(#t, t[1], t[2], t[3])\n"
+                 "main.xgraph = nil print(main.xgraph)"),
+            "3\t4\t5\t-6\nnil\n");
+  EXPECT_THAT(failure("main.xgraph = 5"), HasSubstr("xgraph: table or nil expected"));
+}
+
+TEST_F(HostScript, TurnsComeInListOrder) {
+  // A process spawned in a turn has its first turn in the same frame, after all older ones.
+  EXPECT_EQ(play("local function body(self, name)\n"
+                 "  io.write(name, ' ') frame()\n"
+                 "  if name == 'a' then spawn(body, nil, 'c') end\n"
+                 "  io.write(name, ' ') frame()\n"
+                 "end\n"
+                 "spawn(body, nil, 'a') spawn(body, nil, 'b')\n"
+                 "for i = 1, 4 do io.write('|') frame() end"),
+            "|a b |a b c |c |");
+}
+
+TEST_F(HostScript, PlayEndsWithTheLastProcess) {
+  Script script(host, {});
+  script.load_text("spawn(function() for i = 1, 3 do frame() end end)", "file.lua");
+  int frames = 1;
+  while (script.frame())
+    ++frames;
+  EXPECT_EQ(frames, 4);
+  EXPECT_EQ(fake::state().frames, 4);
+}
+
+TEST_F(HostScript, QuitStillDrawsTheFrame) {
+  EXPECT_EQ(play("spawn(function() frame() print('not reached') end)\nframe()\nquit()\n"
+                 "print('nor this')"),
+            "");
+  EXPECT_EQ(fake::state().frames, 2);
+}
+
+TEST_F(HostScript, SleepFreezeWakeKill) {
+  EXPECT_EQ(play("local n = 0\n"
+                 "local p = spawn(function() while true do n = n + 1 frame() end end)\n"
+                 "frame() sleep(p) frame() frame() io.write(n, ' ')\n"
+                 "p:wake() frame() io.write(n, ' ') freeze(p.id) frame() io.write(n, ' ')\n"
+                 "wake(p) p:kill() frame() io.write(n, ' ', tostring(p:alive())) kill(p)"),
+            "1 2 2 2 false");
+}
+
+TEST_F(HostScript, KillingItselfEndsTheTurnAtOnce) {
+  EXPECT_EQ(play("spawn(function(self) print('in') pcall(kill, self) print('not reached') end)"),
+            "in\n");
+  EXPECT_EQ(host.processes().size(), 0u);
+}
+
+TEST_F(HostScript, AProcessKilledInItsFramesOwnTurnDoesNotRun) {
+  EXPECT_EQ(play("local p\nspawn(function() frame() kill(p) frame() end)\n"
+                 "p = spawn(function() while true do io.write('x') frame() end end)"),
+            "x");
+}
+
+TEST_F(HostScript, CallsAreMadeForTheRunningProcess) {
+  const std::string id =
+      play("io.write(spawn(function() fk_sum(1, 2) frame() end).id) frame() frame()");
+  EXPECT_EQ(std::to_string(ProcessList::id(fake::state().caller)), id);
+  const std::string main = play("io.write(main.id) spawn(function() frame() end) fk_sum(1, 2)");
+  EXPECT_EQ(std::to_string(ProcessList::id(fake::state().caller)), main);
+  EXPECT_EQ(host.processes().current, nullptr);
+  EXPECT_EQ(play("local function f() end\n"
+                 "print(type_of(f) == type_of(f), type_of(f) ~= type_of(print),\n"
+                 "  spawn(f).type == type_of(f), main.type == type_of(main))"),
+            "true\ttrue\ttrue\ttrue\n");
+}
+
+TEST_F(HostScript, TurnsDontEndInsideOtherCoroutines) {
+  const std::string text = "\ncoroutine.wrap(function() frame() end)()";
+  EXPECT_THAT(failure(text), HasSubstr("file.lua:2: frame() must be called by the process's own"));
+  EXPECT_THAT(failure("table.sort({3, 2, 1}, function() frame() end)"),
+              HasSubstr("frame() must be called"));
+  EXPECT_THAT(failure("coroutine.wrap(function() kill(main) end)()"),
+              HasSubstr("kill() of the running process must be called"));
+  EXPECT_EQ(play("for v in coroutine.wrap(function() coroutine.yield(1) end) do print(v) end"),
+            "1\n");
+}
+
+TEST_F(HostScript, EndlessSpawningIsAnError) {
+  EXPECT_THAT(failure("local function body() spawn(body) frame() end spawn(body)"),
+              HasSubstr("too many processes"));
+}
+
+TEST_F(HostScript, ClosedCoroutinesRunTheirClosers) {
+  EXPECT_EQ(play("local function body()\n"
+                 "  local c <close> = setmetatable({}, {__close = function()\n"
+                 "    print('closed') spawn(print, nil, 'from closer') end})\n"
+                 "  while true do frame() end\nend\n"
+                 "local p = spawn(body) frame() kill(p) frame() frame()"),
+            "closed\nprocess 3\tfrom closer\n");
+}
+
+} // namespace
