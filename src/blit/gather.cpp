@@ -1,0 +1,149 @@
+// How the four operations bring pixels to a kernel.
+#include <algorithm>
+
+#include "blit/span.h"
+#include "orb/graphics2d.h"
+#include "surface/palette.h"
+
+namespace {
+
+uint8_t *pixel_address(const __ORBSurface2D__ *surface, int32_t x, int32_t y) {
+  const ptrdiff_t bytes = surface->depth >> 3;
+  return static_cast<uint8_t *>(surface->pixels) + ptrdiff_t(y) * ptrdiff_t(surface->pitch) +
+         x * bytes;
+}
+
+/// The part of a kernel's argument that the blit state gives to all operations.
+kernel_args common_args() {
+  kernel_args k{};
+  k.dst_alpha = blit.dst->alpha_channel != 0;
+  k.alpha = uint8_t(blit.blt_alpha);
+  k.intensity = uint8_t(blit.blt_intensity);
+  k.tint_r = uint8_t(blit.tintR);
+  k.tint_g = uint8_t(blit.tintG);
+  k.tint_b = uint8_t(blit.tintB);
+  k.ghost = table_ghost8;
+  return k;
+}
+
+/// A kernel reads a group of pixels before it writes one. Where source and destination are one
+/// surface that would show, so each pixel goes by itself, in the order in which rows are drawn.
+void run_overlapping(span_kernel *kernel, kernel_args k) {
+  const int32_t bytes = blit.src->depth >> 3, step = k.mirror ? -bytes : bytes;
+  auto *dst = static_cast<uint8_t *>(k.dst);
+  auto *src = static_cast<const uint8_t *>(k.src);
+  const int32_t w = k.w, h = k.h;
+  k.w = k.h = 1;
+  for (int32_t y = 0; y < h; ++y, dst += k.dst_stride, src += k.src_stride) {
+    for (int32_t x = 0; x < w; ++x) {
+      k.dst = dst + x * bytes;
+      k.src = src + x * step;
+      kernel(k);
+    }
+  }
+}
+
+/// Rows are sampled into a buffer of this many pixels, which stays in the first-level cache.
+constexpr int32_t chunk = 256;
+
+/// Runs a kernel over `blt_w` pixels at (dst_x, dst_y), sampled piece by piece by
+/// sample(buffer, count).
+template <typename Word, typename Sample> void run_sampled(span_kernel *kernel, Sample sample) {
+  alignas(32) Word buffer[chunk];
+  kernel_args k = common_args();
+  k.src = buffer;
+  k.h = 1;
+  auto *dst = reinterpret_cast<Word *>(pixel_address(blit.dst, blit.dst_x, blit.dst_y));
+  // Onto itself a surface must be sampled no further ahead than it is written.
+  const int32_t piece = blit.src == blit.dst ? 1 : chunk;
+  for (int32_t left = blit.blt_w; left > 0;) {
+    k.w = std::min(left, piece);
+    k.dst = dst;
+    sample(buffer, k.w);
+    kernel(k);
+    dst += k.w;
+    left -= k.w;
+  }
+}
+
+template <typename Word> void scale_row(span_kernel *kernel) {
+  const auto *row = reinterpret_cast<const Word *>(pixel_address(blit.src, 0, blit.src_y));
+  const int32_t step = blit.x_inc;
+  int32_t x = blit.src_x;
+  run_sampled<Word>(kernel, [&](Word *to, int32_t count) {
+    for (int32_t i = 0; i < count; ++i, x += step) to[i] = row[x >> 16];
+  });
+  blit.src_x = x;
+}
+
+template <typename Word> void rotscale_row(span_kernel *kernel) {
+  const auto *pixels = static_cast<const Word *>(blit.src->pixels);
+  const auto width = int32_t(blit.src->width);
+  const int32_t step_x = blit.x_inc, step_y = blit.y_inc;
+  int32_t x = blit.src_x, y = blit.src_y;
+  run_sampled<Word>(kernel, [&](Word *to, int32_t count) {
+    for (int32_t i = 0; i < count; ++i, x += step_x, y += step_y)
+      to[i] = pixels[(y >> 16) * width + (x >> 16)];
+  });
+  blit.src_x = x;
+  blit.src_y = y;
+}
+
+/// Calls the row function of the source's pixel width.
+template <typename F> void by_depth(F f) {
+  switch (blit.src->depth) {
+    case 8: f(uint8_t{}); break;
+    case 16: f(uint16_t{}); break;
+    default: f(uint32_t{}); break;
+  }
+}
+
+}  // namespace
+
+void span_draw(span_kernel *kernel) {
+  const int32_t bytes = blit.src->depth >> 3;
+  kernel_args k = common_args();
+  k.dst = pixel_address(blit.dst, blit.dst_x, blit.dst_y);
+  k.src = pixel_address(blit.src, blit.src_x, blit.src_y);
+  k.mirror = blit.blt_flags & 1;
+  k.w = blit.blt_w;
+  k.h = blit.blt_h;
+  k.dst_stride = (blit.blt_w + blit.dst_inc) * bytes;
+  k.src_stride = ((k.mirror ? -blit.blt_w : blit.blt_w) + blit.src_inc) * bytes;
+  if (blit.src == blit.dst) run_overlapping(kernel, k);
+  else kernel(k);
+}
+
+void span_scale(span_kernel *kernel) {
+  by_depth([kernel](auto word) { scale_row<decltype(word)>(kernel); });
+}
+
+void span_rotscale(span_kernel *kernel) {
+  by_depth([kernel](auto word) { rotscale_row<decltype(word)>(kernel); });
+}
+
+void span_tile(span_kernel *kernel) {
+  const auto width = int32_t(blit.src->width), height = int32_t(blit.src->height);
+  const int32_t bytes = blit.src->depth >> 3;
+  kernel_args k = common_args();
+  k.dst_stride = int32_t(blit.dst->pitch);
+  k.src_stride = int32_t(blit.src->pitch);
+  int32_t src_y = blit.tile_phase_y;
+  for (blit.tile_y = blit.clipy0; blit.tile_y <= blit.clipy1;) {
+    k.h = std::min(height - src_y, blit.clipy1 - blit.tile_y + 1);
+    int32_t src_x = blit.tile_phase_x;
+    uint8_t *dst = pixel_address(blit.dst, blit.clipx0, blit.tile_y);
+    for (blit.tile_x = blit.clipx0; blit.tile_x <= blit.clipx1;) {
+      k.w = std::min(width - src_x, blit.clipx1 - blit.tile_x + 1);
+      k.dst = dst;
+      k.src = pixel_address(blit.src, src_x, src_y);
+      if (blit.src == blit.dst) run_overlapping(kernel, k);
+      else kernel(k);
+      dst += k.w * bytes;
+      blit.tile_x += k.w;
+      src_x = 0;
+    }
+    blit.tile_y += k.h;
+    src_y = 0;
+  }
+}

@@ -1,0 +1,33 @@
+// What the blit operations share: checks, clip rectangle, choice of span routine, outputs.
+#pragma once
+
+#include "blit/blit.h"
+#include "blit/blit_state.h"
+#include "blit/span.h"
+
+/// Copies a request into the blit state, clamps it, and checks what all operations check: surfaces
+/// of one depth, effect, ground without region, flags' key mode; for `transformed` ones also the
+/// sizes. False: refuse.
+bool begin_blit(const __ORBBlit2D__ *request, bool transformed);
+
+/// Works out the clip rectangle. False when the region is undefined or the rectangle empty.
+bool clip_blit(const __ORBBlit2D__ *request);
+
+/// The routine for the blit state from the tables of an operation, with the effect's parameters
+/// and table rows set; null where the table has none. `column` is blit_column() but for tiles.
+span_routine *choose_routine(span_op op, int32_t column);
+
+/// Key mode by flags: 0 keyed, 1 ghost, 2 no key; -1 for flags 12..15.
+int32_t blit_column();
+
+/// The pivot in unmirrored pixels of the source, consuming a pivot override. `overridden` tells
+/// where it came from.
+struct blit_pivot {
+  int32_t x, y;
+  bool overridden;
+};
+blit_pivot take_pivot(__ORBSurface2D__ *surface);
+
+/// Ends an operation: nothing drawn; or this inclusive box, written to the request and its owner.
+int32_t refuse_blit(__ORBBlit2D__ *request);
+int32_t finish_blit(__ORBBlit2D__ *request, int32_t x0, int32_t y0, int32_t x1, int32_t y1);
