@@ -71,7 +71,7 @@ template <typename Word> void scale_row(span_kernel *kernel) {
   const int32_t step = blit.x_inc;
   int32_t x = blit.src_x;
   run_sampled<Word>(kernel, [&](Word *to, int32_t count) {
-    for (int32_t i = 0; i < count; ++i, x += step) to[i] = row[x >> 16];
+    for (int32_t i = 0; i < count; ++i, x += step) to[i] = row[uint32_t(x) >> 16];
   });
   blit.src_x = x;
 }
@@ -83,7 +83,7 @@ template <typename Word> void rotscale_row(span_kernel *kernel) {
   int32_t x = blit.src_x, y = blit.src_y;
   run_sampled<Word>(kernel, [&](Word *to, int32_t count) {
     for (int32_t i = 0; i < count; ++i, x += step_x, y += step_y)
-      to[i] = pixels[(y >> 16) * width + (x >> 16)];
+      to[i] = pixels[(uint32_t(y) >> 16) * width + (uint32_t(x) >> 16)];
   });
   blit.src_x = x;
   blit.src_y = y;

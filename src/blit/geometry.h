@@ -1,0 +1,64 @@
+// Transform geometry: where the corners of a scaled, rotated or sheared graph fall.
+//
+// Angles are thousandths of a degree, counter-clockwise on a screen whose y axis points down; sizes
+// are percent; shears are percent with their sign turned: a positive shear_x moves the rows below
+// the pivot to the left. Every routine places the pivot (control point 0, or the one-shot override,
+// which it consumes) at the position. Far corners are those of the last pixel, not of the edge.
+#pragma once
+
+#include "orb/graphics2d.h"
+
+struct __FPoint__ {
+  float x, y;
+};
+
+/// A corner on the destination's pixel grid.
+struct __Vertex__ {
+  int32_t x, y;
+};
+
+/// Order of shear (h), scale (s) and rotation (r), first to last.
+enum transform_order : int32_t { tfm_hsr, tfm_hrs, tfm_shr, tfm_srh, tfm_rhs, tfm_rsh };
+
+/// Rounds half away from zero. Values outside -2^30..2^30, and what is no number, give
+/// `corner_out_of_range`.
+int32_t round_corner(float value);
+inline constexpr int32_t corner_out_of_range = INT32_MIN;
+
+/// The box of a scaled graph.
+void calculate_corners_scale(__ORBSurface2D__ *surface, int32_t x, int32_t y, int32_t size_x,
+                             int32_t size_y, int32_t flags, float *x0, float *y0, float *x1,
+                             float *y1);
+
+// The routines below give four corners of the untransformed graph in the order top left, top right,
+// bottom left, bottom right.
+
+void calculate_corners_rotate(__ORBSurface2D__ *surface, int32_t x, int32_t y, int32_t angle,
+                              int32_t flags, __FPoint__ corners[4]);
+void calculate_corners_rotscale(__ORBSurface2D__ *surface, int32_t x, int32_t y, int32_t size_x,
+                                int32_t size_y, int32_t angle, int32_t tfmorder, int32_t flags,
+                                __FPoint__ corners[4]);
+void calculate_corners_scaleshear(__ORBSurface2D__ *surface, int32_t x, int32_t y, int32_t size_x,
+                                  int32_t size_y, int32_t shear_x, int32_t shear_y,
+                                  int32_t tfmorder, int32_t flags, __FPoint__ corners[4]);
+void calculate_corners_rotscaleshear(__ORBSurface2D__ *surface, int32_t x, int32_t y,
+                                     int32_t size_x, int32_t size_y, int32_t shear_x,
+                                     int32_t shear_y, int32_t angle, int32_t tfmorder,
+                                     int32_t flags, __FPoint__ corners[4]);
+
+/// Chooses among the routines above. Corners in the order top left, top right, bottom right, bottom
+/// left: clockwise on screen when nothing turns or mirrors them.
+void calculate_corners(__ORBSurface2D__ *surface, int32_t x, int32_t y, int32_t size_x,
+                       int32_t size_y, int32_t shear_x, int32_t shear_y, int32_t angle,
+                       int32_t tfmorder, int32_t flags, __FPoint__ corners[4]);
+
+/// The rounded box around the four corners.
+void calculate_graph_bbox(__ORBRegion__ *box, __ORBSurface2D__ *surface, int32_t x, int32_t y,
+                          int32_t angle, int32_t flags, int32_t size_x, int32_t size_y,
+                          int32_t shear_x, int32_t shear_y, int32_t tfmorder);
+
+/// Puts corners (top left, top right, bottom left, bottom right) in scan order: the topmost, the
+/// leftmost of those on a tie; its left and its right neighbour; the opposite one.
+void sort_corners_rotscale(__Vertex__ sorted[4], const __Vertex__ corners[4]);
+void sort_corners_scaleshear(__Vertex__ sorted[4], const __Vertex__ corners[4]);
+void sort_corners_rotscaleshear(__Vertex__ sorted[4], const __Vertex__ corners[4]);
