@@ -31,14 +31,10 @@ if(ORB_SANITIZE)
     -fsanitize=${ORB_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(orb_common INTERFACE -fsanitize=${ORB_SANITIZE})
   # The sanitizers take /proc/self/exe for the program. Started through a loader that would be the
-  # loader, and reports would name no lines; so these programs name the sysroot's loader and
-  # libraries themselves, and start directly.
+  # loader, and reports would name no lines; so these programs name the sysroot's loader themselves.
   if(CMAKE_SYSROOT)
-    set(lib "${CMAKE_SYSROOT}/usr/lib/i386-linux-gnu")
     target_link_options(orb_common INTERFACE
-      "-Wl,--dynamic-linker,${CMAKE_SYSROOT}/lib/ld-linux.so.2"
-      "-Wl,--disable-new-dtags,-rpath,${lib}:${lib}/pulseaudio:${CMAKE_SYSROOT}/lib/i386-linux-gnu")
-    set(CMAKE_CROSSCOMPILING_EMULATOR "")
+      "-Wl,--dynamic-linker,${CMAKE_SYSROOT}/lib/ld-linux.so.2")
   endif()
 endif()
 

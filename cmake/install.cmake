@@ -14,6 +14,7 @@ endif()
 
 # Relative, so that `cmake --install --prefix` may choose another place.
 file(RELATIVE_PATH ORB_PC_TO_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
+string(REGEX REPLACE "/$" "" ORB_PC_TO_PREFIX "${ORB_PC_TO_PREFIX}")
 configure_file(cmake/orb_graphics2d.pc.in orb_graphics2d.pc @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/orb_graphics2d.pc"
   DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")

@@ -90,18 +90,19 @@ start_xvfb() {
   unset SDL_VIDEODRIVER XAUTHORITY WAYLAND_DISPLAY
 }
 
-# Adds up ctest's log: test cases of the GoogleTest suites, and the scripts as one case each.
+# summarize LOG STATUS: adds up ctest's log: the test cases of the GoogleTest suites, and every
+# other entry as one case. Where ctest failed without a case to show for it, it counts as one.
 summarize() {
-  awk '
-    /^[0-9]+\/[0-9]+ Testing: / { suites = 0; lost = 0 }
-    /^\[==========\] [0-9]+ tests? from .* ran\./ { ran = $2; suites = 1 }
-    /^\[  PASSED  \] [0-9]+ tests?\.?/ { passed += $4 }
-    /^\[  FAILED  \] [0-9]+ tests?, listed below/ { failed += $4; lost = $4 }
-    /^\[  SKIPPED \] [0-9]+ tests?, listed below/ { skipped += $4 }
+  awk -v status="$2" '
+    /^[0-9]+\/[0-9]+ Testing: / { suite = 0; lost = 0 }
+    /^\[==========\] [0-9]+ tests? from .* ran\./ { skipped += $2; suite = 1 }
+    /^\[  PASSED  \] [0-9]+ tests?\./ { passed += $4; skipped -= $4 }
+    /^\[  FAILED  \] .*\([0-9]+ ms\)$/ { failed++; skipped--; lost++ }
     /^script functions pending: / { pending = $0 }
-    /^Test Passed\.$/ { if (!suites) passed++ }
-    /^Test Failed\.$/ || /^Test (timeout|time-out)/ { if (!lost) failed++ }
+    /^Test Passed\.$/ { if (!suite) passed++ }
+    /^Test Failed\.$/ { if (!lost) failed++ }
     END {
+      if (status && !failed) failed = 1
       if (pending) print pending
       printf "%d passed, %d failed%s\n", passed, failed, skipped ? ", " skipped " skipped" : ""
     }' "$1"
@@ -125,7 +126,7 @@ verb_test() {
   ctest --test-dir "$root/build/$preset" -j "$(nproc)" --output-on-failure --no-tests=error \
     "${arguments[@]}" </dev/null
   status=$?
-  [ ! -e "$log" ] || summarize "$log"
+  [ ! -e "$log" ] || summarize "$log" $status
   [ $status = 0 ] || say "FAILED: some tests failed: see above (log: $log)"
   exit $status
 }
