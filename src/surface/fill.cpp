@@ -10,16 +10,20 @@ fill_routine *memory_fill = memset8;
 
 namespace {
 
-/// Writes `count` pixels: single ones up to a 16-byte boundary, then groups of eight through
-/// `write_group`, then the remaining ones.
-template <typename Pixel, typename WritePixel, typename WriteGroup>
-void fill_run(void *to, uint32_t count, WritePixel write_pixel, WriteGroup write_group) {
+/// Writes `count` pixels: single ones up to a 16-byte boundary, then 64 and 16 bytes at a time
+/// through `write_vector`, then the remaining single ones.
+template <typename Pixel, typename WritePixel, typename WriteVector>
+void fill_run(void *to, uint32_t count, WritePixel write_pixel, WriteVector write_vector) {
+  constexpr uint32_t per_vector = 16 / sizeof(Pixel);
   Pixel *pixel = static_cast<Pixel *>(to);
   for (; count && reinterpret_cast<uintptr_t>(pixel) % 16; --count)
     write_pixel(pixel++);
-  for (uint32_t groups = count >> 3; groups; --groups, pixel += 8)
-    write_group(reinterpret_cast<__m128i *>(pixel));
-  for (count &= 7; count; --count)
+  for (; count >= 4 * per_vector; count -= 4 * per_vector)
+    for (uint32_t i = 0; i < 4; ++i, pixel += per_vector)
+      write_vector(reinterpret_cast<__m128i *>(pixel));
+  for (; count >= per_vector; count -= per_vector, pixel += per_vector)
+    write_vector(reinterpret_cast<__m128i *>(pixel));
+  for (; count; --count)
     write_pixel(pixel++);
 }
 
@@ -31,34 +35,30 @@ void memset8(void *to, int32_t value, uint32_t count) {
 
 void memset16(void *to, int32_t value, uint32_t count) {
   const auto colour = uint16_t(value);
-  const __m128i group = _mm_set1_epi16(int16_t(value));
+  const __m128i colours = _mm_set1_epi16(int16_t(value));
   fill_run<uint16_t>(
       to, count, [=](uint16_t *pixel) { *pixel = colour; },
-      [=](__m128i *pixels) { _mm_store_si128(pixels, group); });
+      [=](__m128i *pixels) { _mm_store_si128(pixels, colours); });
 }
 
 void memset32(void *to, int32_t value, uint32_t count) {
   const auto colour = uint32_t(value);
-  const __m128i group = _mm_set1_epi32(value);
+  const __m128i colours = _mm_set1_epi32(value);
   fill_run<uint32_t>(
       to, count, [=](uint32_t *pixel) { *pixel = colour; },
-      [=](__m128i *pixels) {
-        _mm_store_si128(pixels, group);
-        _mm_store_si128(pixels + 1, group);
-      });
+      [=](__m128i *pixels) { _mm_store_si128(pixels, colours); });
 }
 
 void memset32_alphachn_unchanged(void *to, int32_t value, uint32_t count) {
   constexpr uint32_t alpha = 0xFF000000;
   const uint32_t colour = uint32_t(value) & ~alpha;
-  const __m128i group = _mm_set1_epi32(int32_t(colour));
+  const __m128i colours = _mm_set1_epi32(int32_t(colour));
   const __m128i kept = _mm_set1_epi32(int32_t(alpha));
   fill_run<uint32_t>(
       to, count, [=](uint32_t *pixel) { *pixel = (*pixel & alpha) | colour; },
       [=](__m128i *pixels) {
-        for (int half = 0; half < 2; ++half)
-          _mm_store_si128(pixels + half,
-                          _mm_or_si128(_mm_and_si128(_mm_load_si128(pixels + half), kept), group));
+        const __m128i alphas = _mm_and_si128(_mm_load_si128(pixels), kept);
+        _mm_store_si128(pixels, _mm_or_si128(alphas, colours));
       });
 }
 

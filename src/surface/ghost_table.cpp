@@ -4,11 +4,12 @@
 // 255 are entries like any other here: 0 mixes as the colour that the screen shows for it, so a
 // ghost over untouched background looks right, and keyed routines never ask for a source of 0.
 //
-// 32,896 searches over 254 entries would take tens of milliseconds. A cube of 8 x 8 x 8 cells, 32
-// levels a side, keeps for each cell the entries that can be nearest somewhere in it: those whose
-// smallest distance to the cell does not exceed the largest distance of any entry. What it leaves
-// out is farther than another entry at every point of the cell, so the search over a cell's list
-// finds exactly what the search over all entries finds, ties included.
+// 32,896 searches over 254 entries would take tens of milliseconds. A cube of 8 x 8 x 8 cells over
+// the box that the palette fills, which holds every mix, keeps for each cell the entries that can
+// be nearest somewhere in it: those whose smallest distance to the cell does not exceed the largest
+// distance of any entry. What it leaves out is farther than another entry at every point of the
+// cell, so the search over a cell's list finds exactly what the search over all entries finds, ties
+// included.
 #include <cstdlib>
 #include <cstring>
 
@@ -20,53 +21,62 @@ uint8_t fake_ghost_table = 1;
 namespace {
 
 constexpr int32_t first_entry = 1, end_entry = 255; // as find_nearest
-constexpr int32_t cells_per_side = 8, cell_shift = 5;
+constexpr int32_t cells_per_side = 8;
 
 struct ghost_cell {
   uint8_t count;
   uint8_t candidates[end_entry - first_entry]; // rising indices
 };
-struct ghost_cube {
-  ghost_cell cells[cells_per_side][cells_per_side][cells_per_side];
-};
 
-/// Distances of one component value to the nearest and the farthest level of a cell's side.
+/// Distances of an entry's component to the nearest and the farthest level of a cell's side.
 struct side_distance {
   int16_t near, far;
 };
-side_distance distance_to_side(int32_t value, int32_t side) {
-  const int32_t low = side << cell_shift, high = low + (1 << cell_shift) - 1;
-  const int32_t near = value < low ? low - value : value > high ? value - high : 0;
-  const int32_t far = abs(value - low) > abs(value - high) ? abs(value - low) : abs(value - high);
-  return {int16_t(near), int16_t(far)};
-}
 
-/// Per side of an axis, the distances of all entries.
-struct axis_distances {
-  side_distance of[cells_per_side][256];
+/// One axis of the cube: which side a level falls into, and how far the entries are from each.
+struct ghost_axis {
+  uint8_t side_of[256]; // within the palette's range only
+  side_distance distance[cells_per_side][256];
 };
+
+struct ghost_cube {
+  ghost_axis r, g, b;
+  ghost_cell cells[cells_per_side][cells_per_side][cells_per_side];
+};
+
+void lay_out_axis(ghost_axis &axis, const __ORBPalette2D__ *of, uint8_t orb_rgb::*component) {
+  int32_t low = 255, high = 0;
+  for (const orb_rgb &entry : of->colours) {
+    if (entry.*component < low) low = entry.*component;
+    if (entry.*component > high) high = entry.*component;
+  }
+  const int32_t width = (high - low) / cells_per_side + 1;
+  for (int32_t level = low; level <= high; ++level)
+    axis.side_of[level] = uint8_t((level - low) / width);
+  for (int32_t side = 0; side < cells_per_side; ++side) {
+    const int32_t first = low + side * width, last = first + width - 1;
+    for (int32_t i = first_entry; i < end_entry; ++i) {
+      const int32_t value = of->colours[i].*component;
+      const int32_t below = first - value, above = value - last; // at most one is positive
+      const int32_t near = below > 0 ? below : above > 0 ? above : 0;
+      const int32_t far = below < above ? -below : -above;
+      axis.distance[side][i] = {int16_t(near), int16_t(far)};
+    }
+  }
+}
 
 /// Lists the candidates of every cell. Null without memory.
 ghost_cube *make_ghost_cube(const __ORBPalette2D__ *of) {
-  auto *cube = static_cast<ghost_cube *>(malloc(sizeof(ghost_cube)));
-  auto *axes = static_cast<axis_distances *>(malloc(3 * sizeof(axis_distances)));
-  if (!cube || !axes) {
-    free(cube);
-    free(axes);
-    return nullptr;
-  }
-  for (int32_t side = 0; side < cells_per_side; ++side) {
-    for (int32_t i = first_entry; i < end_entry; ++i) {
-      axes[0].of[side][i] = distance_to_side(of->colours[i].r, side);
-      axes[1].of[side][i] = distance_to_side(of->colours[i].g, side);
-      axes[2].of[side][i] = distance_to_side(of->colours[i].b, side);
-    }
-  }
+  auto *const cube = static_cast<ghost_cube *>(malloc(sizeof(ghost_cube)));
+  if (!cube) return nullptr;
+  lay_out_axis(cube->r, of, &orb_rgb::r);
+  lay_out_axis(cube->g, of, &orb_rgb::g);
+  lay_out_axis(cube->b, of, &orb_rgb::b);
   for (int32_t r = 0; r < cells_per_side; ++r) {
     for (int32_t g = 0; g < cells_per_side; ++g) {
       for (int32_t b = 0; b < cells_per_side; ++b) {
-        const side_distance *const in_r = axes[0].of[r], *const in_g = axes[1].of[g],
-                                   *const in_b = axes[2].of[b];
+        const side_distance *const in_r = cube->r.distance[r], *const in_g = cube->g.distance[g],
+                                   *const in_b = cube->b.distance[b];
         int32_t bound = INT16_MAX;
         for (int32_t i = first_entry; i < end_entry; ++i) {
           const int32_t far = in_r[i].far + in_g[i].far + in_b[i].far;
@@ -80,14 +90,13 @@ ghost_cube *make_ghost_cube(const __ORBPalette2D__ *of) {
       }
     }
   }
-  free(axes);
   return cube;
 }
 
 /// find_nearest, over the candidates of the cell that the colour lies in.
 uint8_t find_in_cube(const ghost_cube *cube, const __ORBPalette2D__ *in, int32_t r, int32_t g,
                      int32_t b) {
-  const ghost_cell &cell = cube->cells[r >> cell_shift][g >> cell_shift][b >> cell_shift];
+  const ghost_cell &cell = cube->cells[cube->r.side_of[r]][cube->g.side_of[g]][cube->b.side_of[b]];
   int32_t best_distance = 999;
   uint8_t best = 0;
   for (uint32_t i = 0; i < cell.count; ++i) {

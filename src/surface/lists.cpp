@@ -1,8 +1,8 @@
 // The storage of regions and draw records.
 #include <cstdlib>
-#include <cstring>
 
 #include "module/runtime.h"
+#include "surface/growth.h"
 #include "surface/registry.h"
 
 __ORBRegion__ *regions = nullptr;
@@ -18,36 +18,23 @@ namespace {
 
 constexpr int32_t first_max_region = 32, region_step = 4, region_limit = 65537;
 
-/// Makes arrays of `count` regions, of which the first `max_region` are the present ones. 0 and
-/// nothing changed without memory.
-int32_t replace_regions(int32_t count) {
-  auto *const records = static_cast<__ORBRegion__ *>(malloc(size_t(count) * sizeof *regions));
-  auto *const flags = static_cast<int32_t *>(calloc(size_t(count), sizeof *regions_def));
-  if (!records || !flags) {
-    free(records);
-    free(flags);
-    return 0;
-  }
-  if (max_region) {
-    memcpy(records, regions, size_t(max_region) * sizeof *regions);
-    memcpy(flags, regions_def, size_t(max_region) * sizeof *regions_def);
-  }
+/// Lengthens the region list to `count` records. False, with no region lost, without memory.
+bool grow_regions(int32_t count) {
+  const bool grown =
+      grow_records(regions, max_region, count) && grow_records(regions_def, max_region, count);
+  device2D.regions = regions; // it may have moved even where the flags found no room
+  if (!grown) return false;
   for (int32_t i = max_region; i < count; ++i)
-    records[i] = {-1, -1, -1, -1};
-  free(regions);
-  free(regions_def);
-  regions = records;
-  regions_def = flags;
+    regions[i] = {-1, -1, -1, -1};
   max_region = count;
-  device2D.regions = regions;
-  return 1;
+  return true;
 }
 
 } // namespace
 
 void create_regions() {
   DeleteRegionList();
-  if (!replace_regions(first_max_region)) {
+  if (!grow_regions(first_max_region)) {
     rt_fatal("No enough memory to create REGIONS");
     return;
   }
@@ -59,7 +46,7 @@ int32_t ResizeRegionList(int32_t wanted) {
   int64_t count = int64_t(max_region) + region_step;
   if (int64_t(wanted) + 1 > count) count = int64_t(wanted) + 1;
   if (count > region_limit) count = region_limit;
-  if (replace_regions(int32_t(count))) return 1;
+  if (grow_regions(int32_t(count))) return 1;
   rt_fatal("ENGINE 2D: Error to Resize REGION list");
   return 0;
 }
@@ -88,23 +75,17 @@ constexpr int32_t first_max_draw = 16, draw_step = 16, draw_limit = 65536;
 }
 
 int32_t CreateDrawList() {
-  draws = static_cast<orb_draw *>(calloc(first_max_draw, sizeof *draws));
-  max_draw = draws ? first_max_draw : 0;
   draws_painted = draws_fixed = draws_locked = 0;
-  return draws != nullptr;
+  max_draw = grow_records(draws, 0, first_max_draw) ? first_max_draw : 0;
+  return max_draw != 0;
 }
 
 int32_t ResizeDrawList() {
   if (max_draw >= draw_limit) return 0;
-  auto *const records =
-      static_cast<orb_draw *>(calloc(size_t(max_draw + draw_step), sizeof *draws));
-  if (!records) {
+  if (!grow_records(draws, max_draw, max_draw + draw_step)) {
     rt_fatal("ENGINE 2D: Error to Resize DRAW2D list");
     return 0;
   }
-  if (draws) memcpy(records, draws, size_t(max_draw) * sizeof *draws);
-  free(draws);
-  draws = records;
   max_draw += draw_step;
   return 1;
 }

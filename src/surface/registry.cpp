@@ -1,10 +1,12 @@
 // Libraries, graphs and their run-time codes. Regions and draw records: surface/lists.cpp.
 #include "surface/registry.h"
 
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 
 #include "module/runtime.h"
+#include "surface/growth.h"
 
 orb_fpg *fpg = nullptr;
 int32_t max_fpg = 0, max_map = 0, max_graph = 0;
@@ -40,15 +42,12 @@ int32_t CreateFPGList() {
 
 int32_t ResizeFPGList() {
   if (max_fpg >= fpg_limit) return 0;
-  auto *const records = new_records<orb_fpg>(max_fpg + fpg_step);
-  if (!records) {
+  const std::ptrdiff_t looked_up = pfpg ? pfpg - fpg : 0;
+  if (!grow_records(fpg, max_fpg, max_fpg + fpg_step)) {
     rt_fatal("ENGINE 2D: Error to Resize FPG list");
     return 0;
   }
-  if (fpg) memcpy(records, fpg, size_t(max_fpg) * sizeof *fpg);
-  pfpg = moved(pfpg, fpg, max_fpg, records);
-  free(fpg);
-  fpg = records;
+  if (pfpg) pfpg = fpg + looked_up;
   max_fpg += fpg_step;
   return 1;
 }
