@@ -65,6 +65,8 @@ void Host::prepare_video() {
     setenv("SDL_VIDEODRIVER", "dummy", 1);
     return;
   }
+  // Without a display SDL would go on to draw with characters in the terminal.
+  setenv("SDL_VIDEODRIVER", "x11", 0);
   setenv("SDL_VIDEO_CENTERED", "1", 0);
   // Opening SDL here tells the desktop's size before the module sets a mode, and says in plain
   // words that there is no display.

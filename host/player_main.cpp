@@ -6,9 +6,11 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <ctime>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -24,6 +26,15 @@ namespace fs = std::filesystem;
 enum ExitStatus { exit_ok, exit_script, exit_usage, exit_not_found, exit_video };
 
 constexpr const char *module_file = "libORB_mod_graphics2D.so.1";
+
+// Ctrl-C ends play with the frame, so that the display is put back; a second time, at once. SDL
+// would swallow it, and a script in an endless loop couldn't be stopped.
+volatile std::sig_atomic_t interrupted = 0;
+
+extern "C" void on_interrupt(int number) {
+  if (interrupted) _exit(128 + number);
+  interrupted = number;
+}
 
 // A failure with the exit status that goes with it.
 struct PlayError : std::runtime_error {
@@ -60,13 +71,24 @@ Screenshot parse_screenshot(const std::string &text) {
   return {text.substr(0, at), frame};
 }
 
-// Throws CLI::ParseError, which help and version are too.
+class Formatter : public CLI::Formatter {
+public:
+  std::string make_usage(const CLI::App *, std::string) const override {
+    return "Usage: orbplay [options] SCRIPT [-- script arguments]\n";
+  }
+};
+
+// Ends the program for a usage error, and after --help and --version.
 Settings parse_options(int argc, char **argv) {
   Settings settings;
   std::vector<std::string> screenshots;
   CLI::App app{"Plays a Lua script with the 2D graphics module.", "orbplay"};
   app.footer("Exit status: 0 ok, 1 script error, 2 usage, 3 file not found, 4 video or module\n"
              "could not start.");
+  app.formatter(std::make_shared<Formatter>());
+  app.failure_message([](const CLI::App *, const CLI::Error &error) {
+    return std::string("orbplay: ") + error.what() + "\nRun with --help for more information.\n";
+  });
   app.set_version_flag("--version", "orbplay " ORB_VERSION);
   app.add_option("script", settings.script, "Lua script to play")->type_name("SCRIPT");
   app.add_option("arguments", settings.arguments,
@@ -75,7 +97,7 @@ Settings parse_options(int argc, char **argv) {
                "no window and no waiting; every run gives the same frames");
   app.add_option("--frames", settings.frames, "stop after N frames")
       ->type_name("N")
-      ->check(CLI::PositiveNumber);
+      ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{0xFFFFFFFF}));
   app.add_option("--fps", settings.fps, "hold N frames a second, 0 for as many as possible")
       ->type_name("N")
       ->check(CLI::Range(0, 1000));
@@ -173,7 +195,7 @@ void play(orbhost::Host &host, const Settings &settings) {
   }
   std::uint64_t frame = 0;
   for (bool more = true; more;) {
-    more = script.frame();
+    more = script.frame() && !interrupted;
     ++frame;
     if (settings.frames && frame >= settings.frames) more = false;
     save_screenshots(host, settings, frame, !more);
@@ -191,6 +213,8 @@ int run(const Settings &settings, const char *program) {
   if (!settings.list_functions && !fs::is_regular_file(settings.script, ignored)) {
     throw PlayError(exit_not_found, settings.script + ": no such script");
   }
+  std::signal(SIGINT, on_interrupt);
+  std::signal(SIGTERM, on_interrupt);
   orbhost::Options options;
   options.title = settings.script.empty() ? "orbplay" : fs::path(settings.script).stem().string();
   options.headless = options.virtual_clock = settings.headless;

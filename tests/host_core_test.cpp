@@ -1,5 +1,6 @@
 // The host core against a fake module: registration, calls, errors, processes, services.
 #include "host/host.h"
+#include "host/screenshot.h"
 #include "host_fake_module.h"
 
 #include <gtest/gtest.h>
@@ -184,6 +185,40 @@ TEST_F(HostCore, FatalAndExitReachTheirHandlers) {
   host.on_fatal = nullptr;
   EXPECT_EXIT(fake::state().runtime->rt_fatal(2, "no more"), ::testing::ExitedWithCode(4),
               "fatal error: no more");
+}
+
+// Pictures of a screen with known pixels, rows apart by more than their width.
+TEST_F(HostCore, PicturesConvertEveryDepth) {
+  EXPECT_THROW(take_picture(host), HostError);
+  orb_device2d device{};
+  device.get_palette = [](__ORBPalette2D__ *out) -> std::int32_t {
+    out->colours[7] = {252, 128, 4};
+    return 1;
+  };
+  host.runtime.rt_device2D = &device;
+  __ORBSurface2D__ screen{};
+  screen.width = 2;
+  screen.height = 2;
+  host.device_system.screen = &screen;
+  using Bytes = std::vector<std::uint8_t>;
+
+  std::uint8_t indices[] = {7, 0, 99, 0, 7, 99};
+  screen.depth = 8;
+  screen.pitch = 3;
+  screen.pixels = indices;
+  EXPECT_EQ(take_picture(host).rgb, (Bytes{252, 128, 4, 0, 0, 0, 0, 0, 0, 252, 128, 4}));
+
+  std::uint16_t words[] = {0xFFFF, 0xF800, 99, 0x07E0, 0x8410, 99};
+  screen.depth = 16;
+  screen.pitch = 6;
+  screen.pixels = words;
+  EXPECT_EQ(take_picture(host).rgb, (Bytes{255, 255, 255, 255, 0, 0, 0, 255, 0, 132, 130, 132}));
+
+  std::uint32_t longs[] = {0x01020304, 0xFF0A0B0C, 99, 0, 0x00FFFFFF, 99};
+  screen.depth = 32;
+  screen.pitch = 12;
+  screen.pixels = longs;
+  EXPECT_EQ(take_picture(host).rgb, (Bytes{2, 3, 4, 10, 11, 12, 0, 0, 0, 255, 255, 255}));
 }
 
 TEST_F(HostCore, ReleaseRunsOnce) {
