@@ -10,6 +10,7 @@
 #include "fake_runtime.h"
 #include "module/script_call.h"
 #include "script/handlers.h"
+#include "surface/growth.h"
 #include "surface/surface.h"
 #include "video/video.h"
 
@@ -128,8 +129,11 @@ TEST_F(Registry, LibrariesGrowByFourUpToTheLimit) {
   EXPECT_EQ(fpg[3].slots, slots);
   EXPECT_EQ(fpg[7].in_use, 0);
   EXPECT_EQ(fpg[7].slots, nullptr);
-  while (ResizeFPGList()) {
-  }
+  ASSERT_TRUE(grow_records(fpg, max_fpg, 65532));
+  max_fpg = 65532;
+  EXPECT_EQ(ResizeFPGList(), 1);
+  EXPECT_EQ(max_fpg, 65536);
+  EXPECT_EQ(ResizeFPGList(), 0);
   EXPECT_EQ(max_fpg, 65536);
   EXPECT_EQ(fpg[3].slots, slots);
   EXPECT_TRUE(host.fatals.empty());
@@ -179,8 +183,11 @@ TEST_F(Registry, DrawsGrow) {
   EXPECT_EQ(max_draw, 32);
   EXPECT_EQ(draws[15].z, -7);
   EXPECT_EQ(draws[31].in_use, 0);
-  while (ResizeDrawList()) {
-  }
+  ASSERT_TRUE(grow_records(draws, max_draw, 65520));
+  max_draw = 65520;
+  EXPECT_EQ(ResizeDrawList(), 1);
+  EXPECT_EQ(max_draw, 65536);
+  EXPECT_EQ(ResizeDrawList(), 0);
   EXPECT_EQ(max_draw, 65536);
   EXPECT_TRUE(host.fatals.empty());
 }

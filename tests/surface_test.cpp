@@ -70,6 +70,7 @@ TEST_F(Surface, SizesAndDepthsOutOfRangeAreRefused) {
       {4, 4, 15, false},         {4, 4, 64, false},         {32768, 32768, 32, false},
       {65535, 65535, 8, false},  {65535, 65535, 32, false}, {65535, 8193, 32, false},
       {32768, 16384, 32, false}, // 0x80000000 bytes
+      {65535, 32769, 32, false}, // 131068 bytes, were it taken in 32 bits
   };
   for (const attempt &a : attempts) {
     SCOPED_TRACE(testing::Message() << a.width << " x " << a.height << " x " << a.depth);
