@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <initializer_list>
 
 #include <zlib.h>
 
@@ -65,6 +65,8 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***) {
   runtime.rt_device_system = deviceSystem_graphics2D = &device_system;
   runtime.rt_fatal = [](int32_t, const char *) { abort(); };
   orbre = &runtime;
+  mode.bpp = 8;
+  do_tables(8);  // for its palette; the other depths need no table here
   return 0;
 }
 
@@ -80,7 +82,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   if (ftruncate(input_file, 0) != 0 || pwrite(input_file, data, size, 0) != ssize_t(size)) abort();
   for (int32_t depth : {32, 16, 8}) {
     mode.bpp = depth;
-    do_tables(depth);
     reset_image();
     use(ORB_CheckPNGHeader(input_path, nullptr) ? ORB_LoadPNG(input_path, nullptr) : 0);
   }

@@ -212,7 +212,7 @@ TEST_F(PngReader, DamagedFilesNeverDoHarm) {
       fill_picture(picture, 7, 6, random);
       const file_bytes whole = encode_png(picture);
       const auto chunks = chunks_of(whole);
-      for (int i = 0; i < 30; i++) {
+      for (int i = 0; i < 16; i++) {
         file_bytes damaged = whole;
         const auto chunk = chunks[random() % chunks.size()];
         const size_t first = i % 2 ? chunk.first + 8 : 0;
@@ -238,8 +238,8 @@ TEST_F(PngReader, DamagedFilesNeverDoHarm) {
   }
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
   // Both ways were taken, or the test says nothing.
-  EXPECT_GT(read, 50);
-  EXPECT_GT(refused, 500);
+  EXPECT_GT(read, 30);
+  EXPECT_GT(refused, 300);
 }
 
 TEST_F(PngReader, HugeHeadersAreRefusedBeforeTheyCost) {
