@@ -44,8 +44,9 @@ orb_find(NAME zlib HEADER zlib.h LIBRARIES z PACKAGE zlib1g-dev)
 orb_find(NAME jpeg HEADER jpeglib.h LIBRARIES jpeg PACKAGE libjpeg62-turbo-dev)
 orb_find(NAME lcms2 HEADER lcms2.h LIBRARIES lcms2 PACKAGE liblcms2-dev)
 
-# The reference host's. Lua's C++ build raises errors as exceptions, so destructors run.
-orb_find(NAME lua HEADER lua.hpp SUFFIXES lua5.4 LIBRARIES lua5.4-c++ PACKAGE liblua5.4-dev)
+# The reference host's. Lua's C build, not its C++ one: a coroutine that yields, as every process
+# does every frame, costs a longjmp there, and a C++ exception in the other.
+orb_find(NAME lua HEADER lua.hpp SUFFIXES lua5.4 LIBRARIES lua5.4 lua PACKAGE liblua5.4-dev)
 orb_find(NAME sodium HEADER sodium.h LIBRARIES sodium PACKAGE libsodium-dev)
 orb_find(NAME cli11 HEADER CLI/CLI.hpp PACKAGE libcli11-dev)
 

@@ -72,6 +72,17 @@ std::string where(lua_State *L) {
   return {};
 }
 
+int call_catching(lua_CFunction function, lua_State *L) {
+  try {
+    return function(L);
+  } catch (const std::exception &error) {
+    const std::string message = where(L) + error.what();
+    lua_settop(L, 0); // room for one more, whatever the function left
+    lua_pushlstring(L, message.data(), message.size());
+    return -1;
+  }
+}
+
 Script::Script(Host &host, ScriptOptions options)
     : state_(std::make_unique<ScriptState>(host, std::move(options))) {
   lua_State *L = luaL_newstate();

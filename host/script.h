@@ -25,6 +25,7 @@
 // first.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <stdexcept>
@@ -46,6 +47,7 @@ struct ScriptOptions {
   bool strict = false;    // a mistake reported by the module is a Lua error
   std::uint32_t seed = 1; // of math.random
   std::vector<std::string> arguments;
+  std::size_t most_processes = 200'000; // spawn() fails beyond; a body may spawn itself forever
 };
 
 struct ScriptState;

@@ -159,7 +159,7 @@ int call_function(lua_State *L) {
 
   push_result(L, form->result, word);
   int results = 1;
-  luaL_checkstack(L, static_cast<int>(buffers.size()) + 1, "results");
+  if (!lua_checkstack(L, static_cast<int>(buffers.size()) + 1)) throw HostError("stack overflow");
   for (const Buffer &buffer : buffers) {
     if (buffer.index == 0) {
       lua_pushinteger(L, buffer.words[0]);

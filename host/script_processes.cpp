@@ -8,7 +8,6 @@ namespace orbhost {
 namespace {
 
 constexpr const char *process_type = "orb.process";
-constexpr std::size_t most_processes = 200'000; // against a body that spawns itself without end
 constexpr std::size_t most_xgraph = 65'536;
 
 // Registry keys, by address.
@@ -26,19 +25,26 @@ ProcessObject *to_object(lua_State *L, int index) {
   return static_cast<ProcessObject *>(luaL_testudata(L, index, process_type));
 }
 
+// The record of an object's process, or null when the process has ended. Records of ended
+// processes stay readable as long as the Host lives.
+orb_process *live_record(const ProcessObject &object) {
+  return object.record->host0 == object.serial && object.record->status != process_dead
+             ? object.record
+             : nullptr;
+}
+
 // The process behind an object or an id, or null when it has ended.
 ScriptProcess *find_process(ScriptState &state, lua_State *L, int index) {
+  orb_process *record = nullptr;
   if (const ProcessObject *object = to_object(L, index)) {
-    const auto found = state.by_record.find(object->record);
-    return found != state.by_record.end() && object->record->host0 == object->serial ? found->second
-                                                                                     : nullptr;
-  }
-  if (!lua_isinteger(L, index)) {
+    record = live_record(*object);
+  } else if (lua_isinteger(L, index)) {
+    const auto id = static_cast<std::uint32_t>(check_word(L, index, "process"));
+    record = reinterpret_cast<orb_process *>(static_cast<std::uintptr_t>(id));
+  } else {
     throw HostError(std::string("process expected, got ") + luaL_typename(L, index));
   }
-  const auto id =
-      static_cast<std::uintptr_t>(static_cast<std::uint32_t>(check_word(L, index, "process")));
-  const auto found = state.by_record.find(reinterpret_cast<orb_process *>(id));
+  const auto found = state.by_record.find(record);
   return found == state.by_record.end() ? nullptr : found->second;
 }
 
@@ -77,80 +83,74 @@ void assign_xgraph(ScriptState &state, lua_State *L, orb_process *process, int i
   state.host.processes().set_xgraph(process, codes);
 }
 
-// Stack: object, name [, value]. Upvalue 1 of both: name to the local's word (an integer), or to a
-// method. "xgraph" is the one pointer among the locals.
-std::int32_t *local_word(ScriptState &state, lua_State *L, lua_Integer word) {
-  const ScriptProcess *process = find_process(state, L, 1);
-  if (!process) throw HostError(std::string(lua_tostring(L, 2)) + ": the process has ended");
-  return reinterpret_cast<std::int32_t *>(process->process->locals) + word;
+// What the table of members holds for a name: a method, the word of a local (0 and up), or one of
+// these.
+enum Member : lua_Integer { member_id = -1, member_type = -2, member_xgraph = -3 };
+
+// The two below have the stack: object, name [, value]; upvalue 1 is the table of members, upvalue
+// 2 the metatable of process objects.
+const ProcessObject &check_object(lua_State *L) {
+  const bool right = lua_getmetatable(L, 1) && lua_rawequal(L, -1, lua_upvalueindex(2));
+  if (!right) throw HostError("process expected");
+  lua_pop(L, 1);
+  return *static_cast<const ProcessObject *>(lua_touserdata(L, 1));
+}
+
+orb_process *check_live(lua_State *L, const ProcessObject &object) {
+  orb_process *record = live_record(object);
+  if (!record) throw HostError(std::string(lua_tostring(L, 2)) + ": the process has ended");
+  return record;
+}
+
+std::int32_t &local_word(const orb_process *record, lua_Integer word) {
+  return reinterpret_cast<std::int32_t *>(record->locals)[word];
 }
 
 int process_index(lua_State *L) {
-  ScriptState &state = state_of(L);
-  const auto *object = static_cast<ProcessObject *>(luaL_checkudata(L, 1, process_type));
   lua_settop(L, 2);
+  const ProcessObject &object = check_object(L);
   lua_pushvalue(L, 2);
-  if (lua_rawget(L, lua_upvalueindex(1)) == LUA_TNUMBER) {
-    const std::int32_t *word = local_word(state, L, lua_tointeger(L, -1));
-    if (std::string_view(lua_tostring(L, 2)) == "xgraph") {
-      push_xgraph(L, find_process(state, L, 1)->process);
-    } else {
-      lua_pushinteger(L, *word);
+  const int kind = lua_rawget(L, lua_upvalueindex(1));
+  if (kind == LUA_TNIL) { // one of the script's own fields
+    if (lua_getiuservalue(L, 1, 1) == LUA_TTABLE) {
+      lua_pushvalue(L, 2);
+      lua_rawget(L, -2);
     }
     return 1;
   }
-  if (!lua_isnil(L, -1)) return 1; // a method
-  lua_pop(L, 1);
-  if (lua_type(L, 2) == LUA_TSTRING) {
-    const std::string_view name = lua_tostring(L, 2);
-    if (name == "id") {
-      lua_pushinteger(L, ProcessList::id(object->record));
-      return 1;
-    }
-    if (name == "type") {
-      const ScriptProcess *process = find_process(state, L, 1);
-      if (!process) throw HostError("type: the process has ended");
-      lua_pushinteger(L, process->process->type);
-      return 1;
-    }
-  }
-  if (lua_getiuservalue(L, 1, 1) == LUA_TTABLE) {
-    lua_pushvalue(L, 2);
-    lua_rawget(L, -2);
+  if (kind != LUA_TNUMBER) return 1; // a method
+  switch (const lua_Integer member = lua_tointeger(L, -1)) {
+  case member_id: lua_pushinteger(L, ProcessList::id(object.record)); break;
+  case member_type: lua_pushinteger(L, check_live(L, object)->type); break;
+  case member_xgraph: push_xgraph(L, check_live(L, object)); break;
+  default: lua_pushinteger(L, local_word(check_live(L, object), member)); break;
   }
   return 1;
 }
 
 int process_assign(lua_State *L) {
-  ScriptState &state = state_of(L);
-  luaL_checkudata(L, 1, process_type);
   lua_settop(L, 3);
+  const ProcessObject &object = check_object(L);
   lua_pushvalue(L, 2);
   const int kind = lua_rawget(L, lua_upvalueindex(1));
-  const lua_Integer local = lua_tointeger(L, -1);
+  const lua_Integer member = lua_tointeger(L, -1);
   lua_pop(L, 1);
-  if (kind == LUA_TNUMBER) {
-    std::int32_t *word = local_word(state, L, local);
-    if (std::string_view(lua_tostring(L, 2)) == "xgraph") {
-      assign_xgraph(state, L, find_process(state, L, 1)->process, 3);
-    } else {
-      *word = check_word(L, 3, lua_tostring(L, 2));
+  if (kind == LUA_TNIL) {
+    if (lua_getiuservalue(L, 1, 1) != LUA_TTABLE) {
+      lua_pop(L, 1);
+      lua_newtable(L);
+      lua_pushvalue(L, -1);
+      lua_setiuservalue(L, 1, 1);
     }
-    return 0;
-  }
-  const bool text = lua_type(L, 2) == LUA_TSTRING;
-  if (kind != LUA_TNIL || (text && (std::string_view(lua_tostring(L, 2)) == "id" ||
-                                    std::string_view(lua_tostring(L, 2)) == "type"))) {
+    lua_insert(L, 2);
+    lua_rawset(L, 2);
+  } else if (kind != LUA_TNUMBER || member == member_id || member == member_type) {
     throw HostError(std::string(lua_tostring(L, 2)) + " of a process can't be assigned");
+  } else if (member == member_xgraph) {
+    assign_xgraph(state_of(L), L, check_live(L, object), 3);
+  } else {
+    local_word(check_live(L, object), member) = check_word(L, 3, lua_tostring(L, 2));
   }
-  if (lua_getiuservalue(L, 1, 1) != LUA_TTABLE) {
-    lua_pop(L, 1);
-    lua_newtable(L);
-    lua_pushvalue(L, -1);
-    lua_setiuservalue(L, 1, 1);
-  }
-  lua_insert(L, 2);
-  lua_rawset(L, 2);
   return 0;
 }
 
@@ -162,6 +162,17 @@ int process_text(lua_State *L) {
 
 // ---- Script functions --------------------------------------------------------------------------
 
+// Stack: object, table. Sets the table's fields on the object.
+int set_fields(lua_State *L) {
+  lua_pushnil(L);
+  while (lua_next(L, 2)) {
+    lua_pushvalue(L, -2);
+    lua_insert(L, -2);
+    lua_settable(L, 1);
+  }
+  return 0;
+}
+
 int spawn(lua_State *L) {
   ScriptState &state = state_of(L);
   luaL_checktype(L, 1, LUA_TFUNCTION);
@@ -169,36 +180,28 @@ int spawn(lua_State *L) {
   if (top >= 2 && !lua_isnil(L, 2)) luaL_checktype(L, 2, LUA_TTABLE);
   const std::int32_t type = type_number(state, L, 1);
   lua_pushvalue(L, 1);
-  ScriptProcess &process = make_process(state, L, type); // object at top + 1
+  ScriptProcess &process = make_process(state, L, type);
   const int object = top + 1;
   if (top >= 2 && lua_istable(L, 2)) {
-    lua_pushnil(L);
-    while (lua_next(L, 2)) {
-      lua_pushvalue(L, -2);
-      lua_insert(L, -2);
-      lua_settable(L, object); // a mistake in the table is an error here; see below
+    lua_pushcfunction(L, set_fields);
+    lua_pushvalue(L, object);
+    lua_pushvalue(L, 2);
+    if (lua_pcall(L, 2, 0, 0) != LUA_OK) { // no half-made process stays behind
+      end_process(state, process);
+      return lua_error(L);
     }
   }
   lua_State *thread = process.thread;
-  if (!lua_checkstack(thread, top + 1)) throw HostError("spawn: too many arguments");
+  if (!lua_checkstack(thread, top + 1) || !lua_checkstack(L, top + 1)) {
+    end_process(state, process);
+    throw HostError("spawn: too many arguments");
+  }
   lua_pushvalue(L, object);
   for (int i = 3; i <= top; ++i)
     lua_pushvalue(L, i);
   process.first_arguments = 1 + std::max(top - 2, 0);
   lua_xmove(L, thread, process.first_arguments);
   return 1;
-}
-
-// spawn with a bad field leaves no half-made process behind.
-int spawn_or_nothing(lua_State *L) {
-  ScriptState &state = state_of(L);
-  const std::size_t before = state.order.size();
-  try {
-    return guarded<spawn>(L);
-  } catch (...) {
-    if (state.order.size() > before) end_process(state, *state.order.back());
-    throw;
-  }
 }
 
 // The turn's end must come from the body itself: a yield inside a coroutine of the script's own
@@ -306,7 +309,7 @@ constexpr luaL_Reg methods[] = {
     {nullptr, nullptr},
 };
 constexpr luaL_Reg functions[] = {
-    {"spawn", spawn_or_nothing},
+    {"spawn", guarded<spawn>},
     {"frame", frame},
     {"quit", quit},
     {"process", guarded<process_of>},
@@ -320,14 +323,21 @@ constexpr luaL_Reg functions[] = {
 
 // The message of the error on top of the coroutine's stack, with its traceback.
 std::string failure(lua_State *L, lua_State *thread) {
-  std::size_t length = 0;
   // An error value that isn't a text doesn't carry its place.
   std::string message = lua_isstring(thread, -1) ? std::string() : where(thread);
-  const char *text = luaL_tolstring(thread, -1, &length);
-  message.append(text, length);
+  // Protected, since the value may have a __tostring of its own.
+  lua_pushcfunction(L, [](lua_State *state) {
+    luaL_tolstring(state, 1, nullptr);
+    return 1;
+  });
+  lua_pushvalue(thread, -1);
+  lua_xmove(thread, L, 1);
+  lua_pcall(L, 1, 1, 0);
+  const char *text = lua_tostring(L, -1);
+  message += text ? text : "an error value that can't be shown";
   luaL_traceback(L, thread, message.c_str(), 0);
   std::string result = lua_tostring(L, -1);
-  lua_pop(L, 1);
+  lua_pop(L, 2);
   return result;
 }
 
@@ -365,7 +375,7 @@ void sweep(ScriptState &state) {
 } // namespace
 
 ScriptProcess &make_process(ScriptState &state, lua_State *L, std::int32_t type) {
-  if (state.by_record.size() >= most_processes) throw HostError("too many processes");
+  if (state.by_record.size() >= state.options.most_processes) throw HostError("too many processes");
   auto fresh = std::make_unique<ScriptProcess>();
   fresh->thread = lua_newthread(L);
   lua_pushvalue(L, -2);
@@ -440,15 +450,21 @@ void open_processes(ScriptState &state) {
   luaL_setfuncs(L, methods, 0);
   for (const Declaration &local : state.host.locals().declarations()) {
     if (local.kind != Declaration::Kind::variable) continue;
-    lua_pushinteger(L, local.word);
+    lua_pushinteger(L, local.name == "xgraph" ? lua_Integer{member_xgraph} : local.word);
     lua_setfield(L, -2, local.name.c_str());
   }
+  lua_pushinteger(L, member_id);
+  lua_setfield(L, -2, "id");
+  lua_pushinteger(L, member_type);
+  lua_setfield(L, -2, "type");
   lua_pushvalue(L, -1);
-  lua_pushcclosure(L, guarded<process_index>, 1);
+  lua_pushvalue(L, -3);
+  lua_pushcclosure(L, guarded<process_index>, 2);
   lua_setfield(L, -3, "__index");
-  lua_pushcclosure(L, guarded<process_assign>, 1);
+  lua_pushvalue(L, -2);
+  lua_pushcclosure(L, guarded<process_assign>, 2);
   lua_setfield(L, -2, "__newindex");
-  lua_pushcfunction(L, guarded<process_text>);
+  lua_pushcfunction(L, process_text);
   lua_setfield(L, -2, "__tostring");
   lua_pushliteral(L, "process");
   lua_setfield(L, -2, "__name");

@@ -1,8 +1,11 @@
 // Inside of the Lua binding: what its parts share.
 //
-// The Lua library is its C++ build: errors are C++ exceptions, so destructors run. A Lua error
-// never passes through the module, because the module never calls back into Lua: reports are
-// collected during a call and handled when it has returned.
+// Lua is the C library: its errors are longjmps, which skip destructors. So a function that a
+// script calls raises its own errors as C++ exceptions, which guarded() turns into Lua errors when
+// every object is gone, and calls of the Lua API that may raise are made only where no object with
+// a destructor is alive. (Running out of memory isn't counted: play ends there.) A Lua error never
+// passes through the module, because the module never calls back into Lua: reports are collected
+// during a call and handled when it has returned.
 #pragma once
 
 #include "host/host.h"
@@ -58,17 +61,14 @@ ScriptState &state_of(lua_State *L);
 // "file.lua:12: " of the innermost Lua code that is running; empty when there is none.
 std::string where(lua_State *L);
 
+// Calls `function`; when it throws, leaves the message on the stack, with the script's line in
+// front, and returns -1.
+int call_catching(lua_CFunction function, lua_State *L);
+
 // Turns a C++ exception in a function into a Lua error.
 template <lua_CFunction function> int guarded(lua_State *L) {
-  std::string message;
-  try {
-    return function(L);
-  } catch (const std::exception &error) { // Lua's own errors are another type
-    message = error.what();
-  }
-  message.insert(0, where(L));
-  lua_pushlstring(L, message.data(), message.size());
-  return lua_error(L);
+  const int results = call_catching(function, L);
+  return results < 0 ? lua_error(L) : results;
 }
 
 // The number at `index` as a 32-bit word: fractions are cut off, large values wrap. A Lua error
