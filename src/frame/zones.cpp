@@ -101,7 +101,8 @@ void update_frame_zones() {
   const int32_t count = GetNumsBlitOnList();
   for (int32_t i = 0; i < count && !complete_frame; ++i) {
     const __ORBBlit2D__ *request = pBlitList2D->order[i];
-    if (!marks_screen(request)) continue;
+    // Requests that an operation took while the frame was drawn have no place in the order.
+    if (!request || !marks_screen(request)) continue;
     const orb_frame_zone box = zone_of(request);
     if (covers_screen(box) || !accumulate_zone(box)) complete_frame = 1;
   }
