@@ -64,7 +64,11 @@ mode_settings working;
 bool has_working;
 
 /// The palette that went when the depth left 8 bits, for a mode change that has to be taken back.
-__ORBPalette2D__ left_palette;
+struct {
+  __ORBPalette2D__ colours;
+  uint32_t crc;
+  uint8_t loaded, forced;
+} left_palette;
 
 /// The host's copies of what scripts choose.
 void publish_mode() {
@@ -74,7 +78,7 @@ void publish_mode() {
 }
 
 void rebuild_for_depth() {
-  if (palette) left_palette = *palette;
+  if (palette) left_palette = {*palette, palette_crc, palette_loaded, palette_forced};
   do_tables(mode.bpp);
   make_fadepalette(nullptr);
   create_collision_surfaces();
@@ -88,13 +92,14 @@ void return_to_working_mode() {
   each_setting(working, [](auto &kept, auto &field) { field = kept; });
   mode.changing = changing;
   if (mode.bpp != cur_mode) {
-    const __ORBPalette2D__ colours = left_palette;
     rebuild_for_depth();
     if (palette) {
-      *palette = colours;
+      set_palette(&left_palette.colours);
+      palette_crc = left_palette.crc;
+      palette_loaded = left_palette.loaded;
+      palette_forced = left_palette.forced;
       update_depth_tables(palette);
       make_fadepalette(nullptr);
-      fake_ghost_table = 1;
     }
   }
   publish_mode();

@@ -10,28 +10,30 @@ int32_t *virtual_buffer_w, *virtual_buffer_h;
 
 namespace {
 
-/// How one axis is walked: screen pixels per output pixel, and the first output pixel used.
+/// How one axis is walked: `screen` pixels of the screen on every `output` pixels of the output,
+/// from output pixel `first` on. Kept as a fraction: an accumulated real step drifts, and the last
+/// pixel would then be shown once more in the border.
 struct axis {
-  double step;
+  int32_t screen, output;
   int32_t first;
 };
 
 /// `multiplier` 1 for columns; the screen's width for rows, whose entries are pixel offsets.
 void fill_axis(int32_t *table, int32_t count, const axis &walk, int32_t source_size,
                int32_t multiplier) {
-  double position = 0;
   for (int32_t i = 0; i < count; ++i) {
-    if (i < walk.first) {
-      table[i] = -1;
-      continue;
-    }
-    table[i] = position < source_size ? int32_t(position) * multiplier : -1;
-    position += walk.step;
+    const int64_t position = int64_t(i - walk.first) * walk.screen / walk.output;
+    const bool used = i >= walk.first && position < source_size;
+    table[i] = used ? int32_t(position) * multiplier : -1;
   }
 }
 
-int32_t first_used(int32_t output_size, int32_t screen_size, double step) {
-  return int32_t((output_size - screen_size / step) * 0.5);
+/// The first output pixel used when `screen_size` pixels walked in `walk`'s steps stand in the
+/// middle: half of what they leave free, truncated.
+int32_t first_used(int32_t output_size, int32_t screen_size, const axis &walk) {
+  const int64_t free_space =
+      int64_t(output_size) * walk.screen - int64_t(screen_size) * walk.output;
+  return int32_t(free_space / (2 * int64_t(walk.screen)));
 }
 
 } // namespace
@@ -51,7 +53,7 @@ int32_t make_virtual_resolution(int32_t screen_width, int32_t screen_height) {
   virtual_buffer_w = columns;
   virtual_buffer_h = rows;
 
-  axis across{double(sw) / vw, 0}, down{double(sh) / vh, 0};
+  axis across{sw, vw, 0}, down{sh, vh, 0};
   virtual_resolution_ratiow = vw;
   virtual_resolution_ratioh = vh;
   virtual_resolution_xoffset = virtual_resolution_yoffset = 0;
@@ -62,13 +64,11 @@ int32_t make_virtual_resolution(int32_t screen_width, int32_t screen_height) {
     if (pillars) {
       virtual_resolution_ratiow = fitting_width;
       virtual_resolution_xoffset = (vw - fitting_width) / 2;
-      across.step = down.step;
-      across.first = first_used(vw, sw, down.step);
+      across = {down.screen, down.output, first_used(vw, sw, down)};
     } else {
       virtual_resolution_ratioh = fitting_height;
       virtual_resolution_yoffset = (vh - fitting_height) / 2;
-      down.step = across.step;
-      down.first = first_used(vh, sh, across.step);
+      down = {across.screen, across.output, first_used(vh, sh, across)};
     }
   }
   fill_axis(columns, vw, across, sw, 1);
