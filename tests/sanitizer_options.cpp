@@ -1,0 +1,7 @@
+// What the test program tells AddressSanitizer. It does nothing in other builds.
+
+/// Sizes that no machine has are refused with a null pointer, as malloc does, instead of ending the
+/// program: tests ask for them.
+extern "C" __attribute__((used, visibility("default"))) const char *__asan_default_options() {
+  return "allocator_may_return_null=1";
+}
