@@ -22,10 +22,10 @@ void called() {
 
 std::int32_t sum() { // fk_sum(I,I), fk_sum(I,I,I)
   called();
-  std::int32_t total = 0;
+  std::uint32_t total = 0; // wraps
   for (std::int32_t n = rt().rt_param_count(); n > 0; --n)
-    total = total * 10 + rt().rt_pop_int();
-  return rt().rt_return(total);
+    total = total * 10 + rt().rt_pop_uint();
+  return rt().rt_return(static_cast<std::int32_t>(total));
 }
 
 std::int32_t load() { // fk_load(S): reports 144 for anything but "good"
