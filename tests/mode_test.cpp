@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "fake_runtime.h"
+#include "frame/blit_list.h"
 #include "frame/frame.h"
 #include "module/module.h"
 #include "script/handlers.h"
@@ -582,6 +583,24 @@ TEST_F(Mode, FrameRatesAreClamped) {
   }
   host.timing.set_fps = nullptr;
   EXPECT_EQ(host.call(ORB_set_fps, 30, 0), 1);
+}
+
+TEST_F(Mode, RequestsForTheOldScreenAreForgottenWhenTheDepthChanges) {
+  __ORBBlit2D__ *const request = device2D.GetAndUpdateBlitList();
+  *request = {};
+  request->dst = screen;
+  ASSERT_EQ(set(64, 48, 16), 1);
+  EXPECT_EQ(GetNumsBlitOnList(), 0);
+}
+
+TEST_F(Mode, ADisplayThatSomebodyElseEndedIsLeftAlone) {
+  ASSERT_EQ(set(64, 48, 8), 1);
+  SDL_QuitSubSystem(SDL_INIT_VIDEO);
+  VID_DrawFrame();
+  EXPECT_EQ(VID_UpdatePalette(&fadepalette), 0);
+  ASSERT_EQ(SDL_InitSubSystem(SDL_INIT_VIDEO), 0);
+  EXPECT_EQ(set(64, 48, 8), 1);
+  expect_presented();
 }
 
 TEST_F(Mode, AfterTheFirstFrameTheHostHearsOfEveryChange) {

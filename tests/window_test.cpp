@@ -200,14 +200,17 @@ TEST_F(RealWindow, FullScreenEndsInTheModeBeforeOrInOneWithRoom) {
     EXPECT_EQ(mode_x, (sdl_w - 300) / 2);
     EXPECT_EQ(mode_y, (sdl_h - 180) / 2);
     if (depth_ == 8) return;
+    const auto bordered = [](int x, int y) {
+      const int px = x - mode_x, py = y - mode_y;
+      const bool inside = px >= 0 && py >= 0 && px < mode.width && py < mode.height;
+      return inside ? meant(pattern(px, py)) : colour{0, 0, 0};
+    };
     draw_ground_picture();
-    expect_window(
-        [](int x, int y) {
-          const int px = x - mode_x, py = y - mode_y;
-          const bool inside = px >= 0 && py >= 0 && px < 300 && py < 180;
-          return inside ? meant(pattern(px, py)) : colour{0, 0, 0};
-        },
-        slack());
+    expect_window(bordered, slack());
+    // A smaller picture on the same display: its border must not show the former one.
+    ASSERT_EQ(host->call(ORB_mode_set, 250, 130, 32), 1);
+    draw_ground_picture();
+    expect_window(bordered, slack());
   } else {
     EXPECT_EQ(opened, 0);
     EXPECT_EQ(mode.width, 200);

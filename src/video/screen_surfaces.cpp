@@ -1,6 +1,7 @@
 // The two surfaces that follow the mode: the ground and the screen.
 #include <utility>
 
+#include "frame/blit_list.h"
 #include "frame/frame.h"
 #include "module/runtime.h"
 #include "surface/registry.h"
@@ -42,6 +43,13 @@ int32_t resize_both(int32_t width, int32_t height) {
   return 1;
 }
 
+/// Requests that wait in the lists would draw on surfaces that are gone.
+void forget_requests() {
+  if (!pBlitLists2D) return;
+  for (uint32_t i = 0; i < pBlitLists2D->count; ++i)
+    pBlitLists2D->lists[i].used = 0;
+}
+
 int32_t create_both(int32_t width, int32_t height, int32_t depth) {
   __ORBSurface2D__ *const new_ground = ORBGI2D_CreateGFXSurface(width, height, depth, 1);
   if (!new_ground) {
@@ -54,6 +62,7 @@ int32_t create_both(int32_t width, int32_t height, int32_t depth) {
     rt_fatal("Error to Create Screen 2D Surface");
     return 0;
   }
+  forget_requests();
   ORBGI2D_DeleteGFXSurface(ground);
   ORBGI2D_DeleteGFXSurface(screen);
   ground = new_ground;

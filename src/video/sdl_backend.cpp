@@ -72,8 +72,14 @@ bool load_display_palette() {
   return SDL_SetPalette(display, SDL_LOGPAL | SDL_PHYSPAL, colours, 0, 256) != 0;
 }
 
+/// False also when somebody else in the process has set another mode or ended SDL's video, and
+/// with it our surface.
+bool display_is_open() {
+  return display && display == SDL_GetVideoSurface();
+}
+
 bool lock_display() {
-  return !SDL_MUSTLOCK(display) || SDL_LockSurface(display) == 0;
+  return display_is_open() && (!SDL_MUSTLOCK(display) || SDL_LockSurface(display) == 0);
 }
 void unlock_display() {
   if (SDL_MUSTLOCK(display)) SDL_UnlockSurface(display);
@@ -215,9 +221,11 @@ int32_t SDLX11_SetFullScreenMode() {
   if (emulated_mode && mode.bufferbehaviour == 2048) mode.bufferbehaviour = 1024;
   const bool flip = mode.bufferbehaviour == 2048;
   // The depth and the flipping count too: a display of another kind can't show the new mode.
-  if (display && sdl_fullscreen && sdl_w == emulated_w && sdl_h == emulated_h &&
+  if (display_is_open() && sdl_fullscreen && sdl_w == emulated_w && sdl_h == emulated_h &&
       display->format->BitsPerPixel == mode.bpp && mode_bufferflipping == flip) {
     SDL_FillRect(display, nullptr, 0);
+    // Frames only show the part that the picture covers.
+    if (!flip) SDL_UpdateRect(display, 0, 0, 0, 0);
   } else {
     forget_display();
     uint32_t flags = SDL_FULLSCREEN | palette_flag() | (flip ? SDL_DOUBLEBUF : 0);
@@ -310,7 +318,7 @@ void SDLX11_Error(const char *text) {
 int32_t VID_UpdatePalette(const __ORBPalette2D__ *colours) {
   update_depth_tables(colours);
   if (colours != &fadepalette) fadepalette = *colours;
-  if (!display) return 0;
+  if (!display_is_open()) return 0;
   // Pixels converted with the old colours are out of date wherever they stand.
   if (display->format->BitsPerPixel != 8) filter_status = filter_status_stale;
   SDL_Color entries[256];
