@@ -9,8 +9,8 @@ namespace {
 /// The part of the source to draw and where it goes, before clipping. In 64 bits: positions and
 /// pivots are any 32-bit values.
 struct placement {
-  int64_t x, y;                   // destination of the top left pixel
-  int32_t src_x, src_y, w, h;     // source rectangle, inside the source
+  int64_t x, y;               // destination of the top left pixel
+  int32_t src_x, src_y, w, h; // source rectangle, inside the source
 };
 
 /// Clips a placement and draws it with the draw routine of the blit state.
@@ -43,7 +43,7 @@ int32_t draw_placement(__ORBBlit2D__ *request, const placement &at) {
   return finish_blit(request, int32_t(left), int32_t(top), int32_t(right), int32_t(bottom));
 }
 
-}  // namespace
+} // namespace
 
 int32_t ORBGI2D_Blit(__ORBBlit2D__ *request) {
   if (!begin_blit(request, false)) return refuse_blit(request);

@@ -16,7 +16,7 @@ namespace {
 struct source_map {
   double u0, ux, uy;
   double v0, vx, vy;
-  double u_top, v_top;  // last position inside the picture, in 16.16
+  double u_top, v_top; // last position inside the picture, in 16.16
 
   uint32_t u(double x, double y) const {
     return uint32_t(std::clamp((u0 + ux * x + uy * y) * 65536, 0.0, u_top));
@@ -35,8 +35,8 @@ bool map_source(source_map *map, const __FPoint__ c[4]) {
   const double inset_y = 50.0 / std::abs(double(blit.size_y));
   if (inset_x >= width || inset_y >= height) return false;
 
-  const double ax = double(c[1].x) - c[0].x, ay = double(c[1].y) - c[0].y;  // along the source's x
-  const double bx = double(c[2].x) - c[0].x, by = double(c[2].y) - c[0].y;  // along its y
+  const double ax = double(c[1].x) - c[0].x, ay = double(c[1].y) - c[0].y; // along the source's x
+  const double bx = double(c[2].x) - c[0].x, by = double(c[2].y) - c[0].y; // along its y
   const double aa = ax * ax + ay * ay, bb = bx * bx + by * by, det = ax * by - ay * bx;
 
   // p and q run from 0 to 1 along the two sides.
@@ -62,12 +62,14 @@ bool map_source(source_map *map, const __FPoint__ c[4]) {
   if (qx != 0 || qy != 0) q0 = -(qx * c[0].x + qy * c[0].y);
 
   const double run_u = width - 2 * inset_x, run_v = height - 2 * inset_y;
-  *map = {inset_x + p0 * run_u, px * run_u, py * run_u, inset_y + q0 * run_v,
+  *map = {inset_x + p0 * run_u, px * run_u, py * run_u,        inset_y + q0 * run_v,
           qx * run_v,           qy * run_v, width * 65536 - 1, height * 65536 - 1};
   return true;
 }
 
-int64_t floor_div(int64_t n, int64_t d) { return n / d - (n % d != 0 && (n < 0) != (d < 0)); }
+int64_t floor_div(int64_t n, int64_t d) {
+  return n / d - (n % d != 0 && (n < 0) != (d < 0));
+}
 
 /// floor(x + 0.5) where the edge a-b crosses row y; a.y != b.y. Exact: in doubles while they hold
 /// the product and the distance to the nearest half, else in integers.
@@ -150,7 +152,7 @@ int32_t draw_quadrilateral(__ORBBlit2D__ *request, const __FPoint__ corners[4],
   return finish_blit(request, x0, y0, x1, y1);
 }
 
-}  // namespace
+} // namespace
 
 int32_t ORBGI2D_BlitRotate(__ORBBlit2D__ *request) {
   if (!begin_blit(request, true) || !clip_blit(request)) return refuse_blit(request);

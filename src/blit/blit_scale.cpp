@@ -9,8 +9,8 @@ namespace {
 
 /// One axis of a scaled blit: where it lies on the destination and how the source runs along it.
 struct axis {
-  int32_t first, last;  // destination pixels, before clipping
-  double start, step;   // source position at `first`, per destination pixel
+  int32_t first, last; // destination pixels, before clipping
+  double start, step;  // source position at `first`, per destination pixel
 
   /// Skips what lies before `edge`.
   void clip(int32_t low, int32_t high) {
@@ -44,7 +44,7 @@ bool lay_axis(axis *a, float corner0, float corner1, int32_t length, int32_t siz
   return true;
 }
 
-}  // namespace
+} // namespace
 
 int32_t ORBGI2D_BlitScale(__ORBBlit2D__ *request) {
   if (!begin_blit(request, true) || !clip_blit(request)) return refuse_blit(request);

@@ -9,7 +9,7 @@ int32_t phase(int64_t clip, int64_t origin, int64_t size) {
   return int32_t(rest < 0 ? rest + size : rest);
 }
 
-}  // namespace
+} // namespace
 
 int32_t ORBGI2D_BlitTile(__ORBBlit2D__ *request) {
   if (!begin_blit(request, false)) return refuse_blit(request);

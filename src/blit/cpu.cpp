@@ -22,7 +22,7 @@ bool detect_avx2() {
   return (b & 1u << 5) != 0;
 }
 
-}  // namespace
+} // namespace
 
 // Before the first choice the baseline stands here, so that no table is ever null.
 #define ORB_DEFINE_SPAN_TABLE(variable, op, table)                                                 \
@@ -36,9 +36,13 @@ bool cpu_has(instruction_set isa) {
   return avx2 && highest_allowed >= instruction_set::avx2;
 }
 
-void mask_instruction_sets(instruction_set highest) { highest_allowed = highest; }
+void mask_instruction_sets(instruction_set highest) {
+  highest_allowed = highest;
+}
 
-instruction_set span_instruction_set() { return in_use; }
+instruction_set span_instruction_set() {
+  return in_use;
+}
 
 span_routine *const *span_table_entries(instruction_set isa, span_op op, span_table table) {
   return spans_in(op).tables[int(isa)][int(table)];

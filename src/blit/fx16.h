@@ -13,8 +13,12 @@ inline constexpr uint16_t red16 = 0xF800, green16 = 0x07E0, blue16 = 0x001F;
 struct fields16 {
   u16x16 r, g, b;
 };
-inline fields16 split(u16x16 p) { return {p >> 11, (p >> 5) & 63, p & 31}; }
-inline u16x16 join(fields16 f) { return f.r << 11 | f.g << 5 | f.b; }
+inline fields16 split(u16x16 p) {
+  return {p >> 11, (p >> 5) & 63, p & 31};
+}
+inline u16x16 join(fields16 f) {
+  return f.r << 11 | f.g << 5 | f.b;
+}
 
 /// Applies f(source, destination, channel maximum) to each channel.
 template <typename F> inline u16x16 by_channel(u16x16 s, u16x16 d, F f) {
@@ -22,25 +26,29 @@ template <typename F> inline u16x16 by_channel(u16x16 s, u16x16 d, F f) {
   return join({f(a.r, b.r, uint16_t(31)), f(a.g, b.g, uint16_t(63)), f(a.b, b.b, uint16_t(31))});
 }
 
-inline u16x16 min16(u16x16 x, u16x16 y) { return x < y ? x : y; }
+inline u16x16 min16(u16x16 x, u16x16 y) {
+  return x < y ? x : y;
+}
 
 /// What an effect needs beside the pixels.
 struct context16 {
-  u16x16 alpha, rest;             // global alpha a, 255 - a
+  u16x16 alpha, rest; // global alpha a, 255 - a
   u16x16 intensity;
   fields16 tint;
 
   explicit context16(const kernel_args &k)
       : alpha(u16x16{} + k.alpha), rest(u16x16{} + uint16_t(255 - k.alpha)),
-        intensity(u16x16{} + k.intensity),
-        tint{u16x16{} + k.tint_r, u16x16{} + k.tint_g, u16x16{} + k.tint_b} {}
+        intensity(u16x16{} + k.intensity), tint{u16x16{} + k.tint_r, u16x16{} + k.tint_g,
+                                                u16x16{} + k.tint_b} {}
 };
 
 template <effect> struct fx16;
 
 /// The named channels from the source, the others from the destination.
 template <uint16_t mask> struct channels16 {
-  static u16x16 apply(u16x16 s, u16x16 d, const context16 &) { return (s & mask) | (d & uint16_t(~mask)); }
+  static u16x16 apply(u16x16 s, u16x16 d, const context16 &) {
+    return (s & mask) | (d & uint16_t(~mask));
+  }
 };
 template <uint16_t mask> struct invert16 {
   static u16x16 apply(u16x16 s, u16x16, const context16 &) { return s ^ mask; }
@@ -49,8 +57,8 @@ template <uint16_t mask> struct invert16 {
 /// themselves.
 template <uint16_t mask> struct grey16 {
   static u16x16 apply(u16x16 s, u16x16, const context16 &) {
-    const u16x16 luminance = div255((s >> 11) * 608) + div255(((s >> 3) & 252) * 150) +
-                             div255((s & 31) * 232);
+    const u16x16 luminance =
+        div255((s >> 11) * 608) + div255(((s >> 3) & 252) * 150) + div255((s & 31) * 232);
     return join({luminance >> 3, luminance >> 2, luminance >> 3}) & mask;
   }
 };
@@ -61,7 +69,8 @@ template <> struct fx16<fx_solid> {
 template <> struct fx16<fx_src> : fx16<fx_solid> {};
 template <> struct fx16<fx_additiveblend> {
   static u16x16 apply(u16x16 s, u16x16 d, const context16 &) {
-    return by_channel(s, d, [](auto x, auto y, uint16_t top) { return min16(x + y, u16x16{} + top); });
+    return by_channel(s, d,
+                      [](auto x, auto y, uint16_t top) { return min16(x + y, u16x16{} + top); });
   }
 };
 template <> struct fx16<fx_subtractiveblend> {
@@ -127,4 +136,4 @@ template <> struct fx16<fx_tint> {
   }
 };
 
-}  // namespace
+} // namespace

@@ -12,8 +12,12 @@ inline constexpr uint32_t colour_bits = 0x00FFFFFF, alpha_bits = 0xFF000000;
 inline constexpr uint32_t red32 = 0xFF0000, green32 = 0x00FF00, blue32 = 0x0000FF;
 
 /// The channels of 8 pixels, one a lane, blue first.
-inline u16x32 widen(u32x8 p) { return __builtin_convertvector(u8x32(p), u16x32); }
-inline u32x8 narrow(u16x32 c) { return u32x8(__builtin_convertvector(c, u8x32)); }
+inline u16x32 widen(u32x8 p) {
+  return __builtin_convertvector(u8x32(p), u16x32);
+}
+inline u32x8 narrow(u16x32 c) {
+  return u32x8(__builtin_convertvector(c, u8x32));
+}
 
 /// A byte per pixel, copied into all four channels.
 inline u16x32 spread(u32x8 byte) {
@@ -23,7 +27,9 @@ inline u16x32 spread(u32x8 byte) {
 
 /// x * y / 255 for one byte per pixel. The upper halves of the lanes are 0 and stay 0, so that the
 /// multiplication of 16-bit lanes serves.
-inline u32x8 mul255(u32x8 x, u32x8 y) { return u32x8(mul255(u16x16(x), u16x16(y))); }
+inline u32x8 mul255(u32x8 x, u32x8 y) {
+  return u32x8(mul255(u16x16(x), u16x16(y)));
+}
 
 /// min(255, 255 * p / o), 0 where o is 0; one byte per pixel. Both operands are exact in floats,
 /// and a quotient that isn't whole is further from the next whole number than it is rounded.
@@ -38,11 +44,11 @@ inline u32x8 share(u32x8 p, u32x8 o) {
 
 /// What an effect needs beside the pixels.
 struct context32 {
-  u32x8 alpha;             // global alpha, one byte per pixel
-  u16x32 alpha_channels;   // the same, and its complement, in every channel
+  u32x8 alpha;           // global alpha, one byte per pixel
+  u16x32 alpha_channels; // the same, and its complement, in every channel
   u16x32 rest_channels;
   u16x32 intensity;
-  u16x32 tint;             // blue, green, red, 0
+  u16x32 tint; // blue, green, red, 0
 
   explicit context32(const kernel_args &k)
       : alpha(u32x8{} + k.alpha), alpha_channels(u16x32{} + k.alpha),
@@ -134,4 +140,4 @@ template <> struct fx32<fx_tint> {
   }
 };
 
-}  // namespace
+} // namespace

@@ -71,7 +71,8 @@ template <typename Word> void scale_row(span_kernel *kernel) {
   const int32_t step = blit.x_inc;
   int32_t x = blit.src_x;
   run_sampled<Word>(kernel, [&](Word *to, int32_t count) {
-    for (int32_t i = 0; i < count; ++i, x += step) to[i] = row[uint32_t(x) >> 16];
+    for (int32_t i = 0; i < count; ++i, x += step)
+      to[i] = row[uint32_t(x) >> 16];
   });
   blit.src_x = x;
 }
@@ -92,13 +93,13 @@ template <typename Word> void rotscale_row(span_kernel *kernel) {
 /// Calls the row function of the source's pixel width.
 template <typename F> void by_depth(F f) {
   switch (blit.src->depth) {
-    case 8: f(uint8_t{}); break;
-    case 16: f(uint16_t{}); break;
-    default: f(uint32_t{}); break;
+  case 8: f(uint8_t{}); break;
+  case 16: f(uint16_t{}); break;
+  default: f(uint32_t{}); break;
   }
 }
 
-}  // namespace
+} // namespace
 
 void span_draw(span_kernel *kernel) {
   const int32_t bytes = blit.src->depth >> 3;
@@ -110,8 +111,10 @@ void span_draw(span_kernel *kernel) {
   k.h = blit.blt_h;
   k.dst_stride = (blit.blt_w + blit.dst_inc) * bytes;
   k.src_stride = ((k.mirror ? -blit.blt_w : blit.blt_w) + blit.src_inc) * bytes;
-  if (blit.src == blit.dst) run_overlapping(kernel, k);
-  else kernel(k);
+  if (blit.src == blit.dst)
+    run_overlapping(kernel, k);
+  else
+    kernel(k);
 }
 
 void span_scale(span_kernel *kernel) {
@@ -137,8 +140,10 @@ void span_tile(span_kernel *kernel) {
       k.w = std::min(width - src_x, blit.clipx1 - blit.tile_x + 1);
       k.dst = dst;
       k.src = pixel_address(blit.src, src_x, src_y);
-      if (blit.src == blit.dst) run_overlapping(kernel, k);
-      else kernel(k);
+      if (blit.src == blit.dst)
+        run_overlapping(kernel, k);
+      else
+        kernel(k);
       dst += k.w * bytes;
       blit.tile_x += k.w;
       src_x = 0;

@@ -37,13 +37,17 @@ struct shear {
   double kx, ky;
   point operator()(point p) const { return {p.x + kx * p.y, p.y + ky * p.x}; }
 };
-shear shear_by(int32_t x, int32_t y) { return {x / -100.0, y / -100.0}; }
+shear shear_by(int32_t x, int32_t y) {
+  return {x / -100.0, y / -100.0};
+}
 
 struct scaling {
   double x, y;
   point operator()(point p) const { return {p.x * x, p.y * y}; }
 };
-scaling scaling_by(int32_t x, int32_t y) { return {x / 100.0, y / 100.0}; }
+scaling scaling_by(int32_t x, int32_t y) {
+  return {x / 100.0, y / 100.0};
+}
 
 /// Places the four corners of an extent: transform(offset, right, bottom), where the last two tell
 /// which far edges the corner lies on; then mirrors about the position.
@@ -81,7 +85,7 @@ void sort_corners(__Vertex__ sorted[4], const __Vertex__ corners[4]) {
   sorted[3] = ring[(top + 2) & 3];
 }
 
-}  // namespace
+} // namespace
 
 int32_t round_corner(float value) {
   constexpr float limit = 1 << 30;
@@ -158,8 +162,10 @@ void calculate_corners_rotscaleshear(__ORBSurface2D__ *surface, int32_t x, int32
     if (off_first) p = last_pixel(p, right, bottom);
     for (int i = 0; i < 3; ++i) {
       if (!present(order[i])) continue;
-      if (order[i] == 'h') p = h(p);
-      else if (order[i] == 'r') p = r(p);
+      if (order[i] == 'h')
+        p = h(p);
+      else if (order[i] == 'r')
+        p = r(p);
       else {
         p = s(p);
         if (!off_first) p = last_pixel(p, right, bottom);

@@ -11,17 +11,17 @@
 #include <cstdint>
 
 struct kernel_args {
-  void *dst;            // first pixel of the first row
-  const void *src;      // first pixel to read; when mirrored, the rightmost of its row
-  int32_t dst_stride;   // bytes from a row to the next
+  void *dst;          // first pixel of the first row
+  const void *src;    // first pixel to read; when mirrored, the rightmost of its row
+  int32_t dst_stride; // bytes from a row to the next
   int32_t src_stride;
-  int32_t w, h;         // pixels, at least 1
-  bool mirror;          // the source is read leftwards
-  bool dst_alpha;       // the destination has an alpha channel
-  uint8_t alpha;        // global alpha
-  uint8_t intensity;    // of the tint
+  int32_t w, h;                   // pixels, at least 1
+  bool mirror;                    // the source is read leftwards
+  bool dst_alpha;                 // the destination has an alpha channel
+  uint8_t alpha;                  // global alpha
+  uint8_t intensity;              // of the tint
   uint8_t tint_r, tint_g, tint_b; // in the destination's channel widths
-  const uint8_t *ghost; // 256 x 256 palette mixes, row by source index
+  const uint8_t *ghost;           // 256 x 256 palette mixes, row by source index
 };
 
 using span_kernel = void(const kernel_args &);

@@ -10,7 +10,8 @@ namespace {
 
 /// Composite by coverage: the source covers with the global alpha, the destination wholly where it
 /// isn't 0.
-template <effect mode, bool alpha> inline u16x16 composite16(u16x16 s, u16x16 d, const context16 &c) {
+template <effect mode, bool alpha>
+inline u16x16 composite16(u16x16 s, u16x16 d, const context16 &c) {
   constexpr factors f = factors_of(mode);
   const u16x16 full = u16x16{} + 255;
   const u16x16 source_cover = alpha ? c.alpha : full;
@@ -34,7 +35,8 @@ template <span_routine_id id> inline u16x16 put16(u16x16 s, u16x16 d, const cont
   } else if constexpr (!id.alpha) {
     return fx16<id.fx>::apply(s, d, c);
   } else if constexpr (id.fx == fx_additiveblend) {
-    const u16x16 part = by_channel(s, d, [&](auto x, auto, uint16_t) { return mul255(c.alpha, x); });
+    const u16x16 part =
+        by_channel(s, d, [&](auto x, auto, uint16_t) { return mul255(c.alpha, x); });
     return fx16<fx_additiveblend>::apply(part, d, c);
   } else {
     return mix16(fx16<id.fx>::apply(s, d, c), d, c);
@@ -50,4 +52,4 @@ template <span_routine_id id> void kernel16(const kernel_args &k) {
   });
 }
 
-}  // namespace
+} // namespace

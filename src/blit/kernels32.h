@@ -56,7 +56,7 @@ inline u32x8 composite32(u32x8 s, u32x8 d, const context32 &c) {
 template <span_routine_id id, bool onto_alpha>
 inline u32x8 blend32(u32x8 s, u32x8 d, const context32 &c) {
   constexpr bool channel = id.pixels == span_pixels::chn32;
-  constexpr bool constant = !channel && id.key != span_key::ghost;  // the same for every pixel
+  constexpr bool constant = !channel && id.key != span_key::ghost; // the same for every pixel
   const u32x8 a = coverage32<id>(s, c);
   const u16x32 parts = constant ? c.alpha_channels : spread(a);
   const u16x32 rest = constant ? c.rest_channels : 255 - parts;
@@ -116,12 +116,16 @@ inline u32x8 put32(u32x8 s, u32x8 d, const context32 &c) {
     const u32x8 result = blend32<id, onto_alpha>(s, d, c);
     if constexpr (!channel) return result;
     // Nothing there: the destination's word stays whole.
-    else return coverage32<id>(s, c) != 0 ? result : d;
+    else
+      return coverage32<id>(s, c) != 0 ? result : d;
   } else {
     const u32x8 result = fx32<id.fx>::apply(s, d, c);
-    if constexpr (onto_alpha) return result | alpha_bits;
-    else if constexpr (id.fx == fx_solid) return result;
-    else return result & colour_bits;
+    if constexpr (onto_alpha)
+      return result | alpha_bits;
+    else if constexpr (id.fx == fx_solid)
+      return result;
+    else
+      return result & colour_bits;
   }
 }
 
@@ -135,8 +139,10 @@ template <span_routine_id id, bool onto_alpha> inline void rectangle32(const ker
 }
 
 template <span_routine_id id> void kernel32(const kernel_args &k) {
-  if (k.dst_alpha) rectangle32<id, true>(k);
-  else rectangle32<id, false>(k);
+  if (k.dst_alpha)
+    rectangle32<id, true>(k);
+  else
+    rectangle32<id, false>(k);
 }
 
-}  // namespace
+} // namespace

@@ -32,11 +32,13 @@ template <span_routine_id id> void kernel8(const kernel_args &k) {
   } else {
     run_rectangle<uint8_t>(k, [](u8x32 s, u8x32 d) {
       u8x32 result;
-      if constexpr (effect_classes[id.fx] == effect_class::composite) result = composite8<id.fx>(s, d);
-      else result = s;
+      if constexpr (effect_classes[id.fx] == effect_class::composite)
+        result = composite8<id.fx>(s, d);
+      else
+        result = s;
       return id.key == span_key::normal ? (s != 0 ? result : d) : result;
     });
   }
 }
 
-}  // namespace
+} // namespace

@@ -48,13 +48,19 @@ inline u8x32 reversed(u8x32 v) {
 inline u16x16 reversed(u16x16 v) {
   return __builtin_shufflevector(v, v, 15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0);
 }
-inline u32x8 reversed(u32x8 v) { return __builtin_shufflevector(v, v, 7, 6, 5, 4, 3, 2, 1, 0); }
+inline u32x8 reversed(u32x8 v) {
+  return __builtin_shufflevector(v, v, 7, 6, 5, 4, 3, 2, 1, 0);
+}
 
 /// x / 255 for x in 0..65025, by lane.
-template <typename Vector> inline Vector div255(Vector x) { return (x + 1 + (x >> 8)) >> 8; }
+template <typename Vector> inline Vector div255(Vector x) {
+  return (x + 1 + (x >> 8)) >> 8;
+}
 
 /// x * y / 255, lanes 0..255.
-template <typename Vector> inline Vector mul255(Vector x, Vector y) { return div255(x * y); }
+template <typename Vector> inline Vector mul255(Vector x, Vector y) {
+  return div255(x * y);
+}
 
 /// Saturating sums and differences of bytes.
 inline u8x32 add_saturated(u8x32 x, u8x32 y) {
@@ -83,14 +89,19 @@ inline u8x32 subtract_saturated(u8x32 x, u8x32 y) {
 }
 
 /// d + (s - d) * a / 255 with the quotient truncated toward zero; lanes of at most 8 bits.
-template <typename Signed, typename Vector> inline Vector step_toward(Vector s, Vector d, Vector a) {
+template <typename Signed, typename Vector>
+inline Vector step_toward(Vector s, Vector d, Vector a) {
   const Signed difference = Signed(s) - Signed(d);
   const Signed sign = difference >> 15;
   const Vector size = Vector((difference ^ sign) - sign);
   const Signed part = Signed(div255(size * a));
   return d + Vector((part ^ sign) - sign);
 }
-inline u16x16 toward(u16x16 s, u16x16 d, u16x16 a) { return step_toward<s16x16>(s, d, a); }
-inline u16x32 toward(u16x32 s, u16x32 d, u16x32 a) { return step_toward<s16x32>(s, d, a); }
+inline u16x16 toward(u16x16 s, u16x16 d, u16x16 a) {
+  return step_toward<s16x16>(s, d, a);
+}
+inline u16x32 toward(u16x32 s, u16x32 d, u16x32 a) {
+  return step_toward<s16x32>(s, d, a);
+}
 
-}  // namespace
+} // namespace

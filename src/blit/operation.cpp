@@ -54,7 +54,9 @@ bool begin_blit(const __ORBBlit2D__ *request, bool transformed) {
   return blit_column() >= 0;
 }
 
-int32_t blit_column() { return blit.blt_flags < 12 ? blit.blt_flags >> 2 : -1; }
+int32_t blit_column() {
+  return blit.blt_flags < 12 ? blit.blt_flags >> 2 : -1;
+}
 
 bool clip_blit(const __ORBBlit2D__ *request) {
   const int32_t right = int32_t(blit.dst->width) - 1, bottom = int32_t(blit.dst->height) - 1;
@@ -145,7 +147,7 @@ span_routine *const *table_in_use(span_op op, span_table table) {
   return *variables[int(op) * span_table_count + int(table)];
 }
 
-}  // namespace
+} // namespace
 
 span_routine *choose_routine(span_op op, int32_t column) {
   const span_table table = choose_table();

@@ -34,4 +34,6 @@ int32_t finish_blit(__ORBBlit2D__ *request, int32_t x0, int32_t y0, int32_t x1, 
 
 /// A 16.16 step: `run` / `steps`, truncated toward zero. Positions in pictures wider than 32767
 /// pixels use the sign bit; they and their steps wrap as unsigned words do.
-inline int32_t fixed_step(double run, int32_t steps) { return int32_t(uint32_t(int64_t(run / steps))); }
+inline int32_t fixed_step(double run, int32_t steps) {
+  return int32_t(uint32_t(int64_t(run / steps)));
+}

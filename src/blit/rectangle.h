@@ -21,14 +21,16 @@ inline void few_pixels(Word *d, const Word *s, int count, bool mirror, const Op 
     results[i] = d[i];
   }
   store(results, op(load<group<Word>>(sources), load<group<Word>>(results)));
-  for (int i = 0; i < count; ++i) d[i] = results[i];
+  for (int i = 0; i < count; ++i)
+    d[i] = results[i];
 }
 
 /// Puts op(source, destination) down over the rectangle. `op` takes and gives groups of pixels.
 ///
 /// The rest of a row that has at least one whole group is done by a group that ends with the row
 /// and changes only its last pixels: the others were done already and are read back as they are.
-template <typename Word, typename Op> inline void run_rectangle(const kernel_args &k, const Op &op) {
+template <typename Word, typename Op>
+inline void run_rectangle(const kernel_args &k, const Op &op) {
   constexpr int size = group_size<Word>;
   const int w = k.w, step = k.mirror ? -1 : 1;
   const bool mirror = k.mirror;
@@ -36,7 +38,8 @@ template <typename Word, typename Op> inline void run_rectangle(const kernel_arg
   auto *src_row = static_cast<const uint8_t *>(k.src);
 
   group<Word> lane;
-  for (int i = 0; i < size; ++i) lane[i] = Word(i);
+  for (int i = 0; i < size; ++i)
+    lane[i] = Word(i);
   const int rest = w % size;
   const group<Word> first_new = group<Word>{} + Word(size - rest);
 
@@ -60,4 +63,4 @@ template <typename Word, typename Op> inline void run_rectangle(const kernel_arg
   }
 }
 
-}  // namespace
+} // namespace

@@ -30,21 +30,21 @@ enum class span_key : uint8_t { normal, nokey, normalnokey, ghost };
 struct span_routine_id {
   span_pixels pixels = span_pixels::p8;
   span_key key = span_key::normal;
-  bool alpha = false;            // applies the blit's global alpha
+  bool alpha = false; // applies the blit's global alpha
   effect fx = fx_solid;
-  bool exists = false;           // false: an empty table entry
+  bool exists = false; // false: an empty table entry
 
   constexpr bool operator==(const span_routine_id &) const = default;
 };
 
 constexpr span_pixels pixels_of(span_table table) {
   switch (table) {
-    case span_table::t8: return span_pixels::p8;
-    case span_table::t16:
-    case span_table::alpha16: return span_pixels::p16;
-    case span_table::t32:
-    case span_table::alpha32: return span_pixels::p32;
-    default: return span_pixels::chn32;
+  case span_table::t8: return span_pixels::p8;
+  case span_table::t16:
+  case span_table::alpha16: return span_pixels::p16;
+  case span_table::t32:
+  case span_table::alpha32: return span_pixels::p32;
+  default: return span_pixels::chn32;
   }
 }
 
@@ -106,7 +106,9 @@ constexpr int columns_of(span_op op, span_table table) {
   return pixels_of(table) == span_pixels::chn32 ? 1 : 2;
 }
 
-constexpr int rows_of(span_table table) { return table == span_table::t8 ? 13 : effect_count; }
+constexpr int rows_of(span_table table) {
+  return table == span_table::t8 ? 13 : effect_count;
+}
 
 constexpr int table_size(span_op op, span_table table) {
   return columns_of(op, table) * rows_of(table);
@@ -176,10 +178,10 @@ static_assert(tile_routines.count == 358);
 
 constexpr const span_routine_set &routine_set(span_op op) {
   switch (op) {
-    case span_op::draw: return draw_routines;
-    case span_op::scale: return scale_routines;
-    case span_op::rotscale: return rotscale_routines;
-    default: return tile_routines;
+  case span_op::draw: return draw_routines;
+  case span_op::scale: return scale_routines;
+  case span_op::rotscale: return rotscale_routines;
+  default: return tile_routines;
   }
 }
 inline constexpr int span_routine_count =

@@ -10,7 +10,8 @@ struct routine_name {
   int length = 0;
 
   constexpr routine_name &operator<<(const char *part) {
-    while (*part) text[length++] = *part++;
+    while (*part)
+      text[length++] = *part++;
     return *this;
   }
 };
@@ -35,13 +36,10 @@ constexpr routine_name name_of(span_op op, span_routine_id id) {
   return name;
 }
 
-template <span_op op, int number>
-constexpr routine_name name = name_of(op, routine_at(number));
+template <span_op op, int number> constexpr routine_name name = name_of(op, routine_at(number));
 
 /// The numbers of an operation's routines, in order.
-template <int count> struct number_list {
-  int at[count];
-};
+template <int count> struct number_list { int at[count]; };
 template <span_op op> constexpr auto list_numbers() {
   number_list<routine_set(op).count> list{};
   int filled = 0;
@@ -59,7 +57,8 @@ template <span_op op, int... i>
 constexpr void add_part(directory &all, int &filled, std::integer_sequence<int, i...>) {
   const span_directory_entry part[] = {
       {name<op, numbers<op>.at[i]>.text, op, routine_at(numbers<op>.at[i])}...};
-  for (const span_directory_entry &entry : part) all.entries[filled++] = entry;
+  for (const span_directory_entry &entry : part)
+    all.entries[filled++] = entry;
 }
 template <span_op op> constexpr void add_part(directory &all, int &filled) {
   add_part<op>(all, filled, std::make_integer_sequence<int, routine_set(op).count>());
@@ -77,9 +76,11 @@ constexpr directory make_directory() {
 
 constexpr directory whole_directory = make_directory();
 
-}  // namespace
+} // namespace
 
-std::span<const span_directory_entry> span_directory() { return whole_directory.entries; }
+std::span<const span_directory_entry> span_directory() {
+  return whole_directory.entries;
+}
 
 span_routine *routine_of(const span_directory_entry &entry, instruction_set isa) {
   return spans_in(entry.op).routines->at[int(isa)][number_of(entry.id)];

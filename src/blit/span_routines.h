@@ -17,15 +17,21 @@ inline constexpr span_kernel *const *kernel_tables[instruction_set_count][4] = {
 template <instruction_set isa, span_op op, int number> void span() {
   span_kernel *const kernel =
       kernel_tables[int(isa)][number / kernels_per_pixel_kind][number % kernels_per_pixel_kind];
-  if constexpr (op == span_op::draw) span_draw(kernel);
-  else if constexpr (op == span_op::scale) span_scale(kernel);
-  else if constexpr (op == span_op::rotscale) span_rotscale(kernel);
-  else span_tile(kernel);
+  if constexpr (op == span_op::draw)
+    span_draw(kernel);
+  else if constexpr (op == span_op::scale)
+    span_scale(kernel);
+  else if constexpr (op == span_op::rotscale)
+    span_rotscale(kernel);
+  else
+    span_tile(kernel);
 }
 
 template <instruction_set isa, span_op op, int number> constexpr span_routine *span_or_null() {
-  if constexpr (routine_set(op).has[number]) return span<isa, op, number>;
-  else return nullptr;
+  if constexpr (routine_set(op).has[number])
+    return span<isa, op, number>;
+  else
+    return nullptr;
 }
 
 template <span_op op, int... number>
@@ -34,8 +40,8 @@ constexpr numbered_routines numbered(std::integer_sequence<int, number...>) {
            {span_or_null<instruction_set::avx2, op, number>()...}}};
 }
 template <span_op op>
-inline constexpr numbered_routines routines =
-    numbered<op>(std::make_integer_sequence<int, routine_numbers>());
+inline constexpr numbered_routines
+    routines = numbered<op>(std::make_integer_sequence<int, routine_numbers>());
 
 template <int size> struct filled_table {
   span_routine *entries[size] = {};
@@ -69,4 +75,4 @@ template <span_op op> constexpr operation_spans spans_of() {
   return spans_of<op>(std::make_integer_sequence<int, span_table_count>());
 }
 
-}  // namespace
+} // namespace

@@ -17,9 +17,9 @@ extern const operation_spans draw_spans, scale_spans, rotscale_spans, tile_spans
 
 inline const operation_spans &spans_in(span_op op) {
   switch (op) {
-    case span_op::draw: return draw_spans;
-    case span_op::scale: return scale_spans;
-    case span_op::rotscale: return rotscale_spans;
-    default: return tile_spans;
+  case span_op::draw: return draw_spans;
+  case span_op::scale: return scale_spans;
+  case span_op::rotscale: return rotscale_spans;
+  default: return tile_spans;
   }
 }
