@@ -18,9 +18,10 @@ void fill_run(void *to, uint32_t count, WritePixel write_pixel, WriteVector writ
   Pixel *pixel = static_cast<Pixel *>(to);
   for (; count && reinterpret_cast<uintptr_t>(pixel) % 16; --count)
     write_pixel(pixel++);
-  for (; count >= 4 * per_vector; count -= 4 * per_vector)
+  for (; count >= 4 * per_vector; count -= 4 * per_vector) {
     for (uint32_t i = 0; i < 4; ++i, pixel += per_vector)
       write_vector(reinterpret_cast<__m128i *>(pixel));
+  }
   for (; count >= per_vector; count -= per_vector, pixel += per_vector)
     write_vector(reinterpret_cast<__m128i *>(pixel));
   for (; count; --count)
@@ -93,20 +94,22 @@ namespace {
 
 /// The comparison and the vector form for each pixel width.
 template <typename Pixel> __m128i all(uint32_t value) {
-  if constexpr (sizeof(Pixel) == 1)
+  if constexpr (sizeof(Pixel) == 1) {
     return _mm_set1_epi8(int8_t(value));
-  else if constexpr (sizeof(Pixel) == 2)
+  } else if constexpr (sizeof(Pixel) == 2) {
     return _mm_set1_epi16(int16_t(value));
-  else
+  } else {
     return _mm_set1_epi32(int32_t(value));
+  }
 }
 template <typename Pixel> __m128i equal(__m128i a, __m128i b) {
-  if constexpr (sizeof(Pixel) == 1)
+  if constexpr (sizeof(Pixel) == 1) {
     return _mm_cmpeq_epi8(a, b);
-  else if constexpr (sizeof(Pixel) == 2)
+  } else if constexpr (sizeof(Pixel) == 2) {
     return _mm_cmpeq_epi16(a, b);
-  else
+  } else {
     return _mm_cmpeq_epi32(a, b);
+  }
 }
 
 template <typename Pixel>

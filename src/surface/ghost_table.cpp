@@ -84,9 +84,10 @@ ghost_cube *make_ghost_cube(const __ORBPalette2D__ *of) {
         }
         ghost_cell &cell = cube->cells[r][g][b];
         cell.count = 0;
-        for (int32_t i = first_entry; i < end_entry; ++i)
+        for (int32_t i = first_entry; i < end_entry; ++i) {
           if (in_r[i].near + in_g[i].near + in_b[i].near <= bound)
             cell.candidates[cell.count++] = uint8_t(i);
+        }
       }
     }
   }

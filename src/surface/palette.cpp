@@ -100,10 +100,12 @@ void load_default_palette(__ORBPalette2D__ *out) {
     *entry++ = {level, level, level};
   }
   const auto level = [](int32_t step) { return uint8_t((step * 63 + 2) / 5 * 4); };
-  for (int32_t r = 0; r < 6; ++r)
-    for (int32_t g = 0; g < 6; ++g)
+  for (int32_t r = 0; r < 6; ++r) {
+    for (int32_t g = 0; g < 6; ++g) {
       for (int32_t b = 0; b < 6; ++b)
         *entry++ = {level(r), level(g), level(b)};
+    }
+  }
 }
 
 // ---- Exchange ----------------------------------------------------------------------------------

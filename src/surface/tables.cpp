@@ -32,10 +32,11 @@ int32_t do_tables(int32_t depth) {
   } else {
     delete_palette();
     delete_ghost_table();
-    if (depth == 16)
+    if (depth == 16) {
       fill_effect_tables16();
-    else
+    } else {
       fill_effect_tables32();
+    }
   }
   // At 8 bits too: the display may be deeper than the mode.
   if (!create_depth_tables()) {
