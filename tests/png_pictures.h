@@ -131,6 +131,7 @@ inline std::vector<uint8_t> encode_png(const png_picture &p) {
       png_set_tRNS(png, info, nullptr, 0, &colour);
   }
   png_set_filter(png, 0, PNG_ALL_FILTERS);
+  png_set_check_for_invalid_index(png, 0);  // some pictures have them on purpose
   png_write_info(png, info);
 
   const size_t row_samples = size_t(p.w) * p.channels();

@@ -148,6 +148,21 @@ TEST_F(PngReader, OtherProgramsFiles) {
   }
 }
 
+// Some programs write palettes that are shorter than the indices reach.
+TEST_F(PngReader, IndicesBeyondThePaletteAreBlack) {
+  png_picture picture{4, 4, PNG_COLOR_TYPE_PALETTE, 4, false, false, {}, {}, {}};
+  std::mt19937 random(26);
+  fill_picture(picture, 4, 4, random);
+  for (uint16_t i = 0; i < 16; i++) picture.samples[i] = i;
+  picture.palette.resize(3);
+  testing::internal::CaptureStderr();
+  ASSERT_EQ(load(encode_png(picture)), 1);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  for (uint32_t i = 0; i < 16; i++) EXPECT_EQ(read_pixel(i % 4, i / 4), i);
+  EXPECT_EQ(image_palette.colours[2].g, picture.palette[2].green);
+  for (int i = 3; i < 256; i++) EXPECT_EQ(image_palette.colours[i].g, 0);
+}
+
 TEST_F(PngReader, OnlyPalettePicturesHaveAPalette) {
   image_palette.colours[7] = {1, 2, 3};
   EXPECT_EQ(ORB_LoadPNGPalette(data_path("png/pillow_rgb.png").c_str()), 0);

@@ -250,8 +250,9 @@ def paint_star():
     sprite = Sprite(size, size)
 
     def outline(outer, inner):
-        return polygon(*((c + r * math.sin(i * math.pi / 5), c + 0.8 - r * math.cos(i * math.pi / 5))
-                         for i, r in enumerate((outer, inner) * 5)))
+        corners = [(r, i * math.pi / 5) for i, r in enumerate((outer, inner) * 5)]
+        return polygon(*((c + r * math.sin(turn), c + 0.8 - r * math.cos(turn))
+                         for r, turn in corners))
 
     for y in range(size):
         for x in range(size):
