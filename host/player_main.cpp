@@ -84,7 +84,7 @@ Settings parse_options(int argc, char **argv) {
   std::vector<std::string> screenshots;
   CLI::App app{"Plays a Lua script with the 2D graphics module.", "orbplay"};
   app.footer("Exit status: 0 ok, 1 script error, 2 usage, 3 file not found, 4 video or module\n"
-             "could not start.");
+             "could not start, 130 interrupted.");
   app.formatter(std::make_shared<Formatter>());
   app.failure_message([](const CLI::App *, const CLI::Error &error) {
     return std::string("orbplay: ") + error.what() + "\nRun with --help for more information.\n";
@@ -225,7 +225,7 @@ int run(const Settings &settings, const char *program) {
     list_functions(host);
   else
     play(host, settings);
-  return exit_ok;
+  return interrupted ? 128 + interrupted : int{exit_ok};
 }
 
 } // namespace

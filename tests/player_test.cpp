@@ -44,7 +44,7 @@ protected:
 
   // Runs `orbplay ARGUMENTS` in the folder; the arguments are a shell's.
   Outcome play(const std::string &arguments, const std::string &before = "") {
-    const std::string command = "cd '" + folder.string() + "' && " + before +
+    const std::string command = "cd '" + folder.string() + "' || exit; " + before +
                                 " '" ORB_SOURCE_DIR "/tools/run32' '" ORB_BINARY_DIR
                                 "/bin/orbplay' " +
                                 arguments + " >out.txt 2>err.txt </dev/null";
@@ -132,6 +132,23 @@ TEST_F(Player, ArgumentsReachTheScript) {
   const Outcome run = play("--headless sub/a.lua -- one --two");
   EXPECT_EQ(run.status, 0) << run.err;
   EXPECT_THAT(run.out, StartsWith("sub/a.lua\t2\tone\t--two\nbeside\t"));
+}
+
+TEST_F(Player, InterruptsEndPlay) {
+  write("idle.lua", "io.stdout:write('on'):flush() while true do frame() end");
+  write("loop.lua", "io.stdout:write('on'):flush() while true do end");
+  // Once for a script that lets frames pass, twice for one that doesn't.
+  const std::string wait =
+      "& p=$!; for i in $(seq 200); do grep -qs on out.txt && break; sleep 0.05; done; ";
+  const std::string end = "wait $p; exit $?; #";
+  EXPECT_EQ(play("--headless idle.lua >out.txt " + wait + "kill -TERM $p; " + end, "rm -f out.txt;")
+                .status,
+            143);
+  EXPECT_EQ(play("--headless loop.lua >out.txt " + wait +
+                     "kill -TERM $p; sleep 0.2; kill -TERM $p; " + end,
+                 "rm -f out.txt;")
+                .status,
+            143);
 }
 
 TEST_F(Player, ListsEveryForm) {
