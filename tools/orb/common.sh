@@ -1,4 +1,4 @@
-# Messages, steps and the lock. Read by `orb`, which sets root and logs.
+# Messages, signals, steps and the lock. Read by `orb`, which sets root and logs.
 
 say() {
   printf 'orb: %s\n' "$*" >&2
@@ -9,6 +9,9 @@ die() {
   say "FAILED: $*"
   exit 1
 }
+
+trap 'say interrupted; exit 130' INT
+trap 'exit 143' TERM HUP
 
 # step NAME TITLE ADVICE COMMAND...: says TITLE, runs COMMAND with its output in NAME's log, and on
 # failure ends with TITLE, ADVICE and the log's path.

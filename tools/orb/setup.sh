@@ -110,7 +110,7 @@ need_sysroot() {
   [ "$(cat "$sysroot/.id" 2>/dev/null)" = "$id" ] && return
   if [ "$(cat "$new/.id" 2>/dev/null)" != "$id" ]; then
     step sysroot "making the i386 sysroot (about half a minute)" \
-      "check the network and repeat" make_sysroot "$new"
+      "check the network and ${sysroot_list#"$root"/}, and repeat" make_sysroot "$new"
   fi
   rm -rf "$sysroot"
   mv "$new" "$sysroot" || die "$new could not be renamed to $sysroot: check that folder's rights"
@@ -158,7 +158,8 @@ need_configured() {
 show_progress() {
   awk -v terminal="$([ -t 2 ] && echo 1)" '
     function clear() { if (terminal && shown) { printf "\r\033[K"; shown = 0 } }
-    /^ninja: (no work to do|Entering directory)/ || /^-- / || /^\[0\/[0-9]+\]/ { next }
+    /^ninja: (no work to do|Entering directory)/ || /^-- / { next }
+    /^\[[0-9]+\/[0-9]+\] (Re-checking globbed|Re-running CMake)/ { next }
     match($0, /^\[[0-9]+\/[0-9]+\]/) {
       split(substr($0, 2, RLENGTH - 2), n, "/")
       if (terminal) {

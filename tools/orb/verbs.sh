@@ -76,8 +76,6 @@ start_xvfb() {
   mkdir -p "$logs"
   : >"$number"
   trap stop_xvfb EXIT
-  trap 'exit 130' INT
-  trap 'exit 143' TERM HUP
   Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp -noreset \
     3>"$number" >"$logs/xvfb.log" 2>&1 </dev/null &
   xvfb=$!
