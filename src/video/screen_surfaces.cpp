@@ -81,7 +81,7 @@ void hand_over() {
 int32_t fit_surfaces(int32_t width, int32_t height, int32_t depth) {
   if (!ground || !screen || ground->depth != depth) {
     if (!create_both(width, height, depth)) return 0;
-  } else if (has_shape(ground, width, height)) {
+  } else if (has_shape(ground, width, height) && has_shape(screen, width, height)) {
     ORBGI2D_BlitFill(ground, 0, 0);
     ORBGI2D_BlitFill(screen, 0, 0);
   } else if (!resize_both(width, height)) {
