@@ -1,0 +1,101 @@
+// Pictures for tests: surfaces over memory that ends, or begins, at a page nobody may touch.
+#pragma once
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <new>
+
+#include <sanitizer/asan_interface.h>
+
+#include "checkspan/random.h"
+#include "orb/graphics2d.h"
+
+namespace checkspan {
+
+/// The pixel at an address, zero-extended.
+inline uint32_t read_pixel(const void *at, int depth) {
+  uint32_t value = 0;
+  std::memcpy(&value, at, size_t(depth) / 8);
+  return value;
+}
+inline void write_pixel(void *at, int depth, uint32_t value) {
+  std::memcpy(at, &value, size_t(depth) / 8);
+}
+
+/// Pages between two that fault on any access.
+class guarded_memory {
+public:
+  explicit guarded_memory(size_t capacity) {
+    page_ = size_t(sysconf(_SC_PAGESIZE));
+    capacity_ = (capacity + page_ - 1) / page_ * page_;
+    void *all = mmap(nullptr, capacity_ + 2 * page_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (all == MAP_FAILED) throw std::bad_alloc();
+    start_ = static_cast<uint8_t *>(all) + page_;
+    if (mprotect(start_, capacity_, PROT_READ | PROT_WRITE) != 0) throw std::bad_alloc();
+  }
+  ~guarded_memory() { munmap(start_ - page_, capacity_ + 2 * page_); }
+  guarded_memory(const guarded_memory &) = delete;
+  guarded_memory &operator=(const guarded_memory &) = delete;
+
+  /// Room for `bytes`, against the page after it or the page before it.
+  uint8_t *place(size_t bytes, bool at_end) {
+    if (bytes > capacity_) throw std::bad_alloc();
+    return at_end ? start_ + capacity_ - bytes : start_;
+  }
+
+private:
+  size_t page_, capacity_;
+  uint8_t *start_;
+};
+
+/// A surface record over memory of the test, without control points.
+class picture {
+public:
+  __ORBSurface2D__ surface{};
+
+  picture(guarded_memory &memory, int width, int height, int depth, bool at_end) {
+    surface.is_wrapper = 1;
+    surface.width = uint32_t(width);
+    surface.height = uint32_t(height);
+    surface.depth = depth;
+    surface.pitch = uint32_t(width * depth / 8);
+    surface.pixel_count = uint32_t(width * height);
+    surface.byte_size = surface.pitch * uint32_t(height);
+    surface.pixels = memory.place(surface.byte_size, at_end);
+  }
+  ~picture() { ASAN_UNPOISON_MEMORY_REGION(surface.pixels, surface.byte_size); }
+  picture(const picture &) = delete;
+  picture &operator=(const picture &) = delete;
+
+  uint8_t *at(int x, int y) const {
+    return static_cast<uint8_t *>(surface.pixels) + ptrdiff_t(y) * ptrdiff_t(surface.pitch) +
+           ptrdiff_t(x) * (surface.depth / 8);
+  }
+  uint32_t get(int x, int y) const { return read_pixel(at(x, y), surface.depth); }
+
+  /// Random pixels, one in `zeros` of them 0.
+  void fill(random_source &random, int zeros) {
+    for (int y = 0; y < int(surface.height); ++y)
+      for (int x = 0; x < int(surface.width); ++x)
+        write_pixel(at(x, y), surface.depth, random.pixel(surface.depth, zeros));
+  }
+
+  /// Under AddressSanitizer, makes everything but a rectangle untouchable.
+  void expose_only(int x, int y, int w, int h) const {
+    const auto bytes = [this](int pixels) { return size_t(pixels) * size_t(surface.depth) / 8; };
+    const int width = int(surface.width), height = int(surface.height);
+    (void)bytes;
+    for (int row = 0; row < height; ++row) {
+      if (row < y || row >= y + h) {
+        ASAN_POISON_MEMORY_REGION(at(0, row), bytes(width));
+      } else {
+        ASAN_POISON_MEMORY_REGION(at(0, row), bytes(x));
+        ASAN_POISON_MEMORY_REGION(at(x + w, row), bytes(width - x - w));
+      }
+    }
+  }
+};
+
+} // namespace checkspan
