@@ -3,6 +3,7 @@
 #include "host/screenshot.h"
 #include "host_fake_module.h"
 
+#include <SDL.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -339,6 +340,37 @@ TEST_F(HostCore, StreamsReadWriteSeekAndKnowTheirEnd) {
   EXPECT_EQ(service.read(buffer, 1, 1, 0, in), 0);
   EXPECT_NE(service.at_end(nullptr), 0);
   std::filesystem::remove(name);
+}
+
+// SDL's events reach keys and mouse; the pointer is told in pixels of the logical screen, here
+// half the size of the display.
+TEST_F(HostCore, TakesEventsAndScalesTheMouse) {
+  ASSERT_EQ(SDL_InitSubSystem(SDL_INIT_VIDEO), 0) << SDL_GetError();
+  ASSERT_NE(SDL_SetVideoMode(64, 48, 32, SDL_SWSURFACE), nullptr) << SDL_GetError();
+  __ORBSurface2D__ screen{};
+  screen.width = 32;
+  screen.height = 24;
+  host.device_system.screen = &screen;
+  const auto push = [](auto fill) {
+    SDL_Event event{};
+    fill(event);
+    ASSERT_EQ(SDL_PushEvent(&event), 0);
+  };
+  push([](SDL_Event &e) { e.type = SDL_KEYDOWN, e.key.keysym.sym = SDLK_LEFT; });
+  push([](SDL_Event &e) { e.type = SDL_MOUSEMOTION, e.motion.x = 63, e.motion.y = 20; });
+  push([](SDL_Event &e) { e.type = SDL_MOUSEBUTTONDOWN, e.button.button = SDL_BUTTON_RIGHT; });
+  host.begin_frame();
+  EXPECT_EQ(host.input().key("left"), true);
+  EXPECT_TRUE(host.input().pointer.right);
+  EXPECT_FALSE(host.input().quit);
+  EXPECT_EQ(host.global("mouse", 2), 31);
+  EXPECT_EQ(host.global("mouse", 3), 10);
+  push([](SDL_Event &e) { e.type = SDL_KEYUP, e.key.keysym.sym = SDLK_LEFT; });
+  push([](SDL_Event &e) { e.type = SDL_QUIT; });
+  host.begin_frame();
+  EXPECT_EQ(host.input().key("left"), false);
+  EXPECT_TRUE(host.input().quit);
+  SDL_QuitSubSystem(SDL_INIT_VIDEO);
 }
 
 TEST(HostInput, KnowsKeysByName) {
