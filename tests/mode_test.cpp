@@ -603,6 +603,19 @@ TEST_F(Mode, ADisplayThatSomebodyElseEndedIsLeftAlone) {
   expect_presented();
 }
 
+TEST_F(Mode, ASecondReleaseDoesNothing) {
+  ASSERT_EQ(set(64, 48, 32), 1);
+  ORB_mod_graphics2D_release();
+  EXPECT_EQ(host.system.screen, nullptr);
+  EXPECT_EQ(host.system.ground, nullptr);
+  __ORBSurface2D__ others{};
+  host.system.screen = host.system.ground = &others;
+  ORB_mod_graphics2D_release();
+  EXPECT_EQ(host.system.screen, &others);
+  ORB_mod_graphics2D_init();
+  expect_opened(320, 200, 8);
+}
+
 TEST_F(Mode, AfterTheFirstFrameTheHostHearsOfEveryChange) {
   ORB_mod_graphics2D_frame();
   ASSERT_EQ(set(400, 300, 32), 1);

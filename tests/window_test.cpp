@@ -84,11 +84,12 @@ struct RealWindow : testing::Test {
   std::unique_ptr<fake_runtime> host;
 
   void SetUp() override {
-    if (!getenv("DISPLAY")) GTEST_SKIP() << "no DISPLAY";
-    setenv("SDL_VIDEODRIVER", "x11", 1);
-    host = std::make_unique<fake_runtime>();
+    const char *const name = getenv("DISPLAY");
+    if (!name || !*name) GTEST_SKIP() << "no DISPLAY";
     Display *const display = connection();
     ASSERT_TRUE(display) << "DISPLAY is set but can't be opened";
+    setenv("SDL_VIDEODRIVER", "x11", 1);
+    host = std::make_unique<fake_runtime>();
     host->system.desktop_width = DisplayWidth(display, DefaultScreen(display));
     host->system.desktop_height = DisplayHeight(display, DefaultScreen(display));
     depth_ = DefaultDepth(display, DefaultScreen(display));

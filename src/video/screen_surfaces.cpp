@@ -97,6 +97,7 @@ int32_t fit_surfaces(int32_t width, int32_t height, int32_t depth) {
 }
 
 void delete_surfaces() {
+  if (!ground && !screen) return; // nothing was handed to the host either, or it is gone already
   ORBGI2D_DeleteGFXSurface(ground);
   ORBGI2D_DeleteGFXSurface(screen);
   ground = screen = nullptr;
