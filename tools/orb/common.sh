@@ -1,7 +1,10 @@
 # Messages, signals, steps and the lock. Read by `orb`, which sets root and logs.
 
+# The terminal's own error output: a signal may arrive while a step's goes to its log.
+exec 8>&2
+
 say() {
-  printf 'orb: %s\n' "$*" >&2
+  printf 'orb: %s\n' "$*" >&8
 }
 
 # die MESSAGE: what failed and what to do, in one line.
