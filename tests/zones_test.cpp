@@ -310,7 +310,10 @@ TEST_F(FrameZones, PartialDump) {
   EXPECT_EQ(presented_complete, 1);
   EXPECT_EQ(complete_frame, 1);
   draw_frame();
+  EXPECT_EQ(presented_complete, 1) << "what filled the screen is gone from all of it";
   EXPECT_EQ(complete_frame, 0);
+  draw_frame();
+  EXPECT_EQ(presented_complete, 0);
 
   // A complete dump that isn't restored by zones keeps none.
   num_framezones = 0;

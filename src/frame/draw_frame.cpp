@@ -56,6 +56,16 @@ void apply_fade(bool palette_changed) {
   }
 }
 
+/// Presents the frame; after a restore of the whole screen completely, since what the last frame
+/// drew there is gone from places that no zone tells of.
+void present(bool restored_all) {
+  if (!VID_DrawFrame) return;
+  const uint8_t of_this_frame = complete_frame;
+  complete_frame |= restored_all;
+  VID_DrawFrame();
+  complete_frame = of_this_frame;
+}
+
 } // namespace
 
 void draw_frame() {
@@ -69,6 +79,7 @@ void draw_frame() {
     update_system_colors();
     palette_update = 0;
   }
+  const bool restored_all = restore_type != -1 && complete_frame;
   restore_background();
   complete_frame = 0;
   num_blits2D = GetNumsBlitOnList();
@@ -77,7 +88,7 @@ void draw_frame() {
     run_requests();
   }
   apply_fade(palette_changed);
-  if (VID_DrawFrame) VID_DrawFrame();
+  present(restored_all);
   if (num_blits2D > 0) {
     if (!(dump_type && restore_type)) update_frame_zones();
     device2D.ResetBlitList();
