@@ -22,7 +22,7 @@
 //   of the processes that run that function, type_of(p) a process's.
 // - key(name), quit() (play ends with this frame), seed(n).
 // - `arg`, and `...` of the script: the script's arguments. `require` looks beside the script
-// first.
+// first, then in ../lib.
 #pragma once
 
 #include <cstddef>

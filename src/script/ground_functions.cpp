@@ -1,31 +1,8 @@
-// Script functions that draw on the ground, the background of every frame.
-#include "blit/blit.h"
+// Script functions on single pixels of the ground, the background of every frame.
 #include "module/script_call.h"
 #include "script/handlers.h"
 #include "script/pixels.h"
 #include "surface/surface.h"
-
-/// ground_put(file, graph, x, y): draws a graph with its pivot at (x, y), clipped to region 0.
-/// 1 when something was drawn, else 0; the failure value for a bad graph.
-int32_t ORB_ground_put() {
-  const script_call call{"GROUND_PUT"};
-  auto [file, graph, x, y] = pop_args<int32_t, int32_t, int32_t, int32_t>();
-  orb_map_slot *slot = check_graph(call, file, graph);
-  if (!slot) return call.fail();
-
-  __ORBBlit2D__ &request = bltGraphics2D;
-  request.owner = nullptr;
-  request.x = x;
-  request.y = y;
-  request.region = 0;
-  request.own_region = 0;
-  request.flags = 0;
-  request.fxmode = 0;
-  request.alpha = 255;
-  request.src = slot->surface;
-  request.dst = ground;
-  return call.done(device2D.ORBGI2D_Blit(&request));
-}
 
 /// ground_put_pixel(x, y, colour [, mode]): sets one pixel of the ground; outside it nothing
 /// happens. `mode` must be 0 or 1, and both do the same. 1, or the failure value for a bad

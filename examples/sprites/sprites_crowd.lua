@@ -1,0 +1,64 @@
+-- Ten thousand sprites with effects, and the frames a second that come of it.
+--
+-- Usage: ./orb play examples/sprites/sprites_crowd.lua [-- SPRITES [BITS]]
+-- The number in the corner is the module's own count; set_fps(0, 0) lets it run as fast as it can.
+-- Escape ends.
+
+local count = tonumber(arg[1]) or 10000
+local bits = tonumber(arg[2]) or 32
+local width, height = 640, 480
+
+mode_set(width, height, bits, mode_window)
+local back = image_load("../assets/meadow.png")
+local star = image_load("../assets/star.png")
+local ball = image_load("../assets/ball.png")
+ground_put(0, back, 320, 240)
+set_fps(0, 0)
+
+-- What a sprite may look like. 8-bit modes have copies, ghosts and compositing only.
+local looks = {
+  {}, { flags = flg_ghost }, { flags = flg_hmirror }, { flags = flg_nokey, size = 60 },
+}
+if bits > 8 then
+  for _, fx in ipairs { fx_additiveblend, fx_screenblend, fx_multiplyblend, fx_grayscale,
+    fx_invert } do
+    looks[#looks + 1] = { fxmode = fx }
+  end
+  looks[#looks + 1] = { fxmode = fx_tint, fxcolor = rgb(255, 80, 0), fxintensity = 160 }
+  looks[#looks + 1] = { alpha = 100 }
+end
+
+-- Flies straight and bounces off the edges.
+local function sprite(self, dx, dy)
+  local x, y = self.x, self.y
+  while true do
+    x, y = x + dx, y + dy
+    if x < 0 or x > width then dx = -dx end
+    if y < 0 or y > height then dy = -dy end
+    self.x, self.y = x, y
+    frame()
+  end
+end
+
+for i = 1, count do
+  local locals = { graph = i % 3 == 0 and ball or star, x = math.random(0, width),
+    y = math.random(0, height), z = math.random(-100, 100), size = 70 }
+  for name, value in pairs(looks[i % #looks + 1]) do locals[name] = value end
+  spawn(sprite, locals, math.random(-3, 3), math.random(-3, 3))
+end
+
+-- Digits as graphs, in front of everything.
+local text = require "text"
+local digits = {}
+local function digit(self, place)
+  while true do
+    local d = math.floor(fps / 10 ^ place) % 10
+    self.graph = (fps >= 10 ^ place or place == 0) and digits[d] or 0
+    frame()
+  end
+end
+for d = 0, 9 do digits[d] = text.graph(tostring(d), 4, bits == 8 and 15 or rgbx(255, 255, 255)) end
+for place = 0, 3 do spawn(digit, { x = 100 - place * 26, y = 24, z = -1000 }, place) end
+
+while not key("escape") do frame() end
+quit()
