@@ -1,0 +1,14 @@
+// What each bench/*_bench.cpp registers.
+#pragma once
+
+namespace orbbench {
+
+void register_blit_benchmarks();
+void register_frame_benchmarks();
+void register_sort_benchmarks();
+
+/// Draws every blit scenario once with every contender and compares the pictures with ours, so that
+/// nobody is measured for drawing something else. Prints what differs; the number of differences.
+int compare_pictures();
+
+} // namespace orbbench

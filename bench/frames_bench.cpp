@@ -1,0 +1,2 @@
+#include "benchmarks.h"
+namespace orbbench { void register_frame_benchmarks() {} }

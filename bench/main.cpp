@@ -1,0 +1,90 @@
+// orb_bench: everything that bench/*_bench.cpp registers, as tables that compare the contenders.
+//
+//   --sse2      measures the routines without AVX2
+//   --check     compares the contenders' pictures instead of measuring
+//   --json      Google Benchmark's JSON in place of the tables
+// and Google Benchmark's own options. By default benchmarks are interleaved at random and repeated,
+// so that what disturbs the machine for a while doesn't hit one of them alone.
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <string_view>
+#include <vector>
+
+#include "benchmarks.h"
+#include "blit/blit.h"
+#include "blit/span.h"
+#include "orb_host.h"
+#include "report.h"
+
+namespace {
+
+struct bench_options {
+  bool baseline = false, check = false, other_format = false;
+  std::vector<char *> rest; // Google Benchmark's
+};
+
+bench_options parse(int argc, char **argv) {
+  // Options that follow win over those before them.
+  static char defaults[][64] = {
+      "--benchmark_enable_random_interleaving=true",
+      "--benchmark_repetitions=5",
+      "--benchmark_min_time=0.01",
+  };
+  static char json[] = "--benchmark_format=json";
+  bench_options options;
+  options.rest.push_back(argv[0]);
+  for (char *text : defaults)
+    options.rest.push_back(text);
+  for (int i = 1; i < argc; ++i) {
+    const std::string_view argument = argv[i];
+    if (argument == "--sse2") {
+      options.baseline = true;
+    } else if (argument == "--check") {
+      options.check = true;
+    } else if (argument == "--json") {
+      options.other_format = true;
+      options.rest.push_back(json);
+    } else {
+      options.other_format |= argument.starts_with("--benchmark_format=") ||
+                              argument.starts_with("--benchmark_list_tests");
+      options.rest.push_back(argv[i]);
+    }
+  }
+  options.rest.push_back(nullptr);
+  return options;
+}
+
+int run(int argc, char **argv) {
+  bench_options options = parse(argc, argv);
+  int count = int(options.rest.size()) - 1;
+  benchmark::Initialize(&count, options.rest.data());
+  if (benchmark::ReportUnrecognizedArguments(count, options.rest.data())) return 2;
+
+  orbbench::host_at_depth(8);
+  if (options.baseline) {
+    mask_instruction_sets(instruction_set::sse2);
+    set_blitter_routines();
+  }
+  if (options.check) return orbbench::compare_pictures() == 0 ? 0 : 1;
+
+  orbbench::register_blit_benchmarks();
+  orbbench::register_frame_benchmarks();
+  orbbench::register_sort_benchmarks();
+  if (options.other_format) return benchmark::RunSpecifiedBenchmarks() > 0 ? 0 : 1;
+  orbbench::comparison_reporter reporter(span_instruction_set() == instruction_set::sse2);
+  return benchmark::RunSpecifiedBenchmarks(&reporter) > 0 && !reporter.failed() ? 0 : 1;
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+  try {
+    return run(argc, argv);
+  } catch (const std::exception &error) {
+    std::fprintf(stderr, "orb_bench: %s\n", error.what());
+    return 1;
+  }
+}

@@ -1,0 +1,33 @@
+#include "orb_host.h"
+
+#include "module/module.h"
+
+namespace orbbench {
+
+namespace {
+
+/// The picture fades in during the first frames, and after set-mode; a benchmark wants none of it.
+void end_fades(orbhost::Host &host) {
+  for (int i = 0; i < 1000 && host.global("fading") != 0; ++i)
+    host.frame();
+}
+
+} // namespace
+
+orbhost::Host &host_at_depth(int depth) {
+  static orbhost::Host host;
+  static int current = 0;
+  if (current == 0) {
+    host.attach(ORB_mod_graphics2D_MainLibraryExports);
+    host.init();
+  }
+  if (depth != current) {
+    if (host.call("mode_set", {host_width, host_height, depth}) != 1)
+      throw orbhost::HostError("no mode of that depth");
+    end_fades(host);
+    current = depth;
+  }
+  return host;
+}
+
+} // namespace orbbench

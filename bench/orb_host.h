@@ -1,0 +1,13 @@
+// The module brought up in a headless host, once for all benchmarks: only one host can be active.
+#pragma once
+
+#include "host/host.h"
+
+namespace orbbench {
+
+inline constexpr int host_width = 640, host_height = 480;
+
+/// The host with a window of 640x480 at a depth; sets the mode when the depth is another.
+orbhost::Host &host_at_depth(int depth);
+
+} // namespace orbbench
