@@ -25,7 +25,7 @@ struct axis {
 /// The source runs from half a destination pixel inside one edge to half a destination pixel inside
 /// the other, backwards for a negative size. One destination pixel samples the middle. False when
 /// a destination pixel is larger than the whole source.
-bool lay_axis(axis *a, float corner0, float corner1, int32_t length, int32_t size) {
+bool lay_axis(axis *a, float corner0, float corner1, int32_t length, int64_t size) {
   const int32_t c0 = round_corner(corner0), c1 = round_corner(corner1);
   if (c0 == corner_out_of_range || c1 == corner_out_of_range) return false;
   const double inset = 50.0 / std::abs(double(size));
@@ -54,8 +54,10 @@ int32_t ORBGI2D_BlitScale(__ORBBlit2D__ *request) {
 
   const auto width = int32_t(blit.src->width), height = int32_t(blit.src->height);
   axis across, down;
-  if (!lay_axis(&across, x0, x1, width, blit.blt_flags & 1 ? -blit.size_x : blit.size_x) ||
-      !lay_axis(&down, y0, y1, height, blit.blt_flags & 2 ? -blit.size_y : blit.size_y))
+  // Negated in 64 bits: a size may be the lowest int.
+  const int64_t size_x = blit.blt_flags & 1 ? -int64_t(blit.size_x) : blit.size_x;
+  const int64_t size_y = blit.blt_flags & 2 ? -int64_t(blit.size_y) : blit.size_y;
+  if (!lay_axis(&across, x0, x1, width, size_x) || !lay_axis(&down, y0, y1, height, size_y))
     return refuse_blit(request);
   across.clip(blit.clipx0, blit.clipx1);
   down.clip(blit.clipy0, blit.clipy1);
@@ -73,10 +75,14 @@ int32_t ORBGI2D_BlitScale(__ORBBlit2D__ *request) {
   blit.x_inc = fixed_step(across.step * 65536, 1);
   auto src_y = float(down.start);
   const auto step_y = float(down.step);
+  int32_t row_before = -1;
   for (blit.dst_y = down.first; blit.dst_y <= down.last; ++blit.dst_y, src_y += step_y) {
     blit.src_y = std::clamp(int32_t(src_y), 0, height - 1);
+    blit.row_repeats = blit.src_y == row_before;
+    row_before = blit.src_y;
     blit.src_x = int32_t(src_x);
     blit.scale();
   }
+  blit.row_repeats = false;
   return finish_blit(request, across.first, down.first, across.last, down.last);
 }

@@ -1,6 +1,7 @@
 // How the four operations bring pixels to a kernel.
 #include <algorithm>
 
+#include "blit/sampling.h"
 #include "blit/span.h"
 #include "orb/graphics2d.h"
 #include "surface/palette.h"
@@ -44,22 +45,25 @@ void run_overlapping(span_kernel *kernel, kernel_args k) {
 }
 
 /// Rows are sampled into a buffer of this many pixels, which stays in the first-level cache.
-constexpr int32_t chunk = 256;
+constexpr int32_t chunk = 2048;
+alignas(32) uint32_t sampled[chunk];
 
 /// Runs a kernel over `blt_w` pixels at (dst_x, dst_y), sampled piece by piece by
-/// sample(buffer, count).
+/// sample(buffer, count); a row that repeats the one before is still in the buffer.
 template <typename Word, typename Sample> void run_sampled(span_kernel *kernel, Sample sample) {
-  alignas(32) Word buffer[chunk];
+  auto *buffer = reinterpret_cast<Word *>(sampled);
   kernel_args k = common_args();
   k.src = buffer;
   k.h = 1;
   auto *dst = reinterpret_cast<Word *>(pixel_address(blit.dst, blit.dst_x, blit.dst_y));
   // Onto itself a surface must be sampled no further ahead than it is written.
-  const int32_t piece = blit.src == blit.dst ? 1 : chunk;
+  const bool onto_itself = blit.src == blit.dst;
+  const int32_t piece = onto_itself ? 1 : chunk;
+  const bool again = blit.row_repeats && !onto_itself && blit.blt_w <= chunk;
   for (int32_t left = blit.blt_w; left > 0;) {
     k.w = std::min(left, piece);
     k.dst = dst;
-    sample(buffer, k.w);
+    if (!again) sample(buffer, k.w);
     kernel(k);
     dst += k.w;
     left -= k.w;
@@ -68,26 +72,22 @@ template <typename Word, typename Sample> void run_sampled(span_kernel *kernel, 
 
 template <typename Word> void scale_row(span_kernel *kernel) {
   const auto *row = reinterpret_cast<const Word *>(pixel_address(blit.src, 0, blit.src_y));
-  const int32_t step = blit.x_inc;
-  int32_t x = blit.src_x;
-  run_sampled<Word>(kernel, [&](Word *to, int32_t count) {
-    for (int32_t i = 0; i < count; ++i, x += step)
-      to[i] = row[uint32_t(x) >> 16];
-  });
-  blit.src_x = x;
+  auto x = uint32_t(blit.src_x);
+  const auto step = uint32_t(blit.x_inc);
+  run_sampled<Word>(kernel, [&](Word *to, int32_t count) { sample_row(to, row, x, step, count); });
+  blit.src_x = int32_t(uint32_t(blit.src_x) + step * uint32_t(blit.blt_w));
 }
 
 template <typename Word> void rotscale_row(span_kernel *kernel) {
   const auto *pixels = static_cast<const Word *>(blit.src->pixels);
-  const auto width = int32_t(blit.src->width);
-  const int32_t step_x = blit.x_inc, step_y = blit.y_inc;
-  int32_t x = blit.src_x, y = blit.src_y;
+  const uint32_t width = blit.src->width, height = blit.src->height;
+  auto x = uint32_t(blit.src_x), y = uint32_t(blit.src_y);
+  const auto step_x = uint32_t(blit.x_inc), step_y = uint32_t(blit.y_inc);
   run_sampled<Word>(kernel, [&](Word *to, int32_t count) {
-    for (int32_t i = 0; i < count; ++i, x += step_x, y += step_y)
-      to[i] = pixels[(uint32_t(y) >> 16) * width + (uint32_t(x) >> 16)];
+    sample_line(to, pixels, width, height, x, y, step_x, step_y, count);
   });
-  blit.src_x = x;
-  blit.src_y = y;
+  blit.src_x = int32_t(x);
+  blit.src_y = int32_t(y);
 }
 
 /// Calls the row function of the source's pixel width.

@@ -10,24 +10,23 @@ namespace {
 
 /// Composite by coverage: the source covers with the global alpha, the destination wholly where it
 /// isn't 0.
-template <effect mode, bool alpha>
-inline u16x16 composite16(u16x16 s, u16x16 d, const context16 &c) {
+template <effect mode, bool alpha> inline words composite16(words s, words d, const context16 &c) {
   constexpr factors f = factors_of(mode);
-  const u16x16 full = u16x16{} + 255;
-  const u16x16 source_cover = alpha ? c.alpha : full;
-  const u16x16 cover = d != 0 ? full : u16x16{};
-  const auto mul = [](u16x16 x, u16x16 y) { return mul255(x, y); };
-  const u16x16 p = covered<f.source>(source_cover, cover, mul);
-  const u16x16 q = covered<f.destination>(cover, source_cover, mul);
+  const words full = words{} + 255;
+  const words source_cover = alpha ? c.alpha : full;
+  const words cover = d != 0 ? full : words{};
+  const auto mul = [](words x, words y) { return mul255(x, y); };
+  const words p = covered<f.source>(source_cover, cover, mul);
+  const words q = covered<f.destination>(cover, source_cover, mul);
   return by_channel(s, d, [&](auto x, auto y, uint16_t) { return mul255(p, x) + mul255(q, y); });
 }
 
 /// The global alpha: each channel goes its part of the way from the destination to the result.
-inline u16x16 mix16(u16x16 result, u16x16 d, const context16 &c) {
+inline words mix16(words result, words d, const context16 &c) {
   return by_channel(result, d, [&](auto x, auto y, uint16_t) { return toward(x, y, c.alpha); });
 }
 
-template <span_routine_id id> inline u16x16 put16(u16x16 s, u16x16 d, const context16 &c) {
+template <span_routine_id id> inline words put16(words s, words d, const context16 &c) {
   if constexpr (id.key == span_key::ghost) {
     return fx16<fx_averageblend>::apply(s, d, c);
   } else if constexpr (effect_classes[id.fx] == effect_class::composite) {
@@ -35,8 +34,7 @@ template <span_routine_id id> inline u16x16 put16(u16x16 s, u16x16 d, const cont
   } else if constexpr (!id.alpha) {
     return fx16<id.fx>::apply(s, d, c);
   } else if constexpr (id.fx == fx_additiveblend) {
-    const u16x16 part =
-        by_channel(s, d, [&](auto x, auto, uint16_t) { return mul255(c.alpha, x); });
+    const words part = by_channel(s, d, [&](auto x, auto, uint16_t) { return mul255(c.alpha, x); });
     return fx16<fx_additiveblend>::apply(part, d, c);
   } else {
     return mix16(fx16<id.fx>::apply(s, d, c), d, c);
@@ -44,11 +42,15 @@ template <span_routine_id id> inline u16x16 put16(u16x16 s, u16x16 d, const cont
 }
 
 template <span_routine_id id> void kernel16(const kernel_args &k) {
+  constexpr bool keyed = id.key == span_key::normal || id.key == span_key::ghost;
   const context16 c(k);
-  run_rectangle<uint16_t>(k, [c](u16x16 s, u16x16 d) {
-    const u16x16 result = put16<id>(s, d, c);
-    constexpr bool keyed = id.key == span_key::normal || id.key == span_key::ghost;
+  const auto put = [c](words s, words d) {
+    const words result = put16<id>(s, d, c);
     return keyed ? (s != 0 ? result : d) : result;
+  };
+  // Whole groups of transparent pixels aren't worth their arithmetic, unless that is a mere copy.
+  run_rectangle<uint16_t>(k, put, [](words s) {
+    return keyed && (id.alpha || id.fx != fx_solid || id.key == span_key::ghost) && none(s);
   });
 }
 

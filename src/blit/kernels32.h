@@ -12,72 +12,87 @@
 
 namespace {
 
-/// x * w + y * (255 - w), each divided by 255.
-inline u32x8 mix32(u32x8 x, u32x8 y, u16x32 w, u16x32 rest) {
-  return narrow(mul255(widen(x), w) + mul255(widen(y), rest));
+/// x * w + y * (255 - w), each divided by 255. The weights are words where they are the same for
+/// all pixels, else channels.
+template <typename Weights> inline dwords mix32(dwords x, dwords y, Weights w) {
+  return narrow(mul255(widen(x), w) + mul255(widen(y), rest_of(w)));
 }
-inline u32x8 mix32(u32x8 x, u32x8 y, u32x8 w) {
-  const u16x32 parts = spread(w);
-  return mix32(x, y, parts, 255 - parts);
+inline dwords mix32(dwords x, dwords y, dwords w) {
+  return mix32(x, y, spread(w));
 }
 
 /// The source's coverage: its alpha channel, times the global alpha where the routine applies it.
-template <span_routine_id id> inline u32x8 coverage32(u32x8 s, const context32 &c) {
+template <span_routine_id id> inline dwords coverage32(dwords s, const context32 &c) {
   constexpr bool channel = id.pixels == span_pixels::chn32;
   if constexpr (id.key == span_key::ghost)
-    return channel ? mul255(u32x8{} + 128, s >> 24) : u32x8{} + 128;
+    return channel ? mul255(dwords{} + 128, s >> 24) : dwords{} + 128;
   else if constexpr (id.alpha)
     return channel ? mul255(c.alpha, s >> 24) : c.alpha;
   else
-    return channel ? s >> 24 : u32x8{} + 255;
+    return channel ? s >> 24 : dwords{} + 255;
 }
 
 template <span_routine_id id, bool onto_alpha>
-inline u32x8 composite32(u32x8 s, u32x8 d, const context32 &c) {
+inline dwords composite32(dwords s, dwords d, const context32 &c) {
   constexpr factors f = factors_of(id.fx);
-  const u32x8 sa = coverage32<id>(s, c);
-  const u32x8 da = onto_alpha ? d >> 24 : (d != 0 ? u32x8{} + 255 : u32x8{});
-  const auto mul = [](u32x8 x, u32x8 y) { return mul255(x, y); };
-  const u32x8 p = covered<f.source>(sa, da, mul);
-  const u32x8 q = covered<f.destination>(da, sa, mul);
+  const dwords sa = coverage32<id>(s, c);
+  const dwords da = onto_alpha ? d >> 24 : (d != 0 ? dwords{} + 255 : dwords{});
+  const auto mul = [](dwords x, dwords y) { return mul255(x, y); };
+  const dwords p = covered<f.source>(sa, da, mul);
+  const dwords q = covered<f.destination>(da, sa, mul);
   if constexpr (onto_alpha) {
-    const u32x8 sum = p + q;
-    const u32x8 o = sum > 255 ? u32x8{} + 255 : sum;
-    const u32x8 mixed = (mix32(s, d, share(p, o)) & colour_bits) | o << 24;
-    return o == 0 ? u32x8{} : mixed;
+    const dwords sum = p + q;
+    const dwords o = sum > 255 ? dwords{} + 255 : sum;
+    const dwords mixed = (mix32(s, d, share(p, o)) & colour_bits) | o << 24;
+    return o == 0 ? dwords{} : mixed;
   } else {
-    const u32x8 from_source = narrow(mul255(widen(s), spread(p)));
-    const u32x8 from_destination = narrow(mul255(widen(d), spread(q)));
-    return u32x8(add_saturated(u8x32(from_source), u8x32(from_destination))) & colour_bits;
+    const dwords from_source = narrow(mul255(widen(s), spread(p)));
+    const dwords from_destination = narrow(mul255(widen(d), spread(q)));
+    return dwords(add_saturated(bytes(from_source), bytes(from_destination))) & colour_bits;
+  }
+}
+
+/// The coverage in all channels: words where it is the same for all pixels, else channels.
+template <span_routine_id id> inline auto weights32(dwords s, const context32 &c) {
+  if constexpr (id.pixels == span_pixels::chn32) {
+    const channels own = spread_alpha(widen(s));
+    if constexpr (id.key == span_key::ghost)
+      return mul255(own, words{} + 128);
+    else if constexpr (id.alpha)
+      return mul255(own, c.alpha_channels);
+    else
+      return own;
+  } else {
+    if constexpr (id.key == span_key::ghost)
+      return words{} + 128;
+    else
+      return c.alpha_channels;
   }
 }
 
 /// Source coverage below full: the result is mixed in.
 template <span_routine_id id, bool onto_alpha>
-inline u32x8 blend32(u32x8 s, u32x8 d, const context32 &c) {
-  constexpr bool channel = id.pixels == span_pixels::chn32;
-  constexpr bool constant = !channel && id.key != span_key::ghost; // the same for every pixel
-  const u32x8 a = coverage32<id>(s, c);
-  const u16x32 parts = constant ? c.alpha_channels : spread(a);
-  const u16x32 rest = constant ? c.rest_channels : 255 - parts;
-  const u32x8 result = fx32<id.fx>::apply(s, d, c);
+inline dwords blend32(dwords s, dwords d, const context32 &c) {
+  const auto weights = weights32<id>(s, c);
+  const dwords result = fx32<id.fx>::apply(s, d, c);
 
   if constexpr (!onto_alpha) {
     if constexpr (id.fx == fx_additiveblend) {
-      const u32x8 part = narrow(mul255(widen(s), parts));
+      const dwords part = narrow(mul255(widen(s), weights));
       return fx32<fx_additiveblend>::apply(part, d, c) & colour_bits;
     } else {
-      return mix32(result, d, parts, rest) & colour_bits;
+      return mix32(result, d, weights) & colour_bits;
     }
   } else {
-    const u32x8 da = d >> 24;
-    const u32x8 o = a + mul255(255 - a, da);
+    const dwords a = coverage32<id>(s, c);
+    const dwords da = d >> 24;
+    const dwords o = a + mul255(255 - a, da);
     if constexpr (id.fx == fx_additiveblend) {
-      const u32x8 part = narrow(mul255(widen(s), parts));
+      const dwords part = narrow(mul255(widen(s), weights));
       return (fx32<fx_additiveblend>::apply(part, d, c) & colour_bits) | o << 24;
     } else {
       // A blend counts as far as there is a destination to blend with.
-      u32x8 colour = result;
+      dwords colour = result;
       if constexpr (effect_classes[id.fx] == effect_class::blend) colour = mix32(result, s, da);
       return (mix32(colour, d, share(a, o)) & colour_bits) | o << 24;
     }
@@ -86,24 +101,24 @@ inline u32x8 blend32(u32x8 s, u32x8 d, const context32 &c) {
 
 /// src with a global alpha: also transparent source pixels take their part.
 template <span_routine_id id, bool onto_alpha>
-inline u32x8 source32(u32x8 s, u32x8 d, const context32 &c) {
+inline dwords source32(dwords s, dwords d, const context32 &c) {
   if constexpr (!id.alpha) {
     // The source word as it is; one without an alpha channel is opaque where it isn't 0.
     constexpr bool opaque = onto_alpha && id.pixels != span_pixels::chn32;
-    return opaque ? (s != 0 ? s | alpha_bits : u32x8{}) : s;
+    return opaque ? (s != 0 ? s | alpha_bits : dwords{}) : s;
   } else if constexpr (!onto_alpha) {
-    return mix32(s, d, c.alpha_channels, c.rest_channels) & colour_bits;
+    return mix32(s, d, c.alpha_channels) & colour_bits;
   } else {
-    const u32x8 present = coverage32<id>(s, c);
-    const u32x8 p = id.pixels == span_pixels::chn32 ? present : (s != 0 ? present : u32x8{});
-    const u32x8 o = p + mul255(255 - c.alpha, d >> 24);
-    const u32x8 mixed = (mix32(s, d, share(p, o)) & colour_bits) | o << 24;
-    return o == 0 ? u32x8{} : mixed;
+    const dwords present = coverage32<id>(s, c);
+    const dwords p = id.pixels == span_pixels::chn32 ? present : (s != 0 ? present : dwords{});
+    const dwords o = p + mul255(255 - c.alpha, d >> 24);
+    const dwords mixed = (mix32(s, d, share(p, o)) & colour_bits) | o << 24;
+    return o == 0 ? dwords{} : mixed;
   }
 }
 
 template <span_routine_id id, bool onto_alpha>
-inline u32x8 put32(u32x8 s, u32x8 d, const context32 &c) {
+inline dwords put32(dwords s, dwords d, const context32 &c) {
   constexpr bool channel = id.pixels == span_pixels::chn32;
   constexpr effect_class kind = effect_classes[id.fx];
   if constexpr (kind == effect_class::composite) {
@@ -113,13 +128,13 @@ inline u32x8 put32(u32x8 s, u32x8 d, const context32 &c) {
   } else if constexpr (id.key == span_key::ghost && !channel && !onto_alpha) {
     return fx32<fx_averageblend>::apply(s, d, c);
   } else if constexpr (id.alpha || channel || id.key == span_key::ghost) {
-    const u32x8 result = blend32<id, onto_alpha>(s, d, c);
+    const dwords result = blend32<id, onto_alpha>(s, d, c);
     if constexpr (!channel) return result;
     // Nothing there: the destination's word stays whole.
     else
       return coverage32<id>(s, c) != 0 ? result : d;
   } else {
-    const u32x8 result = fx32<id.fx>::apply(s, d, c);
+    const dwords result = fx32<id.fx>::apply(s, d, c);
     if constexpr (onto_alpha)
       return result | alpha_bits;
     else if constexpr (id.fx == fx_solid)
@@ -129,13 +144,35 @@ inline u32x8 put32(u32x8 s, u32x8 d, const context32 &c) {
   }
 }
 
+/// Whole groups of transparent pixels aren't worth their arithmetic, unless that is a mere copy.
+/// Pictures are mostly transparent or opaque in runs, so the branch is foreseen.
+template <span_routine_id id> inline bool skips32(dwords s) {
+  constexpr effect_class kind = effect_classes[id.fx];
+  if constexpr (id.pixels == span_pixels::chn32) {
+    if constexpr (kind == effect_class::composite || kind == effect_class::source)
+      return false;
+    else
+      return none(s & alpha_bits);
+  } else if constexpr (id.key == span_key::normal) {
+    return (id.alpha || id.fx != fx_solid) && none(s);
+  } else {
+    return id.key == span_key::ghost && none(s);
+  }
+}
+
 template <span_routine_id id, bool onto_alpha> inline void rectangle32(const kernel_args &k) {
   const context32 c(k);
-  run_rectangle<uint32_t>(k, [c](u32x8 s, u32x8 d) {
-    const u32x8 result = put32<id, onto_alpha>(s, d, c);
+  const auto put = [c](dwords s, dwords d) {
+    // Of pixels with alpha most are opaque: those are copied.
+    if constexpr (id.pixels == span_pixels::chn32 && id.fx == fx_solid && !id.alpha &&
+                  id.key != span_key::ghost) {
+      if (none(~s & alpha_bits)) return onto_alpha ? s : s & colour_bits;
+    }
+    const dwords result = put32<id, onto_alpha>(s, d, c);
     constexpr bool keyed = id.key == span_key::normal || id.key == span_key::ghost;
     return keyed ? (s != 0 ? result : d) : result;
-  });
+  };
+  run_rectangle<uint32_t>(k, put, [](dwords s) { return skips32<id>(s); });
 }
 
 template <span_routine_id id> void kernel32(const kernel_args &k) {
