@@ -10,5 +10,7 @@ void register_sort_benchmarks();
 /// Draws every blit scenario once with every contender and compares the pictures with ours, so that
 /// nobody is measured for drawing something else. Prints what differs; the number of differences.
 int compare_pictures();
+/// The same for the frames that all draw.
+int compare_frames();
 
 } // namespace orbbench

@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 
 #include "benchmarks.h"
 #include "blit_scenarios.h"
@@ -12,25 +11,12 @@ namespace orbbench {
 
 namespace {
 
-std::vector<uint32_t> pixels_of(const scenario &s, pixel_view view) {
-  const size_t bytes = size_t(s.depth) / 8;
-  std::vector<uint32_t> result;
-  for (int y = 0; y < s.target.height; ++y)
-    for (int x = 0; x < s.target.width; ++x) {
-      uint32_t word = 0; // the target is little endian
-      std::memcpy(&word, static_cast<uint8_t *>(view.pixels) + size_t(y) * view.pitch +
-                             size_t(x) * bytes, bytes);
-      result.push_back(s.depth == 32 ? word & 0xFFFFFF : word);
-    }
-  return result;
-}
-
 std::vector<uint32_t> drawn_by(contender &who, const scenario &s, const picture &background) {
   const auto d = who.prepare(s);
   d->begin();
   store(background, d->target().pixels, d->target().pitch);
   d->draw();
-  return pixels_of(s, d->target());
+  return load(s.depth, s.target, d->target().pixels, d->target().pitch).pixels;
 }
 
 /// The largest difference of a channel, in steps of 8 bits.
@@ -74,7 +60,7 @@ int compare_pictures() {
       if (ours.empty()) ours = theirs;
       int drawn = 0, different = 0;
       for (size_t i = 0; i < ours.size(); ++i) {
-        const uint32_t before = background.pixels[i] & (s.depth == 32 ? 0xFFFFFF : 0xFFFF);
+        const uint32_t before = background.pixels[i] & 0xFFFFFF;
         drawn += ours[i] != before;
         different += difference(s.depth, ours[i], theirs[i]) > (tolerated(s.op) > 0 ? visible : 0);
       }

@@ -41,10 +41,12 @@ public:
   virtual ~contender() = default;
 
   virtual std::string name() const = 0;
-  /// Whether it has such an operation at all.
+  /// Whether it is measured with such a scenario: not where it has no such operation, or another
+  /// contender of the same library does it in the same way.
   virtual bool can(const scenario &s) const = 0;
   /// Whether it does that with vector instructions (those of the C library count).
   virtual bool has_simd(const scenario &s) const = 0;
+  /// For scenarios that it can, and for copies.
   virtual std::unique_ptr<drawing> prepare(const scenario &s) = 0;
 };
 

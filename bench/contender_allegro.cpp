@@ -20,9 +20,10 @@ namespace {
 // The functions that are no inline wrappers over a bitmap's table.
 #define ORB_ALLEGRO_FUNCTIONS(name)                                                                \
   name(_install_allegro_version_check) name(create_bitmap_ex) name(destroy_bitmap)                 \
-  name(get_rle_sprite) name(destroy_rle_sprite) name(blit) name(masked_blit) name(stretch_sprite)  \
-  name(drawing_mode) name(solid_mode) name(set_trans_blender) name(set_alpha_blender)              \
-  name(set_add_blender) name(set_multiply_blender) name(set_screen_blender)
+      name(get_rle_sprite) name(destroy_rle_sprite) name(blit) name(masked_blit)                   \
+          name(stretch_sprite) name(drawing_mode) name(solid_mode) name(set_trans_blender)         \
+              name(set_alpha_blender) name(set_add_blender) name(set_multiply_blender)             \
+                  name(set_screen_blender)
 
 struct allegro_library {
 #define ORB_MEMBER(function) decltype(&::function) function = nullptr;
@@ -35,8 +36,8 @@ struct allegro_library {
     void *const handle = dlopen("liballeg.so.4.4", RTLD_NOW | RTLD_LOCAL | RTLD_DEEPBIND);
     if (!handle) return false;
 #define ORB_LOOK_UP(function)                                                                      \
-    function = reinterpret_cast<decltype(function)>(dlsym(handle, #function));                     \
-    if (!function) return false;
+  function = reinterpret_cast<decltype(function)>(dlsym(handle, #function));                       \
+  if (!function) return false;
     ORB_ALLEGRO_FUNCTIONS(ORB_LOOK_UP)
 #undef ORB_LOOK_UP
     color_map = static_cast<COLOR_MAP **>(dlsym(handle, "color_map"));
@@ -61,8 +62,7 @@ size_t pitch_of(const BITMAP *bitmap) {
 bitmap_ptr bitmap_from(const picture &p) {
   bitmap_ptr bitmap(allegro.create_bitmap_ex(p.depth, p.width, p.height));
   if (!bitmap) throw std::bad_alloc();
-  const uint32_t mask =
-      p.depth == 8 ? MASK_COLOR_8 : p.depth == 16 ? MASK_COLOR_16 : MASK_COLOR_32;
+  const uint32_t mask = p.depth == 8 ? MASK_COLOR_8 : p.depth == 16 ? MASK_COLOR_16 : MASK_COLOR_32;
   store_keyed(p, mask, bitmap->line[0], pitch_of(bitmap.get()));
   return bitmap;
 }
@@ -222,7 +222,7 @@ public:
   std::unique_ptr<drawing> prepare(const scenario &s) override {
     const auto make = [](const scenario &t) { return bitmap_from(background_of(t)); };
     BITMAP *const target = targets_.get(s, make).get();
-    if (rle_) return std::make_unique<rle_drawing>(s, target);
+    if (rle_ && is_keyed(s.op)) return std::make_unique<rle_drawing>(s, target);
     return std::make_unique<bitmap_drawing>(s, target);
   }
 

@@ -17,8 +17,8 @@ struct surface_deleter {
 using surface_ptr = std::unique_ptr<__ORBSurface2D__, surface_deleter>;
 
 surface_ptr surface_from(const picture &p) {
-  surface_ptr surface(host_at_depth(p.depth).device()->ORBGI2D_CreateGFXSurface(p.width, p.height,
-                                                                                p.depth, 0));
+  surface_ptr surface(
+      host_at_depth(p.depth).device()->ORBGI2D_CreateGFXSurface(p.width, p.height, p.depth, 0));
   if (!surface) throw std::bad_alloc();
   store(p, surface->pixels, surface->pitch);
   return surface;
@@ -49,9 +49,7 @@ __ORBBlit2D__ request_for(operation op) {
   case operation::additive: request.fxmode = fx_additiveblend; break;
   case operation::multiply: request.fxmode = fx_multiplyblend; break;
   case operation::screen: request.fxmode = fx_screenblend; break;
-  case operation::scale:
-    request.size = request.size_x = request.size_y = scale_percent;
-    break;
+  case operation::scale: request.size = request.size_x = request.size_y = scale_percent; break;
   case operation::rotate: request.angle = rotate_degrees * 1000; break;
   case operation::keyed:
   case operation::pixel_alpha: break;
@@ -100,8 +98,7 @@ public:
 
   std::string name() const override { return our_name; }
   bool can(const scenario &s) const override {
-    if (s.depth == 8)
-      return s.op <= operation::ghost || s.op >= operation::scale;
+    if (s.depth == 8) return s.op <= operation::ghost || s.op >= operation::scale;
     return s.op != operation::pixel_alpha || s.depth == 32;
   }
   bool has_simd(const scenario &) const override { return true; }

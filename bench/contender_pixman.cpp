@@ -3,8 +3,8 @@
 #include <pixman.h>
 
 #include <cmath>
-#include <numbers>
 #include <new>
+#include <numbers>
 
 #include "contender.h"
 

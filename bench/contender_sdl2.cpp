@@ -17,8 +17,9 @@ namespace {
 
 #define ORB_SDL2_FUNCTIONS(name)                                                                   \
   name(SDL_CreateRGBSurfaceWithFormat) name(SDL_FreeSurface) name(SDL_SetPaletteColors)            \
-  name(SDL_SetColorKey) name(SDL_SetSurfaceRLE) name(SDL_SetSurfaceAlphaMod)                       \
-  name(SDL_SetSurfaceBlendMode) name(SDL_UpperBlit) name(SDL_UpperBlitScaled) name(SDL_GetError)
+      name(SDL_SetColorKey) name(SDL_SetSurfaceRLE) name(SDL_SetSurfaceAlphaMod)                   \
+          name(SDL_SetSurfaceBlendMode) name(SDL_UpperBlit) name(SDL_UpperBlitScaled)              \
+              name(SDL_GetError)
 
 struct sdl2_library {
 #define ORB_MEMBER(function) decltype(&::function) function = nullptr;
@@ -30,8 +31,8 @@ struct sdl2_library {
     void *const handle = dlopen("libSDL2-2.0.so.0", RTLD_NOW | RTLD_LOCAL | RTLD_DEEPBIND);
     if (!handle) return false;
 #define ORB_LOOK_UP(function)                                                                      \
-    function = reinterpret_cast<decltype(function)>(dlsym(handle, #function));                     \
-    if (!function) return false;
+  function = reinterpret_cast<decltype(function)>(dlsym(handle, #function));                       \
+  if (!function) return false;
     ORB_SDL2_FUNCTIONS(ORB_LOOK_UP)
 #undef ORB_LOOK_UP
     return true;
@@ -44,12 +45,11 @@ struct surface_deleter {
 using surface_ptr = std::unique_ptr<SDL_Surface, surface_deleter>;
 
 surface_ptr surface_from(const picture &p, bool alpha_channel) {
-  const Uint32 format = p.depth == 8      ? SDL_PIXELFORMAT_INDEX8
-                        : p.depth == 16   ? SDL_PIXELFORMAT_RGB565
-                        : alpha_channel   ? SDL_PIXELFORMAT_ARGB8888
-                                          : SDL_PIXELFORMAT_RGB888;
-  surface_ptr surface(
-      sdl2.SDL_CreateRGBSurfaceWithFormat(0, p.width, p.height, p.depth, format));
+  const Uint32 format = p.depth == 8    ? SDL_PIXELFORMAT_INDEX8
+                        : p.depth == 16 ? SDL_PIXELFORMAT_RGB565
+                        : alpha_channel ? SDL_PIXELFORMAT_ARGB8888
+                                        : SDL_PIXELFORMAT_RGB888;
+  surface_ptr surface(sdl2.SDL_CreateRGBSurfaceWithFormat(0, p.width, p.height, p.depth, format));
   if (!surface) throw std::runtime_error(sdl2.SDL_GetError());
   if (p.depth == 8) {
     // One palette for all, so that indices are copied as they are.
@@ -82,7 +82,8 @@ public:
       sdl2.SDL_SetColorKey(sprite_.get(), SDL_TRUE, 0);
     sdl2.SDL_SetSurfaceBlendMode(sprite_.get(), blend_mode(s.op));
     if (s.op == operation::alpha || s.op == operation::ghost)
-      sdl2.SDL_SetSurfaceAlphaMod(sprite_.get(), s.op == operation::alpha ? opacity : ghost_opacity);
+      sdl2.SDL_SetSurfaceAlphaMod(sprite_.get(),
+                                  s.op == operation::alpha ? opacity : ghost_opacity);
     if (rle) sdl2.SDL_SetSurfaceRLE(sprite_.get(), 1);
     if (s.op == operation::tile) {
       for (int y = 0; y < s.target.height; y += s.sprite.height)

@@ -57,10 +57,20 @@ bench_options parse(int argc, char **argv) {
   return options;
 }
 
+void print_help() {
+  std::puts("usage: orb_bench [--sse2] [--check | --json] [Google Benchmark's options]\n"
+            "\n"
+            "  --sse2   measure the routines without AVX2\n"
+            "  --check  compare the contenders' pictures instead of measuring\n"
+            "  --json   Google Benchmark's JSON in place of the tables\n"
+            "  --benchmark_filter=REGEX, --benchmark_list_tests, --benchmark_repetitions=N,\n"
+            "  --benchmark_min_time=SECONDS, --benchmark_out=FILE and so on");
+}
+
 int run(int argc, char **argv) {
   bench_options options = parse(argc, argv);
   int count = int(options.rest.size()) - 1;
-  benchmark::Initialize(&count, options.rest.data());
+  benchmark::Initialize(&count, options.rest.data(), print_help);
   if (benchmark::ReportUnrecognizedArguments(count, options.rest.data())) return 2;
 
   orbbench::host_at_depth(8);
@@ -68,7 +78,7 @@ int run(int argc, char **argv) {
     mask_instruction_sets(instruction_set::sse2);
     set_blitter_routines();
   }
-  if (options.check) return orbbench::compare_pictures() == 0 ? 0 : 1;
+  if (options.check) return orbbench::compare_pictures() + orbbench::compare_frames() == 0 ? 0 : 1;
 
   orbbench::register_blit_benchmarks();
   orbbench::register_frame_benchmarks();

@@ -172,8 +172,7 @@ void comparison_reporter::print(const table &t) {
   std::printf("\n%s, %s%s\n\n", style.title.c_str(), style.unit_name.c_str(),
               baseline_ ? ", without AVX2" : "");
   print_columns(lines);
-  if (reached + missed > 0)
-    std::printf("\n%d of %d targets reached\n", reached, reached + missed);
+  if (reached + missed > 0) std::printf("\n%d of %d targets reached\n", reached, reached + missed);
 }
 
 } // namespace orbbench

@@ -10,8 +10,9 @@ namespace orbbench {
 
 namespace {
 
-constexpr const char *names[] = {"copy",     "keyed",    "mirrored", "ghost", "alpha",  "pixel_alpha",
-                                 "additive", "multiply", "screen",   "scale", "rotate", "tile"};
+constexpr const char *names[] = {"copy",   "keyed",       "mirrored", "ghost",
+                                 "alpha",  "pixel_alpha", "additive", "multiply",
+                                 "screen", "scale",       "rotate",   "tile"};
 
 constexpr double radians = rotate_degrees * std::numbers::pi / 180;
 
@@ -67,7 +68,8 @@ template <typename pixel> void store_as(const picture &from, void *to, size_t pi
   std::vector<pixel> row(size_t(from.width));
   for (int y = 0; y < from.height; ++y) {
     const uint32_t *words = &from.pixels[size_t(y) * size_t(from.width)];
-    std::transform(words, words + from.width, row.begin(), [](uint32_t word) { return pixel(word); });
+    std::transform(words, words + from.width, row.begin(),
+                   [](uint32_t word) { return pixel(word); });
     std::memcpy(static_cast<uint8_t *>(to) + size_t(y) * pitch, row.data(),
                 row.size() * sizeof(pixel));
   }
@@ -78,8 +80,7 @@ template <typename pixel> void store_as(const picture &from, void *to, size_t pi
 scenario blit_scenario(operation op, int depth, extent sprite) {
   const extent target = {1280, 720};
   const int area = sprite.width * sprite.height;
-  const int count =
-      op == operation::tile ? 1 : std::max(target.width * target.height / area, 1);
+  const int count = op == operation::tile ? 1 : std::max(target.width * target.height / area, 1);
   return {op, depth, sprite, target, count};
 }
 
@@ -147,6 +148,20 @@ void store(const picture &from, void *to, size_t pitch) {
 void store_keyed(picture from, uint32_t key, void *to, size_t pitch) {
   std::replace(from.pixels.begin(), from.pixels.end(), 0u, key);
   store(from, to, pitch);
+}
+
+picture load(int depth, extent size, const void *from, size_t pitch) {
+  const size_t bytes = size_t(depth) / 8;
+  picture result{size.width, size.height, depth, {}};
+  for (int y = 0; y < size.height; ++y) {
+    const uint8_t *at = static_cast<const uint8_t *>(from) + size_t(y) * pitch;
+    for (int x = 0; x < size.width; ++x, at += bytes) {
+      uint32_t word = 0; // little endian, as the machine is
+      std::memcpy(&word, at, bytes);
+      result.pixels.push_back(word & 0xFFFFFF);
+    }
+  }
+  return result;
 }
 
 } // namespace orbbench

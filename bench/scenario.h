@@ -18,9 +18,9 @@ enum class operation {
   additive,
   multiply,
   screen,
-  scale,       // to 170 percent
-  rotate,      // by 30 degrees
-  tile,        // repeated over the whole target, every pixel
+  scale,  // to 170 percent
+  rotate, // by 30 degrees
+  tile,   // repeated over the whole target, every pixel
 };
 
 inline constexpr int opacity = 100;       // of 255, of operation::alpha
@@ -83,5 +83,8 @@ picture background_of(const scenario &s);
 void store(const picture &from, void *to, size_t pitch);
 /// The same with `key` in place of transparent pixels.
 void store_keyed(picture from, uint32_t key, void *to, size_t pitch);
+
+/// The opposite of store; of 32-bit pixels without the highest byte, in which nobody need agree.
+picture load(int depth, extent size, const void *from, size_t pitch);
 
 } // namespace orbbench

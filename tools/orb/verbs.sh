@@ -8,7 +8,8 @@ usage: ./orb VERB [ARGUMENTS]
   test [--sanitize] [PATTERN | CTEST OPTIONS]
                           run all tests, or those whose suite matches PATTERN;
                           --sanitize: under AddressSanitizer and UBSan
-  bench [NAME]            run all benchmarks, or those whose name matches NAME
+  bench [NAME] [OPTIONS]  run all benchmarks, or those whose name matches NAME;
+                          --sse2: without AVX2; --check: compare the pictures only
   build                   build everything
   install PREFIX          install module, header and player under PREFIX
   clean [--all]           remove what was built; --all: the sysroot too
