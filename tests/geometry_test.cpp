@@ -77,16 +77,16 @@ struct random_case {
     y = random.between(-1000, 1000);
     static constexpr int sizes[] = {100, 100, 1, 50, 99, 101, 200, 1000, -100, -30};
     static constexpr int shears[] = {0, 0, 1, 33, 100, -50, -250};
-    static constexpr int angles[] = {0, 1, 45000, 90000, 180000, 270000, 359999, 360000, -360000,
-                                     -90000};
+    static constexpr int angles[] = {0,      1,      45000,  90000,   180000,
+                                     270000, 359999, 360000, -360000, -90000};
     size_x = random.any_of(sizes);
     size_y = random.any_of(sizes);
     shear_x = random.any_of(shears);
     shear_y = random.any_of(shears);
     const int angle = random.one_in(3) ? random.between(-800000, 800000) : random.any_of(angles);
-    g = {double(w),      double(h),      double(cx), double(cy),       double(x),        double(y),
-         double(size_x), double(size_y), double(shear_x), double(shear_y), angle,
-         random.below(6), random.below(4)};
+    g = {double(w), double(h),       double(cx),     double(cy),      double(x),
+         double(y), double(size_x),  double(size_y), double(shear_x), double(shear_y),
+         angle,     random.below(6), random.below(4)};
   }
   /// As the engine's routines consume the override, it is put back for each.
   __ORBSurface2D__ *surface() {
@@ -134,8 +134,8 @@ TEST(Geometry, RandomTransforms) {
     calculate_corners_scaleshear(c.surface(), c.x, c.y, c.size_x, c.size_y, c.shear_x, c.shear_y,
                                  g.tfmorder, g.flags, found);
     expect_near(corners_scaleshear(g), found, "scaleshear");
-    calculate_corners_rotscaleshear(c.surface(), c.x, c.y, c.size_x, c.size_y, c.shear_x,
-                                    c.shear_y, g.angle, g.tfmorder, g.flags, found);
+    calculate_corners_rotscaleshear(c.surface(), c.x, c.y, c.size_x, c.size_y, c.shear_x, c.shear_y,
+                                    g.angle, g.tfmorder, g.flags, found);
     expect_near(corners_rotscaleshear(g), found, "rotscaleshear");
 
     // The choice among them, and the corners' order around the graph.
@@ -189,11 +189,11 @@ TEST(Geometry, ThreeTransformsAgreeWithTwo) {
     } else {
       g.angle = random.between(-2, 2) * 360000;
       if (c.shear_x == 0 && c.shear_y == 0) continue;
-      calculate_corners_scaleshear(c.surface(), c.x, c.y, c.size_x, c.size_y, c.shear_x,
-                                   c.shear_y, g.tfmorder, g.flags, two);
+      calculate_corners_scaleshear(c.surface(), c.x, c.y, c.size_x, c.size_y, c.shear_x, c.shear_y,
+                                   g.tfmorder, g.flags, two);
     }
-    calculate_corners_rotscaleshear(c.surface(), c.x, c.y, c.size_x, c.size_y, c.shear_x,
-                                    c.shear_y, g.angle, g.tfmorder, g.flags, three);
+    calculate_corners_rotscaleshear(c.surface(), c.x, c.y, c.size_x, c.size_y, c.shear_x, c.shear_y,
+                                    g.angle, g.tfmorder, g.flags, three);
     ++compared;
     for (int k = 0; k < 4; ++k) {
       EXPECT_FLOAT_EQ(three[k].x, two[k].x) << describe(g);

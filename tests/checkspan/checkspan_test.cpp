@@ -90,8 +90,7 @@ struct Checkspan : testing::Test {
     const int pixel_bytes = rule.depth / 8;
     for (const expected_pixel &pixel : expected) {
       uint8_t *at = wanted.data() + pixel.y * int(dst.surface.pitch) + pixel.x * pixel_bytes;
-      write_pixel(at, rule.depth,
-                  put_pixel(rule, context, pixel.s, read_pixel(at, rule.depth)));
+      write_pixel(at, rule.depth, put_pixel(rule, context, pixel.s, read_pixel(at, rule.depth)));
     }
     routine();
     if (std::equal(wanted.begin(), wanted.end(), bytes)) return "";
@@ -107,8 +106,10 @@ struct Checkspan : testing::Test {
     const auto found = std::find_if(expected.begin(), expected.end(), [&](const auto &pixel) {
       return pixel.x == x && pixel.y == y;
     });
-    if (found == expected.end()) out << ", which lies outside what was to be drawn";
-    else out << " from source 0x" << found->s;
+    if (found == expected.end())
+      out << ", which lies outside what was to be drawn";
+    else
+      out << " from source 0x" << found->s;
     out << std::dec << "; alpha " << context.alpha << ", intensity " << context.intensity
         << ", colour 0x" << std::hex << context.fxcolor << ", destination alpha channel "
         << context.dst_alpha;
@@ -145,9 +146,9 @@ struct Checkspan : testing::Test {
     std::vector<expected_pixel> expected;
     for (int y = 0; y < h; ++y)
       for (int x = 0; x < w; ++x)
-        expected.push_back({dst_left + x, dst_top + y,
-                            src.get(src_left + (hmirror ? w - 1 - x : x),
-                                    src_top + (vmirror ? h - 1 - y : y))});
+        expected.push_back(
+            {dst_left + x, dst_top + y,
+             src.get(src_left + (hmirror ? w - 1 - x : x), src_top + (vmirror ? h - 1 - y : y))});
     src.expose_only(src_left, src_top, w, h);
     return run(routine, rule, context, dst, expected);
   }
@@ -176,8 +177,10 @@ struct Checkspan : testing::Test {
 
     int x = 0, y = 0, step_x = 0, step_y = 0;
     random_walk(random, src_w, w, &x, &step_x);
-    if (rotated) random_walk(random, src_h, w, &y, &step_y);
-    else y = random.below(src_h);
+    if (rotated)
+      random_walk(random, src_h, w, &y, &step_y);
+    else
+      y = random.below(src_h);
     blit.blt_w = w;
     blit.dst_x = dst_left;
     blit.dst_y = dst_top;
@@ -220,9 +223,9 @@ struct Checkspan : testing::Test {
     std::vector<expected_pixel> expected;
     for (int y = 0; y < h; ++y)
       for (int x = 0; x < w; ++x)
-        expected.push_back({dst_left + x, dst_top + y,
-                            src.get((blit.tile_phase_x + x) % src_w,
-                                    (blit.tile_phase_y + y) % src_h)});
+        expected.push_back(
+            {dst_left + x, dst_top + y,
+             src.get((blit.tile_phase_x + x) % src_w, (blit.tile_phase_y + y) % src_h)});
     return run(routine, rule, context, dst, expected);
   }
 
@@ -243,10 +246,10 @@ struct Checkspan : testing::Test {
           const uint32_t seed = (base_seed() * 2000 + number) * 100 + uint32_t(w);
           random_source random(seed);
           const std::string wrong =
-              operation == "draw"   ? try_draw(routine, parsed.rule, random, w)
-              : operation == "tile" ? try_tile(routine, parsed.rule, random, w)
-                                    : try_row(routine, parsed.rule, random, w,
-                                              operation == "rotscale");
+              operation == "draw" ? try_draw(routine, parsed.rule, random, w)
+              : operation == "tile"
+                  ? try_tile(routine, parsed.rule, random, w)
+                  : try_row(routine, parsed.rule, random, w, operation == "rotscale");
           if (wrong.empty()) continue;
           ADD_FAILURE() << entry.name << ", " << (isa == instruction_set::sse2 ? "SSE2" : "AVX2")
                         << ", seed " << seed << ", width " << w << ": " << wrong;
@@ -258,9 +261,17 @@ struct Checkspan : testing::Test {
   }
 };
 
-TEST_F(Checkspan, Draw) { check_operation("draw"); }
-TEST_F(Checkspan, Scale) { check_operation("scale"); }
-TEST_F(Checkspan, Rotscale) { check_operation("rotscale"); }
-TEST_F(Checkspan, Tile) { check_operation("tile"); }
+TEST_F(Checkspan, Draw) {
+  check_operation("draw");
+}
+TEST_F(Checkspan, Scale) {
+  check_operation("scale");
+}
+TEST_F(Checkspan, Rotscale) {
+  check_operation("rotscale");
+}
+TEST_F(Checkspan, Tile) {
+  check_operation("tile");
+}
 
 } // namespace

@@ -16,10 +16,10 @@ using corner_set = std::array<corner, 4>;
 struct placed_graph {
   double w = 1, h = 1, cx = 0, cy = 0;
   double x = 0, y = 0;
-  double size_x = 100, size_y = 100;   // percent
-  double shear_x = 0, shear_y = 0;     // percent
-  int32_t angle = 0;                   // thousandths of a degree
-  int32_t tfmorder = 0;                // 0..5
+  double size_x = 100, size_y = 100; // percent
+  double shear_x = 0, shear_y = 0;   // percent
+  int32_t angle = 0;                 // thousandths of a degree
+  int32_t tfmorder = 0;              // 0..5
   int32_t flags = 0;
 };
 

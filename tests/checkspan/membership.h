@@ -8,7 +8,15 @@ namespace checkspan {
 
 /// An operation's tables, in this order: 8 bits; 16 bits, with alpha; 32 bits, with alpha, with a
 /// source alpha channel, with both.
-enum table { table8, table16, table_alpha16, table32, table_alpha32, table_chn32, table_alphachn32 };
+enum table {
+  table8,
+  table16,
+  table_alpha16,
+  table32,
+  table_alpha32,
+  table_chn32,
+  table_alphachn32
+};
 
 enum column { column_keyed, column_ghost, column_nokey };
 

@@ -86,7 +86,6 @@ public:
   void expose_only(int x, int y, int w, int h) const {
     const auto bytes = [this](int pixels) { return size_t(pixels) * size_t(surface.depth) / 8; };
     const int width = int(surface.width), height = int(surface.height);
-    (void)bytes;
     for (int row = 0; row < height; ++row) {
       if (row < y || row >= y + h) {
         ASAN_POISON_MEMORY_REGION(at(0, row), bytes(width));

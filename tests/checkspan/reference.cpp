@@ -41,8 +41,12 @@ enum {
 };
 
 // The three lookups that everything is put together from. All divisions truncate toward zero.
-int part(int of, int x) { return of * x / 255; }
-int compositing(int p, int o) { return o == 0 ? 0 : std::min(255, 255 * p / o); }
+int part(int of, int x) {
+  return of * x / 255;
+}
+int compositing(int p, int o) {
+  return o == 0 ? 0 : std::min(255, 255 * p / o);
+}
 
 /// Red, green, blue.
 using channels = std::array<int, 3>;
@@ -125,7 +129,9 @@ channels mixed(int a, channels x, channels y) {
     m[i] = part(a, x[i]) + part(255 - a, y[i]);
   return m;
 }
-channels scaled(int a, channels x) { return mixed(a, x, {0, 0, 0}); }
+channels scaled(int a, channels x) {
+  return mixed(a, x, {0, 0, 0});
+}
 
 /// Compositing where a pixel covers all or nothing: no alpha channel anywhere. With a global alpha
 /// the part that comes from the source, or leaves through it, counts that much. A pixel of the
@@ -234,8 +240,7 @@ uint32_t put_translucent(const pixel_rule &rule, const pixel_context &context, i
   channels sum{};
   for (size_t i = 0; i < 3; ++i)
     sum[i] = std::min(part(sa, sc[i]) + dc[i], 255);
-  if (!context.dst_alpha)
-    return join(32, rule.fx == additive ? sum : mixed(sa, b, dc));
+  if (!context.dst_alpha) return join(32, rule.fx == additive ? sum : mixed(sa, b, dc));
   const int da = int(d >> 24);
   const int o = sa + part(255 - sa, da);
   const int w = compositing(sa, o);
@@ -350,10 +355,14 @@ parsed_name parse_routine(std::string_view name) {
 
   parsed_name parsed{std::string(words[0]), {}};
   pixel_rule &rule = parsed.rule;
-  if (words[1] == "8to8") rule.depth = 8;
-  else if (words[1] == "16to16") rule.depth = 16;
-  else if (words[1] == "32to32") rule.depth = 32;
-  else throw bad("no depth");
+  if (words[1] == "8to8")
+    rule.depth = 8;
+  else if (words[1] == "16to16")
+    rule.depth = 16;
+  else if (words[1] == "32to32")
+    rule.depth = 32;
+  else
+    throw bad("no depth");
 
   const auto set_effect = [&](std::string_view effect) {
     if (effect.starts_with("alpha")) {
@@ -381,10 +390,14 @@ parsed_name parse_routine(std::string_view name) {
     }
     return parsed;
   }
-  if (words[2] == "normal") rule.key = keying::keyed;
-  else if (words[2] == "nokey" || words[2] == "normalnokey") rule.key = keying::every_pixel;
-  else if (words[2] == "ghost") rule.key = keying::ghost;
-  else throw bad("no key");
+  if (words[2] == "normal")
+    rule.key = keying::keyed;
+  else if (words[2] == "nokey" || words[2] == "normalnokey")
+    rule.key = keying::every_pixel;
+  else if (words[2] == "ghost")
+    rule.key = keying::ghost;
+  else
+    throw bad("no key");
   if (words.size() == 4) set_effect(words[3]);
   if (words.size() > 4) throw bad("too many words");
   return parsed;

@@ -18,8 +18,8 @@ struct pixel_rule {
   int depth = 8;        ///< 8, 16 or 32
   bool channel = false; ///< the source has an alpha channel
   keying key = keying::keyed;
-  bool alpha = false;   ///< applies the global alpha
-  int fx = 0;           ///< effect index 0..41
+  bool alpha = false; ///< applies the global alpha
+  int fx = 0;         ///< effect index 0..41
 };
 
 /// What a pixel's result depends on beside the two pixels.
@@ -27,7 +27,7 @@ struct pixel_context {
   int alpha = 255; ///< global alpha
   int intensity = 0;
   uint32_t fxcolor = 0;
-  bool dst_alpha = false; ///< the destination has an alpha channel
+  bool dst_alpha = false;         ///< the destination has an alpha channel
   const uint8_t *ghost = nullptr; ///< 256 x 256, row by source index
 };
 

@@ -48,8 +48,7 @@ TEST(SpanTables, EveryEntryHoldsItsRoutine) {
   for (const instruction_set isa : sets) {
     const auto names = names_by_routine(isa);
     const auto name_at = [&](int op, int table, int index) {
-      const auto found =
-          names.find(span_table_entries(isa, span_op(op), span_table(table))[index]);
+      const auto found = names.find(span_table_entries(isa, span_op(op), span_table(table))[index]);
       return found == names.end() ? "a routine of no name" : found->second;
     };
     for (int op = 0; op < 4; ++op) {

@@ -1,0 +1,224 @@
+// Rotated and sheared blits: random requests against a reference that finds each row's span in
+// exact fractions, small pictures that were drawn by hand, and agreement with the plain blits.
+#include "blit/blit.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include <gtest/gtest.h>
+
+#include "checkspan/art.h"
+#include "checkspan/requests.h"
+#include "graphics_fixture.h"
+
+using namespace checkspan;
+
+namespace {
+
+struct BlitTransforms : graphics_test {};
+
+/// The source position of a row's ends is a real number; where it falls on the boundary of two
+/// 16.16 positions, closer than double precision tells, either is right for the row. That must stay
+/// rare: about a row in a hundred has two outcomes, a row in five hundred takes the second.
+void run_random(operation op, uint32_t seed) {
+  constexpr int total = 10000;
+  const trial_counts counts = run_trials(op, total, seed);
+  EXPECT_GT(counts.drawn, total / 8);
+  EXPECT_GT(counts.refused, total / 8);
+  EXPECT_LT(counts.rows_open, counts.rows / 30);
+  EXPECT_LT(counts.rows_other, counts.rows / 200);
+  EXPECT_LT(counts.rows_unpredictable, counts.rows / 500);
+}
+
+TEST_F(BlitTransforms, RandomRotated) {
+  run_random(operation::rotate, 5);
+}
+TEST_F(BlitTransforms, RandomRotscaled) {
+  run_random(operation::rotscale, 6);
+}
+TEST_F(BlitTransforms, RandomScalesheared) {
+  run_random(operation::scaleshear, 7);
+}
+TEST_F(BlitTransforms, RandomRotscalesheared) {
+  run_random(operation::rotscaleshear, 8);
+}
+
+TEST_F(BlitTransforms, QuarterTurns) {
+  const auto turned = [](int angle, int flags) {
+    art_blit b("123 456", 5, 5);
+    b->x = b->y = 2;
+    b->angle = angle;
+    b->flags = flags;
+    return b.draw(operation::rotate);
+  };
+  EXPECT_EQ(turned(0, 0), art("..... ..... ..123 ..456 ....."));
+  // Counter-clockwise: the right end goes up, what was below goes right.
+  EXPECT_EQ(turned(90000, 0), art("..36. ..25. ..14. ..... ....."));
+  EXPECT_EQ(turned(180000, 0), art("..... 654.. 321.. ..... ....."));
+  EXPECT_EQ(turned(270000, 0), art("..... ..... .41.. .52.. .63.."));
+  EXPECT_EQ(turned(-90000, 0), turned(270000, 0));
+  EXPECT_EQ(turned(90000 + 360000, 0), turned(90000, 0));
+  // Mirrors come last, about the pivot.
+  EXPECT_EQ(turned(90000, 1), art(".63.. .52.. .41.. ..... ....."));
+  EXPECT_EQ(turned(90000, 2), art("..... ..... ..14. ..25. ..36."));
+}
+
+TEST_F(BlitTransforms, Sheared) {
+  art_blit b("123 456 789", 7, 5);
+  b->x = 3;
+  b->y = 1;
+  b->shear_x = 100;
+  // A pixel to the left for each row below the pivot.
+  EXPECT_EQ(b.draw(operation::scaleshear), art("....... ...123. ..456.. .789... ......."));
+  EXPECT_EQ(b->drawn_x0, 1);
+  EXPECT_EQ(b->drawn_x1, 5);
+  EXPECT_EQ(b->drawn_y0, 1);
+  EXPECT_EQ(b->drawn_y1, 3);
+}
+
+TEST_F(BlitTransforms, ScaledAndTurned) {
+  const auto turned = [](int order) {
+    art_blit b("12 34", 8, 8);
+    b->x = 1;
+    b->y = 6;
+    b->angle = 90000;
+    b->size = 300;
+    b->tfmorder = order;
+    return b.draw(operation::rotscale);
+  };
+  // Scaled first, the far pixel taken off is one of the destination.
+  EXPECT_EQ(turned(0),
+            art("........ .222444. .222444. .222444. .111333. .111333. .111333. ........"));
+  // Scaled last it is one of the source, worth three.
+  EXPECT_EQ(turned(1),
+            art("........ ........ ........ .2244... .2244... .1133... .1133... ........"));
+}
+
+/// With nothing to transform, all of them draw what the plain blit draws.
+TEST_F(BlitTransforms, NothingToTransformIsThePlainBlit) {
+  define_regions();
+  guarded_memory src_memory(64 * 1024), dst_memory(64 * 1024);
+  std::vector<uint8_t> ghost(256 * 256);
+  random_source ghost_pixels(base_seed());
+  for (uint8_t &entry : ghost)
+    entry = uint8_t(ghost_pixels.word());
+  constexpr orb_blit_operation *operations[] = {ORBGI2D_Blit,           ORBGI2D_BlitScale,
+                                                ORBGI2D_BlitRotate,     ORBGI2D_BlitRotScale,
+                                                ORBGI2D_BlitScaleShear, ORBGI2D_BlitRotScaleShear};
+  uint8_t *const former_ghost = table_ghost8;
+  table_ghost8 = ghost.data();
+  fake_ghost_table = 0;
+  int drawn = 0;
+  for (uint32_t i = 0; i < 1000; ++i) {
+    random_source random(base_seed() * 1000 + i);
+    const int depth = random.any_of({8, 16, 32});
+    trial t(src_memory, dst_memory, random.between(1, 40), random.between(1, 30), 50, 40, depth,
+            random);
+    randomize(t, operation::blit, random);
+    t.request.src = &t.src.surface;
+    t.request.size = t.request.size_x = t.request.size_y = 100;
+    t.request.angle = random.between(-1, 1) * 360000;
+    t.request.shear_x = t.request.shear_y = 0;
+    // Mirrored graphs lie where a pivot override puts them; the control point is a pixel off.
+    t.set_override(random.below(10), random.below(10));
+    const std::vector<uint8_t> before(t.dst.at(0, 0), t.dst.at(0, 40));
+    std::vector<uint8_t> plain;
+    for (orb_blit_operation *const operation : operations) {
+      // Scaling has its own rule for mirrors: it flips about the far edge of the pivot.
+      if (operation == ORBGI2D_BlitScale && t.request.flags % 4 != 0) continue;
+      std::memcpy(t.dst.surface.pixels, before.data(), before.size());
+      t.src.surface.pivot_override = 1;
+      drawn += operation(&t.request);
+      const std::vector<uint8_t> after(t.dst.at(0, 0), t.dst.at(0, 40));
+      if (plain.empty()) plain = after;
+      ASSERT_EQ(after, plain) << t.describe(operation::rotate);
+    }
+  }
+  table_ghost8 = former_ghost;
+  EXPECT_GT(drawn, 1000);
+}
+
+/// Pixel by pixel instead of row by row: what lies inside the outline is drawn and shows the source
+/// pixel under its centre, unless that centre all but touches another one. The end of a row may lie
+/// outside the outline, which is rounded; it then shows the picture's edge, and as much as it is
+/// moved by that, the pixels between the ends may be.
+TEST_F(BlitTransforms, EveryInnerPixelShowsTheSourceUnderIt) {
+  constexpr int w = 40, h = 30, across = 90, down = 80;
+  guarded_memory src_memory(64 * 1024), dst_memory(64 * 1024);
+  random_source random(base_seed());
+  int looked_at = 0;
+  for (int i = 0; i < 300; ++i) {
+    trial t(src_memory, dst_memory, w, h, across, down, 32, random);
+    for (int y = 0; y < h; ++y)
+      for (int x = 0; x < w; ++x)
+        write_pixel(t.src.at(x, y), 32, uint32_t(1 << 16 | y << 8 | x));
+    std::memset(t.dst.surface.pixels, 0, t.dst.surface.byte_size);
+    __ORBBlit2D__ &r = t.request;
+    r.x = across / 2;
+    r.y = down / 2;
+    r.angle = random.between(0, 359999);
+    r.size_x = random.between(50, 250);
+    r.size_y = random.between(50, 250);
+    r.shear_x = random.between(-80, 80);
+    r.shear_y = random.between(-80, 80);
+    r.tfmorder = i % 6;
+    r.flags = random.below(4);
+    ASSERT_EQ(ORBGI2D_BlitRotScaleShear(&r), 1);
+
+    const placed_graph g = {w,
+                            h,
+                            w / 2,
+                            h / 2,
+                            double(r.x),
+                            double(r.y),
+                            double(r.size_x),
+                            double(r.size_y),
+                            double(r.shear_x),
+                            double(r.shear_y),
+                            r.angle,
+                            r.tfmorder,
+                            r.flags};
+    const corner_set c = corners_rotscaleshear(g);
+    const double ax = c[1].x - c[0].x, ay = c[1].y - c[0].y;
+    const double bx = c[2].x - c[0].x, by = c[2].y - c[0].y, det = ax * by - ay * bx;
+    // Nearly flat ones say little, and their edges lie close to everything.
+    if (std::abs(det) < 400) continue;
+    const double inset_x = 50.0 / r.size_x, inset_y = 50.0 / r.size_y;
+    struct place {
+      double p, q, u, v;
+    };
+    const auto source_of = [&](int x, int y) -> place {
+      const double dx = x - c[0].x, dy = y - c[0].y;
+      const double p = (dx * by - dy * bx) / det, q = (ax * dy - ay * dx) / det;
+      return {p, q, inset_x + p * (w - 2 * inset_x), inset_y + q * (h - 2 * inset_y)};
+    };
+    // A pixel's width, as a part of each side.
+    const double rim_p = std::hypot(bx, by) / std::abs(det);
+    const double rim_q = std::hypot(ax, ay) / std::abs(det);
+    for (int y = 0; y < down; ++y) {
+      int first = 0, last = across - 1;
+      while (first <= last && t.dst.get(first, y) == 0)
+        ++first;
+      while (last >= first && t.dst.get(last, y) == 0)
+        --last;
+      double moved = 0;
+      for (const int x : {first, last}) {
+        const place s = source_of(x, y);
+        moved = std::max({moved, -s.u, s.u - w, -s.v, s.v - h});
+      }
+      for (int x = 0; x < across; ++x) {
+        const auto [p, q, u, v] = source_of(x, y);
+        if (p < rim_p || p > 1 - rim_p || q < rim_q || q > 1 - rim_q) continue;
+        const double close = moved + 0.01;
+        if (std::abs(u - std::round(u)) < close || std::abs(v - std::round(v)) < close) continue;
+        ++looked_at;
+        ASSERT_EQ(t.dst.get(x, y), uint32_t(1 << 16 | int(v) << 8 | int(u)))
+            << x << ", " << y << " of " << t.describe(operation::rotscaleshear);
+      }
+    }
+  }
+  EXPECT_GT(looked_at, 100000);
+}
+
+} // namespace

@@ -1,0 +1,58 @@
+// Random blit requests run through an operation and compared with what the reference expects of
+// them: pixels, drawn box, owner, background mark, pivot, and that a refusal touches nothing.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "checkspan/blits.h"
+#include "checkspan/picture.h"
+#include "checkspan/random.h"
+
+namespace checkspan {
+
+/// How often things happened, so that a test can tell that it saw them.
+struct trial_counts {
+  int drawn = 0, refused = 0;
+  int rows = 0;       ///< of what was drawn
+  int rows_open = 0;  ///< rows with more than one right outcome
+  int rows_other = 0; ///< of those, rows drawn as another than the likely one
+  int rows_unpredictable = 0;
+};
+
+/// Two surfaces, an owner and a request between them. Needs the registry's regions.
+class trial {
+public:
+  picture src, dst;
+  __ORBBlit2D__ request{};
+  orb_process owner{};
+  int screen_depth = 32;
+  bool onto_ground = false;
+  const uint8_t *ghost = nullptr;
+
+  trial(guarded_memory &src_memory, guarded_memory &dst_memory, int src_width, int src_height,
+        int dst_width, int dst_height, int depth, random_source &random);
+  trial(const trial &) = delete;
+
+  void set_centre(int x, int y);
+  void set_override(int x, int y);
+
+  /// Runs the request and compares. Empty, or what is wrong.
+  std::string run(operation op, trial_counts &counts);
+  std::string describe(operation op) const;
+
+private:
+  uint32_t centre_[3] = {65535, 65535, 0};
+};
+
+/// Fills in a whole request with values of all kinds, most of them such that `op` draws.
+void randomize(trial &t, operation op, random_source &random);
+
+/// `count` random requests, every second one with each instruction set; failures go to GoogleTest.
+trial_counts run_trials(operation op, int count, uint32_t seed);
+
+/// Regions for requests to clip by: a plain one, one reaching out of every picture, one inside out,
+/// one not defined. The registry must exist.
+void define_regions();
+
+} // namespace checkspan
