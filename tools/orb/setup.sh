@@ -22,14 +22,13 @@ apt() {
   as_root env DEBIAN_FRONTEND=noninteractive apt-get -qy -o DPkg::Lock::Timeout=300 "$@"
 }
 
-# The packages among the arguments that are not installed.
+# The packages among the arguments that are not installed. dpkg also lists packages that it knows
+# only by name ("not-installed") or that left their configuration ("config-files").
 missing_packages() {
   local package
   for package; do
-    case $(dpkg-query -W -f='${db:Status-Status}\n' "$package" 2>/dev/null) in
-      *installed*) ;;
-      *) echo "$package" ;;
-    esac
+    dpkg-query -W -f='${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed ||
+      echo "$package"
   done
 }
 
