@@ -33,6 +33,12 @@ const Scene scenes[] = {
     {"basics_first_light_8bits", "basics/basics_first_light.lua", {"8"}, 60},
     {"basics_first_light_16bits", "basics/basics_first_light.lua", {"16"}, 60},
     {"basics_first_light_32bits", "basics/basics_first_light.lua", {"32"}, 60},
+    {"sprites_transforms_8bits", "sprites/sprites_transforms.lua", {"8"}, 40},
+    {"sprites_transforms_16bits", "sprites/sprites_transforms.lua", {"16"}, 40},
+    {"sprites_transforms_32bits", "sprites/sprites_transforms.lua", {"32"}, 40},
+    {"sprites_crowd_8bits", "sprites/sprites_crowd.lua", {"1000", "8"}, 20},
+    {"sprites_crowd_16bits", "sprites/sprites_crowd.lua", {"1000", "16"}, 20},
+    {"sprites_crowd_32bits", "sprites/sprites_crowd.lua", {"1000", "32"}, 20},
 };
 
 const fs::path golden = fs::path(ORB_TEST_SOURCE_DIR) / "golden";

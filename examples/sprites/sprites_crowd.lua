@@ -17,7 +17,7 @@ set_fps(0, 0)
 
 -- What a sprite may look like. 8-bit modes have copies, ghosts and compositing only.
 local looks = {
-  {}, { flags = flg_ghost }, { flags = flg_hmirror }, { flags = flg_nokey, size = 60 },
+  {}, { flags = flg_ghost }, { flags = flg_hmirror }, { flags = flg_vmirror, size = 60 },
 }
 if bits > 8 then
   for _, fx in ipairs { fx_additiveblend, fx_screenblend, fx_multiplyblend, fx_grayscale,
@@ -58,7 +58,7 @@ local function digit(self, place)
   end
 end
 for d = 0, 9 do digits[d] = text.graph(tostring(d), 4, bits == 8 and 15 or rgbx(255, 255, 255)) end
-for place = 0, 3 do spawn(digit, { x = 100 - place * 26, y = 24, z = -1000 }, place) end
+for place = 0, 3 do spawn(digit, { x = 100 - place * 26, y = 30, z = -1000 }, place) end
 
 while not key("escape") do frame() end
 quit()
