@@ -100,19 +100,6 @@ private:
   std::vector<moving_sprite> sprites_;
 };
 
-/// The scene of a depth and count; only one exists at a time.
-process_scene &our_scene(int depth, int count) {
-  static int current_depth, current_count;
-  static std::unique_ptr<process_scene> scene;
-  if (depth != current_depth || count != current_count) {
-    scene.reset();
-    scene = std::make_unique<process_scene>(depth, count);
-    current_depth = depth;
-    current_count = count;
-  }
-  return *scene;
-}
-
 /// The same by a peer.
 class peer_scene {
 public:
@@ -148,7 +135,8 @@ std::vector<contender *> frame_peers(int depth) {
 }
 
 void run_ours(benchmark::State &state, int depth, int count) {
-  process_scene &scene = our_scene(depth, count);
+  // Made anew for every run: others change the video mode in between.
+  process_scene scene(depth, count);
   scene.draw();
   for (auto _ : state) {
     state.PauseTiming();

@@ -121,7 +121,10 @@ void comparison_reporter::print(const table &t) {
   std::vector<std::vector<std::string>> lines(1, {style.unit_name});
   for (const std::string &contender : t.contenders)
     lines[0].push_back(contender);
-  for (const char *title : {"/memcpy", "/best", "target", ""})
+  const bool with_memory =
+      std::find(t.contenders.begin(), t.contenders.end(), memcpy_name) != t.contenders.end();
+  if (with_memory) lines[0].push_back("/memcpy");
+  for (const char *title : {"/best", "target", ""})
     lines[0].push_back(title);
 
   int reached = 0, missed = 0;
@@ -152,7 +155,7 @@ void comparison_reporter::print(const table &t) {
     double target = expected.target;
     if (baseline_ && best > 0) target = best_is_plain ? 1 : baseline_target;
 
-    line.push_back(ours > 0 && memory > 0 ? ratio(ours / memory) : "-");
+    if (with_memory) line.push_back(ours > 0 && memory > 0 ? ratio(ours / memory) : "-");
     line.push_back(ours > 0 && best > 0 ? ratio(ours / best) : "-");
     std::string verdict;
     if (target > 0 && ours > 0 && best > 0) {
