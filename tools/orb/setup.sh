@@ -22,13 +22,17 @@ apt() {
   as_root env DEBIAN_FRONTEND=noninteractive apt-get -qy -o DPkg::Lock::Timeout=300 "$@"
 }
 
-# The packages among the arguments that are not installed. dpkg also lists packages that it knows
-# only by name ("not-installed") or that left their configuration ("config-files").
+# The packages among the arguments (NAME or NAME:ARCHITECTURE) that are not installed. dpkg also
+# lists packages that it knows only by name ("not-installed") or that left their configuration
+# ("config-files"), and packages for "all" architectures under no other.
 missing_packages() {
-  local package
+  local package architecture native
+  native=$(dpkg --print-architecture)
   for package; do
-    dpkg-query -W -f='${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed ||
-      echo "$package"
+    architecture=${package#*:}
+    [ "$architecture" != "$package" ] || architecture=$native
+    dpkg-query -W -f='${db:Status-Status} ${Architecture}\n' "${package%:*}" 2>/dev/null |
+      grep -qxE "installed ($architecture|all)" || echo "$package"
   done
 }
 
