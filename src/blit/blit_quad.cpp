@@ -12,18 +12,28 @@
 
 namespace {
 
-/// Source position as an affine function of the destination pixel.
-struct source_map {
-  double u0, ux, uy;
-  double v0, vx, vy;
-  double u_top, v_top; // last position inside the picture, in 16.16
+/// A coordinate of the source as an affine function of the destination pixel.
+struct source_axis {
+  double origin, along_x, along_y;
+  double top; // last position inside the picture, in 16.16
 
-  uint32_t u(double x, double y) const {
-    return uint32_t(std::clamp((u0 + ux * x + uy * y) * 65536, 0.0, u_top));
+  /// The 16.16 position at a pixel, clamped into the picture.
+  uint32_t at(int32_t x, int32_t y) const {
+    const double position = (origin + along_x * x + along_y * y) * 65536;
+    return uint32_t(to_fixed(std::clamp(position, 0.0, top)));
   }
-  uint32_t v(double x, double y) const {
-    return uint32_t(std::clamp((v0 + vx * x + vy * y) * 65536, 0.0, v_top));
-  }
+};
+
+/// A 16.16 step from one position to another.
+int32_t step_between(uint32_t from, uint32_t to, int32_t steps) {
+  const auto run = int32_t(to - from);
+  // Positions that use the sign bit may lie further apart than the difference can tell.
+  const bool usual = int32_t(from | to) >= 0;
+  return usual ? run / steps : fixed_beyond_31_bits((double(to) - from) / steps);
+}
+
+struct source_map {
+  source_axis u, v;
 };
 
 /// The map that takes corner 0 (top left) half a destination pixel inside the source, and corners 1
@@ -62,47 +72,100 @@ bool map_source(source_map *map, const __FPoint__ c[4]) {
   if (qx != 0 || qy != 0) q0 = -(qx * c[0].x + qy * c[0].y);
 
   const double run_u = width - 2 * inset_x, run_v = height - 2 * inset_y;
-  *map = {inset_x + p0 * run_u, px * run_u, py * run_u,        inset_y + q0 * run_v,
-          qx * run_v,           qy * run_v, width * 65536 - 1, height * 65536 - 1};
+  *map = {{inset_x + p0 * run_u, px * run_u, py * run_u, width * 65536 - 1},
+          {inset_y + q0 * run_v, qx * run_v, qy * run_v, height * 65536 - 1}};
   return true;
 }
 
-int64_t floor_div(int64_t n, int64_t d) {
-  return n / d - (n % d != 0 && (n < 0) != (d < 0));
-}
-
-/// floor(x + 0.5) where the edge a-b crosses row y; a.y != b.y. Exact: in doubles while they hold
-/// the product and the distance to the nearest half, else in integers.
-int32_t crossing(__Vertex__ a, __Vertex__ b, int32_t y) {
-  const int64_t dy = int64_t(b.y) - a.y, dx = int64_t(b.x) - a.x, n = (int64_t(y) - a.y) * dx;
-  constexpr int64_t small = 1 << 20;
-  if (dy < small && dy > -small && dx < small && dx > -small) {
-    const double offset = double(n) / double(dy) + 0.5;
-    auto whole = int32_t(offset);
-    if (whole > offset) --whole;
-    return a.x + whole;
+struct quotient {
+  int64_t whole, rest; // rest from 0 up to the divisor
+};
+/// Division rounded down; the divisor is positive.
+quotient floor_div(int64_t n, int64_t d) {
+  // The usual case apart: i386 divides 64-bit numbers by a library call.
+  const bool small = n == int32_t(n) && d == int32_t(d);
+  quotient q =
+      small ? quotient{int32_t(n) / int32_t(d), int32_t(n) % int32_t(d)} : quotient{n / d, n % d};
+  if (q.rest < 0) {
+    --q.whole;
+    q.rest += d;
   }
-  return a.x + int32_t(floor_div(2 * n + dy, 2 * dy));
+  return q;
 }
 
-struct row_span {
-  int32_t left, right;
+/// An edge of the outline, walked from row to row: where it crosses a row, rounded to the nearest
+/// pixel (halves up). The walk is Bresenham's: exact, a quotient and its rest.
+struct outline_edge {
+  int32_t first, last;     // rows
+  int64_t x, rest;         // crossing, and what it was rounded down by, of `unit`
+  int64_t step, step_rest; // per row
+  int64_t unit;
+  int32_t width; // a level edge crosses its row from x to x + width
+
+  outline_edge(__Vertex__ a, __Vertex__ b, int32_t from_row) {
+    if (a.y > b.y) std::swap(a, b);
+    first = a.y;
+    last = b.y;
+    width = 0;
+    const int64_t dx = int64_t(b.x) - a.x, dy = int64_t(b.y) - a.y;
+    if (dy == 0) {
+      x = std::min(a.x, b.x);
+      width = std::max(a.x, b.x) - int32_t(x);
+      rest = step = step_rest = unit = 0;
+      return;
+    }
+    // In units of half a row: floor(x + 1/2) is the quotient of doubled numbers, plus one half.
+    unit = 2 * dy;
+    const quotient per_row = floor_div(dx, dy);
+    step = per_row.whole;
+    step_rest = 2 * per_row.rest;
+    x = a.x;
+    rest = dy;
+    if (from_row > first) {
+      const quotient skipped = floor_div(2 * (int64_t(from_row) - first) * dx + dy, unit);
+      x += skipped.whole;
+      rest = skipped.rest;
+    }
+  }
+
+  void next_row() {
+    x += step;
+    rest += step_rest;
+    if (rest >= unit) {
+      rest -= unit;
+      ++x;
+    }
+  }
 };
 
-/// The span of row y between the edges of the outline (vertices in scan order).
-row_span span_of(const __Vertex__ v[4], int32_t y) {
-  static constexpr int edges[4][2] = {{0, 1}, {0, 2}, {1, 3}, {2, 3}};
-  row_span span{INT32_MAX, INT32_MIN};
-  for (const auto &edge : edges) {
-    const __Vertex__ a = v[edge[0]], b = v[edge[1]];
-    if (y < std::min(a.y, b.y) || y > std::max(a.y, b.y)) continue;
-    const int32_t first = a.y == b.y ? a.x : crossing(a, b, y);
-    const int32_t second = a.y == b.y ? b.x : first;
-    span.left = std::min({span.left, first, second});
-    span.right = std::max({span.right, first, second});
+/// The outline's spans, row by row from `row` on.
+struct outline {
+  outline_edge edges[4];
+  int32_t row;
+
+  /// From vertices in scan order.
+  outline(const __Vertex__ v[4], int32_t from_row)
+      : edges{{v[0], v[1], from_row},
+              {v[0], v[2], from_row},
+              {v[1], v[3], from_row},
+              {v[2], v[3], from_row}},
+        row(from_row) {}
+
+  struct span {
+    int32_t left, right;
+  };
+  span next() {
+    span s{INT32_MAX, INT32_MIN};
+    for (outline_edge &edge : edges) {
+      if (row < edge.first || row > edge.last) continue;
+      s.left = std::min(s.left, int32_t(edge.x));
+      s.right = std::max(s.right, int32_t(edge.x) + edge.width);
+      edge.next_row();
+    }
+    ++row;
+    return s;
   }
-  return span;
-}
+};
 
 using sort_routine = void(__Vertex__ sorted[4], const __Vertex__ corners[4]);
 
@@ -123,13 +186,15 @@ int32_t draw_quadrilateral(__ORBBlit2D__ *request, const __FPoint__ corners[4],
 
   const int32_t first = std::max(v[0].y, blit.clipy0);
   const int32_t last = std::min(std::max({v[1].y, v[2].y, v[3].y}), blit.clipy1);
+  if (first > last) return refuse_blit(request);
   int32_t x0 = INT32_MAX, x1 = INT32_MIN, y0 = 0, y1 = -1;
+  outline rows(v, first);
   for (int32_t y = first; y <= last; ++y) {
-    const row_span row = span_of(v, y);
+    const outline::span row = rows.next();
     const int32_t left = std::max(row.left, blit.clipx0), right = std::min(row.right, blit.clipx1);
     if (left > right) continue;
 
-    const uint32_t u = map.u(left, y), w = map.v(left, y);
+    const uint32_t u = map.u.at(left, y), w = map.v.at(left, y);
     const int32_t steps = right - left;
     blit.dst_x = left;
     blit.dst_y = y;
@@ -138,8 +203,8 @@ int32_t draw_quadrilateral(__ORBBlit2D__ *request, const __FPoint__ corners[4],
     blit.src_y = int32_t(w);
     blit.x_inc = blit.y_inc = 0;
     if (steps > 0) {
-      blit.x_inc = fixed_step(double(map.u(right, y)) - u, steps);
-      blit.y_inc = fixed_step(double(map.v(right, y)) - w, steps);
+      blit.x_inc = step_between(u, map.u.at(right, y), steps);
+      blit.y_inc = step_between(w, map.v.at(right, y), steps);
     }
     blit.rotscale();
 

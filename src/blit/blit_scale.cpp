@@ -71,7 +71,7 @@ int32_t ORBGI2D_BlitScale(__ORBBlit2D__ *request) {
   // The step is truncated toward zero and the ends lie inside the picture, so that the last pixel
   // does too; only a start at the very edge may round onto it.
   const double top = width * 65536.0 - 1;
-  const auto src_x = uint32_t(std::clamp(across.start * 65536, 0.0, top));
+  const int32_t src_x = to_fixed(std::clamp(across.start * 65536, 0.0, top));
   blit.x_inc = fixed_step(across.step * 65536, 1);
   auto src_y = float(down.start);
   const auto step_y = float(down.step);
@@ -80,7 +80,7 @@ int32_t ORBGI2D_BlitScale(__ORBBlit2D__ *request) {
     blit.src_y = std::clamp(int32_t(src_y), 0, height - 1);
     blit.row_repeats = blit.src_y == row_before;
     row_before = blit.src_y;
-    blit.src_x = int32_t(src_x);
+    blit.src_x = src_x;
     blit.scale();
   }
   blit.row_repeats = false;

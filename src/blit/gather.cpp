@@ -1,5 +1,6 @@
 // How the four operations bring pixels to a kernel.
 #include <algorithm>
+#include <cstring>
 
 #include "blit/sampling.h"
 #include "blit/span.h"
@@ -125,7 +126,41 @@ void span_rotscale(span_kernel *kernel) {
   by_depth([kernel](auto word) { rotscale_row<decltype(word)>(kernel); });
 }
 
-void span_tile(span_kernel *kernel) {
+namespace {
+
+/// Narrow tiles: each source row is repeated into a buffer as wide as the clip rectangle and put
+/// down on all the destination rows that show it.
+template <typename Word> void tile_repeated(span_kernel *kernel) {
+  const auto width = int32_t(blit.src->width), height = int32_t(blit.src->height);
+  auto *const row = reinterpret_cast<Word *>(sampled);
+  kernel_args k = common_args();
+  k.src = row;
+  k.src_stride = 0;
+  k.dst_stride = int32_t(blit.dst->pitch) * height;
+  const int32_t rows = std::min(height, blit.cliph);
+  int32_t phase = blit.tile_phase_x;
+  for (blit.tile_x = blit.clipx0; blit.tile_x <= blit.clipx1; blit.tile_x += k.w) {
+    k.w = std::min(chunk, blit.clipx1 - blit.tile_x + 1);
+    for (int32_t i = 0; i < rows; ++i) {
+      const int32_t src_y = (blit.tile_phase_y + i) % height;
+      const auto *from = reinterpret_cast<const Word *>(pixel_address(blit.src, 0, src_y));
+      for (int32_t x = 0, at = phase; x < k.w;) {
+        const int32_t part = std::min(width - at, k.w - x);
+        memcpy(row + x, from + at, size_t(part) * sizeof(Word));
+        x += part;
+        at = 0;
+      }
+      blit.tile_y = blit.clipy0 + i;
+      k.dst = pixel_address(blit.dst, blit.tile_x, blit.tile_y);
+      k.h = (blit.cliph - i + height - 1) / height;
+      kernel(k);
+    }
+    phase = (phase + k.w) % width;
+  }
+}
+
+/// Wide tiles: copy by copy.
+void tile_copies(span_kernel *kernel) {
   const auto width = int32_t(blit.src->width), height = int32_t(blit.src->height);
   const int32_t bytes = blit.src->depth >> 3;
   kernel_args k = common_args();
@@ -151,4 +186,16 @@ void span_tile(span_kernel *kernel) {
     blit.tile_y += k.h;
     src_y = 0;
   }
+}
+
+/// Below this width repeating a row into the buffer pays.
+constexpr uint32_t narrow_tile = 256;
+
+} // namespace
+
+void span_tile(span_kernel *kernel) {
+  if (blit.src == blit.dst || blit.src->width >= narrow_tile)
+    tile_copies(kernel);
+  else
+    by_depth([kernel](auto word) { tile_repeated<decltype(word)>(kernel); });
 }

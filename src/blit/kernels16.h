@@ -48,10 +48,9 @@ template <span_routine_id id> void kernel16(const kernel_args &k) {
     const words result = put16<id>(s, d, c);
     return keyed ? (s != 0 ? result : d) : result;
   };
-  // Whole groups of transparent pixels aren't worth their arithmetic, unless that is a mere copy.
-  run_rectangle<uint16_t>(k, put, [](words s) {
-    return keyed && (id.alpha || id.fx != fx_solid || id.key == span_key::ghost) && none(s);
-  });
+  // Pictures are transparent or opaque in runs: whole groups of transparent pixels are passed over,
+  // and their destination isn't touched.
+  run_rectangle<uint16_t>(k, put, [](words s) { return keyed && none(s); });
 }
 
 } // namespace

@@ -144,20 +144,16 @@ inline dwords put32(dwords s, dwords d, const context32 &c) {
   }
 }
 
-/// Whole groups of transparent pixels aren't worth their arithmetic, unless that is a mere copy.
-/// Pictures are mostly transparent or opaque in runs, so the branch is foreseen.
+/// Pictures are transparent or opaque in runs: whole groups of transparent pixels are passed over,
+/// and their destination isn't touched.
 template <span_routine_id id> inline bool skips32(dwords s) {
   constexpr effect_class kind = effect_classes[id.fx];
-  if constexpr (id.pixels == span_pixels::chn32) {
-    if constexpr (kind == effect_class::composite || kind == effect_class::source)
-      return false;
-    else
-      return none(s & alpha_bits);
-  } else if constexpr (id.key == span_key::normal) {
-    return (id.alpha || id.fx != fx_solid) && none(s);
-  } else {
-    return id.key == span_key::ghost && none(s);
-  }
+  if constexpr (id.pixels != span_pixels::chn32)
+    return (id.key == span_key::normal || id.key == span_key::ghost) && none(s);
+  else if constexpr (kind == effect_class::composite || kind == effect_class::source)
+    return false;
+  else
+    return none(s & alpha_bits);
 }
 
 template <span_routine_id id, bool onto_alpha> inline void rectangle32(const kernel_args &k) {
@@ -175,7 +171,46 @@ template <span_routine_id id, bool onto_alpha> inline void rectangle32(const ker
   run_rectangle<uint32_t>(k, put, [](dwords s) { return skips32<id>(s); });
 }
 
+#ifdef __AVX2__
+/// The keyed copy needs nothing of the destination: it stores under the key's mask.
+template <bool onto_alpha, bool mirror> inline void copy_keyed32(const kernel_args &k) {
+  const int w = k.w, step = mirror ? -1 : 1, rest = w % 8;
+  auto *row = static_cast<uint8_t *>(k.dst);
+  auto *src_row = static_cast<const uint8_t *>(k.src);
+  const dwords lane = {0, 1, 2, 3, 4, 5, 6, 7};
+  const auto last = dwords(lane >= dwords{} + uint32_t(8 - rest));
+  const auto put = [](uint32_t *d, dwords s, dwords where) {
+    const dwords mask = dwords(s != 0) & where;
+    _mm256_maskstore_epi32(reinterpret_cast<int *>(d), __m256i(mask),
+                           __m256i(onto_alpha ? s | alpha_bits : s));
+  };
+  const dwords all = ~dwords{};
+  for (int rows = k.h; rows > 0; --rows, row += k.dst_stride, src_row += k.src_stride) {
+    auto *d = reinterpret_cast<uint32_t *>(row);
+    auto *s = reinterpret_cast<const uint32_t *>(src_row);
+    int x = 0;
+    for (; x + 16 <= w; x += 16) {
+      const dwords s0 = load_source(s + x * step, mirror);
+      const dwords s1 = load_source(s + (x + 8) * step, mirror);
+      if (none(s0 | s1)) continue;
+      put(d + x, s0, all);
+      put(d + x + 8, s1, all);
+    }
+    if (x + 8 <= w) put(d + x, load_source(s + x * step, mirror), all);
+    if (rest != 0) put(d + w - 8, load_source(s + (w - 8) * step, mirror), last);
+  }
+}
+#endif
+
 template <span_routine_id id> void kernel32(const kernel_args &k) {
+#ifdef __AVX2__
+  if constexpr (id == span_routine_id{span_pixels::p32, span_key::normal, false, fx_solid, true}) {
+    if (k.w >= 8) {
+      if (k.mirror) return k.dst_alpha ? copy_keyed32<true, true>(k) : copy_keyed32<false, true>(k);
+      return k.dst_alpha ? copy_keyed32<true, false>(k) : copy_keyed32<false, false>(k);
+    }
+  }
+#endif
   if (k.dst_alpha)
     rectangle32<id, true>(k);
   else

@@ -163,6 +163,10 @@ span_routine *choose_routine(span_op op, int32_t column) {
   return table_in_use(op, table)[index];
 }
 
+int32_t fixed_beyond_31_bits(double value) {
+  return int32_t(uint32_t(int64_t(value)));
+}
+
 int32_t refuse_blit(__ORBBlit2D__ *request) {
   request->drawn = 0;
   return 0;

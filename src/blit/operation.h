@@ -32,8 +32,17 @@ blit_pivot take_pivot(__ORBSurface2D__ *surface);
 int32_t refuse_blit(__ORBBlit2D__ *request);
 int32_t finish_blit(__ORBBlit2D__ *request, int32_t x0, int32_t y0, int32_t x1, int32_t y1);
 
-/// A 16.16 step: `run` / `steps`, truncated toward zero. Positions in pictures wider than 32767
-/// pixels use the sign bit; they and their steps wrap as unsigned words do.
+// Positions and steps in 16.16. Positions in pictures wider than 32767 pixels use the sign bit;
+// they and their steps wrap as unsigned words do. i386 converts doubles to more than 31 bits by a
+// detour through another unit, which a call keeps out of the usual way.
+
+/// Truncates toward zero, modulo 2^32.
+int32_t fixed_beyond_31_bits(double value);
+inline int32_t to_fixed(double value) {
+  constexpr double limit = 1u << 31;
+  return value < limit && value > -limit ? int32_t(value) : fixed_beyond_31_bits(value);
+}
+/// A step: `run` / `steps`, truncated toward zero.
 inline int32_t fixed_step(double run, int32_t steps) {
-  return int32_t(uint32_t(int64_t(run / steps)));
+  return to_fixed(run / steps);
 }
