@@ -15,23 +15,51 @@ enum class effect_class : uint8_t {
 };
 
 // effect(name, class): the position is the table index, the name the last part of routine names.
-#define ORB_EFFECTS(effect)                                                                        \
-  effect(solid, copy) effect(src, source) effect(dst, nothing) effect(srcoverdst, copy) effect(    \
-      dstoversrc, composite) effect(srcindst, composite) effect(dstinsrc, composite)               \
-      effect(srcoutdst, composite) effect(dstoutsrc, composite) effect(srcatopdst, composite)      \
-          effect(dstatopsrc, composite) effect(srccleardst, composite) effect(                     \
-              srcxordst, composite) effect(additiveblend, blend) effect(subtractiveblend, blend)   \
-              effect(multiplyblend, blend) effect(averageblend, blend) effect(screenblend, blend)  \
-                  effect(rblend, blend) effect(gblend, blend) effect(bblend, blend)                \
-                      effect(rgblend, blend) effect(rbblend, blend) effect(gbblend, blend)         \
-                          effect(andblend, blend) effect(orblend, blend) effect(xorblend, blend)   \
-                              effect(invert, point) effect(rinvert, point) effect(ginvert, point)  \
-                                  effect(binvert, point) effect(rginvert, point)                   \
-                                      effect(rbinvert, point) effect(gbinvert, point)              \
-                                          effect(grayscale, point) effect(rscale, point)           \
-                                              effect(gscale, point) effect(bscale, point)          \
-                                                  effect(rgscale, point) effect(rbscale, point)    \
-                                                      effect(gbscale, point) effect(tint, point)
+// clang-format off
+#define ORB_EFFECTS(effect)                        \
+  effect(solid, copy)                              \
+  effect(src, source)                              \
+  effect(dst, nothing)                             \
+  effect(srcoverdst, copy)                         \
+  effect(dstoversrc, composite)                    \
+  effect(srcindst, composite)                      \
+  effect(dstinsrc, composite)                      \
+  effect(srcoutdst, composite)                     \
+  effect(dstoutsrc, composite)                     \
+  effect(srcatopdst, composite)                    \
+  effect(dstatopsrc, composite)                    \
+  effect(srccleardst, composite)                   \
+  effect(srcxordst, composite)                     \
+  effect(additiveblend, blend)                     \
+  effect(subtractiveblend, blend)                  \
+  effect(multiplyblend, blend)                     \
+  effect(averageblend, blend)                      \
+  effect(screenblend, blend)                       \
+  effect(rblend, blend)                            \
+  effect(gblend, blend)                            \
+  effect(bblend, blend)                            \
+  effect(rgblend, blend)                           \
+  effect(rbblend, blend)                           \
+  effect(gbblend, blend)                           \
+  effect(andblend, blend)                          \
+  effect(orblend, blend)                           \
+  effect(xorblend, blend)                          \
+  effect(invert, point)                            \
+  effect(rinvert, point)                           \
+  effect(ginvert, point)                           \
+  effect(binvert, point)                           \
+  effect(rginvert, point)                          \
+  effect(rbinvert, point)                          \
+  effect(gbinvert, point)                          \
+  effect(grayscale, point)                         \
+  effect(rscale, point)                            \
+  effect(gscale, point)                            \
+  effect(bscale, point)                            \
+  effect(rgscale, point)                           \
+  effect(rbscale, point)                           \
+  effect(gbscale, point)                           \
+  effect(tint, point)
+// clang-format on
 
 enum effect : int8_t {
 #define ORB_EFFECT_ENUM(name, class_) fx_##name,

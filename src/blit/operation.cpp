@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "blit/effect_tables.h"
+#include "blit/geometry.h"
 #include "surface/palette.h"
 #include "surface/registry.h"
 #include "surface/surface.h"
@@ -29,7 +30,8 @@ bool begin_blit(const __ORBBlit2D__ *request, bool transformed) {
     blit.angle = request->angle;
     blit.shear_x = request->shear_x;
     blit.shear_y = request->shear_y;
-    blit.tfmorder = request->tfmorder;
+    const bool known = request->tfmorder >= tfm_hsr && request->tfmorder <= tfm_rsh;
+    blit.tfmorder = known ? request->tfmorder : tfm_hsr;
   }
 
   if (!blit.src || !blit.dst || !blit.src->pixels || !blit.dst->pixels) return false;
@@ -151,7 +153,8 @@ span_routine *const *table_in_use(span_op op, span_table table) {
 
 span_routine *choose_routine(span_op op, int32_t column) {
   const span_table table = choose_table();
-  if (blit.fxmode == fx_tint) set_tint();
+  // Always: a tile with an alpha channel reaches the tint by another effect's index.
+  if (blit.dst->depth != 8) set_tint();
   if (blit.dst->depth == 8 && column == 1 && op != span_op::tile) {
     if (fake_ghost_table) update_ghost_table();
     if (!table_ghost8) return nullptr;

@@ -19,29 +19,37 @@ inline constexpr int instruction_set_count = 2;
 /// effect; tile tables 2 (keyed, no key), their alpha-channel ones 1. 13 effects at 8 bits,
 /// else 42. Empty entries are null.
 // name(variable, operation, table)
-#define ORB_SPAN_TABLES(name)                                                                      \
-  name(SOFT_drawloop8, draw, t8) name(SOFT_drawloop16, draw, t16) name(                            \
-      SOFT_drawloop_alpha16, draw, alpha16) name(SOFT_drawloop32, draw,                            \
-                                                 t32) name(SOFT_drawloop_alpha32, draw, alpha32)   \
-      name(SOFT_drawloop_alphachn32, draw, alphachn32) name(                                       \
-          SOFT_drawloop_alphaalphachn32, draw, alphaalphachn32) name(SOFT_scaleloop8, scale, t8)   \
-          name(SOFT_scaleloop16, scale, t16) name(SOFT_scaleloop_alpha16, scale, alpha16) name(    \
-              SOFT_scaleloop32, scale, t32) name(SOFT_scaleloop_alpha32, scale, alpha32)           \
-              name(SOFT_scaleloop_alphachn32, scale,                                               \
-                   alphachn32) name(SOFT_scaleloop_alphaalphachn32, scale, alphaalphachn32)        \
-                  name(SOFT_rotscaleloop8, rotscale, t8) name(SOFT_rotscaleloop16, rotscale, t16)  \
-                      name(SOFT_rotscaleloop_alpha16, rotscale,                                    \
-                           alpha16) name(SOFT_rotscaleloop32, rotscale,                            \
-                                         t32) name(SOFT_rotscaleloop_alpha32, rotscale, alpha32)   \
-                          name(SOFT_rotscaleloop_alphachn32, rotscale, alphachn32)                 \
-                              name(SOFT_rotscaleloop_alphaalphachn32, rotscale, alphaalphachn32)   \
-                                  name(SOFT_tileloop8, tile, t8) name(SOFT_tileloop16, tile, t16)  \
-                                      name(SOFT_tileloop_alpha16, tile, alpha16)                   \
-                                          name(SOFT_tileloop32, tile, t32)                         \
-                                              name(SOFT_tileloop_alpha32, tile, alpha32)           \
-                                                  name(SOFT_tileloop_alphachn32, tile, alphachn32) \
-                                                      name(SOFT_tileloop_alphaalphachn32, tile,    \
-                                                           alphaalphachn32)
+// clang-format off
+#define ORB_SPAN_TABLES(name)                                          \
+  name(SOFT_drawloop8, draw, t8)                                       \
+  name(SOFT_drawloop16, draw, t16)                                     \
+  name(SOFT_drawloop_alpha16, draw, alpha16)                           \
+  name(SOFT_drawloop32, draw, t32)                                     \
+  name(SOFT_drawloop_alpha32, draw, alpha32)                           \
+  name(SOFT_drawloop_alphachn32, draw, alphachn32)                     \
+  name(SOFT_drawloop_alphaalphachn32, draw, alphaalphachn32)           \
+  name(SOFT_scaleloop8, scale, t8)                                     \
+  name(SOFT_scaleloop16, scale, t16)                                   \
+  name(SOFT_scaleloop_alpha16, scale, alpha16)                         \
+  name(SOFT_scaleloop32, scale, t32)                                   \
+  name(SOFT_scaleloop_alpha32, scale, alpha32)                         \
+  name(SOFT_scaleloop_alphachn32, scale, alphachn32)                   \
+  name(SOFT_scaleloop_alphaalphachn32, scale, alphaalphachn32)         \
+  name(SOFT_rotscaleloop8, rotscale, t8)                               \
+  name(SOFT_rotscaleloop16, rotscale, t16)                             \
+  name(SOFT_rotscaleloop_alpha16, rotscale, alpha16)                   \
+  name(SOFT_rotscaleloop32, rotscale, t32)                             \
+  name(SOFT_rotscaleloop_alpha32, rotscale, alpha32)                   \
+  name(SOFT_rotscaleloop_alphachn32, rotscale, alphachn32)             \
+  name(SOFT_rotscaleloop_alphaalphachn32, rotscale, alphaalphachn32)   \
+  name(SOFT_tileloop8, tile, t8)                                       \
+  name(SOFT_tileloop16, tile, t16)                                     \
+  name(SOFT_tileloop_alpha16, tile, alpha16)                           \
+  name(SOFT_tileloop32, tile, t32)                                     \
+  name(SOFT_tileloop_alpha32, tile, alpha32)                           \
+  name(SOFT_tileloop_alphachn32, tile, alphachn32)                     \
+  name(SOFT_tileloop_alphaalphachn32, tile, alphaalphachn32)
+// clang-format on
 
 #define ORB_DECLARE_SPAN_TABLE(variable, op, table) extern span_routine *const *variable;
 ORB_SPAN_TABLES(ORB_DECLARE_SPAN_TABLE)
