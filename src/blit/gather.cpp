@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "blit/sampling.h"
+#include "blit/sampling_avx2.h"
 #include "blit/span.h"
 #include "orb/graphics2d.h"
 #include "surface/palette.h"
@@ -71,21 +72,45 @@ template <typename Word, typename Sample> void run_sampled(span_kernel *kernel, 
   }
 }
 
-template <typename Word> void scale_row(span_kernel *kernel) {
+/// Whether gathers may sample rows up to `last` of the source: narrow pixels of the last row are
+/// too near the end of the memory.
+template <typename Word> bool can_gather(instruction_set isa, uint32_t last) {
+  return isa == instruction_set::avx2 && (sizeof(Word) == 4 || last + 1 < blit.src->height) &&
+         blit.src->pitch >= 4;
+}
+
+template <typename Word> void scale_row(span_kernel *kernel, instruction_set isa) {
   const auto *row = reinterpret_cast<const Word *>(pixel_address(blit.src, 0, blit.src_y));
   auto x = uint32_t(blit.src_x);
   const auto step = uint32_t(blit.x_inc);
-  run_sampled<Word>(kernel, [&](Word *to, int32_t count) { sample_row(to, row, x, step, count); });
+  const bool gather = can_gather<Word>(isa, uint32_t(blit.src_y));
+  run_sampled<Word>(kernel, [&](Word *to, int32_t count) {
+    if (gather) {
+      gather_row(to, row, x, step, count);
+      x += step * uint32_t(count);
+    } else {
+      sample_row(to, row, x, step, count);
+    }
+  });
   blit.src_x = int32_t(uint32_t(blit.src_x) + step * uint32_t(blit.blt_w));
 }
 
-template <typename Word> void rotscale_row(span_kernel *kernel) {
+template <typename Word> void rotscale_row(span_kernel *kernel, instruction_set isa) {
   const auto *pixels = static_cast<const Word *>(blit.src->pixels);
   const uint32_t width = blit.src->width, height = blit.src->height;
   auto x = uint32_t(blit.src_x), y = uint32_t(blit.src_y);
   const auto step_x = uint32_t(blit.x_inc), step_y = uint32_t(blit.y_inc);
+  const uint32_t y_end = y + step_y * uint32_t(blit.blt_w - 1);
+  const bool gather =
+      width < 32768 && height < 32768 && can_gather<Word>(isa, std::max(y, y_end) >> 16);
   run_sampled<Word>(kernel, [&](Word *to, int32_t count) {
-    sample_line(to, pixels, width, height, x, y, step_x, step_y, count);
+    if (gather) {
+      gather_line(to, pixels, width, x, y, step_x, step_y, count);
+      x += step_x * uint32_t(count);
+      y += step_y * uint32_t(count);
+    } else {
+      sample_line(to, pixels, width, height, x, y, step_x, step_y, count);
+    }
   });
   blit.src_x = int32_t(x);
   blit.src_y = int32_t(y);
@@ -118,12 +143,12 @@ void span_draw(span_kernel *kernel) {
     kernel(k);
 }
 
-void span_scale(span_kernel *kernel) {
-  by_depth([kernel](auto word) { scale_row<decltype(word)>(kernel); });
+void span_scale(span_kernel *kernel, instruction_set isa) {
+  by_depth([=](auto word) { scale_row<decltype(word)>(kernel, isa); });
 }
 
-void span_rotscale(span_kernel *kernel) {
-  by_depth([kernel](auto word) { rotscale_row<decltype(word)>(kernel); });
+void span_rotscale(span_kernel *kernel, instruction_set isa) {
+  by_depth([=](auto word) { rotscale_row<decltype(word)>(kernel, isa); });
 }
 
 namespace {

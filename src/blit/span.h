@@ -82,6 +82,6 @@ span_routine *routine_of(const span_directory_entry &entry, instruction_set isa)
 /// The four ways to gather pixels for a kernel; what a span routine does once it has its kernel.
 /// draw: the whole rectangle; scale, rotscale: one row; tile: the clip rectangle.
 void span_draw(span_kernel *kernel);
-void span_scale(span_kernel *kernel);
-void span_rotscale(span_kernel *kernel);
+void span_scale(span_kernel *kernel, instruction_set isa);
+void span_rotscale(span_kernel *kernel, instruction_set isa);
 void span_tile(span_kernel *kernel);

@@ -20,9 +20,9 @@ template <instruction_set isa, span_op op, int number> void span() {
   if constexpr (op == span_op::draw)
     span_draw(kernel);
   else if constexpr (op == span_op::scale)
-    span_scale(kernel);
+    span_scale(kernel, isa);
   else if constexpr (op == span_op::rotscale)
-    span_rotscale(kernel);
+    span_rotscale(kernel, isa);
   else
     span_tile(kernel);
 }
