@@ -75,14 +75,22 @@ int32_t ORBGI2D_BlitScale(__ORBBlit2D__ *request) {
   blit.x_inc = fixed_step(across.step * 65536, 1);
   auto src_y = float(down.start);
   const auto step_y = float(down.step);
-  int32_t row_before = -1;
-  for (blit.dst_y = down.first; blit.dst_y <= down.last; ++blit.dst_y, src_y += step_y) {
-    blit.src_y = std::clamp(int32_t(src_y), 0, height - 1);
-    blit.row_repeats = blit.src_y == row_before;
-    row_before = blit.src_y;
+  // Rows that show the same source row are drawn by one call, but for a surface onto itself, whose
+  // rows change as they are drawn.
+  const auto row_at = [&](float y) { return std::clamp(int32_t(y), 0, height - 1); };
+  for (blit.dst_y = down.first; blit.dst_y <= down.last; blit.dst_y += blit.blt_rows) {
+    blit.src_y = row_at(src_y);
     blit.src_x = src_x;
+    blit.blt_rows = 1;
+    src_y += step_y;
+    if (blit.src != blit.dst) {
+      while (blit.dst_y + blit.blt_rows <= down.last && row_at(src_y) == blit.src_y) {
+        ++blit.blt_rows;
+        src_y += step_y;
+      }
+    }
     blit.scale();
   }
-  blit.row_repeats = false;
+  blit.blt_rows = 1;
   return finish_blit(request, across.first, down.first, across.last, down.last);
 }

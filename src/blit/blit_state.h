@@ -31,9 +31,9 @@ struct blit_state {
   int32_t clipw, cliph;
   int32_t dst_x, dst_y;               // first destination pixel
   int32_t blt_w, blt_h;               // pixels to draw
+  int32_t blt_rows = 1;               // rows that a scaled span draws alike; 1 but within BlitScale
   int32_t src_x, src_y;               // pixels, or 16.16 for scaled and rotated spans
   int32_t src_inc, dst_inc;           // pixels from the end of a row to the next row's start
-  bool row_repeats;                   // this scaled row samples what the one before did
   int32_t x_inc, y_inc;               // 16.16 source steps per destination pixel
   int32_t tile_x, tile_y;             // where the next tile row starts
   int32_t tile_phase_x, tile_phase_y; // source pixel under (clipx0, clipy0)

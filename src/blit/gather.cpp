@@ -50,22 +50,21 @@ void run_overlapping(span_kernel *kernel, kernel_args k) {
 constexpr int32_t chunk = 2048;
 alignas(32) uint32_t sampled[chunk];
 
-/// Runs a kernel over `blt_w` pixels at (dst_x, dst_y), sampled piece by piece by
-/// sample(buffer, count); a row that repeats the one before is still in the buffer.
+/// Runs a kernel over `blt_w` pixels of `blt_rows` rows from (dst_x, dst_y) on, sampled piece by
+/// piece by sample(buffer, count).
 template <typename Word, typename Sample> void run_sampled(span_kernel *kernel, Sample sample) {
   auto *buffer = reinterpret_cast<Word *>(sampled);
   kernel_args k = common_args();
   k.src = buffer;
-  k.h = 1;
+  k.h = blit.blt_rows;
+  k.dst_stride = int32_t(blit.dst->pitch);
   auto *dst = reinterpret_cast<Word *>(pixel_address(blit.dst, blit.dst_x, blit.dst_y));
   // Onto itself a surface must be sampled no further ahead than it is written.
-  const bool onto_itself = blit.src == blit.dst;
-  const int32_t piece = onto_itself ? 1 : chunk;
-  const bool again = blit.row_repeats && !onto_itself && blit.blt_w <= chunk;
+  const int32_t piece = blit.src == blit.dst ? 1 : chunk;
   for (int32_t left = blit.blt_w; left > 0;) {
     k.w = std::min(left, piece);
     k.dst = dst;
-    if (!again) sample(buffer, k.w);
+    sample(buffer, k.w);
     kernel(k);
     dst += k.w;
     left -= k.w;
