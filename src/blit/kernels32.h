@@ -175,46 +175,60 @@ template <span_routine_id id, bool onto_alpha> inline void rectangle32(const ker
   run_rectangle<uint32_t>(k, put, [](dwords s) { return skips32<id>(s); });
 }
 
+/// Stores the source pixels that are in `where` and not transparent.
+template <bool onto_alpha> inline void put_keyed32(uint32_t *d, dwords s, dwords where) {
+  const dwords drawn = dwords(s != 0) & where;
+  const dwords result = onto_alpha ? s | alpha_bits : s;
 #ifdef __AVX2__
-/// The keyed copy needs nothing of the destination: it stores under the key's mask.
+  _mm256_maskstore_epi32(reinterpret_cast<int *>(d), __m256i(drawn), __m256i(result));
+#else
+  store(d, (result & drawn) | (load<dwords>(d) & ~drawn));
+#endif
+}
+
+/// The keyed copy by itself: transparent and opaque runs pass without a look at the destination.
 template <bool onto_alpha, bool mirror> inline void copy_keyed32(const kernel_args &k) {
-  const int w = k.w, step = mirror ? -1 : 1, rest = w % 8;
+  constexpr int size = group_size<uint32_t>;
+  const int w = k.w, step = mirror ? -1 : 1, rest = w % size;
   auto *row = static_cast<uint8_t *>(k.dst);
   auto *src_row = static_cast<const uint8_t *>(k.src);
-  const dwords lane = {0, 1, 2, 3, 4, 5, 6, 7};
-  const auto last = dwords(lane >= dwords{} + uint32_t(8 - rest));
-  const auto put = [](uint32_t *d, dwords s, dwords where) {
-    const dwords mask = dwords(s != 0) & where;
-    _mm256_maskstore_epi32(reinterpret_cast<int *>(d), __m256i(mask),
-                           __m256i(onto_alpha ? s | alpha_bits : s));
-  };
+  dwords lane;
+  for (int i = 0; i < size; ++i)
+    lane[i] = uint32_t(i);
+  const auto last = dwords(lane >= dwords{} + uint32_t(size - rest));
   const dwords all = ~dwords{};
+
   for (int rows = k.h; rows > 0; --rows, row += k.dst_stride, src_row += k.src_stride) {
     auto *d = reinterpret_cast<uint32_t *>(row);
     auto *s = reinterpret_cast<const uint32_t *>(src_row);
     int x = 0;
-    for (; x + 16 <= w; x += 16) {
+    for (; x + 2 * size <= w; x += 2 * size) {
       const dwords s0 = load_source(s + x * step, mirror);
-      const dwords s1 = load_source(s + (x + 8) * step, mirror);
+      const dwords s1 = load_source(s + (x + size) * step, mirror);
       if (none(s0 | s1)) continue;
-      put(d + x, s0, all);
-      put(d + x + 8, s1, all);
+#ifndef __AVX2__
+      if (none(dwords(s0 == 0) | dwords(s1 == 0))) {
+        store(d + x, onto_alpha ? s0 | alpha_bits : s0);
+        store(d + x + size, onto_alpha ? s1 | alpha_bits : s1);
+        continue;
+      }
+#endif
+      put_keyed32<onto_alpha>(d + x, s0, all);
+      put_keyed32<onto_alpha>(d + x + size, s1, all);
     }
-    if (x + 8 <= w) put(d + x, load_source(s + x * step, mirror), all);
-    if (rest != 0) put(d + w - 8, load_source(s + (w - 8) * step, mirror), last);
+    if (x + size <= w) put_keyed32<onto_alpha>(d + x, load_source(s + x * step, mirror), all);
+    if (rest != 0)
+      put_keyed32<onto_alpha>(d + w - size, load_source(s + (w - size) * step, mirror), last);
   }
 }
-#endif
 
 template <span_routine_id id> void kernel32(const kernel_args &k) {
-#ifdef __AVX2__
   if constexpr (id == span_routine_id{span_pixels::p32, span_key::normal, false, fx_solid, true}) {
-    if (k.w >= 8) {
+    if (k.w >= group_size<uint32_t>) {
       if (k.mirror) return k.dst_alpha ? copy_keyed32<true, true>(k) : copy_keyed32<false, true>(k);
       return k.dst_alpha ? copy_keyed32<true, false>(k) : copy_keyed32<false, false>(k);
     }
   }
-#endif
   if (k.dst_alpha)
     rectangle32<id, true>(k);
   else

@@ -21,20 +21,26 @@ template <effect mode> inline bytes composite8(bytes s, bytes d) {
 }
 
 /// The ghost's table can't be read by whole registers. Four pixels at a time, so that transparent
-/// runs pass quickly and results are stored at once.
+/// and opaque runs pass quickly and results are stored at once.
 inline void ghost_row8(uint8_t *d, const uint8_t *s, int count, int step, const uint8_t *table) {
+  const auto mix = [table](uint32_t source, uint32_t destination) -> uint32_t {
+    return table[source << 8 | destination];
+  };
   int x = 0;
   for (; x + 4 <= count; x += 4, s += 4 * step) {
     const uint32_t s0 = s[0], s1 = s[step], s2 = s[2 * step], s3 = s[3 * step];
-    if ((s0 | s1 | s2 | s3) == 0) continue;
-    const uint32_t old = load<uint32_t>(d + x);
-    const uint32_t d0 = old & 255, d1 = old >> 8 & 255, d2 = old >> 16 & 255, d3 = old >> 24;
-    const uint32_t r0 = s0 ? table[s0 << 8 | d0] : d0, r1 = s1 ? table[s1 << 8 | d1] : d1;
-    const uint32_t r2 = s2 ? table[s2 << 8 | d2] : d2, r3 = s3 ? table[s3 << 8 | d3] : d3;
-    store(d + x, r0 | r1 << 8 | r2 << 16 | r3 << 24);
+    if (s0 && s1 && s2 && s3) {
+      const uint32_t low = mix(s0, d[x]) | mix(s1, d[x + 1]) << 8;
+      store(d + x, low | mix(s2, d[x + 2]) << 16 | mix(s3, d[x + 3]) << 24);
+    } else if (s0 | s1 | s2 | s3) {
+      if (s0) d[x] = uint8_t(mix(s0, d[x]));
+      if (s1) d[x + 1] = uint8_t(mix(s1, d[x + 1]));
+      if (s2) d[x + 2] = uint8_t(mix(s2, d[x + 2]));
+      if (s3) d[x + 3] = uint8_t(mix(s3, d[x + 3]));
+    }
   }
   for (; x < count; ++x, s += step)
-    if (*s) d[x] = table[*s << 8 | d[x]];
+    if (*s) d[x] = uint8_t(mix(*s, d[x]));
 }
 
 template <span_routine_id id> void kernel8(const kernel_args &k) {
