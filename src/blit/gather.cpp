@@ -160,8 +160,9 @@ template <typename Word> void tile_repeated(span_kernel *kernel) {
   kernel_args k = common_args();
   k.src = row;
   k.src_stride = 0;
-  k.dst_stride = int32_t(blit.dst->pitch) * height;
+  // A tile higher than the clip rectangle is put down once, so that the stride doesn't count.
   const int32_t rows = std::min(height, blit.cliph);
+  k.dst_stride = int32_t(blit.dst->pitch) * rows;
   int32_t phase = blit.tile_phase_x;
   for (blit.tile_x = blit.clipx0; blit.tile_x <= blit.clipx1; blit.tile_x += k.w) {
     k.w = std::min(chunk, blit.clipx1 - blit.tile_x + 1);
