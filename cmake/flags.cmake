@@ -54,12 +54,20 @@ target_compile_options(orb_module_flags INTERFACE
   $<$<COMPILE_LANGUAGE:CXX>:-fvisibility-inlines-hidden -fno-exceptions -fno-rtti
                             -fno-threadsafe-statics>)
 
-# Compiles the files of `target` whose names end in _avx2.cpp for AVX2. No -mfma: a fused
-# multiply-add rounds differently from the plain routines.
+# Compiles the files whose names end in _avx2.cpp for AVX2. No -mfma: a fused multiply-add rounds
+# differently from the plain routines. The generated routines keep line numbers only: all they could
+# say in a debugger is names of template arguments, and those fill megabytes.
 function(orb_set_isa_flags)
   foreach(file IN LISTS ARGN)
+    set(options)
     if(file MATCHES "_avx2\\.cpp$")
-      set_source_files_properties("${file}" PROPERTIES COMPILE_OPTIONS "-mavx2")
+      list(APPEND options -mavx2)
+    endif()
+    if(file MATCHES "/(kernels|spans_)[^/]*\\.cpp$")
+      list(APPEND options -g1)
+    endif()
+    if(options)
+      set_source_files_properties("${file}" PROPERTIES COMPILE_OPTIONS "${options}")
     endif()
   endforeach()
 endfunction()

@@ -153,7 +153,7 @@ verb_install() {
   local preset
   preset=$(default_preset)
   prepare "$preset" all
-  cmake --install "$root/build/$preset" --prefix "$1" >"$logs/install.log" 2>&1 ||
+  cmake --install "$root/build/$preset" --strip --prefix "$1" >"$logs/install.log" 2>&1 ||
     die "installing under $1: check that folder's rights (log: $logs/install.log)"
 }
 
