@@ -12,7 +12,7 @@ struct axis {
   int32_t first, last; // destination pixels, before clipping
   double start, step;  // source position at `first`, per destination pixel
 
-  /// Skips what lies before `edge`.
+  /// Cuts the axis to low..high, moving the source start on with it.
   void clip(int32_t low, int32_t high) {
     if (first < low) {
       start += step * (double(low) - first);
