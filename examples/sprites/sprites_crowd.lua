@@ -47,7 +47,7 @@ for i = 1, count do
   spawn(sprite, locals, math.random(-3, 3), math.random(-3, 3))
 end
 
--- Digits as graphs, in front of everything.
+-- Digits as graphs on a dark plate, in front of everything.
 local text = require "text"
 local digits = {}
 local function digit(self, place)
@@ -58,6 +58,8 @@ local function digit(self, place)
   end
 end
 for d = 0, 9 do digits[d] = text.graph(tostring(d), 4, bits == 8 and 15 or rgbx(255, 255, 255)) end
+local plate = map_new(112, 46, bits == 8 and 8 or rgbx(30, 20, 50))
+spawn(function() while true do frame() end end, { graph = plate, x = 59, y = 29, z = -999 })
 for place = 0, 3 do spawn(digit, { x = 100 - place * 26, y = 30, z = -1000 }, place) end
 
 while not key("escape") do frame() end
