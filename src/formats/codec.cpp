@@ -17,8 +17,15 @@ int32_t image_num_cpoints;
 int32_t image_max_cpoint_defined;
 int32_t image_error;
 
+/// A writer of a format that knows no keys, in the shape of the table.
+template <int32_t (*save)(const char *filename, int32_t parameter)>
+static int32_t keyless(const char *filename, int32_t parameter, const char *) {
+  return save(filename, parameter);
+}
+
 const image_codec image_codecs[] = {
-    {img_format_png, ORB_CheckPNGHeader, ORB_LoadPNG, ORB_LoadPNGPalette},
+    {img_format_png, ORB_CheckPNGHeader, ORB_LoadPNG, ORB_LoadPNGPalette,
+     keyless<ORB_SavePNG>},
 };
 const int32_t num_image_codecs = std::size(image_codecs);
 
