@@ -1,7 +1,7 @@
 // Script functions that set the video mode and ask about it.
+#include "blit/blit.h"
 #include "module/script_call.h"
 #include "script/handlers.h"
-#include "video/presentation.h"
 #include "video/video.h"
 
 #include <algorithm>
@@ -79,11 +79,23 @@ mode_request pop_request() {
   return request;
 }
 
+constexpr int32_t max_side = 65535;
+
+bool filters_acceptable(const mode_request &r) {
+  return r.scale >= 0 && r.scale < 3 && r.fx >= 0 && r.fx < 16;
+}
+
 bool acceptable(const mode_request &r) {
-  const auto side = [](int32_t pixels) { return pixels > 31 && pixels <= 65535; };
+  const auto side = [](int32_t pixels) { return pixels > 31 && pixels <= max_side; };
   return side(r.width) && side(r.height) && (r.bpp == 8 || r.bpp == 16 || r.bpp == 32) &&
-         r.scale >= 0 && r.scale < 3 && r.fx >= 0 && r.fx < 16 && r.rate >= 0 &&
-         filter_available(r.scale, scanline_index(r.scanline));
+         r.rate >= 0 && filters_acceptable(r);
+}
+
+void store_filters(const mode_request &r) {
+  set_scanline_filter(r.scanline);
+  filter_fx = r.fx;
+  filter_scale = r.scale;
+  update_filter_size();
 }
 
 /// Sets `field` when one of the two flags is given; the first wins.
@@ -112,8 +124,7 @@ void apply_flags(int32_t flags) {
 
 /// mode_set(code), (width, height [, bpp [, flags [, rate]]]), (width, height, bpp, flags,
 /// [rate,] scale, scanline); set_mode(code). 1, 0 when the mode can't be opened (the one before
-/// stays), or the failure value for arguments out of range and for filters that the module doesn't
-/// have.
+/// stays), or the failure value for arguments out of range.
 int32_t ORB_mode_set() {
   const script_call call{"MODE_SET"};
   const mode_request request = pop_request();
@@ -123,10 +134,7 @@ int32_t ORB_mode_set() {
   mode.bpp = request.bpp;
   mode.rate = request.rate;
   apply_flags(request.flags);
-  set_scanline_filter(request.scanline);
-  filter_fx = request.fx;
-  filter_scale = request.scale;
-  update_filter_size();
+  store_filters(request);
   return call.done(apply_mode());
 }
 
@@ -136,6 +144,100 @@ int32_t ORB_set_fps() {
   const auto [fps, skip] = pop_args<int32_t, int32_t>();
   host_timing_set_fps(fps < 0 ? 1 : std::min(fps, 1000), std::clamp(skip, 0, 100));
   return rt_return(1);
+}
+
+/// mode_change(flags [, rate]): the flags of mode_set but for the sizes and the filters, applied to
+/// the mode in force. 0 when that asks for nothing that the display must be set anew for, or when
+/// it can't be set (the mode before stays); 1; or the failure value for a negative argument. A rate
+/// counts in full screen only, where the display has one.
+int32_t ORB_mode_change() {
+  const script_call call{"MODE_CHANGE"};
+  int32_t flags, rate = mode.rate;
+  if (rt_param_count() > 1)
+    std::tie(flags, rate) = pop_args<int32_t, int32_t>();
+  else
+    flags = rt_pop_int();
+  if (flags < 0 || rate < 0) return call.fail();
+
+  const orb_mode before = mode;
+  apply_flags(flags);
+  if (mode.type == 2) mode.rate = rate;
+  if (mode.type == before.type && mode.bufferbehaviour == before.bufferbehaviour &&
+      mode.rate == before.rate) {
+    publish_mode();
+    return call.done(0);
+  }
+  return call.done(apply_change(change_mode));
+}
+
+/// mode_exists(width, height, bpp [, rate]): 1 when the display lists such a full screen. Any rate
+/// will do for 0; depths are 8, 16 and 32.
+int32_t ORB_mode_exists() {
+  int32_t width, height, bpp, rate = 0;
+  if (rt_param_count() > 3)
+    std::tie(width, height, bpp, rate) = pop_args<int32_t, int32_t, int32_t, int32_t>();
+  else
+    std::tie(width, height, bpp) = pop_args<int32_t, int32_t, int32_t>();
+  return rt_return(find_video_mode(width, height, bpp, rate) != nullptr);
+}
+
+/// mode_set_filter(scale [, scanline [, fx]]): the filters alone, as mode_set takes them, without
+/// fades and with the screen kept. 1, 0 when the larger window can't be opened (the filter before
+/// stays), or the failure value for arguments out of range.
+int32_t ORB_mode_set_filter() {
+  const script_call call{"MODE_SET_FILTER"};
+  mode_request request = current_request();
+  auto &[width, height, bpp, flags, rate, scale, scanline, fx] = request;
+  switch (rt_param_count()) {
+  case 3: std::tie(scale, scanline, fx) = pop_args<int32_t, int32_t, int32_t>(); break;
+  case 2: std::tie(scale, scanline) = pop_args<int32_t, int32_t>(); break;
+  default: scale = rt_pop_int(); break;
+  }
+  if (!filters_acceptable(request)) return call.fail();
+  store_filters(request);
+  return call.done(apply_change(filtering_mode));
+}
+
+/// mode_set_render([renderer,] type): renderer 0 (the default) draws in two dimensions; its types
+/// are 0 whatever suits the machine, 1 plain and 2 vector instructions. The type is only kept for
+/// mode_get_render: every type draws the same pixels, so the fastest that the CPU has is always
+/// taken. Renderer 1 doesn't belong to this module: its types 0 to 2 are taken and do nothing.
+/// Always 1, or the failure value for anything else.
+int32_t ORB_mode_set_render() {
+  const script_call call{"MODE_SET_RENDER"};
+  int32_t renderer = 0, type;
+  if (rt_param_count() > 1)
+    std::tie(renderer, type) = pop_args<int32_t, int32_t>();
+  else
+    type = rt_pop_int();
+  if (renderer < 0 || renderer > 1 || type < 0 || type > 2) return call.fail();
+  if (renderer == 0) {
+    rendering2D_type = std::max(type, 1);
+    set_blitter_routines();
+    rt_signal(3);
+  }
+  return call.done(1);
+}
+
+/// virtualresolution_set(width, height, aspect, apply): shows the screen stretched to this size,
+/// with `aspect` 1 by one factor on both axes and with borders. `apply` 1 sets the mode anew at
+/// once, 0 leaves that to the next change of the mode. 0, 0 ends it, at once. 1, 0 when the size
+/// can't be opened (everything before stays), or the failure value for arguments out of range.
+int32_t ORB_virtualresolution_set() {
+  const script_call call{"VIRTUALRESOLUTION_SET"};
+  const auto [width, height, aspect, apply] = pop_args<int32_t, int32_t, int32_t, int32_t>();
+  const auto side = [](int32_t pixels) { return pixels >= 0 && pixels <= max_side; };
+  const auto flag = [](int32_t value) { return value == 0 || value == 1; };
+  if (!side(width) || !side(height) || !flag(aspect) || !flag(apply)) return call.fail();
+  if ((width == 0) != (height == 0)) return call.fail();
+
+  virtual_resolution = width != 0;
+  virtual_resolution_w = width;
+  virtual_resolution_h = height;
+  virtual_resolution_aspectratio = aspect;
+  if (virtual_resolution && !apply) return call.done(1);
+  update_filter_size();
+  return call.done(apply_mode());
 }
 
 int32_t ORB_mode_get_bpp() {

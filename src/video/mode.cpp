@@ -70,13 +70,6 @@ struct {
   uint8_t loaded, forced;
 } left_palette;
 
-/// The host's copies of what scripts choose.
-void publish_mode() {
-  if (!deviceSystem_graphics2D) return;
-  if (deviceSystem_graphics2D->full_screen) *deviceSystem_graphics2D->full_screen = full_screen;
-  if (deviceSystem_graphics2D->vsync) *deviceSystem_graphics2D->vsync = vsync;
-}
-
 void rebuild_for_depth() {
   if (palette) left_palette = {*palette, palette_crc, palette_loaded, palette_forced};
   do_tables(mode.bpp);
@@ -177,8 +170,10 @@ void VID_Quit_Graphics2D() {
 }
 
 int32_t VID_SetGFXMode() {
-  // A host may change `mode` itself and call this through the device record.
+  // A host may change `mode` itself and call this through the device record; and a virtual
+  // resolution may have been chosen to be applied by whatever sets the mode next.
   if (mode.bpp != cur_mode) rebuild_for_depth();
+  update_filter_size();
   if (SDLX11_SetMode()) {
     each_setting(working, [](auto &kept, auto &field) { kept = field; });
     has_working = true;
@@ -226,6 +221,12 @@ void set_scanline_filter(int32_t scanline) {
   if (scanline & 1) filter_scanline = 1;
 }
 
+void publish_mode() {
+  if (!deviceSystem_graphics2D) return;
+  if (deviceSystem_graphics2D->full_screen) *deviceSystem_graphics2D->full_screen = full_screen;
+  if (deviceSystem_graphics2D->vsync) *deviceSystem_graphics2D->vsync = vsync;
+}
+
 int32_t apply_mode() {
   mode.changing = 1;
   change_mode = filtering_mode = 0;
@@ -234,6 +235,16 @@ int32_t apply_mode() {
   if (mode.bpp != cur_mode) rebuild_for_depth();
   const int32_t result = device2D.VID_SetGFXMode();
   if (mode_fade) fade_on();
+  mode.changing = 0;
+  return result;
+}
+
+int32_t apply_change(uint8_t &kind) {
+  mode.changing = 1;
+  kind = 1;
+  publish_mode();
+  const int32_t result = device2D.VID_SetGFXMode();
+  kind = 0;
   mode.changing = 0;
   return result;
 }

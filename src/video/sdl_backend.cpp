@@ -125,7 +125,9 @@ bool open_and_fit(int32_t screen_width, int32_t screen_height, bool keep_surface
     return false;
   }
   if (virtual_resolution && !make_virtual_resolution(screen_width, screen_height)) return false;
-  return keep_surfaces || fit_surfaces(screen_width, screen_height, mode.bpp);
+  if (!keep_surfaces && !fit_surfaces(screen_width, screen_height, mode.bpp)) return false;
+  if (!virtual_resolution) delete_virtual_resolution();
+  return true;
 }
 
 /// After a change that kept the surfaces: the picture comes back at once.
@@ -191,6 +193,9 @@ int32_t SDLX11_SetWindowedMode() {
   if (!display) display = open_display(filter_w, filter_h, SDL_SWSURFACE | palette_flag());
   if (!display) return report_failure("SetVideoMode (WINDOWED: FRAMEBUFFER - SYSTEMMEMORY)");
   if (!load_display_palette()) return report_failure("SetPalette");
+  // SDL may hand out the window it had, with its picture, and a picture with borders never draws
+  // there.
+  SDL_FillRect(display, nullptr, 0);
   SDL_ShowCursor(SDL_DISABLE);
   if (mode_centerwindow && deviceSystem_graphics2D) {
     mode.x = (deviceSystem_graphics2D->desktop_width - filter_w) / 2;

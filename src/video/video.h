@@ -30,7 +30,16 @@ extern int32_t virtual_resolution, virtual_resolution_w, virtual_resolution_h;
 extern int32_t virtual_resolution_aspectratio;
 extern int32_t virtual_resolution_ratiow, virtual_resolution_ratioh;
 extern int32_t virtual_resolution_xoffset, virtual_resolution_yoffset;
+/// The screen column of each output column, and the offset in pixels of the screen row of each
+/// output row; -1 for borders. Null while no virtual resolution is applied. What has been chosen
+/// without being applied yet is in virtual_resolution_w and _h already, so their lengths, and the
+/// screen that they were made for, are told by virtual_extent.
 extern int32_t *virtual_buffer_w, *virtual_buffer_h;
+struct virtual_table_extent {
+  int32_t columns, rows;
+  int32_t screen_width, screen_height;
+};
+extern virtual_table_extent virtual_extent;
 
 /// A mode that the display offers.
 struct orb_video_mode {
@@ -69,6 +78,12 @@ int32_t VID_UpdatePalette(const __ORBPalette2D__ *colours);
 /// Re-sets the mode after `mode` was changed: fades when asked, rebuilds what follows the depth,
 /// opens. The result of set-mode.
 int32_t apply_mode();
+/// Re-sets the mode after a change that leaves the surfaces' size and depth alone: no fades.
+/// `kind` is the flag that tells so to set-mode, change_mode or filtering_mode; it is 0 afterwards.
+/// The result of set-mode.
+int32_t apply_change(uint8_t &kind);
+/// Hands the host what scripts choose: its full-screen flag and its vsync word.
+void publish_mode();
 /// filter_w, filter_h and filterNx_mode as the mode, the 2x filter and the virtual resolution ask.
 void update_filter_size();
 /// The index 0..4 of a script's scan-line argument: none, 25 %, 50 %, 75 %, black.
