@@ -52,6 +52,7 @@ struct Settings {
   std::vector<std::string> arguments;
   std::string module;
   bool headless = false, full_screen = false, strict = false, list_functions = false;
+  bool display_pictures = false; // screenshots of the display instead of the script's screen
   std::uint64_t frames = 0; // 0: no limit
   int fps = -1;             // negative: the script's choice
   std::int64_t seed = -1;   // negative: 1 when headless, else another one every time
@@ -110,6 +111,8 @@ Settings parse_options(int argc, char **argv) {
       ->type_size(1)
       ->allow_extra_args(false)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+  app.add_flag("--display", settings.display_pictures,
+               "screenshots show the display, with filters, borders and 8-bit fades");
   app.add_flag("--fullscreen", settings.full_screen, "start in full screen");
   app.add_flag("--strict", settings.strict, "stop at the first mistake the module reports");
   app.add_flag("--list-functions", settings.list_functions,
@@ -171,7 +174,9 @@ void save_screenshots(const orbhost::Host &host, const Settings &settings, std::
                       bool last) {
   for (const Screenshot &shot : settings.screenshots) {
     if (shot.frame == frame || (last && shot.frame == 0)) {
-      orbhost::save_png(orbhost::take_picture(host), shot.file);
+      orbhost::save_png(settings.display_pictures ? orbhost::take_display_picture()
+                                                  : orbhost::take_picture(host),
+                        shot.file);
     }
   }
 }

@@ -2,6 +2,7 @@
 
 #include "host/host.h"
 
+#include <SDL.h>
 #include <png.h>
 
 #include <cstring>
@@ -60,6 +61,28 @@ Picture take_picture(const Host &host) {
     break;
   default: throw HostError("the screen has an unknown depth");
   }
+  return picture;
+}
+
+Picture take_display_picture() {
+  SDL_Surface *const shown = SDL_GetVideoSurface();
+  if (!shown) throw HostError("there is no display to take a picture of");
+  if (SDL_MUSTLOCK(shown) && SDL_LockSurface(shown) != 0)
+    throw HostError("the display can't be read: " + std::string(SDL_GetError()));
+  Picture picture{shown->w, shown->h, {}};
+  picture.rgb.resize(std::size_t{3} * static_cast<std::size_t>(shown->w) *
+                     static_cast<std::size_t>(shown->h));
+  std::uint8_t *out = picture.rgb.data();
+  const std::size_t pixel_bytes = shown->format->BytesPerPixel;
+  for (int y = 0; y < shown->h; ++y) {
+    const auto *from = static_cast<const std::uint8_t *>(shown->pixels) + y * shown->pitch;
+    for (int x = 0; x < shown->w; ++x, from += pixel_bytes, out += 3) {
+      Uint32 pixel = 0;
+      std::memcpy(&pixel, from, pixel_bytes); // little-endian, as all of this is
+      SDL_GetRGB(pixel, shown->format, &out[0], &out[1], &out[2]);
+    }
+  }
+  if (SDL_MUSTLOCK(shown)) SDL_UnlockSurface(shown);
   return picture;
 }
 

@@ -20,6 +20,10 @@ struct Picture {
 // bits. Throws HostError when there is no screen.
 Picture take_picture(const Host &host);
 
+// What the window or the full screen shows: the screen after the presentation filter and the fade of
+// an 8-bit palette, at the display's size, borders included. Throws HostError without a display.
+Picture take_display_picture();
+
 // Writes a PNG. Throws HostError with the reason.
 void save_png(const Picture &picture, const std::string &path);
 

@@ -1,5 +1,6 @@
-// A real window: the module opens it at each depth, draws a picture through its hooks, and the
-// pixels are read back from the X server. Needs a display (DISPLAY); any visual will do.
+// Real windows and full screens: the module opens them at each depth, draws a picture through its
+// hooks, and the pixels are read back from the X server. On the screen that DISPLAY names, whatever
+// it is, and on small ones of every depth, of servers started for it.
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -18,76 +19,25 @@
 // Last: their macros (None, Bool, Status) would break the headers above.
 #include <SDL.h>
 #include <SDL_syswm.h>
-#include <X11/Xutil.h>
+
+#include "x_display.h"
 
 namespace {
 
-struct colour {
-  int r, g, b;
-};
-
-/// One connection for the whole program, null without a display: an X server that loses its last
-/// client starts anew, and refuses connections meanwhile.
-Display *connection() {
-  static Display *const display = XOpenDisplay(nullptr);
-  return display;
-}
-
-/// The pixels of a window as the X server holds them.
-class window_picture {
-public:
-  explicit window_picture(Window window) {
-    XWindowAttributes attributes{};
-    XGetWindowAttributes(connection(), window, &attributes);
-    width = attributes.width;
-    height = attributes.height;
-    image_ = XGetImage(connection(), window, 0, 0, unsigned(width), unsigned(height), AllPlanes,
-                       ZPixmap);
-    visual_ = attributes.visual;
-    // SDL may pick a DirectColor visual, whose ramps it leaves straight: its fields mean the same.
-    if (visual_->c_class == PseudoColor) {
-      colours_.resize(256);
-      for (size_t i = 0; i < 256; ++i)
-        colours_[i].pixel = i;
-      XQueryColors(connection(), attributes.colormap, colours_.data(), 256);
-    }
-  }
-  ~window_picture() {
-    if (image_) XDestroyImage(image_);
-  }
-  window_picture(const window_picture &) = delete;
-  window_picture &operator=(const window_picture &) = delete;
-
-  bool good() const { return image_ != nullptr; }
-  colour at(int x, int y) const {
-    const unsigned long pixel = XGetPixel(image_, x, y);
-    if (!colours_.empty()) {
-      const XColor &c = colours_[pixel & 255];
-      return {c.red >> 8, c.green >> 8, c.blue >> 8};
-    }
-    return {component(pixel, visual_->red_mask), component(pixel, visual_->green_mask),
-            component(pixel, visual_->blue_mask)};
-  }
-  int width = 0, height = 0;
-
-private:
-  /// Top bits of a masked field as 0..255.
-  static int component(unsigned long pixel, unsigned long mask) {
-    return int(uint64_t(pixel & mask) * 255 / mask);
-  }
-  XImage *image_ = nullptr;
-  Visual *visual_ = nullptr;
-  std::vector<XColor> colours_;
-};
-
-struct RealWindow : testing::Test {
+/// The screen that a test runs on: a size and depth of a server of its own, or "" for the one that
+/// DISPLAY names.
+struct RealWindow : testing::TestWithParam<const char *> {
   std::unique_ptr<fake_runtime> host;
+  Display *display = nullptr;
 
   void SetUp() override {
-    const char *const name = getenv("DISPLAY");
-    if (!name || !*name) GTEST_SKIP() << "no DISPLAY";
-    Display *const display = connection();
-    ASSERT_TRUE(display) << "DISPLAY is set but can't be opened";
+    const char *const given = getenv("DISPLAY");
+    given_ = given ? given : "";
+    const std::string &name = *GetParam() ? server_of(GetParam()) : given_;
+    if (name.empty()) GTEST_SKIP() << (*GetParam() ? "no Xvfb" : "no DISPLAY");
+    display = connection_to(name);
+    ASSERT_TRUE(display) << name << " can't be opened";
+    setenv("DISPLAY", name.c_str(), 1);
     setenv("SDL_VIDEODRIVER", "x11", 1);
     host = std::make_unique<fake_runtime>();
     host->system.desktop_width = DisplayWidth(display, DefaultScreen(display));
@@ -99,6 +49,25 @@ struct RealWindow : testing::Test {
   void TearDown() override {
     if (host) ORB_mod_graphics2D_release();
     unsetenv("SDL_VIDEODRIVER");
+    if (given_.empty())
+      unsetenv("DISPLAY");
+    else
+      setenv("DISPLAY", given_.c_str(), 1);
+  }
+
+  static const std::string &server_of(const std::string &screen) {
+    static std::map<std::string, std::unique_ptr<virtual_server>> servers;
+    auto &server = servers[screen];
+    if (!server) server = std::make_unique<virtual_server>(screen.c_str());
+    return server->name();
+  }
+  /// One connection a server for the whole program: one that loses its last client starts anew, and
+  /// refuses connections meanwhile.
+  static Display *connection_to(const std::string &name) {
+    static std::map<std::string, Display *> connections;
+    auto &found = connections[name];
+    if (!found) found = XOpenDisplay(name.c_str());
+    return found;
   }
 
   static Window shown_window() {
@@ -135,7 +104,7 @@ struct RealWindow : testing::Test {
 
   /// Compares the window with `expected(x, y)`; `slack` for bits that the display's format lacks.
   template <typename F> void expect_window(F &&expected, int slack) {
-    const window_picture picture(shown_window());
+    const window_picture picture(display, shown_window());
     ASSERT_TRUE(picture.good());
     ASSERT_EQ(picture.width, sdl_w);
     ASSERT_EQ(picture.height, sdl_h);
@@ -156,9 +125,10 @@ struct RealWindow : testing::Test {
   /// to 8 bits fills the low ones.
   int slack() const { return depth_ < 24 || mode.bpp == 16 ? 8 : 0; }
   int depth_ = 0;
+  std::string given_;
 };
 
-TEST_F(RealWindow, ShowsThePictureAtEveryDepth) {
+TEST_P(RealWindow, ShowsThePictureAtEveryDepth) {
   for (const int32_t bpp : {8, 16, 32}) {
     if (depth_ == 8 && bpp != 8) continue; // 256 colours can't show it
     SCOPED_TRACE(std::to_string(bpp) + " bits");
@@ -169,7 +139,7 @@ TEST_F(RealWindow, ShowsThePictureAtEveryDepth) {
   EXPECT_TRUE(host->fatals.empty());
 }
 
-TEST_F(RealWindow, PartialDumpsReachTheWindow) {
+TEST_P(RealWindow, PartialDumpsReachTheWindow) {
   ASSERT_EQ(host->call(ORB_mode_set, 160, 120, 8), 1);
   draw_ground_picture();
   *host->global("dump_type") = 0;
@@ -179,7 +149,7 @@ TEST_F(RealWindow, PartialDumpsReachTheWindow) {
   expect_window([](int x, int y) { return meant(pattern(x, y)); }, slack());
 }
 
-TEST_F(RealWindow, PaletteChangesAndFadesReachAnEightBitWindow) {
+TEST_P(RealWindow, PaletteChangesAndFadesReachAnEightBitWindow) {
   ASSERT_EQ(host->call(ORB_mode_set, 160, 120, 8), 1);
   draw_ground_picture();
   *host->global("dump_type") = 0;
@@ -192,7 +162,7 @@ TEST_F(RealWindow, PaletteChangesAndFadesReachAnEightBitWindow) {
   expect_window([](int, int) { return colour{0, 0, 0}; }, slack());
 }
 
-TEST_F(RealWindow, FullScreenEndsInTheModeBeforeOrInOneWithRoom) {
+TEST_P(RealWindow, FullScreenEndsInTheModeBeforeOrInOneWithRoom) {
   ASSERT_EQ(host->call(ORB_mode_set, 200, 150, 32), 1);
   const int32_t opened = host->call(ORB_mode_set, 300, 180, 32, 2);
   if (opened == 1) {
@@ -218,5 +188,102 @@ TEST_F(RealWindow, FullScreenEndsInTheModeBeforeOrInOneWithRoom) {
     EXPECT_EQ(sdl_w, 200);
   }
 }
+
+TEST_P(RealWindow, FiltersReachTheWindow) {
+  const auto darkened = [](colour c) { return colour{c.r / 2, c.g / 2, c.b / 2}; };
+  for (const int32_t bpp : {8, 16, 32}) {
+    if (depth_ == 8 && bpp != 8) continue;
+    SCOPED_TRACE(std::to_string(bpp) + " bits");
+    ASSERT_EQ(host->call(ORB_mode_set, 101, 75, bpp, 0, 1, 0), 1); // 2x
+    draw_ground_picture();
+    expect_window([](int x, int y) { return meant(pattern(x / 2, y / 2)); }, slack());
+    ASSERT_EQ(host->call(ORB_mode_set_filter, 1, 1 | 32), 1); // and 50 % scan lines
+    ORB_mod_graphics2D_frame();
+    const auto lined = [&](int x, int y) {
+      const colour c = meant(pattern(x / 2, y / 2));
+      return y % 2 == 0 ? c : bpp == 8 ? colour{0, 0, 0} : darkened(c);
+    };
+    expect_window(lined, slack());
+    ASSERT_EQ(host->call(ORB_mode_set_filter, 0, 0), 1);
+    ASSERT_EQ(host->call(ORB_virtualresolution_set, 303, 200, 1, 1), 1); // 269 x 200 in the middle
+    draw_ground_picture();
+    const auto stretched = [](int x, int y) {
+      const bool inside = x >= 17 && x < 17 + 269;
+      return inside ? meant(pattern((x - 17) * 75 / 200, y * 75 / 200)) : colour{0, 0, 0};
+    };
+    expect_window(stretched, slack());
+    ASSERT_EQ(host->call(ORB_virtualresolution_set, 0, 0, 0, 1), 1);
+  }
+}
+
+struct SmallScreen : RealWindow {
+  /// The depth at which the display lists full screens.
+  int32_t listed_depth() const { return depth_ == 24 ? 32 : depth_; }
+};
+
+TEST_P(SmallScreen, FullScreensHaveBordersOrFillIt) {
+  const int32_t bpp = listed_depth();
+  ASSERT_EQ(host->call(ORB_mode_exists, 640, 480, bpp), 1);
+  ASSERT_EQ(host->call(ORB_mode_exists, 320, 200, bpp), 0);
+  ASSERT_EQ(host->call(ORB_mode_set, 320, 200, bpp, 2 | 2048), 1);
+  EXPECT_EQ(emulated_mode, 1);
+  EXPECT_EQ(emulated_w, 640);
+  EXPECT_EQ(emulated_h, 480);
+  EXPECT_EQ(mode_x, 160);
+  EXPECT_EQ(mode_y, 140);
+  EXPECT_EQ(mode.bufferbehaviour, 1024) << "a picture with borders can't be flipped";
+  draw_ground_picture();
+  const auto bordered = [](int x, int y) {
+    const int px = x - 160, py = y - 140;
+    const bool inside = px >= 0 && py >= 0 && px < 320 && py < 200;
+    return inside ? meant(pattern(px, py)) : colour{0, 0, 0};
+  };
+  expect_window(bordered, slack());
+
+  // 2x makes it fit: no emulation but by its height.
+  ASSERT_EQ(host->call(ORB_mode_set_filter, 1), 1);
+  EXPECT_EQ(mode_x, 0);
+  EXPECT_EQ(mode_y, 40);
+  ORB_mod_graphics2D_frame();
+  expect_window(
+      [](int x, int y) {
+        const int py = (y - 40) >> 1;
+        return py >= 0 && py < 200 ? meant(pattern(x / 2, py)) : colour{0, 0, 0};
+      },
+      slack());
+
+  ASSERT_EQ(host->call(ORB_mode_set, 640, 480, bpp, 2048, 0, 0, 0), 1);
+  EXPECT_EQ(emulated_mode, 0);
+  EXPECT_EQ(mode_bufferflipping, 1);
+  draw_ground_picture();
+  expect_window([](int x, int y) { return meant(pattern(x, y)); }, slack());
+
+  // Back to a window by a change that keeps the picture.
+  ASSERT_EQ(host->call(ORB_mode_change, 1), 1);
+  EXPECT_EQ(sdl_fullscreen, 0);
+  ORB_mod_graphics2D_frame();
+  expect_window([](int x, int y) { return meant(pattern(x, y)); }, slack());
+  EXPECT_TRUE(host->fatals.empty());
+}
+
+TEST_P(SmallScreen, WhatItHasNoModeForIsRefused) {
+  ASSERT_EQ(host->call(ORB_mode_set, 200, 150, listed_depth(), 1), 1);
+  const int32_t other = listed_depth() == 16 ? 32 : 16;
+  EXPECT_EQ(host->call(ORB_mode_exists, 640, 480, other), 0);
+  EXPECT_EQ(host->call(ORB_mode_set, 200, 150, other, 2), 0);
+  EXPECT_EQ(host->call(ORB_mode_set, 641, 480, listed_depth(), 2), 0) << "too large";
+  EXPECT_EQ(mode.bpp, listed_depth());
+  EXPECT_EQ(mode.type, 1);
+  draw_ground_picture();
+  expect_window([](int x, int y) { return meant(pattern(x, y)); }, slack());
+}
+
+INSTANTIATE_TEST_SUITE_P(Given, RealWindow, testing::Values(""));
+const auto small_screens = testing::Values("640x480x8", "640x480x16", "640x480x24");
+const auto screen_name = [](const testing::TestParamInfo<const char *> &screen) {
+  return "Of" + std::string(strrchr(screen.param, 'x') + 1) + "Bits";
+};
+INSTANTIATE_TEST_SUITE_P(Small, RealWindow, small_screens, screen_name);
+INSTANTIATE_TEST_SUITE_P(Small, SmallScreen, small_screens, screen_name);
 
 } // namespace
