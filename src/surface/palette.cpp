@@ -18,13 +18,21 @@ constexpr uint32_t magnitude(int32_t value) {
   return value < 0 ? 0u - uint32_t(value) : uint32_t(value);
 }
 
+/// Over the components without their lowest bits.
+template <int32_t dropped_bits> uint32_t checksum(const __ORBPalette2D__ *of) {
+  uint32_t crc = 0;
+  for (const auto [r, g, b] : of->colours)
+    crc = (((crc + (r >> dropped_bits)) * 2 + (g >> dropped_bits)) * 2 + (b >> dropped_bits)) * 2;
+  return crc;
+}
+
+} // namespace
+
 void mark_palette_changed() {
   palette_update = 1;
   fake_ghost_table = 1;
   force_sys_fnt = 1;
 }
-
-} // namespace
 
 int32_t set_color(uint8_t index, int32_t r, int32_t g, int32_t b) {
   if (!palette) return 1;
@@ -111,10 +119,11 @@ void load_default_palette(__ORBPalette2D__ *out) {
 // ---- Exchange ----------------------------------------------------------------------------------
 
 uint32_t palette_checksum(const __ORBPalette2D__ *of) {
-  uint32_t crc = 0;
-  for (const orb_rgb &entry : of->colours)
-    crc = (((crc + entry.r) * 2 + entry.g) * 2 + entry.b) * 2;
-  return crc;
+  return checksum<0>(of);
+}
+
+uint32_t palette_checksum_6bits(const __ORBPalette2D__ *of) {
+  return checksum<2>(of);
 }
 
 int32_t copy_palette(__ORBPalette2D__ *to, const __ORBPalette2D__ *from) {

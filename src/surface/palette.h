@@ -50,6 +50,8 @@ int32_t find_color(int32_t r, int32_t g, int32_t b);
 /// The same search for components on the 0..255 scale, in any palette.
 uint8_t find_nearest(const __ORBPalette2D__ *in, int32_t r, int32_t g, int32_t b);
 
+/// To call after every change of the palette: marks it, the ghost table and the font as changed.
+void mark_palette_changed();
 /// Rebuilds table_color8to16 and table_color8to32; null or missing tables are skipped.
 void update_depth_tables(const __ORBPalette2D__ *from);
 /// Finds system_colors anew; all 0 without a palette.
@@ -79,8 +81,11 @@ void update_ghost_table();
 /// falls back to when it has no memory for its cube, and gives the same table. Needs the table.
 void make_ghost_slow(const __ORBPalette2D__ *of);
 
-/// Checksum by which palettes are told apart.
+/// Checksum by which palettes are told apart: over the components as they are for palettes of
+/// pictures and hosts, over their upper six bits, as stored, for those of the engine's own files.
+/// Different sums for the same colours do no harm: remapping such a graph changes no pixel.
 uint32_t palette_checksum(const __ORBPalette2D__ *of);
+uint32_t palette_checksum_6bits(const __ORBPalette2D__ *of);
 /// Makes the table that remaps indices of `source` to the nearest colours of the palette in force:
 /// 0 stays 0, an entry with the same colour in both keeps its index. 1, or 0 without a palette.
 int32_t init_force_palette(const __ORBPalette2D__ *source);
