@@ -49,12 +49,12 @@ int32_t read_picture_palette(const char *filename, palette_in_file *out) {
 
 } // namespace
 
-stored_palette store_palette(const __ORBPalette2D__ &palette) {
+stored_palette store_palette(const __ORBPalette2D__ &from) {
   stored_palette out{};
   for (int32_t i = 0; i < 256; i++) {
-    const orb_rgb &from = palette.colours[i];
-    const uint8_t components[3] = {uint8_t(from.r >> 2), uint8_t(from.g >> 2),
-                                   uint8_t(from.b >> 2)};
+    const orb_rgb &colour = from.colours[i];
+    const uint8_t components[3] = {uint8_t(colour.r >> 2), uint8_t(colour.g >> 2),
+                                   uint8_t(colour.b >> 2)};
     memcpy(out.colours[i], components, sizeof components);
   }
   for (int32_t i = 0; i < 16; i++) {
@@ -89,11 +89,11 @@ int32_t read_palette_file(const char *filename, palette_in_file *out) {
   return 1;
 }
 
-int32_t write_palette_file(const char *filename, const __ORBPalette2D__ &palette) {
+int32_t write_palette_file(const char *filename, const __ORBPalette2D__ &of) {
   void *file = rt_file_open(filename, ORB_OPEN_WRITE, nullptr);
   if (!file) return 0;
   uint8_t bytes[palette_file_size];
-  const stored_palette stored = store_palette(palette);
+  const stored_palette stored = store_palette(of);
   memcpy(bytes, palette_file_header, header_size);
   memcpy(bytes + header_size, &stored, sizeof stored);
   const int32_t written = rt_file_write(bytes, sizeof bytes, 0, file);

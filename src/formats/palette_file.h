@@ -13,7 +13,7 @@ struct stored_palette {
 static_assert(sizeof(stored_palette) == 768 + 576);
 
 /// The palette with its components shifted right by 2, and sixteen ranges of sixteen colours.
-stored_palette store_palette(const __ORBPalette2D__ &palette);
+stored_palette store_palette(const __ORBPalette2D__ &from);
 /// The components shifted left by 2. Bits that a 6-bit component can't have are dropped.
 __ORBPalette2D__ restore_palette(const uint8_t (&colours)[256][3]);
 
@@ -28,5 +28,5 @@ struct palette_in_file {
 /// aren't looked into. Leaves the readers' globals reset. 1, or 0 when there is no such file or no
 /// palette in it.
 int32_t read_palette_file(const char *filename, palette_in_file *out);
-/// Writes `palette` as a palette file; 1, or 0 when it can't be written whole.
-int32_t write_palette_file(const char *filename, const __ORBPalette2D__ &palette);
+/// Writes a palette as a palette file; 1, or 0 when it can't be written whole.
+int32_t write_palette_file(const char *filename, const __ORBPalette2D__ &of);
