@@ -161,8 +161,9 @@ TEST_F(Mode, VirtualResolutionIsAppliedNowOrWithTheNextChange) {
   VID_DrawFrame();
   EXPECT_EQ(pixel_of_display(32, 50), 0u);
   EXPECT_EQ(pixel_of_display(33, 50) & 0xFFFFFF, 0x123456u);
-  EXPECT_EQ(pixel_of_display(165, 99) & 0xFFFFFF, 0x123456u);
-  EXPECT_EQ(pixel_of_display(166, 0), 0u);
+  // The last column is a part of one: 133 1/3 of them show the screen.
+  EXPECT_EQ(pixel_of_display(166, 99) & 0xFFFFFF, 0x123456u);
+  EXPECT_EQ(pixel_of_display(167, 0), 0u);
 
   // Another size that waits to be applied; what is shown goes on.
   EXPECT_EQ(virtual_to(700, 700, 0, 0), 1);
@@ -177,7 +178,9 @@ TEST_F(Mode, VirtualResolutionIsAppliedNowOrWithTheNextChange) {
   EXPECT_EQ(sdl_w, 128);
   EXPECT_EQ(virtual_buffer_w, nullptr);
   EXPECT_EQ(host.call(ORB_virtualresolution_is_emulated), 0);
-  expect_presented();
+  ORBGI2D_BlitFill(screen, 0x654321, 0);
+  VID_DrawFrame();
+  EXPECT_EQ(pixel_of_display(127, 95) & 0xFFFFFF, 0x654321u);
   EXPECT_EQ(host.call(ORB_mode_set_filter, 0), 1);
   expect_presented();
   EXPECT_TRUE(host.fatals.empty());

@@ -1,5 +1,5 @@
-// Plain presentation of every depth pair against a pixel-by-pixel reference, at odd sizes, with
-// row padding and guard bytes on the display's side.
+// Every presentation of every depth pair against a pixel-by-pixel reference, with both instruction
+// sets, at odd sizes, with row padding and guard bytes on the display's side.
 #include <algorithm>
 #include <cstring>
 #include <random>
@@ -8,12 +8,14 @@
 
 #include <gtest/gtest.h>
 
+#include "blit/span.h"
 #include "fake_runtime.h"
 #include "frame/frame.h"
 #include "surface/palette.h"
 #include "surface/surface.h"
 #include "video/fades.h"
 #include "video/presentation.h"
+#include "video/rows.h"
 #include "video/video.h"
 
 namespace {
@@ -48,19 +50,16 @@ struct picture {
   }
 };
 
-struct depth_pair {
-  int32_t from, to;
-};
-constexpr depth_pair pairs[] = {{8, 8}, {8, 16}, {8, 32}, {16, 16}, {16, 32}, {32, 32}};
-
 struct Present : testing::Test {
   fake_runtime host;
   __ORBPalette2D__ colours;
   std::mt19937 random{20240607};
+  static constexpr uint32_t few_colours[4] = {0xFF000007, 0x00000007, 0x7F3FE709, 0xFFFFFFFF};
 
   Present() {
     for (orb_rgb &c : colours.colours)
       c = {uint8_t(random()), uint8_t(random()), uint8_t(random())};
+    colours.colours[9] = colours.colours[7];
     create_depth_tables();
     update_depth_tables(&colours);
     filter_scale = filter_scanline_percent = virtual_resolution = 0;
@@ -68,6 +67,11 @@ struct Present : testing::Test {
     num_framezones = 0;
   }
   ~Present() override {
+    mask_instruction_sets(instruction_set::avx2);
+    delete_virtual_resolution();
+    virtual_resolution = virtual_resolution_w = virtual_resolution_h = 0;
+    virtual_resolution_aspectratio = mode_bufferflipping = 0;
+    filter_scale = filter_scanline_percent = 0;
     screen = buffer = nullptr;
     mode = {};
     delete_depth_tables();
@@ -86,10 +90,86 @@ struct Present : testing::Test {
     return c.r * 65536u + c.g * 256u + c.b;
   }
 
+  /// Noise, or a few colours that meet each other often. Two of the palette's look alike.
   void fill_randomly(picture &p) {
+    const bool few = random() % 2;
     for (uint32_t y = 0; y < p.surface.height; ++y)
       for (uint32_t x = 0; x < p.surface.width; ++x)
-        p.put(x, y, uint32_t(random()));
+        p.put(x, y, few ? few_colours[random() % 4] : uint32_t(random()));
+  }
+
+  /// What a display pixel is when a row has lost part of its light: each component its quarter, its
+  /// half, or all but a quarter.
+  static uint32_t darkened(uint32_t pixel, int32_t depth, int32_t lines) {
+    const auto dark = [&](uint32_t c) {
+      const uint32_t results[] = {c, c - c / 4, c / 2, c / 4, 0};
+      return results[lines];
+    };
+    if (lines == 0) return pixel;
+    if (depth == 16)
+      return dark(pixel / 2048) * 2048 + dark(pixel / 32 % 64) * 32 + dark(pixel % 32);
+    return dark(pixel >> 16 & 255) << 16 | dark(pixel >> 8 & 255) << 8 | dark(pixel & 255);
+  }
+
+  /// One of the four pixels that Scale2x makes of (x, y).
+  static uint32_t scale2x(const picture &from, uint32_t x, uint32_t y, bool right, bool lower) {
+    const uint32_t e = from.get(x, y);
+    const uint32_t b = y > 0 ? from.get(x, y - 1) : e, d = x > 0 ? from.get(x - 1, y) : e;
+    const uint32_t f = x + 1 < from.surface.width ? from.get(x + 1, y) : e;
+    const uint32_t h = y + 1 < from.surface.height ? from.get(x, y + 1) : e;
+    if (b == h || d == f) return e;
+    const uint32_t beside = right ? f : d, over = lower ? h : b;
+    return beside == over ? beside : e;
+  }
+
+  /// Draws on `to` what the filters in force must show of `from`, pixel by pixel.
+  void draw_reference(const picture &from, picture &to, depth_pair pair, bool clears) const {
+    int32_t lines = filter_scanline_percent;
+    if (pair.from == 8 && lines > 0) lines = 4;
+    const uint32_t scale = filter_scale ? 2 : 1;
+    const uint32_t shown_w = std::min(from.surface.width, to.surface.width / scale) * scale;
+    const uint32_t shown_h = std::min(from.surface.height, to.surface.height / scale) * scale;
+    for (uint32_t y = 0; y < to.surface.height; ++y)
+      for (uint32_t x = 0; x < to.surface.width; ++x) {
+        if (lines == 4 && clears) to.put(x, y, 0);
+        if (x >= shown_w || y >= shown_h || (lines == 4 && y % 2 == 1)) continue;
+        const uint32_t pixel = filter_scale == 2 ? scale2x(from, x / 2, y / 2, x % 2, y % 2)
+                                                 : from.get(x / scale, y / scale);
+        to.put(x, y, darkened(converted(pixel, pair), pair.to, y % 2 ? lines : 0));
+      }
+  }
+
+  /// Calls with(pair) for every depth pair and filter, with both instruction sets where the CPU has
+  /// them.
+  template <typename F> void each_filter(F &&with) {
+    for (const auto isa : {instruction_set::sse2, instruction_set::avx2}) {
+      mask_instruction_sets(isa);
+      for (const depth_pair pair : depth_pairs)
+        for (filter_scale = 0; filter_scale < 3; ++filter_scale)
+          for (filter_scanline_percent = 0; filter_scanline_percent < 5;
+               ++filter_scanline_percent) {
+            SCOPED_TRACE(std::to_string(pair.from) + "->" + std::to_string(pair.to) + " scale " +
+                         std::to_string(filter_scale) + " lines " +
+                         std::to_string(filter_scanline_percent) + " set " +
+                         std::to_string(int(isa)));
+            with(pair);
+            if (HasFatalFailure()) return;
+          }
+    }
+  }
+
+  /// One complete presentation, compared with the reference.
+  void check(picture &from, picture &to, depth_pair pair) {
+    fill_randomly(from);
+    picture expected = to;
+    draw_reference(from, expected, pair, true);
+    use(from, to);
+    filter_status = filter_status_stale;
+    draw_screen(1);
+    ASSERT_EQ(to.memory, expected.memory) << from.surface.width << "x" << from.surface.height
+                                          << " on " << to.surface.width << "x" << to.surface.height;
+    ASSERT_EQ(scr_pitch, int32_t(from.surface.width));
+    ASSERT_EQ(buf_pitch, int32_t(to.surface.pitch) / (pair.to / 8));
   }
 
   void use(picture &from, picture &to) {
@@ -102,28 +182,160 @@ struct Present : testing::Test {
   }
 };
 
-TEST_F(Present, CompleteCopyOfEveryPairAtOddSizes) {
-  for (const depth_pair pair : pairs)
-    for (uint32_t width = 1; width <= 67; ++width) {
-      const uint32_t height = 1 + width % 5;
-      SCOPED_TRACE(std::to_string(pair.from) + "->" + std::to_string(pair.to) + " width " +
-                   std::to_string(width));
+TEST_F(Present, EveryFilterOfEveryPairAtOddSizes) {
+  each_filter([&](depth_pair pair) {
+    const uint32_t scale = filter_scale ? 2 : 1;
+    const auto at_size = [&](uint32_t width, uint32_t height, uint32_t padding) {
       picture from(width, height, pair.from, 0);
-      picture to(width, height, pair.to, width % 4 * 4);
-      fill_randomly(from);
-      picture expected = to;
-      for (uint32_t y = 0; y < height; ++y)
-        for (uint32_t x = 0; x < width; ++x)
-          expected.put(x, y, converted(from.get(x, y), pair));
-      use(from, to);
-      draw_screen(1);
-      ASSERT_EQ(to.memory, expected.memory);
-      ASSERT_EQ(filter_status, 0);
+      picture to(width * scale, height * scale, pair.to, padding);
+      check(from, to, pair);
+    };
+    for (uint32_t width = 1; width <= 67; ++width) {
+      at_size(width, 1 + random() % 6, width % 4 * 4);
+      if (HasFatalFailure()) return;
     }
+    at_size(2100, 3, 8); // more than what is converted at a time
+    at_size(320, 200, 0);
+  });
+}
+
+TEST_F(Present, SurfacesOfUnequalSizesShareOnlyTheirCommonPart) {
+  each_filter([&](depth_pair pair) {
+    for (int round = 0; round < 12; ++round) {
+      picture from(1 + random() % 40, 1 + random() % 10, pair.from, 0);
+      picture to(1 + random() % 80, 1 + random() % 20, pair.to, random() % 2 * 4);
+      check(from, to, pair);
+      if (HasFatalFailure()) return;
+    }
+  });
+}
+
+TEST_F(Present, SurfacesOfAnotherDepthAreLeftAlone) {
+  each_filter([&](depth_pair pair) {
+    picture from(9, 6, pair.from, 0), to(18, 12, pair.to, 4);
+    use(from, to);
+    for (const auto &[screen_depth, display_depth] :
+         {depth_pair{pair.from == 8 ? 16 : 8, pair.to}, depth_pair{pair.from, 24}}) {
+      from.surface.depth = screen_depth;
+      to.surface.depth = display_depth;
+      const picture before = to;
+      filter_status = filter_status_stale;
+      draw_screen(1);
+      ASSERT_EQ(to.memory, before.memory);
+    }
+  });
+}
+
+TEST_F(Present, AVirtualResolutionShowsWhatItsTablesSay) {
+  virtual_resolution = 1;
+  filter_scanline_percent = 3; // means nothing here
+  for (const auto isa : {instruction_set::sse2, instruction_set::avx2})
+    for (const depth_pair pair : depth_pairs)
+      for (int round = 0; round < 60; ++round) {
+        mask_instruction_sets(isa);
+        const bool wide = round == 0;
+        const auto width = int32_t(1 + random() % 50), height = int32_t(1 + random() % 20);
+        virtual_resolution_w = int32_t(wide ? 2500 : 1 + random() % 90);
+        virtual_resolution_h = int32_t(1 + random() % 40);
+        virtual_resolution_aspectratio = round % 3 == 0;
+        ASSERT_EQ(make_virtual_resolution(width, height), 1);
+        if (round % 4 == 3) virtual_buffer_w[virtual_resolution_w / 2] = -1;
+        // What is asked for next is no business of the tables.
+        const int32_t columns = virtual_resolution_w, rows = virtual_resolution_h;
+        virtual_resolution_w = int32_t(1 + random() % 100);
+        picture from(uint32_t(width), uint32_t(height), pair.from, 0);
+        // The display is mostly what was asked for.
+        const uint32_t display_w = uint32_t(round % 5 == 4 ? 1 + int32_t(random() % 90) : columns);
+        picture to(display_w, uint32_t(rows), pair.to, random() % 2 * 4);
+        fill_randomly(from);
+        picture expected = to;
+        for (int32_t y = 0; y < rows; ++y)
+          for (int32_t x = 0; x < std::min(columns, int32_t(display_w)); ++x) {
+            const int32_t offset = virtual_buffer_h[y], column = virtual_buffer_w[x];
+            if (offset < 0 || column < 0) continue;
+            const uint32_t pixel = from.get(uint32_t(column), uint32_t(offset / width));
+            expected.put(uint32_t(x), uint32_t(y), converted(pixel, pair));
+          }
+        use(from, to);
+        draw_screen(0);
+        ASSERT_EQ(to.memory, expected.memory)
+            << pair.from << "->" << pair.to << " round " << round << " set " << int(isa);
+        EXPECT_EQ(filter_status, 15);
+
+        // Another screen than the tables were made for.
+        picture narrower(uint32_t(width) + 1, uint32_t(height), pair.from, 0);
+        screen = &narrower.surface;
+        draw_screen(1);
+        ASSERT_EQ(to.memory, expected.memory);
+      }
+}
+
+TEST_F(Present, Scale2xRoundsStepsAndKeepsLines) {
+  filter_scale = 2;
+  const char *const drawn[] = {
+      ".#...", // a line one pixel wide, and a diagonal
+      ".#..#", //
+      ".#.#.",
+  };
+  const char *const shown[] = {
+      "..##......", "..##......", "..##....##", "..##...###", "..##..###.", "..##..##..",
+  };
+  picture from(5, 3, 16, 0), to(10, 6, 16, 0);
+  for (uint32_t y = 0; y < 3; ++y)
+    for (uint32_t x = 0; x < 5; ++x)
+      from.put(x, y, drawn[y][x] == '#' ? 0xFFFF : 0);
+  use(from, to);
+  draw_screen(1);
+  for (uint32_t y = 0; y < 6; ++y) {
+    std::string row;
+    for (uint32_t x = 0; x < 10; ++x)
+      row += to.get(x, y) ? '#' : '.';
+    EXPECT_EQ(row, shown[y]) << y;
+  }
+}
+
+TEST_F(Present, DarkenedWhite) {
+  picture from(1, 2, 16, 0), to(1, 2, 16, 0);
+  from.put(0, 1, 0xFFFF);
+  const uint32_t expected[] = {0xFFFF, 0xC618, 0x7BEF, 0x39E7, 0};
+  for (filter_scanline_percent = 0; filter_scanline_percent < 5; ++filter_scanline_percent) {
+    use(from, to);
+    draw_screen(1);
+    EXPECT_EQ(to.get(0, 1), expected[filter_scanline_percent]);
+    EXPECT_EQ(filter_status, filter_scanline_percent);
+  }
+}
+
+TEST_F(Present, BlackLinesAreClearedWhenSomethingElseWasShown) {
+  each_filter([&](depth_pair pair) {
+    const bool black = filter_scanline_percent == 4 || (pair.from == 8 && filter_scanline_percent);
+    const int32_t number = 5 * filter_scale + (black ? 4 : filter_scanline_percent);
+    const uint32_t scale = filter_scale ? 2 : 1;
+    picture from(6, 4, pair.from, 0), to(6 * scale, 4 * scale, pair.to, 4);
+    fill_randomly(from);
+    use(from, to);
+    const auto agrees = [&](bool clears) {
+      fill_randomly(to);
+      picture expected = to;
+      draw_reference(from, expected, pair, clears);
+      draw_screen(1);
+      EXPECT_EQ(filter_status, number);
+      return to.memory == expected.memory;
+    };
+    for (const int32_t before : {filter_status_stale, 0, 1, 10, 15}) {
+      if (before == number) continue;
+      filter_status = before;
+      EXPECT_TRUE(agrees(true)) << before;
+      EXPECT_TRUE(agrees(false)) << "once is enough, after " << before;
+    }
+    mode_bufferflipping = 1;
+    EXPECT_TRUE(agrees(true)) << "the other page";
+    mode_bufferflipping = 0;
+  });
 }
 
 TEST_F(Present, ZonesCopyThemselvesAndNothingElse) {
-  for (const depth_pair pair : pairs)
+  for (const depth_pair pair : depth_pairs)
     for (int round = 0; round < 60; ++round) {
       const uint32_t width = 1 + random() % 90, height = 1 + random() % 40;
       picture from(width, height, pair.from, 0);
@@ -180,18 +392,6 @@ TEST_F(Present, PartialCopiesBecomeCompleteWhenTheDisplayIsOutOfDate) {
     draw_screen(0);
     EXPECT_TRUE(differs()) << "complete once only, status " << status;
   }
-}
-
-TEST_F(Present, DisplayAndScreenOfUnequalSizesShareOnlyTheirCommonPart) {
-  picture from(20, 10, 32, 0), to(13, 17, 32, 8);
-  fill_randomly(from);
-  picture expected = to;
-  for (uint32_t y = 0; y < 10; ++y)
-    for (uint32_t x = 0; x < 13; ++x)
-      expected.put(x, y, from.get(x, y));
-  use(from, to);
-  draw_screen(1);
-  EXPECT_EQ(to.memory, expected.memory);
 }
 
 TEST_F(Present, PairsThatCantBePresentedAreReportedAndKeepTheRoutine) {

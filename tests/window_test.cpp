@@ -205,11 +205,11 @@ TEST_P(RealWindow, FiltersReachTheWindow) {
     };
     expect_window(lined, slack());
     ASSERT_EQ(host->call(ORB_mode_set_filter, 0, 0), 1);
-    ASSERT_EQ(host->call(ORB_virtualresolution_set, 303, 200, 1, 1), 1); // 269 x 200 in the middle
+    ASSERT_EQ(host->call(ORB_virtualresolution_set, 303, 200, 1, 1), 1); // 269 1/3 x 200 in the middle
     draw_ground_picture();
     const auto stretched = [](int x, int y) {
-      const bool inside = x >= 17 && x < 17 + 269;
-      return inside ? meant(pattern((x - 17) * 75 / 200, y * 75 / 200)) : colour{0, 0, 0};
+      const bool inside = x >= 16 && x < 16 + 270;
+      return inside ? meant(pattern((x - 16) * 75 / 200, y * 75 / 200)) : colour{0, 0, 0};
     };
     expect_window(stretched, slack());
     ASSERT_EQ(host->call(ORB_virtualresolution_set, 0, 0, 0, 1), 1);

@@ -4,6 +4,7 @@
 
 #include "surface/palette.h"
 #include "surface/surface.h"
+#include "video/rows.h"
 #include "video/video.h"
 
 namespace {
@@ -44,21 +45,45 @@ constexpr int32_t fade_component(int32_t c, int32_t position, int32_t full) {
   return position <= 100 ? c * position / 100 : c + (full - c) * (position - 100) / 100;
 }
 
-/// A 5- or 6-bit field: faded as the 8-bit component in the middle of what the field stands for,
-/// so that 100 keeps every value.
-template <int32_t bits> constexpr uint16_t fade_field(int32_t v, int32_t position) {
-  constexpr int32_t step = 1 << (8 - bits); // 8-bit levels per field value
-  const int32_t c = step * v + step - 1;
-  if (position <= 100) return uint16_t(c * position / (100 * step));
-  return uint16_t((c + (256 - step - step * v) * (position - 100) / 100) / step);
+/// The same as the row routines compute it: a product whose upper half is the quotient. `factor` is
+/// the percentage as a fraction of 32768, rounded up; for components the error stays below the
+/// hundredth that would be needed to reach the next whole number.
+constexpr uint16_t fade_factor(int32_t percent) {
+  return uint16_t((percent * 32768 + 99) / 100);
+}
+
+constexpr void set_factors(fade_factors &by, int channel, int32_t position) {
+  const bool brighter = position > 100;
+  by.flip[channel] = by.keep[channel] = brighter ? 255 : 0;
+  by.factor[channel] = fade_factor(brighter ? position - 100 : position);
+}
+
+constexpr bool factors_are_exact() {
+  for (int32_t position = 0; position <= 200; ++position) {
+    fade_factors by{};
+    set_factors(by, 0, position);
+    for (int32_t c = 0; c < 256; ++c)
+      if (faded_component(uint32_t(c), by, 0) != uint32_t(fade_component(c, position, 255)))
+        return false;
+  }
+  return true;
+}
+static_assert(factors_are_exact());
+
+/// For the positions in force. The top byte of 32-bit pixels stays.
+fade_factors current_factors() {
+  fade_factors by{};
+  set_factors(by, 0, fade_pos.b);
+  set_factors(by, 1, fade_pos.g);
+  set_factors(by, 2, fade_pos.r);
+  by.keep[3] = 255;
+  return by;
 }
 
 /// Rewrites every screen pixel; the rows of a surface have no padding.
-template <typename Pixel, typename F> void recolour_screen(F &&faded) {
-  if (!screen || !screen->pixels) return;
-  Pixel *pixel = static_cast<Pixel *>(screen->pixels);
-  for (Pixel *const end = pixel + screen->pixel_count; pixel != end; ++pixel)
-    *pixel = Pixel(faded(*pixel));
+void recolour_screen(int32_t depth, fade_pixels *fade) {
+  if (screen && screen->pixels && screen->depth == depth)
+    fade(screen->pixels, screen->pixel_count, current_factors());
 }
 
 } // namespace
@@ -131,25 +156,9 @@ void do_fading_8bits(const __FadeFX__ *range) {
 }
 
 void do_fading_16bits(const __FadeFX__ *) {
-  uint16_t red[32], green[64], blue[32];
-  for (int32_t v = 0; v < 32; ++v) {
-    red[v] = uint16_t(fade_field<5>(v, fade_pos.r) << 11);
-    blue[v] = fade_field<5>(v, fade_pos.b);
-  }
-  for (int32_t v = 0; v < 64; ++v)
-    green[v] = uint16_t(fade_field<6>(v, fade_pos.g) << 5);
-  recolour_screen<uint16_t>(
-      [&](uint16_t p) { return red[p >> 11] | green[p >> 5 & 63] | blue[p & 31]; });
+  recolour_screen(16, row_kernels->fade16);
 }
 
 void do_fading_32bits(const __FadeFX__ *) {
-  uint32_t red[256], green[256], blue[256];
-  for (int32_t c = 0; c < 256; ++c) {
-    red[c] = uint32_t(fade_component(c, fade_pos.r, 255)) << 16;
-    green[c] = uint32_t(fade_component(c, fade_pos.g, 255)) << 8;
-    blue[c] = uint32_t(fade_component(c, fade_pos.b, 255));
-  }
-  recolour_screen<uint32_t>([&](uint32_t p) {
-    return (p & 0xFF000000) | red[p >> 16 & 255] | green[p >> 8 & 255] | blue[p & 255];
-  });
+  recolour_screen(32, row_kernels->fade32);
 }

@@ -1,132 +1,288 @@
 #include "video/presentation.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
+#include <utility>
 
+#include "blit/span.h"
 #include "frame/frame.h"
 #include "module/runtime.h"
 #include "surface/colour.h"
 #include "surface/palette.h"
 #include "surface/surface.h"
 #include "video/fades.h"
+#include "video/rows.h"
 #include "video/video.h"
 
-// One row of pixels, `count` of them, from the screen's format to the display's.
-
-static void convert_row_8to16(const uint8_t *from, uint16_t *to, int32_t count) {
-  const uint16_t *const table = table_color8to16;
-  for (int32_t i = 0; i < count; ++i)
-    to[i] = table[from[i]];
-}
-
-static void convert_row_8to32(const uint8_t *from, uint32_t *to, int32_t count) {
-  const uint32_t *const table = table_color8to32;
-  for (int32_t i = 0; i < count; ++i)
-    to[i] = table[from[i]];
-}
-
-static void convert_row_16to32(const uint16_t *from, uint32_t *to, int32_t count) {
-  const uint32_t *const table = table_color16to32;
-  for (int32_t i = 0; i < count; ++i)
-    to[i] = table[from[i]];
-}
+const row_routines *row_kernels = &rows_sse2;
 
 namespace {
 
-template <int depth> struct pixel_of_depth;
-template <> struct pixel_of_depth<8> { using type = uint8_t; };
-template <> struct pixel_of_depth<16> { using type = uint16_t; };
-template <> struct pixel_of_depth<32> { using type = uint32_t; };
-template <int depth> using pixel = typename pixel_of_depth<depth>::type;
+template <int depth> inline constexpr int pixel_bytes = depth / 8;
 
-template <int from_depth, int to_depth>
-void copy_row(const pixel<from_depth> *from, pixel<to_depth> *to, int32_t count) {
-  if constexpr (from_depth == to_depth)
-    memcpy(to, from, size_t(count) * sizeof *from);
-  else if constexpr (from_depth == 8 && to_depth == 16)
-    convert_row_8to16(from, to, count);
-  else if constexpr (from_depth == 8)
-    convert_row_8to32(from, to, count);
-  else
-    convert_row_16to32(from, to, count);
+/// -1 for a pair that can't be presented.
+constexpr int depth_group(int32_t from, int32_t to) {
+  for (int group = 0; group < depth_groups; ++group)
+    if (depth_pairs[group].from == from && depth_pairs[group].to == to) return group;
+  return -1;
 }
 
-/// The part of both surfaces that a presentation may touch. They are equal in size but for the
-/// moment when a mode change has failed half-way or the host has resized one.
-struct extent {
-  int32_t width, height;
+// ---- What all presentations share ---------------------------------------------------------------
+
+/// The way of one presentation: rows of the screen to rows of the display. All sizes are 0 when the
+/// surfaces are not what it was chosen for.
+struct passage {
+  const uint8_t *from;
+  uint8_t *to;
+  ptrdiff_t from_pitch, to_pitch; // bytes
+  int32_t width, height;          // of the screen, as much as has room at the display
+
+  const uint8_t *from_row(int32_t y) const { return from + y * from_pitch; }
+  uint8_t *to_row(int32_t y) const { return to + y * to_pitch; }
 };
 
-extent common_extent() {
-  return {int32_t(std::min(screen->width, buffer->width)),
-          int32_t(std::min(screen->height, buffer->height))};
+/// Notes the strides of both surfaces. The display has `scale` times the screen's size, but for the
+/// moment when a mode change has failed half-way or the host has resized one of them: then what
+/// both have is shown.
+template <int from_depth, int to_depth> passage open_passage(int32_t scale) {
+  if (!screen || !screen->pixels || screen->depth != from_depth) return {};
+  if (!buffer || !buffer->pixels || buffer->depth != to_depth) return {};
+  scr_pitch = int32_t(screen->pitch / pixel_bytes<from_depth>);
+  buf_pitch = int32_t(buffer->pitch / pixel_bytes<to_depth>);
+  return {static_cast<const uint8_t *>(screen->pixels),
+          static_cast<uint8_t *>(buffer->pixels),
+          ptrdiff_t(screen->pitch),
+          ptrdiff_t(buffer->pitch),
+          std::min(int32_t(screen->width), int32_t(buffer->width) / scale),
+          std::min(int32_t(screen->height), int32_t(buffer->height) / scale)};
 }
 
+/// One row, with or without its light.
+template <int from_depth, int to_depth, scanlines lines = scanlines::none>
+void translate(const void *from, void *to, int32_t count) {
+  if constexpr (from_depth == to_depth && lines == scanlines::none)
+    memcpy(to, from, size_t(count) * pixel_bytes<from_depth>);
+  else
+    row_kernels->translate[depth_group(from_depth, to_depth)][int(lines)](from, to, count);
+}
+
+/// What filter_status says of a filter. 8-bit pictures have one kind of scan lines, the black one.
+constexpr int32_t filter_number(int32_t scale, scanlines lines) {
+  return 5 * scale + int32_t(lines);
+}
+constexpr int32_t resolution_number = filter_number(3, scanlines::none);
+
+/// Before a filter writes: black rows are not written again with every frame, so they are cleared
+/// when something else was on the display. Of two pages nobody knows which one this is.
+template <int to_depth, scanlines lines> void enter_filter(const passage &way, int32_t number) {
+  if (lines == scanlines::black && way.to && (filter_status != number || mode_bufferflipping))
+    for (uint32_t y = 0; y < buffer->height; ++y)
+      memset(way.to_row(int32_t(y)), 0, size_t(buffer->width) * pixel_bytes<to_depth>);
+  filter_status = number;
+}
+
+/// Pixels that a stage between two steps holds; small enough to stay in the first-level cache.
+constexpr int32_t stage_pixels = 1024;
+
+// ---- One template per kind ----------------------------------------------------------------------
+
 template <int from_depth, int to_depth>
-void copy_box(int32_t x, int32_t y, int32_t width, int32_t height) {
-  const auto *from = static_cast<const pixel<from_depth> *>(screen->pixels) + y * scr_pitch + x;
-  auto *to = static_cast<pixel<to_depth> *>(buffer->pixels) + y * buf_pitch + x;
-  for (; height > 0; --height, from += scr_pitch, to += buf_pitch)
-    copy_row<from_depth, to_depth>(from, to, width);
+void copy_box(const passage &way, int32_t x, int32_t y, int32_t width, int32_t height) {
+  const uint8_t *from = way.from_row(y) + x * pixel_bytes<from_depth>;
+  uint8_t *to = way.to_row(y) + x * pixel_bytes<to_depth>;
+  // Rows that follow each other without a gap are one long row.
+  if (width * pixel_bytes<from_depth> == way.from_pitch &&
+      width * pixel_bytes<to_depth> == way.to_pitch) {
+    width *= height;
+    height = std::min(height, 1);
+  }
+  for (; height > 0; --height, from += way.from_pitch, to += way.to_pitch)
+    translate<from_depth, to_depth>(from, to, width);
 }
 
 /// The plain copy: the frame's zones where the rest of the display is up to date, else everything.
 template <int from_depth, int to_depth> void draw_screen_plain(int32_t type) {
-  scr_pitch = int32_t(screen->pitch / sizeof(pixel<from_depth>));
-  buf_pitch = int32_t(buffer->pitch / sizeof(pixel<to_depth>));
-  const extent whole = common_extent();
+  const passage way = open_passage<from_depth, to_depth>(1);
   if (type == 1 || complete_frame || fading_run || filter_status != 0) {
     filter_status = 0;
-    copy_box<from_depth, to_depth>(0, 0, whole.width, whole.height);
+    copy_box<from_depth, to_depth>(way, 0, 0, way.width, way.height);
     return;
   }
   for (int32_t i = num_framezones - 1; i >= 0; --i) {
     const orb_frame_zone &zone = framezones[i];
     const int32_t x0 = std::max(zone.x0, 0), y0 = std::max(zone.y0, 0);
-    const int32_t x1 = std::min(zone.x0 + zone.w, whole.width);
-    const int32_t y1 = std::min(zone.y0 + zone.h, whole.height);
-    if (x0 < x1) copy_box<from_depth, to_depth>(x0, y0, x1 - x0, y1 - y0);
+    const int32_t x1 = std::min(zone.x0 + zone.w, way.width);
+    const int32_t y1 = std::min(zone.y0 + zone.h, way.height);
+    if (x0 < x1) copy_box<from_depth, to_depth>(way, x0, y0, x1 - x0, y1 - y0);
   }
 }
 
-constexpr int depth_groups = 6;
-constexpr int scanline_kinds = 5; // none, 25 %, 50 %, 75 %, black
-constexpr int scale_kinds = 2;    // normal 2x, Scale2x
+template <int from_depth, int to_depth, scanlines lines> void draw_screen_scanline1x(int32_t) {
+  const passage way = open_passage<from_depth, to_depth>(1);
+  enter_filter<to_depth, lines>(way, filter_number(0, lines));
+  for (int32_t y = 0; y < way.height; ++y) {
+    if (y % 2 == 0)
+      translate<from_depth, to_depth>(way.from_row(y), way.to_row(y), way.width);
+    else if constexpr (lines != scanlines::black)
+      translate<from_depth, to_depth, lines>(way.from_row(y), way.to_row(y), way.width);
+  }
+}
 
-// The three tables of presentations. An empty entry is a filter that the module doesn't have yet:
-// filter_available says so, and mode_set refuses it.
+template <int from_depth, int to_depth, scanlines lines> void draw_screen_normal2x(int32_t) {
+  const passage way = open_passage<from_depth, to_depth>(2);
+  enter_filter<to_depth, lines>(way, filter_number(1, lines));
+  double_row *const doubled = row_kernels->doubled[depth_index(to_depth)][int(lines)];
+  for (int32_t y = 0; y < way.height; ++y) {
+    const uint8_t *const from = way.from_row(y);
+    uint8_t *const upper = way.to_row(2 * y), *const lower = way.to_row(2 * y + 1);
+    if constexpr (from_depth == to_depth) {
+      doubled(from, upper, lower, way.width);
+    } else {
+      alignas(32) uint8_t converted[stage_pixels * pixel_bytes<to_depth>];
+      for (int32_t x = 0; x < way.width; x += stage_pixels) {
+        const int32_t count = std::min(stage_pixels, way.width - x);
+        const ptrdiff_t at = ptrdiff_t(2) * x * pixel_bytes<to_depth>;
+        translate<from_depth, to_depth>(from + x * pixel_bytes<from_depth>, converted, count);
+        doubled(converted, upper + at, lower + at, count);
+      }
+    }
+  }
+}
+
+/// Pixels are compared as the screen has them; where the depth changes, what comes out is
+/// converted.
+template <int from_depth, int to_depth, scanlines lines> void draw_screen_scale2x(int32_t) {
+  const passage way = open_passage<from_depth, to_depth>(2);
+  enter_filter<to_depth, lines>(way, filter_number(2, lines));
+  constexpr bool converts = from_depth != to_depth;
+  constexpr scanlines lower_kind = converts && lines != scanlines::black ? scanlines::none : lines;
+  scale2x_row *const scaled = row_kernels->scale2x[depth_index(from_depth)][int(lower_kind)];
+  for (int32_t y = 0; y < way.height; ++y) {
+    const uint8_t *const row = way.from_row(y);
+    const row_with_neighbours rows = {y > 0 ? row - way.from_pitch : row, row,
+                                      y + 1 < int32_t(screen->height) ? row + way.from_pitch : row,
+                                      int32_t(screen->width)};
+    uint8_t *const upper = way.to_row(2 * y), *const lower = way.to_row(2 * y + 1);
+    if constexpr (!converts) {
+      scaled(rows, 0, way.width, upper, lower);
+    } else {
+      alignas(32) uint8_t stage[2][stage_pixels * pixel_bytes<from_depth>];
+      for (int32_t x = 0; x < way.width; x += stage_pixels / 2) {
+        const int32_t last = std::min(x + stage_pixels / 2, way.width);
+        const ptrdiff_t at = ptrdiff_t(2) * x * pixel_bytes<to_depth>;
+        scaled(rows, x, last, stage[0], stage[1]);
+        translate<from_depth, to_depth>(stage[0], upper + at, 2 * (last - x));
+        if constexpr (lines != scanlines::black)
+          translate<from_depth, to_depth, lines>(stage[1], lower + at, 2 * (last - x));
+      }
+    }
+  }
+}
+
+/// The columns first..last - 1 of all rows at a virtual resolution; all of them show a source
+/// column. Rows that show the same source row as the one above are copied from it.
+template <int from_depth, int to_depth>
+void draw_columns(const passage &way, int32_t first, int32_t last, int32_t rows) {
+  pick_columns *const picked = row_kernels->picked[depth_index(from_depth)];
+  for (int32_t y = 0; y < rows; ++y) {
+    const int32_t offset = virtual_buffer_h[y];
+    if (offset < 0) continue;
+    uint8_t *const to = way.to_row(y);
+    if (y > 0 && virtual_buffer_h[y - 1] == offset) {
+      const ptrdiff_t at = first * ptrdiff_t(pixel_bytes<to_depth>);
+      memcpy(to + at, to - way.to_pitch + at, size_t(last - first) * pixel_bytes<to_depth>);
+      continue;
+    }
+    const uint8_t *const from = way.from + ptrdiff_t(offset) * pixel_bytes<from_depth>;
+    if constexpr (from_depth == to_depth) {
+      picked(from, virtual_buffer_w + first, to + first * pixel_bytes<to_depth>, last - first);
+    } else {
+      alignas(32) uint8_t stage[stage_pixels * pixel_bytes<from_depth>];
+      for (int32_t x = first; x < last; x += stage_pixels) {
+        const int32_t count = std::min(stage_pixels, last - x);
+        picked(from, virtual_buffer_w + x, stage, count);
+        translate<from_depth, to_depth>(stage, to + x * pixel_bytes<to_depth>, count);
+      }
+    }
+  }
+}
+
+/// Entries of -1 in the tables are borders, which keep what the display holds.
+template <int from_depth, int to_depth> void draw_screen_resolution(int32_t) {
+  const passage way = open_passage<from_depth, to_depth>(1);
+  filter_status = resolution_number;
+  // Tables of another screen would lead outside this one.
+  if (!way.to || !virtual_buffer_w || !virtual_buffer_h) return;
+  if (virtual_tables.screen_width != int32_t(screen->width) ||
+      virtual_tables.screen_height != int32_t(screen->height))
+    return;
+  const int32_t columns = std::min(virtual_tables.columns, int32_t(buffer->width));
+  const int32_t rows = std::min(virtual_tables.rows, int32_t(buffer->height));
+  for (int32_t x = 0; x < columns;) {
+    const int32_t first = x;
+    while (x < columns && virtual_buffer_w[x] >= 0)
+      ++x;
+    if (first < x)
+      draw_columns<from_depth, to_depth>(way, first, x, rows);
+    else
+      ++x;
+  }
+}
+
+// ---- The tables ---------------------------------------------------------------------------------
+
+constexpr int scale_kinds = 2; // normal 2x, Scale2x
+
+template <int group, int scale, int index> constexpr present_routine *member() {
+  constexpr depth_pair depths = depth_pairs[group];
+  // QUIRK: the strengths would look more natural. Palette indices can't be darkened, so 8-bit
+  // pictures get black lines at all of them, even where the display has 16 or 32 bits; intended.
+  constexpr scanlines lines = depths.from == 8 && index > 0 ? scanlines::black : scanlines(index);
+  if constexpr (scale == 1)
+    return draw_screen_normal2x<depths.from, depths.to, lines>;
+  else if constexpr (scale == 2)
+    return draw_screen_scale2x<depths.from, depths.to, lines>;
+  else if constexpr (lines == scanlines::none)
+    return draw_screen_plain<depths.from, depths.to>;
+  else
+    return draw_screen_scanline1x<depths.from, depths.to, lines>;
+}
+
+template <int group, int index> constexpr present_routine *resolution_member() {
+  if constexpr (index == 0)
+    return draw_screen_resolution<depth_pairs[group].from, depth_pairs[group].to>;
+  else
+    return nullptr;
+}
+
+template <int size> struct present_table {
+  present_routine *entries[size];
+  constexpr present_routine *operator[](int i) const { return entries[i]; }
+};
+
+template <int... i>
+constexpr present_table<sizeof...(i)> unscaled(std::integer_sequence<int, i...>) {
+  return {{member<i / 5, 0, i % 5>()...}};
+}
+template <int... i> constexpr present_table<sizeof...(i)> scaled(std::integer_sequence<int, i...>) {
+  return {{member<i / 10, 1 + i / 5 % 2, i % 5>()...}};
+}
+template <int... i>
+constexpr present_table<sizeof...(i)> resampled(std::integer_sequence<int, i...>) {
+  return {{resolution_member<i / 5, i % 5>()...}};
+}
+template <int size> using indices = std::make_integer_sequence<int, size>;
 
 /// Without scaling, by [depth group][scan lines].
-constexpr present_routine *drawscreen[depth_groups * scanline_kinds] = {
-    draw_screen_plain<8, 8>,   nullptr, nullptr, nullptr, nullptr, //
-    draw_screen_plain<8, 16>,  nullptr, nullptr, nullptr, nullptr, //
-    draw_screen_plain<8, 32>,  nullptr, nullptr, nullptr, nullptr, //
-    draw_screen_plain<16, 16>, nullptr, nullptr, nullptr, nullptr, //
-    draw_screen_plain<16, 32>, nullptr, nullptr, nullptr, nullptr, //
-    draw_screen_plain<32, 32>, nullptr, nullptr, nullptr, nullptr,
-};
+constexpr auto drawscreen = unscaled(indices<depth_groups * scanline_kinds>{});
 /// Twice the size, by [depth group][scale kind][scan lines].
-constexpr present_routine *drawscreen_scale[depth_groups * scale_kinds * scanline_kinds] = {};
-/// At a virtual resolution, by [depth group][scan lines]; only index 0 is ever filled.
-constexpr present_routine *drawscreen_resolution[depth_groups * scanline_kinds] = {};
-
-/// -1 for a pair that can't be presented.
-int32_t depth_group(int32_t mode_depth, int32_t display_depth) {
-  switch (mode_depth) {
-  case 8: return display_depth == 8 ? 0 : display_depth == 16 ? 1 : display_depth == 32 ? 2 : -1;
-  case 16: return display_depth == 16 ? 3 : display_depth == 32 ? 4 : -1;
-  case 32: return display_depth == 32 ? 5 : -1;
-  default: return -1;
-  }
-}
+constexpr auto drawscreen_scale = scaled(indices<depth_groups * scale_kinds * scanline_kinds>{});
+/// At a virtual resolution, by [depth group][scan lines]; only index 0 is filled.
+constexpr auto drawscreen_resolution = resampled(indices<depth_groups * scanline_kinds>{});
 
 /// The special effect that the tables leave room for; there is none, whatever filter_fx says.
 constexpr int32_t presented_fx = 0;
-
-present_routine *table_entry(int32_t group, int32_t scale, int32_t scanline_index) {
-  if (scale == 0) return drawscreen[5 * group + 5 * presented_fx + scanline_index];
-  return drawscreen_scale[10 * group + 5 * (scale + presented_fx - 1) + scanline_index];
-}
 
 /// The depth that `screen_color` is packed for.
 int32_t screen_color_depth;
@@ -140,17 +296,13 @@ uint8_t screen_color_set;
 orb_rgb screen_color_rgb;
 
 present_routine *find_present_routine(int32_t mode_depth, int32_t display_depth) {
-  const int32_t group = depth_group(mode_depth, display_depth);
+  const int group = depth_group(mode_depth, display_depth);
   if (group < 0) return nullptr;
   // Scan lines mean nothing where the output rows are not the screen's.
   if (virtual_resolution) return drawscreen_resolution[5 * group + 5 * presented_fx];
-  return table_entry(group, filter_scale, filter_scanline_percent);
-}
-
-bool filter_available(int32_t scale, int32_t scanline_index) {
-  for (int32_t group = 0; group < depth_groups; ++group)
-    if (!table_entry(group, scale, scanline_index)) return false;
-  return true;
+  const int32_t lines = filter_scanline_percent;
+  if (filter_scale == 0) return drawscreen[5 * group + 5 * presented_fx + lines];
+  return drawscreen_scale[10 * group + 5 * (filter_scale + presented_fx - 1) + lines];
 }
 
 int32_t set_screen_routines() {
@@ -160,6 +312,7 @@ int32_t set_screen_routines() {
     return 0;
   }
   draw_screen = chosen;
+  row_kernels = cpu_has(instruction_set::avx2) ? &rows_avx2 : &rows_sse2;
   switch (mode.bpp) {
   case 8:
     clear_screen = screen_color_set ? clear_screen_color_8bits : clear_screen_8bits;

@@ -7,8 +7,9 @@
 using present_routine = void(int32_t type);
 /// The one that the mode and the filters ask for.
 extern present_routine *draw_screen;
-/// What the display holds: 0 a plain copy, else the number of the filter that wrote it. A nonzero
-/// status makes the next plain copy complete.
+/// What the display holds: 0 a plain copy, else the number of the filter that wrote it: 5 times the
+/// scale kind plus the scan-line index, or 15 for a virtual resolution. A nonzero status makes the
+/// next plain copy complete.
 extern int32_t filter_status;
 /// A filter_status for a display that holds nothing of ours: just opened, or its colours changed.
 inline constexpr int32_t filter_status_stale = -1;
@@ -18,10 +19,9 @@ extern int32_t scr_pitch, buf_pitch;
 /// The presentation for a mode depth, a display depth and the filters in force; null when there is
 /// none.
 present_routine *find_present_routine(int32_t mode_depth, int32_t display_depth);
-/// True when every depth pair has a presentation for this scale (0..2) and scan-line index (0..4).
-bool filter_available(int32_t scale, int32_t scanline_index);
 
-/// Chooses draw_screen, clear_screen and draw_ground for the depths in force. 0 when there is no
+/// Chooses draw_screen, clear_screen and draw_ground for the depths in force, and the row routines
+/// (video/rows.h) for the CPU. 0 when there is no
 /// routine for them (after a fatal report; the old routines stay).
 int32_t set_screen_routines();
 /// Re-packs the screen colour when the depth changed.

@@ -1,0 +1,339 @@
+// The bodies of the row routines (rows.h), for the files that compile them for one instruction set.
+// Everything is in an anonymous namespace, as in blit/lanes.h and for the same reason.
+#pragma once
+
+#include <utility>
+
+#include "blit/lanes.h"
+#include "surface/palette.h"
+#include "video/rows.h"
+
+namespace {
+
+template <int depth> struct word_of_depth;
+template <> struct word_of_depth<8> { using type = uint8_t; };
+template <> struct word_of_depth<16> { using type = uint16_t; };
+template <> struct word_of_depth<32> { using type = uint32_t; };
+template <int depth> using word = typename word_of_depth<depth>::type;
+
+/// Calls group(i) for every i in first..last - 1 where a whole group begins, and pixel(i) for
+/// single ones in rows shorter than a group. The last group overlaps the one before where the
+/// length asks for it, so both must do the same when they are repeated.
+template <int size, typename Group, typename Pixel>
+inline void each_group(int32_t first, int32_t last, Group group, Pixel pixel) {
+  int32_t i = first;
+  if (last - first < size) {
+    for (; i < last; ++i)
+      pixel(i);
+    return;
+  }
+  for (; i + size <= last; i += size)
+    group(i);
+  if (i < last) group(last - size);
+}
+
+// ---- Darkening ----------------------------------------------------------------------------------
+
+/// A pixel or a group of them. Darkened 32-bit pixels have a top byte of 0, and where no light is
+/// taken they keep it.
+template <typename Word, scanlines lines, typename V> inline V darkened(V p) {
+  constexpr bool deep = sizeof(Word) == 4;
+  constexpr auto colour = Word(deep ? 0xFFFFFF : 0xFFFF);
+  constexpr auto halves = Word(deep ? 0x7F7F7F : 0x7BEF);
+  constexpr auto quarters = Word(deep ? 0x3F3F3F : 0x39E7);
+  if constexpr (lines == scanlines::less25)
+    return V((p & colour) - ((p >> 2) & quarters));
+  else if constexpr (lines == scanlines::less50)
+    return V((p >> 1) & halves);
+  else if constexpr (lines == scanlines::less75)
+    return V((p >> 2) & quarters);
+  else
+    return p;
+}
+
+// ---- From depth to depth ------------------------------------------------------------------------
+
+template <typename Word, scanlines lines>
+void darken_row(const void *from_row, void *to_row, int32_t count) {
+  const auto *const from = static_cast<const Word *>(from_row);
+  auto *const to = static_cast<Word *>(to_row);
+  const auto group_at = [=](int32_t i) {
+    store(to + i, darkened<Word, lines>(load<group<Word>>(from + i)));
+  };
+  const auto pixel_at = [=](int32_t i) { to[i] = darkened<Word, lines>(from[i]); };
+  each_group<group_size<Word>>(0, count, group_at, pixel_at);
+}
+
+/// What table_color16to32 holds, computed: the fields move to the top of their bytes.
+template <typename V> inline V spread565(V p) {
+  return (p & 0xF800) << 8 | (p & 0x7E0) << 5 | (p & 0x1F) << 3;
+}
+
+template <scanlines lines> void convert16to32(const void *from_row, void *to_row, int32_t count) {
+  using half_group = uint16_t __attribute__((vector_size(vector_bytes / 2)));
+  const auto *const from = static_cast<const uint16_t *>(from_row);
+  auto *const to = static_cast<uint32_t *>(to_row);
+  const auto group_at = [=](int32_t i) {
+    const auto wide = __builtin_convertvector(load<half_group>(from + i), dwords);
+    store(to + i, darkened<uint32_t, lines>(spread565(wide)));
+  };
+  const auto pixel_at = [=](int32_t i) {
+    to[i] = darkened<uint32_t, lines>(spread565(uint32_t(from[i])));
+  };
+  each_group<group_size<uint32_t>>(0, count, group_at, pixel_at);
+}
+
+void convert8to16(const void *from_row, void *to_row, int32_t count) {
+  const auto *const from = static_cast<const uint8_t *>(from_row);
+  auto *const to = static_cast<uint16_t *>(to_row);
+  const uint16_t *const table = table_color8to16;
+  const auto group_at = [=](int32_t i) {
+    const auto p = load<uint32_t>(from + i);
+    const uint32_t low = table[p & 255] | uint32_t(table[p >> 8 & 255]) << 16;
+    const uint32_t high = table[p >> 16 & 255] | uint32_t(table[p >> 24]) << 16;
+    store(to + i, low);
+    store(to + i + 2, high);
+  };
+  each_group<4>(0, count, group_at, [=](int32_t i) { to[i] = table[from[i]]; });
+}
+
+void convert8to32(const void *from_row, void *to_row, int32_t count) {
+  const auto *const from = static_cast<const uint8_t *>(from_row);
+  auto *const to = static_cast<uint32_t *>(to_row);
+  const uint32_t *const table = table_color8to32;
+  const auto group_at = [=](int32_t i) {
+#ifdef __AVX2__
+    const __m256i indices =
+        _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(from + i)));
+    const auto *const base = reinterpret_cast<const int *>(table);
+    store(to + i, _mm256_i32gather_epi32(base, indices, 4));
+#else
+    for (int32_t at = i; at < i + 8; at += 4) {
+      const auto p = load<uint32_t>(from + at);
+      to[at] = table[p & 255];
+      to[at + 1] = table[p >> 8 & 255];
+      to[at + 2] = table[p >> 16 & 255];
+      to[at + 3] = table[p >> 24];
+    }
+#endif
+  };
+  each_group<8>(0, count, group_at, [=](int32_t i) { to[i] = table[from[i]]; });
+}
+
+/// Null where there is nothing to compute: plain copies, and darkened palette indices.
+template <int from, int to, scanlines lines> constexpr translate_row *translate_of() {
+  if constexpr (lines == scanlines::black)
+    return nullptr;
+  else if constexpr (from == 16 && to == 32)
+    return convert16to32<lines>;
+  else if constexpr (from == 8)
+    return lines != scanlines::none || to == 8 ? nullptr : to == 16 ? convert8to16 : convert8to32;
+  else if constexpr (lines == scanlines::none)
+    return nullptr;
+  else
+    return darken_row<word<to>, lines>;
+}
+
+// ---- Twice the size -----------------------------------------------------------------------------
+
+enum class half { lower, upper };
+
+/// The lanes of that half of two groups in turn.
+template <half of, typename V, int... i>
+inline V interleave(V a, V b, std::integer_sequence<int, i...>) {
+  constexpr int n = sizeof...(i), first = of == half::lower ? 0 : n / 2;
+  return __builtin_shufflevector(a, b, (i % 2 * n + first + i / 2)...);
+}
+template <half of, typename V> inline V interleave(V a, V b) {
+  return interleave<of>(a, b, std::make_integer_sequence<int, sizeof(V) / sizeof(V{}[0])>{});
+}
+
+/// Stores the pixels of a group, or one pixel, in turn with those of another.
+template <typename Word> inline void store_pairs(Word *to, group<Word> left, group<Word> right) {
+  store(to, interleave<half::lower>(left, right));
+  store(to + group_size<Word>, interleave<half::upper>(left, right));
+}
+template <typename Word> inline void store_pairs(Word *to, Word left, Word right) {
+  to[0] = left;
+  to[1] = right;
+}
+
+template <typename Word, scanlines lines>
+void double_pixels(const void *from_row, void *upper_row, void *lower_row, int32_t count) {
+  const auto *const from = static_cast<const Word *>(from_row);
+  auto *const upper = static_cast<Word *>(upper_row), *const lower = static_cast<Word *>(lower_row);
+  const auto put = [=](int32_t i, auto p) {
+    store_pairs(upper + 2 * i, p, p);
+    if constexpr (lines != scanlines::black) {
+      const auto dark = darkened<Word, lines>(p);
+      store_pairs(lower + 2 * i, dark, dark);
+    }
+  };
+  const auto group_at = [=](int32_t i) { put(i, load<group<Word>>(from + i)); };
+  const auto pixel_at = [=](int32_t i) { put(i, from[i]); };
+  each_group<group_size<Word>>(0, count, group_at, pixel_at);
+}
+
+/// The four pixels that one pixel, or a group of them, becomes.
+template <typename V> struct quad { V upper_left, upper_right, lower_left, lower_right; };
+
+template <typename V> inline quad<V> scale2x(V above, V left, V p, V right, V below) {
+  const auto keep = (above == below) | (left == right);
+  const auto corner = [&](V beside, V over) { return keep ? p : beside == over ? beside : p; };
+  return {corner(left, above), corner(right, above), corner(left, below), corner(right, below)};
+}
+
+template <typename Word, scanlines lines>
+void scale2x_pixels(const row_with_neighbours &rows, int32_t first, int32_t last, void *upper_row,
+                    void *lower_row) {
+  const auto *const above = static_cast<const Word *>(rows.above);
+  const auto *const row = static_cast<const Word *>(rows.row);
+  const auto *const below = static_cast<const Word *>(rows.below);
+  auto *const upper = static_cast<Word *>(upper_row), *const lower = static_cast<Word *>(lower_row);
+  const auto put = [=](int32_t i, const auto &q) {
+    store_pairs(upper + 2 * (i - first), q.upper_left, q.upper_right);
+    if constexpr (lines != scanlines::black)
+      store_pairs(lower + 2 * (i - first), darkened<Word, lines>(q.lower_left),
+                  darkened<Word, lines>(q.lower_right));
+  };
+  const auto group_at = [=](int32_t i) {
+    using V = group<Word>;
+    put(i, scale2x(load<V>(above + i), load<V>(row + i - 1), load<V>(row + i), load<V>(row + i + 1),
+                   load<V>(below + i)));
+  };
+  // Beyond the picture's sides a neighbour is the pixel itself.
+  const int32_t right_end = rows.width - 1;
+  const auto pixel_at = [=](int32_t i) {
+    put(i, scale2x(above[i], row[i > 0 ? i - 1 : i], row[i], row[i < right_end ? i + 1 : i],
+                   below[i]));
+  };
+  const bool at_left = first == 0, at_right = last == rows.width;
+  if (at_left && first < last) pixel_at(first++);
+  if (at_right && first < last) pixel_at(--last);
+  each_group<group_size<Word>>(first, last, group_at, pixel_at);
+}
+
+// ---- Columns ------------------------------------------------------------------------------------
+
+template <typename Word>
+void pick(const void *row, const int32_t *columns, void *to_row, int32_t count) {
+  const auto *const from = static_cast<const Word *>(row);
+  auto *const to = static_cast<Word *>(to_row);
+  const auto pixel_at = [=](int32_t i) { to[i] = from[columns[i]]; };
+#ifdef __AVX2__
+  // A gather reads 32 bits from each place, which must not reach beyond a row of narrower pixels.
+  if constexpr (sizeof(Word) == 4) {
+    const auto group_at = [=](int32_t i) {
+      const auto *const base = reinterpret_cast<const int *>(from);
+      store(to + i, _mm256_i32gather_epi32(base, load<__m256i>(columns + i), 4));
+    };
+    each_group<8>(0, count, group_at, pixel_at);
+    return;
+  }
+#endif
+  const auto group_at = [=](int32_t i) {
+    const Word p0 = from[columns[i]], p1 = from[columns[i + 1]];
+    const Word p2 = from[columns[i + 2]], p3 = from[columns[i + 3]];
+    to[i] = p0;
+    to[i + 1] = p1;
+    to[i + 2] = p2;
+    to[i + 3] = p3;
+  };
+  each_group<4>(0, count, group_at, pixel_at);
+}
+
+// ---- Fades --------------------------------------------------------------------------------------
+
+inline words high_product(words a, words b) {
+  return words(ORB_LANES(mulhi_epu16)(register_type(a), register_type(b)));
+}
+
+/// The same value in all lanes.
+inline words all_words(uint16_t value) {
+  return words{} + value;
+}
+
+void fade_pixels32(void *pixels, uint32_t count, const fade_factors &by) {
+  auto *p = static_cast<uint32_t *>(pixels);
+  const dwords flip = dwords{} + load<uint32_t>(by.flip), keep = dwords{} + load<uint32_t>(by.keep);
+  words factor;
+  for (int i = 0; i < group_size<uint16_t>; ++i)
+    factor[i] = by.factor[i % 4];
+  for (; count >= group_size<uint32_t>; count -= group_size<uint32_t>, p += group_size<uint32_t>) {
+    const auto v = load<dwords>(p);
+    const channels c = widen(v ^ flip);
+    const channels part = {high_product(c.low + c.low, factor),
+                           high_product(c.high + c.high, factor)};
+    // No component exceeds 255, so that nothing is carried into the next.
+    store(p, narrow(part) + (v & keep));
+  }
+  for (; count > 0; --count, ++p) {
+    const uint32_t v = *p;
+    *p = faded_component(v & 255, by, 0) | faded_component(v >> 8 & 255, by, 1) << 8 |
+         faded_component(v >> 16 & 255, by, 2) << 16 | faded_component(v >> 24, by, 3) << 24;
+  }
+}
+
+/// A 5- or 6-bit field is faded as the brightest 8-bit component that it stands for, so that
+/// nothing changes at the normal level: its missing low bits are ones.
+void fade_pixels16(void *pixels, uint32_t count, const fade_factors &by) {
+  auto *p = static_cast<uint16_t *>(pixels);
+  words flip[3], keep[3], factor[3];
+  for (int i = 0; i < 3; ++i) {
+    flip[i] = all_words(by.flip[i]);
+    keep[i] = all_words(by.keep[i]);
+    factor[i] = all_words(by.factor[i]);
+  }
+  const auto faded_words = [&](words c, int i) {
+    const words flipped = c ^ flip[i];
+    return high_product(flipped + flipped, factor[i]) + (c & keep[i]);
+  };
+  for (; count >= group_size<uint16_t>; count -= group_size<uint16_t>, p += group_size<uint16_t>) {
+    const auto v = load<words>(p);
+    const words r = faded_words((v >> 8) | 7, 2), g = faded_words(((v >> 3) & 0xFC) | 3, 1),
+                b = faded_words(((v << 3) & 0xF8) | 7, 0);
+    store(p, ((r & 0xF8) << 8) | ((g & 0xFC) << 3) | (b >> 3));
+  }
+  for (; count > 0; --count, ++p) {
+    const uint32_t v = *p;
+    const uint32_t r = faded_component(v >> 8 | 7, by, 2),
+                   g = faded_component((v >> 3 & 0xFC) | 3, by, 1),
+                   b = faded_component((v << 3 & 0xF8) | 7, by, 0);
+    *p = uint16_t((r & 0xF8) << 8 | (g & 0xFC) << 3 | b >> 3);
+  }
+}
+
+// ---- The table ----------------------------------------------------------------------------------
+
+#define ORB_TRANSLATIONS(from, to)                                                                 \
+  {                                                                                                \
+    translate_of<from, to, scanlines::none>(), translate_of<from, to, scanlines::less25>(),        \
+        translate_of<from, to, scanlines::less50>(), translate_of<from, to, scanlines::less75>(),  \
+        nullptr                                                                                    \
+  }
+#define ORB_BY_SCANLINES(routine)                                                                  \
+  {                                                                                                \
+    {routine<uint8_t, scanlines::none>, nullptr, nullptr, nullptr,                                 \
+     routine<uint8_t, scanlines::black>},                                                          \
+        {routine<uint16_t, scanlines::none>, routine<uint16_t, scanlines::less25>,                 \
+         routine<uint16_t, scanlines::less50>, routine<uint16_t, scanlines::less75>,               \
+         routine<uint16_t, scanlines::black>},                                                     \
+        {routine<uint32_t, scanlines::none>, routine<uint32_t, scanlines::less25>,                 \
+         routine<uint32_t, scanlines::less50>, routine<uint32_t, scanlines::less75>,               \
+         routine<uint32_t, scanlines::black>},                                                     \
+  }
+
+constexpr row_routines all_row_routines = {
+    {ORB_TRANSLATIONS(8, 8), ORB_TRANSLATIONS(8, 16), ORB_TRANSLATIONS(8, 32),
+     ORB_TRANSLATIONS(16, 16), ORB_TRANSLATIONS(16, 32), ORB_TRANSLATIONS(32, 32)},
+    ORB_BY_SCANLINES(double_pixels),
+    ORB_BY_SCANLINES(scale2x_pixels),
+    {pick<uint8_t>, pick<uint16_t>, pick<uint32_t>},
+    fade_pixels16,
+    fade_pixels32,
+};
+
+#undef ORB_TRANSLATIONS
+#undef ORB_BY_SCANLINES
+
+} // namespace

@@ -1,0 +1,3 @@
+#include "video/row_kernels.h"
+
+const row_routines rows_avx2 = all_row_routines;
