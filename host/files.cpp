@@ -3,41 +3,13 @@
 #include "orb/graphics2d.h"
 
 #include <cstdio>
+#include <cstring>
 #include <unistd.h>
 
 namespace orbhost {
 namespace {
 
 namespace fs = std::filesystem;
-
-struct CloseFile {
-  void operator()(std::FILE *file) const { std::fclose(file); }
-};
-
-// Plain bytes of a file; the cipher flag has no effect on it.
-class PlainStream final : public Stream {
-public:
-  explicit PlainStream(std::FILE *file) : file_(file) {}
-
-  std::size_t read(void *buffer, std::size_t bytes, bool /*cipher*/) override {
-    return std::fread(buffer, 1, bytes, file_.get());
-  }
-  std::size_t write(const void *buffer, std::size_t bytes, bool /*cipher*/) override {
-    return std::fwrite(buffer, 1, bytes, file_.get());
-  }
-  bool seek(std::int32_t offset, int whence) override {
-    return std::fseek(file_.get(), offset, whence) == 0;
-  }
-  bool at_end() override {
-    const int c = std::getc(file_.get());
-    if (c == EOF) return true;
-    std::ungetc(c, file_.get());
-    return false;
-  }
-
-private:
-  std::unique_ptr<std::FILE, CloseFile> file_;
-};
 
 bool writable_folder_of(const fs::path &file) {
   const fs::path folder = file.has_parent_path() ? file.parent_path() : fs::path(".");
@@ -69,30 +41,47 @@ const char *Files::path(const char *name, bool writing) {
   return path_.c_str();
 }
 
-Stream *Files::open(const char *name, std::int32_t mode, const char * /*key*/) {
-  const bool writing = mode == ORB_OPEN_WRITE;
-  if (mode != ORB_OPEN_READ && !writing) return nullptr;
+Stream *Files::open(const char *name, std::int32_t mode, const char *key) {
+  using Open = std::unique_ptr<Stream>(const std::string &path, const char *key);
+  Open *open_stream = nullptr;
+  switch (mode) {
+  case ORB_OPEN_READ: open_stream = open_plain_reader; break;
+  case ORB_OPEN_WRITE: open_stream = open_plain_writer; break;
+  case ORB_OPEN_READ_COMPRESSED: open_stream = open_compressed_reader; break;
+  case ORB_OPEN_WRITE_COMPRESSED: open_stream = open_compressed_writer; break;
+  default: return nullptr;
+  }
+  const bool writing = mode == ORB_OPEN_WRITE || mode == ORB_OPEN_WRITE_COMPRESSED;
   const std::optional<std::string> path = resolve(name, writing);
   if (!path) return nullptr;
   // A pipe would block and a folder can't be read: only regular files are opened.
   std::error_code ignored;
   const fs::file_status status = fs::status(*path, ignored);
   if (fs::exists(status) && !fs::is_regular_file(status)) return nullptr;
-  std::FILE *file = std::fopen(path->c_str(), writing ? "wb" : "rb");
-  if (!file) return nullptr;
-  auto stream = std::make_unique<PlainStream>(file);
+  std::unique_ptr<Stream> stream = open_stream(*path, key);
+  if (!stream) return nullptr;
   Stream *handle = stream.get();
-  streams_.emplace(handle, std::move(stream));
+  streams_.emplace(handle, Opened{std::move(stream), *path});
   return handle;
 }
 
 Stream *Files::find(void *handle) const {
   const auto found = streams_.find(handle);
-  return found == streams_.end() ? nullptr : found->second.get();
+  return found == streams_.end() ? nullptr : found->second.stream.get();
 }
 
 void Files::close(void *handle) {
-  streams_.erase(handle);
+  const auto found = streams_.find(handle);
+  if (found == streams_.end()) return;
+  const Opened opened = std::move(found->second);
+  streams_.erase(found);
+  const int error = opened.stream->close();
+  if (error == 0) return;
+  const std::string reason = std::strerror(error);
+  if (on_loss)
+    on_loss(opened.path, reason);
+  else
+    std::fprintf(stderr, "%s: not saved: %s\n", opened.path.c_str(), reason.c_str());
 }
 
 } // namespace orbhost

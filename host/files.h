@@ -1,24 +1,17 @@
 // File services: names to paths, and streams.
 #pragma once
 
+#include "host/stream.h"
+
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <unordered_map>
 
 namespace orbhost {
-
-// An open file. Counts are bytes; a stream never throws, a failure is a short count.
-class Stream {
-public:
-  virtual ~Stream() = default;
-  virtual std::size_t read(void *buffer, std::size_t bytes, bool cipher) = 0;
-  virtual std::size_t write(const void *buffer, std::size_t bytes, bool cipher) = 0;
-  virtual bool seek(std::int32_t offset, int whence) = 0; // whence as fseek
-  virtual bool at_end() = 0;                              // before a read has failed
-};
 
 class Files {
 public:
@@ -36,12 +29,18 @@ public:
   // As resolve(); the text stays valid until the next call of path(). Null where nothing.
   const char *path(const char *name, bool writing);
 
-  // Opens a stream for mode 1 (read) or 2 (write). Null when the file can't be opened, isn't a
-  // regular file, or the mode is another one. `key` is the script's cipher key or null.
+  // Opens a stream for mode 1 (read), 2 (write), 7 (read compressed) or 8 (write compressed). Null
+  // when the file can't be opened, isn't a regular file, isn't a compressed one for mode 7, or the
+  // mode is another one. `key` is the script's cipher key or null.
   Stream *open(const char *name, std::int32_t mode, const char *key);
   // The stream of a handle that open() gave and close() hasn't taken; null otherwise.
   [[nodiscard]] Stream *find(void *handle) const;
+  // Ends a stream. Only here does a written file take its name, with everything in it: until then,
+  // and for good when a write has failed, the file that had the name stays as it was. The services
+  // have no result that could say so; on_loss does.
   void close(void *handle);
+  // Called with the path and the reason when a written file is lost; by default a line on stderr.
+  std::function<void(const std::string &path, const std::string &reason)> on_loss;
 
   // Streams that are open now.
   [[nodiscard]] std::size_t open_count() const { return streams_.size(); }
@@ -49,7 +48,11 @@ public:
 private:
   std::filesystem::path folder_;
   std::string path_;
-  std::unordered_map<void *, std::unique_ptr<Stream>> streams_;
+  struct Opened {
+    std::unique_ptr<Stream> stream;
+    std::string path;
+  };
+  std::unordered_map<void *, Opened> streams_;
 };
 
 } // namespace orbhost
