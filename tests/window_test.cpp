@@ -205,7 +205,7 @@ TEST_P(RealWindow, FiltersReachTheWindow) {
     };
     expect_window(lined, slack());
     ASSERT_EQ(host->call(ORB_mode_set_filter, 0, 0), 1);
-    ASSERT_EQ(host->call(ORB_virtualresolution_set, 303, 200, 1, 1), 1); // 269 1/3 x 200 in the middle
+    ASSERT_EQ(host->call(ORB_virtualresolution_set, 303, 200, 1, 1), 1); // 269 1/3 x 200
     draw_ground_picture();
     const auto stretched = [](int x, int y) {
       const bool inside = x >= 16 && x < 16 + 270;

@@ -214,11 +214,11 @@ template <int from_depth, int to_depth> void draw_screen_resolution(int32_t) {
   filter_status = resolution_number;
   // Tables of another screen would lead outside this one.
   if (!way.to || !virtual_buffer_w || !virtual_buffer_h) return;
-  if (virtual_tables.screen_width != int32_t(screen->width) ||
-      virtual_tables.screen_height != int32_t(screen->height))
+  if (virtual_extent.screen_width != int32_t(screen->width) ||
+      virtual_extent.screen_height != int32_t(screen->height))
     return;
-  const int32_t columns = std::min(virtual_tables.columns, int32_t(buffer->width));
-  const int32_t rows = std::min(virtual_tables.rows, int32_t(buffer->height));
+  const int32_t columns = std::min(virtual_extent.columns, int32_t(buffer->width));
+  const int32_t rows = std::min(virtual_extent.rows, int32_t(buffer->height));
   for (int32_t x = 0; x < columns;) {
     const int32_t first = x;
     while (x < columns && virtual_buffer_w[x] >= 0)

@@ -35,12 +35,6 @@ extern int32_t virtual_resolution_xoffset, virtual_resolution_yoffset;
 /// without being applied yet is in virtual_resolution_w and _h already, so their lengths, and the
 /// screen that they were made for, are told by virtual_extent.
 extern int32_t *virtual_buffer_w, *virtual_buffer_h;
-/// What the two tables were made for, which need not be what is asked for next.
-struct virtual_tables_shape {
-  int32_t columns, rows;                 // their entries
-  int32_t screen_width, screen_height;   // of the screen that they lead into
-};
-extern virtual_tables_shape virtual_tables;
 struct virtual_table_extent {
   int32_t columns, rows;
   int32_t screen_width, screen_height;

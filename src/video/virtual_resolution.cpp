@@ -7,7 +7,6 @@
 int32_t virtual_resolution_ratiow, virtual_resolution_ratioh;
 int32_t virtual_resolution_xoffset, virtual_resolution_yoffset;
 int32_t *virtual_buffer_w, *virtual_buffer_h;
-virtual_tables_shape virtual_tables;
 virtual_table_extent virtual_extent;
 
 namespace {
@@ -54,7 +53,6 @@ int32_t make_virtual_resolution(int32_t screen_width, int32_t screen_height) {
   delete_virtual_resolution();
   virtual_buffer_w = columns;
   virtual_buffer_h = rows;
-  virtual_tables = {vw, vh, sw, sh};
   virtual_extent = {vw, vh, sw, sh};
 
   axis across{sw, vw, 0}, down{sh, vh, 0};
@@ -84,6 +82,5 @@ void delete_virtual_resolution() {
   free(virtual_buffer_w);
   free(virtual_buffer_h);
   virtual_buffer_w = virtual_buffer_h = nullptr;
-  virtual_tables = {};
   virtual_extent = {};
 }
