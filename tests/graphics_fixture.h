@@ -36,6 +36,8 @@ inline file_bytes read_file(const std::string &path) {
 }
 
 inline void write_file(const std::string &path, const file_bytes &bytes) {
+  // A new file: one that is cut and written anew goes to the disk at once on some file systems.
+  std::filesystem::remove(path);
   std::ofstream(path, std::ios::binary)
       .write(reinterpret_cast<const char *>(bytes.data()), std::streamsize(bytes.size()));
 }

@@ -24,10 +24,24 @@ static int32_t keyless(const char *filename, int32_t parameter, const char *) {
 }
 
 const image_codec image_codecs[] = {
+    {img_format_jpeg, ORB_CheckJPEGHeader, ORB_LoadJPEG, ORB_LoadJPEGPalette,
+     keyless<ORB_SaveJPEG>},
     {img_format_png, ORB_CheckPNGHeader, ORB_LoadPNG, ORB_LoadPNGPalette,
      keyless<ORB_SavePNG>},
 };
 const int32_t num_image_codecs = std::size(image_codecs);
+
+const image_codec *codec_for(image_format format) {
+  for (int32_t i = 0; i < num_image_codecs; i++)
+    if (image_codecs[i].format == format) return &image_codecs[i];
+  return nullptr;
+}
+
+const image_codec *probe_image(const char *filename, const char *key) {
+  for (int32_t i = 0; i < num_image_codecs; i++)
+    if (image_codecs[i].check(filename, key)) return &image_codecs[i];
+  return nullptr;
+}
 
 void reset_image() {
   aligned_free(image_data);

@@ -45,9 +45,24 @@ struct image_codec {
 extern const image_codec image_codecs[];
 extern const int32_t num_image_codecs;
 
+/// The row of a format, or null when it isn't built in.
+const image_codec *codec_for(image_format format);
+/// The first codec that takes the file, or null.
+const image_codec *probe_image(const char *filename, const char *key);
+
 /// Frees what a reader has left in the globals, and sets them as a reader expects them: id 1, no
 /// description, no control points, no palette, no alpha channel.
 void reset_image();
+
+int32_t ORB_CheckJPEGHeader(const char *filename, const char *key);
+/// Grey pictures come as 8 bits with a palette of greys, others as truecolour without alpha.
+int32_t ORB_LoadJPEG(const char *filename, const char *key);
+/// The palette of a grey picture; others have none.
+int32_t ORB_LoadJPEGPalette(const char *filename);
+/// Writes image_w x image_h pixels of image_data at image_bpp (8 bits with the palette in force);
+/// alpha is lost. `parameter` 0..100 asks for a quality of 100 - parameter, any other for libjpeg's
+/// own. 1, or 0.
+int32_t ORB_SaveJPEG(const char *filename, int32_t parameter);
 
 int32_t ORB_CheckPNGHeader(const char *filename, const char *key);
 int32_t ORB_LoadPNG(const char *filename, const char *key);

@@ -1,4 +1,4 @@
-// image_load: which codec takes a file, and the graph that comes of it.
+// image_load and load_pcx: which codec takes a file, and the graph that comes of it.
 #include "formats/codec.h"
 #include "module/script_call.h"
 #include "script/handlers.h"
@@ -6,11 +6,36 @@
 
 namespace {
 
-/// The codec that takes the file, or null.
-const image_codec *probe(const char *filename, const char *key) {
-  for (int32_t i = 0; i < num_image_codecs; i++)
-    if (image_codecs[i].check(filename, key)) return &image_codecs[i];
-  return nullptr;
+bool can_be_opened(const char *filename) {
+  void *file = rt_file_open(filename, ORB_OPEN_READ, nullptr);
+  if (!file) return false;
+  rt_file_close(file);
+  return true;
+}
+
+/// The one codec that a function is for, if it takes the file.
+const image_codec *only(image_format format, const char *filename) {
+  const image_codec *codec = codec_for(format);
+  return codec && codec->check(filename, nullptr) ? codec : nullptr;
+}
+
+/// Reads a picture by the codec that `choose` names into a graph of library 0, and ends the call.
+template <typename Choose>
+int32_t load_graph(const script_call &call, const char *filename, const char *key, Choose choose) {
+  const int32_t code = GetMAPCode(0);
+  if (!code) return call.fail();
+  if (!can_be_opened(filename)) {
+    call.bad(error_open, 1, filename);
+    return call.fail();
+  }
+  const image_codec *codec = choose();
+  reset_image();
+  if (!codec || !codec->load(filename, key)) {
+    reset_image();
+    call.bad(error_format, 1, filename);
+    return call.fail();
+  }
+  return adopt_image(call, code, filename, codec->format) ? call.done(code) : call.fail();
 }
 
 } // namespace
@@ -23,22 +48,13 @@ int32_t ORB_image_load() {
   const char *key = rt_param_count() > 1 ? rt_pop_string() : nullptr;
   const char *filename = rt_pop_string();
   if (!filename) filename = "";
-  const int32_t code = GetMAPCode(0);
-  if (!code) return call.fail();
+  return load_graph(call, filename, key, [=] { return probe_image(filename, key); });
+}
 
-  void *file = rt_file_open(filename, ORB_OPEN_READ, nullptr);
-  if (!file) {
-    call.bad(error_open, 1, filename);
-    return call.fail();
-  }
-  rt_file_close(file);
-
-  const image_codec *codec = probe(filename, key);
-  reset_image();
-  if (!codec || !codec->load(filename, key)) {
-    reset_image();
-    call.bad(error_format, 1, filename);
-    return call.fail();
-  }
-  return adopt_image(call, code, filename, codec->format) ? call.done(code) : call.fail();
+/// load_pcx(file name): what image_load does for PCX files, and 144 for all others.
+int32_t ORB_load_pcx() {
+  const script_call call{"LOAD_PCX"};
+  const char *filename = rt_pop_string();
+  if (!filename) filename = "";
+  return load_graph(call, filename, nullptr, [=] { return only(img_format_pcx, filename); });
 }

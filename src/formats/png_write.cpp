@@ -7,6 +7,7 @@
 #include <png.h>
 
 #include "formats/codec.h"
+#include "formats/truecolour.h"
 #include "module/runtime.h"
 #include "surface/palette.h"
 
@@ -24,11 +25,6 @@ struct png_writing {
   png_longjmp(png, 1);
 }
 void on_warning(png_structp, png_const_charp) {}
-
-/// 5-6-5 to 0x00RRGGBB by shifts only, so that packing the file's colours gives the same pixels.
-constexpr uint32_t widen565(uint16_t pixel) {
-  return uint32_t(pixel >> 11) << 19 | uint32_t(pixel >> 5 & 63) << 10 | uint32_t(pixel & 31) << 3;
-}
 
 void write_header(const png_writing &writing) {
   const bool alpha = image_bpp == 32 && image_alphachannel;

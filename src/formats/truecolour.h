@@ -1,5 +1,5 @@
 // Truecolour pictures on their way to the depth of the screen: codecs that decode to 0xAARRGGBB
-// rows hand them through here.
+// rows hand them through here. And the way back for 16-bit graphs.
 #pragma once
 
 #include <cstdint>
@@ -26,3 +26,9 @@ void convert_truecolour_row(const truecolour_conversion &conversion, void *to, c
 
 /// Frees what the conversion holds; may be called twice.
 void end_truecolour(truecolour_conversion *conversion);
+
+/// A 5-6-5 pixel as 0x00RRGGBB for a file, by shifts only, so that packing the file's colours gives
+/// the same pixel.
+constexpr uint32_t widen565(uint16_t pixel) {
+  return uint32_t(pixel >> 11) << 19 | uint32_t(pixel >> 5 & 63) << 10 | uint32_t(pixel & 31) << 3;
+}
