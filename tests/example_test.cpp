@@ -27,6 +27,7 @@ struct Scene {
   const char *script;
   std::vector<std::string> arguments;
   int frames;
+  bool display = false; ///< compare what the display shows, 8-bit fades included
 };
 
 const Scene scenes[] = {
@@ -39,6 +40,7 @@ const Scene scenes[] = {
     {"sprites_crowd_8bits", "sprites/sprites_crowd.lua", {"1000", "8"}, 20},
     {"sprites_crowd_16bits", "sprites/sprites_crowd.lua", {"1000", "16"}, 20},
     {"sprites_crowd_32bits", "sprites/sprites_crowd.lua", {"1000", "32"}, 20},
+    {"video_palette", "video/video_palette.lua", {"40"}, 145, true},
 };
 
 const fs::path golden = fs::path(ORB_TEST_SOURCE_DIR) / "golden";
@@ -65,7 +67,7 @@ template <typename Look> void play(const Scene &scene, Look look) {
   script.load_file(ORB_SOURCE_DIR "/examples/" + std::string(scene.script));
   for (int frame = 1; frame <= scene.frames; ++frame) {
     script.frame();
-    look(frame, orbhost::take_picture(host));
+    look(frame, scene.display ? orbhost::take_display_picture() : orbhost::take_picture(host));
   }
 }
 

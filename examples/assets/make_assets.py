@@ -58,21 +58,33 @@ def filtered(row, previous, pixel_bytes):
     return bytes([best]) + candidates[best]
 
 
-def write_png(name, width, height, rows, alpha):
+def write_png_file(name, width, height, colour_type, palette, stream):
     def chunk(kind, data):
         return (struct.pack(">I", len(data)) + kind + data +
                 struct.pack(">I", zlib.crc32(kind + data)))
 
+    header = struct.pack(">IIBBBBB", width, height, 8, colour_type, 0, 0, 0)
+    path = os.path.join(os.path.dirname(os.path.abspath(__file__)), name)
+    with open(path, "wb") as file:
+        file.write(b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) +
+                   (chunk(b"PLTE", palette) if palette else b"") +
+                   chunk(b"IDAT", zlib.compress(stream, 9)) + chunk(b"IEND", b""))
+
+
+def write_png(name, width, height, rows, alpha):
     pixel_bytes = 4 if alpha else 3
     stream, previous = b"", bytes(width * pixel_bytes)
     for row in rows:
         stream += filtered(row, previous, pixel_bytes)
         previous = row
-    header = struct.pack(">IIBBBBB", width, height, 8, 6 if alpha else 2, 0, 0, 0)
-    path = os.path.join(os.path.dirname(os.path.abspath(__file__)), name)
-    with open(path, "wb") as file:
-        file.write(b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) +
-                   chunk(b"IDAT", zlib.compress(stream, 9)) + chunk(b"IEND", b""))
+    write_png_file(name, width, height, 6 if alpha else 2, b"", stream)
+
+
+def write_indexed_png(name, rows, colours):
+    """A palette picture: rows of indices, and the colours they stand for."""
+    palette = bytes(round(clamp(c, 0, 255)) for colour in colours for c in colour)
+    write_png_file(name, len(rows[0]), len(rows), 3, palette,
+                   b"".join(b"\0" + bytes(row) for row in rows))
 
 
 # ---- Sprites -------------------------------------------------------------------------------------
@@ -396,9 +408,185 @@ def grow_grass(rng, blend, width, height):
                           clamp(edge + 0.5 - d) * (0.95 - 0.2 * distance))
 
 
+# ---- Palette pictures ----------------------------------------------------------------------------
+
+# The palette of the waterfall: first index and number of colours of each range. The entries of
+# "fall", "pool" and "stars" are turned by the example, so they are rings without a seam. Index 0 is
+# transparent; 240 to 255 are for what the example writes on the picture.
+RANGES = {"sky": (1, 31), "hills": (32, 16), "rock": (48, 32), "leaves": (80, 32),
+          "fall": (112, 32), "pool": (144, 32), "stars": (176, 16), "mist": (192, 16)}
+
+# By day and by night, the colours from the dark or lower to the bright or upper end of each range.
+DAY = {
+    "sky": [(255, 236, 200), (250, 214, 184), (168, 200, 232), (92, 150, 214), (52, 104, 180)],
+    "hills": [(112, 128, 152), (160, 168, 184)],
+    "rock": [(28, 24, 28), (84, 68, 60), (148, 120, 92), (216, 188, 144)],
+    "leaves": [(10, 28, 20), (24, 68, 36), (72, 128, 44), (188, 204, 84)],
+    "fall": ((120, 176, 208), (248, 252, 255)),
+    "pool": ((24, 92, 128), (120, 196, 208)),
+    "stars": ((68, 124, 196), (68, 124, 196)),
+    "mist": [(168, 204, 220), (255, 255, 255)],
+}
+NIGHT = {
+    "sky": [(84, 60, 108), (60, 44, 96), (32, 28, 76), (16, 16, 52), (6, 8, 30)],
+    "hills": [(20, 22, 52), (40, 40, 80)],
+    "rock": [(8, 8, 18), (24, 24, 44), (44, 46, 76), (96, 104, 144)],
+    "leaves": [(2, 6, 14), (8, 20, 30), (18, 40, 46), (52, 88, 84)],
+    "fall": ((36, 56, 104), (164, 196, 240)),
+    "pool": ((8, 20, 52), (60, 96, 152)),
+    "stars": ((20, 20, 60), (255, 250, 230)),
+    "mist": [(60, 76, 124), (164, 184, 228)],
+}
+
+
+def colours_of(mood):
+    """The 256 colours of a mood of the waterfall."""
+    colours = [(0, 0, 0)] * 256
+    for name, (first, count) in RANGES.items():
+        for i in range(count):
+            if name in ("fall", "pool", "stars"):
+                low, high = mood[name]
+                # Waves of unlike height that meet at both ends; a star shines now and then.
+                t = i / count * 2 * math.pi
+                light = (0.5 + 0.27 * math.sin(2 * t) + 0.15 * math.sin(5 * t + 1) +
+                         0.12 * math.sin(3 * t + 2))
+                if name == "stars":
+                    light = 0.15 + 0.85 * max(0.0, math.cos(t)) ** 3
+                colours[first + i] = mix(low, high, clamp(light))
+            else:
+                stops = [(j / (len(mood[name]) - 1), c) for j, c in enumerate(mood[name])]
+                colours[first + i] = ramp(stops, i / (count - 1))
+    colours[240], colours[254] = (16, 16, 16), (252, 252, 252)
+    # Six significant bits, as palettes on disk have.
+    return [tuple(round(c) // 4 * 4 for c in colour) for colour in colours]
+
+
+BAYER = [[0, 8, 2, 10], [12, 4, 14, 6], [3, 11, 1, 9], [15, 7, 13, 5]]
+
+
+def shade_of(name, light, x, y):
+    """The index of a light 0..1 within a range, dithered."""
+    first, count = RANGES[name]
+    at = clamp(light) * (count - 1) + (BAYER[y % 4][x % 4] + 0.5) / 16
+    return first + min(int(at), count - 1)
+
+
+def noise(seed):
+    """Smooth noise over the plane, -1..1, lattice spacing 1."""
+    rng = random.Random(seed)
+    lattice = [rng.uniform(-1, 1) for _ in range(4096)]
+
+    def at(x, y):
+        x0, y0 = math.floor(x), math.floor(y)
+        sx, sy = smooth(0, 1, x - x0), smooth(0, 1, y - y0)
+
+        def corner(i, j):
+            return lattice[((x0 + i) * 57 + (y0 + j) * 1013) % 4096]
+        top = corner(0, 0) + (corner(1, 0) - corner(0, 0)) * sx
+        low = corner(0, 1) + (corner(1, 1) - corner(0, 1)) * sx
+        return top + (low - top) * sy
+    return lambda x, y: (at(x, y) + 0.5 * at(2 * x, 2 * y) + 0.25 * at(4 * x, 4 * y)) / 1.75
+
+
+def paint_waterfall():
+    """A waterfall between cliffs, for colours that turn. The night is only a palette, in a picture
+    of sixteen by sixteen pixels."""
+    width, height = 320, 200
+    foot = 148.0                                   # where the fall meets the pool
+    grain, large, streaks = noise(1), noise(2), noise(3)
+    rng = random.Random(4)
+    rows = [[0] * width for _ in range(height)]
+
+    def edge(side, y):
+        """Inner edge of a cliff: the gorge is narrow at the lip and wider below."""
+        wobble = 5 * grain(y / 13, side * 7) + 2 * grain(y / 4, side * 3)
+        return 160 + side * (27 + 0.13 * max(0.0, y - 52) + wobble)
+
+    crest = [52 + 11 * large(x / 40, 9) + 3 * grain(x / 9, 5) - 40 * smooth(150, 20, x) * 0.5
+             - 22 * smooth(190, 300, x) for x in range(width)]
+    for y in range(height):
+        for x in range(width):
+            shore = foot + 2 + 0.0005 * (x - 160) ** 2 + 2.5 * grain(x / 11, 3)
+            # Sky, and hills behind the lip of the fall.
+            index = shade_of("sky", 1 - y / 74, x, y)
+            if y > 44 + 9 * large(x / 55, 2):
+                light = 0.5 + 0.5 * (y - 44) / 30 + 0.2 * grain(x / 7, y / 7)
+                index = shade_of("hills", light, x, y)
+            left, right = edge(-1, y), edge(1, y)
+            inside = left < x < right
+            if not inside and y > crest[x]:
+                # Layers of rock, lit from the left above; darker towards the gorge.
+                away = left - x if x <= left else x - right
+                strata = math.sin((y + 6 * large(x / 30, y / 30)) / 4.3)
+                facing = grain(x / 6, y / 3) - grain(x / 6 + 0.3, y / 3 + 0.35)
+                light = 0.42 + 0.12 * strata + 0.85 * facing + 0.2 * large(x / 22, y / 22)
+                light *= 0.5 + 0.5 * smooth(0, 34, away)
+                index = shade_of("rock", light, x, y)
+                # Leaves along the crest and on ledges.
+                moss = large(x / 17 + 40, y / 11) + 0.9 * smooth(20, 0, y - crest[x]) - 0.42
+                if moss + 0.5 * grain(x / 3, y / 3) > 0.1:
+                    index = shade_of("leaves", 0.45 + 0.75 * grain(x / 3, y / 3 + 5) +
+                                     0.25 * smooth(16, 0, y - crest[x]), x, y)
+            elif inside and y > 54 + 2 * grain(x / 8, 1):
+                # Falling water: columns that are stretched and shifted, so that no two look alike.
+                first, count = RANGES["fall"]
+                column = 14 * streaks(x / 3.1, 0) + 5 * streaks(x / 1.3, 4)
+                bend = 3 * grain(x / 5, y / 16)
+                stretch = 0.62 - 0.26 * smooth(54, 130, y)
+                index = first + int((y - 54) * stretch + column + bend) % count
+            # The pool: rings that widen from the foot, flattened by the view.
+            if y > shore:
+                first, count = RANGES["pool"]
+                away = math.hypot((x - 160) / 2.6, (y - foot + 6) * 1.25)
+                index = first + int(-away * 0.9 + 4 * grain(x / 17, y / 5) + 640) % count
+            # Mist about the foot.
+            d = math.hypot((x - 160) / 46, (y - foot) / 13)
+            veil = (1 - d) + 0.5 * grain(x / 12, y / 8)
+            if veil > 0.12 and (BAYER[y % 4][x % 4] + 0.5) / 16 < 1.5 * veil:
+                index = shade_of("mist", veil, x, y)
+            rows[y][x] = index
+
+    # Stars: by day they have the colour of the sky about them.
+    first, count = RANGES["stars"]
+    for _ in range(90):
+        x, y = rng.randrange(width), int(rng.random() ** 1.4 * 28)
+        if rows[y][x] < RANGES["sky"][0] + RANGES["sky"][1]:
+            rows[y][x] = first + rng.randrange(count)
+
+    # Stones in the pool, and ferns in the near corners.
+    for cx, cy, rx, ry in ((70, 172, 16, 7), (104, 186, 11, 5), (236, 176, 18, 8),
+                           (262, 190, 13, 6), (150, 194, 15, 6)):
+        for y in range(height):
+            for x in range(width):
+                dx, dy = (x - cx) / rx, (y - cy) / ry
+                d = dx * dx + dy * dy + 0.25 * grain(x / 5, y / 5)
+                if d < 1 and (dy < 0.35):
+                    rows[y][x] = shade_of("rock", 0.5 - 0.42 * dy - 0.25 * dx + 0.3 *
+                                          grain(x / 3, y / 3), x, y)
+    ferns = [(i * 9 - 6, 1) for i in range(8)] + [(width + 6 - i * 9, -1) for i in range(8)]
+    for cx, lean in ferns:
+        for frond in range(5):
+            reach = rng.uniform(24, 46) * (1 - 0.04 * abs(cx - 160) / 160)
+            turn = lean * rng.uniform(-0.3, 1.0)
+            for step in range(90):
+                t = step / 90
+                fx = cx + reach * t * turn + lean * 10 * t * t
+                fy = height + 4 - reach * (t - 0.28 * t * t)
+                for leaf in range(-4, 5):
+                    px, py = int(fx + leaf * (1 - t)), int(fy + abs(leaf) * 0.6)
+                    if 0 <= px < width and 0 <= py < height and (step % 5 < 3 or leaf == 0):
+                        light = 0.1 + 0.5 * t + 0.03 * leaf * lean
+                        rows[py][px] = shade_of("leaves", light, px, py)
+
+    write_indexed_png("waterfall.png", rows, colours_of(DAY))
+    write_indexed_png("night.png", [range(16 * i, 16 * i + 16) for i in range(16)],
+                      colours_of(NIGHT))
+
+
 if __name__ == "__main__":
     paint_ball()
     paint_bird()
     paint_cloud()
     paint_star()
     paint_meadow()
+    paint_waterfall()
