@@ -24,10 +24,13 @@ static int32_t keyless(const char *filename, int32_t parameter, const char *) {
 }
 
 const image_codec image_codecs[] = {
+    {img_format_bmp, ORB_CheckBMPHeader, ORB_LoadBMP, ORB_LoadBMPPalette, keyless<ORB_SaveBMP>},
     {img_format_jpeg, ORB_CheckJPEGHeader, ORB_LoadJPEG, ORB_LoadJPEGPalette,
      keyless<ORB_SaveJPEG>},
+    {img_format_pcx, ORB_CheckPCXHeader, ORB_LoadPCX, ORB_LoadPCXPalette, keyless<ORB_SavePCX>},
     {img_format_png, ORB_CheckPNGHeader, ORB_LoadPNG, ORB_LoadPNGPalette,
      keyless<ORB_SavePNG>},
+    {img_format_tga, ORB_CheckTGAHeader, ORB_LoadTGA, ORB_LoadTGAPalette, keyless<ORB_SaveTGA>},
 };
 const int32_t num_image_codecs = std::size(image_codecs);
 

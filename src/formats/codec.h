@@ -54,6 +54,15 @@ const image_codec *probe_image(const char *filename, const char *key);
 /// description, no control points, no palette, no alpha channel.
 void reset_image();
 
+int32_t ORB_CheckBMPHeader(const char *filename, const char *key);
+/// Palette pictures come as 8 bits; truecolour ones at the depth of the screen, with an alpha
+/// channel when the header has a mask for it or else, at 32 bits, any pixel's top byte isn't 0.
+int32_t ORB_LoadBMP(const char *filename, const char *key);
+int32_t ORB_LoadBMPPalette(const char *filename);
+/// Writes image_w x image_h pixels of image_data at image_bpp, 8 bits with the palette in force;
+/// those with a `compression` of 1 run-length coded. 1, or 0.
+int32_t ORB_SaveBMP(const char *filename, int32_t compression);
+
 int32_t ORB_CheckJPEGHeader(const char *filename, const char *key);
 /// Grey pictures come as 8 bits with a palette of greys, others as truecolour without alpha.
 int32_t ORB_LoadJPEG(const char *filename, const char *key);
@@ -64,12 +73,32 @@ int32_t ORB_LoadJPEGPalette(const char *filename);
 /// own. 1, or 0.
 int32_t ORB_SaveJPEG(const char *filename, int32_t parameter);
 
+/// Files up to version 5, of which the reader takes version 5 only.
+int32_t ORB_CheckPCXHeader(const char *filename, const char *key);
+/// Palette pictures come as 8 bits; truecolour ones as 32, and are refused (144) at lower depths.
+int32_t ORB_LoadPCX(const char *filename, const char *key);
+int32_t ORB_LoadPCXPalette(const char *filename);
+/// Writes the picture as ORB_SaveBMP does, always run-length coded; 16 bits become 24, and alpha is
+/// lost. The format has no parameter. 1, or 0.
+int32_t ORB_SavePCX(const char *filename, int32_t parameter);
+
 int32_t ORB_CheckPNGHeader(const char *filename, const char *key);
 int32_t ORB_LoadPNG(const char *filename, const char *key);
 int32_t ORB_LoadPNGPalette(const char *filename);
 /// Writes image_w x image_h pixels of image_data at image_bpp (8 bits with the palette in force).
 /// `parameter` is the zlib level 0..9, else the default. 1, or 0.
 int32_t ORB_SavePNG(const char *filename, int32_t parameter);
+
+/// The format has no mark: this takes every file whose header describes a picture that we read.
+int32_t ORB_CheckTGAHeader(const char *filename, const char *key);
+/// Pictures of indices and of greys come as 8 bits, greys with a palette of greys; truecolour ones
+/// at the depth of the screen, with an alpha channel at 32 bits when the header says so.
+int32_t ORB_LoadTGA(const char *filename, const char *key);
+/// The colour map of a picture of indices, or the greys of a grey one.
+int32_t ORB_LoadTGAPalette(const char *filename);
+/// Writes the picture as ORB_SaveBMP does, at any depth run-length coded with a `compression` of 1;
+/// 16 bits become 24. 1, or 0.
+int32_t ORB_SaveTGA(const char *filename, int32_t compression);
 
 struct script_call;
 /// Makes a graph of library 0 from the reader's globals under the free `code`: adopts its palette
