@@ -1,5 +1,6 @@
 #include "script/pixels.h"
 
+#include "blit/raster.h"
 #include "surface/colour.h"
 #include "surface/surface.h"
 #include "video/fades.h"
@@ -74,5 +75,6 @@ void set_graphics2D_drawing_routines() {
     draw_pixel = draw_pixel8;
     do_fading = do_fading_8bits;
   }
+  set_raster_routines(mode.bpp);
   set_colour_routines(mode.bpp);
 }

@@ -1,0 +1,118 @@
+// Ellipses in a box.
+//
+// Each pair of rows is computed by itself, from the angle at which it cuts the ellipse. There are
+// at most 2048 pairs, so that a box of any size and place takes no long time.
+#include <cmath>
+#include <utility>
+
+#include "blit/raster_pens.h"
+
+#include "blit/raster_rows.h"
+
+namespace {
+
+constexpr int64_t max_height = 4096;
+
+/// The rows of the ellipse being drawn.
+row_pair ellipse_points[max_height / 2];
+
+/// trunc(cos(asin(t)) * a + a + x0 + 0.5) for 0 <= t < 1. The square root is that cosine, but
+/// sooner; their last digits may differ, which shows in no box narrower than millions of pixels.
+int32_t right_end(double t, double a, double x0) {
+  // QUIRK: one would round down. Truncation moves ends left of column 0 one to the right, which is
+  // intended.
+  return int32_t(std::sqrt((1 - t) * (1 + t)) * a + a + x0 + 0.5);
+}
+
+/// Fills ellipse_points for a box with ordered corners; returns how many pairs there are.
+int32_t find_rows(int32_t x0, int32_t y0, int32_t x1, int32_t y1) {
+  const int64_t width = int64_t(x1) - x0 + 1, height = int64_t(y1) - y0 + 1;
+  const double a = (double(x1) - x0) * 0.5;
+  const double middle = (double(y0) + y1 + 1) * 0.5;
+
+  int32_t count = 0;
+  for (double yc = y0 + 0.5; yc <= middle; yc += 1) {
+    // QUIRK: one would round down here too. Truncation moves rows above row 0 one down, and two
+    // around it fall together, which is intended.
+    const auto row = int32_t(yc);
+    if (count && ellipse_points[count - 1].top == row) continue;
+    const int32_t right = right_end(1 - (yc - y0) / (middle - y0), a, x0);
+    ellipse_points[count++] = {saturated(int64_t(x1) - right + x0), right, row,
+                               saturated(int64_t(y1) + y0 - row)};
+  }
+
+  row_pair &first = ellipse_points[0];
+  if (height == 2) {
+    first.left = x0;
+    first.right = x1;
+  } else if (height > 2 && width > 2 && count > 1 && first.left == ellipse_points[1].left &&
+             first.left + 1 < first.right) {
+    // A corner looks rounder so.
+    ++first.left;
+    --first.right;
+  }
+
+  // Above row 0 truncation lets the upper rows meet the mirrored ones early, and the last pair can
+  // stand for rows that are there already: those of the pair before, which remain as they are, or
+  // of the one before that, which then reach as far as it does.
+  if (count > 1 && ellipse_points[count - 1].top == ellipse_points[count - 2].bottom) {
+    --count;
+  } else if (count > 2 && ellipse_points[count - 1].top == ellipse_points[count - 3].bottom) {
+    --count;
+    ellipse_points[count - 2].left = ellipse_points[count].left;
+    ellipse_points[count - 2].right = ellipse_points[count].right;
+  }
+  return count;
+}
+
+template <typename Canvas>
+void ellipse(Canvas &to, int32_t x0, int32_t y0, int32_t x1, int32_t y1, int32_t fill) {
+  if (x0 > x1) std::swap(x0, x1);
+  if (y0 > y1) std::swap(y0, y1);
+  if (int64_t(y1) - y0 + 1 > max_height) return;
+  // Truncation may move an end or a row by one.
+  if (place(to.clip(), int64_t(x0) - 1, int64_t(y0) - 1, int64_t(x1) + 1, int64_t(y1) + 1).misses)
+    return;
+  draw_pairs(to, ellipse_points, find_rows(x0, y0, x1, y1), fill != 0);
+}
+
+template <typename Pixel>
+void ellipse_on(__ORBSurface2D__ *surface, int32_t x0, int32_t y0, int32_t x1, int32_t y1,
+                uint32_t colour, int32_t fill) {
+  draw_on<Pixel>(surface, colour, [=](auto &to) { ellipse(to, x0, y0, x1, y1, fill); });
+}
+template <typename Drawing>
+void ellipse_drawing(__ORBSurface2D__ *surface, int32_t x0, int32_t y0, int32_t x1, int32_t y1,
+                     int32_t fill) {
+  drawing_on<Drawing>(surface, [=](auto &to) { ellipse(to, x0, y0, x1, y1, fill); });
+}
+template <typename Drawing> void ellipse_linec_drawing(int32_t x0, int32_t x1, int32_t y) {
+  draw_clipped<Drawing>([=](auto &to) { to.run(x0, x1, y); });
+}
+
+} // namespace
+
+// The same set for each depth.
+#define ORB_ELLIPSES(depth, pixel)                                                                 \
+  void draw_ellipse##depth(__ORBSurface2D__ *surface, int32_t x0, int32_t y0, int32_t x1,          \
+                           int32_t y1, uint32_t colour, int32_t fill) {                            \
+    ellipse_on<pixel>(surface, x0, y0, x1, y1, colour, fill);                                      \
+  }                                                                                                \
+  void drawing_ellipse##depth(__ORBSurface2D__ *surface, int32_t x0, int32_t y0, int32_t x1,       \
+                              int32_t y1, int32_t fill) {                                          \
+    ellipse_drawing<plain_drawing<pixel>>(surface, x0, y0, x1, y1, fill);                          \
+  }                                                                                                \
+  void drawing_ellipse##depth##_alpha(__ORBSurface2D__ *surface, int32_t x0, int32_t y0,           \
+                                      int32_t x1, int32_t y1, int32_t fill) {                      \
+    ellipse_drawing<alpha_drawing<pixel>>(surface, x0, y0, x1, y1, fill);                          \
+  }                                                                                                \
+  void ellipse_linec##depth##_drawing(int32_t x0, int32_t x1, int32_t y) {                         \
+    ellipse_linec_drawing<plain_drawing<pixel>>(x0, x1, y);                                        \
+  }                                                                                                \
+  void ellipse_linec##depth##_drawing_alpha(int32_t x0, int32_t x1, int32_t y) {                   \
+    ellipse_linec_drawing<alpha_drawing<pixel>>(x0, x1, y);                                        \
+  }
+ORB_ELLIPSES(8, uint8_t)
+ORB_ELLIPSES(16, uint16_t)
+ORB_ELLIPSES(32, uint32_t)
+#undef ORB_ELLIPSES

@@ -1,0 +1,66 @@
+// Round shapes as rows that mirror one another, from the outermost pair inwards.
+#pragma once
+
+#include "blit/raster_canvas.h"
+
+namespace {
+
+/// Two rows of a shape, which have their ends in the same columns; inclusive. They may be the same
+/// row.
+struct row_pair {
+  int32_t left, right, top, bottom;
+};
+
+template <typename Canvas>
+void run_in_both(Canvas &to, const row_pair &rows, int32_t left, int32_t right) {
+  to.run(left, right, rows.top);
+  if (rows.bottom != rows.top) to.run(left, right, rows.bottom);
+}
+
+/// What an outline has on these rows: from each end to the column before which the next pair
+/// outwards ends, and the end itself at least. So neighbouring rows touch at a corner at least, and
+/// no pixel is drawn twice. `outer` gives that pair's ends.
+template <typename Canvas>
+void outline_in_both(Canvas &to, const row_pair &rows, int32_t outer_left, int32_t outer_right) {
+  const int32_t left_end = std::max(rows.left, outer_left - 1);
+  const int32_t right_start = std::min(rows.right, outer_right + 1);
+  if (left_end >= right_start) return run_in_both(to, rows, rows.left, rows.right);
+  run_in_both(to, rows, rows.left, left_end);
+  run_in_both(to, rows, right_start, rows.right);
+}
+
+/// Draws a shape about the canvas' origin, `height` rows to either side of the middle one, of which
+/// row v goes half_width(v) columns to either side. Only rows within the clip rectangle are asked
+/// for, from the outermost inwards.
+template <typename Canvas, typename HalfWidth>
+void draw_centred(Canvas &to, int32_t height, HalfWidth &&half_width, bool fill) {
+  const auto &clip = to.clip();
+  const int32_t outermost = std::min(height, std::max(-clip.top, clip.bottom));
+  const int32_t innermost = std::max({0, clip.top, -clip.bottom});
+  // None beyond the first: its outline is all of the row.
+  int32_t outer = !fill && outermost < height ? half_width(outermost + 1) : -1;
+  for (int32_t v = outermost; v >= innermost; --v) {
+    const int32_t half = half_width(v);
+    const row_pair rows = {-half, half, -v, v};
+    if (fill) {
+      run_in_both(to, rows, -half, half);
+    } else {
+      outline_in_both(to, rows, -outer, outer);
+    }
+    outer = half;
+  }
+}
+
+/// Draws `count` pairs of rows, the outermost first.
+template <typename Canvas>
+void draw_pairs(Canvas &to, const row_pair *pairs, int32_t count, bool fill) {
+  for (int32_t i = 0; i < count; ++i) {
+    if (fill || i == 0) {
+      run_in_both(to, pairs[i], pairs[i].left, pairs[i].right);
+    } else {
+      outline_in_both(to, pairs[i], pairs[i - 1].left, pairs[i - 1].right);
+    }
+  }
+}
+
+} // namespace
