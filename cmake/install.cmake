@@ -1,4 +1,4 @@
-# `install`: library, public header, pkg-config file, CMake package, player.
+# `install`: library, public header, pkg-config file, CMake package, player, orbgfx.
 
 if(NOT TARGET orb_graphics2d)
   return()
@@ -10,6 +10,9 @@ install(TARGETS orb_graphics2d EXPORT orb_graphics2d LIBRARY DESTINATION "${CMAK
 install(FILES include/orb/graphics2d.h DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/orb")
 if(TARGET orbplay)
   install(TARGETS orbplay RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+endif()
+if(TARGET orbgfx)
+  install(TARGETS orbgfx RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
 endif()
 
 # Relative, so that `cmake --install --prefix` may choose another place.

@@ -1,5 +1,6 @@
 // orbplay: plays a Lua script with the graphics module.
 #include "host/host.h"
+#include "host/module_file.h"
 #include "host/screenshot.h"
 #include "host/script.h"
 
@@ -24,8 +25,6 @@ namespace {
 namespace fs = std::filesystem;
 
 enum ExitStatus { exit_ok, exit_script, exit_usage, exit_not_found, exit_video };
-
-constexpr const char *module_file = "libORB_mod_graphics2D.so.1";
 
 // Ctrl-C ends play with the frame, so that the display is put back; a second time, at once. SDL
 // would swallow it, and a script in an endless loop couldn't be stopped.
@@ -53,9 +52,9 @@ struct Settings {
   std::string module;
   bool headless = false, full_screen = false, strict = false, list_functions = false;
   bool display_pictures = false; // screenshots of the display instead of the script's screen
-  std::uint64_t frames = 0; // 0: no limit
-  int fps = -1;             // negative: the script's choice
-  std::int64_t seed = -1;   // negative: 1 when headless, else another one every time
+  std::uint64_t frames = 0;      // 0: no limit
+  int fps = -1;                  // negative: the script's choice
+  std::int64_t seed = -1;        // negative: 1 when headless, else another one every time
   std::vector<Screenshot> screenshots;
 };
 
@@ -134,27 +133,10 @@ Settings parse_options(int argc, char **argv) {
   return settings;
 }
 
-// Where the module is: beside the program in ../lib, or where the loader finds it. The program may
-// have been started by the dynamic loader, which /proc/self/exe then names; argv[0] comes first.
-std::string find_module(const char *program) {
-  std::vector<fs::path> programs;
-  std::error_code ignored;
-  if (std::string_view(program).find('/') != std::string_view::npos) programs.emplace_back(program);
-  programs.push_back(fs::read_symlink("/proc/self/exe", ignored));
-  for (const fs::path &path : programs) {
-    const fs::path real = fs::weakly_canonical(path, ignored);
-    for (const char *folder : {"../lib", "../lib/i386-linux-gnu"}) {
-      const fs::path file = real.parent_path() / folder / module_file;
-      if (fs::exists(file, ignored)) return file.lexically_normal().string();
-    }
-  }
-  return module_file;
-}
-
 void load_module(orbhost::Host &host, const Settings &settings, const char *program) {
   std::string path = settings.module;
   if (path.empty())
-    path = find_module(program);
+    path = orbhost::find_module(program);
   else if (path.find('/') == std::string::npos)
     path.insert(0, "./");
   try {

@@ -5,6 +5,7 @@ verb_help() {
 usage: ./orb VERB [ARGUMENTS]
 
   play [OPTIONS] SCRIPT   play a Lua script; --help lists the player's options
+  gfx COMMAND ...         make, take apart and compare graph libraries; --help
   test [--sanitize] [PATTERN | CTEST OPTIONS]
                           run all tests, or those whose suite matches PATTERN;
                           --sanitize: under AddressSanitizer and UBSan
@@ -62,6 +63,15 @@ verb_play() {
   local status=$?
   [ ! -e "$picture" ] || say "the last frame: $picture"
   exit $status
+}
+
+verb_gfx() {
+  local preset
+  preset=$(default_preset)
+  prepare "$preset" orbgfx
+  local tool=("$root/build/$preset/bin/orbgfx")
+  is_native || tool=("$root/tools/run32" "${tool[@]}")
+  exec "${tool[@]}" "$@"
 }
 
 # A private X server on a free display, so that window tests need no display of the user's and

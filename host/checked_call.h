@@ -1,0 +1,26 @@
+// Script calls from C++ that insist on success.
+#pragma once
+
+#include "host/host.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orbhost {
+
+// A script function that reported a mistake, or returned the failure value without a report.
+class CallError : public HostError {
+public:
+  CallError(std::string_view function, std::vector<ErrorReport> given);
+  std::vector<ErrorReport> reports; // in the order in which they came; may be empty
+  // Of the first report; 0 without one.
+  [[nodiscard]] std::int32_t code() const { return reports.empty() ? 0 : reports.front().code; }
+};
+
+// host.call(), with reports collected instead of printed. Throws CallError for any report and for
+// the failure value, HostError when no form fits. Not for functions whose result may be the failure
+// value rightly, as a colour or an address may.
+std::int32_t checked_call(Host &host, std::string_view name, std::vector<Argument> arguments = {});
+
+} // namespace orbhost

@@ -1,0 +1,28 @@
+#include "host/module_file.h"
+
+#include <filesystem>
+#include <string_view>
+#include <vector>
+
+namespace orbhost {
+
+std::string find_module(const char *program) {
+  namespace fs = std::filesystem;
+  constexpr const char *module_file = "libORB_mod_graphics2D.so.1";
+  // The program may have been started by the dynamic loader, which /proc/self/exe then names:
+  // argv[0] comes first.
+  std::vector<fs::path> programs;
+  std::error_code ignored;
+  if (std::string_view(program).find('/') != std::string_view::npos) programs.emplace_back(program);
+  programs.push_back(fs::read_symlink("/proc/self/exe", ignored));
+  for (const fs::path &path : programs) {
+    const fs::path real = fs::weakly_canonical(path, ignored);
+    for (const char *folder : {"../lib", "../lib/i386-linux-gnu"}) {
+      const fs::path file = real.parent_path() / folder / module_file;
+      if (fs::exists(file, ignored)) return file.lexically_normal().string();
+    }
+  }
+  return module_file;
+}
+
+} // namespace orbhost

@@ -1,0 +1,26 @@
+// File names of graphs: "012_ship.png" is graph 12.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace orbgfx {
+
+constexpr int first_code = 1, last_code = 999;
+
+// The code in a file's name: one to three digits at its start, with "_", "-" or "." behind them.
+std::optional<int> code_in_name(std::string_view path);
+
+// "012_ship.png" for graph 12 whose name is "ship", "SHIP.MAP" or "012_ship.png": an ending of a
+// picture format gives way to `extension`, a code at the start to this one; what a file's name
+// can't or shouldn't hold becomes "_".
+std::string file_name_of(int code, std::string_view name, std::string_view extension);
+
+// The script constant of the picture format that a file's ending names: "img_format_png" for .png
+// and .PNG. Nothing for other endings.
+std::optional<std::string_view> format_of(std::string_view path);
+// Whether a file is an FPG file by its ending.
+bool is_library_name(std::string_view path);
+
+} // namespace orbgfx
