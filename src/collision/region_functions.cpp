@@ -64,3 +64,80 @@ int32_t ORB_region_define() {
   }
   return call.done(1);
 }
+
+namespace {
+
+/// A region number that the list holds, from the script's first argument; null after reporting 108.
+const __ORBRegion__ *check_region(const script_call &call, int32_t region) {
+  if (region >= 0 && region < max_region) return &regions[region];
+  return call.bad(error_region, 1, region);
+}
+
+/// region_get_...(region): what `value` makes of the bounds. An undefined region's are all -1.
+template <typename F> int32_t region_value(const script_call &call, F &&value) {
+  const __ORBRegion__ *const region = check_region(call, rt_pop_int());
+  return region ? call.done(value(*region)) : call.fail();
+}
+
+/// How many pixels an axis has; wraps for a region as wide as numbers go.
+int32_t length(int32_t first, int32_t last) {
+  return int32_t(uint32_t(last) - uint32_t(first) + 1);
+}
+
+} // namespace
+
+/// region_undefine(region): 1 when it was defined, else 0. Region 0 is always defined: 108.
+int32_t ORB_region_undefine() {
+  const script_call call{"REGION_UNDEFINE"};
+  const int32_t region = rt_pop_int();
+  if (region < 1 || region >= max_region) {
+    call.bad(error_region, 1, region);
+    return call.fail();
+  }
+  if (!regions_def[region]) return call.done(0);
+  regions[region] = {-1, -1, -1, -1};
+  regions_def[region] = 0;
+  regions_defined--;
+  return call.done(1);
+}
+
+int32_t ORB_region_is_defined() {
+  const script_call call{"REGION_IS_DEFINED"};
+  const int32_t region = rt_pop_int();
+  return check_region(call, region) ? call.done(regions_def[region]) : call.fail();
+}
+
+/// region_get_box(region, &x0, &y0, &x1, &y1): inclusive bounds; null pointers are passed over. 1.
+int32_t ORB_region_get_box() {
+  const script_call call{"REGION_GET_BOX"};
+  const auto [region, x0, y0, x1, y1] =
+      pop_args<int32_t, int32_t *, int32_t *, int32_t *, int32_t *>();
+  const __ORBRegion__ *const box = check_region(call, region);
+  if (!box) return call.fail();
+  if (x0) *x0 = box->x0;
+  if (y0) *y0 = box->y0;
+  if (x1) *x1 = box->x1;
+  if (y1) *y1 = box->y1;
+  return call.done(1);
+}
+
+int32_t ORB_region_get_width() {
+  return region_value(script_call{"REGION_GET_WIDTH"},
+                      [](const __ORBRegion__ &r) { return length(r.x0, r.x1); });
+}
+int32_t ORB_region_get_height() {
+  return region_value(script_call{"REGION_GET_HEIGHT"},
+                      [](const __ORBRegion__ &r) { return length(r.y0, r.y1); });
+}
+int32_t ORB_region_get_x0() {
+  return region_value(script_call{"REGION_GET_X0"}, [](const __ORBRegion__ &r) { return r.x0; });
+}
+int32_t ORB_region_get_x1() {
+  return region_value(script_call{"REGION_GET_X1"}, [](const __ORBRegion__ &r) { return r.x1; });
+}
+int32_t ORB_region_get_y0() {
+  return region_value(script_call{"REGION_GET_Y0"}, [](const __ORBRegion__ &r) { return r.y0; });
+}
+int32_t ORB_region_get_y1() {
+  return region_value(script_call{"REGION_GET_Y1"}, [](const __ORBRegion__ &r) { return r.y1; });
+}

@@ -15,6 +15,7 @@
 
 orb_device_system *deviceSystem_graphics2D;
 uint8_t first_frame = 1, program_visible;
+int32_t frame_number;
 
 int32_t *_dump_type_, *_restore_type_, *_fading_, *_fps_;
 int32_t *_num_video_modes_, *_num_video_bits_, *_num_video_rates_, *_vsync_;
@@ -116,6 +117,9 @@ int32_t ORB_mod_graphics2D_init() {
   set_graphics2D_drawing_routines();
   update_video_structs();
   create_collision_surfaces();
+  collision_alphathreshold = 0;
+  alphathreshold = 0;
+  frame_number = 0;
   device2D.VID_SetGFXMode();
   fade_off();
   fade_on();
@@ -126,6 +130,7 @@ int32_t ORB_mod_graphics2D_init() {
 /// One frame: from the processes' locals to the display.
 int32_t ORB_mod_graphics2D_frame() {
   if (!running) return 1;
+  frame_number = int32_t(uint32_t(frame_number) + 1);
   show_program();
   read_script_globals();
   render();

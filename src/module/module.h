@@ -19,6 +19,9 @@ extern uint8_t first_frame;
 /// 1 once the window was shown. Written by the frame hook, and back by release.
 extern uint8_t program_visible;
 
+/// Frames since init, modulo 2^32; 1 during the first one. Written by the frame hook.
+extern int32_t frame_number;
+
 /// One element of the script array `video_modes`.
 struct script_video_mode {
   int32_t wide, width, height, mode;

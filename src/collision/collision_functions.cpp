@@ -1,0 +1,157 @@
+// collision, overlap: who is asked about, and the walk over the processes.
+//
+// Targets: -1 is the mouse pointer; the id of a living process is that process; anything else is a
+// type of process, 0 any. A type is walked in the order of the host's process list, and the walk
+// goes on where it stood when the same process asks again for the same type in the same frame, so
+// that repeated calls give every hit once and then 0. Where it stands is kept in the asking
+// process's record: the target, the id of the next candidate, the frame.
+#include "collision/collision.h"
+#include "collision/picture.h"
+#include "module/script_call.h"
+#include "script/handlers.h"
+
+namespace {
+
+constexpr int32_t mouse_target = -1;
+/// In a walk's candidate word: it starts; it has come to its end with a hit.
+constexpr int32_t from_the_start = 0, at_the_end = -1;
+
+/// What tells a collision from an overlap. In the point forms x and y are that point.
+struct test_kind {
+  int32_t (*with_process)();
+  int32_t (*with_pointer)();
+  int32_t (*at_point)(int32_t x, int32_t y);
+};
+
+/// One call: what is asked, and by whom.
+struct question {
+  const test_kind &test;
+  orb_process *asking;
+  int32_t target;
+  bool of_point;
+  int32_t x, y;
+};
+
+/// Prepares the candidate and tests it; a candidate without a picture is passed over.
+bool hits(const question &q, const orb_process *candidate) {
+  if (!process_picture(candidate, scan, nullptr)) return false;
+  int32_t x, y;
+  if (scroll_offset(candidate, x, y)) move_picture(scan, x, y);
+  return q.of_point ? q.test.at_point(q.x, q.y) != 0 : q.test.with_process() != 0;
+}
+
+bool takes_part(const question &q, const orb_process *candidate) {
+  if (!candidate || candidate == q.asking || candidate->coordinates > 1) return false;
+  if (candidate->status != 2 && candidate->status < 4) return false;
+  return q.target == 0 || candidate->type == q.target;
+}
+
+const orb_process_node *first_node() {
+  const orb_process_services *const services = orbre->rt_processes;
+  return services && services->proc_first ? services->proc_first(0) : nullptr;
+}
+
+/// The node at which a walk goes on; the first one when its candidate lives no more.
+const orb_process_node *resume(int32_t candidate) {
+  const orb_process_node *const first = first_node();
+  if (candidate == from_the_start) return first;
+  for (const orb_process_node *node = first; node; node = node->next)
+    if (node->process && process_id(node->process) == candidate) return node;
+  return first;
+}
+
+int32_t walk(const question &q) {
+  orb_process &memory = *q.asking;
+  const bool goes_on = memory.walk_target == q.target && memory.walk_frame == frame_number;
+  const int32_t candidate = goes_on ? memory.walk_candidate : from_the_start;
+  memory.walk_target = q.target;
+  memory.walk_frame = frame_number;
+  memory.walk_candidate = from_the_start;
+  if (candidate == at_the_end) return 0;
+  for (const orb_process_node *node = resume(candidate); node; node = node->next) {
+    if (!takes_part(q, node->process) || !hits(q, node->process)) continue;
+    const orb_process_node *next = node->next;
+    while (next && !next->process)
+      next = next->next;
+    memory.walk_candidate = next ? process_id(next->process) : at_the_end;
+    return process_id(node->process);
+  }
+  return 0;
+}
+
+int32_t answer(const question &q) {
+  if (q.target == mouse_target) {
+    if (!pointer_picture(scan)) return 0;
+    const int32_t hit = q.of_point ? q.test.at_point(q.x, q.y) : q.test.with_pointer();
+    return hit ? process_id(q.asking) : 0;
+  }
+  if (const orb_process *const one = find_process(q.target)) {
+    // A point may be asked of oneself.
+    if (one == q.asking && !q.of_point) return 0;
+    if (one->coordinates > 1 || (one->status != 2 && one->status < 4)) return 0;
+    return hits(q, one) ? q.target : 0;
+  }
+  return walk(q);
+}
+
+/// (target), (process, target), (x, y, target).
+int32_t run(const script_call &call, const test_kind &test) {
+  question q{test, nullptr, 0, false, 0, 0};
+  switch (rt_param_count()) {
+  case 3:
+    std::tie(q.x, q.y, q.target) = pop_args<int32_t, int32_t, int32_t>();
+    q.of_point = true;
+    q.asking = calling_process();
+    break;
+  case 2: {
+    const auto [id, target] = pop_args<int32_t, int32_t>();
+    q.target = target;
+    q.asking = find_process(id);
+    break;
+  }
+  default:
+    q.target = rt_pop_int();
+    q.asking = calling_process();
+    break;
+  }
+  if (!q.asking) return call.done(0);
+  if (!q.of_point) {
+    if (!process_picture(q.asking, proc, &call)) return call.done(0);
+    int32_t x, y;
+    if (scroll_offset(q.asking, x, y)) move_picture(proc, x, y);
+  }
+  return call.done(answer(q));
+}
+
+constexpr test_kind collisions{check_process_collision, check_mouse_collision,
+                               check_hittest_collision};
+constexpr test_kind overlaps{check_process_overlap, check_mouse_overlap, check_hittest_overlap};
+
+} // namespace
+
+/// collision(target), (process, target): the id of a process whose visible pixels touch those of
+/// the asking one; of the asking one itself when they touch the mouse pointer's; else 0.
+/// collision(x, y, target): one whose visible pixels cover that point of the screen.
+int32_t ORB_collision() {
+  return run(script_call{"COLLISION"}, collisions);
+}
+
+/// overlap(...): the same for the outlines of the pictures, transparent parts included.
+int32_t ORB_overlap() {
+  // QUIRK: its own name would look more natural in reports; they say "COLLISION", intentionally.
+  return run(script_call{"COLLISION"}, overlaps);
+}
+
+int32_t ORB_collision_get_alphathreshold() {
+  return rt_return(collision_alphathreshold);
+}
+
+/// collision_set_alphathreshold(threshold): 0..254; 1, or the failure value.
+int32_t ORB_collision_set_alphathreshold() {
+  const script_call call{"COLLISION_SET_ALPHATHRESHOLD"};
+  const uint32_t threshold = rt_pop_uint();
+  if (threshold >= 255) return call.fail();
+  collision_alphathreshold = int32_t(threshold);
+  alphathreshold = threshold << 24;
+  return call.done(1);
+}

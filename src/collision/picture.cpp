@@ -1,0 +1,164 @@
+#include "collision/picture.h"
+
+#include "blit/effects.h"
+#include "frame/process_scan.h"
+#include "module/script_call.h"
+#include "surface/registry.h"
+
+namespace {
+
+constexpr int32_t full_turn = 360000;
+constexpr int32_t scrolls = 10;
+constexpr int32_t ghost_flag = 4;
+
+/// The slot's surface where both numbers are in range, reported where not; null for an empty slot.
+__ORBSurface2D__ *find_surface(int32_t file, int32_t graph, const script_call *call) {
+  if (file < 0 || file >= max_fpg) {
+    if (call) call->bad(error_file, 1, file);
+    return nullptr;
+  }
+  if (graph < 1 || graph >= (file ? graphs_per_library : max_map)) {
+    if (call) call->bad(error_graph, 2, graph);
+    return nullptr;
+  }
+  const orb_map_slot *slots = fpg[file].slots;
+  return slots ? slots[graph].surface : nullptr;
+}
+
+/// A request for the whole picture at natural size.
+void start_request(__ORBBlit2D__ &request, __ORBSurface2D__ *surface, int32_t x, int32_t y) {
+  request = {};
+  request.src = surface;
+  request.x = x;
+  request.y = y;
+  request.size = request.size_x = request.size_y = 100;
+  request.alpha = 255;
+  request.region = -1;
+}
+
+bool is_plain(const __ORBBlit2D__ &r) {
+  return r.angle == 0 && r.size_x == 100 && r.size_y == 100 && r.shear_x == 0 && r.shear_y == 0;
+}
+
+/// Calls `use` and gives the surface its pivot override back, which geometry and blits consume.
+template <typename F> void keep_override(__ORBSurface2D__ *surface, F &&use) {
+  const auto override = surface->pivot_override;
+  use();
+  surface->pivot_override = override;
+}
+
+} // namespace
+
+orb_process *find_process(int32_t id) {
+  const orb_process_services *const services = orbre->rt_processes;
+  if (id == 0 || !services || !services->proc_exists || !services->proc_exists(id)) return nullptr;
+  return std::bit_cast<orb_process *>(id);
+}
+
+orb_process *calling_process() {
+  const orb_process_services *const services = orbre->rt_processes;
+  return services && services->proc_current ? services->proc_current() : nullptr;
+}
+
+bool process_picture(const orb_process *process, __ORBBlit2D__ &request, const script_call *call) {
+  if (!process || !process->locals || process->coordinates == 2) return false;
+  orb_locals shown = *process->locals;
+  if (shown.file < 0 || shown.file >= max_fpg) {
+    if (call) call->bad(error_file, 1, shown.file);
+    return false;
+  }
+  if (shown.xgraph) {
+    if (!apply_xgraph(&shown)) return false;
+    shown.angle = 0;
+  }
+  __ORBSurface2D__ *const surface = find_surface(shown.file, shown.graph, call);
+  if (!surface) return false;
+  if (shown.resolution > 0) {
+    shown.x /= shown.resolution;
+    shown.y /= shown.resolution;
+  }
+  start_request(request, surface, shown.x, shown.y);
+  request.angle = shown.angle % full_turn;
+  if (shown.size == 100) {
+    request.size_x = shown.size_x;
+    request.size_y = shown.size_y;
+  } else {
+    request.size_x = request.size_y = shown.size;
+  }
+  request.shear_x = shown.shear_x;
+  request.shear_y = shown.shear_y;
+  request.flags = shown.flags;
+  const bool known = shown.tfmorder >= tfm_hsr && shown.tfmorder <= tfm_rsh;
+  request.tfmorder = known ? shown.tfmorder : int32_t(tfm_hsr);
+  return true;
+}
+
+bool pointer_picture(__ORBBlit2D__ &request) {
+  if (!_mouse_graphics2D_) return false;
+  const script_mouse mouse = *_mouse_graphics2D_;
+  if (!graph_picture(mouse.file, mouse.graph, mouse.x, mouse.y, request, nullptr)) return false;
+  request.angle = mouse.angle % full_turn;
+  request.size_x = request.size_y = mouse.size;
+  request.flags = mouse.flags;
+  return true;
+}
+
+bool graph_picture(int32_t file, int32_t graph, int32_t x, int32_t y, __ORBBlit2D__ &request,
+                   const script_call *call) {
+  __ORBSurface2D__ *const surface = find_surface(file, graph, call);
+  if (!surface) return false;
+  start_request(request, surface, x, y);
+  return true;
+}
+
+bool scroll_offset(const orb_process *process, int32_t &x, int32_t &y) {
+  x = y = 0;
+  const orb_scroll_services *const services =
+      deviceSystem_graphics2D ? deviceSystem_graphics2D->scroll : nullptr;
+  if (process->coordinates != 1 || !services || !services->offset) return false;
+  const int32_t id = process_id(process);
+  for (int32_t scroll = 0; scroll < scrolls; ++scroll)
+    if (services->offset(id, scroll, &x, &y)) return true;
+  x = y = 0;
+  return false;
+}
+
+void move_picture(__ORBBlit2D__ &request, int32_t x, int32_t y) {
+  request.x = int32_t(uint32_t(request.x) + uint32_t(x));
+  request.y = int32_t(uint32_t(request.y) + uint32_t(y));
+}
+
+void picture_corners(const __ORBBlit2D__ &r, __FPoint__ corners[4]) {
+  keep_override(r.src, [&] {
+    calculate_corners(r.src, r.x, r.y, r.size_x, r.size_y, r.shear_x, r.shear_y, r.angle,
+                      r.tfmorder, r.flags, corners);
+  });
+}
+
+__ORBRegion__ picture_box(const __ORBBlit2D__ &r) {
+  __ORBRegion__ box;
+  keep_override(r.src, [&] {
+    calculate_graph_bbox(&box, r.src, r.x, r.y, r.angle, r.flags, r.size_x, r.size_y, r.shear_x,
+                         r.shear_y, r.tfmorder);
+  });
+  // A natural picture with an overridden pivot mirrors about its last pixel: one to the right and
+  // below of where geometry has it.
+  if (r.src->pivot_override && is_plain(r)) {
+    if (r.flags & 1) ++box.x0, ++box.x1;
+    if (r.flags & 2) ++box.y0, ++box.y1;
+  }
+  return box;
+}
+
+void draw_picture(const __ORBBlit2D__ &picture, int32_t x, int32_t y, __ORBSurface2D__ *onto) {
+  __ORBBlit2D__ request = picture;
+  request.x = int32_t(uint32_t(request.x) - uint32_t(x));
+  request.y = int32_t(uint32_t(request.y) - uint32_t(y));
+  request.flags &= ~ghost_flag;
+  request.fxmode = fx_src;
+  request.dst = onto;
+  const bool scaled = request.size_x != 100 || request.size_y != 100;
+  const bool sheared = request.shear_x != 0 || request.shear_y != 0;
+  keep_override(request.src,
+                [&] { choose_blit_operation(request.angle != 0, scaled, sheared)(&request); });
+}

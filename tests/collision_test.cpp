@@ -1,0 +1,416 @@
+// Collision and overlap: pixel tests against pictures drawn whole, the walk over the processes, and
+// what takes part.
+#include <algorithm>
+#include <cmath>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "blit/effects.h"
+#include "collision/collision.h"
+#include "collision/picture.h"
+#include "frame/process_scan.h"
+#include "graphics_fixture.h"
+#include "script/handlers.h"
+
+namespace {
+
+script_mouse pointer;
+struct {
+  int32_t scroll, x, y; // the scroll that shows every process, and where
+} shown_in;
+
+struct Collision : graphics_test {
+  std::mt19937 random{4711};
+
+  Collision() {
+    frame_number = 1;
+    collision_alphathreshold = 0;
+    alphathreshold = 0;
+    pointer = {};
+    _mouse_graphics2D_ = &pointer;
+    create_collision_surfaces();
+    host.scroll.offset = [](int32_t, int32_t scroll, int32_t *x, int32_t *y) -> int32_t {
+      if (scroll != shown_in.scroll) return 0;
+      *x = shown_in.x;
+      *y = shown_in.y;
+      return 1;
+    };
+    shown_in = {-1, 0, 0};
+  }
+  ~Collision() override {
+    delete_collision_surfaces();
+    _mouse_graphics2D_ = nullptr;
+  }
+
+  int pick(int low, int high) { return std::uniform_int_distribution<int>(low, high)(random); }
+
+  /// A graph of library 0, all of one pixel value.
+  int32_t add_graph(int width, int height, uint32_t value, bool alpha = false) {
+    const int32_t code = GetMAPCode(0);
+    __ORBSurface2D__ *const surface = ORBGI2D_CreateGFXSurface(width, height, mode.bpp, 1);
+    ORBGI2D_BlitFill(surface, value, 0);
+    surface->alpha_channel = alpha;
+    slot(code).surface = surface;
+    slot(code).code = code;
+    ++fpg[0].map_count;
+    return code;
+  }
+  /// One with holes, of a random size, and at 32 bits sometimes with alpha.
+  int32_t add_random_graph() {
+    const int32_t code = add_graph(pick(1, 40), pick(1, 40), 0);
+    __ORBSurface2D__ &s = *slot(code).surface;
+    s.alpha_channel = mode.bpp == 32 && pick(0, 1);
+    auto *bytes = static_cast<uint8_t *>(s.pixels);
+    const uint32_t size = uint32_t(mode.bpp / 8);
+    const int holes = pick(2, 12);
+    for (uint32_t i = 0; i < s.byte_size; i += size)
+      for (uint32_t b = 0; b < size; ++b)
+        bytes[i + b] = pick(0, holes) ? 0 : uint8_t(pick(1, 255));
+    s.cpoints[0] = uint32_t(pick(0, int(s.width)));
+    s.cpoints[1] = uint32_t(pick(0, int(s.height)));
+    return code;
+  }
+  orb_process &at(int32_t x, int32_t y, int32_t graph, int32_t type = 1) {
+    orb_process &process = host.spawn();
+    process.type = type;
+    process.locals->x = x;
+    process.locals->y = y;
+    process.locals->graph = graph;
+    return process;
+  }
+  /// A corner in the middle between two pixels takes one or the other by where the picture stands.
+  static bool falls_between_pixels(const orb_process &process) {
+    __ORBBlit2D__ request;
+    __FPoint__ corners[4];
+    if (!process_picture(&process, request, nullptr)) return false;
+    picture_corners(request, corners);
+    const auto halfway = [](float v) { return std::abs(v - std::floor(v) - 0.5f) < 0.01f; };
+    return std::any_of(corners, corners + 4,
+                       [&](const __FPoint__ &c) { return halfway(c.x) || halfway(c.y); });
+  }
+  void turn_at_random(orb_process &process) {
+    orb_locals &l = *process.locals;
+    do {
+      l.angle = pick(0, 1) ? pick(-400000, 400000) : 0;
+      l.size = pick(0, 2) ? 100 : pick(20, 300);
+      l.size_x = pick(0, 2) ? 100 : pick(20, 300);
+      l.size_y = pick(0, 2) ? 100 : pick(20, 300);
+      l.shear_x = pick(0, 2) ? 0 : pick(-150, 150);
+      l.shear_y = pick(0, 4) ? 0 : pick(-150, 150);
+      l.tfmorder = pick(0, 5);
+      l.flags = pick(0, 11);
+    } while (falls_between_pixels(process));
+    l.alpha = pick(0, 255); // none of these counts
+    l.fxmode = pick(0, 300);
+    l.region = pick(0, 30);
+    l.visible = pick(0, 1);
+  }
+  int32_t id(const orb_process &process) { return process_id(&process); }
+  template <typename... T> int32_t collide(const orb_process &asking, T... arguments) {
+    return host.call(ORB_collision, id(asking), arguments...);
+  }
+
+  /// The picture of a process on a surface that has room for all of it, (0, 0) in its middle.
+  struct whole_picture {
+    __ORBBlit2D__ request{};
+
+    explicit whole_picture(const orb_process &process) {
+      const orb_locals &l = *process.locals;
+      __ORBBlit2D__ &r = request;
+      r.src = slot(l.graph).surface;
+      r.dst = ORBGI2D_CreateGFXSurface(600, 600, mode.bpp, 1);
+      r.x = l.x + 300;
+      r.y = l.y + 300;
+      r.region = -1;
+      r.angle = l.angle % 360000;
+      r.size = l.size;
+      r.size_x = l.size_x;
+      r.size_y = l.size_y;
+      r.shear_x = l.shear_x;
+      r.shear_y = l.shear_y;
+      r.tfmorder = l.tfmorder;
+      r.flags = l.flags & 3;
+      r.alpha = 255;
+      r.fxmode = fx_src;
+      const bool scaled = l.size != 100 || l.size_x != 100 || l.size_y != 100;
+      r.blit_op = choose_blit_operation(r.angle != 0, scaled, l.shear_x || l.shear_y);
+      r.blit_op(&r);
+    }
+    ~whole_picture() { ORBGI2D_DeleteGFXSurface(request.dst); }
+    whole_picture(const whole_picture &) = delete;
+    whole_picture &operator=(const whole_picture &) = delete;
+
+    uint32_t at(uint32_t x, uint32_t y) const { return pixel(*request.dst, x, y); }
+    /// Draws a box of it alone, moved to the corner of the surface. Where a row of a turned picture
+    /// is clipped, and the last bits of its position, decide by a fraction of a step which of two
+    /// neighbours a pixel shows.
+    void redraw(int32_t x0, int32_t x1, int32_t y0, int32_t y1) {
+      ORBGI2D_BlitFill(request.dst, 0, 0);
+      __ORBBlit2D__ box = request;
+      box.x -= x0;
+      box.y -= y0;
+      box.region = 0;
+      box.own_region = 1;
+      box.own_region_x1 = x1 - x0;
+      box.own_region_y1 = y1 - y0;
+      box.blit_op(&box);
+    }
+  };
+  /// Whether a pixel of a whole picture is one that can be hit.
+  bool seen(uint32_t value, const orb_process &process) const {
+    if (mode.bpp == 32 && slot(process.locals->graph).surface->alpha_channel)
+      return value >> 24 > uint32_t(collision_alphathreshold);
+    return value != 0;
+  }
+};
+
+TEST_F(Collision, PixelsTouchExactlyWhereWholePicturesDo) {
+  int hits = 0, misses = 0;
+  for (const int32_t bpp : {8, 16, 32}) {
+    set_depth(bpp);
+    create_collision_surfaces();
+    for (int round = 0; round < 300; ++round) {
+      SCOPED_TRACE(std::to_string(bpp) + " bits, round " + std::to_string(round));
+      host.processes.clear();
+      orb_process &a = at(pick(-20, 20), pick(-20, 20), add_random_graph());
+      orb_process &b = at(pick(-20, 20), pick(-20, 20), add_random_graph());
+      turn_at_random(a);
+      turn_at_random(b);
+      ASSERT_EQ(host.call(ORB_collision_set_alphathreshold, pick(0, 254)), 1);
+      whole_picture whole_a(a), whole_b(b);
+      const __ORBBlit2D__ &ra = whole_a.request, &rb = whole_b.request;
+      const int32_t px = pick(270, 330), py = pick(270, 330);
+      bool touch = false, covered = false;
+      if (ra.drawn && rb.drawn) {
+        const int32_t x0 = std::max(ra.drawn_x0, rb.drawn_x0),
+                      x1 = std::min(ra.drawn_x1, rb.drawn_x1);
+        const int32_t y0 = std::max(ra.drawn_y0, rb.drawn_y0),
+                      y1 = std::min(ra.drawn_y1, rb.drawn_y1);
+        whole_a.redraw(x0, x1, y0, y1);
+        whole_b.redraw(x0, x1, y0, y1);
+        for (int32_t y = 0; y <= y1 - y0 && !touch; ++y)
+          for (int32_t x = 0; x <= x1 - x0 && !touch; ++x)
+            touch = seen(whole_a.at(uint32_t(x), uint32_t(y)), a) &&
+                    seen(whole_b.at(uint32_t(x), uint32_t(y)), b);
+        whole_b.redraw(px, px, py, py);
+        covered = seen(whole_b.at(0, 0), b);
+      }
+      (touch ? hits : misses) += 1;
+      EXPECT_EQ(collide(a, id(b)), touch ? id(b) : 0);
+      host.current_process = &a;
+      EXPECT_EQ(host.call(ORB_collision, px - 300, py - 300, id(b)), covered ? id(b) : 0);
+      for (orb_process *process : {&a, &b}) {
+        ORBGI2D_DeleteGFXSurface(slot(process->locals->graph).surface);
+        slot(process->locals->graph) = {};
+      }
+    }
+  }
+  EXPECT_GT(hits, 200);
+  EXPECT_GT(misses, 200);
+  EXPECT_TRUE(host.errors.empty());
+}
+
+TEST_F(Collision, MemoryGrowsAndIsThenKept) {
+  orb_process &a = at(0, 0, add_graph(64, 64, 1)), &b = at(0, 0, add_graph(64, 64, 1));
+  EXPECT_EQ(collide(a, id(b)), id(b));
+  const void *const pixels = proc_surface->pixels;
+  const uint32_t surfaces = gfxsurfaces->count;
+  for (int i = -70; i < 70; ++i) {
+    b.locals->x = i;
+    EXPECT_EQ(collide(a, id(b)), abs(i) < 64 ? id(b) : 0) << i;
+  }
+  EXPECT_EQ(proc_surface->pixels, pixels);
+  EXPECT_EQ(gfxsurfaces->count, surfaces);
+}
+
+TEST_F(Collision, TransparentPixelsDontTouchButOverlap) {
+  const int32_t empty = add_graph(10, 10, 0), full = add_graph(10, 10, 0x10808080, true);
+  orb_process &a = at(0, 0, empty), &b = at(5, 5, full), &c = at(2, 2, full);
+  EXPECT_EQ(collide(a, id(b)), 0);
+  EXPECT_EQ(host.call(ORB_overlap, id(a), id(b)), id(b));
+  EXPECT_EQ(collide(b, id(c)), id(c));
+  EXPECT_EQ(host.call(ORB_collision_set_alphathreshold, 16), 1) << "alpha 16 everywhere";
+  EXPECT_EQ(collide(b, id(c)), 0);
+  EXPECT_EQ(host.call(ORB_collision_set_alphathreshold, 15), 1);
+  EXPECT_EQ(collide(b, id(c)), id(c));
+  for (const int32_t wrong : {255, 256, -1, INT32_MIN})
+    EXPECT_EQ(host.call(ORB_collision_set_alphathreshold, wrong), INT32_MIN);
+  EXPECT_EQ(host.call(ORB_collision_get_alphathreshold), 15);
+}
+
+TEST_F(Collision, AWalkGivesEveryHitOnceAndStartsOver) {
+  const int32_t graph = add_graph(10, 10, 1);
+  orb_process &asking = at(0, 0, graph, 7);
+  std::vector<orb_process *> touching;
+  for (int i = 0; i < 12; ++i) {
+    orb_process &p = at(i % 2 ? 500 : 3, 0, graph, i % 3 ? 7 : 8);
+    if (i % 2 == 0) touching.push_back(&p);
+  }
+  const auto all = [&](int32_t target) {
+    std::vector<int32_t> ids;
+    while (const int32_t found = collide(asking, target))
+      ids.push_back(found);
+    return ids;
+  };
+  const auto ids_of = [&](int32_t type) {
+    std::vector<int32_t> ids;
+    for (orb_process *p : touching)
+      if (type == 0 || p->type == type) ids.push_back(id(*p));
+    return ids;
+  };
+  EXPECT_EQ(all(7), ids_of(7));
+  EXPECT_EQ(all(7), ids_of(7)) << "after a 0 it starts over";
+  EXPECT_EQ(all(8), ids_of(8));
+  EXPECT_EQ(all(0), ids_of(0));
+  EXPECT_EQ(all(9), ids_of(9));
+
+  EXPECT_EQ(collide(asking, 0), id(*touching[0]));
+  EXPECT_EQ(collide(asking, 0), id(*touching[1]));
+  EXPECT_EQ(collide(asking, 7), ids_of(7)[0]) << "another target";
+  EXPECT_EQ(collide(asking, 7), ids_of(7)[1]);
+  ++frame_number;
+  EXPECT_EQ(collide(asking, 7), ids_of(7)[0]) << "another frame";
+
+  // Killed between calls: those to come are passed over; the very next one sends it to the start.
+  EXPECT_EQ(collide(asking, 0), id(*touching[0]));
+  touching[1]->status = 0;
+  EXPECT_EQ(collide(asking, 0), id(*touching[2]));
+  ++frame_number;
+  EXPECT_EQ(collide(asking, 0), id(*touching[0]));
+  EXPECT_EQ(asking.walk_candidate, id(host.processes[2])) << "an id, not a place in the list";
+  asking.walk_candidate = 0x1234560;
+  EXPECT_EQ(collide(asking, 0), id(*touching[0]));
+  // A hit on the last one of the list: the next call ends the walk.
+  host.processes.erase(host.processes.begin() + 12, host.processes.end());
+  ++frame_number;
+  EXPECT_EQ(all(8).size(), ids_of(8).size());
+}
+
+TEST_F(Collision, WhoTakesPart) {
+  const int32_t graph = add_graph(10, 10, 1);
+  orb_process &a = at(0, 0, graph, 5), &b = at(5, 5, graph, 6);
+  host.current_process = &a;
+  EXPECT_EQ(host.call(ORB_collision, 6), id(b));
+  EXPECT_EQ(host.call(ORB_collision, 5), 0) << "not oneself";
+  EXPECT_EQ(host.call(ORB_collision, id(a)), 0);
+  EXPECT_EQ(host.call(ORB_collision, 3, 3, id(a)), id(a)) << "but a point may be on oneself";
+  for (const int32_t status : {0, 1, 3}) {
+    b.status = status;
+    EXPECT_EQ(host.call(ORB_collision, 0), 0) << status;
+    EXPECT_EQ(host.call(ORB_collision, id(b)), 0) << status;
+  }
+  b.status = 4;
+  EXPECT_EQ(host.call(ORB_collision, id(b)), id(b));
+  b.coordinates = 2;
+  EXPECT_EQ(host.call(ORB_collision, id(b)), 0);
+  EXPECT_EQ(host.call(ORB_collision, id(b), id(a)), 0) << "nor asks";
+  b.coordinates = 0;
+  EXPECT_EQ(host.call(ORB_collision, 12345, 0), 0) << "no such process";
+  host.current_process = nullptr;
+  EXPECT_EQ(host.call(ORB_collision, 0), 0);
+
+  // Shown by scroll 9, moved by it.
+  b.locals->x = 1000;
+  b.coordinates = 1;
+  EXPECT_EQ(collide(a, id(b)), 0);
+  shown_in = {9, -995, 3};
+  EXPECT_EQ(collide(a, id(b)), id(b));
+  EXPECT_EQ(collide(b, id(a)), id(a));
+  shown_in.scroll = 10;
+  EXPECT_EQ(collide(a, id(b)), 0);
+  b.coordinates = 0;
+  b.locals->x = 50;
+  b.locals->resolution = 10;
+  EXPECT_EQ(collide(a, id(b)), id(b));
+
+  // A direction picks the picture and takes the angle away; negative entries are mirrored.
+  b.locals->resolution = 0;
+  b.locals->x = 5;
+  const int32_t wide = add_graph(100, 1, 1);
+  slot(wide).surface->cpoints[0] = 0;
+  std::vector<int32_t> directions{2, wide, -wide};
+  b.locals->xgraph = directions.data();
+  b.locals->x = 8;
+  b.locals->y = 4;
+  b.locals->angle = 10000;
+  EXPECT_EQ(collide(a, id(b)), 0) << "to the right of it";
+  b.locals->x = 60;
+  b.locals->angle = 180000;
+  EXPECT_EQ(collide(a, id(b)), id(b)) << "mirrored to the left";
+  EXPECT_EQ(b.locals->angle, 180000);
+  directions[0] = 257;
+  EXPECT_EQ(collide(a, id(b)), 0);
+  EXPECT_TRUE(host.errors.empty());
+}
+
+TEST_F(Collision, ThePointer) {
+  const int32_t graph = add_graph(10, 10, 1);
+  orb_process &a = at(100, 100, graph);
+  host.current_process = &a;
+  pointer = {0, 0, 100, 100, 0, 100, 0};
+  EXPECT_EQ(host.call(ORB_collision, -1), 0) << "no picture";
+  pointer.graph = add_graph(4, 4, 1);
+  EXPECT_EQ(host.call(ORB_collision, -1), id(a));
+  EXPECT_EQ(host.call(ORB_overlap, -1), id(a));
+  pointer.x = 107;
+  EXPECT_EQ(host.call(ORB_collision, -1), 0);
+  pointer.size = 200;
+  EXPECT_EQ(host.call(ORB_collision, -1), id(a));
+  EXPECT_EQ(host.call(ORB_collision, 110, 100, -1), id(a)) << "the pointer covers the point";
+  EXPECT_EQ(host.call(ORB_collision, 112, 100, -1), 0);
+  pointer.file = -1;
+  EXPECT_EQ(host.call(ORB_collision, -1), 0);
+  EXPECT_TRUE(host.errors.empty());
+}
+
+TEST_F(Collision, NumbersOutOfRangeAreReportedForTheAskingProcessAlone) {
+  const int32_t graph = add_graph(10, 10, 1);
+  orb_process &a = at(0, 0, graph), &b = at(0, 0, graph);
+  struct {
+    int32_t file, graph, code, position, value;
+  } const rows[] = {{-1, 5, 109, 1, -1},     {max_fpg, 5, 109, 1, max_fpg},
+                    {0, 0, 110, 2, 0},       {0, max_map, 110, 2, max_map},
+                    {1, 1000, 110, 2, 1000}, {0, -3, 110, 2, -3},
+                    {0, graph + 1, 0, 0, 0}, {1, 5, 0, 0, 0}};
+  for (const auto &row : rows)
+    for (const auto handler : {ORB_collision, ORB_overlap}) {
+      a.locals->file = row.file;
+      a.locals->graph = row.graph;
+      host.errors.clear();
+      EXPECT_EQ(host.call(handler, id(a), id(b)), 0);
+      if (row.code) {
+        EXPECT_EQ(host.errors, (std::vector<fake_error>{
+                                   {row.code, "COLLISION", 0, row.position, row.value, ""}}));
+      } else {
+        EXPECT_TRUE(host.errors.empty());
+      }
+      host.errors.clear();
+      EXPECT_EQ(host.call(handler, id(b), id(a)), 0);
+      EXPECT_EQ(host.call(handler, id(b), 0), 0);
+      EXPECT_TRUE(host.errors.empty()) << "a candidate is passed over";
+    }
+}
+
+TEST_F(Collision, PicturesOfAnotherDepthOrSizeWithoutEndHitNothing) {
+  const int32_t graph = add_graph(10, 10, 1);
+  orb_process &a = at(0, 0, graph), &b = at(0, 0, graph);
+  for (const int32_t extreme : {INT32_MAX, INT32_MIN, 0, -100}) {
+    b.locals->size = extreme;
+    collide(a, id(b)); // comes back
+    b.locals->size = 100;
+    b.locals->x = extreme;
+    collide(a, id(b));
+    collide(b, id(a));
+    b.locals->x = 0;
+  }
+  set_depth(16);
+  create_collision_surfaces();
+  EXPECT_EQ(collide(a, id(b)), 0);
+  delete_collision_surfaces();
+  EXPECT_EQ(collide(a, id(b)), 0);
+}
+
+} // namespace
