@@ -76,7 +76,10 @@ public:
 
   /// Runs a script handler with these arguments (integers, texts, int pointers, null).
   template <typename... T> int32_t call(int32_t (*handler)(), T... arguments) {
-    arguments_ = {word(arguments)...};
+    return call(handler, std::vector<int32_t>{word(arguments)...});
+  }
+  int32_t call(int32_t (*handler)(), const std::vector<int32_t> &arguments) {
+    arguments_ = arguments;
     next_ = arguments_.size();
     returned_ = times_returned_ = 0;
     const int32_t value = handler();

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <span>
 
 #include "module/runtime.h"
 
@@ -188,6 +189,18 @@ int32_t ChangeBlitList(int32_t index, const __ORBBlit2D__ *request) {
 
 void ResetBlitList() {
   if (pBlitList2D) pBlitList2D->used = 0;
+}
+
+void forget_surface(const __ORBSurface2D__ *surface) {
+  if (!pBlitLists2D) return;
+  for (uint32_t i = 0; i < pBlitLists2D->count; ++i) {
+    const orb_blit_list &list = pBlitLists2D->lists[i];
+    for (__ORBBlit2D__ &request : std::span(list.requests, list.used)) {
+      if (request.src != surface && request.dst != surface) continue;
+      request.blit_op = nullptr;
+      request.src = request.dst = nullptr;
+    }
+  }
 }
 
 orb_blit_list *GetPtrBlitList() {

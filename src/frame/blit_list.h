@@ -36,6 +36,9 @@ void free_sort_scratch();
 /// Copies most of a caller's request over request `index`; its index, or -1.
 int32_t ChangeBlitList(int32_t index, const __ORBBlit2D__ *request);
 void ResetBlitList();
+/// Requests that wait in any list and read or draw on this surface, which is about to go, draw
+/// nothing.
+void forget_surface(const __ORBSurface2D__ *surface);
 orb_blit_list *GetPtrBlitList();
 int32_t GetNumsBlitOnList();
 /// Request `index`, or null.

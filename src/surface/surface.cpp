@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 
+#include "frame/blit_list.h"
 #include "video/video.h"
 
 orb_surface_list *gfxsurfaces = nullptr;
@@ -202,6 +203,7 @@ void ORBGI2D_DeleteGFXSurfaceBufferData(__ORBSurface2D__ *surface) {
 
 void ORBGI2D_DeleteGFXSurface(__ORBSurface2D__ *surface) {
   if (!surface) return;
+  forget_surface(surface);
   ORBGI2D_Internal_DelGFXSurfaceOnList(surface);
   free_record(surface);
 }

@@ -8,6 +8,7 @@
 #include "script/pixels.h"
 #include "surface/palette.h"
 #include "surface/registry.h"
+#include "surface/surface.h"
 #include "surface/tables.h"
 #include "video/fades.h"
 #include "video/presentation.h"
@@ -126,6 +127,9 @@ void set_defaults() {
   virtual_resolution_aspectratio = 0;
   rendering2D_type = 1;
   reset_fades();
+  screen_color_set = 0;
+  screen_color_rgb = {};
+  screen_color = 0;
   has_working = false;
 }
 

@@ -1,0 +1,114 @@
+// Script functions that draw a graph over the next frame: each puts one request into the frame's
+// list, where it is sorted by z with everything else, drawn once and forgotten.
+//
+// Where a call ends in a tail see script/blit_arguments.h. Each returns 1, drawn or not, or the
+// failure value after reporting a bad graph (109, 110, 111, 121) or region (108 at its position). A
+// graph that is unloaded before the frame isn't drawn.
+#include "frame/blit_list.h"
+#include "script/blit_arguments.h"
+#include "script/handlers.h"
+#include "surface/surface.h"
+
+namespace {
+
+/// A request of the frame's list, filled for the screen but for its operation. The frame's list
+/// becomes current, as the frame hook makes it too. Null when the list takes no more.
+__ORBBlit2D__ *screen_request(__ORBSurface2D__ *source, int32_t x, int32_t y, int32_t z,
+                              const blit_tail &tail) {
+  if (!device2D.UseBlitList(graphics2D_blitlist)) return nullptr;
+  __ORBBlit2D__ *request = device2D.GetAndUpdateBlitList();
+  if (!request) return nullptr;
+  fill_request(*request, source, x, y, tail);
+  request->link = 0;
+  request->z = z;
+  request->resolution = 0;
+  request->destination_file = request->destination_graph = 0;
+  request->dst = screen;
+  return request;
+}
+
+/// The arguments of screen_draw_graphic. Its tail is grouped in another way than the others': flags
+/// go with angle and size, and the region with alpha and fxmode.
+struct graphic_arguments {
+  int32_t file, graph, x, y, z, resolution;
+  blit_transform transform;
+  blit_tail tail;
+  int32_t region_position;
+};
+
+graphic_arguments pop_graphic_arguments() {
+  const int32_t given = rt_param_count();
+  graphic_arguments a{};
+  const bool all_transforms = given >= 16;
+  if (given == 14 || given == 18) {
+    a.tail.fxintensity = rt_pop_int();
+    a.tail.fxcolor = rt_pop_uint();
+  }
+  if (given >= 12) {
+    a.tail.fxmode = rt_pop_int();
+    a.tail.alpha = rt_pop_int();
+    a.tail.region = rt_pop_int();
+    a.region_position = all_transforms ? 14 : 10;
+  }
+  if (given >= 9) a.tail.flags = rt_pop_int();
+  if (all_transforms) {
+    a.transform = pop_transform();
+  } else if (given >= 9) {
+    a.transform.size = rt_pop_int();
+    a.transform.angle = rt_pop_int();
+  }
+  std::tie(a.file, a.graph, a.x, a.y, a.z, a.resolution) =
+      pop_args<int32_t, int32_t, int32_t, int32_t, int32_t, int32_t>();
+  return a;
+}
+
+} // namespace
+
+/// screen_draw_graphic(file, graph, x, y, z, resolution [, angle, size, flags [, region, alpha,
+/// fxmode [, fxcolor, fxintensity]]]), or with every transform: file, graph, x, y, z, resolution,
+/// angle, size_x, size_y, shear_x, shear_y, tfmorder, flags, region, alpha, fxmode [, fxcolor,
+/// fxintensity]. The graph with its pivot at (x, y), both divided by a resolution above 0.
+int32_t ORB_screen_draw_graphic() {
+  const script_call call{"SCREEN_DRAW_GRAPHIC"};
+  graphic_arguments a = pop_graphic_arguments();
+  __ORBSurface2D__ *source = check_source(call, a.file, a.graph, a.tail, a.region_position);
+  if (!source) return call.fail();
+  if (a.resolution > 0) {
+    a.x /= a.resolution;
+    a.y /= a.resolution;
+  }
+  __ORBBlit2D__ *request = screen_request(source, a.x, a.y, a.z, a.tail);
+  if (!request) return call.fail();
+  request->resolution = a.resolution;
+  request->blit_op = set_transform(*request, a.transform);
+  return call.done(1);
+}
+
+/// screen_draw_block(file, graph, x, y, z, block_x, block_y, block_w, block_h, tail): a rectangle
+/// of the graph, its top left corner at (x, y).
+int32_t ORB_screen_draw_block() {
+  const script_call call{"SCREEN_DRAW_BLOCK"};
+  const blit_tail tail = pop_tail(9);
+  const blit_block block = pop_block();
+  auto [file, graph, x, y, z] = pop_args<int32_t, int32_t, int32_t, int32_t, int32_t>();
+  __ORBSurface2D__ *source = check_source(call, file, graph, tail, 11);
+  if (!source) return call.fail();
+  __ORBBlit2D__ *request = screen_request(source, x, y, z, tail);
+  if (!request) return call.fail();
+  request->blit_op = set_block(*request, block);
+  return call.done(1);
+}
+
+/// screen_draw_tile(file, graph, x, y, z, tail): the graph repeated over the region, one copy with
+/// its pivot at (x, y).
+int32_t ORB_screen_draw_tile() {
+  const script_call call{"SCREEN_DRAW_TILE"};
+  const blit_tail tail = pop_tail(5);
+  auto [file, graph, x, y, z] = pop_args<int32_t, int32_t, int32_t, int32_t, int32_t>();
+  __ORBSurface2D__ *source = check_source(call, file, graph, tail, 7);
+  if (!source) return call.fail();
+  __ORBBlit2D__ *request = screen_request(source, x, y, z, tail);
+  if (!request) return call.fail();
+  request->blit_op = device2D.ORBGI2D_BlitTile;
+  return call.done(1);
+}

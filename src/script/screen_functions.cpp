@@ -1,0 +1,74 @@
+// Script functions that look at single pixels of the screen and set the colour that clears it.
+#include <algorithm>
+
+#include "frame/frame.h"
+#include "module/script_call.h"
+#include "script/handlers.h"
+#include "script/pixels.h"
+#include "surface/palette.h"
+#include "surface/surface.h"
+#include "video/presentation.h"
+#include "video/video.h"
+
+namespace {
+
+/// A colour of the mode, from components. 8-bit modes have the nearest one of the palette.
+uint32_t pack(orb_rgb c) {
+  if (mode.bpp != 8) return device2D.set_rgb(c.r, c.g, c.b);
+  return palette ? find_nearest(palette, c.r, c.g, c.b) : 0;
+}
+
+orb_rgb unpack(uint32_t colour) {
+  if (mode.bpp == 8) return palette ? palette->colours[colour & 255] : orb_rgb{};
+  int32_t r = 0, g = 0, b = 0;
+  device2D.get_rgb(colour, &r, &g, &b);
+  return {uint8_t(r), uint8_t(g), uint8_t(b)};
+}
+
+/// The whole screen gets the colour with the next frame, wherever the ground holds no picture.
+void take_screen_colour(uint32_t colour, orb_rgb components) {
+  screen_color = colour;
+  screen_color_rgb = components;
+  screen_color_set = 1;
+  if (buffer) set_screen_routines();
+  complete_frame = 1;
+}
+
+} // namespace
+
+/// screen_get_pixel(x, y): the pixel of the frame drawn last, 0 outside the screen.
+int32_t ORB_screen_get_pixel() {
+  const script_call call{"SCREEN_GET_PIXEL"};
+  auto [x, y] = pop_args<int32_t, int32_t>();
+  return call.done(int32_t(get_pixel(screen, x, y)));
+}
+
+/// screen_set_color(colour) or screen_set_color(red, green, blue), components of 0..255: what the
+/// screen is cleared with. Another depth of the mode packs its components anew. 1, or the failure
+/// value for a colour that is none of the mode's (154 in 8-bit modes).
+int32_t ORB_screen_set_color() {
+  const script_call call{"SCREEN_SET_COLOR"};
+  if (rt_param_count() >= 3) {
+    auto [r, g, b] = pop_args<int32_t, int32_t, int32_t>();
+    const auto component = [](int32_t value) { return uint8_t(std::clamp(value, 0, 255)); };
+    const orb_rgb components = {component(r), component(g), component(b)};
+    take_screen_colour(pack(components), components);
+    return call.done(1);
+  }
+  auto [colour] = pop_args<uint32_t>();
+  if (!check_colour(call, colour, 1)) return call.fail();
+  take_screen_colour(colour, unpack(colour));
+  return call.done(1);
+}
+
+/// screen_get_color(): the colour that clears the screen, 0 at first. screen_get_color(&red,
+/// &green, &blue): its components as they were given, and 1; a null pointer is skipped.
+int32_t ORB_screen_get_color() {
+  const script_call call{"SCREEN_GET_COLOR"};
+  if (rt_param_count() < 3) return call.done(int32_t(screen_color));
+  auto [r, g, b] = pop_args<int32_t *, int32_t *, int32_t *>();
+  if (r) *r = screen_color_rgb.r;
+  if (g) *g = screen_color_rgb.g;
+  if (b) *b = screen_color_rgb.b;
+  return call.done(1);
+}
