@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <iterator>
 
+#include "formats/map_file.h"
 #include "surface/surface.h"
 
 int32_t image_w, image_h, image_bpp;
@@ -24,6 +25,8 @@ static int32_t keyless(const char *filename, int32_t parameter, const char *) {
 }
 
 const image_codec image_codecs[] = {
+    // No palette reader: whoever wants palettes looks into MAP files before pictures.
+    {img_format_map, ORB_CheckMAPHeader, ORB_LoadMAP, nullptr, ORB_SaveMAP},
     {img_format_bmp, ORB_CheckBMPHeader, ORB_LoadBMP, ORB_LoadBMPPalette, keyless<ORB_SaveBMP>},
     {img_format_jpeg, ORB_CheckJPEGHeader, ORB_LoadJPEG, ORB_LoadJPEGPalette,
      keyless<ORB_SaveJPEG>},

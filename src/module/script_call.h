@@ -9,6 +9,7 @@
 #pragma once
 
 #include <bit>
+#include <cstring>
 #include <tuple>
 #include <type_traits>
 #include <utility>
@@ -21,6 +22,8 @@ enum script_error : int32_t {
   error_palette_file = 103,         // no known palette in that file
   error_library_full = 104,         // the graph list can't grow
   error_compressed_file = 105,      // a compressed file can't be reopened
+  error_library_open = 105,         // a library file can't be opened
+  error_library_format = 106,       // not a library file, or its depth is above the screen's
   error_region = 108,               // region not defined
   error_file = 109,                 // library number out of range
   error_graph = 110,                // graph number out of range
@@ -39,7 +42,8 @@ enum script_error : int32_t {
   error_draw_alpha = 174,
   error_draw_id = 175,
   error_palette_forced = 183,
-  error_key = 194,                  // enciphered file without a usable key
+  error_library_key = 193,          // enciphered library without a usable key
+  error_key = 194,                  // enciphered graph without a usable key
 };
 
 /// One call of a handler: knows the name under which it reports, and how to end.
@@ -59,6 +63,15 @@ struct script_call {
   }
   int32_t fail() const { return rt_return(failure); }
   int32_t done(int32_t value) const { return rt_return(value); }
+  /// Ends with a text, cut to what the host's result buffer takes.
+  int32_t done(const char *text) const {
+    char *const out = orbre->rt_new_return_string();
+    orbre->rt_commit_return_string();
+    const size_t length = strnlen(text, ORB_RETURN_STRING_SIZE - 1);
+    memcpy(out, text, length);
+    out[length] = '\0';
+    return rt_return(std::bit_cast<int32_t>(out));
+  }
 };
 
 namespace script_call_detail {
@@ -83,6 +96,11 @@ template <typename... T> std::tuple<T...> pop_args() {
   }(std::index_sequence_for<T...>{});
   return values;
 }
+
+/// The first half of check_graph: the numbers, which may be in range for a graph that isn't loaded.
+/// Sets `max_graph`. False after reporting 109 or 110.
+bool check_graph_numbers(const script_call &call, int32_t file, int32_t graph,
+                         int32_t position = 1);
 
 /// The check shared by every handler that takes (file, graph): numbers in range (109, 110), library
 /// loaded (111), graph loaded (121). `position` is the place of `file` in the script call; the graph

@@ -3,10 +3,21 @@
 #include "surface/registry.h"
 #include "video/video.h"
 
-orb_map_slot *check_graph(const script_call &call, int32_t file, int32_t graph, int32_t position) {
+bool check_graph_numbers(const script_call &call, int32_t file, int32_t graph, int32_t position) {
   max_graph = file ? graphs_per_library : max_map;
-  if (file < 0 || file >= max_fpg) return call.bad(error_file, position, file);
-  if (graph < 1 || graph >= max_graph) return call.bad(error_graph, position + 1, graph);
+  if (file < 0 || file >= max_fpg) {
+    call.bad(error_file, position, file);
+    return false;
+  }
+  if (graph < 1 || graph >= max_graph) {
+    call.bad(error_graph, position + 1, graph);
+    return false;
+  }
+  return true;
+}
+
+orb_map_slot *check_graph(const script_call &call, int32_t file, int32_t graph, int32_t position) {
+  if (!check_graph_numbers(call, file, graph, position)) return nullptr;
   orb_fpg &library = fpg[file];
   if (!library.slots) return call.bad(error_library_not_loaded, position, file);
   pfpg = &library;

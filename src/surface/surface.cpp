@@ -78,14 +78,6 @@ namespace {
 constexpr int32_t largest_side = 65535;
 constexpr uint64_t largest_buffer = 0x7FFFFFE0; // bytes: with its alignment, what malloc may give
 
-/// Bytes of a surface of that size, or 0 when it is out of range. Products are taken in 64 bits:
-/// 32768 x 32768 x 4 must be refused, not wrap to 0.
-uint32_t buffer_size(int32_t width, int32_t height, int32_t depth) {
-  if (width < 1 || width > largest_side || height < 1 || height > largest_side) return 0;
-  const uint64_t bytes = uint64_t(width) * uint64_t(height) * uint32_t(depth >> 3);
-  return bytes <= largest_buffer ? uint32_t(bytes) : 0;
-}
-
 bool is_depth(int32_t depth) {
   return depth == 8 || depth == 16 || depth == 32;
 }
@@ -132,10 +124,17 @@ void free_record(__ORBSurface2D__ *surface) {
 
 } // namespace
 
+uint32_t surface_size(int32_t width, int32_t height, int32_t depth) {
+  if (width < 1 || width > largest_side || height < 1 || height > largest_side) return 0;
+  // In 64 bits: 32768 x 32768 x 4 must be refused, not wrap to 0.
+  const uint64_t bytes = uint64_t(width) * uint64_t(height) * uint32_t(depth >> 3);
+  return bytes <= largest_buffer ? uint32_t(bytes) : 0;
+}
+
 __ORBSurface2D__ *ORBGI2D_CreateGFXSurface(int32_t width, int32_t height, int32_t depth,
                                            uint8_t clear) {
   if (!is_depth(depth)) return nullptr;
-  const uint32_t bytes = buffer_size(width, height, depth);
+  const uint32_t bytes = surface_size(width, height, depth);
   if (!bytes) return nullptr;
   __ORBSurface2D__ *const surface = new_record(width, height, depth, false);
   if (!surface) return nullptr;
@@ -153,7 +152,7 @@ __ORBSurface2D__ *ORBGI2D_CreateGFXSurface(int32_t width, int32_t height, int32_
 }
 
 __ORBSurface2D__ *ORBGI2D_CreateGFXSurfaceWrapper(int32_t width, int32_t height, int32_t depth) {
-  if (!is_depth(depth) || !buffer_size(width, height, depth)) return nullptr;
+  if (!is_depth(depth) || !surface_size(width, height, depth)) return nullptr;
   __ORBSurface2D__ *const surface = new_record(width, height, depth, true);
   if (!surface) return nullptr;
   if (!ORBGI2D_Internal_AddGFXSurfaceOnList(surface)) {
@@ -167,7 +166,7 @@ __ORBSurface2D__ *ORBGI2D_CreateGFXSurfaceWrapper(int32_t width, int32_t height,
 int32_t ORBGI2D_ResizeGFXSurface(__ORBSurface2D__ *surface, int32_t width, int32_t height,
                                  uint8_t reset_centre, uint8_t clear) {
   if (!surface || surface->is_wrapper) return 0;
-  const uint32_t bytes = buffer_size(width, height, surface->depth);
+  const uint32_t bytes = surface_size(width, height, surface->depth);
   if (!bytes) return 0;
   const bool same_size = uint32_t(width) == surface->width && uint32_t(height) == surface->height;
   if (!same_size || !surface->pixels) {
@@ -186,7 +185,7 @@ int32_t ORBGI2D_ResizeGFXSurface(__ORBSurface2D__ *surface, int32_t width, int32
 
 int32_t ORBGI2D_ResizeGFXSurfaceWrapper(__ORBSurface2D__ *surface, int32_t width, int32_t height,
                                         uint8_t reset_centre, uint8_t clear) {
-  if (!surface || !surface->is_wrapper || !buffer_size(width, height, surface->depth)) return 0;
+  if (!surface || !surface->is_wrapper || !surface_size(width, height, surface->depth)) return 0;
   if (uint32_t(width) != surface->width || uint32_t(height) != surface->height) {
     set_size(surface, width, height);
     if (reset_centre) centre_first_cpoint(surface);

@@ -31,6 +31,8 @@ void ORBGI2D_Internal_DeleteGFXSurfaceList();
 int32_t ORBGI2D_Internal_AddGFXSurfaceOnList(__ORBSurface2D__ *surface);
 void ORBGI2D_Internal_DelGFXSurfaceOnList(__ORBSurface2D__ *surface);
 
+/// Bytes of the pixels of a surface of that size and depth, or 0 for a size that none can have.
+uint32_t surface_size(int32_t width, int32_t height, int32_t depth);
 /// New surface with its own pixels; sizes 1..65535, depth 8, 16 or 32, at most 0x7FFFFFE0 bytes.
 /// `clear` fills it with 0. Null on refusal or failed allocation.
 __ORBSurface2D__ *ORBGI2D_CreateGFXSurface(int32_t width, int32_t height, int32_t depth,

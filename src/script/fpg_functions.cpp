@@ -1,0 +1,149 @@
+// Script functions on whole graph libraries and on the graphs in them, but for their files.
+#include "module/script_call.h"
+#include "script/handlers.h"
+#include "script/library_checks.h"
+#include "surface/libraries.h"
+
+namespace {
+
+constexpr int32_t most_graphs = graphs_per_library - 1; // code 0 is none
+constexpr int32_t all_libraries = -1;
+
+/// A number told of a library, or the failure value after reporting 109.
+template <typename Tell> int32_t tell(const script_call &call, Tell number_of) {
+  auto [file] = pop_args<int32_t>();
+  const orb_fpg *library = check_library(call, file, 1);
+  return library ? call.done(int32_t(number_of(*library))) : call.fail();
+}
+
+} // namespace
+
+// ---- Libraries ---------------------------------------------------------------------------------
+
+/// fpg_new(): an empty library under the lowest free number. Number 0, free at the start, is the
+/// system library: its loose graphs stay. The number, or the failure value after reporting 104 when
+/// the list can't grow, 100 for lack of memory.
+int32_t ORB_fpg_new() {
+  const script_call call{"FPG_NEW"};
+  const int32_t number = find_free_library();
+  if (number < 0) {
+    call.bad(error_library_full, 0, 0);
+    return call.fail();
+  }
+  if (!open_library(number)) {
+    call.bad(error_out_of_memory, 0, 0);
+    return call.fail();
+  }
+  mark_library_used(number);
+  return call.done(number);
+}
+
+/// fpg_clone(file): copies of the graphs 1 to 999 at the screen's depth in a new library, which is
+/// empty when `file` is. The copy never takes the number of its source, should that be free. The
+/// number, or the failure value after reporting 109, 104, or 100 for lack of memory or a graph that
+/// is deeper than the screen.
+int32_t ORB_fpg_clone() {
+  const script_call call{"FPG_CLONE"};
+  // QUIRK: one would report under the name of the function. This is the older name, intentionally.
+  const script_call copying{"CLONE_FPG"};
+  auto [file] = pop_args<int32_t>();
+  if (!check_library(call, file, 1)) return call.fail();
+  const int32_t number = find_free_library(file);
+  if (number < 0) {
+    call.bad(error_library_full, 1, file);
+    return call.fail();
+  }
+  bool copied = open_library(number);
+  if (!copied) call.bad(error_out_of_memory, 1, file);
+  const orb_map_slot *source = fpg[file].slots;
+  for (int32_t code = 1; copied && source && code < graphs_per_library; ++code) {
+    if (!source[code].surface || copy_graph(&fpg[number], code, source[code])) continue;
+    copying.bad(error_out_of_memory, 1, file);
+    discard_library(number);
+    copied = false;
+  }
+  if (!copied) return call.fail();
+  mark_library_used(number);
+  return call.done(number);
+}
+
+/// fpg_unload(file): deletes a library and its graphs; all_fpg (-1) deletes all. Of library 0 the
+/// graphs 1 to 999 go. How many libraries were deleted, or the failure value after reporting 109.
+int32_t ORB_fpg_unload() {
+  const script_call call{"FPG_UNLOAD"};
+  auto [file] = pop_args<int32_t>();
+  if (file != all_libraries)
+    return check_library(call, file, 1) ? call.done(int32_t(unload_library(file))) : call.fail();
+  int32_t unloaded = 0;
+  for (int32_t each = 0; each < max_fpg; ++each)
+    unloaded += unload_library(each);
+  return call.done(unloaded);
+}
+
+/// fpg_exists(file): 1 when the library is in use, else 0; reports nothing.
+int32_t ORB_fpg_exists() {
+  auto [file] = pop_args<int32_t>();
+  const orb_fpg *library = GetFPG(file);
+  return rt_return(library ? library->in_use : 0);
+}
+
+/// fpg_is_empty(file): 1 when the library has no graph, else 0.
+int32_t ORB_fpg_is_empty() {
+  return tell({"FPG_IS_EMPTY"}, [](const orb_fpg &library) { return library.map_count == 0; });
+}
+
+/// fpg_is_full(file): 1 when the library has 999 graphs, else 0.
+int32_t ORB_fpg_is_full() {
+  return tell({"FPG_IS_FULL"},
+              [](const orb_fpg &library) { return library.map_count == most_graphs; });
+}
+
+/// fpg_get_nummaps(file): its graphs; for library 0 the loose ones are among them.
+int32_t ORB_fpg_get_nummaps() {
+  return tell({"FPG_GET_NUMMAPS"}, [](const orb_fpg &library) { return library.map_count; });
+}
+
+/// fpg_get_memoryusage(file): bytes counted for it.
+int32_t ORB_fpg_get_memoryusage() {
+  // QUIRK: the neighbours fail with the failure value. Here it is 0, intentionally.
+  return tell({"FPG_GET_MEMORYUSAGE", 0},
+              [](const orb_fpg &library) { return library.memory_usage; });
+}
+
+// ---- Graphs in libraries -----------------------------------------------------------------------
+
+/// fpg_add_map(destination file, destination graph, source file, source graph): a copy of a graph
+/// at the screen's depth in a loaded library; a graph there is freed. It counts the memory of its
+/// source. The destination graph, or the failure value: after reporting 109, 110, 111 for a
+/// destination that isn't loaded, 100 for lack of memory or a graph that is deeper than the screen;
+/// silently for a source that isn't there, or in the same library (but loose graphs may go to the
+/// others of library 0).
+int32_t ORB_fpg_add_map() {
+  const script_call call{"FPG_ADD_MAP"};
+  auto [file, graph, source_file, source_graph] = pop_args<int32_t, int32_t, int32_t, int32_t>();
+  if (source_graph < graphs_per_library && file == source_file) return call.fail();
+  if (!check_library_graph(call, file, 1, graph, 2)) return call.fail();
+  if (!check_graph_numbers(call, source_file, source_graph, 3)) return call.fail();
+  orb_fpg *library = check_library_loaded(call, file, 1);
+  if (!library) return call.fail();
+  const orb_map_slot *source = GetMAP(source_file, source_graph);
+  if (!source || !source->surface) return call.fail();
+  if (!copy_graph(library, graph, *source)) {
+    call.bad(error_out_of_memory, 1, file);
+    return call.fail();
+  }
+  return call.done(graph);
+}
+
+/// fpg_unload_map(file, graph): deletes a graph of a library. 1; 0 when there is none; the failure
+/// value after reporting 109 or 110.
+int32_t ORB_fpg_unload_map() {
+  const script_call call{"FPG_UNLOAD_MAP"};
+  auto [file, graph] = pop_args<int32_t, int32_t>();
+  orb_fpg *library = check_library_graph(call, file, 1, graph, 2);
+  if (!library) return call.fail();
+  if (!library->slots || !library->slots[graph].surface) return call.done(0);
+  release_graph_memory(library, &library->slots[graph]);
+  free_graph(library, &library->slots[graph]);
+  return call.done(1);
+}

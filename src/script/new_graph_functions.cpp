@@ -1,0 +1,127 @@
+// map_new and fpg_new_map: empty graphs, in library 0 under a code of its own or in any library
+// under a given one.
+#include "formats/codec.h"
+#include "module/script_call.h"
+#include "script/handlers.h"
+#include "script/library_checks.h"
+#include "surface/libraries.h"
+#include "surface/surface.h"
+#include "video/video.h"
+
+namespace {
+
+constexpr uint32_t new_graph_memory = 616; // whatever its size
+
+/// The arguments from the width on.
+struct new_graph_arguments {
+  int32_t width, height;
+  int32_t centre_x, centre_y;
+  bool centre_given;
+  uint32_t colour, alpha;
+};
+
+/// Fetches them: width, height [, centre x, centre y] [, colour [, alpha]], `count` in all.
+new_graph_arguments fetch_new_graph_arguments(int32_t count) {
+  new_graph_arguments arguments{};
+  arguments.centre_given = count >= 5;
+  if (count == 4 || count == 6) arguments.alpha = rt_pop_uint();
+  if (count >= 3) arguments.colour = rt_pop_uint();
+  if (arguments.centre_given) {
+    arguments.centre_y = rt_pop_int();
+    arguments.centre_x = rt_pop_int();
+  }
+  arguments.height = rt_pop_int();
+  arguments.width = rt_pop_int();
+  if (!arguments.centre_given) {
+    arguments.centre_x = arguments.width / 2;
+    arguments.centre_y = arguments.height / 2;
+  }
+  return arguments;
+}
+
+/// Reports the first argument that won't do; the width is argument `first`.
+bool check_new_graph(const script_call &call, const new_graph_arguments &a, int32_t first,
+                     int32_t largest_side) {
+  const auto refuse = [&call](script_error error, int32_t position, int32_t value) {
+    call.bad(error, position, value);
+    return false;
+  };
+  if (a.width < 1 || a.width > largest_side) return refuse(error_size, first, a.width);
+  if (a.height < 1 || a.height > largest_side) return refuse(error_size, first + 1, a.height);
+  // QUIRK: the shorter forms have the colour and no centre two arguments earlier, but the position
+  // in the longest form is reported for every form. Intended.
+  if (!check_colour(call, a.colour, first + 4)) return false;
+  if (a.centre_x < 0 || a.centre_x >= a.width) return refuse(error_centre, first + 2, a.centre_x);
+  if (a.centre_y < 0 || a.centre_y >= a.height) return refuse(error_centre, first + 3, a.centre_y);
+  return a.alpha < 2;
+}
+
+/// The surface, or null without memory or for a size that none can have.
+__ORBSurface2D__ *new_graph(const new_graph_arguments &a) {
+  const bool clear = a.colour == 0;
+  __ORBSurface2D__ *surface =
+      device2D.ORBGI2D_CreateGFXSurface(a.width, a.height, mode.bpp, uint8_t(clear));
+  if (!surface) return nullptr;
+  if (!clear) device2D.ORBGI2D_BlitFill(surface, a.colour, 0);
+  surface->alpha_channel = a.alpha != 0;
+  surface->cpoints[0] = uint32_t(a.centre_x);
+  surface->cpoints[1] = uint32_t(a.centre_y);
+  surface->cpoints[2] = surface->has_cpoints = a.centre_given;
+  return surface;
+}
+
+void fill_slot(orb_map_slot *slot, int32_t code, uint32_t id, __ORBSurface2D__ *surface) {
+  slot->code = code;
+  slot->id = id;
+  set_graph_text(slot->description, nullptr);
+  set_graph_text(slot->name, nullptr);
+  slot->surface = surface;
+}
+
+} // namespace
+
+/// map_new(width, height [, centre x, centre y] [, colour [, alpha]]): a new graph of library 0
+/// at the screen's depth, filled with the colour. A centre that is given becomes a defined control
+/// point 0; without one the pivot is the middle and no control point is defined. Its code, or the
+/// failure value.
+int32_t ORB_map_new() {
+  const script_call call{"MAP_NEW"};
+  const new_graph_arguments arguments = fetch_new_graph_arguments(rt_param_count());
+  if (!check_new_graph(call, arguments, 1, 65535)) return call.fail();
+  const int32_t code = GetMAPCode(0);
+  if (!code) return call.fail();
+  __ORBSurface2D__ *surface = new_graph(arguments);
+  if (!surface) {
+    call.bad(error_out_of_memory, 1, arguments.width);
+    return call.fail();
+  }
+  fill_slot(&fpg[0].slots[code], code, 1, surface);
+  account_graph(code, new_graph_memory, img_format_map);
+  return call.done(code);
+}
+
+/// fpg_new_map(file, graph, width, height [, centre x, centre y] [, colour [, alpha]]): the same in
+/// a loaded library, under a code 1 to 999; a graph there is freed. The code, or the failure value:
+/// after reporting 109, 110, 153, 154, 155, 111 for a library that isn't loaded, 100 for lack of
+/// memory or a side above 65535; silently for a colour above 65535 at 16 bits or an alpha above 1.
+int32_t ORB_fpg_new_map() {
+  const script_call call{"FPG_NEW_MAP"};
+  const new_graph_arguments arguments = fetch_new_graph_arguments(rt_param_count() - 2);
+  auto [file, graph] = pop_args<int32_t, int32_t>();
+  if (!check_library_graph(call, file, 1, graph, 2)) return call.fail();
+  if (!check_new_graph(call, arguments, 3, INT32_MAX)) return call.fail();
+  orb_fpg *library = check_library_loaded(call, file, 1);
+  if (!library) return call.fail();
+  __ORBSurface2D__ *surface = new_graph(arguments);
+  if (!surface) {
+    call.bad(error_out_of_memory, 1, file);
+    return call.fail();
+  }
+  orb_map_slot *slot = &library->slots[graph];
+  // QUIRK: the memory of a graph that goes would naturally go as well. Only the count does,
+  // intentionally.
+  if (slot->surface) free_graph(library, slot);
+  fill_slot(slot, graph, uint32_t(graph), surface);
+  count_graph(library, slot, new_graph_memory);
+  return call.done(graph);
+}
