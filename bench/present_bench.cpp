@@ -128,11 +128,11 @@ void clear_memory(benchmark::State &state, int depth) {
   measure(state, screen->byte_size, [] { memset(screen->pixels, 0, screen->byte_size); });
 }
 
-void fade_ours(benchmark::State &state, int depth) {
+void fade_ours(benchmark::State &state, int depth, fade_levels levels) {
   const stage s(depth, display_size, depth);
   set_screen_routines();
   const fade_levels former = fade_pos;
-  fade_pos = {50, 120, 90};
+  fade_pos = levels;
   measure(state, screen->byte_size,
           [&] { (depth == 16 ? do_fading_16bits : do_fading_32bits)(nullptr); });
   fade_pos = former;
@@ -199,12 +199,18 @@ void register_present_benchmarks() {
     add(name, our_name, [&f](benchmark::State &state) { present_ours(state, f); });
     add(name, memcpy_name, [&f](benchmark::State &state) { copy_memory(state, f.to); });
   }
-  for (const int depth : {16, 32}) {
-    const std::string name = "present/fade" + depth_name(depth);
-    set_expectation(name, {0.5, 0, {}, true});
-    add(name, our_name, [depth](benchmark::State &state) { fade_ours(state, depth); });
-    add(name, memcpy_name, [depth](benchmark::State &state) { copy_memory(state, depth); });
-  }
+  constexpr struct {
+    const char *name;
+    fade_levels levels;
+  } fades[] = {{"present/fade to black", {50, 50, 50}},
+               {"present/fade to bright", {150, 120, 100}}};
+  for (const auto &fade : fades)
+    for (const int depth : {16, 32}) {
+      const std::string name = fade.name + depth_name(depth);
+      set_expectation(name, {depth == 32 ? 0.5 : 0, 0, {}, true});
+      add(name, our_name, [=](benchmark::State &state) { fade_ours(state, depth, fade.levels); });
+      add(name, memcpy_name, [depth](benchmark::State &state) { copy_memory(state, depth); });
+    }
   set_table_style("restore", {"The background of a screen of 1280x720", 1e9, "GB/s written"});
   for (const int depth : {8, 16, 32}) {
     const std::string name = "restore/ground picture" + depth_name(depth);

@@ -106,8 +106,9 @@ void comparison_reporter::add(const std::string &name, double rate) {
 
 void comparison_reporter::Finalize() {
   for (table &t : tables_) {
-    std::stable_sort(t.contenders.begin(), t.contenders.end(),
-                     [](const auto &a, const auto &b) { return rank(a) < rank(b); });
+    std::stable_sort(t.contenders.begin(), t.contenders.end(), [](const auto &a, const auto &b) {
+      return std::pair(rank(a), a) < std::pair(rank(b), b);
+    });
     std::stable_sort(t.rows.begin(), t.rows.end(), [&](const row &a, const row &b) {
       return find_expectation(t.subject + "/" + a.scenario) <
              find_expectation(t.subject + "/" + b.scenario);
@@ -122,8 +123,8 @@ void comparison_reporter::print(const table &t) {
   for (const std::string &contender : t.contenders)
     lines[0].push_back(contender);
   const bool with_memory =
-      std::find(t.contenders.begin(), t.contenders.end(), memcpy_name) != t.contenders.end();
-  if (with_memory) lines[0].push_back("/memcpy");
+      std::find(t.contenders.begin(), t.contenders.end(), style.bound) != t.contenders.end();
+  if (with_memory) lines[0].push_back("/" + style.bound);
   for (const char *title : {"/best", "target", ""})
     lines[0].push_back(title);
 
@@ -144,7 +145,7 @@ void comparison_reporter::print(const table &t) {
       line.push_back(number(rate / style.unit));
       if (contender == our_name) {
         ours = rate;
-      } else if (contender == memcpy_name) {
+      } else if (contender == style.bound) {
         memory = rate;
       } else if (rate > best) {
         best = rate;
@@ -153,6 +154,7 @@ void comparison_reporter::print(const table &t) {
       }
     }
     double target = expected.target;
+    if (baseline_ && expected.of_memcpy) target *= baseline_target;
     if (baseline_ && best > 0) target = best_is_plain ? 1 : baseline_target;
 
     if (with_memory) line.push_back(ours > 0 && memory > 0 ? ratio(ours / memory) : "-");

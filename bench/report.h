@@ -7,13 +7,16 @@
 #include <string>
 #include <vector>
 
+#include "contender.h"
+
 namespace orbbench {
 
 /// How a subject's table looks.
 struct table_style {
   std::string title;
-  double unit = 1;       // one unit of the figures is so many items a second
-  std::string unit_name; // "Mpix/s"
+  double unit = 1;                 // one unit of the figures is so many items a second
+  std::string unit_name;           // "Mpix/s"
+  std::string bound = memcpy_name; // the contender that says what the machine can do
 };
 void set_table_style(const std::string &subject, table_style style);
 
@@ -31,7 +34,7 @@ void set_expectation(const std::string &scenario, expectation what);
 ///
 /// A figure is the best of a benchmark's repetitions: what else runs on the machine only ever slows
 /// one down. With `baseline` targets are those of the routines without AVX2: half of the best peer,
-/// and more than it where it has no vector instructions.
+/// and more than it where it has no vector instructions; half of what is asked against memcpy.
 class comparison_reporter : public benchmark::BenchmarkReporter {
 public:
   explicit comparison_reporter(bool baseline) : baseline_(baseline) {}
