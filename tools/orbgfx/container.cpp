@@ -44,7 +44,8 @@ private:
 
 bool is_compressed(orbhost::Files &files, const std::string &path) {
   Reader plain(files, path, ORB_OPEN_READ, nullptr);
-  return plain.read(16).substr(8) == compressed_marker;
+  const std::string start = plain.read(16);
+  return start.size() == 16 && start.ends_with(compressed_marker);
 }
 
 void read_magic(std::string_view magic, Container &container) {

@@ -79,6 +79,7 @@ private:
         !is_coordinate(y)) {
       fail("a point's number, x and y are expected");
     }
+    if (x == -1) fail("x -1 stands for a point that is missing");
     if (!graph_->points.try_emplace(index, Point{x, y}).second) {
       fail("point " + std::to_string(index) + " comes a second time");
     }
