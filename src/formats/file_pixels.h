@@ -1,6 +1,8 @@
 // Pixels as picture files hold them, to and from 0xAARRGGBB.
 #pragma once
 
+#include <emmintrin.h>
+
 #include <cstdint>
 #include <cstring>
 
@@ -31,12 +33,13 @@ inline void unpack555(uint32_t *to, const uint8_t *from, uint32_t count) {
 /// Blue, green, red bytes.
 inline void unpack_bgr(uint32_t *to, const uint8_t *from, uint32_t count) {
   uint32_t i = 0;
-  for (; i + 4 <= count; i += 4, from += 12) { // four pixels are three words
-    const uint32_t first = word32(from), second = word32(from + 4), third = word32(from + 8);
-    to[i] = first & 0xFFFFFF;
-    to[i + 1] = first >> 24 | (second & 0xFFFF) << 8;
-    to[i + 2] = second >> 16 | (third & 0xFF) << 16;
-    to[i + 3] = third >> 8;
+  const __m128i colours = _mm_set1_epi32(0xFFFFFF);
+  for (; i + 6 <= count; i += 4, from += 12) { // four pixels; the load reaches into the sixth
+    const __m128i four = _mm_loadu_si128(reinterpret_cast<const __m128i *>(from));
+    const __m128i low = _mm_unpacklo_epi32(four, _mm_srli_si128(four, 3));
+    const __m128i high = _mm_unpacklo_epi32(_mm_srli_si128(four, 6), _mm_srli_si128(four, 9));
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(to + i),
+                     _mm_and_si128(_mm_unpacklo_epi64(low, high), colours));
   }
   for (; i < count; i++, from += 3)
     to[i] = uint32_t(from[0] | from[1] << 8 | from[2] << 16);

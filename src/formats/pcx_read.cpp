@@ -41,22 +41,40 @@ bool read_palette(file_reader &file) {
   return limit_reader(file, header_size, pixels_end);
 }
 
+/// Puts `run` bytes of at most max_run that end before `end`. Most runs are short: storing as much
+/// as the longest takes is faster than asking how much, and what follows overwrites the rest.
+void put_run(uint8_t *to, const uint8_t *end, uint8_t value, uint32_t run) {
+  if (end - to <= ptrdiff_t(max_run)) {
+    memset(to, value, run);
+    return;
+  }
+  memset(to, value, max_run + 1);
+}
+
 /// Decodes `count` bytes. A run that reaches further is cut: none goes on in the next row.
 bool decode_row(file_reader &file, uint8_t *to, uint32_t count) {
-  while (count > 0) {
-    const uint8_t *byte = take(file, 1);
-    if (!byte) return false;
-    if (*byte < count_mark) {
-      *to++ = *byte;
-      count--;
-      continue;
+  uint8_t *const end = to + count;
+  while (to < end) {
+    // A pair of count and value, if the file has that much.
+    if (file.end - file.at < 2) refill(file, std::min<uint32_t>(2, bytes_left(file)));
+    const uint8_t *from = file.window + file.at;
+    const uint8_t *const last = file.window + file.end;
+    while (to < end && from < last) {
+      const uint8_t byte = *from;
+      if (byte < count_mark) {
+        *to++ = byte;
+        from++;
+        continue;
+      }
+      if (last - from < 2) break;
+      const uint32_t run = std::min<uint32_t>(byte & max_run, uint32_t(end - to));
+      put_run(to, end, from[1], run);
+      to += run;
+      from += 2;
     }
-    const uint32_t run = std::min<uint32_t>(*byte & max_run, count);
-    const uint8_t *value = take(file, 1);
-    if (!value) return false;
-    memset(to, *value, run);
-    to += run;
-    count -= run;
+    const bool stuck = from == file.window + file.at;
+    file.at = uint32_t(from - file.window);
+    if (stuck) return false; // at the end of the file, or at a count without its value
   }
   return true;
 }

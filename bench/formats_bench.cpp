@@ -1,0 +1,233 @@
+// Loading and saving pictures of 1024x768: our codecs against SDL_image's and against the mere
+// reading or writing of the same bytes. Files come from the system's cache.
+#include <malloc.h>
+
+#include <benchmark/benchmark.h>
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#ifdef ORB_BENCH_SDL_IMAGE
+#include <SDL_image.h>
+#endif
+
+#include "benchmarks.h"
+#include "contender.h"
+#include "formats/codec.h"
+#include "orb_host.h"
+#include "report.h"
+#include "surface/palette.h"
+#include "surface/surface.h"
+#include "video/video.h"
+
+namespace orbbench {
+
+namespace {
+
+constexpr int32_t width = 1024, height = 768;
+
+/// A kind of file.
+struct file_kind {
+  const char *name;
+  image_format format;
+  int32_t parameter, depth;
+  bool alpha;
+};
+constexpr file_kind kinds[] = {
+    {"bmp/8 bit", img_format_bmp, 0, 8, false},
+    {"bmp/8 bit coded", img_format_bmp, 1, 8, false},
+    {"bmp/24 bit", img_format_bmp, 0, 32, false},
+    {"bmp/32 bit", img_format_bmp, 0, 32, true},
+    {"pcx/8 bit", img_format_pcx, 0, 8, false},
+    {"pcx/24 bit", img_format_pcx, 0, 32, false},
+    {"tga/8 bit", img_format_tga, 0, 8, false},
+    {"tga/8 bit coded", img_format_tga, 1, 8, false},
+    {"tga/24 bit", img_format_tga, 0, 32, false},
+    {"tga/24 bit coded", img_format_tga, 1, 32, false},
+    {"tga/32 bit", img_format_tga, 0, 32, true},
+    {"tga/32 bit coded", img_format_tga, 1, 32, true},
+};
+
+/// Lets the C library keep the memory of pictures: asking the system for zeroed pages each time
+/// would take longer than most of what is measured, and hit those first who come at a bad time.
+void keep_memory() {
+  mallopt(M_MMAP_MAX, 0);
+  mallopt(M_TRIM_THRESHOLD, 256 << 20);
+}
+
+/// A folder for the files of a run.
+const std::string &folder() {
+  static const struct scratch {
+    std::string path = std::filesystem::temp_directory_path() / "orb_bench_XXXXXX";
+    scratch() {
+      if (!mkdtemp(path.data())) throw std::runtime_error("cannot make " + path);
+    }
+    ~scratch() { std::filesystem::remove_all(path); }
+  } made;
+  return made.path;
+}
+
+/// Draws a picture into the reader's globals: a sky of soft colours over flat shapes, so that run
+/// lengths are those of drawn graphics.
+void draw(const file_kind &kind) {
+  reset_image();
+  image_w = width;
+  image_h = height;
+  image_bpp = kind.depth;
+  image_alphachannel = kind.alpha;
+  image_data = aligned_malloc(uint32_t(width * height * kind.depth / 8));
+  for (int32_t y = 0; y < height; ++y)
+    for (int32_t x = 0; x < width; ++x) {
+      const bool flat = y > 300 && (x / 90 + y / 70) % 3 != 0;
+      const uint32_t shade = uint32_t(128 + 100 * std::sin(x * 0.013) * std::cos(y * 0.017));
+      const uint32_t at = uint32_t(y * width + x);
+      if (kind.depth == 8)
+        static_cast<uint8_t *>(image_data)[at] = uint8_t(flat ? x / 90 : shade);
+      else
+        static_cast<uint32_t *>(image_data)[at] = flat ? 0xFF203040u * uint32_t(1 + x / 90)
+                                                       : (kind.alpha ? shade << 24 : 0) |
+                                                             shade << 16 | (255 - shade) << 8 |
+                                                             uint32_t(y & 255);
+    }
+}
+
+const image_codec &codec_of(const file_kind &kind) {
+  keep_memory();
+  host_at_depth(kind.depth);
+  const image_codec *codec = codec_for(kind.format);
+  if (!codec) throw std::runtime_error("a format is missing");
+  return *codec;
+}
+
+/// A file of that kind, written by us.
+std::string file_of(const file_kind &kind) {
+  std::string name = kind.name;
+  for (char &c : name)
+    if (c == '/' || c == ' ') c = '_';
+  const std::string path = folder() + "/" + name;
+  if (!std::filesystem::exists(path)) {
+    const image_codec &codec = codec_of(kind);
+    draw(kind);
+    if (!codec.save(path.c_str(), kind.parameter, nullptr))
+      throw std::runtime_error("cannot write " + path);
+    reset_image();
+  }
+  return path;
+}
+
+void count_pixels(benchmark::State &state) {
+  state.SetItemsProcessed(state.iterations() * width * height);
+}
+
+void load_ours(benchmark::State &state, const file_kind &kind) {
+  const std::string path = file_of(kind);
+  const image_codec &codec = codec_of(kind);
+  for (auto _ : state) {
+    reset_image();
+    if (!codec.load(path.c_str(), nullptr)) return state.SkipWithError("not read");
+  }
+  reset_image();
+  count_pixels(state);
+}
+
+void save_ours(benchmark::State &state, const file_kind &kind) {
+  const std::string path = folder() + "/written";
+  const image_codec &codec = codec_of(kind);
+  draw(kind);
+  for (auto _ : state)
+    if (!codec.save(path.c_str(), kind.parameter, nullptr))
+      return state.SkipWithError("not written");
+  reset_image();
+  count_pixels(state);
+}
+
+struct plain_file {
+  FILE *file;
+  plain_file(const std::string &path, const char *how) : file(std::fopen(path.c_str(), how)) {
+    if (!file) throw std::runtime_error("cannot open " + path);
+  }
+  ~plain_file() { std::fclose(file); }
+};
+
+/// What any reader has to do at least: new memory for the file's bytes, and the bytes into it.
+void read_bytes(benchmark::State &state, const file_kind &kind) {
+  const std::string path = file_of(kind);
+  const size_t size = std::filesystem::file_size(path);
+  for (auto _ : state) {
+    const plain_file in(path, "rb");
+    void *const bytes = std::malloc(size);
+    if (std::fread(bytes, 1, size, in.file) != size) state.SkipWithError("not read");
+    std::free(bytes);
+  }
+  count_pixels(state);
+}
+
+void write_bytes(benchmark::State &state, const file_kind &kind) {
+  const std::vector<char> bytes(std::filesystem::file_size(file_of(kind)), 'x');
+  for (auto _ : state) {
+    const plain_file out(folder() + "/written", "wb");
+    if (std::fwrite(bytes.data(), 1, bytes.size(), out.file) != bytes.size())
+      state.SkipWithError("not written");
+  }
+  count_pixels(state);
+}
+
+#ifdef ORB_BENCH_SDL_IMAGE
+void load_sdl(benchmark::State &state, const file_kind &kind) {
+  const std::string path = file_of(kind);
+  const char *const types[] = {"", "", "BMP", "JPG", "PCX", "PNG", "TGA"};
+  for (auto _ : state) {
+    SDL_Surface *const surface = IMG_LoadTyped_RW(SDL_RWFromFile(path.c_str(), "rb"), 1,
+                                                  const_cast<char *>(types[kind.format]));
+    if (!surface) return state.SkipWithError(IMG_GetError());
+    SDL_FreeSurface(surface);
+  }
+  count_pixels(state);
+}
+
+/// SDL writes plain BMP files of 8 and 24 bits.
+void save_sdl(benchmark::State &state, const file_kind &kind) {
+  SDL_Surface *const surface = IMG_Load(file_of(kind).c_str());
+  for (auto _ : state)
+    if (!surface || SDL_SaveBMP(surface, (folder() + "/written").c_str()) != 0)
+      return state.SkipWithError(SDL_GetError());
+  SDL_FreeSurface(surface);
+  count_pixels(state);
+}
+
+bool sdl_saves(const file_kind &kind) {
+  return kind.format == img_format_bmp && !kind.alpha && kind.parameter == 0;
+}
+#endif
+
+} // namespace
+
+void register_format_benchmarks() {
+  set_table_style("load", {"Loading pictures", 1e6, "Mpix/s", "read"});
+  set_table_style("save", {"Saving pictures", 1e6, "Mpix/s", "write"});
+  for (const file_kind &kind : kinds) {
+    const std::string load = std::string("load/") + kind.name + "/";
+    const std::string save = std::string("save/") + kind.name + "/";
+    const auto add = [&kind](const std::string &name, auto *run) {
+      benchmark::RegisterBenchmark(name.c_str(), run, kind);
+    };
+    set_expectation(std::string("load/") + kind.name, {1, 0, {}});
+    set_expectation(std::string("save/") + kind.name, {1, 0, {}});
+    add(load + our_name, load_ours);
+    add(load + "read", read_bytes);
+    add(save + our_name, save_ours);
+    add(save + "write", write_bytes);
+#ifdef ORB_BENCH_SDL_IMAGE
+    add(load + "sdl_image", load_sdl);
+    if (sdl_saves(kind)) add(save + "sdl_image", save_sdl);
+#endif
+  }
+}
+
+} // namespace orbbench
