@@ -1,0 +1,12 @@
+// The PCX reader and its palette reader.
+#include "picture_fuzz.h"
+
+extern "C" int LLVMFuzzerInitialize(int *, char ***) {
+  fuzz::start_module();
+  return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+  fuzz::read_picture(img_format_pcx, data, size);
+  return 0;
+}
