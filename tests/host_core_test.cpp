@@ -1,4 +1,5 @@
 // The host core against a fake module: registration, calls, errors, processes, services.
+#include "host/checked_call.h"
 #include "host/host.h"
 #include "host/screenshot.h"
 #include "host_fake_module.h"
@@ -80,6 +81,32 @@ TEST_F(HostCore, ErrorsAreReportedAndPlayGoesOn) {
   EXPECT_TRUE(host.take_errors().empty());
   EXPECT_EQ(describe({1234, "X", 0, 0, 5, {}}), "X: script error 1234");
   EXPECT_EQ(describe({110, "X", 0, 2, -5, {}}), "X: argument 2 (-5): graph number out of range");
+}
+
+TEST_F(HostCore, CheckedCallsThrowWhatWasReported) {
+  int seen = 0;
+  host.on_error = [&](const ErrorReport &) { ++seen; };
+  EXPECT_EQ(checked_call(host, "fk_load", {"good"}), 1);
+  try {
+    checked_call(host, "fk_load", {"bad"});
+    FAIL() << "no CallError";
+  } catch (const CallError &error) {
+    EXPECT_EQ(error.code(), 144);
+    ASSERT_EQ(error.reports.size(), 1u);
+    EXPECT_EQ(error.reports[0].text, "bad");
+    EXPECT_EQ(error.what(), describe(error.reports[0]));
+  }
+  try {
+    checked_call(host, "fk_fail");
+    FAIL() << "no CallError";
+  } catch (const CallError &error) {
+    EXPECT_EQ(error.code(), 0);
+    EXPECT_STREQ(error.what(), "fk_fail: failed");
+  }
+  EXPECT_THROW(checked_call(host, "fk_none"), HostError);
+  EXPECT_EQ(seen, 0); // the handler is left out, and back in its place afterwards
+  host.call("fk_load", {"bad"});
+  EXPECT_EQ(seen, 1);
 }
 
 TEST_F(HostCore, GlobalsHoldTheirDeclaredValues) {
