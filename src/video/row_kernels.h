@@ -27,9 +27,14 @@ inline void each_group(int32_t first, int32_t last, Group group, Pixel pixel) {
       pixel(i);
     return;
   }
-#pragma clang loop unroll_count(2)
-  for (; i + size <= last; i += size)
+  for (; i + 2 * size <= last; i += 2 * size) {
     group(i);
+    group(i + size);
+  }
+  if (i + size <= last) {
+    group(i);
+    i += size;
+  }
   if (i < last) group(last - size);
 }
 
