@@ -28,6 +28,10 @@ libdir=$(dirname -- "$(dirname -- "$pc")")
 [ "$(readlink "$libdir/libORB_mod_graphics2D.so")" = libORB_mod_graphics2D.so.1 ] ||
   fail "libORB_mod_graphics2D.so is no link to libORB_mod_graphics2D.so.1"
 
+# A program that opens the installed module.
+[ ! -x "$prefix/bin/orbgfx" ] || run "$prefix/bin/orbgfx" info "$here/../examples/assets/star.png" ||
+  fail "the installed orbgfx"
+
 flags=$(PKG_CONFIG_LIBDIR=$libdir/pkgconfig pkg-config --cflags --libs orb_graphics2d) ||
   fail "pkg-config"
 echo "pkg-config: $flags"

@@ -12,7 +12,7 @@ usage: ./orb VERB [ARGUMENTS]
   bench [NAME] [OPTIONS]  run all benchmarks, or those whose name matches NAME;
                           --sse2: without AVX2; --check: compare the pictures only
   build                   build everything
-  install PREFIX          install module, header and player under PREFIX
+  install PREFIX          install module, header and programs under PREFIX
   clean [--all]           remove what was built; --all: the sysroot too
   help                    show this list
 

@@ -27,8 +27,10 @@ void Progress::step(const std::string &name) {
   ++done_;
   if (!terminal_ || std::chrono::steady_clock::now() < next_) return;
   next_ = std::chrono::steady_clock::now() + std::chrono::milliseconds(100);
+  // Short, so that the line doesn't wrap.
+  const std::string file = std::filesystem::path(name).filename().string().substr(0, 40);
   std::fprintf(stderr, "\r\33[Korbgfx: %s %zu/%zu %s", what_.c_str(), done_, total_,
-               escape_line(name).c_str());
+               escape_line(file).c_str());
   std::fflush(stderr);
   shown_ = true;
 }
