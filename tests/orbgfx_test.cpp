@@ -217,11 +217,11 @@ TEST_F(Orbgfx, SideFilesKeepWhatPicturesDont) {
   EXPECT_TRUE(fs::exists(folder / "s/002_SHIP.png"));
   EXPECT_TRUE(fs::exists(folder / "s/003.png"));
   // MAP files have the id and the points in them.
-  write("one.txt", "graph 1234\ndescription one\npoint 2 7 8\n");
+  write("one.txt", "graph 4000000000\ndescription one\npoint 2 7 8\n");
   succeed("convert --side-file one.txt 2_a.png one.map");
   succeed("convert --side-file back.txt one.map one.png");
   EXPECT_EQ(read("back.txt"),
-            "# graphs of one.map\n\ngraph 1234\nname one.map\ndescription one\n"
+            "# graphs of one.map\n\ngraph 4000000000\nname one.map\ndescription one\n"
             "point 0 4 4\npoint 2 7 8\n"); // the centre, which the file has to state
   succeed("pack --no-side-file -o no.fpg 2_a.png");
   EXPECT_EQ(parse_library(read("no.fpg"), 32).at(0).name, "2_a.png");

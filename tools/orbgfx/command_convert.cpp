@@ -51,7 +51,7 @@ void convert_picture(Session &session, const ConvertOptions &options, const Outp
   } else {
     session.save_picture(0, code, output);
     SideFile notes;
-    notes.graphs[static_cast<int>(slot->id)] = read_notes(*slot);
+    notes.graphs[slot->id] = read_notes(*slot);
     save_side_file(options.side_file, notes,
                    std::filesystem::path(options.input).filename().string());
   }

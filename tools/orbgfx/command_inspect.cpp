@@ -159,7 +159,7 @@ int list(const std::string &file, const Common &common) {
         std::to_string(slot.surface->width) + "x" + std::to_string(slot.surface->height);
     std::string texts = escape_line(*notes.name);
     if (!notes.description->empty()) texts += " / " + escape_line(*notes.description);
-    std::printf("%4d  %-11s  %-5s  %6zu  %s\n", static_cast<int>(slot.id), size.c_str(),
+    std::printf("%4u  %-11s  %-5s  %6zu  %s\n", slot.id, size.c_str(),
                 slot.surface->alpha_channel ? "yes" : "-", notes.points.size(), texts.c_str());
   }
   if (common.json) std::printf("%s\n", graphs.dump().c_str());

@@ -72,7 +72,7 @@ public:
     const auto file =
         files_.find(common_.empty() ? fs::path(path).parent_path().string() : std::string());
     if (file == files_.end()) return nullptr;
-    const auto notes = file->second.graphs.find(code);
+    const auto notes = file->second.graphs.find(static_cast<std::uint32_t>(code));
     return notes == file->second.graphs.end() ? nullptr : &notes->second;
   }
 
@@ -148,7 +148,7 @@ int unpack(const UnpackOptions &options, const Common &common) {
   for (const int code : session.codes(library)) {
     const GraphNotes graph = read_notes(*session.graph(library, code));
     paths[code] = (folder / file_name_of(code, *graph.name, options.format)).string();
-    notes.graphs[code] = graph;
+    notes.graphs[static_cast<std::uint32_t>(code)] = graph;
   }
   const std::string side_file = (folder / side_file_name).string();
   for (const auto &[code, path] : paths)

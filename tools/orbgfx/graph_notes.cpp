@@ -16,7 +16,7 @@ constexpr std::size_t text_size = 255;
 constexpr std::size_t longest_line = 4 * text_size + 100;
 
 // A coordinate as files hold it, 16 bits.
-bool is_coordinate(int value) {
+bool is_coordinate(std::int64_t value) {
   return value >= INT16_MIN && value <= INT16_MAX;
 }
 
@@ -49,16 +49,18 @@ private:
     const std::string_view word = line.substr(0, blank);
     rest_ = line.substr(std::min(blank + 1, line.size()));
     if (word == "depth") {
-      notes_.depth = number();
-      if (!rest_.empty() || (notes_.depth != 8 && notes_.depth != 16 && notes_.depth != 32)) {
+      const std::int64_t depth = number();
+      if (!rest_.empty() || (depth != 8 && depth != 16 && depth != 32)) {
         fail("8, 16 or 32 is expected behind \"depth\"");
       }
+      notes_.depth = static_cast<int>(depth);
       return;
     }
     if (word == "graph") {
-      const int code = number();
-      if (!rest_.empty() || code < 0) fail("one number is expected behind \"graph\"");
-      const auto [place, added] = notes_.graphs.try_emplace(code);
+      const std::int64_t code = number();
+      if (!rest_.empty() || code < 0 || code > UINT32_MAX)
+        fail("one number is expected behind \"graph\"");
+      const auto [place, added] = notes_.graphs.try_emplace(static_cast<std::uint32_t>(code));
       if (!added) fail("graph " + std::to_string(code) + " comes a second time");
       graph_ = &place->second;
       return;
@@ -74,13 +76,15 @@ private:
   }
 
   void point() {
-    const int index = number(), x = number(), y = number();
+    const std::int64_t index = number(), x = number(), y = number();
     if (!rest_.empty() || index < 0 || index >= most_points || !is_coordinate(x) ||
         !is_coordinate(y)) {
       fail("a point's number, x and y are expected");
     }
     if (x == -1) fail("x -1 stands for a point that is missing");
-    if (!graph_->points.try_emplace(index, Point{x, y}).second) {
+    if (!graph_->points
+             .try_emplace(static_cast<int>(index), Point{static_cast<int>(x), static_cast<int>(y)})
+             .second) {
       fail("point " + std::to_string(index) + " comes a second time");
     }
   }
@@ -94,12 +98,12 @@ private:
   }
 
   // Takes a number and the blanks around it.
-  int number() {
+  std::int64_t number() {
     const auto skip = [this] {
       rest_.remove_prefix(std::min(rest_.find_first_not_of(' '), rest_.size()));
     };
     skip();
-    int value = 0;
+    std::int64_t value = 0;
     const auto [end, error] = std::from_chars(rest_.begin(), rest_.end(), value);
     if (error != std::errc() || (end != rest_.end() && *end != ' ')) fail("a number is expected");
     rest_.remove_prefix(static_cast<std::size_t>(end - rest_.begin()));

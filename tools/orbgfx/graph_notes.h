@@ -40,8 +40,8 @@ void apply_notes(Session &session, const std::string &path, int library, int cod
                  const GraphNotes &notes);
 
 struct SideFile {
-  int depth = 0;                    // of the library; 0: not said
-  std::map<int, GraphNotes> graphs; // by code, or by the id of a MAP file
+  int depth = 0;                              // of the library; 0: not said
+  std::map<std::uint32_t, GraphNotes> graphs; // by code, or by the id of a MAP file
 };
 
 // Throws ToolError with the line's number for what isn't such a file.

@@ -125,9 +125,9 @@ const orb_map_slot *Session::graph(int library, int code) const {
   return slot && slot->surface ? slot : nullptr;
 }
 
-void Session::set_id(int library, int code, int id) {
+void Session::set_id(int library, int code, std::uint32_t id) {
   // No script function does it.
-  host_.device()->GetMAP(library, code)->id = static_cast<std::uint32_t>(id);
+  host_.device()->GetMAP(library, code)->id = id;
 }
 
 std::vector<int> Session::codes(int library) const {

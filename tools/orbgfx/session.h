@@ -45,7 +45,7 @@ public:
   // The graph in a slot of a library; null where there is none.
   [[nodiscard]] const orb_map_slot *graph(int library, int code) const;
   // Changes the id that a MAP file keeps.
-  void set_id(int library, int code, int id);
+  void set_id(int library, int code, std::uint32_t id);
   // The codes of a library's graphs, 1 to 999, in order.
   [[nodiscard]] std::vector<int> codes(int library) const;
 
