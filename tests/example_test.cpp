@@ -41,6 +41,7 @@ const Scene scenes[] = {
     {"sprites_crowd_16bits", "sprites/sprites_crowd.lua", {"1000", "16"}, 20},
     {"sprites_crowd_32bits", "sprites/sprites_crowd.lua", {"1000", "32"}, 20},
     {"video_palette", "video/video_palette.lua", {"40"}, 145, true},
+    {"video_modes", "video/video_modes.lua", {"2", "window"}, 150, true},
 };
 
 const fs::path golden = fs::path(ORB_TEST_SOURCE_DIR) / "golden";
