@@ -124,9 +124,10 @@ private:
       }
     }
     count_ = window_.size() - z_.avail_out;
-    const std::uint64_t end = start_ + count_;
-    if (end > length_ || (state_ == State::ended && end != length_)) state_ = State::damaged;
-    if (end > length_) count_ = static_cast<std::size_t>(length_ - start_);
+    if (start_ + count_ > length_) {
+      state_ = State::damaged;
+      count_ = static_cast<std::size_t>(length_ - start_);
+    }
     held_ = state_ == State::ended ? 0 : std::min<std::size_t>(count_, 1);
     return true;
   }
