@@ -16,6 +16,7 @@ int32_t (*const pending_handlers[])() = {
 #define ORB_PENDING(handler) handler,
 #include "module/pending.inc"
 #undef ORB_PENDING
+    nullptr,
 };
 
 } // namespace
@@ -32,5 +33,3 @@ int32_t pending_functions() {
     count += is_pending(row->handler);
   return count;
 }
-
-void do_drawings() {}

@@ -1,4 +1,4 @@
-// What is registered but not built yet: the handlers of module/pending.inc, and the draw objects.
+// What is registered but not built yet: the handlers of module/pending.inc.
 #pragma once
 
 #include <cstdint>
@@ -7,6 +7,3 @@
 bool is_pending(int32_t (*handler)());
 /// How many of the 310 registered functions have such a handler.
 int32_t pending_functions();
-
-/// Adds the draw objects to the blit list. There are none as long as `draw_new` is pending.
-void do_drawings();

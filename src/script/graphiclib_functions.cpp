@@ -3,15 +3,15 @@
 #include "script/handlers.h"
 #include "surface/registry.h"
 
-/// Draw objects that are fixed.
+/// Draw objects that are fixed, as draw_fix and draw_delete count them.
 int32_t ORB_graphiclib_get_drawsfixed() {
   return rt_return(draws_fixed);
 }
-/// Draw objects that are locked.
+/// Draw objects that are locked, as draw_lock, draw_unlock and draw_delete count them.
 int32_t ORB_graphiclib_get_drawslocked() {
   return rt_return(draws_locked);
 }
-/// Draw objects painted in the last frame.
+/// Draw objects that exist.
 int32_t ORB_graphiclib_get_drawspainted() {
   return rt_return(draws_painted);
 }

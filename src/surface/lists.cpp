@@ -11,6 +11,7 @@ int32_t max_region = 0, regions_defined = 0;
 
 orb_draw *draws = nullptr;
 int32_t max_draw = 0, draws_painted = 0, draws_fixed = 0, draws_locked = 0;
+int32_t draws_moved_alpha = 0;
 
 // ---- Regions -----------------------------------------------------------------------------------
 
@@ -76,6 +77,7 @@ constexpr int32_t first_max_draw = 16, draw_step = 16, draw_limit = 65536;
 
 int32_t CreateDrawList() {
   draws_painted = draws_fixed = draws_locked = 0;
+  draws_moved_alpha = 0;
   max_draw = grow_records(draws, 0, first_max_draw) ? first_max_draw : 0;
   return max_draw != 0;
 }

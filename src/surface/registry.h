@@ -36,6 +36,7 @@ struct orb_draw {
 };
 extern orb_draw *draws; // max_draw records
 extern int32_t max_draw, draws_painted, draws_fixed, draws_locked;
+extern int32_t draws_moved_alpha; // last stored by draw_move
 
 int32_t CreateFPGList();    // 0 on failed allocation
 int32_t ResizeFPGList();    // four more libraries; 0 at the limit

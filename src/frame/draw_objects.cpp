@@ -1,0 +1,165 @@
+#include "frame/draw_objects.h"
+
+#include <algorithm>
+
+#include "blit/raster.h"
+#include "frame/process_scan.h"
+#include "module/module.h"
+#include "surface/surface.h"
+#include "video/video.h"
+
+namespace {
+
+/// Bounds in 64 bits: corners are any 32-bit values, and so is what lies between them.
+struct box {
+  int64_t x0, y0, x1, y1; // inclusive
+
+  bool empty() const { return x0 > x1 || y0 > y1; }
+  bool touches(const box &other) const {
+    return x0 <= other.x1 && x1 >= other.x0 && y0 <= other.y1 && y1 >= other.y0;
+  }
+};
+
+box bounds_of(const orb_draw &draw) {
+  return {std::min(draw.x0, draw.x1), std::min(draw.y0, draw.y1), std::max(draw.x0, draw.x1),
+          std::max(draw.y0, draw.y1)};
+}
+
+/// The region of a draw object, clipped to its destination; empty for one that isn't defined now.
+box clip_of(const orb_draw &draw, const __ORBSurface2D__ &destination) {
+  if (draw.region < 0 || draw.region >= max_region) return {0, 0, -1, -1};
+  const __ORBRegion__ &region = regions[draw.region];
+  return {std::max(region.x0, 0), std::max(region.y0, 0),
+          std::min(region.x1, int32_t(destination.width) - 1),
+          std::min(region.y1, int32_t(destination.height) - 1)};
+}
+
+bool visible_on(const orb_draw &draw, const __ORBSurface2D__ &destination) {
+  const box clip = clip_of(draw, destination);
+  return !clip.empty() && clip.touches(bounds_of(draw));
+}
+
+/// What draws without an own depth, destination and visibility follow: the script's globals.
+struct common_values {
+  int32_t z;
+  __ORBSurface2D__ *destination; // null: none of them is drawn
+};
+
+common_values read_common_values() {
+  if (!*_draw_visible_) return {0, nullptr};
+  return {*_draw_z_, find_draw_destination(*_draw_destination_file_, *_draw_destination_graph_)};
+}
+
+void fill_request(__ORBBlit2D__ &request, int32_t index, __ORBSurface2D__ *destination, int32_t z) {
+  const orb_draw &draw = draws[index];
+  request.link = index;
+  request.owner = nullptr;
+  request.drawn = 0;
+  request.drawn_x0 = draw.x0;
+  request.drawn_x1 = draw.x1;
+  request.drawn_y0 = draw.y0;
+  request.drawn_y1 = draw.y1;
+  request.z = z;
+  request.region = draw.region;
+  request.alpha = draw.alpha;
+  request.own_region = 0;
+  request.src = nullptr;
+  request.dst = destination;
+  request.blit_op = BlitDrawing;
+}
+
+/// Alphas of 8-bit modes have sixteen steps.
+bool opaque(const orb_draw &draw) {
+  return draw.alpha == (mode.bpp == 8 ? 15 : 255);
+}
+
+void rasterise(const orb_draw &draw, __ORBSurface2D__ *on) {
+  const bool filled = draw.type == draw_type_filled_rect || draw.type == draw_type_filled_ellipse;
+  if (draw.type == draw_type_line) {
+    (opaque(draw) ? drawing_line : drawing_line_alpha)(on, draw.x0, draw.y0, draw.x1, draw.y1);
+    return;
+  }
+  drawing_box_routine *shape;
+  if (draw.type == draw_type_ellipse || draw.type == draw_type_filled_ellipse)
+    shape = opaque(draw) ? drawing_ellipse : drawing_ellipse_alpha;
+  else
+    shape = opaque(draw) ? drawing_rect : drawing_rect_alpha;
+  shape(on, draw.x0, draw.y0, draw.x1, draw.y1, filled);
+}
+
+/// No record below it is free, as long as there are draws at all.
+int32_t lowest_free;
+
+} // namespace
+
+int32_t take_draw() {
+  if (draws_painted == 0) lowest_free = 0;
+  while (lowest_free < max_draw && draws[lowest_free].in_use)
+    ++lowest_free;
+  if (lowest_free >= max_draw && !ResizeDrawList()) return -1;
+  draws[lowest_free] = {};
+  return lowest_free;
+}
+
+void release_draw(int32_t index) {
+  orb_draw &draw = draws[index];
+  draw.in_use = draw.locked = draw.fixed = 0;
+  lowest_free = std::min(lowest_free, index);
+}
+
+__ORBSurface2D__ *find_draw_destination(int32_t file, int32_t graph) {
+  destination_file = file;
+  destination_graph = graph;
+  if (file < 0 || file >= max_fpg) return nullptr;
+  // QUIRK: the bound of the library would look more natural. It is that of library 0 whatever the
+  // file; that is intended, and GetMAP keeps to the library's own.
+  if (graph < 0 || graph >= max_map) return nullptr;
+  if (graph == 0) return file == 0 ? screen : nullptr;
+  pfpgmap_dst = GetMAP(file, graph);
+  return pfpgmap_dst ? pfpgmap_dst->surface : nullptr;
+}
+
+void do_drawings() {
+  if (!draws_painted || !max_draw) return;
+  const common_values common = read_common_values();
+  for (int32_t i = 0; i < max_draw; ++i) {
+    orb_draw &draw = draws[i];
+    if (!draw.in_use) continue;
+    __ORBSurface2D__ *destination = common.destination;
+    if (draw.locked) {
+      if (!draw.visible) continue;
+      // Looked up with every frame: the graph may be gone, or another.
+      destination = find_draw_destination(draw.destination_file, draw.destination_graph);
+      draw.destination = destination;
+    }
+    if (!destination || !visible_on(draw, *destination)) continue;
+    __ORBBlit2D__ *request = device2D.GetAndUpdateBlitList();
+    if (!request) return;
+    fill_request(*request, i, destination, draw.locked ? draw.z : common.z);
+  }
+}
+
+int32_t BlitDrawing(__ORBBlit2D__ *request) {
+  request->drawn = 0;
+  if (request->link < 0 || request->link >= max_draw || !request->dst) return 0;
+  const orb_draw &draw = draws[request->link];
+  if (!draw.in_use || request->dst->depth != mode.bpp) return 0;
+  if (draw.type < draw_type_line || draw.type > draw_type_filled_ellipse) return 1;
+  if (!visible_on(draw, *request->dst)) return 0;
+
+  const box clip = clip_of(draw, *request->dst), bounds = bounds_of(draw);
+  draw_clipx0 = int32_t(clip.x0);
+  draw_clipy0 = int32_t(clip.y0);
+  draw_clipx1 = int32_t(clip.x1);
+  draw_clipy1 = int32_t(clip.y1);
+  colorfx = draw.colour;
+  alphafx = draw.alpha;
+  rasterise(draw, request->dst);
+
+  request->drawn = 1;
+  request->drawn_x0 = int32_t(std::max(bounds.x0, clip.x0));
+  request->drawn_y0 = int32_t(std::max(bounds.y0, clip.y0));
+  request->drawn_x1 = int32_t(std::min(bounds.x1, clip.x1));
+  request->drawn_y1 = int32_t(std::min(bounds.y1, clip.y1));
+  return 1;
+}
