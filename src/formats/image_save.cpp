@@ -1,5 +1,5 @@
 // image_save and save_pcx: a graph handed to the writer of a format.
-#include "formats/codec.h"
+#include "formats/map_file.h"
 #include "module/script_call.h"
 #include "script/handlers.h"
 #include "surface/registry.h"
@@ -15,13 +15,12 @@ bool save_graph(const orb_map_slot &slot, const image_codec &codec, const char *
   // A graph that was loaded before a mode change has no pixels that a writer would understand.
   if (slot.surface->depth != mode.bpp) return false;
   reset_image();
-  image_w = int32_t(slot.surface->width);
-  image_h = int32_t(slot.surface->height);
-  image_bpp = mode.bpp;
+  describe_graph(slot);
   image_data = slot.surface->pixels;
   image_alphachannel = slot.surface->alpha_channel;
   const bool saved = codec.save(filename, parameter, key);
   image_data = nullptr;
+  image_surface = nullptr;
   return saved;
 }
 
