@@ -249,6 +249,7 @@ int32_t load_library_graph(const script_call &call, const char *filename, const 
   library_reader file;
   if (!open_library_file(&file, call, call, filename, key)) return -1;
   const bool made = number != 0 && !fpg[number].in_use;
+  const uint32_t former_memory = fpg[number].memory_usage;
   int32_t found;
   if (made && !open_library(number))
     found = -error_out_of_memory;
@@ -258,7 +259,7 @@ int32_t load_library_graph(const script_call &call, const char *filename, const 
     found = find_graph(&fpg[number], &file, code);
   rt_file_close(file.in.handle);
   if (found < 0) {
-    if (made) discard_library(number);
+    if (made) discard_library(number, former_memory);
     call.bad(script_error(-found), 1, filename);
     return -1;
   }

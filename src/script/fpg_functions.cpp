@@ -53,13 +53,14 @@ int32_t ORB_fpg_clone() {
     call.bad(error_library_full, 1, file);
     return call.fail();
   }
+  const uint32_t former_memory = fpg[number].memory_usage;
   bool copied = open_library(number);
   if (!copied) call.bad(error_out_of_memory, 1, file);
   const orb_map_slot *source = fpg[file].slots;
   for (int32_t code = 1; copied && source && code < graphs_per_library; ++code) {
     if (!source[code].surface || copy_graph(&fpg[number], code, source[code])) continue;
     copying.bad(error_out_of_memory, 1, file);
-    discard_library(number);
+    discard_library(number, former_memory);
     copied = false;
   }
   if (!copied) return call.fail();

@@ -40,12 +40,12 @@ bool open_library(int32_t file) {
   return true;
 }
 
-void discard_library(int32_t file) {
+void discard_library(int32_t file, uint32_t memory) {
   orb_fpg &library = fpg[file];
-  open_library(file); // which deletes what is there
+  if (library.slots) open_library(file); // which deletes what is there
   if (file == 0) return;
   free(library.slots);
-  library = {};
+  library = {0, 0, nullptr, memory};
 }
 
 void mark_library_used(int32_t file) {

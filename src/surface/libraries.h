@@ -19,9 +19,9 @@ int32_t find_free_library(int32_t except = -1);
 /// and memory and count of an empty one. Library 0 keeps its loose graphs (1000 and above), and
 /// they stay in its memory and count. False without memory.
 bool open_library(int32_t file);
-/// Takes a library that open_library has opened, and that isn't marked, back: its graphs and, but
-/// for library 0, its slots and memory.
-void discard_library(int32_t file);
+/// Takes back that open_library has opened a library: its graphs go and, but for library 0, its
+/// slots. `memory` is what the library counted before.
+void discard_library(int32_t file, uint32_t memory);
 /// The library is complete: it becomes used.
 void mark_library_used(int32_t file);
 /// Deletes the graphs 1 to 999 of a library in use, and its slots but for library 0, and marks it

@@ -1,0 +1,593 @@
+// FPG files and the libraries in memory: bytes, counts to the byte, numbers handed out, failures.
+#include <gtest/gtest.h>
+
+#include "formats/map_file.h"
+#include "memory_files.h"
+#include "script/handlers.h"
+
+namespace {
+
+struct Fpg : graph_file_test {
+  static constexpr const char *gz = "gz!\x1A\x0D\x0A\xFF";
+
+  int32_t load(const char *name) { return host.call(ORB_fpg_load, name); }
+  static orb_map_slot &slot_of(int32_t file, int32_t code) { return fpg[file].slots[code]; }
+
+  static byte_builder &put_entry(byte_builder &out, const stored_graph &graph, bool old = false) {
+    out.dword(graph.code).dword(old ? 12345 : 0);
+    out.text(graph.description, old ? 32 : 256).text(graph.name, old ? 12 : 260);
+    out.dword(graph.w).dword(graph.h).dword(control_word(graph));
+    put_points_and_pixels(out, graph);
+    return out;
+  }
+  /// An FPG file.
+  static file_bytes fpg_file(int depth, const std::vector<stored_graph> &graphs,
+                             uint32_t colours = 1, bool old = false) {
+    byte_builder out;
+    out.text(magic("fpg", depth, old), 8);
+    if (depth == 8) put_palette(out, colours);
+    for (const stored_graph &graph : graphs)
+      put_entry(out, graph, old);
+    return out.bytes;
+  }
+  static std::vector<stored_graph> three_graphs(int depth) {
+    return {{depth, 3, 2, 1, "first", "one.map", {{1, 0}, {65535, 65535}, {2, 7}}, true, {}},
+            {depth, 1, 1, 12, "", "", {}, false, {}},
+            {depth, 5, 4, 999, "last", "c.png", {{4, 3}}, false, {}}};
+  }
+  /// "count graphs, memory bytes: code ..." of a library.
+  static std::string contents(int32_t file) {
+    const orb_fpg &library = fpg[file];
+    std::string line = std::to_string(library.map_count) + " graphs, " +
+                       std::to_string(library.memory_usage) + " bytes:";
+    for (int32_t code = 0; library.slots && code < (file ? 1000 : max_map); ++code)
+      if (library.slots[code].surface) line += " " + std::to_string(code);
+    return line;
+  }
+};
+
+// ---- Files -------------------------------------------------------------------------------------
+
+TEST_F(Fpg, BytesAtEveryDepth) {
+  for (int depth : {8, 16, 32}) {
+    set_depth(depth);
+    palette_loaded = 0;
+    const std::vector<stored_graph> graphs = three_graphs(depth);
+    const file_bytes file = fpg_file(depth, graphs);
+    disk.files["a.fpg"] = file;
+    const int32_t number = load("a.fpg");
+    ASSERT_EQ(number, depth / 16); // 0, 1, 2: library 0 comes first
+    uint32_t memory = 16;
+    for (const stored_graph &graph : graphs) {
+      const orb_map_slot &slot = slot_of(number, int32_t(graph.code));
+      ASSERT_NE(slot.surface, nullptr);
+      EXPECT_EQ(slot.code, int32_t(graph.code));
+      EXPECT_EQ(slot.id, graph.code);
+      EXPECT_EQ(slot.description, graph.description);
+      EXPECT_EQ(slot.name, graph.name);
+      EXPECT_EQ(slot.surface->alpha_channel, graph.alpha);
+      EXPECT_EQ(bytes_of(*slot.surface), pixels_of(graph));
+      EXPECT_EQ(slot.memory_usage,
+                616 + 12 * graph.points.size() + graph.w * graph.h * uint32_t(depth) / 8);
+      memory += slot.memory_usage;
+    }
+    EXPECT_EQ(points_of(*slot_of(number, 1).surface), "2: 1,0 65535,65535- 2,7");
+    EXPECT_EQ(points_of(*slot_of(number, 12).surface), "0: 0,0-");
+    EXPECT_EQ(contents(number), "3 graphs, " + std::to_string(memory) + " bytes: 1 12 999");
+    EXPECT_EQ(ask(ORB_fpg_save, number, "b.fpg"), "1");
+    EXPECT_EQ(disk.files["b.fpg"], file);
+  }
+  EXPECT_EQ(fpgs_loaded, 3);
+  EXPECT_EQ(maps_loaded, 0);
+}
+
+TEST_F(Fpg, TheOldLayout) {
+  set_depth(8);
+  std::vector<stored_graph> graphs = three_graphs(8);
+  graphs[0].description = std::string(40, 'd');
+  graphs[0].name = "twelve_chars";
+  disk.files["old.fpg"] = fpg_file(8, graphs, 2, true);
+  ASSERT_EQ(load("old.fpg"), 0);
+  graphs[0].description.resize(31);
+  graphs[0].name.resize(11);
+  EXPECT_EQ(ask(ORB_fpg_save, 0, "new.fpg"), "1");
+  EXPECT_EQ(disk.files["new.fpg"], fpg_file(8, graphs, 2));
+}
+
+TEST_F(Fpg, DepthsOfFilesAndScreens) {
+  for (int file_depth : {8, 16, 32}) {
+    const std::vector<stored_graph> graphs = three_graphs(file_depth);
+    disk.files["g.fpg"] = fpg_file(file_depth, graphs, 3);
+    for (int screen_depth : {8, 16, 32}) {
+      set_depth(screen_depth);
+      const int32_t number = load("g.fpg");
+      if (file_depth > screen_depth) {
+        EXPECT_EQ(answer(number), "failure: 106 FPG_LOAD 1 'g.fpg'");
+        continue;
+      }
+      ASSERT_EQ(number, 0) << answer(number);
+      for (const stored_graph &graph : graphs) {
+        const orb_map_slot &slot = slot_of(number, int32_t(graph.code));
+        EXPECT_EQ(pixels_in(*slot.surface), expected_pixels(graph, screen_depth, 3));
+        EXPECT_EQ(slot.surface->depth, screen_depth);
+        EXPECT_EQ(slot.surface->alpha_channel, graph.alpha && file_depth == screen_depth);
+        EXPECT_EQ(slot.surface->has_cpoints, graph.points.size() - (graph.code == 1));
+        EXPECT_EQ(slot.memory_usage,
+                  616 + 12 * graph.points.size() + graph.w * graph.h * uint32_t(screen_depth) / 8);
+      }
+      EXPECT_EQ(host.call(ORB_fpg_unload, 0), 1);
+    }
+  }
+}
+
+TEST_F(Fpg, PalettesAreAdoptedAndForced) {
+  set_depth(8);
+  stored_graph graph{8, 16, 16, 7, "", "", {}, false, {}};
+  for (int i = 0; i < 256; ++i)
+    graph.pixels.push_back(uint8_t(i));
+  disk.files["1.fpg"] = fpg_file(8, {graph}, 1);
+  disk.files["2.fpg"] = fpg_file(8, {graph}, 2);
+  palette_update = fake_ghost_table = force_sys_fnt = 0;
+  ASSERT_EQ(load("1.fpg"), 0);
+  EXPECT_TRUE(palette_loaded && palette_update && fake_ghost_table && force_sys_fnt);
+  EXPECT_EQ(palette->colours[255].g, component(766, 1) * 4);
+  ASSERT_EQ(load("2.fpg"), 1);
+  EXPECT_EQ(palette->colours[255].g, component(766, 1) * 4);
+  EXPECT_EQ(bytes_of(*slot_of(1, 7).surface), graph.pixels);
+  ASSERT_EQ(host.call(ORB_palette_force, "1.fpg"), 1);
+  ASSERT_EQ(load("1.fpg"), 2);
+  EXPECT_EQ(image_palette_crc, palette_crc);
+  EXPECT_EQ(bytes_of(*slot_of(2, 7).surface), graph.pixels);
+  ASSERT_EQ(load("2.fpg"), 3);
+  const file_bytes remapped = bytes_of(*slot_of(3, 7).surface);
+  EXPECT_EQ(remapped, file_bytes(forced_palette_map, forced_palette_map + 256));
+  EXPECT_NE(remapped, graph.pixels);
+  ASSERT_EQ(host.call(ORB_fpg_load_map, "2.fpg", 2, 7), 7);
+  EXPECT_EQ(bytes_of(*slot_of(2, 7).surface), remapped);
+}
+
+TEST_F(Fpg, CompressedAndEncipheredStreams) {
+  set_depth(16);
+  disk.files["p.fpg"] = fpg_file(16, three_graphs(16));
+  ASSERT_EQ(load("p.fpg"), 0);
+  for (int compression : {0, 1, -1, 77})
+    for (const char *key : {static_cast<const char *>(nullptr), "", "k"}) {
+      disk.modes.clear();
+      ASSERT_EQ(ask(ORB_fpg_save, 0, "s.fpg", compression, key), "1");
+      EXPECT_EQ(disk.modes, std::vector<int32_t>{compression ? 8 : 2});
+      for (int32_t piece : {INT32_MAX, 3}) {
+        disk.largest_piece = piece;
+        ASSERT_EQ(host.call(ORB_fpg_load, "s.fpg", key), 1) << answer(0);
+        for (const stored_graph &graph : three_graphs(16))
+          EXPECT_EQ(bytes_of(*slot_of(1, int32_t(graph.code)).surface), pixels_of(graph));
+        EXPECT_EQ(host.call(ORB_fpg_unload, 1), 1);
+        // The last graph, past two that are skipped by seeking, or by reading where the host can't.
+        for (const bool seekable : {true, false}) {
+          disk.seekable = seekable;
+          ASSERT_EQ(host.call(ORB_fpg_load_map, "s.fpg", key, 1, 999), 999);
+          EXPECT_EQ(bytes_of(*slot_of(1, 999).surface), pixels_of(three_graphs(16)[2]));
+        }
+        disk.seekable = true;
+        EXPECT_EQ(host.call(ORB_fpg_unload, 1), 1);
+      }
+      disk.largest_piece = INT32_MAX;
+      if (!key || !*key) continue;
+      EXPECT_EQ(answer(load("s.fpg")), "failure: 193 FPG_LOAD 2 's.fpg'");
+      EXPECT_EQ(ask(ORB_fpg_load, "s.fpg", ""), "failure: 193 FPG_LOAD 2 's.fpg'");
+      EXPECT_EQ(ask(ORB_fpg_load_map, "s.fpg", 1, 1), "failure: 193 FPG_LOAD_MAP 2 's.fpg'");
+      EXPECT_EQ(contents(1).substr(0, 8), "0 graphs");
+    }
+}
+
+TEST_F(Fpg, OddEntries) {
+  set_depth(8);
+  const std::vector<stored_graph> graphs = three_graphs(8);
+  stored_graph twice = graphs[0], foreign = graphs[2];
+  twice.pixels = {9, 8, 7, 6, 5, 4};
+  twice.points.clear();
+  foreign.code = 0;
+  // The second graph of a code frees the first one.
+  disk.files["twice.fpg"] = fpg_file(8, {graphs[0], graphs[1], twice});
+  const uint32_t surfaces = gfxsurfaces->count;
+  ASSERT_EQ(load("twice.fpg"), 0);
+  EXPECT_EQ(contents(0), "2 graphs, 1255 bytes: 1 12");
+  EXPECT_EQ(bytes_of(*slot_of(0, 1).surface), twice.pixels);
+  EXPECT_EQ(gfxsurfaces->count, surfaces + 2);
+  // Behind a foreign code the reader takes pixels for entries: what follows is lost, and ends.
+  disk.files["foreign.fpg"] = fpg_file(8, {graphs[0], foreign, graphs[1]});
+  ASSERT_EQ(load("foreign.fpg"), 1);
+  EXPECT_EQ(contents(1), "1 graphs, 674 bytes: 1");
+  // Without points and pixels it doesn't disturb.
+  foreign.w = 0;
+  foreign.points.clear();
+  disk.files["bare.fpg"] = fpg_file(8, {foreign, graphs[1]});
+  ASSERT_EQ(load("bare.fpg"), 2);
+  EXPECT_EQ(contents(2), "1 graphs, 633 bytes: 12");
+  EXPECT_EQ(ask(ORB_fpg_load_map, "bare.fpg", 3, 12), "0"); // which gives up there
+  // Bytes after the last graph that are no entry; a host that never tells the end.
+  file_bytes tail = fpg_file(8, graphs);
+  tail.insert(tail.end(), {1, 0, 0});
+  disk.files["tail.fpg"] = tail;
+  for (const bool tells : {true, false}) {
+    disk.tells_end = tells;
+    const int32_t number = load("tail.fpg");
+    ASSERT_GE(number, 3) << answer(number);
+    EXPECT_EQ(fpg[number].map_count, 3);
+  }
+  disk.files["empty.fpg"] = fpg_file(8, {});
+  EXPECT_EQ(ask(ORB_fpg_load, "empty.fpg"), "6");
+  EXPECT_EQ(contents(6), "0 graphs, 16 bytes:");
+}
+
+TEST_F(Fpg, AStreamWithoutAnEnd) {
+  disk.files["e.fpg"] = fpg_file(32, three_graphs(32));
+  disk.tells_end = false;
+  disk.endless = true;
+  EXPECT_EQ(answer(load("e.fpg")), "0");
+  EXPECT_EQ(fpg[0].map_count, 3);
+}
+
+// ---- fpg_load_map ------------------------------------------------------------------------------
+
+TEST_F(Fpg, LoadingOneGraph) {
+  disk.files["g.fpg"] = fpg_file(32, three_graphs(32));
+  const int32_t loaded = fpgs_loaded;
+  EXPECT_EQ(ask(ORB_fpg_load_map, "g.fpg", 2, 999), "999");
+  EXPECT_EQ(contents(2), "1 graphs, 724 bytes: 999");
+  EXPECT_EQ(points_of(*slot_of(2, 999).surface), "1: 4,3");
+  EXPECT_EQ(fpg[2].in_use, 1);
+  EXPECT_EQ(fpgs_loaded, loaded + 1);
+  EXPECT_EQ(ask(ORB_fpg_load_map, "g.fpg", nullptr, 2, 12), "12");
+  EXPECT_EQ(ask(ORB_fpg_load_map, "g.fpg", 2, 999), "999"); // frees the one that is there
+  EXPECT_EQ(contents(2), "2 graphs, 1344 bytes: 12 999");
+  EXPECT_EQ(fpgs_loaded, loaded + 1);
+  EXPECT_EQ(ask(ORB_fpg_load_map, "g.fpg", 2, 13), "0");
+  EXPECT_EQ(contents(2), "2 graphs, 1344 bytes: 12 999");
+  EXPECT_EQ(ask(ORB_fpg_load_map, "g.fpg", 3, 13), "0"); // made, and empty
+  EXPECT_EQ(contents(3), "0 graphs, 16 bytes:");
+  EXPECT_EQ(fpg[3].in_use, 1);
+  EXPECT_EQ(ask(ORB_fpg_load_map, "g.fpg", 0, 1), "1"); // library 0 is always there
+  EXPECT_EQ(contents(0), "1 graphs, 676 bytes: 1");
+  EXPECT_EQ(fpg[0].in_use, 0);
+
+  EXPECT_EQ(ask(ORB_fpg_load_map, "g.fpg", -1, 1), "failure: 109 FPG_LOAD_MAP 2 -1");
+  EXPECT_EQ(ask(ORB_fpg_load_map, "g.fpg", nullptr, 4, 1), "failure: 109 FPG_LOAD_MAP 2 4");
+  EXPECT_EQ(ask(ORB_fpg_load_map, "g.fpg", 1, 0), "failure: 110 FPG_LOAD_MAP 3 0");
+  EXPECT_EQ(ask(ORB_fpg_load_map, "g.fpg", nullptr, 1, 1000), "failure: 110 FPG_LOAD_MAP 3 1000");
+  EXPECT_EQ(ask(ORB_fpg_load_map, "none", 1, 1), "failure: 105 FPG_LOAD_MAP 1 'none'");
+  EXPECT_EQ(ask(ORB_fpg_load_map, nullptr, 1, 1), "failure: 105 FPG_LOAD_MAP 1 ''");
+  set_depth(16);
+  EXPECT_EQ(ask(ORB_fpg_load_map, "g.fpg", 1, 1), "failure: 106 FPG_LOAD_MAP 1 'g.fpg'");
+  EXPECT_EQ(fpg[1].in_use, 0);
+}
+
+// ---- Failures ----------------------------------------------------------------------------------
+
+TEST_F(Fpg, EveryTruncation) {
+  for (int depth : {8, 16}) {
+    set_depth(depth);
+    const file_bytes whole = fpg_file(depth, three_graphs(depth));
+    const size_t head = depth == 8 ? 8 + 1344 : 8;
+    // A file may end after the head and after each graph, and within the code of a further one.
+    std::set<size_t> ends;
+    size_t at = head, last = head;
+    for (const stored_graph &graph : three_graphs(depth)) {
+      last = at;
+      for (size_t i = 0; i < 4; ++i)
+        ends.insert(at + i);
+      at += 536 + 4 * graph.points.size() + graph.w * graph.h * size_t(depth) / 8;
+    }
+    const uint32_t surfaces = gfxsurfaces->count;
+    host.call(ORB_fpg_new); // number 0; the loads below all take number 1
+    for (size_t size = 0; size < whole.size(); ++size) {
+      disk.files["t.fpg"] = {whole.begin(), whole.begin() + ptrdiff_t(size)};
+      const int32_t loaded = fpgs_loaded;
+      if (ends.contains(size)) {
+        ASSERT_EQ(answer(load("t.fpg")), "1") << size;
+        EXPECT_EQ(fpgs_loaded, loaded + 1);
+        ASSERT_EQ(ask(ORB_fpg_unload, 1), "1");
+      } else {
+        ASSERT_EQ(answer(load("t.fpg")), "failure: 106 FPG_LOAD 1 't.fpg'") << size;
+        ASSERT_EQ(fpgs_loaded, loaded);
+        ASSERT_EQ(ask(ORB_fpg_exists, 1), "0");
+        ASSERT_EQ(ask(ORB_map_exists, 1, 1), "0");
+      }
+      const registry_state before = state();
+      // The last graph. One that is cut off before it can look like the end of the file.
+      const std::string one = ask(ORB_fpg_load_map, "t.fpg", 2, 999);
+      const bool reported = one == "failure: 106 FPG_LOAD_MAP 1 't.fpg'";
+      if (size < head || size >= last + 4)
+        ASSERT_TRUE(reported) << size << ": " << one;
+      else
+        ASSERT_TRUE(reported || one == "0") << size << ": " << one;
+      if (reported) ASSERT_EQ(state(), before) << size;
+      host.call(ORB_fpg_unload, 2);
+    }
+    // What failed loads left under number 1 goes when the number is taken.
+    ASSERT_EQ(ask(ORB_fpg_new), "1");
+    EXPECT_EQ(contents(1), "0 graphs, 16 bytes:");
+    EXPECT_EQ(gfxsurfaces->count, surfaces);
+    EXPECT_EQ(ask(ORB_fpg_unload, -1), "2");
+  }
+}
+
+TEST_F(Fpg, EveryFailingCall) {
+  const file_bytes plain = fpg_file(32, three_graphs(32));
+  file_bytes marked = plain;
+  marked.insert(marked.begin(), gz, gz + 8);
+  disk.files["p.fpg"] = plain;
+  disk.files["c.fpg"] = memory_files::packed(marked);
+  host.call(ORB_fpg_new);
+  for (const char *name : {"p.fpg", "c.fpg"}) {
+    std::map<std::string, int> answers;
+    const uint32_t surfaces = gfxsurfaces->count;
+    for (int call = 1;; ++call) {
+      disk.calls = 0;
+      disk.failing_call = call;
+      const int32_t number = load(name);
+      const std::string answered = answer(number);
+      ++answers[answered];
+      if (number == 1) {
+        const bool whole = fpg[1].map_count == 3;
+        ASSERT_EQ(ask(ORB_fpg_unload, 1), "1"); // ended where an entry begins
+        if (whole) break;
+      }
+      ASSERT_LT(call, 50);
+    }
+    disk.failing_call = INT_MAX;
+    const std::string quoted = " 1 '" + std::string(name) + "'";
+    EXPECT_EQ(answers["failure: 105 FPG_LOAD" + quoted], 1);
+    EXPECT_EQ(answers["failure: 105 LOAD_FPG" + quoted], name[0] == 'c'); // the older name
+    EXPECT_GT(answers["failure: 106 FPG_LOAD" + quoted], 5);
+    ASSERT_EQ(ask(ORB_fpg_new), "1");
+    ASSERT_EQ(ask(ORB_fpg_unload, 1), "1");
+    EXPECT_EQ(gfxsurfaces->count, surfaces);
+  }
+  disk.files["c.fpg"] = memory_files::packed(marked);
+  for (int call = 1; call < 8; ++call) {
+    disk.calls = 0;
+    disk.failing_call = call;
+    const std::string answered = ask(ORB_fpg_load_map, "c.fpg", 1, 1);
+    EXPECT_EQ(answered.find("LOAD_FPG"), std::string::npos) << answered;
+  }
+  disk.failing_call = INT_MAX;
+  ASSERT_EQ(load("p.fpg"), 1);
+  for (int call = 1;; ++call) {
+    disk.calls = 0;
+    disk.failing_call = call;
+    const std::string answered = ask(ORB_fpg_save, 1, "w.fpg", 1, "key");
+    if (answered == "1") break;
+    ASSERT_EQ(answered, "failure: 123 FPG_SAVE 2 'w.fpg'");
+    ASSERT_LT(call, 50);
+  }
+}
+
+TEST_F(Fpg, HugeClaims) {
+  const auto claim = [this](uint32_t w, uint32_t h) {
+    byte_builder out;
+    out.text(magic("fpg", 32, false), 8);
+    put_entry(out, {32, 2, 2, 5, "", "", {}, false, {}});
+    for (size_t i = 0; i < 4; ++i) {
+      out.bytes[8 + 4 + 4 + 256 + 260 + i] = uint8_t(w >> 8 * i);
+      out.bytes[8 + 4 + 4 + 256 + 260 + 4 + i] = uint8_t(h >> 8 * i);
+    }
+    disk.files["h.fpg"] = out.bytes;
+    disk.largest_read = 0;
+    return ask(ORB_fpg_load_map, "h.fpg", 1, 6) + "; " + ask(ORB_fpg_load, "h.fpg");
+  };
+  // Passed over, it is just not there; read, it is no size of a surface, or too big for the file.
+  EXPECT_EQ(claim(0xFFFFFFFF, 0xFFFFFFFF), "0; failure: 100 FPG_LOAD 1 'h.fpg'");
+  EXPECT_EQ(claim(65535, 65535), "0; failure: 100 FPG_LOAD 1 'h.fpg'");
+  EXPECT_EQ(claim(65536, 1), "0; failure: 100 FPG_LOAD 1 'h.fpg'");
+  EXPECT_EQ(claim(0, 3), "0; failure: 100 FPG_LOAD 1 'h.fpg'");
+  EXPECT_EQ(claim(20000, 20000), "0; failure: 106 FPG_LOAD 1 'h.fpg'");
+  EXPECT_LT(disk.largest_read, 1000);
+}
+
+TEST_F(Fpg, ReportsOfLoadingAndSaving) {
+  EXPECT_EQ(answer(load("none")), "failure: 105 FPG_LOAD 1 'none'");
+  EXPECT_EQ(ask(ORB_fpg_load, nullptr, nullptr), "failure: 105 FPG_LOAD 1 ''");
+  disk.files["m.map"] = map_file({32, 1, 1, 1, "", "", {}, false, {}});
+  EXPECT_EQ(answer(load("m.map")), "failure: 106 FPG_LOAD 1 'm.map'");
+  EXPECT_EQ(ask(ORB_fpg_save, -1, "o"), "failure: 109 FPG_SAVE 1 -1");
+  EXPECT_EQ(ask(ORB_fpg_save, 4, "o", 1, ""), "failure: 109 FPG_SAVE 1 4");
+  EXPECT_EQ(ask(ORB_fpg_save, 2, "o"), "0");
+  ASSERT_EQ(ask(ORB_fpg_new), "0");
+  ASSERT_EQ(ask(ORB_fpg_new), "1");
+  EXPECT_EQ(ask(ORB_fpg_save, 1, "o"), "0");
+  EXPECT_FALSE(disk.files.contains("o"));
+  ASSERT_EQ(ask(ORB_fpg_new_map, 1, 5, 2, 2), "5");
+  EXPECT_EQ(ask(ORB_fpg_save, 1, ""), "failure: 123 FPG_SAVE 2 ''");
+  set_depth(16);
+  EXPECT_EQ(ask(ORB_fpg_save, 1, "o"), "failure: 123 FPG_SAVE 2 'o'");
+  EXPECT_FALSE(disk.files.contains("o"));
+}
+
+// ---- Libraries in memory -----------------------------------------------------------------------
+
+TEST_F(Fpg, NumbersAndLibraryZero) {
+  const int32_t loose = host.call(ORB_map_new, 4, 4);
+  ASSERT_EQ(host.call(ORB_fpg_new_map, 0, 7, 2, 2), 7);
+  EXPECT_EQ(contents(0), "2 graphs, 1232 bytes: 7 1000");
+  EXPECT_EQ(ask(ORB_fpg_exists, 0), "0");
+  EXPECT_EQ(ask(ORB_fpg_unload, 0), "0"); // not in use: nothing goes
+  EXPECT_EQ(ask(ORB_fpg_new), "0");       // takes it, and its graphs below 1000
+  EXPECT_EQ(contents(0), "1 graphs, 632 bytes: 1000");
+  for (int32_t number = 1; number < 6; ++number)
+    EXPECT_EQ(ask(ORB_fpg_new), std::to_string(number));
+  EXPECT_EQ(max_fpg, 8);
+  EXPECT_EQ(fpgs_loaded, 6);
+  EXPECT_EQ(ask(ORB_fpg_unload, 3), "1");
+  EXPECT_EQ(fpg[3].slots, nullptr);
+  EXPECT_EQ(ask(ORB_fpg_unload, 3), "0");
+  EXPECT_EQ(ask(ORB_fpg_new), "3");
+  disk.files["g.fpg"] = fpg_file(32, three_graphs(32));
+  ASSERT_EQ(host.call(ORB_fpg_new_map, 0, 8, 2, 2), 8);
+  EXPECT_EQ(ask(ORB_fpg_unload, 0), "1");
+  EXPECT_EQ(contents(0), "1 graphs, 1248 bytes: 1000"); // the total stays as it was
+  EXPECT_EQ(answer(load("g.fpg")), "0");
+  EXPECT_EQ(contents(0), "4 graphs, " + std::to_string(632 + 3 * 616 + 4 * 12 + 4 * (6 + 1 + 20)) +
+                             " bytes: 1 12 999 1000");
+  EXPECT_EQ(ask(ORB_fpg_unload, -1), "6");
+  EXPECT_EQ(fpgs_loaded, 0);
+  EXPECT_EQ(fpg[0].map_count, 1);
+  EXPECT_EQ(ask(ORB_map_exists, 0, loose), "1");
+  EXPECT_EQ(ask(ORB_fpg_unload, -2), "failure: 109 FPG_UNLOAD 1 -2");
+  EXPECT_EQ(ask(ORB_fpg_unload, 8), "failure: 109 FPG_UNLOAD 1 8");
+}
+
+TEST_F(Fpg, NewGraphsInLibraries) {
+  ASSERT_EQ(ask(ORB_fpg_new), "0");
+  ASSERT_EQ(ask(ORB_fpg_new), "1");
+  set_depth(16);
+  EXPECT_EQ(ask(ORB_fpg_new_map, 1, 3, 5, 4), "3");
+  EXPECT_EQ(points_of(*slot_of(1, 3).surface), "0: 2,2-");
+  EXPECT_EQ(slot_of(1, 3).id, 3u);
+  EXPECT_EQ(pixels_in(*slot_of(1, 3).surface), std::vector<uint32_t>(20, 0));
+  EXPECT_EQ(contents(1), "1 graphs, 632 bytes: 3");
+  EXPECT_EQ(ask(ORB_fpg_new_map, 1, 3, 2, 1, 4, 0, 9, 1), "failure: 155 FPG_NEW_MAP 5 4");
+  EXPECT_EQ(ask(ORB_fpg_new_map, 1, 3, 2, 1, 1, 0, 9, 1), "3");
+  EXPECT_EQ(points_of(*slot_of(1, 3).surface), "1: 1,0");
+  EXPECT_EQ(slot_of(1, 3).surface->alpha_channel, 1);
+  EXPECT_EQ(pixels_in(*slot_of(1, 3).surface), std::vector<uint32_t>(2, 9));
+  EXPECT_EQ(contents(1), "1 graphs, 1248 bytes: 3"); // the former graph's memory stays counted
+  EXPECT_EQ(ask(ORB_fpg_new_map, 1, 4, 2, 2, 7), "4");
+  EXPECT_EQ(ask(ORB_fpg_new_map, 1, 4, 2, 2, 7, 1), "4");
+  EXPECT_EQ(slot_of(1, 4).surface->alpha_channel, 1);
+
+  const registry_state before = state();
+  EXPECT_EQ(ask(ORB_fpg_new_map, -1, 0, 0, 0), "failure: 109 FPG_NEW_MAP 1 -1");
+  EXPECT_EQ(ask(ORB_fpg_new_map, 4, 1, 1, 1), "failure: 109 FPG_NEW_MAP 1 4");
+  EXPECT_EQ(ask(ORB_fpg_new_map, 1, 0, 0, 0), "failure: 110 FPG_NEW_MAP 2 0");
+  EXPECT_EQ(ask(ORB_fpg_new_map, 1, 1000, 1, 1), "failure: 110 FPG_NEW_MAP 2 1000");
+  EXPECT_EQ(ask(ORB_fpg_new_map, 1, 1, 0, 0), "failure: 153 FPG_NEW_MAP 3 0");
+  EXPECT_EQ(ask(ORB_fpg_new_map, 1, 1, 1, -7), "failure: 153 FPG_NEW_MAP 4 -7");
+  EXPECT_EQ(ask(ORB_fpg_new_map, 1, 1, 65536, 1), "failure: 100 FPG_NEW_MAP 1 1");
+  EXPECT_EQ(ask(ORB_fpg_new_map, 1, 1, 1, 1, 65536), "failure");
+  EXPECT_EQ(ask(ORB_fpg_new_map, 1, 1, 2, 2, 0, -1, 0), "failure: 155 FPG_NEW_MAP 6 -1");
+  EXPECT_EQ(ask(ORB_fpg_new_map, 1, 1, 2, 2, 0, 2), "failure");
+  EXPECT_EQ(ask(ORB_fpg_new_map, 2, 1, 1, 1), "failure: 111 FPG_NEW_MAP 1 2");
+  set_depth(8);
+  EXPECT_EQ(ask(ORB_fpg_new_map, 1, 1, 1, 1, 256), "failure: 154 FPG_NEW_MAP 7 256");
+  EXPECT_EQ(state().counts, before.counts);
+  EXPECT_EQ(state().memory, before.memory);
+  EXPECT_EQ(state().surfaces, before.surfaces);
+}
+
+TEST_F(Fpg, CopiesAndClones) {
+  disk.files["g.fpg"] = fpg_file(32, three_graphs(32));
+  host.call(ORB_fpg_new);
+  ASSERT_EQ(load("g.fpg"), 1);
+  ASSERT_EQ(ask(ORB_fpg_new), "2");
+  EXPECT_EQ(ask(ORB_fpg_add_map, 2, 50, 1, 1), "50");
+  EXPECT_EQ(points_of(*slot_of(2, 50).surface), points_of(*slot_of(1, 1).surface));
+  EXPECT_EQ(bytes_of(*slot_of(2, 50).surface), bytes_of(*slot_of(1, 1).surface));
+  EXPECT_EQ(slot_of(2, 50).surface->alpha_channel, 1);
+  EXPECT_EQ(slot_of(2, 50).code, 50);
+  EXPECT_EQ(slot_of(2, 50).id, 1u);
+  EXPECT_STREQ(slot_of(2, 50).name, "one.map");
+  EXPECT_EQ(contents(2), "1 graphs, 692 bytes: 50");
+  EXPECT_EQ(ask(ORB_fpg_add_map, 2, 50, 1, 12), "50"); // counts and memory of the former one go
+  EXPECT_EQ(contents(2), "1 graphs, 636 bytes: 50");
+  const int32_t loose = host.call(ORB_map_new, 2, 2);
+  EXPECT_EQ(ask(ORB_fpg_add_map, 0, 5, 0, loose), "5"); // loose graphs of library 0 may
+  EXPECT_EQ(ask(ORB_fpg_add_map, 0, 6, 0, 5), "failure");
+  EXPECT_EQ(ask(ORB_fpg_add_map, 1, 2, 1, 1), "failure");
+  EXPECT_EQ(ask(ORB_fpg_add_map, 4, 1, 1, 1), "failure: 109 FPG_ADD_MAP 1 4");
+  EXPECT_EQ(ask(ORB_fpg_add_map, 2, 1000, 1, 1), "failure: 110 FPG_ADD_MAP 2 1000");
+  EXPECT_EQ(ask(ORB_fpg_add_map, 2, 1, -1, 1), "failure: 109 FPG_ADD_MAP 3 -1");
+  EXPECT_EQ(ask(ORB_fpg_add_map, 2, 1, 1, 1000), "failure: 110 FPG_ADD_MAP 4 1000");
+  EXPECT_EQ(ask(ORB_fpg_add_map, 2, 1, 0, max_map), "failure: 110 FPG_ADD_MAP 4 1256");
+  EXPECT_EQ(ask(ORB_fpg_add_map, 3, 1, 1, 1), "failure: 111 FPG_ADD_MAP 1 3");
+  EXPECT_EQ(ask(ORB_fpg_add_map, 2, 1, 1, 2), "failure");
+  EXPECT_EQ(ask(ORB_fpg_add_map, 2, 1, 3, 2), "failure");
+
+  EXPECT_EQ(ask(ORB_fpg_clone, 1), "3");
+  EXPECT_EQ(contents(3), contents(1));
+  for (const stored_graph &graph : three_graphs(32))
+    EXPECT_EQ(bytes_of(*slot_of(3, int32_t(graph.code)).surface), pixels_of(graph));
+  EXPECT_EQ(ask(ORB_fpg_clone, 0), "4"); // without the loose graphs
+  EXPECT_EQ(contents(4), "1 graphs, 632 bytes: 5");
+  EXPECT_EQ(ask(ORB_fpg_clone, -1), "failure: 109 FPG_CLONE 1 -1");
+  EXPECT_EQ(ask(ORB_fpg_clone, 8), "failure: 109 FPG_CLONE 1 8");
+  // Deeper than the screen: refused, and nothing stays.
+  set_depth(16);
+  const registry_state before = state();
+  EXPECT_EQ(ask(ORB_fpg_clone, 1), "failure: 100 CLONE_FPG 1 1");
+  EXPECT_EQ(ask(ORB_fpg_add_map, 2, 50, 1, 1), "failure: 100 FPG_ADD_MAP 1 2");
+  EXPECT_EQ(state(), before);
+  // Library 0 gives its graphs even while its number is free.
+  EXPECT_EQ(ask(ORB_fpg_unload, 0), "1");
+  ASSERT_EQ(ask(ORB_fpg_new_map, 0, 9, 1, 1), "9");
+  EXPECT_EQ(ask(ORB_fpg_clone, 0), "5");
+  EXPECT_NE(slot_of(5, 9).surface, nullptr);
+  EXPECT_NE(slot_of(0, 9).surface, nullptr);
+}
+
+TEST_F(Fpg, CopiesAreConvertedUpward) {
+  for (int from : {8, 16})
+    for (int to : {16, 32}) {
+      if (from == to) continue;
+      set_depth(from);
+      host.call(ORB_fpg_unload, -1);
+      stored_graph graph{from, 7, 3, 2, "", "", {{1, 1}}, true, {}};
+      disk.files["g.fpg"] = fpg_file(from, {graph});
+      host.call(ORB_fpg_new);
+      ASSERT_EQ(load("g.fpg"), 1);
+      ASSERT_EQ(ask(ORB_fpg_new), "2");
+      set_depth(to);
+      ASSERT_EQ(ask(ORB_fpg_add_map, 2, 3, 1, 2), "3");
+      const __ORBSurface2D__ &copy = *slot_of(2, 3).surface;
+      EXPECT_EQ(copy.depth, to);
+      EXPECT_EQ(copy.alpha_channel, 0);
+      EXPECT_EQ(points_of(copy), "1: 1,1");
+      EXPECT_EQ(slot_of(2, 3).memory_usage, slot_of(1, 2).memory_usage);
+      if (from == 16) {
+        EXPECT_EQ(pixels_in(copy), expected_pixels(graph, to, 1));
+        continue;
+      }
+      std::vector<uint32_t> expected;
+      for (const uint8_t index : pixels_of(graph))
+        expected.push_back(to == 16 ? table_color8to16[index] : table_color8to32[index]);
+      EXPECT_EQ(pixels_in(copy), expected);
+    }
+}
+
+TEST_F(Fpg, QuestionsAndSingleGraphs) {
+  host.call(ORB_fpg_new);
+  ASSERT_EQ(ask(ORB_fpg_new), "1");
+  struct {
+    int32_t (*handler)();
+    const char *name, *empty, *full;
+  } const rows[] = {
+      {ORB_fpg_is_empty, "FPG_IS_EMPTY", "1", "0"},
+      {ORB_fpg_is_full, "FPG_IS_FULL", "0", "1"},
+      {ORB_fpg_get_nummaps, "FPG_GET_NUMMAPS", "0", "999"},
+      {ORB_fpg_get_memoryusage, "FPG_GET_MEMORYUSAGE", "16", "615400"},
+  };
+  for (const auto &row : rows) {
+    EXPECT_EQ(ask(row.handler, 1), row.empty) << row.name;
+    const std::string failed = row.handler == ORB_fpg_get_memoryusage ? "0" : "failure";
+    EXPECT_EQ(ask(row.handler, -5), failed + ": 109 " + row.name + " 1 -5");
+    EXPECT_EQ(ask(row.handler, 4), failed + ": 109 " + row.name + " 1 4");
+  }
+  for (int32_t code = 1; code < 1000; ++code)
+    ASSERT_EQ(host.call(ORB_fpg_new_map, 1, code, 1, 1), code);
+  for (const auto &row : rows)
+    EXPECT_EQ(ask(row.handler, 1), row.full) << row.name;
+  EXPECT_EQ(ask(ORB_fpg_unload_map, 1, 998), "1");
+  EXPECT_EQ(ask(ORB_fpg_unload_map, 1, 998), "0");
+  EXPECT_EQ(ask(ORB_fpg_unload_map, 2, 998), "0");
+  EXPECT_EQ(ask(ORB_fpg_unload_map, 4, 998), "failure: 109 FPG_UNLOAD_MAP 1 4");
+  EXPECT_EQ(ask(ORB_fpg_unload_map, 1, 1000), "failure: 110 FPG_UNLOAD_MAP 2 1000");
+  EXPECT_EQ(ask(ORB_fpg_is_full, 1), "0");
+  EXPECT_EQ(ask(ORB_fpg_get_memoryusage, 1), std::to_string(615400 - 616));
+  EXPECT_EQ(ask(ORB_fpg_exists, 1), "1");
+  EXPECT_EQ(ask(ORB_fpg_exists, -1), "0");
+  EXPECT_EQ(ask(ORB_fpg_exists, 4), "0");
+  EXPECT_EQ(ask(ORB_fpg_unload, 1), "1");
+  EXPECT_EQ(ask(ORB_fpg_get_nummaps, 1), "0");
+  EXPECT_EQ(ask(ORB_fpg_get_memoryusage, 1), std::to_string(615400 - 616)); // as it was
+}
+
+} // namespace
