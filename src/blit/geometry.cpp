@@ -49,6 +49,19 @@ scaling scaling_by(int32_t x, int32_t y) {
   return {x / 100.0, y / 100.0};
 }
 
+/// The letters of a transform order, of tfm_hsr for one that is none.
+const char *order_letters(int32_t tfmorder) {
+  static constexpr char orders[6][4] = {"hsr", "hrs", "shr", "srh", "rhs", "rsh"};
+  return orders[tfmorder >= tfm_hsr && tfmorder <= tfm_rsh ? tfmorder : tfm_hsr];
+}
+
+/// Rounds; a place beyond the grid counts as the grid's last.
+int32_t round_on_grid(float value) {
+  const int32_t rounded = round_corner(value);
+  if (rounded != corner_out_of_range) return rounded;
+  return value > 0 ? 1 << 30 : -(1 << 30);
+}
+
 /// Places the four corners of an extent: transform(offset, right, bottom), where the last two tell
 /// which far edges the corner lies on; then mirrors about the position.
 template <typename Transform>
@@ -142,8 +155,7 @@ void calculate_corners_rotscaleshear(__ORBSurface2D__ *surface, int32_t x, int32
                                      int32_t size_x, int32_t size_y, int32_t shear_x,
                                      int32_t shear_y, int32_t angle, int32_t tfmorder,
                                      int32_t flags, __FPoint__ corners[4]) {
-  static constexpr char orders[6][4] = {"hsr", "hrs", "shr", "srh", "rhs", "rsh"};
-  const char *const order = orders[tfmorder >= tfm_hsr && tfmorder <= tfm_rsh ? tfmorder : tfm_hsr];
+  const char *const order = order_letters(tfmorder);
   const extent e = extent_around_pivot(surface);
   const rotation r = rotation_by(angle);
   const shear h = shear_by(shear_x, shear_y);
@@ -202,21 +214,30 @@ void calculate_corners(__ORBSurface2D__ *surface, int32_t x, int32_t y, int32_t 
   std::swap(corners[2], corners[3]);
 }
 
+__Vertex__ calculate_point(__ORBSurface2D__ *surface, int32_t px, int32_t py, int32_t x, int32_t y,
+                           int32_t size_x, int32_t size_y, int32_t shear_x, int32_t shear_y,
+                           int32_t angle, int32_t tfmorder, int32_t flags) {
+  const blit_pivot pivot = take_pivot(surface);
+  const rotation r = rotation_by(angle % 360000);
+  const shear h = shear_by(shear_x, shear_y);
+  const scaling s = scaling_by(size_x, size_y);
+  point p{double(px) - pivot.x, double(py) - pivot.y};
+  for (const char *letter = order_letters(tfmorder); *letter; ++letter)
+    p = *letter == 'h' ? h(p) : *letter == 's' ? s(p) : r(p);
+  return {round_on_grid(float(flags & 1 ? x - p.x : x + p.x)),
+          round_on_grid(float(flags & 2 ? y - p.y : y + p.y))};
+}
+
 void calculate_graph_bbox(__ORBRegion__ *box, __ORBSurface2D__ *surface, int32_t x, int32_t y,
                           int32_t angle, int32_t flags, int32_t size_x, int32_t size_y,
                           int32_t shear_x, int32_t shear_y, int32_t tfmorder) {
   __FPoint__ corners[4];
   calculate_corners(surface, x, y, size_x, size_y, shear_x, shear_y, angle, tfmorder, flags,
                     corners);
-  // A corner beyond the grid counts as its last place, so that the box stays a box.
-  const auto on_grid = [](float value) {
-    const int32_t rounded = round_corner(value);
-    if (rounded != corner_out_of_range) return rounded;
-    return value > 0 ? 1 << 30 : -(1 << 30);
-  };
   *box = {INT32_MAX, INT32_MIN, INT32_MAX, INT32_MIN};
   for (int i = 0; i < 4; ++i) {
-    const int32_t cx = on_grid(corners[i].x), cy = on_grid(corners[i].y);
+    // On the grid, so that the box stays a box.
+    const int32_t cx = round_on_grid(corners[i].x), cy = round_on_grid(corners[i].y);
     box->x0 = std::min(box->x0, cx);
     box->x1 = std::max(box->x1, cx);
     box->y0 = std::min(box->y0, cy);

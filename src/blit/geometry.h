@@ -52,6 +52,12 @@ void calculate_corners(__ORBSurface2D__ *surface, int32_t x, int32_t y, int32_t 
                        int32_t size_y, int32_t shear_x, int32_t shear_y, int32_t angle,
                        int32_t tfmorder, int32_t flags, __FPoint__ corners[4]);
 
+/// The place of one point (px, py) of the untransformed graph, rounded: its offset from the pivot
+/// put through the transforms as the corners are, without a far edge. Kept within -2^30..2^30.
+__Vertex__ calculate_point(__ORBSurface2D__ *surface, int32_t px, int32_t py, int32_t x, int32_t y,
+                           int32_t size_x, int32_t size_y, int32_t shear_x, int32_t shear_y,
+                           int32_t angle, int32_t tfmorder, int32_t flags);
+
 /// The rounded box around the four corners.
 void calculate_graph_bbox(__ORBRegion__ *box, __ORBSurface2D__ *surface, int32_t x, int32_t y,
                           int32_t angle, int32_t flags, int32_t size_x, int32_t size_y,

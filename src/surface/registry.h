@@ -14,6 +14,7 @@ extern orb_fpg *fpg; // max_fpg libraries
 extern int32_t max_fpg;
 extern int32_t max_map;   // slots of library 0
 extern int32_t max_graph; // graph bound of the last lookup
+extern int32_t max_graph_dst, max_graph_src; // of the last pair, where one is drawn on the other
 extern int32_t fpgs_loaded, maps_loaded;
 extern int32_t *image_loaded; // per code from 1000 up: 0 free, else the format that filled it
 extern orb_fpg *pfpg;         // last looked up

@@ -1,0 +1,217 @@
+// Script functions on the control points of single graphs. Point 0 is the pivot and always there; a
+// graph without one of its own turns about its middle. Each begins with the graph check (109, 110,
+// 111, 121) and returns the failure value when that or another check reports; 133 is a control
+// point that isn't there.
+#include <cstdlib>
+
+#include "blit/geometry.h"
+#include "collision/picture.h"
+#include "module/script_call.h"
+#include "script/handlers.h"
+
+namespace {
+
+/// A coordinate that is none: what files and deleted points hold.
+constexpr uint32_t unset = 65535;
+constexpr int32_t most_defined = 1000;
+/// Files count up to 4095 records.
+constexpr int32_t highest_point = 4094;
+
+struct cpoint_record {
+  uint32_t x, y, defined;
+};
+
+cpoint_record *records_of(const __ORBSurface2D__ *surface) {
+  static_assert(sizeof(cpoint_record) == 3 * sizeof(uint32_t));
+  return reinterpret_cast<cpoint_record *>(surface->cpoints);
+}
+
+/// Whether the surface has a record for the point, defined or not.
+bool has_record(const __ORBSurface2D__ *surface, int32_t point) {
+  return surface->cpoints && point >= 0 && uint32_t(point) <= surface->cpoint_last;
+}
+
+/// The record of a point that can be asked for: point 0, or a defined one. Null otherwise.
+const cpoint_record *find_point(const __ORBSurface2D__ *surface, int32_t point) {
+  if (!has_record(surface, point)) return nullptr;
+  const cpoint_record *record = &records_of(surface)[point];
+  return point == 0 || record->defined ? record : nullptr;
+}
+
+void set_point(__ORBSurface2D__ *surface, int32_t point, int32_t x, int32_t y) {
+  cpoint_record &record = records_of(surface)[point];
+  if (!record.defined) surface->has_cpoints++;
+  record = {uint32_t(x), uint32_t(y), 1};
+}
+
+/// Makes records up to `point`, the new ones undefined. False, and nothing changed, without memory.
+bool grow_points(__ORBSurface2D__ *surface, int32_t point) {
+  const int32_t count = surface->cpoints ? int32_t(surface->cpoint_last) + 1 : 0;
+  auto *records = static_cast<cpoint_record *>(
+      realloc(surface->cpoints, size_t(point + 1) * sizeof(cpoint_record)));
+  if (!records) return false;
+  for (int32_t i = count; i <= point; i++)
+    records[i] = {unset, unset, 0};
+  surface->cpoints = reinterpret_cast<uint32_t *>(records);
+  surface->cpoint_last = uint32_t(point);
+  return true;
+}
+
+int32_t coordinate(uint32_t word) {
+  return int16_t(word);
+}
+
+/// A coordinate of the pivot, the middle where it is unset.
+int32_t centre(uint32_t word, uint32_t side) {
+  return int32_t((word & 0xFFFF) == unset ? side >> 1 : word);
+}
+
+} // namespace
+
+/// map_get_cpoint(file, graph, point, &x, &y), get_point(...): where a point is, in pixels of the
+/// graph. Point 0 is given even when it isn't defined. Null targets are skipped. 1.
+int32_t ORB_map_get_cpoint() {
+  const script_call call{"MAP_GET_CPOINT"};
+  auto [file, graph, point, x, y] = pop_args<int32_t, int32_t, int32_t, int32_t *, int32_t *>();
+  const orb_map_slot *slot = check_graph(call, file, graph);
+  if (!slot) return call.fail();
+  const cpoint_record *record = find_point(slot->surface, point);
+  if (!record) {
+    call.bad(error_cpoint, 3, point);
+    return call.fail();
+  }
+  if (x) *x = coordinate(record->x);
+  if (y) *y = coordinate(record->y);
+  return call.done(1);
+}
+
+/// map_set_cpoint(file, graph, point, x, y): moves a point that the graph has, and defines it. 1.
+int32_t ORB_map_set_cpoint() {
+  const script_call call{"MAP_SET_CPOINT"};
+  auto [file, graph, point, x, y] = pop_args<int32_t, int32_t, int32_t, int32_t, int32_t>();
+  const orb_map_slot *slot = check_graph(call, file, graph);
+  if (!slot) return call.fail();
+  if (!has_record(slot->surface, point)) {
+    call.bad(error_cpoint, 3, point);
+    return call.fail();
+  }
+  set_point(slot->surface, point, x, y);
+  return call.done(1);
+}
+
+/// map_new_cpoint(file, graph, point, x, y): defines a point 0..4094, making room for it; points
+/// between stay undefined. 1, 0 when it is defined already, -1 when 1000 points are.
+int32_t ORB_map_new_cpoint() {
+  const script_call call{"MAP_NEW_CPOINT"};
+  auto [file, graph, point, x, y] = pop_args<int32_t, int32_t, int32_t, int32_t, int32_t>();
+  const orb_map_slot *slot = check_graph(call, file, graph);
+  if (!slot) return call.fail();
+  __ORBSurface2D__ *surface = slot->surface;
+  if (point < 0 || point > highest_point) {
+    call.bad(error_cpoint, 3, point);
+    return call.fail();
+  }
+  const bool there = has_record(surface, point);
+  if (there && records_of(surface)[point].defined) return call.done(0);
+  if (surface->has_cpoints >= most_defined) return call.done(-1);
+  if (!there && !grow_points(surface, point)) {
+    call.bad(error_out_of_memory, 3, point);
+    return call.fail();
+  }
+  set_point(surface, point, x, y);
+  return call.done(1);
+}
+
+/// map_delete_cpoint(file, graph, point): a defined point but 0 becomes undefined. 1.
+int32_t ORB_map_delete_cpoint() {
+  const script_call call{"MAP_DELETE_CPOINT"};
+  auto [file, graph, point] = pop_args<int32_t, int32_t, int32_t>();
+  const orb_map_slot *slot = check_graph(call, file, graph);
+  if (!slot) return call.fail();
+  __ORBSurface2D__ *surface = slot->surface;
+  if (point == 0 || !find_point(surface, point)) {
+    call.bad(error_cpoint, 3, point);
+    return call.fail();
+  }
+  // Not only the flag: in a file a point is undefined by its coordinate.
+  records_of(surface)[point] = {unset, unset, 0};
+  surface->has_cpoints--;
+  return call.done(1);
+}
+
+/// map_cpoint_exists(file, graph, point): 1 when the point is defined, else 0; so is a number that
+/// no point has.
+int32_t ORB_map_cpoint_exists() {
+  const script_call call{"MAP_CPOINT_EXISTS"};
+  auto [file, graph, point] = pop_args<int32_t, int32_t, int32_t>();
+  const orb_map_slot *slot = check_graph(call, file, graph);
+  if (!slot) return call.fail();
+  return call.done(has_record(slot->surface, point) && records_of(slot->surface)[point].defined);
+}
+
+/// map_get_realcpoint([process,] point, &x, &y), get_real_point(...): where a point of a process's
+/// graph is on the screen as the next frame draws it, rounded to pixels. Without a process the
+/// calling one is meant. Mirrors turn the point about the pivot itself. Null targets are skipped.
+/// 1, or the failure value for an unknown process or one without a graph.
+int32_t ORB_map_get_realcpoint() {
+  const script_call call{"MAP_GET_REALCPOINT"};
+  const bool process_given = rt_param_count() > 3;
+  auto [point, x, y] = pop_args<int32_t, int32_t *, int32_t *>();
+  orb_process *process = process_given ? find_process(rt_pop_int()) : calling_process();
+  __ORBBlit2D__ picture;
+  if (!process || !process_picture(process, picture, &call)) return call.fail();
+
+  __ORBSurface2D__ *surface = picture.src;
+  const cpoint_record *record = find_point(surface, point);
+  if (!record) {
+    call.bad(error_cpoint, process_given ? 2 : 1, point);
+    return call.fail();
+  }
+  const bool is_pivot = point == 0;
+  const int32_t px = is_pivot ? centre(record->x, surface->width) : coordinate(record->x);
+  const int32_t py = is_pivot ? centre(record->y, surface->height) : coordinate(record->y);
+  const uint8_t pivot_override = surface->pivot_override; // for the next blit, not for a question
+  const __Vertex__ place = calculate_point(surface, px, py, picture.x, picture.y, picture.size_x,
+                                           picture.size_y, picture.shear_x, picture.shear_y,
+                                           picture.angle, picture.tfmorder, picture.flags);
+  surface->pivot_override = pivot_override;
+  if (x) *x = place.x;
+  if (y) *y = place.y;
+  return call.done(1);
+}
+
+/// map_set_center(file, graph, x, y): sets the pivot, inside the graph or not, and defines it as
+/// control point 0. 1.
+int32_t ORB_map_set_center() {
+  const script_call call{"MAP_SET_CENTER"};
+  auto [file, graph, x, y] = pop_args<int32_t, int32_t, int32_t, int32_t>();
+  const orb_map_slot *slot = check_graph(call, file, graph);
+  if (!slot) return call.fail();
+  __ORBSurface2D__ *surface = slot->surface;
+  if (!has_record(surface, 0) && !grow_points(surface, 0)) {
+    call.bad(error_out_of_memory, 1, file);
+    return call.fail();
+  }
+  set_point(surface, 0, x, y);
+  return call.done(1);
+}
+
+/// map_get_xcenter(file, graph): the pivot's x, the middle where it is unset.
+int32_t ORB_map_get_xcenter() {
+  const script_call call{"MAP_GET_XCENTER"};
+  auto [file, graph] = pop_args<int32_t, int32_t>();
+  const orb_map_slot *slot = check_graph(call, file, graph);
+  if (!slot) return call.fail();
+  const __ORBSurface2D__ &surface = *slot->surface;
+  return call.done(centre(surface.cpoints ? surface.cpoints[0] : unset, surface.width));
+}
+
+/// map_get_ycenter(file, graph): its y.
+int32_t ORB_map_get_ycenter() {
+  const script_call call{"MAP_GET_YCENTER"};
+  auto [file, graph] = pop_args<int32_t, int32_t>();
+  const orb_map_slot *slot = check_graph(call, file, graph);
+  if (!slot) return call.fail();
+  const __ORBSurface2D__ &surface = *slot->surface;
+  return call.done(centre(surface.cpoints ? surface.cpoints[1] : unset, surface.height));
+}

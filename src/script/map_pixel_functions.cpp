@@ -1,0 +1,122 @@
+// Script functions that read and change the pixels of single graphs. Each begins with the graph
+// check (109, 110, 111, 121) and returns the failure value when that or another check reports.
+#include <bit>
+
+#include "module/script_call.h"
+#include "script/handlers.h"
+#include "script/pixels.h"
+#include "surface/palette.h"
+#include "surface/surface.h"
+#include "video/video.h"
+
+namespace {
+
+struct pixel_place {
+  int32_t file, graph, x, y;
+};
+
+/// What functions on one pixel do: 1 and its components (the alpha 255 where the graph has none), 0
+/// with the targets as they were when (x, y) is outside or the graph isn't of the screen's depth,
+/// or the failure value. Null targets are skipped.
+int32_t give_components(const script_call &call, const pixel_place &at, int32_t *r, int32_t *g,
+                        int32_t *b, int32_t *a) {
+  const orb_map_slot *slot = check_graph(call, at.file, at.graph);
+  if (!slot) return call.fail();
+  const __ORBSurface2D__ &surface = *slot->surface;
+  // Negative coordinates are huge as unsigned ones.
+  if (uint32_t(at.x) >= surface.width || uint32_t(at.y) >= surface.height) return call.done(0);
+  if (surface.depth != mode.bpp || !surface.pixels) return call.done(0);
+
+  const uint32_t pixel = get_pixel(&surface, at.x, at.y);
+  if (mode.bpp == 8) {
+    if (!palette) return call.done(0);
+    const orb_rgb &colour = palette->colours[pixel];
+    if (r) *r = colour.r;
+    if (g) *g = colour.g;
+    if (b) *b = colour.b;
+    if (a) *a = 255;
+  } else {
+    device2D.get_rgba(pixel, r, g, b, a);
+    if (a && !surface.alpha_channel) *a = 255;
+  }
+  return call.done(1);
+}
+
+} // namespace
+
+/// map_get_pixel(file, graph, x, y): the pixel as a colour; 0 outside the graph.
+int32_t ORB_map_get_pixel() {
+  const script_call call{"MAP_GET_PIXEL"};
+  auto [file, graph, x, y] = pop_args<int32_t, int32_t, int32_t, int32_t>();
+  const orb_map_slot *slot = check_graph(call, file, graph);
+  return slot ? call.done(int32_t(get_pixel(slot->surface, x, y))) : call.fail();
+}
+
+/// map_get_rgb(file, graph, x, y, &r, &g, &b): the pixel's components 0..255, in an 8-bit mode
+/// those of its palette entry.
+int32_t ORB_map_get_rgb() {
+  const script_call call{"MAP_GET_RGB"};
+  auto [file, graph, x, y, r, g, b] =
+      pop_args<int32_t, int32_t, int32_t, int32_t, int32_t *, int32_t *, int32_t *>();
+  return give_components(call, {file, graph, x, y}, r, g, b, nullptr);
+}
+
+/// map_get_rgba(file, graph, x, y, &r, &g, &b, &a): the same with alpha.
+int32_t ORB_map_get_rgba() {
+  const script_call call{"MAP_GET_RGBA"};
+  auto [file, graph, x, y, r, g, b, a] =
+      pop_args<int32_t, int32_t, int32_t, int32_t, int32_t *, int32_t *, int32_t *, int32_t *>();
+  return give_components(call, {file, graph, x, y}, r, g, b, a);
+}
+
+/// map_get_buffer(file, graph): the address of the pixels, rows from top to bottom without padding.
+int32_t ORB_map_get_buffer() {
+  const script_call call{"MAP_GET_BUFFER"};
+  auto [file, graph] = pop_args<int32_t, int32_t>();
+  const orb_map_slot *slot = check_graph(call, file, graph);
+  return slot ? call.done(std::bit_cast<int32_t>(slot->surface->pixels)) : call.fail();
+}
+
+/// map_clear(file, graph, colour [, keep_alpha]): fills the graph; `keep_alpha` other than 0 leaves
+/// the alpha of 32-bit pixels. 1.
+int32_t ORB_map_clear() {
+  const script_call call{"MAP_CLEAR"};
+  const int32_t keep_alpha = rt_param_count() > 3 ? rt_pop_int() : 0;
+  auto [file, graph, colour] = pop_args<int32_t, int32_t, uint32_t>();
+  const orb_map_slot *slot = check_graph(call, file, graph);
+  if (!slot || !check_colour(call, colour, 3)) return call.fail();
+  return call.done(device2D.ORBGI2D_BlitFill(slot->surface, colour, keep_alpha));
+}
+
+/// map_set_color(file, graph, from, to), map_set_colour(...): replaces each pixel equal to one
+/// colour, alpha included, by another. 1.
+int32_t ORB_map_set_color() {
+  const script_call call{"MAP_SET_COLOR"};
+  auto [file, graph, from, to] = pop_args<int32_t, int32_t, uint32_t, uint32_t>();
+  const orb_map_slot *slot = check_graph(call, file, graph);
+  if (!slot || !check_colour(call, from, 3) || !check_colour(call, to, 4)) return call.fail();
+  switch (slot->surface->depth) {
+  case 8: draw_pixels_8to8bits(slot->surface, from, to); break;
+  case 16: draw_pixels_16to16bits(slot->surface, from, to); break;
+  default: draw_pixels_32to32bits(slot->surface, from, to);
+  }
+  return call.done(1);
+}
+
+/// map_convert_palette(file, graph, address of 256 ints), convert_palette(...): replaces each index
+/// i of an 8-bit graph by the low byte of element i. 1, or the failure value for a graph of another
+/// depth or a null address.
+int32_t ORB_map_convert_palette() {
+  const script_call call{"MAP_CONVERT_PALETTE"};
+  auto [file, graph, address] = pop_args<int32_t, int32_t, int32_t>();
+  const orb_map_slot *slot = check_graph(call, file, graph);
+  if (!slot || slot->surface->depth != 8 || address == 0) return call.fail();
+  const auto *indices = std::bit_cast<const int32_t *>(address);
+  uint8_t table[256];
+  for (int32_t i = 0; i < 256; i++)
+    table[i] = uint8_t(indices[i]);
+  auto *pixels = static_cast<uint8_t *>(slot->surface->pixels);
+  for (uint32_t i = 0; i < slot->surface->pixel_count; i++)
+    pixels[i] = table[pixels[i]];
+  return call.done(1);
+}
