@@ -89,6 +89,32 @@ TEST_F(PictureDamage, CutFilesAreRefusedOrWhole) {
   EXPECT_GT(refused, 30000);
 }
 
+// Files long enough for what they claim, which is more than a surface may hold. They are sparse:
+// nothing but the header is ever looked at.
+TEST_F(PictureDamage, PicturesTooBigForASurfaceReportTheirSize) {
+  bmp_file bmp{.w = 65535, .h = 65535, .bits = 8, .compression = 1};
+  pcx_file pcx{.planes = 3, .x1 = 65534, .y1 = 65534, .line = 65535};
+  tga_file tga{.type = 10, .w = 30000, .h = 30000, .bits = 32};
+  const struct {
+    image_format format;
+    file_bytes header;
+    off_t size;
+  } rows[] = {{img_format_bmp, bmp.encode(), 40 << 20},
+              {img_format_pcx, pcx.encode(), 420 << 20},
+              {img_format_tga, tga.encode(), 40 << 20}};
+  for (const auto &row : rows) {
+    SCOPED_TRACE(row.format);
+    const sample_file file{"", codec_for(row.format), row.header};
+    put(file.bytes);
+    ASSERT_EQ(load(file), 0);
+    EXPECT_EQ(image_error, 144);
+    ASSERT_EQ(ftruncate(descriptor, row.size), 0);
+    ASSERT_EQ(load(file), 0);
+    EXPECT_EQ(image_error, 100);
+    EXPECT_EQ(image_data, nullptr);
+  }
+}
+
 // The heap is filled with one byte and then another: pixels that the file leaves open would differ.
 TEST_F(PictureDamage, DamagedFilesDecideEveryPixelOrAreRefused) {
   int read = 0, refused = 0;
