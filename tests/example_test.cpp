@@ -42,6 +42,12 @@ const Scene scenes[] = {
     {"sprites_crowd_32bits", "sprites/sprites_crowd.lua", {"1000", "32"}, 20},
     {"video_palette", "video/video_palette.lua", {"40"}, 145, true},
     {"video_modes", "video/video_modes.lua", {"2", "window"}, 150, true},
+    {"drawing_objects_8bits", "drawing/drawing_objects.lua", {"8"}, 80},
+    {"drawing_objects_16bits", "drawing/drawing_objects.lua", {"16"}, 80},
+    {"drawing_objects_32bits", "drawing/drawing_objects.lua", {"32"}, 80},
+    {"drawing_effects_8bits", "drawing/drawing_effects.lua", {"8"}, 12},
+    {"drawing_effects_16bits", "drawing/drawing_effects.lua", {"16"}, 12},
+    {"drawing_effects_32bits", "drawing/drawing_effects.lua", {"32"}, 12},
 };
 
 const fs::path golden = fs::path(ORB_TEST_SOURCE_DIR) / "golden";

@@ -1,0 +1,64 @@
+-- Every effect on one sheet.
+--
+-- What to look at: in each cell a piece of a landscape (the destination) covers the left two thirds,
+-- and nothing, colour 0, the rest. A bird (the source) is put over both with the effect whose name
+-- stands below. The compositing effects, from src to srcxordst, show which of the two remains where;
+-- the blends mix the two; the last ones change the bird's own colours. dst keeps the destination and
+-- so draws nothing, and 8-bit modes end with srcxordst. At 32 bits the bird has an alpha channel, so
+-- that the compositing effects also say what becomes of the destination around it.
+--
+-- Keys: 8, 1 and 3 switch to 8, 16 and 32 bits a pixel, escape ends.
+
+local text = require "text"
+
+local depths = { ["8"] = 8, ["1"] = 16, ["3"] = 32 }
+local effects = {
+  "solid", "src", "dst", "srcoverdst", "dstoversrc", "srcindst", "dstinsrc", "srcoutdst", "dstoutsrc",
+  "srcatopdst", "dstatopsrc", "srccleardst", "srcxordst", "additiveblend", "subtractiveblend",
+  "multiplyblend", "averageblend", "screenblend", "rblend", "gblend", "bblend", "rgblend", "rbblend",
+  "gbblend", "andblend", "orblend", "xorblend", "invert", "rinvert", "ginvert", "binvert", "rginvert",
+  "rbinvert", "gbinvert", "grayscale", "rscale", "gscale", "bscale", "rgscale", "rbscale", "gbscale",
+  "tint",
+}
+local columns, cell_width, cell_height = 6, 106, 65
+
+-- An 8-bit mode has no rgb(): the palette's nearest colour, from components of 0 to 63.
+local function colour(r, g, b)
+  if mode_get_bpp() == 8 then return palette_find_color(r // 4, g // 4, b // 4) end
+  return rgbx(r, g, b)
+end
+
+local function draw_sheet(landscape, bird)
+  local count = mode_get_bpp() == 8 and "13 of 42" or "42"
+  text.put(8, 8, count .. " effects at " .. mode_get_bpp() .. " bits", colour(255, 220, 120))
+  local tint = mode_get_bpp() == 8 and 0 or rgb(255, 80, 0)
+  for i, name in ipairs(effects) do
+    local left = 2 + (i - 1) % columns * cell_width
+    local top = 22 + (i - 1) // columns * cell_height
+    local possible = mode_get_bpp() > 8 or _G["fx_" .. name] <= fx_srcxordst
+    if possible then
+      ground_put_block(0, landscape, left + 4, top, 96 + i * 5, 200, 64, 50)
+      ground_xxput(0, bird, left + 60, top + 25, 0, 100, 100, 0, 0, tfm_hsr, flg_normal, 0, 255,
+        _G["fx_" .. name], tint, 160)
+    end
+    local ink = possible and colour(255, 255, 255) or colour(110, 110, 120)
+    text.centre(left + 52, top + 53, name, ink)
+  end
+end
+
+local function set_screen(depth)
+  image_unload(all_image)
+  mode_set(640, 480, depth, mode_window)
+  draw_sheet(image_load("../assets/meadow.png"), image_load("../assets/bird.png"))
+end
+
+set_screen(tonumber(arg[1]) or 32)
+set_fps(60, 0)
+
+while not key("escape") do
+  for name, depth in pairs(depths) do
+    if key(name) and depth ~= mode_get_bpp() then set_screen(depth) end
+  end
+  frame()
+end
+quit()
