@@ -10,7 +10,6 @@
 #include <gtest/gtest.h>
 
 #include "module/module.h"
-#include "module/pending.h"
 
 namespace {
 
@@ -155,32 +154,6 @@ TEST_F(Registration, HandlersByName) {
     EXPECT_EQ(name_for.try_emplace(handler, name).first->second, name) << rows[i].first;
   }
   EXPECT_EQ(of_name.at("screen_clear"), of_name.at(long_names.at("clear_screen")));
-}
-
-TEST(PendingHandlers, Count) {
-  const int32_t count = pending_functions();
-  printf("script functions pending: %d of 310\n", int(count));
-  int32_t counted = 0;
-  for (const orb_function *row = functions_table; row->signature; ++row)
-    if (is_pending(row->handler)) ++counted;
-  EXPECT_EQ(count, counted);
-  EXPECT_FALSE(is_pending(ORB_mod_graphics2D_init));
-}
-
-/// A pending handler fails; nothing else about it is promised.
-TEST(PendingHandlers, Fail) {
-  orb_runtime *const former = orbre;
-  orb_runtime runtime{};
-  static int32_t returned;
-  runtime.rt_return = [](int32_t value) { return returned = value; };
-  orbre = &runtime;
-  for (const orb_function *row = functions_table; row->signature; ++row) {
-    if (!is_pending(row->handler)) continue;
-    returned = 0;
-    EXPECT_EQ(row->handler(), INT32_MIN) << row->signature;
-    EXPECT_EQ(returned, INT32_MIN) << row->signature;
-  }
-  orbre = former;
 }
 
 } // namespace

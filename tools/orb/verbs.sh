@@ -107,12 +107,10 @@ summarize() {
     /^\[==========\] [0-9]+ tests? from .* ran\./ { skipped += $2; suite = 1 }
     /^\[  PASSED  \] [0-9]+ tests?\./ { passed += $4; skipped -= $4 }
     /^\[  FAILED  \] .*\([0-9]+ ms\)$/ { failed++; skipped--; lost++ }
-    /^script functions pending: / { pending = $0 }
     /^Test Passed\.$/ { if (!suite) passed++ }
     /^Test Failed\.$/ { if (!lost) failed++ }
     END {
       if (status && !failed) failed = 1
-      if (pending) print pending
       printf "%d passed, %d failed%s\n", passed, failed, skipped ? ", " skipped " skipped" : ""
     }' "$1"
 }
