@@ -1,10 +1,12 @@
 // Script functions that put graphs on the ground and the screen, copy from them, and set the colour
 // of the screen.
+#include <algorithm>
 #include <random>
 
 #include "blit/blit.h"
 #include "call_table.h"
 #include "frame/blit_list.h"
+#include "frame/draw_objects.h"
 #include "frame/frame.h"
 #include "frame/process_scan.h"
 #include "graphics_fixture.h"
@@ -460,6 +462,55 @@ screen_get_pixel 0 0 -> 0
 )");
   draw_frame();
   EXPECT_EQ(GetNumsBlitOnList(), 0);
+}
+
+// Every function of these families that takes only integers, with anything in their place.
+TEST_F(GroundAndScreen, AnyArgumentsAreTaken) {
+  _draw_z_ = host.global("draw_z");
+  _draw_visible_ = host.global("draw_visible");
+  _draw_destination_file_ = host.global("draw_destination_file");
+  _draw_destination_graph_ = host.global("draw_destination_graph");
+  std::vector<const orb_function *> functions;
+  for (const orb_function *row = functions_table; row->signature; ++row) {
+    const std::string signature = row->signature;
+    const bool ours = signature.starts_with("ground_") || signature.starts_with("draw_") ||
+                      signature.starts_with("screen_");
+    if (ours && !signature.starts_with("screen_fade") &&
+        signature.find_first_of("SP") == std::string::npos)
+      functions.push_back(row);
+  }
+  ASSERT_GT(functions.size(), 70u);
+  const int32_t extremes[] = {INT32_MIN, INT32_MIN + 1, -65536,   -1,
+                              65535,     INT32_MAX - 1, INT32_MAX};
+  for (int32_t depth : {8, 16, 32}) {
+    set_depth(depth);
+    code = picture(13, 9);
+    for (int i = 0; i < 6000; i++) {
+      const std::string signature = functions[random() % functions.size()]->signature;
+      std::vector<int32_t> arguments(size_t(std::count(signature.begin(), signature.end(), 'I')));
+      for (int32_t &argument : arguments) {
+        const uint32_t kind = random() % 8;
+        argument = kind == 0 ? extremes[random() % 7] : kind < 4 ? any(0, 5) : any(-20, 260);
+      }
+      // Good ones where most of these functions have the graph, or more would be refused.
+      if (random() % 2 && arguments.size() > 1) {
+        arguments[0] = 0;
+        arguments[1] = code;
+      }
+      *_draw_destination_graph_ = random() % 4 ? 0 : code;
+      *_draw_visible_ = random() % 4 != 0;
+      host.call(find_handler(signature.substr(0, signature.find('(')), arguments.size()),
+                arguments);
+      ASSERT_EQ(host.left_over(), 0u) << signature;
+      ASSERT_EQ(host.times_returned(), 1) << signature;
+      if (i % 50) continue;
+      UseBlitList(graphics2D_blitlist);
+      do_drawings();
+      draw_frame();
+    }
+    host.call(ORB_draw_delete, -1);
+  }
+  _draw_z_ = _draw_visible_ = _draw_destination_file_ = _draw_destination_graph_ = nullptr;
 }
 
 // ---- The screen colour -------------------------------------------------------------------------
