@@ -60,6 +60,12 @@ inline uint32_t expected_at_depth(uint32_t argb, bool alpha, int32_t depth) {
   return uint32_t(best);
 }
 
+/// x-5-5-5 as 0x00RRGGBB, to the nearest.
+inline uint32_t expected_555(uint32_t value) {
+  const auto wide = [](uint32_t five) { return ((five & 31) * 510 + 31) / 62; };
+  return wide(value >> 10) << 16 | wide(value >> 5) << 8 | wide(value);
+}
+
 /// A pixel of the reader's globals.
 inline uint32_t loaded_pixel(size_t i) {
   switch (image_bpp) {

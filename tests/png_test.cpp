@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 #include <zlib.h>
 
-#include "graphics_fixture.h"
+#include "picture_files.h"
 #include "png_pictures.h"
 
 namespace {
@@ -22,12 +22,7 @@ struct png_test : graphics_test {
     return ORB_LoadPNG(put(bytes).c_str(), nullptr);
   }
   static uint32_t read_pixel(uint32_t x, uint32_t y) {
-    const size_t i = size_t(y) * size_t(image_w) + x;
-    switch (image_bpp) {
-    case 8: return static_cast<const uint8_t *>(image_data)[i];
-    case 16: return static_cast<const uint16_t *>(image_data)[i];
-    default: return static_cast<const uint32_t *>(image_data)[i];
-    }
+    return loaded_pixel(size_t(y) * size_t(image_w) + x);
   }
   /// Another palette than the one a new mode has, so that no colour is special.
   static void set_random_palette(std::mt19937 &random) {
@@ -38,27 +33,6 @@ struct png_test : graphics_test {
 
 using PngReader = png_test;
 using PngWriter = png_test;
-
-/// What a truecolour pixel becomes at a depth, by the obvious way.
-uint32_t expected_at_depth(uint32_t argb, bool alpha, int32_t depth) {
-  if (depth == 32) return argb;
-  if (alpha && argb >> 24 < 128) return 0;
-  const int32_t r = argb >> 16 & 255, g = argb >> 8 & 255, b = argb & 255;
-  if (depth == 16) {
-    const uint32_t packed = uint32_t(r / 8 * 2048 + g / 4 * 32 + b / 8);
-    return packed == 0 && alpha ? 1 : packed;
-  }
-  int32_t best = 1, best_distance = INT32_MAX;
-  for (int32_t i = 1; i < 255; i++) {
-    const orb_rgb &c = palette->colours[i];
-    const int32_t distance = std::abs(c.r - r) + std::abs(c.g - g) + std::abs(c.b - b);
-    if (distance < best_distance) {
-      best = i;
-      best_distance = distance;
-    }
-  }
-  return uint32_t(best);
-}
 
 TEST_F(PngReader, EveryKindAtEveryDepthAsTheSamplesSay) {
   std::mt19937 random(20);

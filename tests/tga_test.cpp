@@ -9,17 +9,9 @@ struct TgaReader : picture_test {
   TgaReader() : picture_test(img_format_tga) {}
 };
 
-uint32_t wide5(uint32_t value) {
-  return (value * 510 + 31) / 62; // to the nearest
-}
-
 /// What a pixel or an entry of the colour map stands for.
 uint32_t colour_of(uint32_t value, uint32_t bits) {
-  switch (bits) {
-  case 15:
-  case 16: return wide5(value >> 10 & 31) << 16 | wide5(value >> 5 & 31) << 8 | wide5(value & 31);
-  default: return value & 0xFFFFFF;
-  }
+  return bits <= 16 ? expected_555(value) : value & 0xFFFFFF;
 }
 
 file_bytes random_bytes(size_t count, std::mt19937 &random) {

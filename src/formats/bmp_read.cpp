@@ -24,19 +24,21 @@ constexpr uint32_t file_header_size = 14, short_header_size = 12, header_size = 
 constexpr uint32_t masks_offset = file_header_size + header_size;
 
 struct bmp_header {
+  uint32_t info_size; // of the information header
   uint32_t w, h;
   bool top_down;
   uint32_t bits;
   uint32_t compression;
   uint32_t palette_offset, palette_entries, palette_entry_size;
   uint32_t pixels_offset;
-  uint32_t masks[4]; // 16 and 32 bits
-  bool told_alpha;   // the header says by a mask whether there is an alpha channel
+  uint32_t masks[4];  // 16 and 32 bits
+  uint32_t masks_end; // where they end in the file, or 0
+  bool told_alpha;    // the header says by a mask whether there is an alpha channel
 };
 
 bool compression_fits(uint32_t compression, uint32_t bits) {
   switch (compression) {
-  case plain: return std::has_single_bit(bits) ? bits != 2 && bits <= 32 : bits == 24;
+  case plain: return bits == 1 || bits == 4 || bits == 8 || bits == 16 || bits == 24 || bits == 32;
   case rle8: return bits == 8;
   case rle4: return bits == 4;
   case bit_fields:
@@ -45,23 +47,50 @@ bool compression_fits(uint32_t compression, uint32_t bits) {
   }
 }
 
+/// Reads the information header up to the masks, and how many colours it states. The reader stands
+/// behind the file header.
+bool read_information(file_reader &file, bmp_header *header, uint32_t *colours) {
+  const uint8_t *bytes = take(file, 4);
+  if (!bytes) return false;
+  header->info_size = word32(bytes);
+  *colours = 0;
+  if (header->info_size == short_header_size) {
+    bytes = take(file, short_header_size - 4);
+    if (!bytes) return false;
+    header->w = word16(bytes);
+    header->h = word16(bytes + 2);
+    header->bits = word16(bytes + 6);
+  } else {
+    if (header->info_size < header_size || header->info_size > file.size) return false;
+    bytes = take(file, header_size - 4);
+    if (!bytes) return false;
+    const uint32_t h = word32(bytes + 4);
+    header->w = word32(bytes);
+    header->top_down = h >> 31;
+    header->h = header->top_down ? 0u - h : h;
+    header->bits = word16(bytes + 10);
+    header->compression = word32(bytes + 12);
+    *colours = word32(bytes + 28);
+  }
+  return compression_fits(header->compression, header->bits);
+}
+
 /// Fills in the masks: the file's, or those that hold without any.
-bool read_masks(file_reader &file, bmp_header *header, uint32_t info_size) {
+bool read_masks(file_reader &file, bmp_header *header) {
   uint32_t(&masks)[4] = header->masks;
   if (header->compression == plain) {
-    if (header->bits == 16)
-      masks[mask_red] = 0x7C00, masks[mask_green] = 0x03E0, masks[mask_blue] = 0x001F;
-    else
-      masks[mask_red] = 0xFF0000, masks[mask_green] = 0xFF00, masks[mask_blue] = 0xFF;
+    constexpr uint32_t x555[4] = {0x7C00, 0x03E0, 0x001F, 0};
+    constexpr uint32_t x888[4] = {0xFF0000, 0xFF00, 0xFF, 0};
+    memcpy(masks, header->bits == 16 ? x555 : x888, sizeof masks);
     return true;
   }
   // Three masks follow a header of 40 bytes; longer ones hold them in the same place.
-  header->told_alpha = info_size >= 56 || header->compression == alpha_bit_fields;
-  const uint32_t count = header->told_alpha ? 4 : 3;
-  const uint8_t *bytes = seek_reader(file, masks_offset) ? take(file, 4 * count) : nullptr;
+  header->told_alpha = header->info_size >= 56 || header->compression == alpha_bit_fields;
+  header->masks_end = masks_offset + (header->told_alpha ? 16 : 12);
+  const uint8_t *bytes =
+      seek_reader(file, masks_offset) ? take(file, header->masks_end - masks_offset) : nullptr;
   if (!bytes) return false;
-  for (uint32_t i = 0; i < count; i++)
-    masks[i] = word32(bytes + 4 * i);
+  memcpy(masks, bytes, header->masks_end - masks_offset);
   // QUIRK: these two make a file 5-5-5 whatever its mask of red says. It would look more natural to
   // take that mask as well; intended.
   if (header->bits == 16 && masks[mask_green] == 0x03E0 && masks[mask_blue] == 0x001F)
@@ -69,50 +98,32 @@ bool read_masks(file_reader &file, bmp_header *header, uint32_t info_size) {
   return true;
 }
 
+/// Finds the palette between the headers and the pixels. `colours` is the stated number.
+bool find_palette(const file_reader &file, bmp_header *header, uint32_t colours) {
+  const uint32_t start = std::max(file_header_size + header->info_size, header->masks_end);
+  const uint32_t entry = header->info_size == short_header_size ? 3 : 4;
+  if (header->bits <= 8 && (colours == 0 || colours > 256)) colours = 1u << header->bits;
+  // Without a stated place the pixels follow the palette, which truecolour files may have as well,
+  // as advice to displays of few colours.
+  if (header->pixels_offset == 0)
+    header->pixels_offset =
+        uint32_t(std::min<uint64_t>(start + uint64_t(colours) * entry, file.size));
+  if (header->pixels_offset < start || header->pixels_offset > file.size) return false;
+  header->palette_offset = start;
+  header->palette_entry_size = entry;
+  // The pixels may begin before the palette would end: some files leave unused colours out.
+  header->palette_entries = std::min(colours, (header->pixels_offset - start) / entry);
+  return true;
+}
+
 bool read_header(file_reader &file, bmp_header *header) {
-  const uint8_t *bytes = take(file, file_header_size + 4);
+  const uint8_t *bytes = take(file, file_header_size);
   if (!bytes || word16(bytes) != 19778) return false; // "BM"
   header->pixels_offset = word32(bytes + 10);
-  const uint32_t info_size = word32(bytes + 14);
-  uint32_t entries = 0;
-  if (info_size == short_header_size) {
-    bytes = take(file, short_header_size - 4);
-    if (!bytes) return false;
-    header->w = word16(bytes);
-    header->h = word16(bytes + 2);
-    header->bits = word16(bytes + 6);
-  } else if (info_size >= header_size && info_size <= file.size) {
-    bytes = take(file, header_size - 4);
-    if (!bytes) return false;
-    header->w = word32(bytes);
-    const uint32_t h = word32(bytes + 4);
-    header->top_down = h >> 31;
-    header->h = header->top_down ? 0u - h : h;
-    header->bits = word16(bytes + 10);
-    header->compression = word32(bytes + 12);
-    entries = word32(bytes + 28);
-  } else {
-    return false;
-  }
-  if (!compression_fits(header->compression, header->bits)) return false;
-  if (header->bits >= 16 && !read_masks(file, header, info_size)) return false;
-
-  uint32_t header_end = file_header_size + info_size;
-  if (header->compression >= bit_fields)
-    header_end = std::max(header_end, masks_offset + (header->told_alpha ? 16u : 12u));
-  if (header->bits <= 8 && (entries == 0 || entries > 256)) entries = 1u << header->bits;
-  header->palette_offset = header_end;
-  header->palette_entry_size = info_size == short_header_size ? 3 : 4;
-  // Colours before truecolour pixels only advise: they matter for where pixels start without a
-  // stated place.
-  const uint64_t palette_end = header_end + uint64_t(entries) * header->palette_entry_size;
-  if (header->pixels_offset == 0)
-    header->pixels_offset = uint32_t(std::min<uint64_t>(palette_end, file.size));
-  if (header->pixels_offset < header_end || header->pixels_offset > file.size) return false;
-  // The pixels may begin before the palette would end: some files save the unused colours.
-  header->palette_entries =
-      std::min(entries, (header->pixels_offset - header_end) / header->palette_entry_size);
-  return true;
+  uint32_t colours;
+  if (!read_information(file, header, &colours)) return false;
+  if (header->bits >= 16 && !read_masks(file, header)) return false;
+  return find_palette(file, header, colours);
 }
 
 bool read_palette(file_reader &file, const bmp_header &header) {
