@@ -1,0 +1,225 @@
+-- Meteors: shoot the rocks before they hit you.
+--
+-- A complete small game. Every rock, shot, spark and the ship is a process; whether two of them
+-- touch is asked of their pixels with collision(). Large rocks break into small ones, small ones
+-- into dust; each wave has one rock more.
+--
+-- Keys: left and right turn, up accelerates, space shoots, p pauses, return starts again after the
+-- end, escape ends. Argument: "demo" lets the game play by itself.
+
+local text = require "text"
+
+local demo = arg[1] == "demo"
+local width, height = 640, 480
+local fine = 16 -- positions are kept in sixteenths of a pixel
+
+mode_set(width, height, 32, mode_window)
+set_fps(60, 0)
+
+local function picture(name) return image_load("../assets/" .. name .. ".png") end
+local pictures = {
+  ship = picture "ship", shot = picture "shot", spark = picture "spark",
+  rocks = { picture "meteor1", picture "meteor2" },
+}
+ground_put(0, picture "space", width // 2, height // 2)
+
+local score, lives, wave, best = 0, 3, 0, 0
+local over, paused = false, false
+local ship
+local rocks = {} -- those that fly: process -> true
+
+local random = math.random
+local function between(low, high) return low + random() * (high - low) end
+
+-- Ends a turn; in a pause no turn begins.
+local function turn()
+  repeat frame() until not paused
+end
+
+-- ---- Things that fly ----------------------------------------------------------------------------
+
+-- One step of a body, which comes back on the other side of the screen.
+local function fly(self, body, margin)
+  body.x = (body.x + body.dx + margin) % (width + 2 * margin) - margin
+  body.y = (body.y + body.dy + margin) % (height + 2 * margin) - margin
+  self.resolution = fine
+  self.x, self.y = math.floor(body.x * fine), math.floor(body.y * fine)
+end
+
+-- The direction of an angle in thousandths of a degree; y grows downwards.
+local function direction(angle)
+  local radians = math.rad(angle / 1000)
+  return math.cos(radians), -math.sin(radians)
+end
+
+local function spark(self, x, y, speed, life)
+  local dx, dy = direction(random(0, 359999))
+  local body = { x = x, y = y, dx = dx * speed, dy = dy * speed }
+  self.graph, self.fxmode, self.z = pictures.spark, fx_additiveblend, -10
+  for age = 1, life do
+    fly(self, body, 30)
+    self.size = 130 - 100 * age // life
+    self.alpha = 255 - 255 * age // life
+    turn()
+  end
+end
+
+local function burst(x, y, count, speed)
+  for _ = 1, count do spawn(spark, {}, x, y, between(0.2, speed), random(15, 45)) end
+end
+
+-- size: percent of the picture.
+local function rock(self, x, y, size)
+  local dx, dy = direction(random(0, 359999))
+  local speed = between(0.4, 1.2) + 30 / size + wave * 0.05
+  local body = { x = x, y = y, dx = dx * speed, dy = dy * speed }
+  local spin = random(-2000, 2000)
+  self.graph, self.size = pictures.rocks[random(1, 2)], size
+  rocks[self] = true
+  while not self.hit do
+    fly(self, body, 60)
+    self.angle = self.angle + spin
+    turn()
+  end
+  rocks[self] = nil
+  burst(body.x, body.y, size // 4, 2.5)
+  if size > 40 then
+    for _ = 1, 2 do spawn(rock, {}, body.x, body.y, size * 55 // 100) end
+  end
+end
+
+local function shot(self, x, y, angle)
+  local dx, dy = direction(angle)
+  local body = { x = x + dx * 30, y = y + dy * 30, dx = dx * 7, dy = dy * 7 }
+  self.graph, self.angle, self.fxmode = pictures.shot, angle, fx_additiveblend
+  for _ = 1, 55 do
+    fly(self, body, 10)
+    local hit = collision(type_of(rock))
+    if hit ~= 0 then
+      local target = process(hit)
+      if not target.hit then
+        target.hit = true
+        score = score + 200 - target.size
+        return
+      end
+    end
+    turn()
+  end
+end
+
+-- ---- The ship -----------------------------------------------------------------------------------
+
+-- What the player wants: turn (-1, 0, 1), thrust and fire.
+local function read_keys()
+  local turning = (key "left" and 1 or 0) - (key "right" and 1 or 0)
+  return turning, key "up", key "space"
+end
+
+-- The demo turns to where the nearest rock is, and fires when it points there.
+local function autopilot(self)
+  local nearest, distance = nil, 1e9
+  for other in pairs(rocks) do
+    local d = get_dist(self, other)
+    if d < distance then nearest, distance = other, d end
+  end
+  if not nearest then return 0, false, false end
+  local off = (get_angle(self, nearest) - self.angle + 540000) % 360000 - 180000
+  return off > 4000 and 1 or off < -4000 and -1 or 0, distance > 180 * fine, math.abs(off) < 9000
+end
+
+local function fighter(self)
+  local body = { x = width / 2, y = height / 2, dx = 0, dy = 0 }
+  local cool, safe = 0, 120 -- frames until it can shoot, and until it can be hit
+  self.graph, self.size, self.angle = pictures.ship, 75, 90000
+  while true do
+    local turning, thrust, fire = (demo and autopilot or read_keys)(self)
+    self.angle = self.angle + turning * 4000
+    local dx, dy = direction(self.angle)
+    if thrust then
+      body.dx, body.dy = body.dx + dx * 0.12, body.dy + dy * 0.12
+      spawn(spark, {}, body.x - dx * 24, body.y - dy * 24, 0.4, 14)
+    end
+    body.dx, body.dy = body.dx * 0.99, body.dy * 0.99
+    if fire and cool <= 0 then
+      spawn(shot, {}, body.x, body.y, self.angle)
+      cool = 12
+    end
+    fly(self, body, 24)
+    cool, safe = cool - 1, safe - 1
+    self.alpha = safe > 0 and safe // 6 % 2 == 0 and 90 or 255
+    if safe <= 0 and collision(type_of(rock)) ~= 0 then break end
+    turn()
+  end
+  burst(body.x, body.y, 70, 4)
+  lives = lives - 1
+end
+
+-- ---- The course of the game ---------------------------------------------------------------------
+
+-- A line of text as a process, drawn anew when it changes.
+local function label(self, line, size)
+  local shown
+  while true do
+    local wanted = line()
+    if wanted ~= shown then
+      if shown and shown ~= "" then map_unload(self.graph) end
+      shown = wanted
+      self.visible = shown == "" and 0 or 1
+      if shown ~= "" then self.graph = text.graph(shown, size, rgbx(235, 240, 255)) end
+    end
+    frame()
+  end
+end
+
+local function announce()
+  if paused then return "pause" end
+  if over then return "game over - return starts again" end
+  return ""
+end
+
+local function start_wave()
+  wave = wave + 1
+  for _ = 1, wave + 3 do
+    -- Away from the middle, where the ship is.
+    local angle = between(0, 2 * math.pi)
+    spawn(rock, {}, width / 2 + 300 * math.cos(angle), height / 2 + 220 * math.sin(angle), 100)
+  end
+end
+
+local function start_game()
+  for p in pairs(rocks) do p:kill() end
+  rocks = {}
+  score, lives, wave, over, ship = 0, 3, 0, false, nil
+end
+
+start_game()
+spawn(label, { x = 110, y = 18, z = -100 }, function()
+  return string.format("score %05d", score)
+end, 2)
+spawn(label, { x = 530, y = 18, z = -100 }, function()
+  return string.format("best %05d  %s", best, string.rep("+", math.max(lives, 0)))
+end, 2)
+spawn(label, { x = width // 2, y = height // 2, z = -100 }, announce, 3)
+
+local p_was_down = false
+while not key "escape" do
+  local p_down = key "p"
+  if p_down and not p_was_down and not over then paused = not paused end
+  p_was_down = p_down
+
+  best = math.max(best, score)
+  if not paused and not over then
+    if not next(rocks) then start_wave() end
+    if not (ship and ship:alive()) then
+      if lives > 0 then
+        ship = spawn(fighter)
+      else
+        over = true
+      end
+    end
+  elseif over and (key "return" or demo) then
+    start_game()
+  end
+  frame()
+end
+quit()
