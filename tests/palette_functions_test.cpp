@@ -76,13 +76,6 @@ struct PaletteFunctions : graphics_test {
     return path(name);
   }
 
-  int32_t call_with(int32_t (*handler)(), const std::vector<int32_t> &a) {
-    switch (a.size()) {
-    case 1: return host.call(handler, a[0]);
-    case 3: return host.call(handler, a[0], a[1], a[2]);
-    default: return host.call(handler, a[0], a[1], a[2], a[3]);
-    }
-  }
   int32_t load(const std::string &name) { return host.call(ORB_palette_load, name.c_str()); }
 };
 
@@ -185,7 +178,7 @@ TEST_F(PaletteFunctions, ArgumentsResultsAndReports) {
     set_depth(depth);
     palette_forced = line.find("forced") != std::string::npos;
     host.errors.clear();
-    const int32_t result = call_with(handlers.at(function), arguments);
+    const int32_t result = host.call(handlers.at(function), arguments);
     EXPECT_EQ(result, wanted == "fail" ? failure : std::stoi(wanted));
     EXPECT_EQ(host.errors, reports);
     EXPECT_EQ(host.left_over(), 0u);
