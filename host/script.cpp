@@ -94,6 +94,7 @@ Script::Script(Host &host, ScriptOptions options)
   luaL_openlibs(L);
   open_functions(*state_);
   open_processes(*state_);
+  open_files(*state_);
   open_globals(*state_); // last: from here on, assigning a constant's name is an error
   set_seed(*state_);
   host.on_error = [state = state_.get()](const ErrorReport &report) {

@@ -20,7 +20,8 @@
 // - kill(p), sleep(p) (neither drawn nor run), freeze(p) (drawn, not run), wake(p), alive(p), also
 //   as methods; p may be an id. process(id) is the process of an id, or nil; type_of(body) the type
 //   of the processes that run that function, type_of(p) a process's.
-// - key(name), quit() (play ends with this frame), seed(n).
+// - key(name), quit() (play ends with this frame), seed(n), list_folder(name) (the sorted names of
+//   the files in a folder, or nil and a message).
 // - `arg`, and `...` of the script: the script's arguments. `require` looks beside the script
 // first, then in ../lib.
 #pragma once

@@ -79,6 +79,10 @@ std::int32_t check_word(lua_State *L, int index, const char *what);
 
 void open_functions(ScriptState &state);
 
+// ---- script_files.cpp: folders ------------------------------------------------------------------
+
+void open_files(ScriptState &state);
+
 // ---- script_globals.cpp: constants, script globals, arrays, the mouse -------------------------
 
 void open_globals(ScriptState &state);

@@ -6,6 +6,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
+
 using namespace orbhost;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -185,6 +188,25 @@ TEST_F(HostScript, ArgumentsKeysAndSeed) {
   EXPECT_THAT(play(text), StartsWith("true"));
   EXPECT_EQ(play(text), play(text));
   EXPECT_EQ(play("print(math.random(1000000))"), play("print(math.random(1000000))"));
+}
+
+TEST_F(HostScript, ListsTheFilesOfAFolder) {
+  namespace fs = std::filesystem;
+  const fs::path folder = fs::path(::testing::TempDir()) / "orb_list_folder";
+  fs::remove_all(folder);
+  fs::create_directories(folder / "folder");
+  for (const char *name : {"b", "a.png", "B", "\xC3\xA4", ".hidden"}) std::ofstream(folder / name);
+  fs::create_symlink("nowhere", folder / "dangling");
+  ScriptOptions options;
+  options.arguments = {folder.string()};
+  EXPECT_EQ(play("print(table.concat(list_folder(arg[1]), ' '))", 1, options),
+            ".hidden B a.png b \xC3\xA4\n");
+  EXPECT_EQ(play("print(#list_folder(arg[1] .. '/folder'))", 1, options), "0\n");
+  EXPECT_EQ(play("print(list_folder(arg[1] .. '/b'))", 1, options),
+            "nil\t" + (folder / "b").string() + ": Not a directory\n");
+  EXPECT_THAT(play("print(list_folder(''))"), StartsWith("nil\t: "));
+  EXPECT_THAT(failure("list_folder()"), HasSubstr("string expected"));
+  fs::remove_all(folder);
 }
 
 // ---- Processes

@@ -2,6 +2,7 @@
 #include <cstdlib>
 
 #include "formats/codec.h"
+#include "formats/file_writer.h"
 #include "formats/jpeg_guard.h"
 #include "formats/truecolour.h"
 #include "surface/palette.h"
@@ -77,29 +78,25 @@ bool guarded(jpeg_writing *writing) {
   return true;
 }
 
-bool write_jpeg(jpeg_writing *writing) {
+bool write_jpeg(file_writer &file, int32_t parameter) {
+  jpeg_writing writing{};
+  writing.file = file.file;
+  writing.quality = parameter >= 0 && parameter <= 100 ? 100 - parameter : -1;
   if (image_bpp != 32) {
-    writing->row = static_cast<uint32_t *>(malloc(size_t(image_w) * sizeof(uint32_t)));
-    if (!writing->row) return false;
+    writing.row = static_cast<uint32_t *>(malloc(size_t(image_w) * sizeof(uint32_t)));
+    if (!writing.row) return false;
   }
-  writing->info.err = init_guard(&writing->guard);
-  return guarded(writing);
+  writing.info.err = init_guard(&writing.guard);
+  const bool written = guarded(&writing);
+  jpeg_destroy_compress(&writing.info);
+  free(writing.row);
+  return written;
 }
 
 } // namespace
 
 int32_t ORB_SaveJPEG(const char *filename, int32_t parameter) {
-  if (!image_data || image_w < 1 || image_h < 1 || (image_bpp == 8 && !palette)) return 0;
   // Refused before a file of that name is overwritten.
   if (image_w > JPEG_MAX_DIMENSION || image_h > JPEG_MAX_DIMENSION) return 0;
-  const char *path = rt_file_path(filename, ORB_PATH_WRITE);
-  jpeg_writing writing{};
-  writing.quality = parameter >= 0 && parameter <= 100 ? 100 - parameter : -1;
-  writing.file = path ? fopen(path, "wb") : nullptr;
-  if (!writing.file) return 0;
-  const bool written = write_jpeg(&writing);
-  jpeg_destroy_compress(&writing.info);
-  free(writing.row);
-  // The last bytes may fail only now, when stdio hands them to the system.
-  return (fclose(writing.file) == 0) && written;
+  return write_picture_file(filename, parameter, write_jpeg);
 }

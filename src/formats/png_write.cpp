@@ -7,8 +7,8 @@
 #include <png.h>
 
 #include "formats/codec.h"
+#include "formats/file_writer.h"
 #include "formats/truecolour.h"
-#include "module/runtime.h"
 #include "surface/palette.h"
 
 namespace {
@@ -72,7 +72,7 @@ bool guarded(png_writing *writing) {
   return true;
 }
 
-bool write_png(png_writing *writing) {
+bool prepare(png_writing *writing) {
   if (image_bpp == 16) {
     writing->row = static_cast<uint32_t *>(malloc(size_t(image_w) * sizeof(uint32_t)));
     if (!writing->row) return false;
@@ -80,21 +80,21 @@ bool write_png(png_writing *writing) {
   writing->png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, on_error, on_warning);
   if (!writing->png) return false;
   writing->info = png_create_info_struct(writing->png);
-  return writing->info && guarded(writing);
+  return writing->info != nullptr;
+}
+
+bool write_png(file_writer &file, int32_t parameter) {
+  png_writing writing{};
+  writing.file = file.file;
+  writing.level = parameter >= 0 && parameter < 10 ? parameter : -1;
+  const bool written = prepare(&writing) && guarded(&writing);
+  png_destroy_write_struct(&writing.png, &writing.info);
+  free(writing.row);
+  return written;
 }
 
 } // namespace
 
 int32_t ORB_SavePNG(const char *filename, int32_t parameter) {
-  if (!image_data || image_w < 1 || image_h < 1 || (image_bpp == 8 && !palette)) return 0;
-  const char *path = rt_file_path(filename, ORB_PATH_WRITE);
-  png_writing writing{};
-  writing.level = parameter >= 0 && parameter < 10 ? parameter : -1;
-  writing.file = path ? fopen(path, "wb") : nullptr;
-  if (!writing.file) return 0;
-  const bool written = write_png(&writing);
-  png_destroy_write_struct(&writing.png, &writing.info);
-  free(writing.row);
-  // The last bytes may fail only now, when stdio hands them to the system.
-  return (fclose(writing.file) == 0) && written;
+  return write_picture_file(filename, parameter, write_png);
 }

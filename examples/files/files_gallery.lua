@@ -1,0 +1,190 @@
+-- A folder as a picture book: every picture in it, whatever its format, and all of them in one file.
+--
+--   ./orb play examples/files/files_gallery.lua [FOLDER [DEPTH]]
+--
+-- What to look at: the pictures, with their names and sizes and an A where there is an alpha
+-- channel. Below, the library that they are packed into, saved plain, compressed and enciphered
+-- under a key; each file is loaded again, and what came back is shown and compared with what went
+-- in, to the last pixel, control point and letter.
+--
+-- Keys: left and right turn the pages, escape ends.
+
+local text = require "text"
+
+local folder = arg[1] or "../assets/gallery"
+local depth = tonumber(arg[2]) or 32
+
+local columns, rows = 4, 2
+local per_page = columns * rows
+local cell_width, cell_height = 160, 178
+local frame_width, frame_height = 144, 132
+local top, strips = 26, 392
+
+-- An 8-bit mode has no rgb(): the palette's nearest colour, from components of 0 to 63.
+local function colour(r, g, b)
+  if depth == 8 then return palette_find_color(r // 4, g // 4, b // 4) end
+  return rgb(r, g, b)
+end
+
+-- ---- Loading --------------------------------------------------------------------------------------
+
+-- The pictures of the folder, and the names of the files that aren't any, or too deep for the mode.
+local function load_pictures()
+  local pictures, others = {}, {}
+  local names, problem = list_folder(folder)
+  if not names then error(problem, 0) end
+  for _, name in ipairs(names) do
+    -- With --strict the player makes an error of what otherwise is a failure value.
+    local called, graph = pcall(image_load, folder .. "/" .. name)
+    if called and graph >= 0 then
+      pictures[#pictures + 1] = { name = name, graph = graph }
+    else
+      others[#others + 1] = name
+    end
+  end
+  return pictures, others
+end
+
+-- A MAP file, wherever it came from, is freed by the function for maps.
+local function unload(graph)
+  return image_unload(graph) + map_unload(graph)
+end
+
+-- ---- Pages ----------------------------------------------------------------------------------------
+
+-- A graph, scaled to fit a box about (x, y).
+local function put_fitting(file, graph, x, y, width, height)
+  local w, h = map_get_width(file, graph), map_get_height(file, graph)
+  local size = math.max(1, math.min(100 * width // w, 100 * height // h, 200))
+  -- It is placed by its pivot, which may be anywhere.
+  local dx = (graphic_info(file, graph, 2) - w // 2) * size // 100
+  local dy = (graphic_info(file, graph, 3) - h // 2) * size // 100
+  local opaque = depth == 32 and map_has_alphachannel(file, graph) == 0
+  ground_xput(file, graph, x + dx, y + dy, 0, size, opaque and flg_nokey or flg_normal, 0)
+end
+
+-- Squares of two greys, so that what is transparent shows.
+local function put_squares(x, y, width, height)
+  local side = 12
+  ground_put_rect(x, y, x + width - 1, y + height - 1, colour(88, 88, 96), 1)
+  for j = 0, height // side - 1 do
+    for i = j % 2, width // side - 1, 2 do
+      ground_put_rect(x + i * side, y + j * side, x + i * side + side - 1, y + j * side + side - 1,
+        colour(120, 120, 128), 1)
+    end
+  end
+end
+
+-- The last letters of a name that fit a cell.
+local function shortened(name)
+  local most = frame_width // text.width
+  return #name <= most and name or ".." .. name:sub(-(most - 2))
+end
+
+local function put_page(pictures, others, page)
+  local white, grey = colour(255, 255, 255), colour(176, 184, 200)
+  ground_put_rect(0, 0, 639, strips - 1, colour(28, 32, 48), 1)
+  local pages = math.max(1, (#pictures + per_page - 1) // per_page)
+  text.put(8, 8, ("%d pictures at %d bits, page %d of %d"):format(#pictures, depth, page, pages),
+    white)
+  if #others > 0 then
+    local line = ("not shown: %d"):format(#others)
+    text.put(632 - #line * text.width, 8, line, grey)
+  end
+  for i = 1, per_page do
+    local picture = pictures[(page - 1) * per_page + i]
+    if not picture then break end
+    local x = (i - 1) % columns * cell_width + cell_width // 2
+    local y = top + (i - 1) // columns * cell_height
+    put_squares(x - frame_width // 2, y, frame_width, frame_height)
+    put_fitting(0, picture.graph, x, y + frame_height // 2, frame_width, frame_height)
+    local w, h = map_get_width(0, picture.graph), map_get_height(0, picture.graph)
+    local alpha = map_has_alphachannel(0, picture.graph) == 1 and " a" or ""
+    text.centre(x, y + frame_height + 6, shortened(picture.name), white)
+    text.centre(x, y + frame_height + 18, ("%d x %d x %d%s"):format(w, h, depth, alpha), grey)
+  end
+end
+
+-- ---- One file -------------------------------------------------------------------------------------
+
+local ways = {
+  { name = "plain", compression = 0 },
+  { name = "compressed", compression = 1 },
+  { name = "enciphered", compression = 0, key = "open sesame" },
+}
+
+local function bytes_of(file_name)
+  local file = assert(io.open(file_name, "rb"))
+  local bytes = file:read("a")
+  file:close()
+  return bytes
+end
+
+-- Everything that a graph is: its MAP file, but for the id, which libraries don't keep.
+local function contents(library, code, scratch)
+  map_save(library, code, scratch)
+  local bytes = bytes_of(scratch)
+  return bytes:sub(1, 12) .. bytes:sub(17)
+end
+
+-- Saves the library in one way, loads it again and puts what came back in a strip.
+local function show_way(library, count, way, y)
+  local file_name, scratch = os.tmpname(), os.tmpname()
+  fpg_save(library, file_name, way.compression, way.key)
+  local again = fpg_load(file_name, way.key)
+  local equal = 0
+  for code = 1, count do
+    if contents(library, code, scratch) == contents(again, code, scratch) then
+      equal = equal + 1
+    end
+    if code <= 12 then put_fitting(again, code, 210 + 26 * code, y + 12, 24, 22) end
+  end
+  text.put(8, y + 8, ("%s: %d KB"):format(way.name, #bytes_of(file_name) // 1024),
+    colour(255, 255, 255))
+  text.put(564, y + 8, ("%d equal"):format(equal),
+    equal == count and colour(120, 220, 120) or colour(255, 96, 80))
+  fpg_unload(again)
+  os.remove(file_name)
+  os.remove(scratch)
+end
+
+local function pack(pictures)
+  ground_put_rect(0, strips, 639, 479, colour(16, 18, 30), 1)
+  local library = fpg_new()
+  local count = math.min(#pictures, 999)
+  for code = 1, count do fpg_add_map(library, code, 0, pictures[code].graph) end
+  for i, way in ipairs(ways) do
+    frame()
+    show_way(library, count, way, strips + 6 + (i - 1) * 27)
+  end
+  fpg_unload(library)
+end
+
+mode_set(640, 480, depth, mode_window)
+set_fps(30, 0)
+local pictures, others = load_pictures()
+if depth == 8 then
+  -- The first picture with a palette has set the mode's. Once more, with the others remapped to it.
+  local file_name = os.tmpname()
+  palette_save(file_name)
+  palette_force(file_name)
+  os.remove(file_name)
+  for _, picture in ipairs(pictures) do unload(picture.graph) end
+  pictures, others = load_pictures()
+end
+local page = 1
+put_page(pictures, others, page)
+pack(pictures)
+
+local held = false
+while not key("escape") do
+  local step = (key("right") and 1 or 0) - (key("left") and 1 or 0)
+  local wanted = page + (held and 0 or step)
+  held = step ~= 0
+  if wanted ~= page and wanted >= 1 and (wanted - 1) * per_page < #pictures then
+    page = wanted
+    put_page(pictures, others, page)
+  end
+  frame()
+end
+quit()
