@@ -24,6 +24,8 @@ bool is_range(int32_t first, int32_t count) {
 
 /// Puts a palette read from a file into force. One that is in force already changes nothing to be
 /// seen, so the picture isn't faded out for it.
+/// QUIRK: marking the palette as loaded in either case would look more natural. One that looks like
+/// the palette in force leaves that mark alone, intentionally.
 void take_palette(const palette_in_file &file) {
   if (memcmp(palette, &file.colours, sizeof file.colours) != 0) {
     fade_off();
@@ -31,7 +33,6 @@ void take_palette(const palette_in_file &file) {
     screen_color_rgb = palette->colours[screen_color & 255];
   }
   palette_crc = file.checksum;
-  palette_loaded = 1;
 }
 
 } // namespace
@@ -88,6 +89,8 @@ int32_t ORB_palette_force() {
   ORB_palette_load();
   const int32_t loaded = rt_take_return();
   palette_forced = loaded == 1 ? 1 : forced_before;
+  // Even one that looks like the palette in force must not give way to the first picture's.
+  if (loaded == 1) palette_loaded = 1;
   return call.done(loaded);
 }
 
