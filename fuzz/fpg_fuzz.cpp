@@ -7,7 +7,6 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***) {
   fuzz::start_module();
   fuzz::serve_streams();
   orbre->rt_error = [](int32_t, const char *, int32_t, int32_t, int32_t) {};
-  // Conversion tables for every depth; only the palette follows the depth of the moment.
   if (!ORBGI2D_Internal_InitGFXDevice() || !CreateFPGList()) abort();
   create_graph_registry();
   return 0;
@@ -39,23 +38,24 @@ void use_library(int32_t file) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-  const char *path = fuzz::put_input(data, size);
+  fuzz::put_streams(data, size);
   const script_call call{"FPG_LOAD"};
   const uint32_t surfaces = gfxsurfaces->count;
   for (const char *key : {static_cast<const char *>(nullptr), "key"})
     for (int32_t depth : {32, 16, 8}) {
       mode.bpp = depth;
-      const int32_t number = load_library(call, path, key);
+      const int32_t number = load_library(call, "input", key);
       if (number >= 0) {
         use_library(number);
         unload_library(number);
       }
-      if (load_library_graph(call, path, key, 2, 7) >= 0) {
+      if (load_library_graph(call, "input", key, 2, 7) >= 0) {
         use_library(2);
         unload_library(2);
       }
       // What a failed load has left goes with the next one.
       if (!open_library(0) || gfxsurfaces->count != surfaces) abort();
     }
+  fuzz::check_streams();
   return 0;
 }

@@ -1,4 +1,4 @@
-// The MAP reader, plain and through a host's streams, and MAP files as image_load takes them.
+// The MAP reader and its probe, at every depth, plain and through streams with markers.
 #include "graph_fuzz.h"
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***) {
@@ -8,12 +8,12 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-  const char *path = fuzz::put_input(data, size);
+  fuzz::put_streams(data, size);
   for (const char *key : {static_cast<const char *>(nullptr), "", "key"})
     for (int32_t depth : {32, 16, 8}) {
       mode.bpp = depth;
       reset_image();
-      if (ORB_LoadMAP(path, key) && !ORB_CheckMAPHeader(path, key)) abort();
+      if (ORB_LoadMAP("input", key) && !ORB_CheckMAPHeader("input", key)) abort();
       fuzz::use_picture(image_data != nullptr);
       // Every point must be there, and the counts must be theirs.
       int32_t defined = 0;
@@ -22,5 +22,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
       if (defined != image_num_cpoints) abort();
     }
   reset_image();
+  fuzz::check_streams();
   return 0;
 }

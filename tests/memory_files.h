@@ -105,7 +105,7 @@ private:
     const size_t left = in.bytes.size() - std::min(in.bytes.size(), in.position);
     const auto delivered = endless ? count : int32_t(std::min(size_t(count), left));
     const size_t real = std::min(left, size_t(delivered));
-    memcpy(to, in.bytes.data() + in.bytes.size() - left, real);
+    std::copy_n(in.bytes.end() - ptrdiff_t(left), real, to);
     memset(to + real, 0, size_t(delivered) - real);
     for (int32_t i = 0; cipher && i < delivered; ++i)
       to[i] = uint8_t(to[i] - cipher_byte(in.key, in.position + size_t(i)));

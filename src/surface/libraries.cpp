@@ -7,7 +7,8 @@
 #include "surface/surface.h"
 
 void set_graph_text(char (&field)[256], const char *text) {
-  const size_t length = text ? strnlen(text, sizeof field - 1) : 0;
+  if (!text) text = "";
+  const size_t length = strnlen(text, sizeof field - 1);
   memmove(field, text, length);
   memset(field + length, 0, sizeof field - length);
 }
