@@ -19,9 +19,11 @@
 
 #include "benchmarks.h"
 #include "contender.h"
-#include "formats/codec.h"
+#include "formats/map_file.h"
+#include "module/script_call.h"
 #include "orb_host.h"
 #include "report.h"
+#include "surface/libraries.h"
 #include "surface/palette.h"
 #include "surface/surface.h"
 #include "video/video.h"
@@ -52,6 +54,9 @@ constexpr file_kind kinds[] = {
     {"tga/24 bit coded", img_format_tga, 1, 32, false},
     {"tga/32 bit", img_format_tga, 0, 32, true},
     {"tga/32 bit coded", img_format_tga, 1, 32, true},
+    {"map/8 bit", img_format_map, 0, 8, false},
+    {"map/16 bit", img_format_map, 0, 16, false},
+    {"map/32 bit", img_format_map, 0, 32, true},
 };
 
 /// Lets the C library keep the memory of pictures: asking the system for zeroed pages each time
@@ -73,6 +78,20 @@ const std::string &folder() {
   return made.path;
 }
 
+/// Lends the picture in the reader's globals to the MAP writer as a surface.
+void lend_surface() {
+  static __ORBSurface2D__ lent;
+  lent = {};
+  lent.width = width;
+  lent.height = height;
+  lent.depth = image_bpp;
+  lent.byte_size = uint32_t(width * height * image_bpp / 8);
+  lent.pixels = image_data;
+  lent.alpha_channel = image_alphachannel;
+  image_flags = cpoint_word(lent);
+  image_surface = &lent;
+}
+
 /// Draws a picture into the reader's globals: a sky of soft colours over flat shapes, so that run
 /// lengths are those of drawn graphics.
 void draw(const file_kind &kind) {
@@ -89,12 +108,15 @@ void draw(const file_kind &kind) {
       const uint32_t at = uint32_t(y * width + x);
       if (kind.depth == 8)
         static_cast<uint8_t *>(image_data)[at] = uint8_t(flat ? x / 90 : shade);
+      else if (kind.depth == 16)
+        static_cast<uint16_t *>(image_data)[at] = uint16_t(flat ? x / 90 : shade << 8);
       else
         static_cast<uint32_t *>(image_data)[at] = flat ? 0xFF203040u * uint32_t(1 + x / 90)
                                                        : (kind.alpha ? shade << 24 : 0) |
                                                              shade << 16 | (255 - shade) << 8 |
                                                              uint32_t(y & 255);
     }
+  lend_surface();
 }
 
 const image_codec &codec_of(const file_kind &kind) {
@@ -156,8 +178,7 @@ struct plain_file {
 };
 
 /// What any reader has to do at least: new memory for the file's bytes, and the bytes into it.
-void read_bytes(benchmark::State &state, const file_kind &kind) {
-  const std::string path = file_of(kind);
+void read_bytes(benchmark::State &state, const std::string &path) {
   const size_t size = std::filesystem::file_size(path);
   for (auto _ : state) {
     const plain_file in(path, "rb");
@@ -168,8 +189,8 @@ void read_bytes(benchmark::State &state, const file_kind &kind) {
   count_pixels(state);
 }
 
-void write_bytes(benchmark::State &state, const file_kind &kind) {
-  const std::vector<char> bytes(std::filesystem::file_size(file_of(kind)), 'x');
+void write_bytes(benchmark::State &state, const std::string &path) {
+  const std::vector<char> bytes(std::filesystem::file_size(path), 'x');
   for (auto _ : state) {
     const plain_file out(folder() + "/written", "wb");
     if (std::fwrite(bytes.data(), 1, bytes.size(), out.file) != bytes.size())
@@ -206,6 +227,72 @@ bool sdl_saves(const file_kind &kind) {
 }
 #endif
 
+// ---- Graph libraries: as many pixels, in 48 graphs of 128 x 128 -------------------------------
+
+constexpr int32_t graph_side = 128, library_graphs = width * height / graph_side / graph_side;
+constexpr script_call library_call{"FPG_LOAD"};
+
+/// A library at a depth, which the next one takes the place of.
+orb_fpg &drawn_library(int32_t depth) {
+  keep_memory();
+  orbhost::Host &host = host_at_depth(depth);
+  static int32_t number = -1;
+  if (number >= 0) unload_library(number);
+  number = host.call("fpg_new", {});
+  for (int32_t code = 1; code <= library_graphs; ++code) {
+    host.call("fpg_new_map", {number, code, graph_side, graph_side});
+    const __ORBSurface2D__ &surface = *fpg[number].slots[code].surface;
+    memset(surface.pixels, code, surface.byte_size);
+  }
+  return fpg[number];
+}
+
+std::string library_file(int32_t depth) {
+  const std::string path = folder() + "/library" + std::to_string(depth);
+  if (!std::filesystem::exists(path) &&
+      !save_library(drawn_library(depth), path.c_str(), false, nullptr))
+    throw std::runtime_error("cannot write " + path);
+  return path;
+}
+
+void load_our_library(benchmark::State &state, int32_t depth) {
+  const std::string path = library_file(depth);
+  host_at_depth(depth);
+  for (auto _ : state) {
+    const int32_t number = load_library(library_call, path.c_str(), nullptr);
+    if (number < 0) return state.SkipWithError("not read");
+    unload_library(number);
+  }
+  count_pixels(state);
+}
+
+void save_our_library(benchmark::State &state, int32_t depth) {
+  const orb_fpg &library = drawn_library(depth);
+  const std::string path = folder() + "/written";
+  for (auto _ : state)
+    if (!save_library(library, path.c_str(), false, nullptr))
+      return state.SkipWithError("not written");
+  count_pixels(state);
+}
+
+void register_libraries() {
+  for (const int32_t depth : {8, 16, 32}) {
+    const std::string kind = "fpg/" + std::to_string(depth) + " bit";
+    const auto add = [depth](const std::string &name, auto run) {
+      benchmark::RegisterBenchmark(name.c_str(),
+                                   [=](benchmark::State &state) { run(state, depth); });
+    };
+    set_expectation("load/" + kind, {1, 0, {}});
+    set_expectation("save/" + kind, {1, 0, {}});
+    add("load/" + kind + "/" + our_name, load_our_library);
+    add("load/" + kind + "/read",
+        [](benchmark::State &state, int32_t of) { read_bytes(state, library_file(of)); });
+    add("save/" + kind + "/" + our_name, save_our_library);
+    add("save/" + kind + "/write",
+        [](benchmark::State &state, int32_t of) { write_bytes(state, library_file(of)); });
+  }
+}
+
 } // namespace
 
 void register_format_benchmarks() {
@@ -220,14 +307,19 @@ void register_format_benchmarks() {
     set_expectation(std::string("load/") + kind.name, {1, 0, {}});
     set_expectation(std::string("save/") + kind.name, {1, 0, {}});
     add(load + our_name, load_ours);
-    add(load + "read", read_bytes);
+    add(
+        load + "read",
+        +[](benchmark::State &state, const file_kind &of) { read_bytes(state, file_of(of)); });
     add(save + our_name, save_ours);
-    add(save + "write", write_bytes);
+    add(
+        save + "write",
+        +[](benchmark::State &state, const file_kind &of) { write_bytes(state, file_of(of)); });
 #ifdef ORB_BENCH_SDL_IMAGE
-    add(load + "sdl_image", load_sdl);
+    if (kind.format != img_format_map) add(load + "sdl_image", load_sdl);
     if (sdl_saves(kind)) add(save + "sdl_image", save_sdl);
 #endif
   }
+  register_libraries();
 }
 
 } // namespace orbbench

@@ -2,8 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "formats/map_file.h"
-#include "memory_files.h"
-#include "script/handlers.h"
+#include "graph_files.h"
 
 namespace {
 

@@ -88,18 +88,21 @@ void take_text(char (&text)[256], const uint8_t *field, uint32_t size) {
 entry_result read_entry(library_reader *file, library_entry *entry) {
   graph_reader *in = &file->in;
   if (rt_file_at_end(in->handle)) return entry_none;
-  if (!read_graph_bytes(in, &entry->code, sizeof entry->code)) return entry_none;
-
   const uint32_t description_size = file->layout->description_size;
   const uint32_t name_size = file->layout->name_size;
-  uint8_t fields[4 + 256 + 260 + 12];
-  const bool whole = read_graph_bytes(in, fields, 4 + description_size + name_size + 12);
+  const uint32_t size = 8 + description_size + name_size + 12;
+  uint8_t fields[8 + 256 + 260 + 12];
+  const uint32_t taken = take_graph_bytes(in, fields, size);
+  if (taken < sizeof entry->code) return entry_none;
+
+  memcpy(&entry->code, fields, sizeof entry->code);
   if (entry->code < 1 || entry->code >= graphs_per_library)
-    return whole ? entry_foreign : entry_none;
-  if (!whole) return entry_cut_short;
-  const uint8_t *at = fields + 4;
+    return taken == size ? entry_foreign : entry_none;
+  if (taken < size) return entry_cut_short;
+  const uint8_t *at = fields + 8;
   take_text(entry->description, at, description_size);
-  take_text(entry->name, at += description_size, name_size);
+  at += description_size;
+  take_text(entry->name, at, name_size);
   at += name_size;
   memcpy(&entry->width, at, 4);
   memcpy(&entry->height, at + 4, 4);

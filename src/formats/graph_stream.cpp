@@ -97,17 +97,20 @@ graph_open_result open_graph_file(graph_reader *in, const char *filename, const 
   return graph_opened;
 }
 
-bool read_graph_bytes(graph_reader *in, void *to, uint32_t size, int32_t cipher) {
-  auto *at = static_cast<uint8_t *>(to);
-  while (size > 0) {
-    if (size > uint32_t(in->left)) return false;
-    const int32_t read = rt_file_read(at, int32_t(size), cipher, in->handle);
-    if (read <= 0) return false;
-    at += read;
-    size -= uint32_t(read);
+uint32_t take_graph_bytes(graph_reader *in, void *to, uint32_t size, int32_t cipher) {
+  uint32_t taken = 0;
+  while (taken < size && size - taken <= uint32_t(in->left)) {
+    const int32_t read =
+        rt_file_read(static_cast<uint8_t *>(to) + taken, int32_t(size - taken), cipher, in->handle);
+    if (read <= 0) break;
+    taken += uint32_t(read);
     in->left -= read;
   }
-  return true;
+  return taken;
+}
+
+bool read_graph_bytes(graph_reader *in, void *to, uint32_t size, int32_t cipher) {
+  return take_graph_bytes(in, to, size, cipher) == size;
 }
 
 bool skip_graph_bytes(graph_reader *in, uint64_t size) {

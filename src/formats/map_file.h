@@ -48,8 +48,10 @@ enum graph_open_result { graph_opened, graph_not_opened, graph_not_reopened };
 /// Opens a file and passes its markers. `magic` is zero when the file ends before it. Judging the
 /// key is left to the caller. A file that isn't opened has no handle to close.
 graph_open_result open_graph_file(graph_reader *in, const char *filename, const char *key);
-/// Reads exactly `size` bytes, however small the pieces in which the host delivers them. False when
-/// the stream ends before that.
+/// Reads `size` bytes, however small the pieces in which the host delivers them, or what is left
+/// until the end of the stream; returns how many.
+uint32_t take_graph_bytes(graph_reader *in, void *to, uint32_t size, int32_t cipher = 0);
+/// Reads exactly `size` bytes; false when the stream ends before that.
 bool read_graph_bytes(graph_reader *in, void *to, uint32_t size, int32_t cipher = 0);
 /// Passes over `size` bytes, by seeking or else by reading. False when there can't be as many.
 bool skip_graph_bytes(graph_reader *in, uint64_t size);
