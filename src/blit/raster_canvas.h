@@ -24,19 +24,30 @@ constexpr int32_t saturated(int64_t value) {
 struct placement {
   bool misses, within;
 };
-inline placement place(const clip_rectangle &clip, int64_t left, int64_t top, int64_t right,
-                       int64_t bottom) {
+template <typename Int>
+placement place(const clip_rectangle &clip, Int left, Int top, Int right, Int bottom) {
   return {right < clip.left || left > clip.right || bottom < clip.top || top > clip.bottom,
           left >= clip.left && right <= clip.right && top >= clip.top && bottom <= clip.bottom};
 }
 
-template <typename Pen> class canvas {
+/// `clips` is false for one on which only shapes that lie within the rectangle are drawn.
+template <typename Pen, bool clips = true> class canvas {
 public:
   using pixel = typename Pen::pixel;
 
   canvas(const LineTarget &target, const clip_rectangle &clip, const Pen &pen)
       : clip_(clip), pen_(pen), origin_(reinterpret_cast<uintptr_t>(target.pixels)),
         stride_(uint32_t(target.row_length) * sizeof(pixel)) {}
+
+  /// Draws a shape that doesn't miss the rectangle, a function of a canvas; without clipping where
+  /// it lies within.
+  template <typename Shape> void draw(const placement &where, Shape shape) {
+    if (!where.within) return shape(*this);
+    canvas<Pen, false> all(*this);
+    shape(all);
+    pen_ = all.pen();
+    drawn_ = true;
+  }
 
   const clip_rectangle &clip() const { return clip_; }
   Pen &pen() { return pen_; }
@@ -56,22 +67,26 @@ public:
   pixel *at(int32_t x, int32_t y) const { return reinterpret_cast<pixel *>(address_of(x, y)); }
 
   void dot(int32_t x, int32_t y) {
-    if (x < clip_.left || x > clip_.right || y < clip_.top || y > clip_.bottom) return;
+    if constexpr (clips) {
+      if (x < clip_.left || x > clip_.right || y < clip_.top || y > clip_.bottom) return;
+      drawn_ = true;
+    }
     pen_.dot(at(x, y));
-    drawn_ = true;
   }
 
-  /// Row y from x0 to x1; nothing when x1 < x0.
+  /// Row y from x0 to x1; x0 <= x1.
   void run(int32_t x0, int32_t x1, int32_t y) {
-    if (y < clip_.top || y > clip_.bottom) return;
-    x0 = std::max(x0, clip_.left);
-    x1 = std::min(x1, clip_.right);
-    if (x0 > x1) return;
+    if constexpr (clips) {
+      if (y < clip_.top || y > clip_.bottom) return;
+      x0 = std::max(x0, clip_.left);
+      x1 = std::min(x1, clip_.right);
+      if (x0 > x1) return;
+      drawn_ = true;
+    }
     pen_.run(at(x0, y), uint32_t(x1 - x0) + 1);
-    drawn_ = true;
   }
 
-  /// Column x from y0 to y1; nothing when y1 < y0.
+  /// Column x from y0 to y1; y0 <= y1.
   void column(int32_t y0, int32_t y1, int32_t x) {
     if (x < clip_.left || x > clip_.right) return;
     y0 = std::max(y0, clip_.top);
@@ -112,6 +127,10 @@ public:
   }
 
 private:
+  template <typename, bool> friend class canvas;
+  explicit canvas(const canvas<Pen, true> &of) requires(!clips)
+      : clip_(of.clip_), pen_(of.pen_), origin_(of.origin_), stride_(of.stride_) {}
+
   uintptr_t address_of(int32_t x, int32_t y) const {
     return origin_ + uint32_t(y) * stride_ + uint32_t(x) * sizeof(pixel);
   }

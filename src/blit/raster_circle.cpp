@@ -42,6 +42,22 @@ int32_t half_width_of_circle(int32_t r, int32_t v) {
   return int32_t(integer_root(uint64_t(rr - vv + v - 1)));
 }
 
+/// The walk itself, about the origin of a canvas that a surface holds all of.
+template <typename Canvas> void trace_circle(Canvas &to, int32_t radius) {
+  int32_t decision = 1 - radius;
+  for (int32_t x = 0, y = radius; y >= x; ++x) {
+    for (const int32_t side : {-1, 1}) {
+      to.dot(-x, side * y);
+      to.dot(x, side * y);
+      to.dot(-y, side * x);
+      to.dot(y, side * x);
+    }
+    const bool inward = decision >= 0;
+    decision += 2 * x + 3 - (inward ? 2 * y - 2 : 0);
+    y -= inward;
+  }
+}
+
 template <typename Canvas>
 void circle(Canvas &to, int32_t x, int32_t y, int32_t radius, int32_t fill) {
   if (radius < 0) return;
@@ -50,8 +66,11 @@ void circle(Canvas &to, int32_t x, int32_t y, int32_t radius, int32_t fill) {
                                 int64_t(x) + radius, int64_t(y) + radius);
   if (where.misses) return;
   to.move_origin(x, y);
-  draw_centred(
-      to, radius, [radius](int32_t v) { return half_width_of_circle(radius, v); }, fill != 0);
+  to.draw(where, [=](auto &on) {
+    if (where.within && !fill) return trace_circle(on, radius);
+    draw_centred(
+        on, radius, [radius](int32_t v) { return half_width_of_circle(radius, v); }, fill != 0);
+  });
 }
 
 // ---- Ellipses ----------------------------------------------------------------------------------
@@ -197,6 +216,7 @@ void centred_ellipse(Canvas &to, int32_t x, int32_t y, int32_t rx, int32_t ry, i
   to.move_origin(x, y);
   if (std::max(rx, ry) > walked_radius) {
     const ellipse_pieces pieces(static_cast<uint32_t>(rx), static_cast<uint32_t>(ry));
+    // Too large to lie within any surface but the largest.
     draw_centred(
         to, ry, [&pieces](int32_t v) { return pieces.half_width(v); }, fill != 0);
     return;
@@ -206,8 +226,10 @@ void centred_ellipse(Canvas &to, int32_t x, int32_t y, int32_t rx, int32_t ry, i
   } else {
     walk_ellipse<false>(uint32_t(ry), uint32_t(rx));
   }
-  draw_centred(
-      to, ry, [](int32_t v) { return int32_t(walked_rows[v]); }, fill != 0);
+  to.draw(where, [=](auto &on) {
+    draw_centred(
+        on, ry, [](int32_t v) { return int32_t(walked_rows[v]); }, fill != 0);
+  });
 }
 
 template <typename Pixel>

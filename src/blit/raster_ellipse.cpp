@@ -71,9 +71,11 @@ void ellipse(Canvas &to, int32_t x0, int32_t y0, int32_t x1, int32_t y1, int32_t
   if (y0 > y1) std::swap(y0, y1);
   if (int64_t(y1) - y0 + 1 > max_height) return;
   // Truncation may move an end or a row by one.
-  if (place(to.clip(), int64_t(x0) - 1, int64_t(y0) - 1, int64_t(x1) + 1, int64_t(y1) + 1).misses)
-    return;
-  draw_pairs(to, ellipse_points, find_rows(x0, y0, x1, y1), fill != 0);
+  const placement where =
+      place(to.clip(), int64_t(x0) - 1, int64_t(y0) - 1, int64_t(x1) + 1, int64_t(y1) + 1);
+  if (where.misses) return;
+  const int32_t count = find_rows(x0, y0, x1, y1);
+  to.draw(where, [=](auto &on) { draw_pairs(on, ellipse_points, count, fill != 0); });
 }
 
 template <typename Pixel>

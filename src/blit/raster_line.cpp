@@ -62,68 +62,113 @@ step_range visible_steps(const line_axis &major, const line_axis &minor, step_ra
   return along;
 }
 
-/// Draws `count` pixels from `at`, moving `along` bytes each time, and `across` as well where the
-/// position across, a remainder of the major length that grows by the minor one, passes a whole.
-template <typename Pen>
-void walk(Pen &pen, uint8_t *at, uint32_t count, int32_t along, int32_t across, uint32_t remainder,
-          uint32_t minor, uint32_t major) {
-  const auto dot = [&pen](uint8_t *p) { pen.dot(reinterpret_cast<typename Pen::pixel *>(p)); };
-  if (minor == major || minor == 0) {
-    const int32_t both = minor ? along + across : along;
-    for (; count; --count, at += both)
-      dot(at);
-  } else if (uint64_t(count) * major <= uint64_t(1) << 32) {
-    // In fractions of 32 bits, rounded up. They exceed the true position by less than count / 2^32,
-    // and that is short of the next whole by 1 / major at least.
-    const auto fraction_of = [major](uint32_t part) {
-      return uint32_t(((uint64_t(part) << 32) + major - 1) / major);
-    };
-    const uint32_t step = fraction_of(minor);
-    uint32_t position = fraction_of(remainder);
-    for (; count; --count) {
-      dot(at);
-      at += along;
-      const uint32_t former = position;
-      position += step;
-      if (position < former) at += across;
-    }
-  } else {
-    const uint32_t rest = major - minor;
-    for (; count; --count) {
-      dot(at);
-      at += along;
-      if (remainder >= rest) {
-        remainder -= rest;
-        at += across;
-      } else {
-        remainder += minor;
-      }
+/// A run of steps along a line whose pixels all show.
+struct line_walk {
+  uint8_t *at;
+  uint32_t count;        // pixels
+  int32_t along, across; // bytes of a step along the major and the minor axis
+  uint32_t remainder;    // of the position across, in parts of a whole: `major`
+  uint32_t minor, major; // a step moves by minor / major across
+};
+
+/// For any line; `Int` holds sums of its lengths.
+template <typename Int, typename Dot> void walk_by_remainders(const line_walk &w, Dot dot) {
+  const Int minor = w.minor, major = w.major;
+  Int past_whole = Int(w.remainder) - major;
+  uint8_t *at = w.at;
+  for (uint32_t count = w.count; count; --count) {
+    dot(at);
+    at += w.along;
+    past_whole += minor;
+    if (past_whole >= 0) {
+      past_whole -= major;
+      at += w.across;
     }
   }
 }
 
-template <typename Canvas> void line(Canvas &to, int32_t x0, int32_t y0, int32_t x1, int32_t y1) {
-  if (y0 == y1) return to.run(std::min(x0, x1), std::max(x0, x1), y0);
-  const line_axis x(x0, x1), y(y0, y1);
-  const bool steep = x.length < y.length;
-  const line_axis &major = steep ? y : x, &minor = steep ? x : y;
+/// Faster, in fractions of 31 bits. These are rounded up, by 1 / 2^31 and a little at most; so a
+/// position exceeds the true one by less than (count + 1) / 2^31 and a little. The true one is
+/// short of the next whole by 1 / major at least, which must be more.
+bool can_walk_by_fractions(const line_walk &w) {
+  return uint64_t(w.count) * w.major < uint64_t(1) << 30;
+}
+template <typename Dot> void walk_by_fractions(const line_walk &w, Dot dot) {
+  const double unit = 2147483648.0 / int32_t(w.major);
+  const auto fraction_of = [unit](uint32_t part) {
+    return (uint32_t(int32_t(int32_t(part) * unit)) + 1) * 2; // in 32 bits after all
+  };
+  const uint32_t step = fraction_of(w.minor);
+  uint32_t position = fraction_of(w.remainder);
+  uint8_t *at = w.at;
+  for (uint32_t count = w.count; count; --count) {
+    dot(at);
+    const bool whole = __builtin_add_overflow(position, step, &position);
+    at += w.along + (w.across & -int32_t(whole));
+  }
+}
 
-  const auto &clip = to.clip();
+template <typename Pen> void walk(Pen &to, line_walk w) {
+  constexpr uint32_t worth_fractions = 24;
+  Pen pen = to; // in registers: a pixel stored through it might else be part of it
+  const auto dot = [&pen](uint8_t *p) { pen.dot(reinterpret_cast<typename Pen::pixel *>(p)); };
+  if (w.minor == 0 || w.minor == w.major) {
+    const int32_t step = w.minor ? w.along + w.across : w.along;
+    for (; w.count; --w.count, w.at += step)
+      dot(w.at);
+  } else if (w.major < worth_fractions) {
+    walk_by_remainders<int32_t>(w, dot);
+  } else if (can_walk_by_fractions(w)) {
+    walk_by_fractions(w, dot);
+  } else {
+    walk_by_remainders<int64_t>(w, dot);
+  }
+  to = pen;
+}
+
+/// The part of a line that shows.
+struct line_part {
+  uint32_t first, count; // steps along the major axis
+  uint32_t across;       // whole steps across at the first, and
+  uint32_t remainder;    // of the next, in parts of the major length
+};
+
+/// Count 0 when nothing shows.
+line_part visible_part(const line_axis &x, const line_axis &y, const clip_rectangle &clip) {
   const step_range columns = steps_within(x, clip.left, clip.right);
   const step_range rows = steps_within(y, clip.top, clip.bottom);
-  const step_range steps =
-      steep ? visible_steps(y, x, rows, columns) : visible_steps(x, y, columns, rows);
-  if (steps.last < steps.first) return;
-
+  const bool steep = x.length < y.length;
+  const line_axis &major = steep ? y : x, &minor = steep ? x : y;
+  const step_range steps = steep ? visible_steps(major, minor, rows, columns)
+                                 : visible_steps(major, minor, columns, rows);
+  if (steps.last < steps.first) return {};
   const auto first = uint32_t(steps.first);
   const uint64_t total = uint64_t(minor.length) * first + (major.length - 1) / 2;
-  const auto across = uint32_t(total / major.length);
-  auto *const at = reinterpret_cast<uint8_t *>(steep ? to.at(x.at(across), y.at(first))
-                                                     : to.at(x.at(first), y.at(across)));
+  return {first, uint32_t(steps.last - steps.first + 1), uint32_t(total / major.length),
+          uint32_t(total % major.length)};
+}
+
+template <typename Canvas>
+[[gnu::always_inline]] inline void line(Canvas &to, int32_t x0, int32_t y0, int32_t x1,
+                                        int32_t y1) {
+  if (y0 == y1) return to.run(std::min(x0, x1), std::max(x0, x1), y0);
+  const placement where =
+      place(to.clip(), std::min(x0, x1), std::min(y0, y1), std::max(x0, x1), std::max(y0, y1));
+  if (where.misses) return;
+  const line_axis x(x0, x1), y(y0, y1);
+  const bool steep = x.length < y.length;
+  const uint32_t major = std::max(x.length, y.length), minor = std::min(x.length, y.length);
+  const line_part part =
+      where.within ? line_part{0, major + 1, 0, (major - 1) / 2} : visible_part(x, y, to.clip());
+  if (!part.count) return;
+
+  const uint32_t columns = steep ? part.across : part.first;
+  const uint32_t rows = steep ? part.first : part.across;
+  auto *const at = reinterpret_cast<uint8_t *>(to.at(x.at(columns), y.at(rows)));
   const int32_t column = x.direction * int32_t(sizeof(*to.at(0, 0)));
   const int32_t row = y.direction * to.stride();
-  walk(to.pen(), at, uint32_t(steps.last - steps.first + 1), steep ? row : column,
-       steep ? column : row, uint32_t(total % major.length), minor.length, major.length);
+  walk(to.pen(),
+       {at, part.count, steep ? row : column, steep ? column : row, part.remainder, minor, major});
   to.mark_drawn();
 }
 
@@ -169,7 +214,7 @@ void line_drawing(__ORBSurface2D__ *surface, int32_t x0, int32_t y0, int32_t x1,
   }                                                                                                \
   void draw_line##depth(__ORBSurface2D__ *surface, int32_t x0, int32_t y0, int32_t x1, int32_t y1, \
                         uint32_t colour) {                                                         \
-    if (aim<pixel>(surface) && linec##depth(x0, y0, x1, y1, colour)) mark_ground(surface);         \
+    draw_on<pixel>(surface, colour, [=](auto &to) { line(to, x0, y0, x1, y1); });                  \
   }                                                                                                \
   void drawing_line##depth(__ORBSurface2D__ *surface, int32_t x0, int32_t y0, int32_t x1,          \
                            int32_t y1) {                                                           \

@@ -20,38 +20,58 @@ template <typename Pixel> struct solid_pen {
 
   void dot(Pixel *at) const { *at = colour; }
 
-  /// Most runs are short or not aligned: the ends are stored in whole groups that may overlap what
-  /// is stored between them.
+  /// Most runs are short and not aligned. So both ends are stored in the widest pieces that fit the
+  /// run, and overlap what is stored between them or each other.
   void run(Pixel *at, uint32_t count) const {
-    constexpr uint32_t per_group = group_size<Pixel>;
-    if (count < per_group) {
-      for (Pixel *const end = at + count; at != end; ++at)
-        *at = colour;
-      return;
-    }
-    if constexpr (sizeof(Pixel) == 1) {
-      if (count > 256) {
-        memset(at, colour, count);
-        return;
-      }
-    }
+    auto *const begin = reinterpret_cast<uint8_t *>(at);
+    const uint32_t bytes_left = count * uint32_t(sizeof(Pixel));
+    uint8_t *const end = begin + bytes_left;
     const auto colours = group<Pixel>{} + colour;
-    Pixel *const last_group = at + (count - per_group);
-    store(at, colours);
-    at += per_group - reinterpret_cast<uintptr_t>(at) / sizeof(Pixel) % per_group;
-    for (; at + 3 * per_group < last_group; at += 4 * per_group) {
-      for (uint32_t i = 0; i < 4; ++i)
-        store_aligned(at + i * per_group, colours);
+    if (bytes_left >= vector_bytes) {
+      long_run(begin, end, colours);
+    } else if (bytes_left >= 8) {
+      store_both_ends<uint64_t>(begin, end, colours);
+    } else if (bytes_left >= 4) {
+      store_both_ends<uint32_t>(begin, end, colours);
+    } else if constexpr (sizeof(Pixel) == 1) {
+      begin[0] = begin[count / 2] = end[-1] = colour;
+    } else {
+      *at = colour;
     }
-    for (; at < last_group; at += per_group)
-      store_aligned(at, colours);
-    store(last_group, colours);
   }
 
   void finish() const {}
 
 private:
-  static void store_aligned(Pixel *to, group<Pixel> v) {
+  template <typename Piece>
+  static void store_both_ends(uint8_t *begin, uint8_t *end, group<Pixel> colours) {
+    Piece piece;
+    memcpy(&piece, &colours, sizeof piece);
+    memcpy(begin, &piece, sizeof piece);
+    memcpy(end - sizeof piece, &piece, sizeof piece);
+  }
+
+  static void long_run(uint8_t *begin, uint8_t *end, group<Pixel> colours) {
+    constexpr size_t worth_a_call = 4096; // from there on the C library's wider stores gain
+    if constexpr (sizeof(Pixel) == 1) {
+      if (size_t(end - begin) >= worth_a_call) {
+        memset(begin, colours[0], size_t(end - begin));
+        return;
+      }
+    }
+    uint8_t *const last = end - vector_bytes;
+    store(begin, colours);
+    uint8_t *at = begin + (vector_bytes - reinterpret_cast<uintptr_t>(begin) % vector_bytes);
+    for (; at + 3 * vector_bytes < last; at += 4 * vector_bytes) {
+      for (int32_t i = 0; i < 4; ++i)
+        store_aligned(at + i * vector_bytes, colours);
+    }
+    for (; at < last; at += vector_bytes)
+      store_aligned(at, colours);
+    store(last, colours);
+  }
+
+  static void store_aligned(uint8_t *to, group<Pixel> v) {
     *reinterpret_cast<group<Pixel> *>(to) = v;
   }
 };

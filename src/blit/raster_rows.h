@@ -24,9 +24,18 @@ template <typename Canvas>
 void outline_in_both(Canvas &to, const row_pair &rows, int32_t outer_left, int32_t outer_right) {
   const int32_t left_end = std::max(rows.left, outer_left - 1);
   const int32_t right_start = std::min(rows.right, outer_right + 1);
-  if (left_end >= right_start) return run_in_both(to, rows, rows.left, rows.right);
-  run_in_both(to, rows, rows.left, left_end);
-  run_in_both(to, rows, right_start, rows.right);
+  if (left_end >= right_start) {
+    run_in_both(to, rows, rows.left, rows.right);
+  } else if (left_end == rows.left && right_start == rows.right) {
+    // Most rows of a large shape.
+    for (const int32_t x : {left_end, right_start}) {
+      to.dot(x, rows.top);
+      if (rows.bottom != rows.top) to.dot(x, rows.bottom);
+    }
+  } else {
+    run_in_both(to, rows, rows.left, left_end);
+    run_in_both(to, rows, right_start, rows.right);
+  }
 }
 
 /// Draws a shape about the canvas' origin, `height` rows to either side of the middle one, of which
