@@ -8,13 +8,10 @@
 #include "formats/codec.h"
 #include "formats/icc_profile.h"
 #include "formats/jpeg_guard.h"
-#include "formats/truecolour.h"
-#include "surface/surface.h"
+#include "formats/picture_rows.h"
 
 namespace {
 
-/// Rows asked for at once: as many as libjpeg makes in one go.
-constexpr uint32_t band_height = 16;
 /// Progressive files come in about ten scans. More than this many only cost time: every one goes
 /// over the whole picture, however few bytes it has.
 constexpr int max_scans = 100;
@@ -25,12 +22,11 @@ struct jpeg_reading {
   jpeg_decompress_struct info;
   jpeg_progress_mgr progress;
   bool cut_short; // the end of the file came before the end of the picture
-  truecolour_conversion conversion;
+  picture_rows rows;
   JOCTET *profile;
   cmsHTRANSFORM from_cmyk; // null when there is no profile to go by
-  uint32_t *scratch;       // a band of rows that are still to be converted
-  /// Brings pixels as libjpeg delivers them to 0x00RRGGBB.
-  void (*finish_row)(const jpeg_reading &reading, uint32_t *row, uint32_t count);
+  /// Brings pixels as libjpeg delivers them to 0x00RRGGBB; null for grey ones.
+  void (*finish_colours)(const jpeg_reading &reading, uint32_t *row, uint32_t count);
 };
 
 jpeg_reading *reading_of(j_common_ptr codec) {
@@ -91,14 +87,15 @@ void set_grey_palette() {
 // ---- Colours: whole rows, in place; both kinds are four bytes a pixel
 
 /// libjpeg leaves the byte beside the colour to chance.
-void finish_colour(const jpeg_reading &, uint32_t *row, uint32_t count) {
+void keep_colours(const jpeg_reading &, uint32_t *row, uint32_t count) {
   for (uint32_t i = 0; i < count; i++)
     row[i] &= 0xFFFFFF;
 }
 
-void finish_cmyk_by_profile(const jpeg_reading &reading, uint32_t *row, uint32_t count) {
+/// A transform looks at no neighbours: a row at a time gives what the whole picture would.
+void convert_cmyk_by_profile(const jpeg_reading &reading, uint32_t *row, uint32_t count) {
   cmsDoTransform(reading.from_cmyk, row, row, count);
-  finish_colour(reading, row, count);
+  keep_colours(reading, row, count);
 }
 
 /// The rounded quotient by 255 of a product of two bytes.
@@ -108,7 +105,7 @@ constexpr uint32_t multiply(uint32_t a, uint32_t b) {
 
 /// The samples are inverted, as the programs that write such files leave them: 255 is no ink. Each
 /// colour is then what its ink lets through, times what black lets through.
-void finish_cmyk(const jpeg_reading &, uint32_t *row, uint32_t count) {
+void convert_cmyk(const jpeg_reading &, uint32_t *row, uint32_t count) {
   for (uint32_t i = 0; i < count; i++) {
     const uint32_t cmyk = row[i], black = cmyk >> 24;
     row[i] = multiply(cmyk & 255, black) << 16 | multiply(cmyk >> 8 & 255, black) << 8 |
@@ -141,80 +138,50 @@ void choose_output(jpeg_reading *reading) {
   case 1: info.out_color_space = JCS_GRAYSCALE; return;
   case 3:
     info.out_color_space = JCS_EXT_BGRX;
-    reading->finish_row = finish_colour;
+    reading->finish_colours = keep_colours;
     break;
   case 4:
     info.out_color_space = JCS_CMYK;
     make_transform(reading);
-    reading->finish_row = reading->from_cmyk ? finish_cmyk_by_profile : finish_cmyk;
+    reading->finish_colours = reading->from_cmyk ? convert_cmyk_by_profile : convert_cmyk;
     break;
   default: give_up(&reading->guard, error_format);
   }
 }
 
-/// `size` bytes for pixels, or the end of the reading.
-void *pixel_memory(jpeg_reading *reading, uint64_t size) {
-  // What a surface may hold at most; larger requests would wrap on their way to the heap.
-  void *memory = size <= 0x7FFFFFE0u ? aligned_malloc(uint32_t(size)) : nullptr;
-  if (!memory) give_up(&reading->guard, error_out_of_memory);
-  return memory;
-}
-
-/// Reads the next rows, some or all of a band, one `pitch` apart. How many.
-uint32_t read_band(jpeg_reading *reading, uint8_t *band, size_t pitch) {
-  const uint32_t left = reading->info.output_height - reading->info.output_scanline;
-  const uint32_t count = left < band_height ? left : band_height;
-  JSAMPROW rows[band_height];
-  for (uint32_t i = 0; i < count; i++)
-    rows[i] = band + i * pitch;
-  return jpeg_read_scanlines(&reading->info, rows, count);
-}
-
-void read_rows(jpeg_reading *reading, uint8_t *rows, size_t pitch, int32_t depth) {
-  const uint32_t w = reading->info.output_width;
-  // Rows that keep the size in which they are delivered are finished where they stay.
-  const bool in_place = depth == 32 || !reading->finish_row;
-  const size_t band_pitch = in_place ? pitch : size_t(w) * 4;
-  if (!in_place)
-    reading->scratch =
-        static_cast<uint32_t *>(pixel_memory(reading, uint64_t(band_pitch) * band_height));
-  while (reading->info.output_scanline < reading->info.output_height) {
-    auto *band = in_place ? rows : reinterpret_cast<uint8_t *>(reading->scratch);
-    const uint32_t count = read_band(reading, band, band_pitch);
-    for (uint32_t i = 0; reading->finish_row && i < count; i++) {
-      auto *row = reinterpret_cast<uint32_t *>(band + i * band_pitch);
-      reading->finish_row(*reading, row, w);
-      if (!in_place) convert_truecolour_row(reading->conversion, rows + i * pitch, row, w);
+void read_rows(jpeg_reading *reading) {
+  const picture_rows &rows = reading->rows;
+  for (uint32_t y = 0; y < rows.h; y++) {
+    if (!reading->finish_colours) {
+      JSAMPROW row = index_row(rows, y);
+      jpeg_read_scanlines(&reading->info, &row, 1);
+      continue;
     }
-    rows += count * pitch;
+    uint32_t *const colours = colour_row(rows, y);
+    auto row = reinterpret_cast<JSAMPROW>(colours);
+    jpeg_read_scanlines(&reading->info, &row, 1);
+    reading->finish_colours(*reading, colours, rows.w);
+    finish_row(rows, y);
   }
 }
 
 void read_picture(jpeg_reading *reading) {
   read_header(reading);
-  choose_output(reading);
   if (!long_enough(*reading)) give_up(&reading->guard, error_format);
-  const bool grey = !reading->finish_row;
-  if (grey)
-    set_grey_palette();
-  else if (!begin_truecolour(&reading->conversion, false))
-    give_up(&reading->guard, error_out_of_memory);
-  const int32_t depth = grey ? 8 : reading->conversion.depth;
+  choose_output(reading);
+  const bool grey = !reading->finish_colours;
   const uint32_t w = reading->info.image_width, h = reading->info.image_height;
-  const uint64_t pitch = uint64_t(w) * uint32_t(depth / 8);
-  image_data = pixel_memory(reading, pitch * h);
+  const bool begun =
+      grey ? begin_indices(&reading->rows, w, h) : begin_colours(&reading->rows, w, h, false);
+  if (!begun) give_up(&reading->guard, script_error(image_error));
+  if (grey) set_grey_palette();
 
   jpeg_start_decompress(&reading->info);
   // All scans have been read by now; without the end nobody knows how many more there were.
   if (reading->cut_short && jpeg_has_multiple_scans(&reading->info))
     give_up(&reading->guard, error_format);
-  read_rows(reading, static_cast<uint8_t *>(image_data), size_t(pitch), depth);
+  read_rows(reading);
   jpeg_finish_decompress(&reading->info);
-
-  image_w = int32_t(w);
-  image_h = int32_t(h);
-  image_bpp = depth;
-  image_alphachannel = 0;
 }
 
 /// Grey pictures have the ramp of greys for a palette, others none.
@@ -231,23 +198,20 @@ bool guarded(jpeg_reading *reading, void (*work)(jpeg_reading *)) {
   return true;
 }
 
-/// Opens the file, runs `work` over it, frees everything but the result. 1, or 0 with image_error.
-int32_t read_jpeg(const char *filename, void (*work)(jpeg_reading *)) {
-  jpeg_reading reading{};
-  if (!open_jpeg(&reading, filename)) {
+/// Opens the file, runs `work` over it, frees all but the rows. 1, or 0 with image_error.
+int32_t read_jpeg(jpeg_reading *reading, const char *filename, void (*work)(jpeg_reading *)) {
+  if (!open_jpeg(reading, filename)) {
     image_error = error_open;
     return 0;
   }
-  reading.info.err = init_guard(&reading.guard);
-  reading.guard.manager.emit_message = on_message;
-  const bool good = guarded(&reading, work);
-  jpeg_destroy_decompress(&reading.info);
-  fclose(reading.file);
-  if (reading.from_cmyk) cmsDeleteTransform(reading.from_cmyk);
-  free(reading.profile);
-  aligned_free(reading.scratch);
-  end_truecolour(&reading.conversion);
-  if (!good) image_error = reading.guard.error;
+  reading->info.err = init_guard(&reading->guard);
+  reading->guard.manager.emit_message = on_message;
+  const bool good = guarded(reading, work);
+  jpeg_destroy_decompress(&reading->info);
+  fclose(reading->file);
+  if (reading->from_cmyk) cmsDeleteTransform(reading->from_cmyk);
+  free(reading->profile);
+  if (!good) image_error = reading->guard.error;
   return good;
 }
 
@@ -266,12 +230,11 @@ int32_t ORB_CheckJPEGHeader(const char *filename, const char *) {
 }
 
 int32_t ORB_LoadJPEG(const char *filename, const char *) {
-  if (read_jpeg(filename, read_picture)) return 1;
-  aligned_free(image_data);
-  image_data = nullptr;
-  return 0;
+  jpeg_reading reading{};
+  return end_picture(&reading.rows, read_jpeg(&reading, filename, read_picture));
 }
 
 int32_t ORB_LoadJPEGPalette(const char *filename) {
-  return read_jpeg(filename, read_palette);
+  jpeg_reading reading{};
+  return read_jpeg(&reading, filename, read_palette);
 }

@@ -10,7 +10,7 @@
 #include <png.h>
 
 #include "formats/codec.h"
-#include "formats/truecolour.h"
+#include "formats/picture_rows.h"
 #include "module/script_call.h"
 #include "surface/surface.h"
 
@@ -110,8 +110,8 @@ void set_transforms(png_reading *reading) {
 
 /// `size` bytes for pixels, or the end of the reading.
 void *pixel_memory(png_reading *reading, uint64_t size) {
-  // What a surface may hold at most; larger requests would wrap on their way to the heap.
-  void *memory = size <= 0x7FFFFFE0u ? aligned_malloc(uint32_t(size)) : nullptr;
+  // Larger requests would wrap on their way to the heap.
+  void *memory = size <= max_picture_size ? aligned_malloc(uint32_t(size)) : nullptr;
   if (!memory) give_up(reading, error_out_of_memory);
   return memory;
 }
