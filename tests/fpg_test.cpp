@@ -175,9 +175,12 @@ TEST_F(Fpg, OddEntries) {
     ASSERT_GE(number, 3) << answer(number);
     EXPECT_EQ(fpg[number].map_count, 3);
   }
+  host.file.at_end = nullptr;
+  ASSERT_EQ(load("tail.fpg"), 6);
+  EXPECT_EQ(fpg[6].map_count, 3);
   disk.files["empty.fpg"] = fpg_file(8, {});
-  EXPECT_EQ(ask(ORB_fpg_load, "empty.fpg"), "6");
-  EXPECT_EQ(contents(6), "0 graphs, 16 bytes:");
+  EXPECT_EQ(ask(ORB_fpg_load, "empty.fpg"), "7");
+  EXPECT_EQ(contents(7), "0 graphs, 16 bytes:");
 }
 
 TEST_F(Fpg, AStreamWithoutAnEnd) {

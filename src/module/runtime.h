@@ -49,6 +49,6 @@ int32_t rt_file_read(void *buffer, int32_t count, int32_t cipher, void *handle);
 int32_t rt_file_write(const void *buffer, int32_t count, int32_t cipher, void *handle);
 /// 0 on success.
 int32_t rt_file_seek(void *handle, int32_t offset, int32_t whence);
-/// Nonzero at the end of the file.
+/// Nonzero at the end of the file. A host may not tell, so a short read is an end, too.
 int32_t rt_file_at_end(void *handle);
 void rt_file_close(void *handle);

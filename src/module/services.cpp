@@ -92,9 +92,9 @@ int32_t rt_file_seek(void *handle, int32_t offset, int32_t whence) {
 }
 
 int32_t rt_file_at_end(void *handle) {
-  // A host that can't tell is at the end, so that loops over entries stop.
+  // A host that can't tell lets its readers run into the end.
   auto *call = service(&orb_device_system::file, &orb_file_services::at_end);
-  return call ? call(handle) : 1;
+  return call ? call(handle) : 0;
 }
 
 void rt_file_close(void *handle) {
