@@ -115,7 +115,7 @@ int32_t ORB_map_new_cpoint() {
   if (there && records_of(surface)[point].defined) return call.done(0);
   if (surface->has_cpoints >= most_defined) return call.done(-1);
   if (!there && !grow_points(surface, point)) {
-    call.bad(error_out_of_memory, 3, point);
+    call.bad(error_out_of_memory, 1, file);
     return call.fail();
   }
   set_point(surface, point, x, y);
@@ -181,7 +181,8 @@ int32_t ORB_map_get_realcpoint() {
 }
 
 /// map_set_center(file, graph, x, y): sets the pivot, inside the graph or not, and defines it as
-/// control point 0. 1.
+/// control point 0. A coordinate of -1, which is the same as 65535 to whatever reads it, stands for
+/// the middle. 1.
 int32_t ORB_map_set_center() {
   const script_call call{"MAP_SET_CENTER"};
   auto [file, graph, x, y] = pop_args<int32_t, int32_t, int32_t, int32_t>();
