@@ -213,6 +213,59 @@ TEST_F(JpegReader, AFileTooShortForItsPictureCostsNothing) {
   }
 }
 
+/// The same picture compressed by libjpeg from plain RGB rows. Quality -1: its own default.
+file_bytes reference_file(const std::vector<uint32_t> &colours, uint32_t w, uint32_t h, int quality,
+                          bool arithmetic = false) {
+  jpeg_compress_struct info{};
+  jpeg_error_mgr errors;
+  info.err = jpeg_std_error(&errors);
+  jpeg_create_compress(&info);
+  unsigned char *out = nullptr;
+  unsigned long size = 0;
+  jpeg_mem_dest(&info, &out, &size);
+  info.image_width = w;
+  info.image_height = h;
+  info.input_components = 3;
+  info.in_color_space = JCS_RGB;
+  jpeg_set_defaults(&info);
+  if (quality >= 0) jpeg_set_quality(&info, quality, TRUE);
+  info.arith_code = arithmetic;
+  jpeg_start_compress(&info, TRUE);
+  file_bytes row(size_t(w) * 3);
+  for (uint32_t y = 0; y < h; y++) {
+    for (uint32_t x = 0; x < w; x++)
+      for (uint32_t c = 0; c < 3; c++)
+        row[3 * x + c] = uint8_t(colours[y * w + x] >> (16 - 8 * c));
+    JSAMPROW rows[] = {row.data()};
+    jpeg_write_scanlines(&info, rows, 1);
+  }
+  jpeg_finish_compress(&info);
+  jpeg_destroy_compress(&info);
+  const file_bytes file(out, out + size);
+  free(out);
+  return file;
+}
+
+// White goes into next to nothing there, so that no size is too short; only a big claim is.
+TEST_F(JpegReader, ArithmeticCoding) {
+#if !defined(C_ARITH_CODING_SUPPORTED) || !defined(D_ARITH_CODING_SUPPORTED)
+  GTEST_SKIP() << "this libjpeg has none";
+#endif
+  const file_bytes whole =
+      reference_file(std::vector<uint32_t>(256 * 256, 0xFFFFFF), 256, 256, -1, true);
+  ASSERT_EQ(load(whole), 1);
+  for (size_t i = 0; i < pixels(); i++)
+    ASSERT_EQ(colour(i), 0xFFFFFFu);
+  for (size_t size = 0; size < whole.size() - 1; size++)
+    ASSERT_EQ(load({whole.begin(), whole.begin() + ptrdiff_t(size)}), 0) << size;
+  file_bytes claim = whole;
+  const size_t at = find_marker(claim, 0xC9) + 5;
+  for (size_t i : {0, 2})
+    claim[at + i] = 20000 >> 8;
+  EXPECT_EQ(load(claim), 0);
+  EXPECT_EQ(image_error, 144);
+}
+
 TEST_F(JpegReader, ScansWithoutEndAreRefused) {
   const file_bytes whole = data("pillow_rgb_progressive.jpg");
   size_t last = 0;
@@ -337,38 +390,6 @@ TEST_F(JpegProfile, ConvertsInks) {
 }
 
 // ---- Writing
-
-/// The same picture compressed by libjpeg from plain RGB rows. Quality -1: its own default.
-file_bytes reference_file(const std::vector<uint32_t> &colours, uint32_t w, uint32_t h,
-                          int quality) {
-  jpeg_compress_struct info{};
-  jpeg_error_mgr errors;
-  info.err = jpeg_std_error(&errors);
-  jpeg_create_compress(&info);
-  unsigned char *out = nullptr;
-  unsigned long size = 0;
-  jpeg_mem_dest(&info, &out, &size);
-  info.image_width = w;
-  info.image_height = h;
-  info.input_components = 3;
-  info.in_color_space = JCS_RGB;
-  jpeg_set_defaults(&info);
-  if (quality >= 0) jpeg_set_quality(&info, quality, TRUE);
-  jpeg_start_compress(&info, TRUE);
-  file_bytes row(size_t(w) * 3);
-  for (uint32_t y = 0; y < h; y++) {
-    for (uint32_t x = 0; x < w; x++)
-      for (uint32_t c = 0; c < 3; c++)
-        row[3 * x + c] = uint8_t(colours[y * w + x] >> (16 - 8 * c));
-    JSAMPROW rows[] = {row.data()};
-    jpeg_write_scanlines(&info, rows, 1);
-  }
-  jpeg_finish_compress(&info);
-  jpeg_destroy_compress(&info);
-  const file_bytes file(out, out + size);
-  free(out);
-  return file;
-}
 
 TEST_F(JpegWriter, FilesAreWhatLibjpegMakesOfTheColours) {
   std::mt19937 random(43);

@@ -42,9 +42,12 @@ void on_message(j_common_ptr codec, int level) {
   if (codec->err->msg_code == JWRN_JPEG_EOF) reading->cut_short = true;
 }
 
+/// Ends what takes too long. An arithmetic decoder doesn't even complain when its bytes run out.
 void on_progress(j_common_ptr codec) {
   jpeg_reading *reading = reading_of(codec);
-  if (reading->info.input_scan_number > max_scans) give_up(&reading->guard, error_format);
+  const bool starved = reading->cut_short && reading->info.arith_code;
+  if (starved || reading->info.input_scan_number > max_scans)
+    give_up(&reading->guard, error_format);
 }
 
 bool open_jpeg(jpeg_reading *reading, const char *filename) {
@@ -53,12 +56,13 @@ bool open_jpeg(jpeg_reading *reading, const char *filename) {
   return reading->file != nullptr;
 }
 
-/// Whether the file is long enough for its picture: every 8 x 8 block of a component takes a bit at
-/// least. Keeps files of a few bytes from asking for gigabytes. Arithmetic coding knows no such
-/// bound, nor is it known for what isn't a plain file.
+/// Whether the file is long enough for its picture, so that files of a few bytes can't ask for
+/// gigabytes. Every 8 x 8 block of a component takes a bit at least. Arithmetic coding gets along
+/// with much less where nothing changes; its pictures are believed up to a million blocks, 64
+/// megapixels of grey. Nothing is known of what isn't a plain file.
 bool long_enough(const jpeg_reading &reading) {
   const long position = ftell(reading.file);
-  if (reading.info.arith_code || position < 0 || fseek(reading.file, 0, SEEK_END) != 0) return true;
+  if (position < 0 || fseek(reading.file, 0, SEEK_END) != 0) return true;
   const long size = ftell(reading.file);
   if (fseek(reading.file, position, SEEK_SET) != 0) return false;
   uint64_t blocks = 0;
@@ -66,7 +70,8 @@ bool long_enough(const jpeg_reading &reading) {
     const jpeg_component_info &component = reading.info.comp_info[i];
     blocks += uint64_t(component.width_in_blocks) * component.height_in_blocks;
   }
-  return size < 0 || uint64_t(size) * 8 >= blocks;
+  const uint64_t bits = size > 0 ? uint64_t(size) * 8 : 0;
+  return blocks <= (reading.info.arith_code ? (1u << 20) + bits * 64 : bits);
 }
 
 void read_header(jpeg_reading *reading) {
