@@ -140,7 +140,11 @@ need_configured() {
   local preset=$1 dir=$root/build/$1 options=() source=$1 id=native wanted
   if is_native; then
     source=native
-    [ "$preset" != asan ] || options+=(-DORB_SANITIZE=address,undefined)
+    case $preset in
+      asan) options+=(-DORB_SANITIZE=address,undefined) ;;
+      fuzz) options+=(-DORB_SANITIZE=address,undefined,fuzzer-no-link
+                      -DORB_TESTS=OFF -DORB_BENCH=OFF) ;;
+    esac
   else
     id=$(cat "$sysroot/.id")
   fi
@@ -194,7 +198,9 @@ need_built() {
 # prepare PRESET TARGET...: everything up to the built targets.
 prepare() {
   local preset=$1 extra=()
-  [ "$preset" != asan ] || mapfile -t extra < <(list_of "$root/tools/packages-sanitize.txt")
+  case $preset in
+    asan | fuzz) mapfile -t extra < <(list_of "$root/tools/packages-sanitize.txt") ;;
+  esac
   lock
   need_setup "${extra[@]}"
   need_configured "$preset"

@@ -11,6 +11,9 @@ usage: ./orb VERB [ARGUMENTS]
                           --sanitize: under AddressSanitizer and UBSan
   bench [NAME] [OPTIONS]  run all benchmarks, or those whose name matches NAME;
                           --sse2: without AVX2; --check: compare the pictures only
+  fuzz [TARGET [SECONDS]] [OPTIONS]
+                          look for inputs that break a target, for 60 seconds or as
+                          many as given; alone: list the targets
   build                   build everything
   install PREFIX          install module, header and programs under PREFIX
   clean [--all]           remove what was built; --all: the sysroot too
@@ -148,6 +151,61 @@ verb_bench() {
   prepare "$preset" orb_bench
   export SDL_VIDEODRIVER=${SDL_VIDEODRIVER-dummy}
   run32 "$root/build/$preset/bin/orb_bench" "${options[@]}" "$@"
+}
+
+# The fuzz targets: fuzz/NAME_fuzz.cpp, each with its title, the first line of that file.
+list_targets() {
+  local file name
+  for file in "$root"/fuzz/*_fuzz.cpp; do
+    name=${file##*/}
+    printf '  %-10s %s\n' "${name%_fuzz.cpp}" "$(sed -n '1s|^// *||p' "$file")"
+  done
+}
+
+# One target, from the inputs that the repository keeps. What a run adds to its corpus stays in
+# build/fuzz/corpus/TARGET, and the next run starts from there.
+verb_fuzz() {
+  local target=${1-} seconds=60
+  if [ -z "$target" ]; then
+    echo "usage: ./orb fuzz TARGET [SECONDS] [LIBFUZZER OPTIONS]; the targets:"
+    list_targets
+    return
+  fi
+  [ -e "$root/fuzz/${target}_fuzz.cpp" ] || {
+    say "unknown target '$target'; ./orb fuzz alone lists the targets"
+    exit 2
+  }
+  shift
+  case ${1-} in
+    '' | -*) ;;
+    *[!0-9]*) say "'$1' is no number of seconds"; exit 2 ;;
+    *) seconds=$1; shift ;;
+  esac
+  prepare fuzz "${target}_fuzz"
+
+  local dir=$root/build/fuzz kept
+  local corpus=$dir/corpus/$target found=$dir/found/$target
+  mkdir -p "$corpus" "$found"
+  for kept in "$root/tests/data/corpus/$target" "$root/tests/data/$target"; do
+    [ ! -d "$kept" ] || cp -n "$kept"/* "$corpus/" ||
+      die "copying $kept to $corpus: check that folder's rights"
+  done
+  local before=$dir/found/.$target
+  touch "$before"
+  export SDL_VIDEODRIVER=dummy
+  export ASAN_SYMBOLIZER_PATH=${ASAN_SYMBOLIZER_PATH-$(command -v llvm-symbolizer-14)}
+  export LSAN_OPTIONS=print_suppressions=0:suppressions=$root/tests/lsan.supp
+  run32 "$dir/bin/${target}_fuzz" -max_total_time="$seconds" -timeout=20 -print_final_stats=1 \
+    "-artifact_prefix=$found/" "$@" "$corpus" </dev/null
+  local status=$? finds
+  mapfile -t finds < <(find "$found" -type f -newer "$before" | sort)
+  if [ ${#finds[@]} -gt 0 ]; then
+    say "FAILED: inputs that break '$target' (once mended, keep them in tests/data/corpus/$target):"
+    printf '%s\n' "${finds[@]}"
+    exit 1
+  fi
+  [ $status = 0 ] || die "the target '$target' ended with status $status: see above"
+  say "nothing found in $seconds seconds; the corpus: $corpus"
 }
 
 verb_build() {
