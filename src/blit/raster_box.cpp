@@ -37,7 +37,7 @@ bool clip_side(int32_t &low, int32_t &high, int32_t last) {
 template <typename Pixel>
 void rect(__ORBSurface2D__ *surface, int32_t x0, int32_t y0, int32_t x1, int32_t y1,
           uint32_t colour, int32_t fill) {
-  draw_on<Pixel>(surface, colour, [=](auto &to) mutable {
+  draw_on<Pixel>(surface, colour, [&](auto &to) {
     if (!clip_side(x0, x1, to.clip().right) || !clip_side(y0, y1, to.clip().bottom)) return;
     box_or_frame(to, x0, y0, x1, y1, fill);
   });

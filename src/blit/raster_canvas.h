@@ -41,7 +41,7 @@ public:
 
   /// Draws a shape that doesn't miss the rectangle, a function of a canvas; without clipping where
   /// it lies within.
-  template <typename Shape> void draw(const placement &where, Shape shape) {
+  template <typename Shape> void draw(const placement &where, const Shape &shape) {
     if (!where.within) return shape(*this);
     canvas<Pen, false> all(*this);
     shape(all);
@@ -155,8 +155,10 @@ inline void mark_ground(const __ORBSurface2D__ *surface) {
   if (surface == ground) ground_puting = 1;
 }
 
-/// Draws a shape, a function of a canvas, in one colour on the line target.
-template <typename Pixel, typename Shape> bool draw_on_target(uint32_t colour, Shape shape) {
+/// Draws a shape, a function of a canvas, in one colour on the line target. A call of its own would
+/// cost a short run as much as the run does.
+template <typename Pixel, typename Shape>
+[[gnu::always_inline]] inline bool draw_on_target(uint32_t colour, const Shape &shape) {
   if (!line_target.pixels) return false;
   const clip_rectangle whole = {0, 0, line_target.right, line_target.bottom};
   canvas<solid_pen<Pixel>> to(line_target, whole, {Pixel(colour)});
@@ -166,7 +168,7 @@ template <typename Pixel, typename Shape> bool draw_on_target(uint32_t colour, S
 
 /// Draws a shape in one colour on a surface.
 template <typename Pixel, typename Shape>
-void draw_on(__ORBSurface2D__ *surface, uint32_t colour, Shape shape) {
+void draw_on(__ORBSurface2D__ *surface, uint32_t colour, const Shape &shape) {
   if (aim<Pixel>(surface) && draw_on_target<Pixel>(colour, shape)) mark_ground(surface);
 }
 
@@ -184,7 +186,7 @@ template <> struct alpha_drawing<uint8_t> {
 };
 
 /// Draws a shape on the line target as the drawing routines do.
-template <typename Drawing, typename Shape> void draw_clipped(Shape shape) {
+template <typename Drawing, typename Shape> void draw_clipped(const Shape &shape) {
   if (!line_target.pixels) return;
   const clip_rectangle clip = {std::max(draw_clipx0, 0), std::max(draw_clipy0, 0),
                                std::min(draw_clipx1, line_target.right),
@@ -196,7 +198,7 @@ template <typename Drawing, typename Shape> void draw_clipped(Shape shape) {
 }
 
 template <typename Drawing, typename Shape>
-void drawing_on(__ORBSurface2D__ *surface, Shape shape) {
+void drawing_on(__ORBSurface2D__ *surface, const Shape &shape) {
   if (aim<typename Drawing::pixel>(surface)) draw_clipped<Drawing>(shape);
 }
 

@@ -148,6 +148,7 @@ line_part visible_part(const line_axis &x, const line_axis &y, const clip_rectan
           uint32_t(total % major.length)};
 }
 
+/// Inlined with its canvas, which then stays in registers: most lines are short.
 template <typename Canvas>
 [[gnu::always_inline]] inline void line(Canvas &to, int32_t x0, int32_t y0, int32_t x1,
                                         int32_t y1) {
@@ -174,21 +175,18 @@ template <typename Canvas>
 
 // ---- The routines ------------------------------------------------------------------------------
 
-template <typename Pixel> bool hline(int32_t x0, int32_t x1, int32_t y, uint32_t colour) {
-  return draw_on_target<Pixel>(colour,
-                               [=](auto &to) { to.run(std::min(x0, x1), std::max(x0, x1), y); });
+// The shapes, as functions of a canvas.
+
+auto row_of(int32_t x0, int32_t x1, int32_t y) {
+  return [=](auto &to) { to.run(std::min(x0, x1), std::max(x0, x1), y); };
 }
-template <typename Pixel> bool vline(int32_t y0, int32_t y1, int32_t x, uint32_t colour) {
-  return draw_on_target<Pixel>(colour,
-                               [=](auto &to) { to.column(std::min(y0, y1), std::max(y0, y1), x); });
+auto column_of(int32_t y0, int32_t y1, int32_t x) {
+  return [=](auto &to) { to.column(std::min(y0, y1), std::max(y0, y1), x); };
 }
-template <typename Pixel>
-bool linec(int32_t x0, int32_t y0, int32_t x1, int32_t y1, uint32_t colour) {
-  return draw_on_target<Pixel>(colour, [=](auto &to) { line(to, x0, y0, x1, y1); });
-}
-template <typename Drawing>
-void line_drawing(__ORBSurface2D__ *surface, int32_t x0, int32_t y0, int32_t x1, int32_t y1) {
-  drawing_on<Drawing>(surface, [=](auto &to) { line(to, x0, y0, x1, y1); });
+auto line_of(int32_t x0, int32_t y0, int32_t x1, int32_t y1) {
+  return [=](auto &to) __attribute__((always_inline)) {
+    line(to, x0, y0, x1, y1);
+  };
 }
 
 } // namespace
@@ -196,33 +194,33 @@ void line_drawing(__ORBSurface2D__ *surface, int32_t x0, int32_t y0, int32_t x1,
 // The same set for each depth.
 #define ORB_LINES(depth, pixel)                                                                    \
   bool hline##depth(int32_t x0, int32_t x1, int32_t y, uint32_t colour) {                          \
-    return hline<pixel>(x0, x1, y, colour);                                                        \
+    return draw_on_target<pixel>(colour, row_of(x0, x1, y));                                       \
   }                                                                                                \
   bool vline##depth(int32_t y0, int32_t y1, int32_t x, uint32_t colour) {                          \
-    return vline<pixel>(y0, y1, x, colour);                                                        \
+    return draw_on_target<pixel>(colour, column_of(y0, y1, x));                                    \
   }                                                                                                \
   bool linec##depth(int32_t x0, int32_t y0, int32_t x1, int32_t y1, uint32_t colour) {             \
-    return linec<pixel>(x0, y0, x1, y1, colour);                                                   \
+    return draw_on_target<pixel>(colour, line_of(x0, y0, x1, y1));                                 \
   }                                                                                                \
   void draw_hline##depth(__ORBSurface2D__ *surface, int32_t x0, int32_t x1, int32_t y,             \
                          uint32_t colour) {                                                        \
-    if (aim<pixel>(surface) && hline##depth(x0, x1, y, colour)) mark_ground(surface);              \
+    draw_on<pixel>(surface, colour, row_of(x0, x1, y));                                            \
   }                                                                                                \
   void draw_vline##depth(__ORBSurface2D__ *surface, int32_t y0, int32_t y1, int32_t x,             \
                          uint32_t colour) {                                                        \
-    if (aim<pixel>(surface) && vline##depth(y0, y1, x, colour)) mark_ground(surface);              \
+    draw_on<pixel>(surface, colour, column_of(y0, y1, x));                                         \
   }                                                                                                \
   void draw_line##depth(__ORBSurface2D__ *surface, int32_t x0, int32_t y0, int32_t x1, int32_t y1, \
                         uint32_t colour) {                                                         \
-    draw_on<pixel>(surface, colour, [=](auto &to) { line(to, x0, y0, x1, y1); });                  \
+    draw_on<pixel>(surface, colour, line_of(x0, y0, x1, y1));                                      \
   }                                                                                                \
   void drawing_line##depth(__ORBSurface2D__ *surface, int32_t x0, int32_t y0, int32_t x1,          \
                            int32_t y1) {                                                           \
-    line_drawing<plain_drawing<pixel>>(surface, x0, y0, x1, y1);                                   \
+    drawing_on<plain_drawing<pixel>>(surface, line_of(x0, y0, x1, y1));                            \
   }                                                                                                \
   void drawing_line##depth##_alpha(__ORBSurface2D__ *surface, int32_t x0, int32_t y0, int32_t x1,  \
                                    int32_t y1) {                                                   \
-    line_drawing<alpha_drawing<pixel>>(surface, x0, y0, x1, y1);                                   \
+    drawing_on<alpha_drawing<pixel>>(surface, line_of(x0, y0, x1, y1));                            \
   }
 ORB_LINES(8, uint8_t)
 ORB_LINES(16, uint16_t)
