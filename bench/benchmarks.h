@@ -4,6 +4,7 @@
 namespace orbbench {
 
 void register_blit_benchmarks();
+void register_collision_benchmarks();
 void register_format_benchmarks();
 void register_frame_benchmarks();
 void register_present_benchmarks();

@@ -81,6 +81,7 @@ int run(int argc, char **argv) {
   if (options.check) return orbbench::compare_pictures() + orbbench::compare_frames() == 0 ? 0 : 1;
 
   orbbench::register_blit_benchmarks();
+  orbbench::register_collision_benchmarks();
   orbbench::register_format_benchmarks();
   orbbench::register_frame_benchmarks();
   orbbench::register_present_benchmarks();
