@@ -42,17 +42,23 @@ int32_t half_width_of_circle(int32_t r, int32_t v) {
   return int32_t(integer_root(uint64_t(rr - vv + v - 1)));
 }
 
-/// The walk itself, about the origin of a canvas that a surface holds all of.
-template <typename Canvas> void trace_circle(Canvas &to, int32_t radius) {
+/// The walk itself, about the origin of a canvas that a surface holds all of. It stands on a new
+/// row with every step along x, and fills one of the flat octant as it leaves it.
+template <typename Canvas> void trace_circle(Canvas &to, int32_t radius, bool fill) {
   int32_t decision = 1 - radius;
   for (int32_t x = 0, y = radius; y >= x; ++x) {
-    for (const int32_t side : {-1, 1}) {
-      to.dot(-x, side * y);
-      to.dot(x, side * y);
-      to.dot(-y, side * x);
-      to.dot(y, side * x);
-    }
     const bool inward = decision >= 0;
+    for (const int32_t side : {-1, 1}) {
+      if (fill) {
+        to.run(-y, y, side * x);
+        if (inward) to.run(-x, x, side * y);
+      } else {
+        to.dot(-x, side * y);
+        to.dot(x, side * y);
+        to.dot(-y, side * x);
+        to.dot(y, side * x);
+      }
+    }
     decision += 2 * x + 3 - (inward ? 2 * y - 2 : 0);
     y -= inward;
   }
@@ -67,7 +73,7 @@ void circle(Canvas &to, int32_t x, int32_t y, int32_t radius, int32_t fill) {
   if (where.misses) return;
   to.move_origin(x, y);
   to.draw(where, [=](auto &on) {
-    if (where.within && !fill) return trace_circle(on, radius);
+    if (where.within) return trace_circle(on, radius, fill != 0);
     draw_centred(
         on, radius, [radius](int32_t v) { return half_width_of_circle(radius, v); }, fill != 0);
   });
