@@ -64,6 +64,7 @@ struct graphics_test : testing::Test {
     };
     host.file.close = [](void *handle) { fclose(static_cast<FILE *>(handle)); };
     deviceSystem_graphics2D = &host.system;
+    reset_fades(); // a palette that an earlier test adopted may still be fading in
     fading = host.global("fading");
     ORBGI2D_Internal_InitGFXDevice();
     CreateFPGList();
