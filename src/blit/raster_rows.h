@@ -22,8 +22,9 @@ void run_in_both(Canvas &to, const row_pair &rows, int32_t left, int32_t right) 
 /// no pixel is drawn twice. `outer` gives that pair's ends.
 template <typename Canvas>
 void outline_in_both(Canvas &to, const row_pair &rows, int32_t outer_left, int32_t outer_right) {
-  const int32_t left_end = std::max(rows.left, outer_left - 1);
-  const int32_t right_start = std::min(rows.right, outer_right + 1);
+  // The larger and the smaller of two, without stepping over the end of the ints.
+  const int32_t left_end = rows.left < outer_left ? outer_left - 1 : rows.left;
+  const int32_t right_start = rows.right > outer_right ? outer_right + 1 : rows.right;
   if (left_end >= right_start) {
     run_in_both(to, rows, rows.left, rows.right);
   } else if (left_end == rows.left && right_start == rows.right) {
