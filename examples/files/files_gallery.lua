@@ -174,7 +174,7 @@ if depth == 8 then
 end
 local page = 1
 put_page(pictures, others, page)
-pack(pictures)
+if #pictures > 0 then pack(pictures) end
 
 local held = false
 while not key("escape") do
