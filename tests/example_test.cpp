@@ -53,6 +53,8 @@ const Scene scenes[] = {
     {"drawing_effects_8bits", "drawing/drawing_effects.lua", {"8"}, 12},
     {"drawing_effects_16bits", "drawing/drawing_effects.lua", {"16"}, 12},
     {"drawing_effects_32bits", "drawing/drawing_effects.lua", {"32"}, 12},
+    {"drawing_paint_8bits", "drawing/drawing_paint.lua", {"8", "demo"}, 540},
+    {"drawing_paint_32bits", "drawing/drawing_paint.lua", {"32", "demo"}, 540},
 };
 
 const fs::path golden = fs::path(ORB_TEST_SOURCE_DIR) / "golden";
