@@ -1,0 +1,386 @@
+// One random script, from init to release.
+#include "fuzz/script_player.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <zlib.h>
+
+#include "fuzz/script_reader.h"
+#include "host/host.h"
+#include "module/module.h"
+#include "surface/registry.h"
+
+namespace fuzz {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Steps of one script: it must end before the next one can begin.
+constexpr int most_steps = 400;
+/// Graphs and screens with more pixels only take time.
+constexpr int64_t most_pixels = 1 << 17;
+/// Words that pointers lead to: more than any function reads or writes.
+constexpr size_t memory_words = 1024, most_offset = 64;
+
+// ---- The folder --------------------------------------------------------------------------------
+
+/// The folder that scripts load from and save to: the same files for every script.
+class scratch_folder {
+public:
+  scratch_folder() {
+    std::string pattern = fs::temp_directory_path() / "orb_script_XXXXXX";
+    if (!mkdtemp(pattern.data())) throw std::runtime_error("cannot make " + pattern);
+    path_ = pattern;
+  }
+  ~scratch_folder() {
+    std::error_code ignored;
+    fs::remove_all(path_, ignored);
+  }
+  scratch_folder(const scratch_folder &) = delete;
+  scratch_folder &operator=(const scratch_folder &) = delete;
+
+  const fs::path &path() const { return path_; }
+  /// What is in the folder now is what every script finds.
+  void keep() {
+    for (const auto &entry : fs::directory_iterator(path_)) {
+      std::ifstream in(entry.path(), std::ios::binary);
+      kept_[entry.path().filename()] = std::string(std::istreambuf_iterator<char>(in), {});
+    }
+  }
+  void restore() {
+    for (const auto &entry : fs::directory_iterator(path_))
+      fs::remove_all(entry.path());
+    for (const auto &[name, bytes] : kept_)
+      std::ofstream(path_ / name, std::ios::binary) << bytes;
+  }
+
+private:
+  fs::path path_;
+  std::map<std::string, std::string> kept_;
+};
+
+// ---- The player --------------------------------------------------------------------------------
+
+constexpr int32_t depths[] = {8, 16, 32};
+
+/// Null, names of files that are there or may come, and no names at all.
+constexpr const char *texts[] = {
+    "8.map",  "16.map", "32.map", "8.fpg",  "16.fpg", "32.fpg",   "8.png",     "32.png",
+    "8.bmp",  "16.bmp", "32.bmp", "8.pcx",  "16.pcx", "8.tga",    "32.tga",    "8.jpg",
+    "32.jpg", "8.pal",  "c.map",  "c.fpg",  "k.map",  "k.fpg",    "out.fpg",   "out.map",
+    "key",    "k",      "",       "no.map", "no.fpg", "no/a.png", "long name", nullptr};
+
+struct scroll_place {
+  int32_t shown, x, y;
+};
+scroll_place scroll;
+
+class player {
+public:
+  player(std::span<const uint8_t> script, const fs::path &folder)
+      : script_(script), memory_(memory_words) {
+    for (size_t i = 0; i < memory_.size(); i++)
+      memory_[i] = int32_t(i * 37 % 256);
+    scroll = {};
+    host_.on_error = [](const orbhost::ErrorReport &) {};
+    host_.on_fatal = [this](int32_t, const std::string &message) { broken("fatal", message); };
+    host_.on_exit = [](int32_t) {};
+    host_.on_message = [](const std::string &, const std::string &) {};
+    host_.files().on_loss = [](const std::string &, const std::string &) {};
+    host_.files().set_folder(folder);
+    host_.scroll_services.offset = [](int32_t, int32_t, int32_t *x, int32_t *y) {
+      *x = scroll.x;
+      *y = scroll.y;
+      return scroll.shown;
+    };
+    host_.device_system.scroll = &host_.scroll_services;
+    host_.attach(ORB_mod_graphics2D_MainLibraryExports);
+    host_.init();
+  }
+
+  /// Something of everything at a depth, so that first calls find what they ask for.
+  void make_world(int32_t depth) {
+    host_.call("mode_set", {64, 48, depth});
+    const struct { int32_t width, height; } sizes[] = {{16, 16}, {33, 7}, {64, 64}, {1, 1}};
+    uint32_t random = 1;
+    for (const auto &size : sizes) {
+      const int32_t graph = host_.call("map_new", {size.width, size.height, 0, int(depth == 32)});
+      const __ORBSurface2D__ &surface = *GetMAP(0, graph)->surface;
+      auto *bytes = static_cast<uint8_t *>(surface.pixels);
+      for (uint32_t i = 0; i < surface.byte_size; i++)
+        bytes[i] = (random = random * 1664525 + 1013904223) >> 30 ? uint8_t(random >> 16) : 0;
+      host_.call("map_new_cpoint", {0, graph, 5, size.width / 2, size.height / 3});
+    }
+    const int32_t library = host_.call("fpg_new");
+    for (int32_t graph = 1; graph <= 3; graph++)
+      host_.call("fpg_add_map", {library, graph, 0, 999 + graph});
+    host_.call("region_define", {1, 8, 8, 30, 20});
+    host_.call("draw_new", {3, 15, 12, 1, 2, 3, 40, 30});
+    host_.call("draw_new", {4, 200, 8, 0, -5, 3, 20, 60});
+    for (int32_t i = 0; i < 3; i++) {
+      orb_process *process = spawn(i);
+      process->locals->graph = 1000 + i;
+      process->locals->x = process->locals->y = 20 + 9 * i;
+    }
+  }
+
+  /// Saves the world in every format, under the names of its depth.
+  void save_world(int32_t depth) {
+    const std::string name = std::to_string(depth);
+    host_.call("map_save", {0, 1000, name + ".map"});
+    host_.call("fpg_save", {1, name + ".fpg"});
+    const std::pair<int32_t, const char *> formats[] = {
+        {2, ".bmp"}, {3, ".jpg"}, {4, ".pcx"}, {5, ".png"}, {6, ".tga"}};
+    for (const auto &[format, ending] : formats)
+      host_.call("image_save", {0, 1001, name + ending, format});
+    if (depth != 8) return;
+    host_.call("palette_save", {"8.pal"});
+    host_.call("map_save", {0, 1001, "c.map", 1, static_cast<const char *>(nullptr)});
+    host_.call("fpg_save", {1, "c.fpg", 1, static_cast<const char *>(nullptr)});
+    host_.call("map_save", {0, 1001, "k.map", 0, "key"});
+    host_.call("fpg_save", {1, "k.fpg", 1, "key"});
+  }
+
+  void play() {
+    for (int step = 0; step < most_steps && !script_.at_end() && mistake_.empty(); step++)
+      switch (const uint8_t kind = script_.byte(); kind % 16) {
+      case 0:
+      case 1: frame(); break;
+      case 2: spawn(kind / 16 % 3); break;
+      case 3: kill(); break;
+      case 4:
+      case 5: set_local(); break;
+      case 6: set_global(); break;
+      case 7: set_process(); break;
+      default: call(); break;
+      }
+    frame();
+    check_counts();
+  }
+
+  /// Whether the script has called anything that writes files.
+  bool has_saved() const { return has_saved_; }
+
+  played outcome() const { return {mistake_, checksum_}; }
+
+private:
+  void broken(const std::string &function, const std::string &what) {
+    if (mistake_.empty()) mistake_ = function + ": " + what;
+  }
+
+  void sum_up(const void *bytes, size_t size) {
+    checksum_ = uint32_t(crc32(checksum_, static_cast<const uint8_t *>(bytes), uInt(size)));
+  }
+
+  void frame() {
+    host_.frame();
+    if (const __ORBSurface2D__ *screen = host_.screen()) sum_up(screen->pixels, screen->byte_size);
+  }
+
+  orb_process *spawn(int32_t type) {
+    orb_process *&place = processes_[next_process_ % processes_.size()];
+    if (place) host_.kill(place);
+    place = host_.spawn(type);
+    handles_.processes[next_process_++ % processes_.size()] = orbhost::ProcessList::id(place);
+    host_.processes().current = place;
+    return place;
+  }
+
+  /// The id stays among the handles.
+  void kill() {
+    orb_process *&place = chosen_process();
+    if (!place) return;
+    if (host_.processes().current == place) host_.processes().current = nullptr;
+    host_.kill(place);
+    place = nullptr;
+  }
+
+  orb_process *&chosen_process() { return processes_[script_.below(processes_.size())]; }
+
+  void set_local() {
+    // In the order of orb_locals; the third is xgraph.
+    static constexpr char kinds[] = "fg xxxxrxfgxaxxxxxnlecl";
+    static_assert(sizeof kinds - 1 == sizeof(orb_locals) / 4);
+    orb_process *process = chosen_process();
+    const size_t local = script_.below(sizeof kinds - 1);
+    if (local == 2) {
+      const bool none = script_.byte() % 4 == 0;
+      memory_[0] = value('x');
+      for (int32_t i = 1; i < 5; i++)
+        memory_[size_t(i)] = 999 + i;
+      if (process) process->locals->xgraph = none ? nullptr : memory_.data();
+      return;
+    }
+    const int32_t set_to = value(kinds[local]);
+    if (process) memcpy(reinterpret_cast<int32_t *>(process->locals) + local, &set_to, 4);
+  }
+
+  void set_process() {
+    static constexpr int32_t states[] = {2, 2, 3, 4, 0, 1, 5, -1};
+    orb_process *process = chosen_process();
+    const uint8_t what = script_.byte();
+    if (what % 4 == 0) scroll = {what / 4 % 2, value('x'), value('x')};
+    if (!process) return;
+    if (what % 4 == 1) process->coordinates = what / 4 % 4;
+    if (what % 4 == 2) process->status = states[what / 4 % 8];
+    if (what % 4 == 3) host_.processes().current = process;
+  }
+
+  void set_global() {
+    static constexpr struct {
+      const char *name;
+      uint32_t index;
+      char kind;
+    } globals[] = {{"dump_type", 0, 'x'},    {"restore_type", 0, 'x'},
+                   {"fading", 0, 'x'},       {"vsync", 0, 'x'},
+                   {"draw_z", 0, 'x'},       {"draw_destination_file", 0, 'f'},
+                   {"draw_visible", 0, 'x'}, {"draw_destination_graph", 0, 'g'},
+                   {"mouse", 0, 'f'},        {"mouse", 1, 'g'},
+                   {"mouse", 2, 'x'},        {"mouse", 3, 'x'},
+                   {"mouse", 4, 'a'},        {"mouse", 5, 'x'},
+                   {"mouse", 6, 'n'}};
+    const auto &global = globals[script_.below(std::size(globals))];
+    host_.global(global.name, global.index) = value(global.kind);
+  }
+
+  int32_t value(char kind) { return read_value(script_, handles_, kind); }
+
+  orbhost::Argument text() {
+    const uint8_t choice = script_.byte();
+    if (choice < 252) return texts[choice % std::size(texts)];
+    return std::string(size_t(choice) * 2, 'x');
+  }
+
+  int32_t *pointer() {
+    const uint8_t choice = script_.byte();
+    return choice >= 240 ? nullptr : memory_.data() + choice % most_offset;
+  }
+
+  void call() {
+    using orbhost::ArgumentType;
+    const auto &functions = host_.registration().functions;
+    const orbhost::Function &function = functions[script_.word() % functions.size()];
+    const char *kinds = argument_kinds(function.signature.c_str());
+    const bool text_for_int = orbhost::takes_text_for_int(function.name);
+    std::vector<orbhost::Argument> arguments;
+    for (const ArgumentType type : function.arguments) {
+      const char kind = *kinds ? *kinds++ : 'x';
+      if (type == ArgumentType::string || text_for_int)
+        arguments.push_back(text());
+      else if (type == ArgumentType::pointer)
+        arguments.push_back(pointer());
+      else if (kind == 'A') // an address in an int
+        arguments.push_back(int32_t(reinterpret_cast<uintptr_t>(pointer())));
+      else
+        arguments.push_back(value(kind));
+    }
+    limit_sizes(function.name, arguments);
+    has_saved_ |= function.name.find("save") != std::string::npos;
+
+    const int32_t result = host_.call_form(function, arguments);
+    if (function.result == orbhost::ResultType::string) {
+      const char *answer = reinterpret_cast<const char *>(result);
+      const size_t length = strnlen(answer, ORB_RETURN_STRING_SIZE);
+      if (length == ORB_RETURN_STRING_SIZE) broken(function.signature, "returned an endless text");
+      sum_up(answer, length);
+    } else if (function.name != "map_get_buffer" && !is_process(result)) {
+      handles_.add_result(result);
+      sum_up(&result, sizeof result);
+    }
+    if (host_.call_frame().unfetched() || host_.call_frame().bad_fetches())
+      broken(function.signature, "didn't fetch its arguments");
+    if (host_.files().open_count()) broken(function.signature, "left a stream open");
+  }
+
+  bool is_process(int32_t id) const {
+    return std::ranges::find(handles_.processes, id) != handles_.processes.end() && id != 0;
+  }
+
+  /// Makes graphs and screens that would only take time smaller. Sizes that the module refuses
+  /// stay.
+  static void limit_sizes(const std::string &name, std::vector<orbhost::Argument> &arguments) {
+    const bool packed = arguments.size() == 1 && (name == "mode_set" || name == "set_mode");
+    if (packed) {
+      const int64_t code = arguments[0].word(), base = code > 1280960 ? 10000 : 1000;
+      if (code > 0 && (code / base) * (code % base) > most_pixels) arguments[0] = 320200;
+      return;
+    }
+    size_t first = 0;
+    if (name == "fpg_new_map")
+      first = 2;
+    else if (name != "map_new" && name != "new_map" && name != "mode_set" &&
+             name != "virtualresolution_set")
+      return;
+    const int64_t width = arguments[first].word(), height = arguments[first + 1].word();
+    if (width < 1 || height < 1 || width > 65535 || height > 65535) return;
+    if (width * height > most_pixels)
+      arguments[first + 1] = int32_t(std::max<int64_t>(most_pixels / width, 1));
+  }
+
+  /// What the module says that it holds is what it holds. Its counts of fixed and of locked draw
+  /// objects are intentionally others.
+  void check_counts() {
+    const auto expect = [this](const char *counter, int32_t held) {
+      const int32_t counted = host_.call(counter);
+      if (counted != held)
+        broken(counter, "counts " + std::to_string(counted) + " of " + std::to_string(held));
+    };
+    int32_t drawn = 0, used = 0, loose = 0;
+    for (int32_t i = 0; i < max_draw; i++)
+      drawn += draws[i].in_use;
+    for (int32_t i = 0; i < max_fpg; i++)
+      used += fpg[i].in_use != 0;
+    for (int32_t i = first_runtime_code; i < max_map; i++)
+      loose += image_loaded[i - first_runtime_code] != 0;
+    expect("graphiclib_get_drawspainted", drawn);
+    expect("graphiclib_get_fpgsloaded", used);
+    expect("graphiclib_get_mapsloaded", loose);
+  }
+
+  script_reader script_;
+  script_handles handles_;
+  std::vector<int32_t> memory_;
+  std::array<orb_process *, 16> processes_{};
+  size_t next_process_ = 0;
+  bool has_saved_ = false;
+  std::string mistake_;
+  uint32_t checksum_ = 0;
+  orbhost::Host host_; // last: its end releases the module, which may look at all the others
+};
+
+scratch_folder &folder() {
+  static scratch_folder scratch;
+  static const bool filled = [] {
+    for (const int32_t depth : depths) {
+      player artist({}, scratch.path());
+      artist.make_world(depth);
+      artist.save_world(depth);
+    }
+    scratch.keep();
+    return true;
+  }();
+  (void)filled;
+  return scratch;
+}
+
+} // namespace
+
+played play_script(std::span<const uint8_t> script) {
+  if (script.empty()) return {};
+  scratch_folder &files = folder();
+  player plays(script.subspan(1), files.path());
+  plays.make_world(depths[script[0] % 3]);
+  plays.play();
+  if (plays.has_saved()) files.restore();
+  return plays.outcome();
+}
+
+} // namespace fuzz

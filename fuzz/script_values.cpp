@@ -1,0 +1,199 @@
+// Plausible and extreme values for the arguments of script functions.
+#include "fuzz/script_reader.h"
+
+#include <climits>
+
+namespace fuzz {
+namespace {
+
+// clang-format off
+constexpr int32_t libraries[] = {0, 0, 0, 1, 1, 2, 3, 17};
+constexpr int32_t graphs[] = {1000, 1001, 1002, 1003, 1004, 1005, 1, 2, 3, 0, 999, -1};
+constexpr int32_t draws[] = {1, 3, 5, 7, 9, 2, 0, -1};
+constexpr int32_t draw_types[] = {1, 2, 3, 4, 5};
+constexpr int32_t alphas[] = {255, 254, 128, 64, 15, 8, 1, 0};
+constexpr int32_t regions[] = {0, 1, 2, 3, 4, 31, 32, 40, -1};
+constexpr int32_t graph_sides[] = {1, 2, 3, 5, 8, 15, 16, 17, 31, 33, 64, 100, 128, 255, 320};
+constexpr int32_t screen_sides[] = {32, 33, 40, 63, 64, 96, 100, 127, 160, 200, 240, 320};
+constexpr int32_t depths[] = {8, 16, 32};
+constexpr int32_t packed_modes[] = {320200, 320240, 320400, 360240, 64048, 40040};
+constexpr int32_t colours[] = {0, 1, 15, 255, 0xF81F, 0xFFFF, 0xFF00FF, 0xFFFFFF,
+                               int32_t(0xFF804020), int32_t(0x80FF8040), -1};
+constexpr int32_t angles[] = {0, 1, 45000, 90000, 180000, 270000, -90000, -45000, 30500, 359999,
+                              360000, 1000000};
+constexpr int32_t flags[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 15};
+constexpr int32_t effects[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19,
+                               20, 21, 22, 23, 24, 25, 26, 1001, 1002, 1003, 1004, 1005, 1006, 1007,
+                               1008, 1009, 1010, 1011, 1012, 1013, 1014, 1015};
+constexpr int32_t formats[] = {1, 2, 3, 4, 5, 6};
+constexpr int32_t anything[] = {
+    0, 1, 2, 3, 4, 5, 7, 8, 9, 10, 12, 13, 15, 16, 17, 20, 24, 25, 31, 32, 33, 40, 47, 48, 50, 63,
+    64, 65, 75, 90, 95, 96, 97, 99, 100, 101, 120, 127, 128, 150, 180, 199, 200, 201, 240, 254, 255,
+    256, 257, 300, 320, 360, 400, 640, 999, 1000, 1001, 1002, 1015, 1024, 2048, 4094, 4095, 4096,
+    8192, 10000, 32766, 32767, 32768, 45000, 65534, 65535, 65536, 65537, 90000, 100000, 1 << 20,
+    1 << 24, 1 << 30, INT_MAX - 1, INT_MAX, INT_MIN, INT_MIN + 1, -1, -2, -3, -8, -10, -16, -50,
+    -64, -100, -101, -255, -256, -1000, -32768, -32769, -65535, -65536, -90000, -(1 << 24)};
+
+/// By the first letters of a signature; the first row that fits counts.
+constexpr struct {
+  const char *start, *kinds;
+} kinds_of[] = {
+    {"define_region", "r"},
+    {"delete_draw", "d"},
+    {"draw(", "yclrxxxx"},
+    {"convert_palette", "fgA"},
+    {"get_point", "fgx"},
+    {"graphic_info", "fg"},
+    {"move_draw", "dcl"},
+    {"new_map", "ssxxc"},
+    {"out_region", "pr"},
+    {"put(", "fgxx"},
+    {"put_screen", "fg"},
+    {"save_map", "fg"},
+    {"save_pcx", "fg"},
+    {"set_mode", "m"},
+    {"unload_fpg", "f"},
+    {"unload_", "g"},
+    {"xput", "fgxxaxnr"},
+    {"fpg_add_map", "fgfg"},
+    {"fpg_load_map(S,I", "tfg"},
+    {"fpg_load_map(S,S", "ttfg"},
+    {"fpg_new_map(I,I,I,I,I)", "fgssc"},
+    {"fpg_new_map(I,I,I,I,I,I)", "fgsscx"},
+    {"fpg_new_map", "fgssxxcx"},
+    {"fpg_", "fg"},
+    {"image_save", "fgti"},
+    {"image_unload", "g"},
+    {"map_unload", "g"},
+    {"map_new(I,I,I)", "ssc"},
+    {"map_new(I,I,I,I)", "sscx"},
+    {"map_new", "ssxxcx"},
+    {"map_convert_palette", "fgA"},
+    {"map_apply_fx(I,I,I,I,I)", "fggle"},
+    {"map_apply_fx(I,I,I,I,I,I,I)", "fgglecl"},
+    {"map_apply_fx", "fgfglecl"},
+    {"map_block_copy(I,I,I,I,I,I,I,I,I)", "fgxxgxxss"},
+    {"map_block_copy(I,I,I,I,I,I,I,I,I,I,I,I)", "fgxxgxxssnle"},
+    {"map_block_copy(I,I,I,I,I,I,I,I,I,I,I,I,I,I)", "fgxxgxxssnlecl"},
+    {"map_block_copy", "fgxxfgxxssnlecl"},
+    {"map_put(I,I,I,I,I)", "fggxx"},
+    {"map_put(", "fgfgxx"},
+    {"map_put_tile(I,I,I,I,I)", "fggxx"},
+    {"map_put_tile(I,I,I,I,I,I,I,I)", "fggxxnle"},
+    {"map_put_tile(I,I,I,I,I,I,I,I,I,I)", "fggxxnlecl"},
+    {"map_put_tile", "fgfgxxnlecl"},
+    {"map_put_line", "fgxxxxc"},
+    {"map_put_circle", "fgxxxcx"},
+    {"map_put_pixel", "fgxxc"},
+    {"map_put_", "fgxxxxc"},
+    {"map_xput(I,I,I,I,I,I,I,I)", "fggxxaxn"},
+    {"map_xput", "fgfgxxaxn"},
+    {"map_xxput(I,I,I,I,I,I,I,I,I,I,I,I,I,I)", "fggxxaxxxxxnle"},
+    {"map_xxput(I,I,I,I,I,I,I,I,I,I,I,I,I,I,I)", "fgfgxxaxxxxxnle"},
+    {"map_xxput(I,I,I,I,I,I,I,I,I,I,I,I,I,I,I,I)", "fggxxaxxxxxnlecl"},
+    {"map_xxput", "fgfgxxaxxxxxnlecl"},
+    {"map_clear", "fgc"},
+    {"map_set_color", "fgcc"},
+    {"map_set_colour", "fgcc"},
+    {"map_get_realcpoint(I,I,", "p"},
+    {"map_get_realcpoint", "x"},
+    {"map_", "fg"},
+    {"ground_copy", "rfg"},
+    {"ground_get(", "fg"},
+    {"ground_put(", "fg"},
+    {"ground_put_block", "fgxxxxssnrlecl"},
+    {"ground_put_screen", "fg"},
+    {"ground_put_tile", "fgxxnrlecl"},
+    {"ground_xput", "fgxxaxnr"},
+    {"ground_xxput", "fgxxaxxxxxnrlecl"},
+    {"ground_put_line", "xxxxc"},
+    {"ground_put_circle", "xxxcx"},
+    {"ground_put_", "xxxxc"},
+    {"screen_copy", "rfg"},
+    {"screen_draw_block", "fgxxxxxssnrlecl"},
+    {"screen_draw_tile", "fgxxxnrlecl"},
+    {"screen_draw_graphic", "fgxxxxaxnrlecl"},
+    {"screen_get(", "fg"},
+    {"draw_new", "yclrxxxx"},
+    {"draw_set_destination", "dfg"},
+    {"draw_set_region", "dr"},
+    {"draw_set_color", "dc"},
+    {"draw_set_alpha", "dl"},
+    {"draw_move(I,I,I,I,I,I,I)", "dcl"},
+    {"draw_", "d"},
+    {"region_is_out(I,I)", "pr"},
+    {"region_is_xout(I,I)", "pr"},
+    {"region_is_", "fgxxr"},
+    {"region_", "r"},
+    {"advance(I,", "p"},
+    {"xadvance(I,I,", "pa"},
+    {"xadvance", "a"},
+    {"collision(I,I,I)", "xxp"},
+    {"overlap(I,I,I)", "xxp"},
+    {"collision(", "pp"},
+    {"overlap(", "pp"},
+    {"get_angle", "pp"},
+    {"get_dist", "pp"},
+    {"mode_set(I)", "m"},
+    {"mode_set(", "wwb"},
+    {"mode_exists", "wwb"},
+    {"virtualresolution_set", "ww"},
+};
+// clang-format on
+
+/// The values of a kind, and whether earlier results are of it, too.
+struct value_pool {
+  std::span<const int32_t> values;
+  bool results;
+};
+
+value_pool pool_of(char kind) {
+  switch (kind) {
+  case 'f': return {libraries, true};
+  case 'g': return {graphs, true};
+  case 'd': return {draws, true};
+  case 'y': return {draw_types, false};
+  case 'l': return {alphas, false};
+  case 'r': return {regions, false};
+  case 's': return {graph_sides, false};
+  case 'w': return {screen_sides, false};
+  case 'b': return {depths, false};
+  case 'm': return {packed_modes, false};
+  case 'c': return {colours, false};
+  case 'a': return {angles, false};
+  case 'n': return {flags, false};
+  case 'e': return {effects, false};
+  case 'i': return {formats, false};
+  default: return {anything, false};
+  }
+}
+
+} // namespace
+
+int32_t read_value(script_reader &script, const script_handles &handles, char kind) {
+  const uint8_t choice = script.byte();
+  if (choice % 4 != 3) {
+    const size_t index = choice / 4;
+    if (kind == 'p') return handles.processes[index % handles.processes.size()];
+    const value_pool pool = pool_of(kind);
+    if (pool.results && index >= 48)
+      return handles.results[(handles.next_result - 1 - index % 4) % handles.results.size()];
+    if (kind != 'x') return pool.values[index % pool.values.size()];
+  }
+  // No process here: addresses would make a script's pictures differ from run to run.
+  switch (choice / 4 % 8) {
+  case 0: return script.number();
+  case 1: return handles.results[script.below(handles.results.size())];
+  case 3: return int8_t(script.byte());
+  case 4: return int16_t(script.word());
+  default: return anything[script.below(std::size(anything))];
+  }
+}
+
+const char *argument_kinds(const char *signature) {
+  for (const auto &row : kinds_of)
+    if (strncmp(signature, row.start, strlen(row.start)) == 0) return row.kinds;
+  return "";
+}
+
+} // namespace fuzz
