@@ -292,7 +292,7 @@ private:
       if (length == ORB_RETURN_STRING_SIZE) broken(function.signature, "returned an endless text");
       sum_up(answer, length);
     } else if (function.name != "map_get_buffer" && !is_process(result)) {
-      handles_.add_result(result);
+      if (result != script_failure) handles_.add_result(result);
       sum_up(&result, sizeof result);
     }
     if (host_.call_frame().unfetched() || host_.call_frame().bad_fetches())

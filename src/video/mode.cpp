@@ -126,6 +126,7 @@ void set_defaults() {
   virtual_resolution = virtual_resolution_w = virtual_resolution_h = 0;
   virtual_resolution_aspectratio = 0;
   rendering2D_type = 1;
+  vsync = 0;
   reset_fades();
   screen_color_set = 0;
   screen_color_rgb = {};
