@@ -6,7 +6,6 @@
 #include <climits>
 #include <cmath>
 #include <cstring>
-#include <functional>
 #include <map>
 #include <random>
 #include <set>

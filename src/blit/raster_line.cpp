@@ -87,11 +87,12 @@ template <typename Int, typename Dot> void walk_by_remainders(const line_walk &w
   }
 }
 
-/// Faster, in fractions of 31 bits. These are rounded up, by 1 / 2^31 and a little at most; so a
-/// position exceeds the true one by less than (count + 1) / 2^31 and a little. The true one is
-/// short of the next whole by 1 / major at least, which must be more.
+/// Faster, in fractions of 31 bits. These are rounded up, by 1 / 2^31 at most; so a position is
+/// never below the true one, and exceeds it by (count + 1) / 2^31 at most. The true one is short of
+/// the next whole by 1 / major at least, which must be more. A fraction that isn't a whole number
+/// of 1 / 2^31 is further from one than doubles round, as long as the major length is below 2^20.
 bool can_walk_by_fractions(const line_walk &w) {
-  return uint64_t(w.count) * w.major < uint64_t(1) << 30;
+  return w.major < uint32_t(1) << 20 && uint64_t(w.count) * w.major < uint64_t(1) << 30;
 }
 template <typename Dot> void walk_by_fractions(const line_walk &w, Dot dot) {
   const double unit = 2147483648.0 / int32_t(w.major);
