@@ -2,11 +2,31 @@
 // them.
 #pragma once
 
+#include <fstream>
 #include <string>
 #include <vector>
 
+#include <sys/resource.h>
+#include <unistd.h>
+
 #include "memory_files.h"
 #include "script/handlers.h"
+
+/// While it lives the program gets no more than so many bytes from the system.
+class memory_limit {
+public:
+  explicit memory_limit(rlim_t bytes) {
+    rlim_t pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    getrlimit(RLIMIT_AS, &former_);
+    const rlimit now = {pages * rlim_t(getpagesize()) + bytes, former_.rlim_max};
+    if (setrlimit(RLIMIT_AS, &now) != 0) throw std::runtime_error("no limit on memory");
+  }
+  ~memory_limit() { setrlimit(RLIMIT_AS, &former_); }
+
+private:
+  rlimit former_;
+};
 
 /// Little-endian bytes put together by hand.
 struct byte_builder {

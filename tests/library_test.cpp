@@ -192,4 +192,55 @@ TEST_F(Library, QuestionsAndSingleGraphs) {
   EXPECT_EQ(ask(ORB_fpg_get_memoryusage, 1), std::to_string(615400 - 616)); // as it was
 }
 
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define ORB_UNDER_ASAN 1
+#endif
+#endif
+
+// Big graphs, so that it is their pixels that find no memory. Streams without an end deliver them.
+TEST_F(Library, NoMemory) {
+#ifdef ORB_UNDER_ASAN
+  GTEST_SKIP() << "the sanitizer's allocator doesn't fail";
+#else
+  constexpr rlim_t little = 1 << 20,
+                   some = 24 << 20; // some: 16 MB of indices, but not their colours
+  stored_graph graph{8, 4096, 4096, 5, "", "", {{1, 1}}, false, {1}};
+  disk.files["8.map"] = map_file(graph);
+  disk.files["8.fpg"] = fpg_file(8, {graph});
+  graph.depth = 32;
+  disk.files["32.map"] = map_file(graph);
+  disk.files["32.fpg"] = fpg_file(32, {graph});
+  disk.endless = true;
+  host.call(ORB_fpg_new);
+  const registry_state before = state();
+  for (const auto &[file, bytes] : {std::pair{"8", little}, {"8", some}, {"32", some}}) {
+    const std::string map = std::string(file) + ".map", fpg_name = std::string(file) + ".fpg";
+    const memory_limit limit(bytes);
+    EXPECT_EQ(ask(ORB_map_load, map.c_str()), "failure: 100 MAP_LOAD 1 '" + map + "'");
+    EXPECT_EQ(ask(ORB_image_load, map.c_str()), bytes == some && *file == '8'
+                                                    ? "failure: 100 IMAGE_LOAD 1 '" + map + "'"
+                                                    : "failure: 144 IMAGE_LOAD 1 '" + map + "'");
+    EXPECT_EQ(ask(ORB_fpg_load_map, fpg_name.c_str(), 2, 5),
+              "failure: 100 FPG_LOAD_MAP 1 '" + fpg_name + "'");
+    EXPECT_EQ(state(), before);
+    EXPECT_EQ(ask(ORB_fpg_load, fpg_name.c_str()), "failure: 100 FPG_LOAD 1 '" + fpg_name + "'");
+    EXPECT_EQ(state().surfaces, before.surfaces);
+    EXPECT_EQ(fpg[1].in_use, 0);
+    fpg[1].memory_usage = 0;
+    EXPECT_EQ(ask(ORB_map_new, 4096, 4096), "failure: 100 MAP_NEW 1 4096");
+  }
+  const int32_t loose = host.call(ORB_map_new, 3000, 3000);
+  ASSERT_EQ(host.call(ORB_fpg_add_map, 0, 5, 0, loose), 5);
+  const registry_state two = state();
+  const memory_limit limit(some);
+  EXPECT_EQ(ask(ORB_map_clone, 0, loose), "failure: 100 MAP_CLONE 1 0");
+  EXPECT_EQ(ask(ORB_fpg_add_map, 0, 6, 0, loose), "failure: 100 FPG_ADD_MAP 1 0");
+  EXPECT_EQ(ask(ORB_fpg_new_map, 0, 6, 3000, 3000), "failure: 100 FPG_NEW_MAP 1 0");
+  EXPECT_EQ(ask(ORB_fpg_new_map, 0, 5, 3000, 3000), "failure: 100 FPG_NEW_MAP 1 0");
+  EXPECT_EQ(ask(ORB_fpg_clone, 0), "failure: 100 CLONE_FPG 1 0");
+  EXPECT_EQ(state(), two);
+#endif
+}
+
 } // namespace
