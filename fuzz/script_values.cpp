@@ -98,7 +98,7 @@ constexpr struct {
     {"map_get_realcpoint(I,I,", "p"},
     {"map_get_realcpoint", "x"},
     {"map_", "fg"},
-    {"ground_copy", "rfg"},
+    {"ground_copy", "rfgxxss"},
     {"ground_get(", "fg"},
     {"ground_put(", "fg"},
     {"ground_put_block", "fgxxxxssnrlecl"},
@@ -109,7 +109,7 @@ constexpr struct {
     {"ground_put_line", "xxxxc"},
     {"ground_put_circle", "xxxcx"},
     {"ground_put_", "xxxxc"},
-    {"screen_copy", "rfg"},
+    {"screen_copy", "rfgxxss"},
     {"screen_draw_block", "fgxxxxxssnrlecl"},
     {"screen_draw_tile", "fgxxxnrlecl"},
     {"screen_draw_graphic", "fgxxxxaxnrlecl"},
@@ -179,6 +179,7 @@ int32_t read_value(script_reader &script, const script_handles &handles, char ki
     if (pool.results && index >= 48)
       return handles.results[(handles.next_result - 1 - index % 4) % handles.results.size()];
     if (kind != 'x') return pool.values[index % pool.values.size()];
+    if (choice % 2 == 0) return int32_t(index) - 8; // on the screen, or just beside it
   }
   // No process here: addresses would make a script's pictures differ from run to run.
   switch (choice / 4 % 8) {
