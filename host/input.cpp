@@ -81,23 +81,29 @@ std::optional<int> Input::key_symbol(std::string_view name) {
 std::optional<bool> Input::key(std::string_view name) const {
   const std::optional<int> symbol = key_symbol(name);
   if (!symbol) return std::nullopt;
+  const auto seen = [this](int key) {
+    return down_.test(static_cast<std::size_t>(key)) ||
+           pressed_.test(static_cast<std::size_t>(key));
+  };
   const int other = other_side(name);
-  return down_.test(static_cast<std::size_t>(*symbol)) ||
-         (other != SDLK_UNKNOWN && down_.test(static_cast<std::size_t>(other)));
+  return seen(*symbol) || (other != SDLK_UNKNOWN && seen(other));
 }
 
 void Input::set_key(int symbol, bool down) {
   if (symbol >= 0 && static_cast<std::size_t>(symbol) < down_.size()) {
     down_.set(static_cast<std::size_t>(symbol), down);
+    if (down) pressed_.set(static_cast<std::size_t>(symbol));
   }
 }
 
 void Input::reset() {
   down_.reset();
+  pressed_.reset();
   pointer.left = pointer.middle = pointer.right = false;
 }
 
 void Input::pump() {
+  pressed_.reset();
   if (!SDL_WasInit(SDL_INIT_VIDEO) || !SDL_GetVideoSurface()) return;
   SDL_Event event;
   while (SDL_PollEvent(&event)) {

@@ -26,7 +26,8 @@ public:
   // "ralt", "pause", "kp0" to "kp9"; "shift", "ctrl" and "alt" for either side; and the
   // character of any other key ("-", "."). Nothing for other texts.
   [[nodiscard]] static std::optional<int> key_symbol(std::string_view name);
-  // Whether the key of that name is down; nothing for an unknown name.
+  // Whether the key of that name is down, or was pressed and released again since the last pump();
+  // nothing for an unknown name.
   [[nodiscard]] std::optional<bool> key(std::string_view name) const;
   // Presses or releases a key as if the keyboard had.
   void set_key(int symbol, bool down);
@@ -36,6 +37,7 @@ public:
 
 private:
   std::bitset<512> down_;
+  std::bitset<512> pressed_; // since the last pump()
 };
 
 } // namespace orbhost

@@ -413,6 +413,13 @@ TEST(HostInput, KnowsKeysByName) {
   for (const char *text : {"", "f0", "f16", "f01", "kp10", "nonsense", "kp"}) {
     EXPECT_EQ(input.key(text), std::nullopt) << text;
   }
+  // A tap between two frames is seen in one.
+  input.set_key(*Input::key_symbol("tab"), true);
+  input.set_key(*Input::key_symbol("tab"), false);
+  EXPECT_EQ(input.key("tab"), true);
+  input.pump();
+  EXPECT_EQ(input.key("tab"), false);
+  EXPECT_EQ(input.key("space"), true);
   input.set_key(100000, true);
   input.reset();
   EXPECT_EQ(input.key("space"), false);
