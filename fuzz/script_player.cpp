@@ -24,7 +24,7 @@ namespace {
 namespace fs = std::filesystem;
 
 /// Steps of one script: it must end before the next one can begin.
-constexpr int most_steps = 400;
+constexpr int most_steps = 400, most_repeats = 600;
 /// Graphs and screens with more pixels only take time.
 constexpr int64_t most_pixels = 1 << 17;
 /// Words that pointers lead to: more than any function reads or writes.
@@ -160,7 +160,8 @@ public:
       case 5: set_local(); break;
       case 6: set_global(); break;
       case 7: set_process(); break;
-      default: call(); break;
+      case 8: call(script_.byte()); break;
+      default: call(0); break;
       }
     frame();
     check_counts();
@@ -264,7 +265,8 @@ private:
     return choice >= 240 ? nullptr : memory_.data() + choice % most_offset;
   }
 
-  void call() {
+  /// One call, and the same again as often as asked: lists must grow.
+  void call(int again) {
     using orbhost::ArgumentType;
     const auto &functions = host_.registration().functions;
     const orbhost::Function &function = functions[script_.word() % functions.size()];
@@ -283,6 +285,13 @@ private:
         arguments.push_back(value(kind));
     }
     limit_sizes(function.name, arguments);
+    make_call(function, arguments);
+    for (; again > 0 && repeats_ < most_repeats; again--, repeats_++)
+      make_call(function, arguments);
+  }
+
+  void make_call(const orbhost::Function &function,
+                 const std::vector<orbhost::Argument> &arguments) {
     has_saved_ |= function.name.find("save") != std::string::npos;
 
     const int32_t result = host_.call_form(function, arguments);
@@ -350,6 +359,7 @@ private:
   std::vector<int32_t> memory_;
   std::array<orb_process *, 16> processes_{};
   size_t next_process_ = 0;
+  int repeats_ = 0;
   bool has_saved_ = false;
   std::string mistake_;
   uint32_t checksum_ = 0;
