@@ -250,7 +250,7 @@ TEST_F(ImageLoad, AdoptsControlPointsAndDescriptions) {
     auto *pixels = static_cast<uint16_t *>(image_data = aligned_malloc(16));
     const uint16_t words[] = {0, 0x001F, 0x07E0, 0xF800, 0xFFFF, 0x8410, 1, 0x0841};
     memcpy(pixels, words, sizeof words);
-    image_cpoint = static_cast<image_cpoint_record *>(calloc(3, sizeof(image_cpoint_record)));
+    image_cpoint = static_cast<cpoint_record *>(calloc(3, sizeof(cpoint_record)));
     image_cpoint[0] = {1, 1, 1};
     image_cpoint[1] = {65535, 65535, 0};
     image_cpoint[2] = {3, 0, 1};

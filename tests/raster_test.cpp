@@ -662,16 +662,6 @@ constexpr primitive primitives[] = {
     {"csellipse", ORB_map_put_csellipse, ORB_ground_put_csellipse},
 };
 
-int32_t call_with(fake_runtime &host, int32_t (*handler)(), const std::vector<int64_t> &given) {
-  const auto a = [&](size_t i) { return int32_t(given[i]); };
-  switch (given.size()) {
-  case 5: return host.call(handler, a(0), a(1), a(2), a(3), a(4));
-  case 6: return host.call(handler, a(0), a(1), a(2), a(3), a(4), a(5));
-  case 7: return host.call(handler, a(0), a(1), a(2), a(3), a(4), a(5), a(6));
-  default: return host.call(handler, a(0), a(1), a(2), a(3), a(4), a(5), a(6), a(7));
-  }
-}
-
 // Depth, call -> "ok", "silent" or what is reported: error, function, position, value. G is a graph
 // of library 0, L a free code. Rows with two mistakes show the order of the checks.
 constexpr const char *primitive_rows = R"(
@@ -715,22 +705,22 @@ TEST_F(Primitives, CheckTheirArguments) {
     host.errors.clear();
     const int32_t graph = host.call(ORB_map_new, 20, 20);
     const auto number = [&](const std::string &text) {
-      return text == "G" ? graph : text == "L" ? graph + 1 : std::stoll(text);
+      return text == "G" ? graph : text == "L" ? graph + 1 : int32_t(std::stoll(text));
     };
-    std::vector<int64_t> given;
+    std::vector<int32_t> given;
     while (row >> word && word != "->")
       given.push_back(number(word));
     const auto *const what = std::find_if(std::begin(primitives), std::end(primitives),
                                           [&](const primitive &p) { return p.name == name; });
     ground_puting = 0;
-    const int32_t result = call_with(host, kind == "map" ? what->map : what->ground, given);
+    const int32_t result = host.call(kind == "map" ? what->map : what->ground, given);
     std::string outcome;
     row >> outcome;
     std::vector<fake_error> reports;
     if (outcome != "ok" && outcome != "silent") {
       fake_error error{std::stoi(outcome), "", ORB_VALUE_INT, 0, 0, ""};
       row >> error.function >> error.position >> word;
-      error.value = int32_t(number(word));
+      error.value = number(word);
       reports.push_back(error);
     }
     EXPECT_EQ(host.errors == reports, true);
@@ -758,13 +748,13 @@ TEST_F(Primitives, HandTheirArgumentsToTheirRasteriser) {
       const bool line = p.name == std::string("line"), circle = p.name == std::string("circle");
       for (const int fill : {0, 1}) {
         const uint32_t colour = 7 + uint32_t(fill);
-        std::vector<int64_t> given(a.begin(), a.begin() + (circle ? 3 : 4));
-        given.push_back(colour);
+        std::vector<int32_t> given(a.begin(), a.begin() + (circle ? 3 : 4));
+        given.push_back(int32_t(colour));
         if (!line) given.push_back(fill);
         shape_named(p.name).draw(expected, a, colour, fill);
-        EXPECT_EQ(call_with(host, p.ground, given), 1);
+        EXPECT_EQ(host.call(p.ground, given), 1);
         given.insert(given.begin(), {0, graph});
-        EXPECT_EQ(call_with(host, p.map, given), 1);
+        EXPECT_EQ(host.call(p.map, given), 1);
         for (const __ORBSurface2D__ *drawn : {ground, slot(graph).surface})
           EXPECT_EQ(memcmp(drawn->pixels, expected->pixels, expected->byte_size), 0);
       }

@@ -2,7 +2,7 @@
 //
 // Both pictures are drawn, as they are shown but without effects, onto two private surfaces of the
 // size of the boxes' intersection, and compared there. Owner of the variables:
-// collision_surfaces.cpp and collision_test.cpp; alive from the first set depth to release.
+// collision_surfaces.cpp and collision_checks.cpp; alive from the first set depth to release.
 #pragma once
 
 #include "orb/graphics2d.h"

@@ -11,12 +11,15 @@ constexpr int32_t full_turn = 360000;
 constexpr int32_t scrolls = 10;
 constexpr int32_t ghost_flag = 4;
 
-/// The slot's surface where both numbers are in range, reported where not; null for an empty slot.
+bool is_library(int32_t file, const script_call *call) {
+  const bool good = file >= 0 && file < max_fpg;
+  if (!good && call) call->bad(error_file, 1, file);
+  return good;
+}
+
+/// The slot's surface in a library that is one, null for an empty slot; a number out of range is
+/// reported.
 __ORBSurface2D__ *find_surface(int32_t file, int32_t graph, const script_call *call) {
-  if (file < 0 || file >= max_fpg) {
-    if (call) call->bad(error_file, 1, file);
-    return nullptr;
-  }
   if (graph < 1 || graph >= (file ? graphs_per_library : max_map)) {
     if (call) call->bad(error_graph, 2, graph);
     return nullptr;
@@ -63,10 +66,7 @@ orb_process *calling_process() {
 bool process_picture(const orb_process *process, __ORBBlit2D__ &request, const script_call *call) {
   if (!process || !process->locals || process->coordinates == 2) return false;
   orb_locals shown = *process->locals;
-  if (shown.file < 0 || shown.file >= max_fpg) {
-    if (call) call->bad(error_file, 1, shown.file);
-    return false;
-  }
+  if (!is_library(shown.file, call)) return false;
   if (shown.xgraph) {
     if (!apply_xgraph(&shown)) return false;
     shown.angle = 0;
@@ -105,6 +105,7 @@ bool pointer_picture(__ORBBlit2D__ &request) {
 
 bool graph_picture(int32_t file, int32_t graph, int32_t x, int32_t y, __ORBBlit2D__ &request,
                    const script_call *call) {
+  if (!is_library(file, call)) return false;
   __ORBSurface2D__ *const surface = find_surface(file, graph, call);
   if (!surface) return false;
   start_request(request, surface, x, y);

@@ -36,7 +36,6 @@ __ORBSurface2D__ *surface_from_image() {
   surface->alpha_channel = image_alphachannel;
   image_data = nullptr;
   if (image_cpoint) {
-    static_assert(sizeof(image_cpoint_record) == 3 * sizeof(uint32_t));
     free(surface->cpoints);
     surface->cpoints = reinterpret_cast<uint32_t *>(image_cpoint);
     surface->has_cpoints = uint32_t(image_num_cpoints);

@@ -13,7 +13,7 @@ __ORBPalette2D__ image_palette;
 uint8_t image_has_palette;
 void *image_data;
 uint8_t image_alphachannel;
-image_cpoint_record *image_cpoint;
+cpoint_record *image_cpoint;
 int32_t image_num_cpoints;
 int32_t image_max_cpoint_defined;
 int32_t image_error;
@@ -31,8 +31,7 @@ const image_codec image_codecs[] = {
     {img_format_jpeg, ORB_CheckJPEGHeader, ORB_LoadJPEG, ORB_LoadJPEGPalette,
      keyless<ORB_SaveJPEG>},
     {img_format_pcx, ORB_CheckPCXHeader, ORB_LoadPCX, ORB_LoadPCXPalette, keyless<ORB_SavePCX>},
-    {img_format_png, ORB_CheckPNGHeader, ORB_LoadPNG, ORB_LoadPNGPalette,
-     keyless<ORB_SavePNG>},
+    {img_format_png, ORB_CheckPNGHeader, ORB_LoadPNG, ORB_LoadPNGPalette, keyless<ORB_SavePNG>},
     {img_format_tga, ORB_CheckTGAHeader, ORB_LoadTGA, ORB_LoadTGAPalette, keyless<ORB_SaveTGA>},
 };
 const int32_t num_image_codecs = std::size(image_codecs);

@@ -2,17 +2,12 @@
 // through which a reader hands its picture over.
 #pragma once
 
-#include "orb/graphics2d.h"
+#include "surface/surface.h"
 
 /// The script constants img_format_*, and the marks in `image_loaded`.
 enum image_format : int32_t {
   img_format_map = 1, img_format_bmp, img_format_jpeg, img_format_pcx, img_format_png,
   img_format_tga
-};
-
-/// A control point as readers deliver it.
-struct image_cpoint_record {
-  uint32_t x, y, defined;
 };
 
 // Written by the reader of the current file, consumed by adopt_image.
@@ -23,7 +18,7 @@ extern __ORBPalette2D__ image_palette;     // 8-bit components
 extern uint8_t image_has_palette;          // 1: image_palette came with the picture
 extern void *image_data;                   // aligned_malloc; the taker owns it
 extern uint8_t image_alphachannel;
-extern image_cpoint_record *image_cpoint;  // malloc, or null
+extern cpoint_record *image_cpoint;  // malloc, or null
 extern int32_t image_num_cpoints;          // defined ones
 extern int32_t image_max_cpoint_defined;   // highest index
 extern int32_t image_error;                // message number of the last failure

@@ -123,7 +123,7 @@ graph_read_result read_surface(library_reader *file, const library_entry &entry,
                                __ORBSurface2D__ *surface) {
   surface->alpha_channel = (entry.flags & stored_alpha_flag) != 0;
   if (const uint32_t count = entry.flags & stored_cpoint_mask) {
-    image_cpoint_record *points;
+    cpoint_record *points;
     int32_t defined;
     const graph_read_result result = read_cpoints(&file->in, count, &points, &defined);
     if (result != graph_read) return result;

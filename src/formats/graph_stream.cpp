@@ -147,11 +147,11 @@ bool read_graph_palette(graph_reader *in, __ORBPalette2D__ *out) {
   return true;
 }
 
-graph_read_result read_cpoints(graph_reader *in, uint32_t count, image_cpoint_record **out,
+graph_read_result read_cpoints(graph_reader *in, uint32_t count, cpoint_record **out,
                                int32_t *defined) {
   uint16_t stored[stored_cpoint_mask][2];
   if (!read_graph_bytes(in, stored, count * sizeof *stored)) return graph_cut_short;
-  auto *points = static_cast<image_cpoint_record *>(malloc(count * sizeof(image_cpoint_record)));
+  auto *points = static_cast<cpoint_record *>(malloc(count * sizeof(cpoint_record)));
   if (!points) return graph_no_memory;
   *defined = 0;
   for (uint32_t i = 0; i < count; i++) {

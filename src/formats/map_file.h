@@ -72,7 +72,7 @@ void adopt_palette(const __ORBPalette2D__ &colours, uint32_t checksum);
 enum graph_read_result { graph_read, graph_cut_short, graph_no_memory };
 /// Reads `count` (1 to 4095) control points into a new array; missing ones are in it, not defined
 /// and not counted.
-graph_read_result read_cpoints(graph_reader *in, uint32_t count, image_cpoint_record **out,
+graph_read_result read_cpoints(graph_reader *in, uint32_t count, cpoint_record **out,
                                int32_t *defined);
 
 // ---- Writing -----------------------------------------------------------------------------------

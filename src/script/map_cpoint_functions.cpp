@@ -8,6 +8,7 @@
 #include "collision/picture.h"
 #include "module/script_call.h"
 #include "script/handlers.h"
+#include "surface/surface.h"
 
 namespace {
 
@@ -17,12 +18,7 @@ constexpr int32_t most_defined = 1000;
 /// Files count up to 4095 records.
 constexpr int32_t highest_point = 4094;
 
-struct cpoint_record {
-  uint32_t x, y, defined;
-};
-
 cpoint_record *records_of(const __ORBSurface2D__ *surface) {
-  static_assert(sizeof(cpoint_record) == 3 * sizeof(uint32_t));
   return reinterpret_cast<cpoint_record *>(surface->cpoints);
 }
 

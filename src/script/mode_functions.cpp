@@ -95,7 +95,6 @@ void store_filters(const mode_request &r) {
   set_scanline_filter(r.scanline);
   filter_fx = r.fx;
   filter_scale = r.scale;
-  update_filter_size();
 }
 
 /// Sets `field` when one of the two flags is given; the first wins.
@@ -236,7 +235,6 @@ int32_t ORB_virtualresolution_set() {
   virtual_resolution_h = height;
   virtual_resolution_aspectratio = aspect;
   if (virtual_resolution && !apply) return call.done(1);
-  update_filter_size();
   return call.done(apply_mode());
 }
 

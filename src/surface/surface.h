@@ -12,6 +12,12 @@ struct orb_surface_list {
 
 extern orb_surface_list *gfxsurfaces;
 
+/// What `cpoints` of a surface points at: cpoint_last + 1 of these, point 0 first.
+struct cpoint_record {
+  uint32_t x, y, defined;
+};
+static_assert(sizeof(cpoint_record) == 3 * sizeof(uint32_t));
+
 /// The background and the back buffer, both of the mode's size and depth; null before the first
 /// set-mode. Owned by the video device; `device2D` users draw on them through requests.
 extern __ORBSurface2D__ *ground, *screen;

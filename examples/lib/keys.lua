@@ -1,0 +1,18 @@
+-- Keys that do something once a press.
+--
+--   local keys = require "keys"
+--   if keys.pressed "p" then ... end      asked once a frame
+
+local keys = {}
+
+local held = {}
+
+-- True in the first frame of a press.
+function keys.pressed(name)
+  local down = key(name)
+  local first = down and not held[name]
+  held[name] = down
+  return first
+end
+
+return keys
