@@ -8,6 +8,7 @@
 -- Mouse: drag with the left button. Keys: tab chooses the other picture, left and right turn it, up
 -- and down scale it, m mirrors it, space starts and stops the demonstration, escape ends.
 
+local pressed = require("keys").pressed
 local text = require "text"
 
 local width, height = 640, 480
@@ -107,14 +108,6 @@ spawn(panel_line, { y = 96 }, function()
 end)
 
 -- ---- Input --------------------------------------------------------------------------------------
-
-local held = {}
-local function pressed(name)
-  local down = key(name)
-  local first = down and not held[name]
-  held[name] = down
-  return first
-end
 
 local drag
 local function drag_with_mouse()

@@ -7,6 +7,7 @@
 -- Keys: left and right turn, up accelerates, space shoots, p pauses, return starts again after the
 -- end, escape ends. Argument: "demo" lets the game play by itself.
 
+local pressed = require("keys").pressed
 local text = require "text"
 
 local demo = arg[1] == "demo"
@@ -201,11 +202,8 @@ spawn(label, { x = 530, y = 18, z = -100 }, function()
 end, 2)
 spawn(label, { x = width // 2, y = height // 2, z = -100 }, announce, 3)
 
-local p_was_down = false
 while not key "escape" do
-  local p_down = key "p"
-  if p_down and not p_was_down and not over then paused = not paused end
-  p_was_down = p_down
+  if pressed "p" and not over then paused = not paused end
 
   best = math.max(best, score)
   if not paused and not over then

@@ -8,6 +8,7 @@
 -- Keys: right and left go on and back, space stops and starts the walk, escape ends.
 -- Arguments: frames that a step lasts (60), and "window" to leave full screens out.
 
+local pressed = require("keys").pressed
 local text = require "text"
 
 local frames_a_step = tonumber(arg[1]) or 60
@@ -218,15 +219,6 @@ end
 local function go(direction)
   at = (at - 1 + direction) % #steps + 1
   show(direction)
-end
-
--- True in the first frame of a press.
-local held = {}
-local function pressed(name)
-  local down = key(name)
-  local first = down and not held[name]
-  held[name] = down
-  return first
 end
 
 set_fps(60, 0)
