@@ -4,16 +4,13 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <map>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include <zlib.h>
 
 #include "fuzz/script_reader.h"
+#include "fuzz/world.h"
 #include "host/host.h"
 #include "module/module.h"
 #include "surface/registry.h"
@@ -29,54 +26,6 @@ constexpr int most_steps = 400, most_repeats = 600;
 constexpr int64_t most_pixels = 1 << 17;
 /// Words that pointers lead to: more than any function reads or writes.
 constexpr size_t memory_words = 1024, most_offset = 64;
-
-// ---- The folder --------------------------------------------------------------------------------
-
-/// The folder that scripts load from and save to: the same files for every script.
-class scratch_folder {
-public:
-  scratch_folder() {
-    std::string pattern = fs::temp_directory_path() / "orb_script_XXXXXX";
-    if (!mkdtemp(pattern.data())) throw std::runtime_error("cannot make " + pattern);
-    path_ = pattern;
-  }
-  ~scratch_folder() {
-    std::error_code ignored;
-    fs::remove_all(path_, ignored);
-  }
-  scratch_folder(const scratch_folder &) = delete;
-  scratch_folder &operator=(const scratch_folder &) = delete;
-
-  const fs::path &path() const { return path_; }
-  /// What is in the folder now is what every script finds.
-  void keep() {
-    for (const auto &entry : fs::directory_iterator(path_)) {
-      std::ifstream in(entry.path(), std::ios::binary);
-      kept_[entry.path().filename()] = std::string(std::istreambuf_iterator<char>(in), {});
-    }
-  }
-  void restore() {
-    for (const auto &entry : fs::directory_iterator(path_))
-      fs::remove_all(entry.path());
-    for (const auto &[name, bytes] : kept_)
-      std::ofstream(path_ / name, std::ios::binary) << bytes;
-  }
-
-private:
-  fs::path path_;
-  std::map<std::string, std::string> kept_;
-};
-
-// ---- The player --------------------------------------------------------------------------------
-
-constexpr int32_t depths[] = {8, 16, 32};
-
-/// Null, names of files that are there or may come, and no names at all.
-constexpr const char *texts[] = {
-    "8.map",  "16.map", "32.map", "8.fpg",  "16.fpg", "32.fpg",   "8.png",     "32.png",
-    "8.bmp",  "16.bmp", "32.bmp", "8.pcx",  "16.pcx", "8.tga",    "32.tga",    "8.jpg",
-    "32.jpg", "8.pal",  "c.map",  "c.fpg",  "k.map",  "k.fpg",    "out.fpg",   "out.map",
-    "key",    "k",      "",       "no.map", "no.fpg", "no/a.png", "long name", nullptr};
 
 struct scroll_place {
   int32_t shown, x, y;
@@ -109,47 +58,8 @@ public:
     host_.init();
   }
 
-  /// Something of everything at a depth, so that first calls find what they ask for.
   void make_world(int32_t depth) {
-    host_.call("mode_set", {64, 48, depth});
-    const struct { int32_t width, height; } sizes[] = {{16, 16}, {33, 7}, {64, 64}, {1, 1}};
-    uint32_t random = 1;
-    for (const auto &size : sizes) {
-      const int32_t graph = host_.call("map_new", {size.width, size.height, 0, int(depth == 32)});
-      const __ORBSurface2D__ &surface = *GetMAP(0, graph)->surface;
-      auto *bytes = static_cast<uint8_t *>(surface.pixels);
-      for (uint32_t i = 0; i < surface.byte_size; i++)
-        bytes[i] = (random = random * 1664525 + 1013904223) >> 30 ? uint8_t(random >> 16) : 0;
-      host_.call("map_new_cpoint", {0, graph, 5, size.width / 2, size.height / 3});
-    }
-    const int32_t library = host_.call("fpg_new");
-    for (int32_t graph = 1; graph <= 3; graph++)
-      host_.call("fpg_add_map", {library, graph, 0, 999 + graph});
-    host_.call("region_define", {1, 8, 8, 30, 20});
-    host_.call("draw_new", {3, 15, 12, 1, 2, 3, 40, 30});
-    host_.call("draw_new", {4, 200, 8, 0, -5, 3, 20, 60});
-    for (int32_t i = 0; i < 3; i++) {
-      orb_process *process = spawn(i);
-      process->locals->graph = 1000 + i;
-      process->locals->x = process->locals->y = 20 + 9 * i;
-    }
-  }
-
-  /// Saves the world in every format, under the names of its depth.
-  void save_world(int32_t depth) {
-    const std::string name = std::to_string(depth);
-    host_.call("map_save", {0, 1000, name + ".map"});
-    host_.call("fpg_save", {1, name + ".fpg"});
-    const std::pair<int32_t, const char *> formats[] = {
-        {2, ".bmp"}, {3, ".jpg"}, {4, ".pcx"}, {5, ".png"}, {6, ".tga"}};
-    for (const auto &[format, ending] : formats)
-      host_.call("image_save", {0, 1001, name + ending, format});
-    if (depth != 8) return;
-    host_.call("palette_save", {"8.pal"});
-    host_.call("map_save", {0, 1001, "c.map", 1, static_cast<const char *>(nullptr)});
-    host_.call("fpg_save", {1, "c.fpg", 1, static_cast<const char *>(nullptr)});
-    host_.call("map_save", {0, 1001, "k.map", 0, "key"});
-    host_.call("fpg_save", {1, "k.fpg", 1, "key"});
+    fuzz::make_world(host_, depth, [this](int32_t type) { return spawn(type); });
   }
 
   void play() {
@@ -369,26 +279,11 @@ private:
   orbhost::Host host_; // last: its end releases the module, which may look at all the others
 };
 
-scratch_folder &folder() {
-  static scratch_folder scratch;
-  static const bool filled = [] {
-    for (const int32_t depth : depths) {
-      player artist({}, scratch.path());
-      artist.make_world(depth);
-      artist.save_world(depth);
-    }
-    scratch.keep();
-    return true;
-  }();
-  (void)filled;
-  return scratch;
-}
-
 } // namespace
 
 played play_script(std::span<const uint8_t> script) {
   if (script.empty()) return {};
-  scratch_folder &files = folder();
+  scratch_folder &files = world_folder();
   player plays(script.subspan(1), files.path());
   plays.make_world(depths[script[0] % 3]);
   plays.play();
