@@ -19,6 +19,10 @@ public:
   int32_t number() { return take<int32_t>(); }
   /// A number below `count`, from one byte.
   size_t below(size_t count) { return byte() % count; }
+  /// One of a few.
+  template <typename T, size_t count> T one_of(const T (&values)[count]) {
+    return values[below(count)];
+  }
 
 private:
   template <typename T> T take() {
@@ -44,8 +48,10 @@ struct script_handles {
 
 /// An int argument. `kind` is what the argument is, as letters have it:
 ///   f library, g graph, d draw object, y type of one, r region, p process, s side of a graph,
-///   w side of a screen, b depth, m packed mode, c colour, l alpha, a angle, n flags, e effect,
-///   i format of a picture;
+///   w side of a screen, b depth, m packed mode, k flags of a mode, q scale and j scan lines of a
+///   filter, c colour, l alpha, a angle, n flags, e effect, z size in percent, h shear, o order of
+///   the transformations, t target of a collision, v percent of a fade, u switch, i format of a
+///   picture;
 /// of anything else nothing is known. Three in four values suit the kind; the others are whatever
 /// is extreme, or anything at all.
 int32_t read_value(script_reader &script, const script_handles &handles, char kind);

@@ -26,6 +26,15 @@ constexpr int32_t effects[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14,
                                20, 21, 22, 23, 24, 25, 26, 1001, 1002, 1003, 1004, 1005, 1006, 1007,
                                1008, 1009, 1010, 1011, 1012, 1013, 1014, 1015};
 constexpr int32_t formats[] = {1, 2, 3, 4, 5, 6};
+constexpr int32_t switches[] = {0, 1, 1, 0, -1, 2};
+constexpr int32_t sizes[] = {100, 100, 50, 200, 150, 99, 37, 300, 1, 0, 1000, -100};
+constexpr int32_t shears[] = {0, 0, 10, -20, 100, -50, 1000};
+constexpr int32_t orders[] = {0, 1, 2, 3, 4, 5, 6, -1};
+constexpr int32_t scales[] = {0, 1, 2, 1, 2, 3};
+constexpr int32_t scanlines[] = {0, 1, 16, 17, 32, 33, 64, 65, 128, 129};
+constexpr int32_t mode_flags[] = {0, 1, 2, 2 | 2048, 2 | 1024, 64, 128, 4 | 32, 8 | 16, 4096, 8192};
+constexpr int32_t percents[] = {0, 50, 100, 150, 200, 1, 199, 99};
+constexpr int32_t targets[] = {0, 0, 1, 2, 3, -1, -1};
 constexpr int32_t anything[] = {
     0, 1, 2, 3, 4, 5, 7, 8, 9, 10, 12, 13, 15, 16, 17, 20, 24, 25, 31, 32, 33, 40, 47, 48, 50, 63,
     64, 65, 75, 90, 95, 96, 97, 99, 100, 101, 120, 127, 128, 150, 180, 199, 200, 201, 240, 254, 255,
@@ -95,6 +104,8 @@ constexpr struct {
     {"map_clear", "fgc"},
     {"map_set_color", "fgcc"},
     {"map_set_colour", "fgcc"},
+    {"map_set_center", "fgss"},
+    {"map_new_cpoint", "fgxss"},
     {"map_get_realcpoint(I,I,", "p"},
     {"map_get_realcpoint", "x"},
     {"map_", "fg"},
@@ -128,16 +139,26 @@ constexpr struct {
     {"advance(I,", "p"},
     {"xadvance(I,I,", "pa"},
     {"xadvance", "a"},
-    {"collision(I,I,I)", "xxp"},
-    {"overlap(I,I,I)", "xxp"},
-    {"collision(", "pp"},
-    {"overlap(", "pp"},
+    {"collision(I,I,I)", "xxt"},
+    {"overlap(I,I,I)", "xxt"},
+    {"collision(I,I)", "pt"},
+    {"overlap(I,I)", "pt"},
+    {"collision(", "t"},
+    {"overlap(", "t"},
     {"get_angle", "pp"},
     {"get_dist", "pp"},
+    {"mode_change", "kx"},
     {"mode_set(I)", "m"},
-    {"mode_set(", "wwb"},
+    {"mode_set(I,I,I,I,I,I)", "wwbkqj"},
+    {"mode_set(I,I,I,I,I,I,I)", "wwbkxqj"},
+    {"mode_set(", "wwbkx"},
+    {"mode_set_filter", "qjx"},
+    {"mode_set_render", "uu"},
+    {"mode_get_", "u"},
     {"mode_exists", "wwb"},
-    {"virtualresolution_set", "ww"},
+    {"virtualresolution_set", "wwuu"},
+    {"fade(", "vvvw"},
+    {"screen_fade(", "vvvw"},
 };
 // clang-format on
 
@@ -164,6 +185,15 @@ value_pool pool_of(char kind) {
   case 'n': return {flags, false};
   case 'e': return {effects, false};
   case 'i': return {formats, false};
+  case 'u': return {switches, false};
+  case 'z': return {sizes, false};
+  case 'h': return {shears, false};
+  case 'o': return {orders, false};
+  case 'q': return {scales, false};
+  case 'j': return {scanlines, false};
+  case 'k': return {mode_flags, false};
+  case 'v': return {percents, false};
+  case 't': return {targets, false};
   default: return {anything, false};
   }
 }
@@ -174,7 +204,8 @@ int32_t read_value(script_reader &script, const script_handles &handles, char ki
   const uint8_t choice = script.byte();
   if (choice % 4 != 3) {
     const size_t index = choice / 4;
-    if (kind == 'p') return handles.processes[index % handles.processes.size()];
+    if (kind == 'p' || (kind == 't' && index % 4 == 0))
+      return handles.processes[index / 4 % handles.processes.size()];
     const value_pool pool = pool_of(kind);
     if (pool.results && index >= 48)
       return handles.results[(handles.next_result - 1 - index % 4) % handles.results.size()];
