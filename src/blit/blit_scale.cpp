@@ -83,7 +83,7 @@ int32_t ORBGI2D_BlitScale(__ORBBlit2D__ *request) {
     blit.src_x = src_x;
     blit.blt_rows = 1;
     src_y += step_y;
-    if (blit.src != blit.dst) {
+    if (!blit.shared) {
       while (blit.dst_y + blit.blt_rows <= down.last && row_at(src_y) == blit.src_y) {
         ++blit.blt_rows;
         src_y += step_y;

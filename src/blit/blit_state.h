@@ -13,6 +13,7 @@ using span_routine = void();
 
 struct blit_state {
   __ORBSurface2D__ *src, *dst;
+  bool shared;  // src and dst have memory in common: pixels must go one by one, in order
   int32_t x, y; // pivot position, pixels
   int32_t region;
   const __ORBRegion__ *pregion; // clip region in use, or null

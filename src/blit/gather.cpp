@@ -29,8 +29,8 @@ kernel_args common_args() {
   return k;
 }
 
-/// A kernel reads a group of pixels before it writes one. Where source and destination are one
-/// surface that would show, so each pixel goes by itself, in the order in which rows are drawn.
+/// A kernel reads a group of pixels before it writes one. Where source and destination share memory
+/// that would show, so each pixel goes by itself: row by row from the top, each from the left.
 void run_overlapping(span_kernel *kernel, kernel_args k) {
   const int32_t bytes = blit.src->depth >> 3, step = k.mirror ? -bytes : bytes;
   auto *dst = static_cast<uint8_t *>(k.dst);
@@ -60,7 +60,7 @@ template <typename Word, typename Sample> void run_sampled(span_kernel *kernel, 
   k.dst_stride = int32_t(blit.dst->pitch);
   auto *dst = reinterpret_cast<Word *>(pixel_address(blit.dst, blit.dst_x, blit.dst_y));
   // Onto itself a surface must be sampled no further ahead than it is written.
-  const int32_t piece = blit.src == blit.dst ? 1 : chunk;
+  const int32_t piece = blit.shared ? 1 : chunk;
   for (int32_t left = blit.blt_w; left > 0;) {
     k.w = std::min(left, piece);
     k.dst = dst;
@@ -136,7 +136,7 @@ void span_draw(span_kernel *kernel) {
   k.h = blit.blt_h;
   k.dst_stride = (blit.blt_w + blit.dst_inc) * bytes;
   k.src_stride = ((k.mirror ? -blit.blt_w : blit.blt_w) + blit.src_inc) * bytes;
-  if (blit.src == blit.dst)
+  if (blit.shared)
     run_overlapping(kernel, k);
   else
     kernel(k);
@@ -193,14 +193,15 @@ void tile_copies(span_kernel *kernel) {
   k.src_stride = int32_t(blit.src->pitch);
   int32_t src_y = blit.tile_phase_y;
   for (blit.tile_y = blit.clipy0; blit.tile_y <= blit.clipy1;) {
-    k.h = std::min(height - src_y, blit.clipy1 - blit.tile_y + 1);
+    // Copies side by side share their rows: onto itself a surface is drawn a row at a time.
+    k.h = blit.shared ? 1 : std::min(height - src_y, blit.clipy1 - blit.tile_y + 1);
     int32_t src_x = blit.tile_phase_x;
     uint8_t *dst = pixel_address(blit.dst, blit.clipx0, blit.tile_y);
     for (blit.tile_x = blit.clipx0; blit.tile_x <= blit.clipx1;) {
       k.w = std::min(width - src_x, blit.clipx1 - blit.tile_x + 1);
       k.dst = dst;
       k.src = pixel_address(blit.src, src_x, src_y);
-      if (blit.src == blit.dst)
+      if (blit.shared)
         run_overlapping(kernel, k);
       else
         kernel(k);
@@ -209,7 +210,7 @@ void tile_copies(span_kernel *kernel) {
       src_x = 0;
     }
     blit.tile_y += k.h;
-    src_y = 0;
+    src_y = src_y + k.h < height ? src_y + k.h : 0;
   }
 }
 
@@ -219,7 +220,7 @@ constexpr uint32_t narrow_tile = 256;
 } // namespace
 
 void span_tile(span_kernel *kernel) {
-  if (blit.src == blit.dst || blit.src->width >= narrow_tile)
+  if (blit.shared || blit.src->width >= narrow_tile)
     tile_copies(kernel);
   else
     by_depth([kernel](auto word) { tile_repeated<decltype(word)>(kernel); });

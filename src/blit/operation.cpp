@@ -12,6 +12,18 @@
 blit_state blit;
 __ORBBlit2D__ bltGraphics2D;
 
+namespace {
+
+/// Whether two surfaces have memory in common: they are one, or a wrapper shows another's pixels.
+bool share_memory(const __ORBSurface2D__ *a, const __ORBSurface2D__ *b) {
+  const auto *start_a = static_cast<const uint8_t *>(a->pixels);
+  const auto *start_b = static_cast<const uint8_t *>(b->pixels);
+  return start_a < start_b ? size_t(start_b - start_a) < a->byte_size
+                           : size_t(start_a - start_b) < b->byte_size;
+}
+
+} // namespace
+
 bool begin_blit(const __ORBBlit2D__ *request, bool transformed) {
   blit.x = request->x;
   blit.y = request->y;
@@ -36,6 +48,7 @@ bool begin_blit(const __ORBBlit2D__ *request, bool transformed) {
 
   if (!blit.src || !blit.dst || !blit.src->pixels || !blit.dst->pixels) return false;
   if (blit.src->depth != blit.dst->depth) return false;
+  blit.shared = share_memory(blit.src, blit.dst);
   if (blit.region < 0 && blit.dst == ground) return false;
   if (transformed) {
     if (blit.size == 0) return false;

@@ -49,8 +49,11 @@ placed_graph blit_in_progress::graph() {
 }
 
 uint32_t blit_in_progress::source(int64_t x, int64_t y) const {
-  const auto *base = &src == &dst ? result.pixels.data() : static_cast<uint8_t *>(src.pixels);
-  return read_pixel(base + size_t(y) * src.pitch + size_t(x) * size_t(src.depth) / 8, src.depth);
+  const size_t place = size_t(y) * src.pitch + size_t(x) * size_t(src.depth) / 8;
+  const uint8_t *const address = static_cast<uint8_t *>(src.pixels) + place;
+  const auto *const drawn_on = static_cast<uint8_t *>(dst.pixels);
+  const bool drawn = address >= drawn_on && address < drawn_on + dst.byte_size;
+  return read_pixel(drawn ? &result.pixels[size_t(address - drawn_on)] : address, src.depth);
 }
 
 uint8_t *blit_in_progress::at(int x, int y) {

@@ -64,7 +64,7 @@ public:
   pivot_place take_pivot();
   placed_graph graph();
 
-  /// Source pixel; of the destination as it is now where both are one surface.
+  /// Source pixel; as it is now where the destination has it, too.
   uint32_t source(int64_t x, int64_t y) const;
   /// Combines a source pixel with the destination pixel.
   void put(int x, int y, uint32_t s);

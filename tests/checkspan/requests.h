@@ -36,12 +36,17 @@ public:
 
   void set_centre(int x, int y);
   void set_override(int x, int y);
+  /// Makes the smaller picture a window on the larger one's memory.
+  void show_part_of_the_other(random_source &random);
 
   /// Runs the request and compares. Empty, or what is wrong.
   std::string run(operation op, trial_counts &counts);
   std::string describe(operation op) const;
 
 private:
+  bool shares_memory() const;
+
+  bool window_ = false;
   uint32_t centre_[3] = {65535, 65535, 0};
 };
 
