@@ -14,11 +14,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Saves the world in every format, under the names of its depth.
+/// Saves the world in every format, under the names of its depth. Its library has number 0, the
+/// first that is free.
 void save_world(orbhost::Host &host, int32_t depth) {
   const std::string name = std::to_string(depth);
   host.call("map_save", {0, 1000, name + ".map"});
-  host.call("fpg_save", {1, name + ".fpg"});
+  host.call("fpg_save", {0, name + ".fpg"});
   const std::pair<int32_t, const char *> formats[] = {
       {2, ".bmp"}, {3, ".jpg"}, {4, ".pcx"}, {5, ".png"}, {6, ".tga"}};
   for (const auto &[format, ending] : formats)
@@ -26,9 +27,9 @@ void save_world(orbhost::Host &host, int32_t depth) {
   if (depth != 8) return;
   host.call("palette_save", {"8.pal"});
   host.call("map_save", {0, 1001, "c.map", 1, static_cast<const char *>(nullptr)});
-  host.call("fpg_save", {1, "c.fpg", 1, static_cast<const char *>(nullptr)});
+  host.call("fpg_save", {0, "c.fpg", 1, static_cast<const char *>(nullptr)});
   host.call("map_save", {0, 1001, "k.map", 0, "key"});
-  host.call("fpg_save", {1, "k.fpg", 1, "key"});
+  host.call("fpg_save", {0, "k.fpg", 1, "key"});
 }
 
 void fill(const fs::path &folder) {
