@@ -98,15 +98,10 @@ graph_open_result open_graph_file(graph_reader *in, const char *filename, const 
 }
 
 uint32_t take_graph_bytes(graph_reader *in, void *to, uint32_t size, int32_t cipher) {
-  uint32_t taken = 0;
-  while (taken < size && size - taken <= uint32_t(in->left)) {
-    const int32_t read =
-        rt_file_read(static_cast<uint8_t *>(to) + taken, int32_t(size - taken), cipher, in->handle);
-    if (read <= 0) break;
-    taken += uint32_t(read);
-    in->left -= read;
-  }
-  return taken;
+  if (size > uint32_t(in->left)) return 0;
+  const int32_t taken = rt_file_read_all(to, int32_t(size), cipher, in->handle);
+  in->left -= taken;
+  return uint32_t(taken);
 }
 
 bool read_graph_bytes(graph_reader *in, void *to, uint32_t size, int32_t cipher) {
@@ -179,13 +174,8 @@ bool create_graph_file(graph_writer *out, const char *filename, bool compressed,
 }
 
 void write_graph_bytes(graph_writer *out, const void *from, uint32_t size, int32_t cipher) {
-  const auto *at = static_cast<const uint8_t *>(from);
-  while (out->good && size > 0) {
-    const int32_t written = rt_file_write(at, int32_t(size), cipher, out->handle);
-    out->good = written > 0;
-    at += written;
-    size -= uint32_t(written);
-  }
+  const auto wanted = int32_t(size); // pieces of a surface at most
+  out->good = out->good && rt_file_write_all(from, wanted, cipher, out->handle) == wanted;
 }
 
 void write_graph_palette(graph_writer *out) {

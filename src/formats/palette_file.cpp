@@ -76,7 +76,7 @@ int32_t read_palette_file(const char *filename, palette_in_file *out) {
   void *file = rt_file_open(filename, ORB_OPEN_READ, nullptr);
   if (!file) return 0;
   uint8_t bytes[palette_file_size];
-  const int32_t size = rt_file_read(bytes, sizeof bytes, 0, file);
+  const int32_t size = rt_file_read_all(bytes, sizeof bytes, 0, file);
   rt_file_close(file);
 
   const own_header *own = find_own_header(bytes, size);
@@ -96,7 +96,7 @@ int32_t write_palette_file(const char *filename, const __ORBPalette2D__ &of) {
   const stored_palette stored = store_palette(of);
   memcpy(bytes, palette_file_header, header_size);
   memcpy(bytes + header_size, &stored, sizeof stored);
-  const int32_t written = rt_file_write(bytes, sizeof bytes, 0, file);
+  const int32_t written = rt_file_write_all(bytes, sizeof bytes, 0, file);
   rt_file_close(file);
   return written == int32_t(sizeof bytes);
 }

@@ -65,7 +65,8 @@ void show_program() {
 }
 
 void read_script_globals() {
-  if (deviceSystem_graphics2D->frame_rate) *_fps_ = *deviceSystem_graphics2D->frame_rate;
+  const orb_device_system *system = deviceSystem_graphics2D;
+  if (system && system->frame_rate) *_fps_ = *system->frame_rate;
   *_vsync_ = vsync = std::clamp(*_vsync_, 0, 1);
   dump_type = *_dump_type_;
   restore_type = *_restore_type_;
@@ -73,7 +74,8 @@ void read_script_globals() {
 
 void render() {
   if (!device2D.UseBlitList(graphics2D_blitlist)) return;
-  const int32_t *busy = deviceSystem_graphics2D->renderer_busy;
+  const orb_device_system *system = deviceSystem_graphics2D;
+  const int32_t *busy = system ? system->renderer_busy : nullptr;
   if (busy && *busy) {
     device2D.ResetBlitList();
     return;
@@ -89,7 +91,8 @@ void render() {
 /// that, the hook ends where it stands.
 int32_t ORB_mod_graphics2D_init() {
   deviceSystem_graphics2D = orbre->rt_device_system;
-  if (deviceSystem_graphics2D->full_screen) full_screen = *deviceSystem_graphics2D->full_screen;
+  const orb_device_system *system = deviceSystem_graphics2D;
+  full_screen = system && system->full_screen ? *system->full_screen : 0;
 
   if (!ORBGI2D_Internal_InitGFXDevice()) {
     rt_fatal("Device 2D init error");

@@ -19,7 +19,11 @@ inline int32_t rt_return(int32_t value) { return orbre->rt_return(value); }
 inline int32_t rt_take_return() { return orbre->rt_take_return(); }
 inline void rt_signal(int32_t code) { orbre->rt_signal(code); }
 inline void rt_exit(int32_t code) { orbre->rt_exit(code); }
-inline const char *rt_program_name() { return orbre->rt_program_name(); }
+/// The program's title; empty where the host has none.
+inline const char *rt_program_name() {
+  const char *name = orbre->rt_program_name();
+  return name ? name : "";
+}
 /// Reports a condition after which the module can't go on; always level 2. May return in a test
 /// host: callers then leave their state as it was and report failure.
 inline void rt_fatal(const char *message) { orbre->rt_fatal(2, message); }
@@ -47,6 +51,11 @@ void *rt_file_open(const char *name, int32_t mode, const char *key);
 int32_t rt_file_read(void *buffer, int32_t count, int32_t cipher, void *handle);
 /// Bytes written, 0..count.
 int32_t rt_file_write(const void *buffer, int32_t count, int32_t cipher, void *handle);
+/// Reads in as many pieces as the host delivers, until `count` bytes are there or it delivers
+/// nothing more. Bytes read.
+int32_t rt_file_read_all(void *buffer, int32_t count, int32_t cipher, void *handle);
+/// Writes in as many pieces as the host takes, until it takes nothing more. Bytes written.
+int32_t rt_file_write_all(const void *buffer, int32_t count, int32_t cipher, void *handle);
 /// 0 on success.
 int32_t rt_file_seek(void *handle, int32_t offset, int32_t whence);
 /// Nonzero at the end of the file. A host may not tell, so a short read is an end, too.

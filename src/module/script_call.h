@@ -63,10 +63,12 @@ struct script_call {
   }
   int32_t fail() const { return rt_return(failure); }
   int32_t done(int32_t value) const { return rt_return(value); }
-  /// Ends with a text, cut to what the host's result buffer takes.
+  /// Ends with a text, cut to what the host's result buffer takes; with no text where the host has
+  /// no buffer.
   int32_t done(const char *text) const {
     char *const out = orbre->rt_new_return_string();
     orbre->rt_commit_return_string();
+    if (!out) return rt_return(0);
     const size_t length = strnlen(text, ORB_RETURN_STRING_SIZE - 1);
     memcpy(out, text, length);
     out[length] = '\0';

@@ -14,6 +14,17 @@ Operation service(const Table *orb_device_system::*table, Operation Table::*memb
   return deviceSystem_graphics2D->*table->*member;
 }
 
+/// Moves `count` bytes from or to `buffer` by pieces that move(place, rest) tells the size of.
+template <typename Byte, typename Move> int32_t move_all(Byte *buffer, int32_t count, Move move) {
+  int32_t moved = 0;
+  while (moved < count) {
+    const int32_t piece = move(buffer + moved, count - moved);
+    if (piece <= 0) break;
+    moved += piece;
+  }
+  return moved;
+}
+
 } // namespace
 
 void host_message_box(const char *text, const char *title) {
@@ -84,6 +95,18 @@ int32_t rt_file_write(const void *buffer, int32_t count, int32_t cipher, void *h
   auto *call = service(&orb_device_system::file, &orb_file_services::write);
   if (!call || count <= 0) return 0;
   return std::clamp(call(buffer, 1, count, cipher, handle), 0, count);
+}
+
+int32_t rt_file_read_all(void *buffer, int32_t count, int32_t cipher, void *handle) {
+  return move_all(static_cast<uint8_t *>(buffer), count, [=](uint8_t *to, int32_t rest) {
+    return rt_file_read(to, rest, cipher, handle);
+  });
+}
+
+int32_t rt_file_write_all(const void *buffer, int32_t count, int32_t cipher, void *handle) {
+  return move_all(
+      static_cast<const uint8_t *>(buffer), count,
+      [=](const uint8_t *from, int32_t rest) { return rt_file_write(from, rest, cipher, handle); });
 }
 
 int32_t rt_file_seek(void *handle, int32_t offset, int32_t whence) {

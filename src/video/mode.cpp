@@ -107,11 +107,18 @@ void return_to_working_mode() {
 
 void set_defaults() {
   const orb_device_system *const system = deviceSystem_graphics2D;
-  const int32_t desktop_w = system ? system->desktop_width : 0;
-  const int32_t desktop_h = system ? system->desktop_height : 0;
+  const int64_t desktop_w = system ? system->desktop_width : 0;
+  const int64_t desktop_h = system ? system->desktop_height : 0;
   // The host's full-screen flag, taken by the init hook, decides the first mode's type.
-  mode = {
-      (desktop_w - 320) >> 1, (desktop_h - 200) >> 1, 320, 200, 8, full_screen ? 2 : 1, 1024, 0, 0};
+  mode = {int32_t((desktop_w - 320) >> 1),
+          int32_t((desktop_h - 200) >> 1),
+          320,
+          200,
+          8,
+          full_screen ? 2 : 1,
+          1024,
+          0,
+          0};
   cur_mode = mode.bpp;
   mode_centerwindow = 1;
   mode_centermouse = 0;

@@ -39,7 +39,7 @@ constexpr int32_t max_display_side = 16383;
 SDL_Surface *open_display(int32_t width, int32_t height, uint32_t flags) {
   if (width > max_display_side || height > max_display_side) return nullptr;
   const char *const title = rt_program_name();
-  if (title) SDL_WM_SetCaption(title, title);
+  if (*title) SDL_WM_SetCaption(title, title);
   return SDL_SetVideoMode(width, height, mode.bpp, flags);
 }
 
@@ -198,8 +198,9 @@ int32_t SDLX11_SetWindowedMode() {
   SDL_FillRect(display, nullptr, 0);
   SDL_ShowCursor(SDL_DISABLE);
   if (mode_centerwindow && deviceSystem_graphics2D) {
-    mode.x = (deviceSystem_graphics2D->desktop_width - filter_w) / 2;
-    mode.y = (deviceSystem_graphics2D->desktop_height - filter_h) / 2;
+    // In 64 bits: the host's desktop may have any size.
+    mode.x = int32_t((int64_t{deviceSystem_graphics2D->desktop_width} - filter_w) / 2);
+    mode.y = int32_t((int64_t{deviceSystem_graphics2D->desktop_height} - filter_h) / 2);
     host_move_window(mode.x, mode.y);
   }
   mode_bufferflipping = 0;
@@ -314,8 +315,7 @@ void SDLX11_Quit() {
 
 void SDLX11_Error(const char *text) {
   char title[2048];
-  const char *const name = rt_program_name();
-  snprintf(title, sizeof title, "%s: Critical Error", name ? name : "");
+  snprintf(title, sizeof title, "%s: Critical Error", rt_program_name());
   host_message_box(text, title);
   rt_exit(1);
 }
