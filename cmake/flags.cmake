@@ -22,6 +22,11 @@ target_compile_options(orb_common INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wvla -Wundef)
 target_link_options(orb_common INTERFACE -Wl,--as-needed)
 
+# valgrind 3.19 doesn't read the version 5 that clang writes by default.
+if(ORB_DWARF)
+  target_compile_options(orb_common INTERFACE -gdwarf-${ORB_DWARF})
+endif()
+
 if(ORB_WERROR)
   target_compile_options(orb_common INTERFACE -Werror)
 endif()

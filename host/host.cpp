@@ -181,11 +181,12 @@ std::int32_t Host::constant(std::string_view name) const {
 }
 
 std::vector<ErrorReport> Host::take_errors() {
-  return std::exchange(errors_, {});
+  const std::deque<ErrorReport> taken = std::exchange(errors_, {});
+  return {taken.begin(), taken.end()};
 }
 
 void Host::report(ErrorReport report) {
-  if (errors_.size() >= kept_errors) errors_.erase(errors_.begin());
+  if (errors_.size() >= kept_errors) errors_.pop_front();
   errors_.push_back(report);
   if (on_error)
     on_error(report);

@@ -24,6 +24,7 @@
 #include "orb/graphics2d.h"
 
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <initializer_list>
 #include <stdexcept>
@@ -161,7 +162,7 @@ private:
   Files files_;
   Input input_;
   Clock clock_;
-  std::vector<ErrorReport> errors_;
+  std::deque<ErrorReport> errors_; // the last ones
   void *library_ = nullptr;
   bool attached_ = false, initialised_ = false, released_ = false;
 };
