@@ -132,6 +132,8 @@ void set_defaults() {
   orientation_mode = 0;
   virtual_resolution = virtual_resolution_w = virtual_resolution_h = 0;
   virtual_resolution_aspectratio = 0;
+  virtual_resolution_ratiow = virtual_resolution_ratioh = 0;
+  virtual_resolution_xoffset = virtual_resolution_yoffset = 0;
   rendering2D_type = 1;
   vsync = 0;
   reset_fades();
