@@ -19,6 +19,9 @@ struct played {
   uint32_t checksum;
 };
 
+/// Whether calls and frames are told on stderr, each with the sum so far.
+extern bool tells_steps;
+
 /// Plays one script in a module that is brought up for it and taken down after it.
 played play_script(std::span<const uint8_t> script);
 

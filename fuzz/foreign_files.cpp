@@ -1,0 +1,88 @@
+#include "fuzz/foreign_files.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <stdexcept>
+
+#include <zlib.h>
+
+namespace fuzz {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr uint64_t most_pixels = 1 << 16;
+constexpr size_t most_bytes = 16384;
+
+/// Files by a hash of their names.
+using file_ring = std::map<uint32_t, std::string>;
+
+void add_files(file_ring &files, const fs::path &folder, const std::string &ending) {
+  if (!fs::is_directory(folder)) return;
+  for (const auto &entry : fs::directory_iterator(folder)) {
+    if (!entry.is_regular_file() || entry.file_size() > most_bytes) continue;
+    if (!ending.empty() && entry.path().extension() != ending) continue;
+    const std::string name = entry.path().filename();
+    const auto *bytes = reinterpret_cast<const Bytef *>(name.data());
+    std::ifstream in(entry.path(), std::ios::binary);
+    files[uint32_t(crc32(0, bytes, uInt(name.size())))] =
+        std::string(std::istreambuf_iterator<char>(in), {});
+  }
+}
+
+file_ring read_files(foreign_kind kind) {
+  const fs::path data = fs::path(ORB_SOURCE_DIR) / "tests/data";
+  file_ring files;
+  if (kind != foreign_kind::map) add_files(files, data / "corpus/fpg", "");
+  if (kind != foreign_kind::fpg) add_files(files, data / "corpus/map", "");
+  if (kind == foreign_kind::any) {
+    for (const char *format : {"bmp", "pcx", "png", "tga"})
+      add_files(files, data / format, std::string(".") + format);
+    add_files(files, data / "jpeg", ".jpg");
+    for (const char *format : {"bmp", "jpeg", "pcx", "tga"})
+      add_files(files, data / "corpus" / format, "");
+  }
+  if (files.empty()) throw std::runtime_error("no files under " + data.string());
+  return files;
+}
+
+} // namespace
+
+const std::string &foreign_file(foreign_kind kind, uint16_t number) {
+  static const file_ring all[] = {read_files(foreign_kind::any), read_files(foreign_kind::fpg),
+                                  read_files(foreign_kind::map)};
+  const file_ring &files = all[int(kind)];
+  const auto next = files.lower_bound(uint32_t(number) << 16);
+  return next == files.end() ? files.begin()->second : next->second;
+}
+
+bool claims_too_much(const std::string &file) {
+  // Words at `at`, of two bytes, the lower one first; 0 beyond the end.
+  const auto word = [&file](size_t at) -> uint64_t {
+    if (at + 2 > file.size()) return 0;
+    return uint8_t(file[at]) | uint64_t(uint8_t(file[at + 1])) << 8;
+  };
+  const auto swapped = [&word](size_t at) { return word(at) >> 8 | (word(at) & 255) << 8; };
+  const auto many = [](uint64_t width, uint64_t height) { return width * height > most_pixels; };
+  if (file.starts_with("BM"))
+    return many(word(18) | word(20) << 16, std::min(word(22) | word(24) << 16, uint64_t{65536}));
+  if (file.starts_with("\x89PNG"))
+    return many(swapped(18) | swapped(16) << 16, swapped(22) | swapped(20) << 16);
+  if (file.starts_with("\xFF\xD8"))
+    for (size_t i = 2; i + 9 <= file.size(); i++) {
+      const auto kind = uint8_t(file[i + 1]);
+      const bool frame = (kind & 0xF0) == 0xC0 && kind != 0xC4 && kind != 0xC8 && kind != 0xCC;
+      if (file[i] == '\xFF' && frame && many(swapped(i + 5), swapped(i + 7))) return true;
+    }
+  if (file.starts_with('\x0A'))
+    return many(word(8) - word(4) + 1 & 0xFFFF, word(10) - word(6) + 1 & 0xFFFF);
+  // Others are taken for TGA, which has no signature, unless they are long enough to be what they
+  // are.
+  return file.size() < most_bytes && many(word(12), word(14)) && (file.size() > 2) &&
+         uint8_t(file[2]) <= 11;
+}
+
+} // namespace fuzz

@@ -1,0 +1,39 @@
+// script_play [--sse2] [--tell] FILE...: plays random scripts and prints, for each, the sum over
+// its results and pictures, its name, and what went wrong.
+//
+// For looking at one script in a debugger, for comparing builds (the sums are the same in all of
+// them), and for measuring what scripts reach (tools/coverage.sh). --sse2 leaves AVX2 aside, --tell
+// tells of every call and frame.
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "blit/span_tables.h"
+#include "fuzz/script_player.h"
+
+int main(int argc, char **argv) {
+  int mistakes = 0;
+  for (int i = 1; i < argc; i++) {
+    if (std::string_view(argv[i]) == "--sse2") {
+      mask_instruction_sets(instruction_set::sse2);
+      continue;
+    }
+    if (std::string_view(argv[i]) == "--tell") {
+      fuzz::tells_steps = true;
+      continue;
+    }
+    std::ifstream in(argv[i], std::ios::binary);
+    const std::vector<char> bytes(std::istreambuf_iterator<char>(in), {});
+    const fuzz::played played =
+        fuzz::play_script({reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size()});
+    const std::string name = std::filesystem::path(argv[i]).filename();
+    std::printf("%08x %s %s\n", played.checksum, name.c_str(), played.mistake.c_str());
+    std::fflush(stdout); // what follows may crash
+    mistakes += !played.mistake.empty();
+  }
+  return mistakes != 0;
+}
