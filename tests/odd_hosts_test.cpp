@@ -9,141 +9,14 @@
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <zlib.h>
 
-#include "fuzz/world.h"
-#include "host/host.h"
-#include "module/module.h"
-#include "surface/registry.h"
-#include "surface/surface.h"
-#include "video/video.h"
+#include "host_tour.h"
 
 namespace {
-
-/// A host with the world's files, whose reports are nobody's business.
-struct quiet_host : orbhost::Host {
-  std::vector<std::string> fatals, boxes;
-
-  quiet_host() {
-    on_error = [](const orbhost::ErrorReport &) {};
-    on_fatal = [this](int32_t, const std::string &text) { fatals.push_back(text); };
-    on_exit = [](int32_t) {};
-    on_message = [this](const std::string &text, const std::string &) { boxes.push_back(text); };
-    files().on_loss = [](const std::string &, const std::string &) {};
-    files().set_folder(fuzz::world_folder().path());
-    device_system.scroll = &scroll_services;
-    scroll_services.offset = [](int32_t, int32_t number, int32_t *x, int32_t *y) -> int32_t {
-      *x = *y = number;
-      return number == 3;
-    };
-    attach(ORB_mod_graphics2D_MainLibraryExports);
-  }
-  ~quiet_host() {
-    release();
-    fuzz::world_folder().restore();
-  }
-};
 
 struct OddHosts : testing::Test {
   OddHosts() { fuzz::world_folder(); } // which is made by a host of its own
 };
-
-/// What a program sees of its calls and pictures.
-struct diary {
-  std::vector<int32_t> results, files, processes;
-  std::vector<uint32_t> pictures;
-};
-
-void expect_same(const diary &seen, const diary &expected) {
-  EXPECT_EQ(seen.results, expected.results);
-  EXPECT_EQ(seen.files, expected.files);
-  EXPECT_EQ(seen.processes, expected.processes);
-  EXPECT_EQ(seen.pictures, expected.pictures);
-}
-
-/// Something of everything that asks the host for anything, at every depth.
-diary tour(orbhost::Host &host) {
-  diary seen;
-  const char *const none = nullptr;
-  int32_t memory[4]{};
-  const auto frames = [&](int count) {
-    for (int i = 0; i < count; ++i)
-      host.frame();
-    if (screen)
-      seen.pictures.push_back(
-          uint32_t(crc32(0, static_cast<uint8_t *>(screen->pixels), screen->byte_size)));
-  };
-  orb_process *const one = host.spawn(1), *const two = host.spawn(2);
-  one->coordinates = 1;
-  one->locals->graph = two->locals->graph = 1000;
-  one->locals->x = two->locals->x = 20;
-  one->locals->y = two->locals->y = 24;
-  host.global("mouse", 1) = 1000;
-  for (const int32_t depth : fuzz::depths)
-    for (const int32_t type : {1, 2}) {
-      const auto call = [&](const char *name, std::vector<orbhost::Argument> arguments) {
-        seen.results.push_back(host.call(name, std::move(arguments)));
-      };
-      const auto file = [&](const char *name, std::vector<orbhost::Argument> arguments) {
-        seen.files.push_back(host.call(name, std::move(arguments)));
-        EXPECT_EQ(host.files().open_count(), 0u) << name;
-      };
-      const auto process = [&](const char *name, std::vector<orbhost::Argument> arguments) {
-        const int32_t answer = host.call(name, std::move(arguments));
-        seen.processes.push_back(answer == orbhost::ProcessList::id(one)   ? 1
-                                 : answer == orbhost::ProcessList::id(two) ? 2
-                                                                           : answer);
-      };
-      const std::string own = std::to_string(depth);
-      call("mode_set", {64, 48, depth, type});
-      call("map_new", {8, 8, depth == 8 ? 15 : depth == 16 ? 0xF81F : 0xFF00FF});
-      call("set_fps", {50, 1});
-      frames(3);
-      host.processes().current = one;
-      for (const int32_t target : {0, 2, -1})
-        for (const char *kind : {"collision", "overlap"})
-          process(kind, {target});
-      process("collision", {one, two});
-      process("collision", {20, 24, 0});
-      process("get_dist", {two});
-      process("advance", {two, 3});
-      process("region_is_out", {two, 0});
-      process("map_get_realcpoint", {0, memory, memory + 1});
-      frames(1);
-      file("map_load", {own + ".map"});
-      file("map_load", {"c.map"});
-      file("map_load", {"k.map", "key"});
-      file("fpg_load", {own + ".fpg"});
-      file("fpg_load", {"k.fpg", "key"});
-      file("fpg_load_map", {own + ".fpg", 1, 2});
-      for (const char *ending : {".png", ".bmp", ".pcx", ".tga", ".jpg"})
-        file("image_load", {own + ending});
-      file("load_pcx", {"8.pcx"});
-      file("screen_load", {own + ".bmp"});
-      file("screen_load", {own + ".map"});
-      file("palette_load", {"8.pal"});
-      file("palette_force", {"8.png"});
-      file("palette_force", {none});
-      file("palette_save", {"out.pal"});
-      file("map_save", {0, 1000, "out.map", 1, "key"});
-      file("fpg_save", {0, "out.fpg"});
-      for (const int32_t format : {1, 2, 3, 4, 5, 6})
-        file("image_save", {0, 1000, "out", format});
-      frames(2);
-      call("mode_change", {3 - type});
-      call("mode_set_filter", {1, 17});
-      frames(1);
-      call("virtualresolution_set", {128, 96, 1, 1});
-      frames(1);
-      call("virtualresolution_set", {0, 0, 0, 0});
-      call("mode_set", {320200});
-      call("map_set_name", {0, 1000, none});
-      seen.results.push_back(int32_t(host.call_text("map_get_name", {0, 1000}).size()));
-      for (const char *unload : {"map_unload", "image_unload", "fpg_unload"})
-        host.call(unload, {-1});
-    }
-  return seen;
-}
 
 diary tour_of(const std::function<void(quiet_host &)> &change) {
   quiet_host host;
@@ -390,6 +263,198 @@ TEST_F(OddHosts, EndlessStreams) {
     bytes_read = 0;
     EXPECT_EQ(host.call("fpg_load_map", {"8.fpg", 3, 999}), 0);
     EXPECT_LE(bytes_read, int64_t{1} << 31);
+  }
+}
+
+// ---- Numbers, processes, the order of things ---------------------------------------------------
+
+constexpr int32_t extremes[] = {INT_MIN, INT_MIN + 1, -1000000, -1, 0, 1, 320, 1000000, INT_MAX};
+
+TEST_F(OddHosts, DesktopsOfAnySize) {
+  for (const int32_t width : extremes)
+    for (const int32_t height : {INT_MIN, 0, 200, INT_MAX}) {
+      quiet_host host;
+      host.device_system.desktop_width = width;
+      host.device_system.desktop_height = height;
+      host.frame_rate = width;
+      host.vsync = height;
+      host.init();
+      EXPECT_EQ(mode.x, (int64_t{width} - 320) / 2);
+      EXPECT_EQ(host.call("mode_set", {64, 48, 16, 1}), 1);
+      const bool fits = width >= 320 && height >= 200; // the smallest mode that displays list
+      EXPECT_EQ(host.call("mode_set", {64, 48, 16, 2}) == 1, fits) << width << " " << height;
+      host.begin_frame();
+      host.frame_rate = width;
+      host.end_frame();
+      EXPECT_EQ(host.global("fps"), width);
+    }
+}
+
+/// Positions of the mouse, of scrolls and of processes that no screen has.
+TEST_F(OddHosts, PlacesOfAnySize) {
+  static int32_t scroll_x, scroll_y;
+  quiet_host host;
+  host.scroll_services.offset = [](int32_t, int32_t, int32_t *x, int32_t *y) {
+    *x = scroll_x;
+    *y = scroll_y;
+    return -1; // as good as 1
+  };
+  host.init();
+  host.call("mode_set", {64, 48, 32});
+  host.call("map_new", {8, 8, 0xFF00FF});
+  orb_process *const one = host.spawn(1), *const two = host.spawn(2);
+  one->locals->graph = two->locals->graph = 1000;
+  one->coordinates = 1;
+  host.processes().current = one;
+  host.global("mouse", 1) = 1000;
+  for (const int32_t x : extremes)
+    for (const int32_t offset : extremes)
+      for (const int32_t size : {100, 37, INT_MAX, INT_MIN}) {
+        scroll_x = offset;
+        scroll_y = x;
+        one->locals->x = two->locals->y = x;
+        one->locals->size = size;
+        one->locals->angle = offset;
+        host.global("mouse", 2) = host.global("mouse", 4) = x;
+        host.global("mouse", 3) = host.global("mouse", 5) = offset;
+        for (const int32_t target : {0, -1}) {
+          host.call("collision", {target});
+          host.call("overlap", {target});
+        }
+        host.call("collision", {x, offset, 0});
+        host.frame();
+      }
+}
+
+/// Nodes without a process, processes without locals, direction graphs of any count, ids of the
+/// dead, and a process that ends while others look for what they touch.
+TEST_F(OddHosts, ProcessesOfAllKinds) {
+  static orb_process_node nodes[6];
+  static quiet_host *serving;
+  static orb_process *victim, *asking;
+  quiet_host host;
+  serving = &host;
+  host.process_services.proc_first = [](int32_t) { return nodes; };
+  host.process_services.proc_exists = [](int32_t) { return 1; };
+  host.process_services.proc_current = [] { return asking; };
+  host.scroll_services.offset = [](int32_t, int32_t, int32_t *, int32_t *) {
+    if (victim) serving->kill(victim);
+    victim = nullptr;
+    return 1; // and no offset
+  };
+  host.init();
+  host.call("mode_set", {64, 48, 32});
+  host.call("map_new", {8, 8, 0xFF00FF});
+  std::vector<int32_t> directions(1001, 1000);
+  orb_process *processes[4];
+  for (int32_t i = 0; i < 4; ++i) {
+    processes[i] = host.spawn(i);
+    processes[i]->coordinates = 1;
+    processes[i]->locals->graph = 1000;
+  }
+  orb_locals *const locals = processes[2]->locals;
+  for (size_t i = 0; i < 6; ++i)
+    nodes[i] = {i < 2 ? nullptr : processes[i - 2], i < 5 ? nodes + i + 1 : nullptr};
+  for (const int32_t count : {0, -1, 1, 256, 257, 1000, INT_MAX, INT_MIN})
+    for (const int32_t first : {1000, -1000, 0, INT_MIN, INT_MAX}) {
+      directions[0] = count;
+      directions[1] = first;
+      processes[1]->locals->xgraph = directions.data();
+      processes[2]->locals = count == 1 ? nullptr : locals;
+      for (orb_process *each : {processes[0], processes[1], processes[2]}) {
+        asking = each;
+        for (const char *name : {"collision", "overlap"}) {
+          host.call(name, {0});
+          host.call(name, {processes[2]});
+          host.call(name, {processes[1], processes[0]});
+          host.call(name, {3, 3, 0});
+        }
+        host.call("get_dist", {processes[2]});
+        host.call("get_angle", {processes[2], processes[1]});
+        host.call("advance", {processes[2], 5});
+        host.call("region_is_out", {processes[2], 0});
+        host.call("map_get_realcpoint", {0, &directions[990], &directions[991]});
+      }
+      host.frame();
+    }
+  processes[2]->locals = locals;
+  victim = processes[3];
+  asking = processes[0];
+  for (int32_t i = 0; i < 5; ++i)
+    EXPECT_NE(host.call("collision", {0}), orbhost::ProcessList::id(processes[3]));
+}
+
+/// All globals in the same place.
+TEST_F(OddHosts, GlobalsOverEachOther) {
+  quiet_host host;
+  static std::vector<int32_t> memory;
+  memory.assign(1024, 7);
+  host.runtime.rt_globals = reinterpret_cast<uint8_t *>(memory.data());
+  host.runtime.rt_global_offset = [](int32_t, const char *) { return 64; };
+  host.init();
+  EXPECT_EQ(_fading_, _dump_type_);
+  tour(host);
+}
+
+/// Hooks in any order. What a program sees between init and release is the same.
+TEST_F(OddHosts, HooksInAnyOrder) {
+  const diary whole = tour_of([](quiet_host &) {});
+  const auto hook = [](char kind) {
+    if (kind == 'i') ORB_mod_graphics2D_init();
+    if (kind == 'f') ORB_mod_graphics2D_frame();
+    if (kind == 'r') ORB_mod_graphics2D_release();
+  };
+  for (const char *before : {"", "f", "r", "rr", "ifr", "i", "ii", "iffif", "irr", "irff"}) {
+    SCOPED_TRACE(before);
+    quiet_host host;
+    setenv("SDL_VIDEODRIVER", "dummy", 1);
+    for (const char *kind = before; *kind; ++kind)
+      hook(*kind);
+    host.init();
+    expect_same(tour(host), whole);
+    EXPECT_TRUE(host.fatals.empty());
+    host.release();
+    hook('r');
+    hook('f');
+  }
+}
+
+/// A host that is asked to do something may draw a frame first, or call a function.
+TEST_F(OddHosts, HostsThatCallBack) {
+  static quiet_host *serving;
+  static bool inside;
+  static int calls;
+  static void (*call_back)();
+  const auto guarded = [] {
+    if (inside || !serving) return;
+    inside = true;
+    ++calls;
+    call_back();
+    inside = false;
+  };
+  static void (*const serve)() = guarded;
+  for (const auto back :
+       {+[] { ORB_mod_graphics2D_frame(); },
+        +[] {
+          serving->call("screen_clear");
+          serving->call("ground_put", {0, 1000, 5, 5});
+        },
+        +[] { serving->call("map_load", {"8.map"}); }, +[] { device2D.VID_GFXPaint(); }}) {
+    call_back = back;
+    quiet_host host;
+    host.video_hooks.mode_change = [](int32_t) { serve(); };
+    host.window_services.show_window = [](int32_t) { serve(); };
+    host.window_services.move_window = [](int32_t, int32_t) { serve(); };
+    host.window_services.message_box = [](const char *, const char *) { serve(); };
+    host.input_services.reset = [] { serve(); };
+    host.input_services.reread_window = [] { serve(); };
+    serving = nullptr;
+    host.init();
+    serving = &host;
+    calls = 0;
+    tour(host);
+    EXPECT_GT(calls, 20);
+    serving = nullptr;
   }
 }
 

@@ -29,6 +29,8 @@ namespace {
 /// 1 between an init that went through and release. Should a host go on after a fatal report, its
 /// frames do nothing.
 bool running;
+/// 1 from the beginning of an init, however it ends, to release.
+bool begun;
 
 template <typename T> void bind(T *&variable, const char *name) {
   variable = reinterpret_cast<T *>(orbre->rt_globals + orbre->rt_global_offset(0, name));
@@ -88,8 +90,11 @@ void render() {
 } // namespace
 
 /// Brings the module up and opens the display. A failure is fatal; should the host go on after
-/// that, the hook ends where it stands.
+/// that, the hook ends where it stands. What an init before it has brought up and nothing has
+/// released goes first.
 int32_t ORB_mod_graphics2D_init() {
+  if (begun) ORB_mod_graphics2D_release();
+  begun = true;
   deviceSystem_graphics2D = orbre->rt_device_system;
   const orb_device_system *system = deviceSystem_graphics2D;
   full_screen = system && system->full_screen ? *system->full_screen : 0;
@@ -144,7 +149,7 @@ int32_t ORB_mod_graphics2D_frame() {
 
 /// Takes everything down. A further init starts like the first one, window included.
 int32_t ORB_mod_graphics2D_release() {
-  running = false;
+  running = begun = false;
   release_graph_registry();
   VID_Quit_Graphics2D();
   ORBGI2D_Internal_QuitGFXDevice();
