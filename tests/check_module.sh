@@ -1,6 +1,6 @@
 #!/bin/sh
 # Checks the built module: its SONAME, its one exported symbol, no unresolved symbol that it does
-# not name a library for, and the libraries it names.
+# not name a library for, the libraries it names, and that it aligns the stack by itself.
 # usage: check_module.sh MODULE
 module=$1
 status=0
@@ -36,5 +36,19 @@ done
 
 # A position-dependent module would cost every process its own copy.
 printf '%s\n' "$dynamic" | grep -q TEXTREL && fail "has text relocations"
+
+# Hosts call with the stack aligned to 4 bytes. Whatever keeps vectors on the stack, or calls another
+# library, must have aligned it to 16 or more; and nothing may leave by a jump into another library.
+unaligned=$(objdump -d --no-show-raw-insn "$module" | awk '
+  function judge() {
+    if (needs && !aligned && name !~ /^<(de)?register_tm_clones>|^<__do_global_dtors_aux>|^<_init>/)
+      print name, needs
+  }
+  />:$/ { judge(); name = $2; needs = ""; aligned = 0; functions++; next }
+  /\tand +\$0xff+[0-9a-f]0,%esp/ { aligned = 1; realigned++ }
+  /\tv?mov(aps|apd|dqa) .*\(%e[sb]p\)/ || /\tcall .*@plt/ || /\tcall +\*/ { needs = $0 }
+  /\tjmp .*@plt/ && name !~ /@plt>/ { print name, "leaves:", $0 }
+  END { judge(); if (realigned < 1000) print realigned, "of", functions, "functions align the stack" }')
+[ -z "$unaligned" ] || fail "the stack: $unaligned"
 
 exit $status

@@ -1,0 +1,170 @@
+// What a host calls with the stack as it happens to be: the i386 interface promises 4 bytes of
+// alignment, vector code wants 16. And what a host must find as it left it: no values on the x87
+// stack, the control words, the direction of string instructions.
+#include <array>
+#include <cstring>
+#include <string>
+#include <utility>
+
+#include <gtest/gtest.h>
+
+#include "blit/span.h"
+#include "host_tour.h"
+
+namespace {
+
+/// How far below a multiple of 16 the stack stands when the module is called.
+uint32_t misalignment;
+
+struct processor_state {
+  uint16_t x87_control, x87_tags;
+  uint32_t mxcsr, flags;
+};
+
+processor_state current_state() {
+  struct {
+    uint32_t control, status, tags, rest[4];
+  } x87;
+  processor_state state;
+  asm volatile("fnstenv %0; fldenv %0" : "=m"(x87));
+  asm volatile("stmxcsr %0" : "=m"(state.mxcsr));
+  asm volatile("pushfl; popl %0" : "=r"(state.flags));
+  state.x87_control = uint16_t(x87.control);
+  state.x87_tags = uint16_t(x87.tags);
+  return state;
+}
+
+std::vector<std::string> broken; // calls that left something behind
+
+/// Calls with the stack at the chosen place, and looks at what was left.
+int32_t call_misaligned(int32_t (*function)(), const char *name) {
+  const processor_state before = current_state();
+  int32_t result;
+  uint32_t below = misalignment;
+  asm volatile("movl %%esp, %%esi\n\t"
+               "andl $-16, %%esp\n\t"
+               "subl %%ecx, %%esp\n\t"
+               "call *%%eax\n\t"
+               "movl %%esi, %%esp"
+               : "=a"(result), "+c"(below)
+               : "a"(function)
+               : "edx", "esi", "memory", "cc", "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5",
+                 "xmm6", "xmm7");
+  const processor_state after = current_state();
+  constexpr uint32_t direction_flag = 0x400, mxcsr_exceptions = 0x3F;
+  if (after.x87_tags != 0xFFFF) broken.push_back(std::string(name) + " leaves x87 values");
+  if (after.x87_control != before.x87_control) broken.push_back(std::string(name) + " x87 control");
+  if ((after.mxcsr ^ before.mxcsr) & ~mxcsr_exceptions)
+    broken.push_back(std::string(name) + " mxcsr");
+  if (after.flags & direction_flag) broken.push_back(std::string(name) + " direction");
+  asm volatile("fninit; cld");
+  return result;
+}
+
+constexpr size_t functions = std::size(functions_table) - 1;
+
+template <size_t index> int32_t handler() {
+  return call_misaligned(functions_table[index].handler, functions_table[index].signature);
+}
+constexpr auto handlers = []<size_t... index>(std::index_sequence<index...>) {
+  return std::array<int32_t (*)(), functions>{handler<index>...};
+}
+(std::make_index_sequence<functions>{});
+
+int32_t init() {
+  return call_misaligned(ORB_mod_graphics2D_init, "init");
+}
+int32_t frame() {
+  return call_misaligned(ORB_mod_graphics2D_frame, "frame");
+}
+int32_t release() {
+  return call_misaligned(ORB_mod_graphics2D_release, "release");
+}
+
+/// Registers the module's functions and hooks with a step between that misaligns the stack.
+int32_t misaligned_entry(const orb_registration *host) {
+  static const orb_registration *registration;
+  registration = host;
+  static orb_registration between;
+  between = *host;
+  between.reg_functions = [](const orb_function *table) {
+    static std::array<orb_function, functions + 1> rows;
+    memcpy(rows.data(), table, sizeof rows);
+    for (size_t i = 0; i < functions; ++i)
+      rows[i].handler = handlers[i];
+    registration->reg_functions(rows.data());
+  };
+  between.reg_hooks = [](const orb_hook *) {
+    static const orb_hook hooks[] = {
+        {ORB_HOOK_INIT, init}, {ORB_HOOK_FRAME, frame}, {ORB_HOOK_RELEASE, release}, {0, nullptr}};
+    registration->reg_hooks(hooks);
+  };
+  static int32_t result;
+  return call_misaligned([] { return result = ORB_mod_graphics2D_MainLibraryExports(&between); },
+                         "registration");
+}
+
+struct EntryPoints : testing::Test {
+  EntryPoints() {
+    fuzz::world_folder();
+    broken.clear();
+  }
+  ~EntryPoints() override {
+    EXPECT_EQ(broken, std::vector<std::string>());
+    mask_instruction_sets(instruction_set::avx2);
+  }
+};
+
+/// A whole program, with both sets of vector routines, sees the same whatever the stack.
+TEST_F(EntryPoints, TourWithAnyStack) {
+  diary aligned;
+  for (const instruction_set highest : {instruction_set::sse2, instruction_set::avx2})
+    for (const uint32_t below : {0u, 4u, 8u, 12u}) {
+      SCOPED_TRACE(std::to_string(below));
+      mask_instruction_sets(highest);
+      misalignment = below;
+      quiet_host host(misaligned_entry);
+      host.init();
+      const diary seen = tour(host);
+      if (aligned.pictures.empty())
+        aligned = seen;
+      else
+        expect_same(seen, aligned);
+    }
+}
+
+/// Every function, with several kinds of arguments.
+TEST_F(EntryPoints, EveryFunctionWithAnyStack) {
+  std::vector<int32_t> memory(4096, 1);
+  for (const uint32_t below : {4u, 8u, 12u})
+    for (const int32_t depth : fuzz::depths) {
+      misalignment = below;
+      quiet_host host(misaligned_entry);
+      host.init();
+      host.call("mode_set", {64, 48, depth});
+      fuzz::make_world(host, depth, [&](int32_t type) { return host.spawn(type); });
+      const auto address = int32_t(reinterpret_cast<uintptr_t>(memory.data()));
+      size_t called = 0;
+      for (const orbhost::Function &function : host.registration().functions) {
+        if (function.name.starts_with("mode_set") || function.name == "set_mode") continue;
+        ++called;
+        host.call_form(function, {});
+        for (const int32_t value : {0, 1, 7, 1000}) {
+          std::vector<orbhost::Argument> arguments;
+          for (const orbhost::ArgumentType type : function.arguments)
+            if (type == orbhost::ArgumentType::string)
+              arguments.push_back("8.map");
+            else if (type == orbhost::ArgumentType::pointer)
+              arguments.push_back(memory.data());
+            else
+              arguments.push_back(arguments.empty() ? 0 : arguments.size() == 1 ? 1001 : value);
+          if (function.name.ends_with("convert_palette")) arguments[2] = address;
+          host.call_form(function, arguments);
+        }
+      }
+      EXPECT_GT(called, functions - 20);
+      host.frame();
+    }
+}
+
+} // namespace
