@@ -1,5 +1,6 @@
 // What a host may do by itself through the device record: surfaces, requests, colours, modes.
 #include <algorithm>
+#include <cstdlib>
 #include <iterator>
 
 #include "fuzz/script_arguments.h"
@@ -109,31 +110,57 @@ void player::request_call() {
   }
 }
 
+/// A surface whose pixels stand in memory of the host's, or nowhere yet.
+void player::make_wrapper(int32_t width, int32_t height) {
+  if (surfaces_.size() >= most_surfaces || width > 64 || height > 64) return;
+  auto *made = host_.device()->ORBGI2D_CreateGFXSurfaceWrapper(width, height, value('b'));
+  if (!made) return;
+  const uint8_t manner = script_.byte();
+  if (manner % 4) made->pixels = lent_.data();
+  if (manner & 4) {
+    made->pitch += 64;
+    made->byte_size = made->pitch * made->height;
+  }
+  surfaces_.push_back(made);
+}
+
+void player::delete_surface() {
+  if (surfaces_.empty()) return;
+  if (surfaces_.back()->is_wrapper) { // its control points are its owner's, too
+    free(surfaces_.back()->cpoints);
+    surfaces_.back()->cpoints = nullptr;
+  }
+  host_.device()->ORBGI2D_DeleteGFXSurface(surfaces_.back());
+  surfaces_.pop_back();
+}
+
+void player::delete_surfaces() {
+  while (!surfaces_.empty())
+    delete_surface();
+}
+
 void player::surface_call() {
   const orb_device2d &device = *host_.device();
   const int32_t width = value('s'), height = value('s');
-  switch (script_.byte() % 9) {
+  switch (script_.byte() % 10) {
   case 0:
     if (surfaces_.size() < most_surfaces && small_enough(width, height)) {
       auto *made = device.ORBGI2D_CreateGFXSurface(width, height, value('b'), 1);
       if (made) surfaces_.push_back(made);
     }
     break;
-  case 1:
-    if (!surfaces_.empty()) {
-      device.ORBGI2D_DeleteGFXSurface(surfaces_.back());
-      surfaces_.pop_back();
-    }
-    break;
+  case 1: delete_surface(); break;
   case 2: {
     auto *const resized = some_surface();
-    if (resized && small_enough(width, height))
+    if (resized && resized->is_wrapper && width <= 64 && height <= 64)
+      device.ORBGI2D_ResizeGFXSurfaceWrapper(resized, width, height, script_.byte() % 2, 1);
+    else if (resized && !resized->is_wrapper && small_enough(width, height))
       device.ORBGI2D_ResizeGFXSurface(resized, width, height, script_.byte() % 2, 1);
     break;
   }
   case 3: device.ORBGI2D_BlitFill(some_surface(), uint32_t(value('c')), script_.byte() % 2); break;
   case 4: { // a surface made elsewhere becomes a graph
-    if (surfaces_.empty()) break;
+    if (surfaces_.empty() || surfaces_.back()->is_wrapper) break;
     const int32_t code = device.GetMAPCode(0);
     if (device.RecMAPCode(0, code, surfaces_.back())) {
       handles_.add_result(code);
@@ -153,7 +180,8 @@ void player::surface_call() {
     device.VID_SetGFXMode();
     break;
   }
-  case 7: // the next blit's pivot
+  case 7: make_wrapper(width, height); break;
+  case 8: // the next blit's pivot
     if (auto *const pivoted = some_surface()) {
       pivoted->pivot_override = 1;
       pivoted->pivot_x = uint32_t(value('x'));

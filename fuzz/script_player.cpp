@@ -37,6 +37,7 @@ player::player(std::span<const uint8_t> script, const std::filesystem::path &fol
   for (size_t i = 0; i < memory_.size(); i++)
     memory_[i] = int32_t(i * 37 % 256);
   playing = this;
+  lent_.resize(lent_bytes);
   host_.on_error = [this](const orbhost::ErrorReport &) { interrupt(); };
   // A display that SDL won't open ends a program; where the host goes on, so does the module.
   host_.on_fatal = [this](int32_t, const std::string &message) {
@@ -65,9 +66,11 @@ void player::play(int32_t depth) {
   frame();
   check_counts();
   sum_up(memory_.data(), memory_.size() * sizeof memory_[0]);
+  sum_up(lent_.data(), lent_.size());
   if (gfxsurfaces)
     for (const __ORBSurface2D__ *surface = gfxsurfaces->head; surface; surface = surface->next)
       if (!surface->is_wrapper) sum_up(*surface);
+  delete_surfaces();
 }
 
 void player::step() {

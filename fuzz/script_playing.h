@@ -12,6 +12,9 @@
 
 namespace fuzz {
 
+/// Bytes of the memory that wrappers' pixels stand in: 64 x 64 pixels of 32 bits, with wide rows.
+inline constexpr size_t lent_bytes = 64 * (64 * 4 + 64);
+
 class player {
 public:
   player(std::span<const uint8_t> script, const std::filesystem::path &folder, bool full_screen);
@@ -66,6 +69,8 @@ private:
   void palette_change();
   void blends();
   void foreign_file();
+  void saving();
+  void many_draws();
   void display_change();
   orb_process *show(int32_t file, int32_t graph);
 
@@ -77,6 +82,9 @@ private:
   void request_call();
   __ORBBlit2D__ random_request();
   __ORBSurface2D__ *some_surface();
+  void make_wrapper(int32_t width, int32_t height);
+  void delete_surface();
+  void delete_surfaces();
 
   script_reader script_;
   script_handles handles_;
@@ -91,6 +99,7 @@ private:
     int32_t shown, x, y;
   } scroll_{};
   std::vector<__ORBSurface2D__ *> surfaces_; // made through the device record
+  std::vector<uint8_t> lent_;                // pixels of wrappers
   bool has_written_ = false;
   std::string mistake_;
   uint32_t checksum_ = 0;

@@ -17,9 +17,12 @@ namespace {
 
 constexpr int most_crowds = 3, most_repeated_frames = 6;
 
-constexpr const char *primitives[] = {"map_put_rect",   "map_put_srect",   "map_put_csrect",
-                                      "map_put_circle", "map_put_ellipse", "map_put_csellipse",
-                                      "map_put_line",   "map_put_pixel"};
+constexpr struct {
+  const char *function, *kinds;
+} primitives[] = {{"map_put_rect", "fgxxxxcu"},    {"map_put_srect", "fgxxsscu"},
+                  {"map_put_csrect", "fgxxsscu"},  {"map_put_circle", "fgxxxcu"},
+                  {"map_put_ellipse", "fgxxxxcu"}, {"map_put_csellipse", "fgxxxxcu"},
+                  {"map_put_line", "fgxxxxc"},     {"map_put_pixel", "fgxxcl"}};
 
 /// A height that keeps a screen of this width small enough.
 int32_t fitting_height(int32_t width, int32_t height) {
@@ -30,14 +33,22 @@ int32_t fitting_height(int32_t width, int32_t height) {
 } // namespace
 
 void player::scene() {
-  static constexpr void (player::*scenes[])() = {
-      &player::library_and_modes, &player::virtual_resolution,
-      &player::filters,           &player::crowd,
-      &player::drawing_on_graph,  &player::collisions,
-      &player::own_pixels,        &player::fade,
-      &player::palette_change,    &player::blends,
-      &player::foreign_file,      &player::foreign_file,
-      &player::display_change,    &player::blends};
+  static constexpr void (player::*scenes[])() = {&player::library_and_modes,
+                                                 &player::virtual_resolution,
+                                                 &player::filters,
+                                                 &player::crowd,
+                                                 &player::drawing_on_graph,
+                                                 &player::collisions,
+                                                 &player::own_pixels,
+                                                 &player::fade,
+                                                 &player::palette_change,
+                                                 &player::blends,
+                                                 &player::foreign_file,
+                                                 &player::foreign_file,
+                                                 &player::display_change,
+                                                 &player::blends,
+                                                 &player::saving,
+                                                 &player::many_draws};
   (this->*script_.one_of(scenes))();
 }
 
@@ -165,6 +176,11 @@ void player::collisions() {
       set_local(*process, 11 + script_.below(8)); // from tfmorder to flags
     process->coordinates = script_.byte() % 4 == 0;
   }
+  if (const orb_map_slot *slot = GetMAP(0, 1000);
+      slot && slot->surface && script_.byte() % 4 == 0) {
+    slot->surface->pivot_override = 1;
+    slot->surface->pivot_x = slot->surface->pivot_y = script_.byte();
+  }
   host_.global("mouse", 0) = 0;
   host_.global("mouse", 1) = 1000 + script_.byte() % 5;
   host_.global("mouse", 4) = value('a');
@@ -205,14 +221,13 @@ void player::own_pixels() {
     set_local(*process, 11 + script_.below(12)); // from tfmorder on
   frame();
   for (int i = script_.byte() % 4; i > 0; i--) {
-    const std::string name = script_.one_of(primitives);
-    std::vector<orbhost::Argument> arguments = {0, graph};
-    const size_t ints = name == "map_put_pixel"                              ? 3
-                        : name == "map_put_line" || name == "map_put_circle" ? 5
-                                                                             : 6;
-    for (size_t at = 0; at < ints; at++)
-      arguments.push_back(value(at + 1 == ints ? 'c' : 'x'));
-    call(name.c_str(), arguments);
+    const auto &primitive = script_.one_of(primitives);
+    std::vector<orbhost::Argument> arguments;
+    for (const char *kind = primitive.kinds; *kind; kind++)
+      arguments.push_back(value(*kind));
+    arguments[1] = graph;
+    arguments[0] = 0;
+    call(primitive.function, arguments);
   }
   if (const uint8_t copied = script_.byte(); copied % 2)
     call(copied & 2 ? "screen_copy" : "ground_copy",
@@ -307,6 +322,33 @@ void player::foreign_file() {
                                                     : call(function.c_str(), {"f"});
   show(function == "fpg_load" ? loaded : 0, function == "fpg_load" ? 1 : loaded);
   frame();
+}
+
+/// A graph of some size in a file of each kind, and back again, at another depth or the same.
+void player::saving() {
+  const int32_t width = value('s'), height = fitting_height(width, value('s'));
+  const int32_t graph = call("map_new", {width, height, value('c')});
+  call("map_xput", {0, graph, 1000 + script_.byte() % 4, 20, 20, value('a'), 300, 0});
+  const int32_t format = value('i'), parameter = value('u');
+  call("image_save", {0, graph, "s", format, parameter});
+  call("map_save", {0, graph, "out.map", parameter, script_.byte() % 2 ? "key" : ""});
+  call("fpg_save", {script_.byte() % 2, "out.fpg", parameter, script_.byte() % 2 ? "key" : ""});
+  if (script_.byte() % 4 == 0) call("mode_set", {64, 48, script_.one_of(depths)});
+  show(0, call("image_load", {"s", script_.byte() % 2 ? "key" : ""}));
+  call("map_load", {"out.map", script_.byte() % 2 ? "key" : ""});
+  call("fpg_load", {"out.fpg", script_.byte() % 2 ? "key" : ""});
+  frame();
+}
+
+/// More draw objects than their list begins with.
+void player::many_draws() {
+  if (crowds_++ >= most_crowds) return;
+  const int32_t type = value('y'), alpha = value('l'), region = value('r');
+  const int32_t count = 8 * script_.byte();
+  for (int32_t i = 0; i < count; i++)
+    call("draw_new", {type, i, alpha, region, i % 64, i % 48, (i + 9) % 64, (i + 5) % 48});
+  frame();
+  if (script_.byte() % 2) call("draw_delete", {-1});
 }
 
 /// The display is another one from the next mode on.

@@ -13,7 +13,8 @@ constexpr int32_t draws[] = {1, 3, 5, 7, 9, 2, 0, -1};
 constexpr int32_t draw_types[] = {1, 2, 3, 4, 5};
 constexpr int32_t alphas[] = {255, 254, 128, 64, 15, 8, 1, 0};
 constexpr int32_t regions[] = {0, 1, 2, 3, 4, 31, 32, 40, -1};
-constexpr int32_t graph_sides[] = {1, 2, 3, 5, 8, 15, 16, 17, 31, 33, 64, 100, 128, 255, 320};
+constexpr int32_t graph_sides[] = {1, 2, 3, 5, 8, 15, 16, 17, 31, 33, 64, 100, 128, 255, 320,
+                                   33000, 65535};
 constexpr int32_t screen_sides[] = {32, 33, 40, 63, 64, 96, 100, 127, 160, 200, 240, 320};
 constexpr int32_t depths[] = {8, 16, 32};
 constexpr int32_t packed_modes[] = {320200, 320240, 320400, 360240, 64048, 40040};
@@ -94,9 +95,9 @@ constexpr struct {
     {"map_put_tile(I,I,I,I,I,I,I,I,I,I)", "fggxxnlecl"},
     {"map_put_tile", "fgfgxxnlecl"},
     {"map_put_line", "fgxxxxc"},
-    {"map_put_circle", "fgxxxcx"},
+    {"map_put_circle", "fgxxxcu"},
     {"map_put_pixel", "fgxxc"},
-    {"map_put_", "fgxxxxc"},
+    {"map_put_", "fgxxxxcu"},
     {"map_xput(I,I,I,I,I,I,I,I)", "fggxxaxn"},
     {"map_xput", "fgfgxxaxn"},
     {"map_xxput(I,I,I,I,I,I,I,I,I,I,I,I,I,I)", "fggxxaxxxxxnle"},
@@ -120,8 +121,8 @@ constexpr struct {
     {"ground_xput", "fgxxaxnr"},
     {"ground_xxput", "fgxxaxxxxxnrlecl"},
     {"ground_put_line", "xxxxc"},
-    {"ground_put_circle", "xxxcx"},
-    {"ground_put_", "xxxxc"},
+    {"ground_put_circle", "xxxcu"},
+    {"ground_put_", "xxxxcu"},
     {"screen_copy", "rfgxxss"},
     {"screen_draw_block", "fgxxxxxssnrlecl"},
     {"screen_draw_tile", "fgxxxnrlecl"},
@@ -156,7 +157,7 @@ constexpr struct {
     {"mode_set(", "wwbkx"},
     {"mode_set_filter", "qjx"},
     {"mode_set_render", "uu"},
-    {"mode_get_", "u"},
+    {"mode_get_", "q"},
     {"mode_exists", "wwb"},
     {"virtualresolution_set", "wwuu"},
     {"fade(", "vvvw"},
