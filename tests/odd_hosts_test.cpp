@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include "fuzz/odd_host.h"
+#include "graphics_fixture.h"
 #include "host_tour.h"
 
 namespace {
@@ -419,27 +421,31 @@ TEST_F(OddHosts, HooksInAnyOrder) {
   }
 }
 
-/// A host that is asked to do something may draw a frame first, or call a function.
+/// A host that is told something may draw a frame, paint the window or call a function. While the
+/// mode changes there is nothing to draw on.
 TEST_F(OddHosts, HostsThatCallBack) {
   static quiet_host *serving;
   static bool inside;
-  static int calls;
+  static int calls, dropped;
   static void (*call_back)();
-  const auto guarded = [] {
+  static constexpr auto serve = [] {
     if (inside || !serving) return;
     inside = true;
     ++calls;
     call_back();
     inside = false;
   };
-  static void (*const serve)() = guarded;
-  for (const auto back :
-       {+[] { ORB_mod_graphics2D_frame(); },
-        +[] {
-          serving->call("screen_clear");
-          serving->call("ground_put", {0, 1000, 5, 5});
-        },
-        +[] { serving->call("map_load", {"8.map"}); }, +[] { device2D.VID_GFXPaint(); }}) {
+  void (*const backs[])() = {[] {
+                               const int32_t before = frame_number;
+                               ORB_mod_graphics2D_frame();
+                               EXPECT_EQ(frame_number, before + !mode.changing);
+                               dropped += mode.changing;
+                             },
+                             [] { device2D.VID_GFXPaint(); },
+                             [] {
+                               if (!mode.changing) serving->call("screen_load", {"8.map"});
+                             }};
+  for (const auto back : backs) {
     call_back = back;
     quiet_host host;
     host.video_hooks.mode_change = [](int32_t) { serve(); };
@@ -448,14 +454,30 @@ TEST_F(OddHosts, HostsThatCallBack) {
     host.window_services.message_box = [](const char *, const char *) { serve(); };
     host.input_services.reset = [] { serve(); };
     host.input_services.reread_window = [] { serve(); };
+    host.timing_services.set_fps = [](int32_t, int32_t) { serve(); };
     serving = nullptr;
     host.init();
     serving = &host;
     calls = 0;
     tour(host);
+    for (const int32_t scale : {0, 2, 0}) { // with and without the rows that filters need
+      for (const int32_t width : {32, 640})
+        EXPECT_EQ(host.call("mode_set", {width, 100, 32, 1, 0, scale, 64}), 1);
+    }
     EXPECT_GT(calls, 20);
     serving = nullptr;
   }
+  EXPECT_GT(dropped, 20);
+}
+
+/// What fuzzing has found worth keeping: data/corpus/host/.
+TEST_F(OddHosts, Corpus) {
+  int played = 0;
+  for (const auto &entry : std::filesystem::directory_iterator(data_path("corpus/host"))) {
+    EXPECT_EQ(fuzz::play_odd_host(read_file(entry.path())), "") << entry.path();
+    ++played;
+  }
+  EXPECT_GT(played, 0);
 }
 
 } // namespace

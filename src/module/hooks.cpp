@@ -135,9 +135,9 @@ int32_t ORB_mod_graphics2D_init() {
   return 1;
 }
 
-/// One frame: from the processes' locals to the display.
+/// One frame: from the processes' locals to the display. Nothing in the middle of a mode change.
 int32_t ORB_mod_graphics2D_frame() {
-  if (!running) return 1;
+  if (!running || mode.changing) return 1;
   frame_number = int32_t(uint32_t(frame_number) + 1);
   show_program();
   read_script_globals();

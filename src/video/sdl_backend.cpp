@@ -259,6 +259,11 @@ int32_t SDLX11_SetFullScreenMode() {
 }
 
 int32_t SDLX11_SetMode() {
+  // A host that is told of something here may want to draw: the mode, its tables, the surfaces and
+  // the display don't match until the end.
+  const uint8_t was_changing = mode.changing;
+  mode.changing = 1;
+  display_ready = false;
   const int32_t screen_width = mode.width, screen_height = mode.height;
   const bool keep_surfaces = (change_mode || filtering_mode) && ground && screen;
   const bool redraw = keep_surfaces || virtual_resolution;
@@ -267,7 +272,6 @@ int32_t SDLX11_SetMode() {
     mode.height = filter_h;
   }
   if (change_mode || full_screen) host_mode_change(1);
-  display_ready = false;
   filter_status = filter_status_stale;
   const bool opened = open_and_fit(screen_width, screen_height, keep_surfaces);
   mode.width = screen_width;
@@ -283,6 +287,7 @@ int32_t SDLX11_SetMode() {
     if (mode_centermouse) host_input_centre_mouse(!change_mode);
   }
   host_mode_change(0);
+  mode.changing = was_changing;
   return opened;
 }
 
