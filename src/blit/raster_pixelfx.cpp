@@ -1,7 +1,7 @@
 // The blend of palette pixels: a table of 256 indices for a colour and an alpha.
 //
-// Making one searches the palette 256 times. As a frame draws the same few drawings again and
-// again, the last few tables are kept until the palette changes.
+// Making one searches the palette 256 times. As frames draw the same drawings again and again,
+// tables are kept until the palette changes: one for each colour, if all have the same alpha.
 #include <algorithm>
 #include <cstring>
 
@@ -18,9 +18,13 @@ struct fx_table {
   uint8_t index[256];
 };
 
-constexpr int32_t table_count = 16;
-fx_table tables[table_count];
-int32_t next_table = 0;
+fx_table tables[256];
+
+/// Where the table of a colour and an alpha is kept; another pair may take the place.
+fx_table &place_of(uint8_t colour, uint8_t alpha) {
+  return tables[uint8_t(colour + 16 * alpha)];
+}
+
 /// The palette that the tables were made for.
 __ORBPalette2D__ made_for;
 
@@ -55,15 +59,13 @@ const uint8_t *pixelfx_table() {
   }
   const auto colour = uint8_t(colorfx);
   const auto alpha = uint8_t(std::clamp(alphafx, 0, opaque));
-  for (const fx_table &table : tables)
-    if (table.made && table.colour == colour && table.alpha == alpha) return table.index;
-
-  fx_table &table = tables[next_table];
-  next_table = (next_table + 1) % table_count;
-  table.made = true;
-  table.colour = colour;
-  table.alpha = alpha;
-  fill_table(table);
+  fx_table &table = place_of(colour, alpha);
+  if (!table.made || table.colour != colour || table.alpha != alpha) {
+    table.made = true;
+    table.colour = colour;
+    table.alpha = alpha;
+    fill_table(table);
+  }
   return table.index;
 }
 
