@@ -346,7 +346,7 @@ void player::many_draws() {
   const int32_t type = value('y'), alpha = value('l'), region = value('r');
   const int32_t count = 8 * script_.byte();
   for (int32_t i = 0; i < count; i++)
-    call("draw_new", {type, i, alpha, region, i % 64, i % 48, (i + 9) % 64, (i + 5) % 48});
+    call("draw_new", {type, i % 64, alpha, region, i % 64, i % 48, (i + 9) % 64, (i + 5) % 48});
   frame();
   if (script_.byte() % 2) call("draw_delete", {-1});
 }
