@@ -1,5 +1,8 @@
 #include "surface/tables.h"
 
+#include <cstdlib>
+#include <utility>
+
 #include "blit/effect_tables.h"
 #include "module/runtime.h"
 #include "surface/palette.h"
@@ -8,8 +11,24 @@ namespace {
 
 int32_t built_depth = 0;
 
+/// The memory of the tables that go with 8-bit modes, after one was left: a mode change that is
+/// taken back must not depend on getting it again.
+struct {
+  __ORBPalette2D__ *palette;
+  uint8_t *ghosts;
+} spare;
+
+void leave_tables8() {
+  if (palette) free(std::exchange(spare.palette, std::exchange(palette, nullptr)));
+  if (table_ghost8) free(std::exchange(spare.ghosts, std::exchange(table_ghost8, nullptr)));
+  delete_palette();
+  delete_ghost_table();
+}
+
 /// Palette and ghost table go with 8-bit modes, the effect tables with the others.
 bool make_tables8() {
+  if (!palette) palette = std::exchange(spare.palette, nullptr);
+  if (!table_ghost8) table_ghost8 = std::exchange(spare.ghosts, nullptr);
   if (!create_palette()) {
     rt_fatal("ENGINE 2D: Error to Create PALETTE table");
     return false;
@@ -26,12 +45,12 @@ bool make_tables8() {
 
 int32_t do_tables(int32_t depth) {
   if (depth == built_depth) return 1;
-  built_depth = 0;
   if (depth == 8) {
-    if (!make_tables8()) return 0;
+    if (!make_tables8()) return 0; // those of the former depth are whole
+    built_depth = 0;
   } else {
-    delete_palette();
-    delete_ghost_table();
+    built_depth = 0;
+    leave_tables8();
     if (depth == 16) {
       fill_effect_tables16();
     } else {
@@ -47,7 +66,14 @@ int32_t do_tables(int32_t depth) {
   return 1;
 }
 
+void forget_left_tables() {
+  free(spare.palette);
+  free(spare.ghosts);
+  spare = {};
+}
+
 void free_tables() {
+  forget_left_tables();
   delete_palette();
   delete_ghost_table();
   delete_depth_tables();

@@ -71,32 +71,46 @@ struct {
   uint8_t loaded, forced;
 } left_palette;
 
-void rebuild_for_depth() {
+/// Everything that goes by the depth but the surfaces. False, with nothing changed, when there is
+/// no memory for its tables.
+bool rebuild_for_depth() {
   if (palette) left_palette = {*palette, palette_crc, palette_loaded, palette_forced};
-  do_tables(mode.bpp);
+  if (!do_tables(mode.bpp)) return false;
   make_fadepalette(nullptr);
   create_collision_surfaces();
   set_blitter_routines();
   set_graphics2D_drawing_routines();
   cur_mode = mode.bpp;
+  return true;
+}
+
+void take_back_settings() {
+  const uint8_t changing = mode.changing;
+  each_setting(working, [](auto &kept, auto &field) { field = kept; });
+  mode.changing = changing;
+  publish_mode();
+}
+
+/// Rebuilds for another depth, if the mode has one. False without memory for it, and then the
+/// settings are those of the mode that still works.
+bool follow_depth() {
+  if (mode.bpp == cur_mode || rebuild_for_depth()) return true;
+  if (has_working) take_back_settings();
+  return false;
 }
 
 void return_to_working_mode() {
-  const uint8_t changing = mode.changing, was_change = change_mode, was_filtering = filtering_mode;
-  each_setting(working, [](auto &kept, auto &field) { field = kept; });
-  mode.changing = changing;
-  if (mode.bpp != cur_mode) {
-    rebuild_for_depth();
-    if (palette) {
-      set_palette(&left_palette.colours);
-      palette_crc = left_palette.crc;
-      palette_loaded = left_palette.loaded;
-      palette_forced = left_palette.forced;
-      update_depth_tables(palette);
-      make_fadepalette(nullptr);
-    }
+  const uint8_t was_change = change_mode, was_filtering = filtering_mode;
+  take_back_settings();
+  // The tables of the depth that was left have been kept until now: this finds memory.
+  if (mode.bpp != cur_mode && rebuild_for_depth() && palette) {
+    set_palette(&left_palette.colours);
+    palette_crc = left_palette.crc;
+    palette_loaded = left_palette.loaded;
+    palette_forced = left_palette.forced;
+    update_depth_tables(palette);
+    make_fadepalette(nullptr);
   }
-  publish_mode();
   // A failed set-mode leaves the surfaces alone; so must the return.
   change_mode = 0;
   filtering_mode = 1;
@@ -164,8 +178,7 @@ int32_t create_lists() {
 
 int32_t VID_Init_Graphics2D() {
   set_defaults();
-  if (!create_lists()) return 0;
-  do_tables(mode.bpp);
+  if (!create_lists() || !do_tables(mode.bpp)) return 0;
   make_fadepalette(nullptr);
   return SDLX11_Init();
 }
@@ -186,11 +199,12 @@ void VID_Quit_Graphics2D() {
 int32_t VID_SetGFXMode() {
   // A host may change `mode` itself and call this through the device record; and a virtual
   // resolution may have been chosen to be applied by whatever sets the mode next.
-  if (mode.bpp != cur_mode) rebuild_for_depth();
+  if (!follow_depth()) return 0;
   update_filter_size();
   if (SDLX11_SetMode()) {
     each_setting(working, [](auto &kept, auto &field) { kept = field; });
     has_working = true;
+    forget_left_tables();
     return 1;
   }
   if (has_working) return_to_working_mode();
@@ -246,8 +260,7 @@ int32_t apply_mode() {
   change_mode = filtering_mode = 0;
   publish_mode();
   if (mode_fade) fade_off();
-  if (mode.bpp != cur_mode) rebuild_for_depth();
-  const int32_t result = device2D.VID_SetGFXMode();
+  const int32_t result = follow_depth() ? device2D.VID_SetGFXMode() : 0;
   if (mode_fade) fade_on();
   mode.changing = 0;
   return result;
