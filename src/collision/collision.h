@@ -15,8 +15,8 @@ extern __ORBSurface2D__ *proc_surface, *scan_surface;
 /// failure is reported as 100 under "COLLISION". 1, or 0.
 int32_t create_collision_surfaces();
 void delete_collision_surfaces();
-/// Brings both to this size (pixels, at least 1) and clears them; memory only ever grows. 1, or 0
-/// when they can't.
+/// Brings both to this size (pixels, at least 1) and clears them, making them where they are
+/// missing; memory only ever grows. 1, or 0 when they can't.
 int32_t fit_collision_surfaces(int32_t width, int32_t height);
 
 /// Alpha at or below which a pixel of a picture with an alpha channel isn't there, 0..254; and the

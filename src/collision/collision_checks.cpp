@@ -20,7 +20,7 @@ template <typename Kernel> Kernel *by_depth(Kernel *k8, Kernel *k16, Kernel *k32
 
 /// A picture of another depth than the mode's, loaded before it changed, has no pixels to compare.
 bool comparable(const __ORBBlit2D__ &picture) {
-  return proc_surface && picture.src->depth == proc_surface->depth && picture.src->pixels;
+  return picture.src->depth == mode.bpp && picture.src->pixels;
 }
 
 int32_t compare_pictures() {

@@ -46,7 +46,8 @@ void delete_collision_surfaces() {
 }
 
 int32_t fit_collision_surfaces(int32_t width, int32_t height) {
-  if (!proc_surface || !scan_surface) return 0;
+  // The mode may have found no memory for them.
+  if (!proc_surface && !create_collision_surfaces()) return 0;
   const uint64_t needed =
       uint64_t(uint32_t(width)) * uint32_t(height) * uint32_t(proc_surface->depth / 8);
   if (needed > capacity) {
