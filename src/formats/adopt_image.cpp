@@ -51,14 +51,15 @@ __ORBSurface2D__ *surface_from_image() {
 /// The surface at the screen's depth and in its palette, from the globals; null on failed
 /// allocation. `checksum` is that of a palette in the picture.
 __ORBSurface2D__ *graph_from_image(uint32_t checksum) {
-  // A palette picture in an 8-bit mode; truecolour pictures arrive in the palette in force.
-  const bool own_palette = mode.bpp == 8 && image_has_palette && palette;
-  if (own_palette) adopt_palette(image_palette, checksum);
   __ORBSurface2D__ *surface = surface_from_image();
   if (surface && surface->depth != mode.bpp)
     surface = move_to_screen_depth(surface, &image_palette);
-  else if (surface && own_palette && palette_forced && palette_crc != checksum)
-    remap_to_forced_palette(surface);
+  // A palette picture in an 8-bit mode; truecolour pictures arrive in the palette in force. Only a
+  // graph that is there changes what the screen shows.
+  if (surface && mode.bpp == 8 && image_has_palette && palette) {
+    adopt_palette(image_palette, checksum);
+    if (palette_forced && palette_crc != checksum) remap_to_forced_palette(surface);
+  }
   return surface;
 }
 

@@ -32,6 +32,7 @@ struct library_reader {
   const graph_file_layout *layout;
   __ORBPalette2D__ colours; // of an 8-bit file
   uint32_t checksum;
+  bool adopts; // the mode wants the palette, and it isn't adopted yet
 };
 
 /// A graph of the file, without its points and pixels.
@@ -69,13 +70,20 @@ bool open_library_file(library_reader *file, const script_call &call, const scri
   return false;
 }
 
-/// The palette of an 8-bit file, adopted in an 8-bit mode. False when the file ends before it.
+/// The palette of an 8-bit file. False when the file ends before it.
 bool read_palette(library_reader *file) {
   if (file->layout->depth != 8) return true;
   if (!read_graph_palette(&file->in, &file->colours)) return false;
   file->checksum = palette_checksum_6bits(&file->colours);
-  if (mode.bpp == 8 && palette) adopt_palette(file->colours, file->checksum);
+  file->adopts = mode.bpp == 8 && palette;
   return true;
+}
+
+/// Adopts the palette in an 8-bit mode: with the first graph that is there, or with the end of a
+/// file that has none. A file that can't be read doesn't change what the screen shows.
+void take_palette(library_reader *file) {
+  if (file->adopts) adopt_palette(file->colours, file->checksum);
+  file->adopts = false;
 }
 
 /// A text field of the file, whose last byte counts as NUL.
@@ -150,6 +158,7 @@ graph_read_result read_graph_surface(library_reader *file, const library_entry &
     ORBGI2D_DeleteGFXSurface(surface);
     return result;
   }
+  take_palette(file);
   if (surface->depth != mode.bpp)
     surface = move_to_screen_depth(surface, &file->colours);
   else if (surface->depth == 8 && palette && palette_forced && palette_crc != file->checksum)
@@ -238,6 +247,7 @@ int32_t load_library(const script_call &call, const char *filename, const char *
     error = error_library_format;
   else
     error = read_graphs(&fpg[number], &file);
+  if (!error) take_palette(&file);
   rt_file_close(file.in.handle);
   if (error) {
     call.bad(script_error(error), 1, filename);
@@ -260,6 +270,7 @@ int32_t load_library_graph(const script_call &call, const char *filename, const 
     found = -error_library_format;
   else
     found = find_graph(&fpg[number], &file, code);
+  if (found >= 0) take_palette(&file);
   rt_file_close(file.in.handle);
   if (found < 0) {
     if (made) discard_library(number, former_memory);
