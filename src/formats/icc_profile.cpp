@@ -49,7 +49,7 @@ int32_t jpeg_icc_read_profile(j_decompress_ptr info, JOCTET **profile, uint32_t 
   }
   if (total == 0) return 0;
   *profile = static_cast<JOCTET *>(malloc(total));
-  if (!*profile) return 0;
+  if (!*profile) return -1;
   for (uint32_t i = 0; i < found.count; i++) {
     const uint32_t length = found.chunks[i]->data_length - chunk_header;
     memcpy(*profile + *size, found.chunks[i]->data + chunk_header, length);

@@ -3,10 +3,10 @@
 #include <cstring>
 
 #include <jerror.h>
-#include <lcms2.h>
 
 #include "formats/codec.h"
 #include "formats/icc_profile.h"
+#include "formats/icc_transform.h"
 #include "formats/jpeg_guard.h"
 #include "formats/picture_rows.h"
 
@@ -24,7 +24,7 @@ struct jpeg_reading {
   bool cut_short; // the end of the file came before the end of the picture
   picture_rows rows;
   JOCTET *profile;
-  cmsHTRANSFORM from_cmyk; // null when there is no profile to go by
+  icc_transform from_cmyk;
   /// Brings pixels as libjpeg delivers them to 0x00RRGGBB; null for grey ones.
   void (*finish_colours)(const jpeg_reading &reading, uint32_t *row, uint32_t count);
 };
@@ -99,7 +99,7 @@ void keep_colours(const jpeg_reading &, uint32_t *row, uint32_t count) {
 
 /// A transform looks at no neighbours: a row at a time gives what the whole picture would.
 void convert_cmyk_by_profile(const jpeg_reading &reading, uint32_t *row, uint32_t count) {
-  cmsDoTransform(reading.from_cmyk, row, row, count);
+  cmsDoTransform(reading.from_cmyk.transform, row, row, count);
   keep_colours(reading, row, count);
 }
 
@@ -121,17 +121,9 @@ void convert_cmyk(const jpeg_reading &, uint32_t *row, uint32_t count) {
 /// Makes the transform from the picture's own profile to sRGB, if it brings one that is for CMYK.
 void make_transform(jpeg_reading *reading) {
   uint32_t size = 0;
-  if (!jpeg_icc_read_profile(&reading->info, &reading->profile, &size)) return;
-  const cmsHPROFILE from = cmsOpenProfileFromMem(reading->profile, size);
-  if (!from) return;
-  const cmsHPROFILE to =
-      cmsGetColorSpace(from) == cmsSigCmykData ? cmsCreate_sRGBProfile() : nullptr;
-  if (to) {
-    reading->from_cmyk =
-        cmsCreateTransform(from, TYPE_CMYK_8_REV, to, TYPE_BGRA_8, INTENT_PERCEPTUAL, 0);
-    cmsCloseProfile(to);
-  }
-  cmsCloseProfile(from);
+  const int32_t found = jpeg_icc_read_profile(&reading->info, &reading->profile, &size);
+  if (found < 0) give_up(&reading->guard, error_out_of_memory);
+  if (found) make_icc_transform(&reading->from_cmyk, &reading->guard, reading->profile, size);
 }
 
 // ---- Pixels
@@ -148,7 +140,7 @@ void choose_output(jpeg_reading *reading) {
   case 4:
     info.out_color_space = JCS_CMYK;
     make_transform(reading);
-    reading->finish_colours = reading->from_cmyk ? convert_cmyk_by_profile : convert_cmyk;
+    reading->finish_colours = reading->from_cmyk.transform ? convert_cmyk_by_profile : convert_cmyk;
     break;
   default: give_up(&reading->guard, error_format);
   }
@@ -214,7 +206,7 @@ int32_t read_jpeg(jpeg_reading *reading, const char *filename, void (*work)(jpeg
   const bool good = guarded(reading, work);
   jpeg_destroy_decompress(&reading->info);
   fclose(reading->file);
-  if (reading->from_cmyk) cmsDeleteTransform(reading->from_cmyk);
+  end_icc_transform(&reading->from_cmyk);
   free(reading->profile);
   if (!good) image_error = reading->guard.error;
   return good;
