@@ -24,7 +24,7 @@ local function any_flags()
     pick { 0, mode_centerwindow, mode_donotcenterwindow, mode_centermouse, mode_donotcentermouse }
 end
 
--- A full screen at 16 or 8 bits, small, shows in the middle of the smallest that the display has.
+-- A small full screen shows in the middle of the smallest that the display has.
 act(4, function()
   local w, h, depth = between(32, 160), between(32, 120), any_depth()
   local form = below(6)
@@ -74,6 +74,8 @@ function acts.restore()
   virtualresolution_set(0, 0, 0, 0)
   palette_force(nil)
   screen_set_color(0)
+  -- Another depth first: the surfaces of pixel tests, which grow with the tests, are made anew for it.
+  mode_set(64, 48, 16, mode_window | mode_donotfade)
   mode_set(320, 200, 8, mode_window | mode_buffercopy | mode_fade | mode_centerwindow |
     mode_donotcentermouse, 0, filter_scale_noscale, filter_scanline_noscanline)
   screen_clear()

@@ -27,7 +27,7 @@ local memory = options.memory and assert(package.loadlib(options.memory, "luaope
 -- size by then, since the peak is part of every round.
 local slack = {
   lua = 4096, -- bytes in use by Lua
-  heap = 16384, -- bytes in use of all that malloc gave out
+  heap = 8192, -- bytes in use of all that malloc gave out
   resident = 2 << 20, -- bytes of the process in memory: pages that malloc keeps for itself move
   descriptors = 0,
 }
@@ -127,5 +127,6 @@ while frames < options.frames do
 end
 
 if not flat then error("memory isn't flat", 0) end
-print "every counter is back at its start, every handle was found and taken down, memory is flat"
+print("every counter is back at its start, every handle was found and taken down, " ..
+  (memory and "memory" or "Lua's heap") .. " is flat")
 quit()

@@ -1,8 +1,7 @@
 #!/bin/sh
-# Plays soak.lua with a folder for its files that goes with it. Reports of the module, which the
-# soak provokes by the thousand, are shown only where it fails, the last ones.
+# Plays soak.lua with a folder for its files that goes with it, and shows what was said beside the
+# reports of the module, which the soak provokes by the thousand.
 # usage: soak.sh PLAYER [NAME=VALUE ...]     the names: see soak.lua
-# SOAK_RUNNER, run32 by default, is the command that starts the player.
 here=$(cd -- "$(dirname -- "$0")" && pwd) || exit 1
 player=$1
 shift
@@ -11,12 +10,12 @@ trap 'rm -rf "$folder"' EXIT
 trap 'exit 130' INT TERM HUP
 
 # Blocks that a thread keeps for its next request would count as in use.
-GLIBC_TUNABLES=glibc.malloc.tcache_count=0 ${SOAK_RUNNER-"$here/../../tools/run32"} "$player" \
+GLIBC_TUNABLES=glibc.malloc.tcache_count=0 "$here/../../tools/run32" "$player" \
   --headless "$here/soak.lua" -- "folder=$folder" "$@" 2>"$folder.log"
 status=$?
 if [ $status != 0 ]; then
   echo "the soak ended with status $status:"
-  tail -n 30 "$folder.log"
+  grep -v '\.lua:[0-9]*: [A-Z_]*: ' "$folder.log" | tail -n 40
 fi
 rm -f "$folder.log"
 exit $status

@@ -78,9 +78,11 @@ archive_line() {
     }'
 }
 
-# make_sysroot DIR: extracts the listed packages and what they depend on. Nothing of them is run.
-make_sysroot() {
+# extract_i386 DIR PACKAGE...: extracts i386 packages and what they depend on. Nothing of them is
+# run.
+extract_i386() {
   local dir=$1 suite line proxy options=()
+  shift
   suite=$(. /etc/os-release && echo "${VERSION_CODENAME-}")
   line=$(archive_line "$suite")
   if [ -z "$line" ]; then
@@ -93,8 +95,14 @@ make_sysroot() {
 
   rm -rf "$dir"
   mmdebstrap --mode=chrootless --arch=i386 --variant=extract \
-    --include="$(list_of "$sysroot_list" | paste -sd,)" "${options[@]}" "$suite" "$dir" "$line" ||
-    return
+    --include="$(IFS=,; echo "$*")" "${options[@]}" "$suite" "$dir" "$line"
+}
+
+# make_sysroot DIR: the listed packages.
+make_sysroot() {
+  local dir=$1 packages
+  mapfile -t packages < <(list_of "$sysroot_list")
+  extract_i386 "$dir" "${packages[@]}" || return
   rm -rf "$dir"/usr/share/{doc,man,locale} "$dir"/var
 
   # Absolute links would lead out of the sysroot.
@@ -117,6 +125,19 @@ need_sysroot() {
   fi
   rm -rf "$sysroot"
   mv "$new" "$sysroot" || die "$new could not be renamed to $sysroot: check that folder's rights"
+}
+
+# Debugging symbols of the sysroot's C library, for valgrind alone. They lie within the sysroot, so
+# that a new one gets new ones.
+make_debug_symbols() {
+  local new=$sysroot/debug.new
+  extract_i386 "$new" libc6-dbg && rm -rf "$sysroot/debug" && mv "$new/usr/lib/debug" "$sysroot/debug" &&
+    rm -rf "$new"
+}
+
+need_debug_symbols() {
+  [ -d "$sysroot/debug" ] || step debug-symbols "fetching debugging symbols of the i386 C library" \
+    "check the network and repeat" make_debug_symbols
 }
 
 # need_setup [PACKAGE...]: the system's packages, those named beside, and the sysroot.
@@ -144,6 +165,7 @@ need_configured() {
       asan) options+=(-DORB_SANITIZE=address,undefined) ;;
       fuzz) options+=(-DORB_SANITIZE=address,undefined,fuzzer-no-link
                       -DORB_TESTS=OFF -DORB_BENCH=OFF) ;;
+      valgrind) options+=(-DORB_DWARF=4 -DORB_TESTS=OFF -DORB_BENCH=OFF) ;;
     esac
   else
     id=$(cat "$sysroot/.id")
@@ -200,9 +222,14 @@ prepare() {
   local preset=$1 extra=()
   case $preset in
     asan | fuzz) mapfile -t extra < <(list_of "$root/tools/packages-sanitize.txt") ;;
+    valgrind)
+      extra=(valgrind)
+      ! is_native || extra+=("libc6-dbg:i386")
+      ;;
   esac
   lock
   need_setup "${extra[@]}"
+  [ "$preset" != valgrind ] || is_native || need_debug_symbols
   need_configured "$preset"
   need_built "$@"
   unlock

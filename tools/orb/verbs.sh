@@ -14,6 +14,9 @@ usage: ./orb VERB [ARGUMENTS]
   fuzz [TARGET [SECONDS]] [OPTIONS]
                           look for inputs that break a target, for 60 seconds or as
                           many as given; alone: list the targets
+  soak [FRAMES] [SEED]    let everything come and go for 1000000 frames, or as many as
+                          given, and look whether memory, handles and counters hold;
+                          --valgrind: a few thousand frames under valgrind
   build                   build everything
   install PREFIX          install module, header and programs under PREFIX
   clean [--all]           remove what was built; --all: the sysroot too
@@ -206,6 +209,57 @@ verb_fuzz() {
   fi
   [ $status = 0 ] || die "the target '$target' ended with status $status: see above"
   say "nothing found in $seconds seconds; the corpus: $corpus"
+}
+
+# What starts a program of the sysroot under valgrind, from the root: paths in ORB_RUN_UNDER can't
+# have spaces in them. A library's symbols are looked up in a folder of extra symbols, under the
+# library's own path.
+valgrind_command() {
+  local symbols=build/valgrind/symbols folder
+  printf 'valgrind --error-exitcode=9 --leak-check=full --num-callers=30 --log-file=%s' "$1"
+  is_native && return
+  folder=$root/$symbols$(realpath "$sysroot/lib/i386-linux-gnu")
+  rm -rf "${root:?}/$symbols"
+  mkdir -p "$folder" && ln -s "$sysroot"/debug/.build-id/*/*.debug "$folder" ||
+    die "linking symbols in $symbols: check that folder's rights"
+  printf ' --extra-debuginfo-path=%s' "$symbols"
+}
+
+verb_soak() {
+  local preset=valgrind numbers=() with_valgrind= argument status options=()
+  for argument; do
+    case $argument in
+      --valgrind) with_valgrind=1 ;;
+      '' | *[!0-9]* | 0*) numbers=(no such numbers) ;;
+      *) numbers+=("$argument") ;;
+    esac
+  done
+  [ ${#numbers[@]} -le 2 ] || {
+    say "usage: ./orb soak [--valgrind] [FRAMES] [SEED]"
+    exit 2
+  }
+  local frames=${numbers[0]-1000000} log=build/logs/valgrind.log
+  if [ -n "$with_valgrind" ]; then
+    frames=${numbers[0]-3000}
+    prepare "$preset" orbplay
+    ORB_RUN_UNDER=$(valgrind_command "$log") || exit 1
+    export ORB_RUN_UNDER
+  else
+    preset=$(default_preset)
+    prepare "$preset" orbplay soak_memory
+    options=("memory=$root/build/$preset/lib/soak_memory.so")
+  fi
+  ! is_native || export ORB_SYSROOT=
+  cd "$root" || exit 1
+  sh tests/soak/soak.sh "$root/build/$preset/bin/orbplay" "frames=$frames" \
+    "every=$(((frames + 9) / 10))" "seed=${numbers[1]-1}" "${options[@]}" </dev/null
+  status=$?
+  [ -z "$with_valgrind" ] || sed -n 's/^==[0-9]*== *//; /lost: /p; /^ERROR SUMMARY/p' "$log"
+  [ $status != 9 ] || say "valgrind has found something (log: $root/$log)"
+  [ $status = 0 ] || {
+    say "FAILED: the soak didn't hold: see above"
+    exit 1
+  }
 }
 
 verb_build() {
