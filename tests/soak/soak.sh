@@ -5,17 +5,17 @@
 here=$(cd -- "$(dirname -- "$0")" && pwd) || exit 1
 player=$1
 shift
-folder=$(mktemp -d) || exit 1
-trap 'rm -rf "$folder"' EXIT
+work=$(mktemp -d) || exit 1
+trap 'rm -rf "$work"' EXIT
 trap 'exit 130' INT TERM HUP
+mkdir "$work/files" || exit 1
 
 # Blocks that a thread keeps for its next request would count as in use.
 GLIBC_TUNABLES=glibc.malloc.tcache_count=0 "$here/../../tools/run32" "$player" \
-  --headless "$here/soak.lua" -- "folder=$folder" "$@" 2>"$folder.log"
+  --headless "$here/soak.lua" -- "folder=$work/files" "$@" 2>"$work/log"
 status=$?
 if [ $status != 0 ]; then
   echo "the soak ended with status $status:"
-  grep -v '\.lua:[0-9]*: [A-Z_]*: ' "$folder.log" | tail -n 40
+  grep -v '\.lua:[0-9]*: [A-Z_]*: ' "$work/log" | tail -n 40
 fi
-rm -f "$folder.log"
 exit $status
