@@ -34,8 +34,8 @@ constexpr const char *asking[] = {
     "advance",      "xadvance",     "region_is_out", "set_fps",         "map_get_realcpoint",
     "screen_fade",  "fade_off",     "map_new",       "fpg_new_map",     "screen_draw_graphic"};
 
-constexpr int32_t odd_numbers[] = {0,    -1,   1,     2,       3,        255,     1000,   -1000,
-                                   1003, 4095, 65535, 1 << 20, -1 << 20, INT_MAX, INT_MIN};
+constexpr int32_t odd_numbers[] = {0,    -1,  1,     2,       3,        255,     1000,   -1000,
+                                   1003, 256, 65536, 1 << 20, -1 << 20, INT_MAX, INT_MIN};
 
 class odd_host;
 odd_host *playing; // the tables of a host know nothing of whose they are
