@@ -150,7 +150,12 @@ TEST(AllocationFailure, FramesAndRelease) {
                            finish_fades();
                            fill_scene(world, 1500); // more than the frame's list holds
                          },
-                     .act = [](failure_world &) { return ORB_mod_graphics2D_frame(); },
+                     .act =
+                         [](failure_world &world) {
+                           ORB_mod_graphics2D_frame();
+                           draw_graphics(world);
+                           return ORB_mod_graphics2D_frame();
+                         },
                      .refusals = {"GRAPHICS2D: Error to resize BLIT2D list",
                                   "GRAPHICS2D: Error to resize BLIT2DZOrder table"},
                      .partial = true,
@@ -240,9 +245,19 @@ TEST(AllocationFailure, Modes) {
     };
     cases.push_back(again);
   }
+  // The tables of 8 bits are given back when the other mode stands.
+  {
+    failure_world world;
+    world.start(8);
+    const int32_t blocks = outstanding_blocks(fault_scope::module);
+    EXPECT_EQ(world.call("mode_set", 64, 48, 16, window), 1);
+    EXPECT_EQ(outstanding_blocks(fault_scope::module), blocks - 2);
+  }
   const size_t settings = cases.size();
   for (size_t i = 0; i < settings; ++i)
     cases.push_back(with_frame(cases[i]));
+  cases.push_back(with_frame(mode_case("fades", 8, "mode_set", 100, 80, 16, 1 | 128)));
+  cases.push_back(with_frame(mode_case("fades", 16, "mode_set", 100, 80, 8, 1 | 128)));
   expect_survived(cases);
 }
 
@@ -269,7 +284,7 @@ TEST(AllocationFailure, ListsGrow) {
                world.call("fpg_new");
            },
        .act = [](failure_world &world) { return world.call("fpg_new"); },
-       .refusals = {"ENGINE 2D: Error to Resize FPG list", "104 FPG_NEW", "100 FPG_NEW"}},
+       .refusals = {"ENGINE 2D: Error to Resize FPG list; 104 FPG_NEW", "100 FPG_NEW"}},
       {.name = "a loose graph more",
        .depth = 16,
        .prepare = fill_library_0,
@@ -279,7 +294,7 @@ TEST(AllocationFailure, ListsGrow) {
        .depth = 16,
        .prepare = fill_library_0,
        .act = [](failure_world &world) { return world.call("map_clone", 0, 1000); },
-       .refusals = {"ENGINE 2D: Error to Resize FPGMAP list", "104 MAP_CLONE", "100 MAP_CLONE"}},
+       .refusals = {"ENGINE 2D: Error to Resize FPGMAP list; 104 MAP_CLONE", "100 MAP_CLONE"}},
       {.name = "a surface recorded",
        .depth = 16,
        .prepare = fill_library_0,
@@ -298,7 +313,12 @@ TEST(AllocationFailure, ListsGrow) {
                world.call("draw_new", 1, 3, 100, 0, i, 2, 60, 40);
            },
        .act = [](failure_world &world) { return world.call("draw_new", 2, 3, 9, 0, 5, 6, 7, 8); },
-       .refusals = {"ENGINE 2D: Error to Resize DRAW2D list", "172 DRAW_NEW"}},
+       .refusals = {"ENGINE 2D: Error to Resize DRAW2D list; 172 DRAW_NEW"}},
+      {.name = "a mode in the list of modes",
+       .depth = 16,
+       .prepare = nullptr, // the list was cut to what it holds
+       .act = [](failure_world &) { return add_video_mode(7, 8, 16, 0); },
+       .refusals = {"silent"}},
       {.name = "a blit list",
        .depth = 16,
        .prepare = fill_blit_lists,
@@ -317,10 +337,11 @@ TEST(AllocationFailure, ListsGrow) {
        .act =
            [](failure_world &) {
              const bool taken = GetAndUpdateBlitList() != nullptr;
-             SortBlitList();
+             // The order that was made before goes with the requests.
              int32_t sum = 0;
-             for (int32_t i = 0; i < GetNumsBlitOnList(); ++i)
-               sum = sum * 10 + int32_t(pBlitList2D->order[i] - pBlitList2D->requests);
+             for (int32_t i = 0; i < 3; ++i)
+               sum = sum * 10 + pBlitList2D->order[i]->z;
+             EXPECT_EQ(sum, 210);
              return taken ? sum : -1;
            },
        .refusals = {"OTHERS: Error to resize BLIT2D list",
@@ -406,7 +427,7 @@ failure_case collision_case(int32_t depth) {
               },
           .act =
               [](failure_world &world) {
-                return int32_t(world.call("collision", &world.host.processes[1]) != 0);
+                return world.call("collision", &world.host.processes[1]) ? 1 : -1;
               },
           .refusals = {"silent"}};
 }

@@ -6,6 +6,8 @@
 #include <cstring>
 #include <new>
 
+#include <malloc.h>
+
 #if defined(__SANITIZE_ADDRESS__)
 #define ORB_OWN_MALLOC 0
 #elif defined(__has_feature)
@@ -117,6 +119,21 @@ void __real_free(void *block);
 
 // ---- Requests of linked objects (-Wl,--wrap) ---------------------------------------------------
 
+namespace {
+
+/// What realloc may do, and seldom does: moves the block, and leaves nothing of use where it was.
+void *move(void *block, size_t size) {
+  void *const moved = real_malloc(size);
+  if (!moved) return nullptr;
+  const size_t former_size = malloc_usable_size(block);
+  memcpy(moved, block, former_size < size ? former_size : size);
+  memset(block, 0xDD, former_size);
+  real_free(block);
+  return moved;
+}
+
+} // namespace
+
 extern "C" {
 
 void *__wrap_malloc(size_t size) {
@@ -128,8 +145,9 @@ void *__wrap_calloc(size_t count, size_t size) {
 }
 
 void *__wrap_realloc(void *block, size_t size) {
+  const bool watched = fault.countdown > 0;
   if (fails(false)) return nullptr;
-  void *const moved = real_realloc(block, size);
+  void *const moved = watched && block && size ? move(block, size) : real_realloc(block, size);
   if (!block)
     count_module(moved);
   else if (!moved && size == 0)

@@ -29,7 +29,8 @@ enum class fault_kind {
   onwards ///< every request fails from then on
 };
 
-/// While it lives, a request of this thread fails. One at a time.
+/// While it lives, a request of this thread fails; until then each realloc of a linked object moves
+/// its block. One at a time.
 class allocation_fault {
 public:
   /// `request` counts from 1.

@@ -64,14 +64,15 @@ struct failure_case {
   int32_t depth; ///< of the mode in force; 0: the init hook hasn't run
   std::function<void(failure_world &)> prepare;
   std::function<int32_t(failure_world &)> act;
-  /// What a refusal may consist of: fatal messages, "code FUNCTION" of reports, and "silent" for
-  /// one without any.
+  /// What a refusal may say: a fatal message, "code FUNCTION" of a report, or "silent"; of several,
+  /// fatal ones come first, with "; " between them.
   std::set<std::string> refusals;
   /// The same for failures in libraries, beyond those above.
   std::set<std::string> library_refusals = {};
-  /// SDL 1.2 doesn't look at what it is given: its requests can't fail.
+  /// It opens a display. SDL 1.2 doesn't look at what it is given: its requests can't fail.
   bool display = false;
-  /// A refusal may leave work behind that its repetition completes.
+  /// A refusal may leave work behind that its repetition completes. Such a one, and one that takes
+  /// a display back, may say any number of the above.
   bool partial = false;
   /// A file of which a refusal must leave nothing that looks whole.
   std::string writes = "";

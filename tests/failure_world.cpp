@@ -36,7 +36,7 @@ void describe(std::ostream &out, const __ORBSurface2D__ *surface) {
 void describe_libraries(std::ostream &out) {
   for (int32_t file = 0; file < max_fpg; ++file) {
     const orb_fpg &library = fpg[file];
-    if (!library.in_use && file > 0) continue;
+    if (!library.in_use && !library.slots && !library.memory_usage) continue;
     out << "library " << file << ": " << library.in_use << ", graphs " << library.map_count
         << ", memory " << library.memory_usage << "\n";
     for (int32_t code = 0; library.slots && code < (file ? 1000 : max_map); ++code) {
