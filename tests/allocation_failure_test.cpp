@@ -81,6 +81,17 @@ const std::set<std::string> init_refusals = {
     "Error to Create Screen 2D Surface",
     "Error to Create Buffer 2D Surface",
 };
+/// What init ends with: only without a display it goes on.
+const std::set<std::string> last_words = {
+    "Device 2D init error",
+    "Graphics2D init error",
+    "No enough memory to create primary FPG",
+    "No enough memory to create REGIONS",
+    "Error to Create Ground 2D Surface",
+    "Error to Create Screen 2D Surface",
+    "Error to Create Buffer 2D Surface",
+};
+
 failure_case init_case(const char *name, bool full) {
   return {.name = name,
           .depth = 0,
@@ -92,6 +103,8 @@ failure_case init_case(const char *name, bool full) {
           .act =
               [](failure_world &world) {
                 const int32_t result = ORB_mod_graphics2D_init();
+                const std::vector<std::string> &fatals = world.host.fatals;
+                EXPECT_TRUE(fatals.empty() || last_words.contains(fatals.back())) << fatals.back();
                 world.host.exits.clear();
                 return result;
               },
@@ -108,7 +121,9 @@ failure_case init_case(const char *name, bool full) {
 }
 
 TEST(AllocationFailure, InitHook) {
-  expect_survived({init_case("init", false), init_case("init in full screen", true)});
+  failure_case again = init_case("init without a release between", false);
+  again.recover = nullptr;
+  expect_survived({init_case("init", false), init_case("init in full screen", true), again});
 }
 
 /// Requests of the script's.
@@ -346,6 +361,20 @@ TEST(AllocationFailure, ListsGrow) {
            },
        .refusals = {"OTHERS: Error to resize BLIT2D list",
                     "OTHERS: Error to resize BLIT2DZOrder table"}},
+      {.name = "a request of a script's",
+       .depth = 16,
+       .prepare =
+           [](failure_world &world) {
+             world.make_graph(5, 5);
+             for (int32_t i = 0; i < 1023; ++i)
+               world.call("screen_draw_graphic", 0, 1000, i, i, i, 0);
+           },
+       .act =
+           [](failure_world &world) {
+             return world.call("screen_draw_graphic", 0, 1000, 5, 5, 0, 0);
+           },
+       .refusals = {"GRAPHICS2D: Error to resize BLIT2D list",
+                    "GRAPHICS2D: Error to resize BLIT2DZOrder table"}},
       {.name = "a control point",
        .depth = 16,
        .prepare = [](failure_world &world) { world.make_graph(5, 5); },
@@ -383,6 +412,18 @@ failure_case graph_case(std::set<std::string> refusals, const char *function, T.
           .refusals = std::move(refusals)};
 }
 
+/// Through the device record, as other modules of a host have their surfaces.
+int32_t wrap_and_let_go(failure_world &) {
+  __ORBSurface2D__ *const wrapper = device2D.ORBGI2D_CreateGFXSurfaceWrapper(10, 8, 32);
+  if (!wrapper) return 0;
+  free(wrapper->cpoints);
+  device2D.ORBGI2D_DeleteGFXSurface(wrapper);
+  return 1;
+}
+int32_t resize_first_graph(failure_world &) {
+  return device2D.ORBGI2D_ResizeGFXSurface(fpg[0].slots[1000].surface, 30, 40, 1, 1);
+}
+
 TEST(AllocationFailure, Graphs) {
   std::vector<failure_case> cases = {
       graph_case({"100 MAP_NEW"}, "map_new", 10, 8, 5, 1),
@@ -404,6 +445,12 @@ TEST(AllocationFailure, Graphs) {
       cases.back().depth = depth;
       cases.back().prepare = make_older_libraries;
     }
+  for (const auto act : {wrap_and_let_go, resize_first_graph})
+    cases.push_back({.name = act == resize_first_graph ? "resize" : "wrap",
+                     .depth = 32,
+                     .prepare = make_libraries,
+                     .act = act,
+                     .refusals = {"silent"}});
   expect_survived(cases);
 }
 

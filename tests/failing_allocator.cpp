@@ -8,14 +8,12 @@
 
 #include <malloc.h>
 
-#if defined(__SANITIZE_ADDRESS__)
-#define ORB_OWN_MALLOC 0
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(memory_sanitizer)
-#define ORB_OWN_MALLOC 0
+#ifndef __has_feature
+#define __has_feature(feature) 0 // not clang
 #endif
-#endif
-#ifndef ORB_OWN_MALLOC
+#if defined(__SANITIZE_ADDRESS__) || __has_feature(address_sanitizer)
+#define ORB_OWN_MALLOC 0
+#else
 #define ORB_OWN_MALLOC 1
 #endif
 

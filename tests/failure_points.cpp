@@ -102,7 +102,7 @@ public:
 
   void all() {
     for (const fault_scope scope : {fault_scope::module, fault_scope::everybody}) {
-      if (scope == fault_scope::everybody && (!libraries_can_fail || operation_.display)) continue;
+      if (!worthwhile(scope)) continue;
       for (const fault_kind kind : {fault_kind::once, fault_kind::onwards}) {
         constexpr uint32_t too_many = 20000;
         for (uint32_t request = 1; request < too_many; ++request) {
@@ -122,6 +122,13 @@ private:
   const failure_case &operation_;
   failure_count &count_;
   const reference reference_;
+
+  bool worthwhile(fault_scope scope) const {
+    const bool with_libraries = libraries_can_fail && !operation_.display;
+    if (scope == fault_scope::everybody) return with_libraries;
+    // The module's requests are among everybody's.
+    return operation_.repeat_every == 1 || !with_libraries;
+  }
 
   bool refused_well(const outcome &taken, fault_scope scope) const {
     const auto known = [&](const std::string &text) {
