@@ -2,8 +2,8 @@
 // its results and pictures, its name, and what went wrong.
 //
 // For looking at one script in a debugger, for comparing builds (the sums are the same in all of
-// them), and for measuring what scripts reach (tools/script_coverage.py). --sse2 leaves AVX2 aside, --tell
-// tells of every call and frame.
+// them), and for measuring what scripts reach (tools/script_coverage.py). --sse2 leaves AVX2 aside,
+// --tell tells of every call and frame.
 #include <cstdio>
 #include <filesystem>
 #include <fstream>

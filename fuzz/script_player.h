@@ -11,8 +11,9 @@
 namespace fuzz {
 
 struct played {
-  /// What went wrong, the script ending there: the module reported a fatal condition, didn't fetch
-  /// what it was given, left a stream open, or miscounted what it holds. Empty when nothing did.
+  /// What went wrong, the script ending there: the module reported a fatal condition (other than
+  /// for a display that couldn't be had), didn't fetch what it was given, left a stream open, or
+  /// miscounted what it holds. Empty when nothing did.
   std::string mistake;
   /// A sum over all results and pictures: the same for the same script, whatever is in memory that
   /// nobody has written.
