@@ -9,6 +9,7 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "fuzz/odd_host.h"
 #include "graphics_fixture.h"
@@ -213,6 +214,14 @@ const struct {
      [](orb_file_services &s) { s.path = [](const char *, int32_t) { return "/"; }; }},
     {"has paths to a file without a size",
      [](orb_file_services &s) { s.path = [](const char *, int32_t) { return "/dev/zero"; }; }},
+    {"has paths to a pipe that nobody writes to",
+     [](orb_file_services &s) {
+       s.path = [](const char *, int32_t purpose) {
+         static const std::string pipe = fuzz::world_folder().path() / "pipe";
+         mkfifo(pipe.c_str(), 0600);
+         return purpose == ORB_PATH_READ ? pipe.c_str() : nullptr;
+       };
+     }},
     {"has paths to a full disk",
      [](orb_file_services &s) { s.path = [](const char *, int32_t) { return "/dev/full"; }; }},
 };

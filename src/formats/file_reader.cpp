@@ -1,13 +1,25 @@
 #include "formats/file_reader.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 
 #include "formats/codec.h"
 #include "module/script_call.h"
 
+FILE *open_for_reading(const char *path) {
+  const int descriptor = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (descriptor < 0) return nullptr;
+  fcntl(descriptor, F_SETFL, 0); // reading may wait
+  FILE *const file = fdopen(descriptor, "rb");
+  if (!file) close(descriptor);
+  return file;
+}
+
 bool open_reader(file_reader *file, const char *filename) {
   const char *path = rt_file_path(filename, ORB_PATH_READ);
-  file->file = path ? fopen(path, "rb") : nullptr;
+  file->file = path ? open_for_reading(path) : nullptr;
   if (!file->file) {
     image_error = error_open;
     return false;

@@ -15,6 +15,9 @@ struct file_reader {
   uint8_t window[window_size];
 };
 
+/// As fopen does for reading, but a pipe that nobody writes to is empty: fopen would wait for ever.
+FILE *open_for_reading(const char *path);
+
 /// Opens the host's real path of `filename`. False with image_error set when there is none, the
 /// file can't be opened, or it has no size as pipes have none.
 bool open_reader(file_reader *file, const char *filename);

@@ -5,6 +5,7 @@
 #include <jerror.h>
 
 #include "formats/codec.h"
+#include "formats/file_reader.h"
 #include "formats/icc_profile.h"
 #include "formats/icc_transform.h"
 #include "formats/jpeg_guard.h"
@@ -52,7 +53,7 @@ void on_progress(j_common_ptr codec) {
 
 bool open_jpeg(jpeg_reading *reading, const char *filename) {
   const char *path = rt_file_path(filename, ORB_PATH_READ);
-  reading->file = path ? fopen(path, "rb") : nullptr;
+  reading->file = path ? open_for_reading(path) : nullptr;
   return reading->file != nullptr;
 }
 

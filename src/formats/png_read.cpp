@@ -10,6 +10,7 @@
 #include <png.h>
 
 #include "formats/codec.h"
+#include "formats/file_reader.h"
 #include "formats/picture_rows.h"
 #include "module/script_call.h"
 #include "surface/surface.h"
@@ -45,7 +46,7 @@ void on_warning(png_structp, png_const_charp) {}
 /// Opens the file and tells whether it begins with the signature. The file stays open.
 bool open_png(png_reading *reading, const char *filename) {
   const char *path = rt_file_path(filename, ORB_PATH_READ);
-  reading->file = path ? fopen(path, "rb") : nullptr;
+  reading->file = path ? open_for_reading(path) : nullptr;
   if (!reading->file) {
     reading->error = error_open;
     return false;
