@@ -158,7 +158,12 @@ void player::surface_call() {
       device.ORBGI2D_ResizeGFXSurface(resized, width, height, script_.byte() % 2, 1);
     break;
   }
-  case 3: device.ORBGI2D_BlitFill(some_surface(), uint32_t(value('c')), script_.byte() % 2); break;
+  case 3: {
+    auto *const filled = some_surface();
+    const auto colour = uint32_t(value('c'));
+    device.ORBGI2D_BlitFill(filled, colour, script_.byte() % 2);
+    break;
+  }
   case 4: { // a surface made elsewhere becomes a graph
     if (surfaces_.empty() || surfaces_.back()->is_wrapper) break;
     const int32_t code = device.GetMAPCode(0);
