@@ -20,6 +20,7 @@ local world = {
 -- No list grows beyond these, but for the peak.
 world.most = { graphs = 70, libraries = 6, regions = 12, draws = 14, processes = 14,
   files = 24 }
+local library_numbers <const> = 24 -- more than are ever in use, the peak's included
 
 local failure <const> = -2147483648
 
@@ -284,6 +285,10 @@ function world.take_down()
     chance.take(steps)()
     if one_in(2) then frame() end
   end
+  -- A library that could not be loaded whole stays under its number until that is taken again.
+  local numbers = {}
+  for i = 1, library_numbers do numbers[i] = fpg_new() end
+  for _, number in ipairs(numbers) do fpg_unload(number) end
   frame()
   for _, file in ipairs(world.files) do os.remove(file.name) end
   world.files = {}
