@@ -1,196 +1,20 @@
-// The rasterisers against slow references that follow their definitions pixel by pixel, on surfaces
-// with guarded borders; their script functions against a table of calls.
-#include <algorithm>
-#include <array>
+// The rasterisers against their references, on surfaces with guarded borders.
 #include <chrono>
 #include <climits>
 #include <cmath>
 #include <cstring>
-#include <map>
 #include <random>
-#include <set>
 #include <sstream>
 
 #include <gtest/gtest.h>
 
 #include "blit/raster.h"
 #include "graphics_fixture.h"
-#include "script/handlers.h"
+#include "raster_shapes.h"
 
 namespace {
 
-constexpr int width = 37, height = 29;
-using pixel_set = std::set<std::pair<int64_t, int64_t>>; // x, y
-using arguments = std::array<int32_t, 4>;
-
-/// Adds only what shows, so that a shape may be of any size.
-struct plotter {
-  pixel_set pixels;
-  int64_t left = 0, top = 0, right = width - 1, bottom = height - 1;
-
-  void dot(int64_t x, int64_t y) {
-    if (x >= left && x <= right && y >= top && y <= bottom) pixels.emplace(x, y);
-  }
-  void run(int64_t x0, int64_t x1, int64_t y) {
-    for (int64_t x = std::max(x0, left); x <= std::min(x1, right); ++x)
-      dot(x, y);
-  }
-};
-
-// ---- References --------------------------------------------------------------------------------
-
-void line_reference(plotter &to, const arguments &a, bool) {
-  auto [x, y, x1, y1] = a;
-  int64_t px = x, py = y;
-  const int64_t dx = std::abs(int64_t(x1) - x), dy = std::abs(int64_t(y1) - y);
-  const bool steep = dx < dy;
-  const int64_t major = steep ? dy : dx, minor = steep ? dx : dy;
-  const int sx = x1 < x ? -1 : 1, sy = y1 < y ? -1 : 1;
-  int64_t decision = 2 * minor - major;
-  for (int64_t step = 0;; ++step) {
-    to.dot(px, py);
-    if (step == major) return;
-    (steep ? py : px) += steep ? sy : sx;
-    if (decision > 0) {
-      (steep ? px : py) += steep ? sx : sy;
-      decision += 2 * (minor - major);
-    } else {
-      decision += 2 * minor;
-    }
-  }
-}
-
-/// The edges or all of an inclusive box.
-void box(plotter &to, int64_t x0, int64_t y0, int64_t x1, int64_t y1, bool fill) {
-  for (int64_t y = to.top; y <= to.bottom; ++y)
-    for (int64_t x = to.left; x <= to.right; ++x) {
-      const bool in = x >= x0 && x <= x1 && y >= y0 && y <= y1;
-      if (in && (fill || x == x0 || x == x1 || y == y0 || y == y1)) to.dot(x, y);
-    }
-}
-
-void rect_reference(plotter &to, const arguments &a, bool fill) {
-  auto [x0, y0, x1, y1] = a;
-  if ((x0 < 0 && x1 < 0) || (x0 > width - 1 && x1 > width - 1)) return;
-  if ((y0 < 0 && y1 < 0) || (y0 > height - 1 && y1 > height - 1)) return;
-  int64_t left = std::min(x0, x1), right = std::max(x0, x1);
-  int64_t top = std::min(y0, y1), bottom = std::max(y0, y1);
-  if (left < 0) right += left, left = 0;
-  if (top < 0) bottom += top, top = 0;
-  right = std::min<int64_t>(right, width - 1);
-  bottom = std::min<int64_t>(bottom, height - 1);
-  if (right < left) std::swap(left, right);
-  if (bottom < top) std::swap(top, bottom);
-  if (left + right < 0 || top + bottom < 0) return;
-  box(to, left, top, right, bottom, fill);
-}
-
-void sized_rect(plotter &to, int64_t x, int64_t y, int64_t w, int64_t h, bool fill) {
-  if (w < 1 || h < 1 || x > width - 1 || y > height - 1 || x + w < 2 || y + h < 2) return;
-  box(to, x, y, x + w - 1, y + h - 1, fill);
-}
-void srect_reference(plotter &to, const arguments &a, bool fill) {
-  sized_rect(to, a[0], a[1], a[2], a[3], fill);
-}
-void csrect_reference(plotter &to, const arguments &a, bool fill) {
-  sized_rect(to, int64_t(a[0]) - (a[2] >> 1), int64_t(a[1]) - (a[3] >> 1), a[2], a[3], fill);
-}
-
-void circle_reference(plotter &to, const arguments &a, bool fill) {
-  const int64_t cx = a[0], cy = a[1], r = a[2];
-  int64_t x = 0, y = r, d = 1 - r, e = 3, se = 5 - 2 * r;
-  while (y >= x) {
-    for (const int64_t s : {-1, 1}) {
-      if (fill) {
-        to.run(cx - y, cx + y, cy + s * x);
-        to.run(cx - x, cx + x, cy + s * y);
-      } else {
-        for (const int64_t t : {-1, 1}) {
-          to.dot(cx + t * x, cy + s * y);
-          to.dot(cx + t * y, cy + s * x);
-        }
-      }
-    }
-    if (d < 0) {
-      d += e;
-      se += 2;
-    } else {
-      d += se;
-      se += 4;
-      --y;
-    }
-    e += 2;
-    ++x;
-  }
-}
-
-/// A shape given by its rows from the outermost on: all of them, or what an outline keeps, which is
-/// the ends and whatever the next row outwards doesn't cover.
-struct reference_row {
-  int64_t left, right, top, bottom;
-};
-void rows_reference(plotter &to, const std::vector<reference_row> &rows, bool fill) {
-  for (size_t i = 0; i < rows.size(); ++i)
-    for (int64_t x = std::max(rows[i].left, to.left); x <= std::min(rows[i].right, to.right); ++x) {
-      const bool end = x == rows[i].left || x == rows[i].right;
-      const bool bare = i == 0 || x < rows[i - 1].left || x > rows[i - 1].right;
-      if (!fill && !end && !bare) continue;
-      to.dot(x, rows[i].top);
-      to.dot(x, rows[i].bottom);
-    }
-}
-
-void ellipse_reference(plotter &to, const arguments &given, bool fill) {
-  const double x0 = std::min(given[0], given[2]), x1 = std::max(given[0], given[2]);
-  const double y0 = std::min(given[1], given[3]), y1 = std::max(given[1], given[3]);
-  const double h = y1 - y0 + 1, a = (x1 - x0) * 0.5, m = 0.5 * (y0 + y1 + 1);
-  if (h >= 4097) return;
-  std::vector<reference_row> rows;
-  for (double yc = y0 + 0.5; yc <= m; yc += 1) {
-    const double t = 1 - (yc - y0) / (m - y0), c = std::cos(std::asin(t));
-    const auto row = int64_t(yc), right = int64_t(c * a + a + x0 + 0.5);
-    if (!rows.empty() && rows.back().top == row) continue;
-    rows.push_back({int64_t(x1) - right + int64_t(x0), right, row, int64_t(y1 + y0) - row});
-  }
-  const size_t n = rows.size();
-  if (h == 2) {
-    rows[0].left = int64_t(x0);
-    rows[0].right = int64_t(x1);
-  } else if (h > 2 && x1 - x0 + 1 > 2 && rows.size() > 1 && rows[0].left == rows[1].left &&
-             rows[0].left + 1 < rows[0].right) {
-    ++rows[0].left;
-    --rows[0].right;
-  }
-  if (n > 1 && rows[n - 1].top == rows[n - 2].bottom) {
-    rows.pop_back();
-  } else if (n > 2 && rows[n - 1].top == rows[n - 3].bottom) {
-    rows[n - 3].left = rows[n - 1].left;
-    rows[n - 3].right = rows[n - 1].right;
-    rows.pop_back();
-  }
-  rows_reference(to, rows, fill);
-}
-
-void csellipse_reference(plotter &to, const arguments &given, bool fill) {
-  const int64_t rx = std::max(given[2], 1), ry = std::max(given[3], 1), r = std::max(rx, ry);
-  std::map<int64_t, int64_t> reach; // by row
-  const auto pixel = [](int64_t units) { return (units + 32) >> 6; };
-  for (int64_t a = 0, b = r * 64; pixel(a) <= pixel(b);) {
-    for (const auto &[u, v] : {std::pair(pixel(a), pixel(b)), {pixel(b), pixel(a)}}) {
-      const int64_t x = rx >= ry ? u : u * rx / ry, y = rx >= ry ? v * ry / rx : v;
-      reach[y] = std::max(reach[y], x);
-    }
-    a += b / r;
-    b -= a / r;
-  }
-  std::vector<reference_row> rows;
-  for (auto row = reach.rbegin(); row != reach.rend(); ++row)
-    rows.push_back({given[0] - row->second, given[0] + row->second, given[1] - row->first,
-                    given[1] + row->first});
-  rows_reference(to, rows, fill);
-}
-
-// ---- Targets and shapes ------------------------------------------------------------------------
+using namespace raster_shapes;
 
 /// A surface with random content and padded rows inside a larger block of bytes.
 class target {
@@ -226,56 +50,6 @@ private:
   }
   size_t bytes_per_;
 };
-
-struct shape {
-  const char *name;
-  void (*draw)(__ORBSurface2D__ *, const arguments &, uint32_t colour, int32_t fill);
-  void (*reference)(plotter &, const arguments &, bool fill);
-};
-const shape shapes[] = {
-    {"line", [](auto *s, auto &a, uint32_t c, int32_t) { draw_line(s, a[0], a[1], a[2], a[3], c); },
-     line_reference},
-    {"hline", [](auto *s, auto &a, uint32_t c, int32_t) { draw_hline(s, a[0], a[2], a[1], c); },
-     [](plotter &to, const arguments &a, bool) {
-       to.run(std::min(a[0], a[2]), std::max(a[0], a[2]), a[1]);
-     }},
-    {"vline", [](auto *s, auto &a, uint32_t c, int32_t) { draw_vline(s, a[1], a[3], a[0], c); },
-     [](plotter &to, const arguments &a, bool) {
-       box(to, a[0], std::min(a[1], a[3]), a[0], std::max(a[1], a[3]), true);
-     }},
-    {"rect",
-     [](auto *s, auto &a, uint32_t c, int32_t fill) {
-       draw_rect(s, a[0], a[1], a[2], a[3], c, fill);
-     },
-     rect_reference},
-    {"srect",
-     [](auto *s, auto &a, uint32_t c, int32_t fill) {
-       draw_srect(s, a[0], a[1], a[2], a[3], c, fill);
-     },
-     srect_reference},
-    {"csrect",
-     [](auto *s, auto &a, uint32_t c, int32_t fill) {
-       draw_csrect(s, a[0], a[1], a[2], a[3], c, fill);
-     },
-     csrect_reference},
-    {"circle",
-     [](auto *s, auto &a, uint32_t c, int32_t fill) { draw_circle(s, a[0], a[1], a[2], c, fill); },
-     circle_reference},
-    {"ellipse",
-     [](auto *s, auto &a, uint32_t c, int32_t fill) {
-       draw_ellipse(s, a[0], a[1], a[2], a[3], c, fill);
-     },
-     ellipse_reference},
-    {"csellipse",
-     [](auto *s, auto &a, uint32_t c, int32_t fill) {
-       draw_csellipse(s, a[0], a[1], a[2], a[3], c, fill);
-     },
-     csellipse_reference},
-};
-const shape &shape_named(const std::string &name) {
-  return *std::find_if(std::begin(shapes), std::end(shapes),
-                       [&](const shape &s) { return s.name == name; });
-}
 
 std::string picture(const target &of, uint32_t colour) {
   std::string text;
@@ -332,7 +106,7 @@ arguments some_arguments(std::mt19937 &random) {
 
 TEST(Raster, DrawsWhatTheReferencesDraw) {
   std::mt19937 random(7);
-  for (const shape &s : shapes)
+  for (const shape &s : all_shapes())
     for (int i = 0; i < 3000 && !testing::Test::HasFailure(); ++i) {
       const arguments a = some_arguments(random);
       const int fill = i & 1 ? int(random() | 1) : 0;
@@ -544,7 +318,7 @@ TEST(RasterFar, LongLinesStepAsWalkedOnes) {
     const arguments a = {x, y, int32_t(width / 2 - back * (x - width / 2)),
                          int32_t(height / 2 - back * (y - height / 2))};
     plotter reference;
-    line_reference(reference, a, false);
+    shape_named("line").reference(reference, a, false);
     EXPECT_FALSE(reference.pixels.empty() && i % 4);
     expect_as_reference(shape_named("line"), i % 2 ? 8 : 32, a, 0, reference.pixels, random);
   }
@@ -579,7 +353,7 @@ TEST(RasterFar, EveryCoordinateReturnsAtOnce) {
                                 20,        INT32_MAX - 1, INT32_MAX};
     return random() % 2 ? extremes[random() % std::size(extremes)] : int32_t(random());
   };
-  for (const shape &s : shapes)
+  for (const shape &s : all_shapes())
     for (int i = 0; i < 600; ++i) {
       const int depth = i % 3 == 0 ? 8 : i % 3 == 1 ? 16 : 32;
       set_raster_routines(depth);
@@ -633,7 +407,7 @@ TEST(Raster, LeavesOtherSurfacesAlone) {
   const target before = t;
   target lent(8, random);
   lent.surface.pixels = nullptr;
-  for (const shape &s : shapes) {
+  for (const shape &s : all_shapes()) {
     set_raster_routines(32);
     s.draw(&t.surface, {1, 1, 9, 9}, 5, 1);
     s.draw(nullptr, {1, 1, 9, 9}, 5, 1);
@@ -642,126 +416,6 @@ TEST(Raster, LeavesOtherSurfacesAlone) {
     s.draw(&lent.surface, {1, 1, 9, 9}, 5, 1);
   }
   EXPECT_TRUE(t.bytes == before.bytes);
-}
-
-// ---- Script functions --------------------------------------------------------------------------
-
-struct Primitives : graphics_test {};
-
-struct primitive {
-  const char *name;
-  int32_t (*map)(), (*ground)();
-};
-constexpr primitive primitives[] = {
-    {"line", ORB_map_put_line, ORB_ground_put_line},
-    {"rect", ORB_map_put_rect, ORB_ground_put_rect},
-    {"srect", ORB_map_put_srect, ORB_ground_put_srect},
-    {"csrect", ORB_map_put_csrect, ORB_ground_put_csrect},
-    {"circle", ORB_map_put_circle, ORB_ground_put_circle},
-    {"ellipse", ORB_map_put_ellipse, ORB_ground_put_ellipse},
-    {"csellipse", ORB_map_put_csellipse, ORB_ground_put_csellipse},
-};
-
-// Depth, call -> "ok", "silent" or what is reported: error, function, position, value. G is a graph
-// of library 0, L a free code. Rows with two mistakes show the order of the checks.
-constexpr const char *primitive_rows = R"(
-32: map line 0 G 1 2 3 4 4294967295 -> ok
-32: map line -1 G 1 2 3 4 5 -> 109 MAP_PUT_LINE 1 -1
-32: map rect 99999 G 1 2 3 4 5 1 -> 109 MAP_PUT_RECT 1 99999
-32: map srect 0 0 1 2 3 4 5 1 -> 110 MAP_PUT_SRECT 2 0
-32: map csrect 0 99999 1 2 3 4 5 1 -> 110 MAP_PUT_CSRECT 2 99999
-32: map circle 1 5 1 2 3 4 1 -> 111 MAP_PUT_CIRCLE 1 1
-32: map ellipse 0 L 1 2 3 4 5 1 -> 121 MAP_PUT_ELLIPSE 2 L
-8: map csellipse 0 L 1 2 3 4 256 1 -> 121 MAP_PUT_CSELLIPSE 2 L
-8: map line 0 G 1 2 3 4 256 -> 154 MAP_PUT_LINE 7 256
-8: map rect 0 G 1 2 3 4 256 0 -> 154 MAP_PUT_RECT 7 256
-8: map circle 0 G 1 2 3 256 0 -> 154 MAP_PUT_CIRCLE 6 256
-8: map csellipse 0 G 1 2 3 4 -1 0 -> 154 MAP_PUT_CSELLIPSE 7 -1
-8: map ellipse 0 G 1 2 3 4 255 0 -> ok
-16: map line 0 G 1 2 3 4 65536 -> silent
-16: map circle 0 G 1 2 3 65535 1 -> ok
-8: ground line 1 2 3 4 256 -> 154 GROUND_PUT_LINE 5 256
-8: ground rect 1 2 3 4 256 1 -> 154 GROUND_PUT_RECT 5 256
-8: ground srect 1 2 3 4 256 1 -> 154 GROUND_PUT_SRECT 5 256
-8: ground csrect 1 2 3 4 256 1 -> 154 GROUND_PUT_CSRECT 5 256
-8: ground circle 1 2 3 256 1 -> 154 GROUND_PUT_CIRCLE 4 256
-8: ground ellipse 1 2 3 4 256 1 -> 154 GROUND_PUT_ELLIPSE 5 256
-8: ground csellipse 1 2 3 4 256 1 -> 154 GROUND_PUT_CSELLIPSE 5 256
-16: ground rect 1 2 3 4 70000 1 -> silent
-32: ground circle 1 2 3 4294967295 1 -> ok
-)";
-
-TEST_F(Primitives, CheckTheirArguments) {
-  std::istringstream rows(primitive_rows);
-  int tried = 0;
-  for (std::string line; std::getline(rows, line);) {
-    if (line.empty()) continue;
-    SCOPED_TRACE(line);
-    std::istringstream row(line);
-    int32_t depth;
-    std::string word, kind, name;
-    row >> depth >> word >> kind >> name;
-    set_depth(depth);
-    host.errors.clear();
-    const int32_t graph = host.call(ORB_map_new, 20, 20);
-    const auto number = [&](const std::string &text) {
-      return text == "G" ? graph : text == "L" ? graph + 1 : int32_t(std::stoll(text));
-    };
-    std::vector<int32_t> given;
-    while (row >> word && word != "->")
-      given.push_back(number(word));
-    const auto *const what = std::find_if(std::begin(primitives), std::end(primitives),
-                                          [&](const primitive &p) { return p.name == name; });
-    ground_puting = 0;
-    const int32_t result = host.call(kind == "map" ? what->map : what->ground, given);
-    std::string outcome;
-    row >> outcome;
-    std::vector<fake_error> reports;
-    if (outcome != "ok" && outcome != "silent") {
-      fake_error error{std::stoi(outcome), "", ORB_VALUE_INT, 0, 0, ""};
-      row >> error.function >> error.position >> word;
-      error.value = number(word);
-      reports.push_back(error);
-    }
-    EXPECT_EQ(host.errors == reports, true);
-    EXPECT_EQ(result, outcome == "ok" ? 1 : INT32_MIN);
-    EXPECT_EQ(host.left_over(), 0u);
-    EXPECT_EQ(host.times_returned(), 1);
-    // Nothing is drawn when a check fails, and a graph is not the ground.
-    EXPECT_EQ(ground_puting, outcome == "ok" && kind == "ground" ? 1 : 0);
-    host.call(ORB_map_unload, graph);
-    ++tried;
-  }
-  EXPECT_EQ(tried, 24);
-}
-
-TEST_F(Primitives, HandTheirArgumentsToTheirRasteriser) {
-  for (const int depth : {8, 16, 32}) {
-    set_depth(depth);
-    for (const primitive &p : primitives) {
-      SCOPED_TRACE(p.name);
-      const int32_t graph = host.call(ORB_map_new, screen_width, screen_height);
-      ORBGI2D_BlitFill(ground, 0, 0);
-      __ORBSurface2D__ *const expected =
-          ORBGI2D_CreateGFXSurface(screen_width, screen_height, depth, 1);
-      const arguments a = {21, 17, 9, 11};
-      const bool line = p.name == std::string("line"), circle = p.name == std::string("circle");
-      for (const int fill : {0, 1}) {
-        const uint32_t colour = 7 + uint32_t(fill);
-        std::vector<int32_t> given(a.begin(), a.begin() + (circle ? 3 : 4));
-        given.push_back(int32_t(colour));
-        if (!line) given.push_back(fill);
-        shape_named(p.name).draw(expected, a, colour, fill);
-        EXPECT_EQ(host.call(p.ground, given), 1);
-        given.insert(given.begin(), {0, graph});
-        EXPECT_EQ(host.call(p.map, given), 1);
-        for (const __ORBSurface2D__ *drawn : {ground, slot(graph).surface})
-          EXPECT_EQ(memcmp(drawn->pixels, expected->pixels, expected->byte_size), 0);
-      }
-      ORBGI2D_DeleteGFXSurface(expected);
-      host.call(ORB_map_unload, graph);
-    }
-  }
 }
 
 } // namespace
