@@ -37,10 +37,10 @@ struct pointer {
   void *(*place)(quiet_host &host);
   char changes;
 };
-#define POINTER(member, changes)                                                                   \
-  pointer {                                                                                        \
-#member, [](quiet_host & host) -> void * { return &host.member; }, changes                     \
-  }
+// clang-format off
+#define POINTER(member, changes) \
+  {#member, [](quiet_host &host) -> void * { return &host.member; }, changes}
+// clang-format on
 const pointer pointers[] = {
     POINTER(device_system.full_screen, 0),
     POINTER(device_system.frame_rate, 0),

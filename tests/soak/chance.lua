@@ -43,4 +43,10 @@ function chance.trace()
   return string.format("%04x", state >> 48)
 end
 
+-- A list of acts, { weight, run } each, from which soak.lua draws; and the function that adds one.
+function chance.acts()
+  local acts = {}
+  return acts, function(weight, run) acts[#acts + 1] = { weight, run } end
+end
+
 return chance

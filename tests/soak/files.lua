@@ -5,10 +5,7 @@ local world = require "world"
 
 local below, between, one_in, pick = chance.below, chance.between, chance.one_in, chance.pick
 
-local acts = {}
-local function act(weight, run)
-  acts[#acts + 1] = { weight, run }
-end
+local acts, act = chance.acts()
 
 local keys = { "", "key", "a longer key with spaces in it" }
 

@@ -7,10 +7,7 @@ local below, between, one_in, pick = chance.below, chance.between, chance.one_in
 local x, y, side, colour, look = world.x, world.y, world.side, world.colour, world.look
 local loose, any = world.loose, world.graph
 
-local acts = {}
-local function act(weight, run)
-  acts[#acts + 1] = { weight, run }
-end
+local acts, act = chance.acts()
 
 -- ---- Loose graphs -------------------------------------------------------------------------------
 

@@ -5,10 +5,7 @@ local world = require "world"
 
 local below, between, one_in, pick = chance.below, chance.between, chance.one_in, chance.pick
 
-local acts = {}
-local function act(weight, run)
-  acts[#acts + 1] = { weight, run }
-end
+local acts, act = chance.acts()
 
 local scan_lines = { filter_scanline_noscanline, filter_scanline_1x | filter_scanline_25percent,
   filter_scanline_1x | filter_scanline_50percent, filter_scanline_1x | filter_scanline_75percent,
