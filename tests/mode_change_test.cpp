@@ -2,6 +2,10 @@
 // resolution.
 #include "mode_fixture.h"
 
+#include <array>
+#include <functional>
+#include <utility>
+
 #include "video/fades.h"
 
 namespace {
@@ -85,7 +89,8 @@ TEST_F(Mode, ModeExistsAnswersFromTheLists) {
 }
 
 TEST_F(Mode, EveryFilterOpensItsWindowAndKeepsThePicture) {
-  *fading = 0;
+  while (*fading)
+    update_fade();
   for (const int32_t bpp : {8, 16, 32})
     for (int32_t scale = 0; scale < 3; ++scale)
       for (const int32_t lines : {0, 1 | 16, 1 | 32, 1 | 64, 1 | 128}) {
@@ -149,6 +154,7 @@ TEST_F(Mode, VirtualResolutionIsAppliedNowOrWithTheNextChange) {
   EXPECT_EQ(virtual_to(200, 100, 1, 0), 1);
   EXPECT_EQ(host.call(ORB_virtualresolution_is_emulated), 1);
   EXPECT_EQ(sdl_w, 64) << "not yet";
+  EXPECT_EQ(host.call(ORB_screen_set_color, 5), 1) << "chooses routines anew";
   expect_presented();
   EXPECT_EQ(host.call(ORB_mode_change, flip), 1);
   EXPECT_EQ(sdl_w, 200);
@@ -184,6 +190,66 @@ TEST_F(Mode, VirtualResolutionIsAppliedNowOrWithTheNextChange) {
   EXPECT_EQ(host.call(ORB_mode_set_filter, 0), 1);
   expect_presented();
   EXPECT_TRUE(host.fatals.empty());
+}
+
+TEST_F(Mode, TheSameSizeAndDepthKeepsThePictures) {
+  const std::pair<const char *, std::function<int32_t()>> routes[] = {
+      {"mode_set", [&] { return set(64, 48); }},
+      {"full screen", [&] { return set(64, 48, mode.bpp, 2); }},
+      {"virtual on", [&] { return host.call(ORB_virtualresolution_set, 100, 90, 0, 1); }},
+      {"virtual off", [&] { return host.call(ORB_virtualresolution_set, 0, 0, 0, 0); }},
+      {"a filter", [&] { return host.call(ORB_mode_set_filter, 1); }},
+      {"no filter", [&] { return host.call(ORB_mode_set_filter, 0); }},
+      {"back to a window", [&] { return host.call(ORB_mode_change, 1); }},
+  };
+  for (const int32_t bpp : {8, 16, 32})
+    for (const bool put : {false, true}) {
+      ASSERT_EQ(set(64, 48, bpp, no_fade | 1), 1);
+      while (*fading)
+        update_fade();
+      for (const auto &[name, take] : routes) {
+        SCOPED_TRACE(testing::Message() << name << " at " << bpp << " bits, put " << put);
+        mode_fade = put; // a screen that nothing restores doesn't even fade
+        *host.global("restore_type") = restore_type = put ? 0 : -1;
+        ORBGI2D_BlitFill(ground, 7, 0);
+        ground_puting = put;
+        ORBGI2D_BlitFill(screen, 9, 0);
+        EXPECT_EQ(take(), 1);
+        EXPECT_EQ(*static_cast<uint8_t *>(ground->pixels), 7);
+        EXPECT_EQ(ground_puting, put);
+        if (!put) EXPECT_EQ(*static_cast<uint8_t *>(screen->pixels), 9);
+        while (*fading)
+          ORB_mod_graphics2D_frame();
+        EXPECT_EQ(pixel_of_display(mode_x + 30, mode_y + 30), put ? 7u : 9u);
+      }
+    }
+}
+
+TEST_F(Mode, TheBackgroundIsRedrawnFaded) {
+  for (const int32_t bpp : {16, 32}) {
+    ASSERT_EQ(set(64, 48, bpp, no_fade), 1);
+    ORBGI2D_BlitFill(ground, 0xFFFF, 0);
+    ground_puting = 1;
+    host.call(ORB_screen_fade_out);
+    EXPECT_EQ(host.call(ORB_mode_set_filter, 1), 1);
+    EXPECT_EQ(pixel_of_display(1, 1), 0u);
+    EXPECT_EQ(host.call(ORB_mode_set_filter, 0), 1);
+    host.call(ORB_screen_fade_in);
+  }
+}
+
+TEST_F(Mode, AFailureTakesItsFlagsBack) {
+  ASSERT_EQ(set(64, 48, 32, 4 | 16 | no_fade | 4096), 1);
+  *host.global("vsync") = 1; // chosen since, by the script
+  const auto choices = [&] {
+    return std::array<int32_t, 5>{mode_centerwindow, mode_centermouse, mode_fade, vsync,
+                                  *host.global("vsync")};
+  };
+  const auto before = choices();
+  EXPECT_EQ(set(60000, 48, 32, 8 | 32 | 128 | 4096), 0);
+  EXPECT_EQ(choices(), before);
+  EXPECT_EQ(fade_pos, (fade_levels{0, 0, 0})) << "on its way back from the fade-out";
+  EXPECT_EQ(*fading, 1);
 }
 
 TEST_F(Mode, VirtualResolutionsOutOfRangeChangeNothing) {

@@ -194,7 +194,7 @@ int32_t finish_blit(__ORBBlit2D__ *request, int32_t x0, int32_t y0, int32_t x1, 
   request->drawn_x1 = x1;
   request->drawn_y0 = y0;
   request->drawn_y1 = y1;
-  if (blit.dst == ground) ground_puting = 1;
+  mark_ground(blit.dst);
   if (orb_process *owner = request->owner) {
     owner->box_x0 = x0;
     owner->box_y0 = y0;

@@ -151,10 +151,6 @@ template <typename Pixel> bool aim(const __ORBSurface2D__ *surface) {
   return true;
 }
 
-inline void mark_ground(const __ORBSurface2D__ *surface) {
-  if (surface == ground) ground_puting = 1;
-}
-
 /// Draws a shape, a function of a canvas, in one colour on the line target. A call of its own would
 /// cost a short run as much as the run does.
 template <typename Pixel, typename Shape>

@@ -13,11 +13,22 @@ int32_t num_blits2D;
 
 namespace {
 
+/// Whether the frame zones tell of all that stands on the background. They don't after a frame that
+/// restored nothing, or that left them as they were.
+bool zones_tell_all = true;
+
 /// QUIRK: this frame's restore type would look more natural. The previous frame's is used, with the
 /// zones that it left: they say what is on the screen now. That is intended.
-void restore_background() {
-  if (restore_type == -1) return;
-  (ground_puting ? draw_ground : clear_screen)(old_restore_type);
+///
+/// True when pixels outside the zones may have changed, which a partial dump would not show.
+bool restore_background() {
+  const bool faded = fading_run; // what the last frame recoloured
+  if (restore_type != -1) {
+    complete_frame |= background_changed | !zones_tell_all;
+    background_changed = 0;
+    (ground_puting ? draw_ground : clear_screen)(old_restore_type);
+  }
+  return complete_frame || faded;
 }
 
 /// Notes the box of a request that has run. With all zones in use nothing is noted, not even in a
@@ -64,20 +75,19 @@ void run_requests() {
 void apply_fade(bool palette_changed) {
   if (fading && *fading) {
     update_fade();
-  } else if (mode.bpp > 8 && fade_pos != fade_levels{100, 100, 100}) {
-    do_fading(nullptr);
+  } else if (screen_is_recoloured()) {
+    recolour_screen();
   } else {
     fading_run = 0;
     if (palette_changed && mode.bpp == 8) do_fading(nullptr);
   }
 }
 
-/// Presents the frame; after a restore of the whole screen completely, since what the last frame
-/// drew there is gone from places that no zone tells of.
-void present(bool restored_all) {
+/// Presents the frame, all of it when pixels have changed of which no zone tells.
+void present(bool changed_outside_zones) {
   if (!VID_DrawFrame) return;
   const uint8_t of_this_frame = complete_frame;
-  complete_frame |= restored_all;
+  complete_frame |= changed_outside_zones;
   VID_DrawFrame();
   complete_frame = of_this_frame;
 }
@@ -95,8 +105,7 @@ void draw_frame() {
     update_system_colors();
     palette_update = 0;
   }
-  const bool restored_all = restore_type != -1 && complete_frame;
-  restore_background();
+  const bool changed_outside_zones = restore_background();
   complete_frame = 0;
   num_blits2D = GetNumsBlitOnList();
   if (num_blits2D > 0) {
@@ -104,9 +113,13 @@ void draw_frame() {
     run_requests();
   }
   apply_fade(palette_changed);
-  present(restored_all);
+  present(changed_outside_zones);
+  zones_tell_all = restore_type != -1;
   if (num_blits2D > 0) {
-    if (!(dump_type && restore_type)) update_frame_zones();
+    if (dump_type && restore_type)
+      zones_tell_all = false;
+    else
+      update_frame_zones();
     device2D.ResetBlitList();
   }
 }

@@ -128,13 +128,16 @@ int32_t ORB_mode_set() {
   const script_call call{"MODE_SET"};
   const mode_request request = pop_request();
   if (!acceptable(request)) return call.fail();
+  begin_mode_request();
   mode.width = request.width;
   mode.height = request.height;
   mode.bpp = request.bpp;
   mode.rate = request.rate;
   apply_flags(request.flags);
   store_filters(request);
-  return call.done(apply_mode());
+  const int32_t result = apply_mode();
+  end_mode_request();
+  return call.done(result);
 }
 
 /// set_fps(fps, skip): frames a second (0 no limit, at most 1000) and how many frames in a row may
@@ -159,14 +162,17 @@ int32_t ORB_mode_change() {
   if (flags < 0 || rate < 0) return call.fail();
 
   const orb_mode before = mode;
+  begin_mode_request();
   apply_flags(flags);
   if (mode.type == 2) mode.rate = rate;
+  int32_t result = 0;
   if (mode.type == before.type && mode.bufferbehaviour == before.bufferbehaviour &&
-      mode.rate == before.rate) {
+      mode.rate == before.rate)
     publish_mode();
-    return call.done(0);
-  }
-  return call.done(apply_change(change_mode));
+  else
+    result = apply_change(change_mode);
+  end_mode_request();
+  return call.done(result);
 }
 
 /// mode_exists(width, height, bpp [, rate]): 1 when the display lists such a full screen. Any rate

@@ -33,7 +33,7 @@ void draw_pixel_as(__ORBSurface2D__ *surface, int32_t x, int32_t y, uint32_t col
   Pixel *pixel = pixel_at<Pixel>(surface, x, y);
   if (!pixel) return;
   *pixel = Pixel(colour);
-  if (surface == ground) ground_puting = 1;
+  mark_ground(surface);
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 // Script functions that look at single pixels of the screen and set the colour that clears it.
 #include <algorithm>
 
-#include "frame/frame.h"
 #include "module/script_call.h"
 #include "script/handlers.h"
 #include "script/pixels.h"
@@ -31,7 +30,7 @@ void take_screen_colour(uint32_t colour, orb_rgb components) {
   screen_color_rgb = components;
   screen_color_set = 1;
   if (buffer) set_screen_routines();
-  complete_frame = 1;
+  background_changed = 1;
 }
 
 } // namespace

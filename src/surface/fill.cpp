@@ -71,6 +71,9 @@ int32_t ORBGI2D_BlitFill(__ORBSurface2D__ *surface, uint32_t colour, int32_t kee
   default: memory_fill = memset8; break;
   }
   if (!surface->pixels) return 1;
+  // QUIRK: putting the ground would look more natural. A filled ground is only shown if something
+  // else has put it.
+  if (surface == ground) background_changed = 1;
   if (surface->pitch == surface->width * uint32_t(surface->depth >> 3)) {
     memory_fill(surface->pixels, int32_t(colour), surface->pixel_count);
     return 1;
@@ -85,6 +88,7 @@ int32_t ORBGI2D_BlitFill(__ORBSurface2D__ *surface, uint32_t colour, int32_t kee
 int32_t ORBGI2D_ClearScreen() {
   ORBGI2D_BlitFill(ground, screen_color, 0);
   ground_puting = 0;
+  background_changed = 1;
   return 1;
 }
 

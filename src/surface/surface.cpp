@@ -9,6 +9,7 @@
 orb_surface_list *gfxsurfaces = nullptr;
 __ORBSurface2D__ *ground = nullptr, *screen = nullptr;
 uint8_t ground_puting = 0;
+uint8_t background_changed = 0;
 uint32_t screen_color = 0;
 
 // ---- Pixel buffers -----------------------------------------------------------------------------
@@ -217,7 +218,7 @@ void ORBGI2D_DeleteAllGFXSurfaces() {
   }
   // Both were on the list; the next start must not find them.
   ground = screen = nullptr;
-  ground_puting = 0;
+  ground_puting = background_changed = 0;
 }
 
 int32_t ForceSurface(__ORBSurface2D__ *surface) {

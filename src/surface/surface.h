@@ -22,8 +22,17 @@ static_assert(sizeof(cpoint_record) == 3 * sizeof(uint32_t));
 /// set-mode. Owned by the video device; `device2D` users draw on them through requests.
 extern __ORBSurface2D__ *ground, *screen;
 /// 1 when the ground holds a picture, so that frames are restored from it instead of cleared.
-/// Written by whatever draws on the ground; cleared by ORBGI2D_ClearScreen.
+/// Written by mark_ground; cleared by ORBGI2D_ClearScreen.
 extern uint8_t ground_puting;
+/// 1 when the background differs from what the screen was last restored from: the next restore
+/// repaints all of it. Set with every change of the ground and of the screen colour; cleared by the
+/// frame that repaints.
+extern uint8_t background_changed;
+/// To be called by whatever has drawn on `surface`: should that be the ground, frames are restored
+/// from it from now on, and the next one from all of it.
+inline void mark_ground(const __ORBSurface2D__ *surface) {
+  if (surface == ground) ground_puting = background_changed = 1;
+}
 /// Colour that clears the screen, in the mode's pixel format. Written by the screen functions.
 extern uint32_t screen_color;
 

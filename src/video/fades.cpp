@@ -81,7 +81,7 @@ fade_factors current_factors() {
 }
 
 /// Rewrites every screen pixel; the rows of a surface have no padding.
-void recolour_screen(int32_t depth, fade_pixels *fade) {
+void recolour_pixels(int32_t depth, fade_pixels *fade) {
   if (screen && screen->pixels && screen->depth == depth)
     fade(screen->pixels, screen->pixel_count, current_factors());
 }
@@ -127,6 +127,15 @@ int32_t fade_off() {
   return 1;
 }
 
+bool screen_is_recoloured() {
+  return mode.bpp > 8 && fade_pos != normal;
+}
+
+void recolour_screen() {
+  do_fading(nullptr);
+  fading_run = 1;
+}
+
 void update_fade() {
   // Scripts can set "fading" and give any speed, so the sum is made in 64 bits.
   const int64_t step = int64_t(fade_step) + fade_inc;
@@ -156,9 +165,9 @@ void do_fading_8bits(const __FadeFX__ *range) {
 }
 
 void do_fading_16bits(const __FadeFX__ *) {
-  recolour_screen(16, row_kernels->fade16);
+  recolour_pixels(16, row_kernels->fade16);
 }
 
 void do_fading_32bits(const __FadeFX__ *) {
-  recolour_screen(32, row_kernels->fade32);
+  recolour_pixels(32, row_kernels->fade32);
 }

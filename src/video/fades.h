@@ -31,6 +31,10 @@ int32_t fade_on();
 int32_t fade_off();
 /// Positions and targets back to the normal picture, no fade running.
 void reset_fades();
+/// Whether frames are recoloured: at 16 and 32 bits, at any levels but the normal ones.
+bool screen_is_recoloured();
+/// Recolours the screen at the levels in force. The next frame must restore all of it.
+void recolour_screen();
 /// One step of the running fade.
 void update_fade();
 /// Starts a fade; what screen_fade does once its arguments are there. 1, or 0 when that is the

@@ -4,6 +4,7 @@
 #include "blit/blit.h"
 #include "collision/collision.h"
 #include "frame/blit_list.h"
+#include "frame/frame.h"
 #include "module/runtime.h"
 #include "script/pixels.h"
 #include "surface/palette.h"
@@ -64,6 +65,15 @@ template <typename F> void each_setting(mode_settings &kept, F &&pair) {
 mode_settings working;
 bool has_working;
 
+/// The choices that a set-mode carries but that change without one, too.
+struct mode_choices {
+  int32_t vsync, script_vsync;
+  uint8_t centerwindow, centermouse, fade;
+};
+/// Those in force before the request under way; none outside of requests.
+mode_choices choices_before;
+bool request_under_way;
+
 /// The palette that went when the depth left 8 bits, for a mode change that has to be taken back.
 struct {
   __ORBPalette2D__ colours;
@@ -71,12 +81,19 @@ struct {
   uint8_t loaded, forced;
 } left_palette;
 
+/// The colours that an 8-bit screen is shown in, on a display of any depth, at the levels in force.
+void fade_display_palette() {
+  if (!palette) return;
+  make_fadepalette(nullptr);
+  update_depth_tables(&fadepalette);
+}
+
 /// Everything that goes by the depth but the surfaces. False, with nothing changed, when there is
 /// no memory for its tables.
 bool rebuild_for_depth() {
   if (palette) left_palette = {*palette, palette_crc, palette_loaded, palette_forced};
   if (!do_tables(mode.bpp)) return false;
-  make_fadepalette(nullptr);
+  fade_display_palette();
   create_collision_surfaces();
   set_blitter_routines();
   set_graphics2D_drawing_routines();
@@ -88,6 +105,13 @@ void take_back_settings() {
   const uint8_t changing = mode.changing;
   each_setting(working, [](auto &kept, auto &field) { field = kept; });
   mode.changing = changing;
+  if (request_under_way) {
+    vsync = choices_before.vsync;
+    if (_vsync_) *_vsync_ = choices_before.script_vsync;
+    mode_centerwindow = choices_before.centerwindow;
+    mode_centermouse = choices_before.centermouse;
+    mode_fade = choices_before.fade;
+  }
   publish_mode();
 }
 
@@ -108,8 +132,7 @@ void return_to_working_mode() {
     palette_crc = left_palette.crc;
     palette_loaded = left_palette.loaded;
     palette_forced = left_palette.forced;
-    update_depth_tables(palette);
-    make_fadepalette(nullptr);
+    fade_display_palette();
   }
   // A failed set-mode leaves the surfaces alone; so must the return.
   change_mode = 0;
@@ -157,6 +180,13 @@ void set_defaults() {
   has_working = false;
 }
 
+/// Whether the mode keeps a screen that no frame restores: fading it out and in again would leave
+/// it black.
+bool screen_has_no_background() {
+  return mode.bpp > 8 && restore_type == -1 && !ground_puting &&
+         surfaces_fit(mode.width, mode.height, mode.bpp);
+}
+
 int32_t create_lists() {
   if (!create_mode_lists()) {
     rt_fatal("ENGINE 2D: Error to Create VIDEO MODES list");
@@ -179,7 +209,7 @@ int32_t create_lists() {
 int32_t VID_Init_Graphics2D() {
   set_defaults();
   if (!create_lists() || !do_tables(mode.bpp)) return 0;
-  make_fadepalette(nullptr);
+  fade_display_palette();
   return SDLX11_Init();
 }
 
@@ -255,13 +285,23 @@ void publish_mode() {
   if (deviceSystem_graphics2D->vsync) *deviceSystem_graphics2D->vsync = vsync;
 }
 
+void begin_mode_request() {
+  choices_before = {vsync, _vsync_ ? *_vsync_ : 0, mode_centerwindow, mode_centermouse, mode_fade};
+  request_under_way = true;
+}
+
+void end_mode_request() {
+  request_under_way = false;
+}
+
 int32_t apply_mode() {
   mode.changing = 1;
   change_mode = filtering_mode = 0;
   publish_mode();
-  if (mode_fade) fade_off();
+  const bool fades = mode_fade && !screen_has_no_background();
+  if (fades) fade_off();
   const int32_t result = follow_depth() ? device2D.VID_SetGFXMode() : 0;
-  if (mode_fade) fade_on();
+  if (fades) fade_on();
   mode.changing = 0;
   return result;
 }

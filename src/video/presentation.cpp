@@ -298,8 +298,9 @@ orb_rgb screen_color_rgb;
 present_routine *find_present_routine(int32_t mode_depth, int32_t display_depth) {
   const int group = depth_group(mode_depth, display_depth);
   if (group < 0) return nullptr;
-  // Scan lines mean nothing where the output rows are not the screen's.
-  if (virtual_resolution) return drawscreen_resolution[5 * group + 5 * presented_fx];
+  // Scan lines mean nothing where the output rows are not the screen's. A virtual resolution that
+  // waits for the next set-mode has no tables yet.
+  if (virtual_buffer_w) return drawscreen_resolution[5 * group + 5 * presented_fx];
   const int32_t lines = filter_scanline_percent;
   if (filter_scale == 0) return drawscreen[5 * group + 5 * presented_fx + lines];
   return drawscreen_scale[10 * group + 5 * (filter_scale + presented_fx - 1) + lines];

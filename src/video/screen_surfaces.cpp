@@ -10,8 +10,9 @@
 
 namespace {
 
-bool has_shape(const __ORBSurface2D__ *surface, int32_t width, int32_t height) {
-  return surface->width == uint32_t(width) && surface->height == uint32_t(height);
+bool has_shape(const __ORBSurface2D__ *surface, int32_t width, int32_t height, int32_t depth) {
+  return surface && surface->width == uint32_t(width) && surface->height == uint32_t(height) &&
+         surface->depth == depth;
 }
 
 /// Gives `surface` the pixels of `donor` and deletes the donor.
@@ -78,16 +79,16 @@ void hand_over() {
 
 } // namespace
 
+bool surfaces_fit(int32_t width, int32_t height, int32_t depth) {
+  return has_shape(ground, width, height, depth) && has_shape(screen, width, height, depth);
+}
+
 int32_t fit_surfaces(int32_t width, int32_t height, int32_t depth) {
-  if (!ground || !screen || ground->depth != depth) {
-    if (!create_both(width, height, depth)) return 0;
-  } else if (has_shape(ground, width, height) && has_shape(screen, width, height)) {
-    ORBGI2D_BlitFill(ground, 0, 0);
-    ORBGI2D_BlitFill(screen, 0, 0);
-  } else if (!resize_both(width, height)) {
-    return 0;
+  if (!surfaces_fit(width, height, depth)) {
+    const bool anew = !ground || !screen || ground->depth != depth;
+    if (!(anew ? create_both(width, height, depth) : resize_both(width, height))) return 0;
+    ground_puting = 0;
   }
-  ground_puting = 0;
   hand_over();
   if (regions) regions[0] = {0, width - 1, 0, height - 1};
   // Zones of the last frame may lie outside the new screen.

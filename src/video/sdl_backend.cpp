@@ -130,12 +130,13 @@ bool open_and_fit(int32_t screen_width, int32_t screen_height, bool keep_surface
   return true;
 }
 
-/// After a change that kept the surfaces: the picture comes back at once.
+/// After a change that kept the surfaces: the background comes back at once, faded as frames are.
+/// With neither a ground picture nor restoring there is none, and the screen is shown as it stands.
 void redraw_once() {
-  if (ground_puting)
-    draw_ground(1);
-  else if (restore_type != -1)
-    clear_screen(1);
+  if (ground_puting || restore_type != -1) {
+    (ground_puting ? draw_ground : clear_screen)(1);
+    if (screen_is_recoloured()) recolour_screen();
+  }
   VID_DrawFrame();
 }
 
@@ -266,7 +267,8 @@ int32_t SDLX11_SetMode() {
   display_ready = false;
   const int32_t screen_width = mode.width, screen_height = mode.height;
   const bool keep_surfaces = (change_mode || filtering_mode) && ground && screen;
-  const bool redraw = keep_surfaces || virtual_resolution;
+  const bool redraw = keep_surfaces || virtual_resolution ||
+                      surfaces_fit(screen_width, screen_height, mode.bpp);
   if (virtual_resolution) {
     mode.width = filter_w;
     mode.height = filter_h;

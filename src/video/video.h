@@ -32,12 +32,14 @@ extern int32_t virtual_resolution_ratiow, virtual_resolution_ratioh;
 extern int32_t virtual_resolution_xoffset, virtual_resolution_yoffset;
 /// The screen column of each output column, and the offset in pixels of the screen row of each
 /// output row; -1 for borders. Null while no virtual resolution is applied. What has been chosen
-/// without being applied yet is in virtual_resolution_w and _h already, so their lengths, and the
-/// screen that they were made for, are told by virtual_extent.
+/// without being applied yet is in virtual_resolution_w and _h already, so virtual_extent says what
+/// the tables were made for.
 extern int32_t *virtual_buffer_w, *virtual_buffer_h;
 struct virtual_table_extent {
-  int32_t columns, rows;
+  int32_t columns, rows; // lengths of the tables
   int32_t screen_width, screen_height;
+  int32_t aspectratio;
+  bool operator==(const virtual_table_extent &) const = default;
 };
 extern virtual_table_extent virtual_extent;
 
@@ -84,6 +86,10 @@ int32_t apply_mode();
 int32_t apply_change(uint8_t &kind);
 /// Hands the host what scripts choose: its full-screen flag and its vsync word.
 void publish_mode();
+/// Enclose a script's request from before its flags are applied until its result is there: should
+/// it fail, vsync (the script's variable too), centring and fading are taken back as well.
+void begin_mode_request();
+void end_mode_request();
 /// filter_w, filter_h and filterNx_mode as the mode, the 2x filter and the virtual resolution ask.
 void update_filter_size();
 /// The index 0..4 of a script's scan-line argument: none, 25 %, 50 %, 75 %, black.
@@ -91,8 +97,10 @@ int32_t scanline_index(int32_t scanline);
 /// Stores a script's scan-line argument: filter_scanline, filter_scanlinepercent and its index.
 void set_scanline_filter(int32_t scanline);
 
-/// Brings ground and screen to the given size and depth, cleared, with no ground picture. 1, or 0
-/// with both as they were (after a fatal report).
+/// Whether ground and screen are there and have this size and depth.
+bool surfaces_fit(int32_t width, int32_t height, int32_t depth);
+/// Brings ground and screen to the given size and depth: as they are where they fit already, else
+/// cleared and with no ground picture. 1, or 0 with both as they were (after a fatal report).
 int32_t fit_surfaces(int32_t width, int32_t height, int32_t depth);
 void delete_surfaces();
 /// Ratio size, offsets and lookup tables of a virtual resolution of virtual_resolution_w x

@@ -42,6 +42,9 @@ int32_t first_used(int32_t output_size, int32_t screen_size, const axis &walk) {
 int32_t make_virtual_resolution(int32_t screen_width, int32_t screen_height) {
   const int32_t vw = virtual_resolution_w, vh = virtual_resolution_h;
   const int32_t sw = screen_width, sh = screen_height;
+  // A mode that is returned to has its tables still, and must not depend on memory for new ones.
+  const virtual_table_extent wanted{vw, vh, sw, sh, virtual_resolution_aspectratio};
+  if (virtual_buffer_w && virtual_extent == wanted) return 1;
   int32_t *const columns = static_cast<int32_t *>(calloc(size_t(vw), sizeof(int32_t)));
   int32_t *const rows = static_cast<int32_t *>(calloc(size_t(vh), sizeof(int32_t)));
   if (!columns || !rows) {
@@ -53,7 +56,7 @@ int32_t make_virtual_resolution(int32_t screen_width, int32_t screen_height) {
   delete_virtual_resolution();
   virtual_buffer_w = columns;
   virtual_buffer_h = rows;
-  virtual_extent = {vw, vh, sw, sh};
+  virtual_extent = wanted;
 
   axis across{sw, vw, 0}, down{sh, vh, 0};
   virtual_resolution_ratiow = vw;
