@@ -82,11 +82,12 @@ TEST_F(MapFile, ThePointsThatAreWritten) {
     surface.cpoint_last = uint32_t(points.size() / 3 - 1);
     surface.has_cpoints = defined;
   };
-  // A deleted point may keep its place in memory; point 0 has one though it isn't defined.
-  set_points(plain, {1, 1, 0, 9, 9, 0, 70000, uint32_t(-3), 1}, 1);
-  EXPECT_EQ(points_in_file(plain), "3 1 1 65535 65535 4464 65533 ");
+  // Every record as it is, defined or not.
+  set_points(plain, {1, 1, 0, 65535, 9, 0, 70000, uint32_t(-3), 1}, 1);
+  EXPECT_EQ(points_in_file(plain), "3 1 1 65535 9 4464 65533 ");
   EXPECT_EQ(load("p.map"), 1002);
-  EXPECT_EQ(points_of(*slot(1002).surface), "2: 1,1 65535,65535- 4464,65533");
+  EXPECT_EQ(points_of(*slot(1002).surface), "2: 1,1 65535,9- 4464,65533");
+  EXPECT_EQ(points_in_file(1002), "3 1 1 65535 9 4464 65533 ");
   set_points(plain, {1, 1, 0, 9, 9, 0}, 0);
   EXPECT_EQ(points_in_file(plain), "0 ");
   // More than the word can announce.

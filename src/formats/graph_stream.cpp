@@ -201,11 +201,8 @@ uint32_t pack_cpoints(const __ORBSurface2D__ &surface, uint8_t *to) {
   const uint32_t count = stored_cpoints(surface);
   for (uint32_t i = 0; i < count; i++) {
     const uint32_t *point = surface.cpoints + 3 * i;
-    const bool missing = i > 0 && !point[2];
-    const auto x = uint16_t(missing ? no_cpoint : point[0]);
-    const auto y = uint16_t(missing ? no_cpoint : point[1]);
-    memcpy(to + 4 * i, &x, 2);
-    memcpy(to + 4 * i + 2, &y, 2);
+    const uint16_t stored[2] = {uint16_t(point[0]), uint16_t(point[1])};
+    memcpy(to + 4 * i, stored, sizeof stored);
   }
   return 4 * count;
 }

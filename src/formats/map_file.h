@@ -27,7 +27,7 @@ void make_graph_magic(uint8_t (&magic)[8], const char (&letters)[4], int32_t dep
 
 /// In the control-point word of a graph: the number of records, and a flag.
 inline constexpr uint32_t stored_cpoint_mask = 0xFFF, stored_alpha_flag = 0x1000;
-/// A coordinate that stands for a missing point.
+/// An x that stands for a missing point. y may be anything then, and is kept.
 inline constexpr uint32_t no_cpoint = 65535;
 
 // ---- Reading -----------------------------------------------------------------------------------
@@ -97,10 +97,10 @@ bool close_graph_file(graph_writer *out);
 uint32_t stored_cpoints(const __ORBSurface2D__ &surface);
 /// The word that announces them, with the alpha flag.
 uint32_t cpoint_word(const __ORBSurface2D__ &surface);
-/// Packs the points to 4 bytes each; returns their bytes.
-/// QUIRK: an undefined point 0 would naturally be written as missing. Its coordinates are written,
-/// intentionally: they are the graph's centre all the same, and come back as a defined point.
-/// Deleted points and gaps above it are written as missing.
+/// Packs x and y of each record to 4 bytes; returns their bytes.
+/// QUIRK: an undefined point would naturally be written as missing. Its coordinates are written as
+/// they are, intentionally. Deleted points and gaps hold no_cpoint, so they come back as missing;
+/// an undefined point 0 holds the graph's centre, and comes back as a defined one.
 uint32_t pack_cpoints(const __ORBSurface2D__ &surface, uint8_t *to);
 
 // ---- Single graphs -----------------------------------------------------------------------------
