@@ -30,19 +30,29 @@ TEST_F(BmpReader, PlainFilesOfEveryDepthAndHeader) {
 TEST_F(BmpReader, PalettesOfEveryLength) {
   const struct {
     uint32_t bits, stated, stored;
-    bool no_offset;
+    decltype(bmp_file::stated_offset) offset;
     size_t expected;
   } rows[] = {
-      {8, 0, 256, false, 256}, {8, 7, 7, false, 7},      {8, 0, 7, false, 7},
-      {8, 7, 7, true, 7},      {8, 0, 256, true, 256},   {4, 0, 16, true, 16},
-      {4, 3, 3, false, 3},     {8, 300, 256, true, 256}, {8, 0xFFFFFFFF, 256, false, 256},
-      {4, 20, 20, false, 20},  {1, 2, 2, true, 2},
+      {8, 0, 256, bmp_file::where_they_do, 256},
+      {8, 7, 7, bmp_file::where_they_do, 7},
+      {8, 0, 7, bmp_file::where_they_do, 7},
+      {8, 7, 7, bmp_file::nowhere, 7},
+      {8, 0, 256, bmp_file::nowhere, 256},
+      {4, 0, 16, bmp_file::nowhere, 16},
+      {4, 3, 3, bmp_file::where_they_do, 3},
+      {8, 300, 256, bmp_file::nowhere, 256},
+      {8, 0xFFFFFFFF, 256, bmp_file::where_they_do, 256},
+      {4, 20, 20, bmp_file::where_they_do, 20},
+      {1, 2, 2, bmp_file::nowhere, 2},
+      {8, 0, 256, bmp_file::at_the_palette, 256},
+      {8, 7, 7, bmp_file::at_the_palette, 7},
+      {1, 0, 2, bmp_file::at_the_palette, 2},
   };
   for (const auto &row : rows) {
     SCOPED_TRACE(&row - rows);
     bmp_file file{.w = 6, .h = 4, .bits = row.bits, .stated_colours = row.stated};
     file.colours = random_colours(row.stored, random);
-    file.no_offset = row.no_offset;
+    file.stated_offset = row.offset;
     expected_picture picture{6, 4, true, false, file.fill(random)};
     ASSERT_EQ(load(file.encode()), 1);
     expect_loaded(picture);

@@ -106,7 +106,8 @@ struct bmp_file {
   uint32_t stated_colours = 0;
   std::vector<uint32_t> masks; // behind a header of 40 bytes, or within a longer one
   uint32_t gap = 0;            // bytes before the pixels
-  bool no_offset = false;
+  /// Where the header says that the pixels begin.
+  enum { where_they_do, nowhere, at_the_palette } stated_offset = where_they_do;
   file_bytes pixels;
 
   file_bytes encode() const {
@@ -121,6 +122,7 @@ struct bmp_file {
     for (uint32_t mask : masks)
       info.u32(mask);
     if (info.bytes.size() < info_size) info.zeros(info_size - info.bytes.size());
+    const size_t palette_place = 14 + info.bytes.size();
     for (const orb_rgb &c : colours) {
       info.u8(c.b).u8(c.g).u8(c.r);
       if (info_size != 12) info.u8(0x55);
@@ -129,7 +131,10 @@ struct bmp_file {
     file_builder file;
     const size_t offset = 14 + info.bytes.size();
     file.u8('B').u8('M').u32(uint32_t(offset + pixels.size())).u32(0);
-    file.u32(no_offset ? 0 : uint32_t(offset)).add(info.bytes).add(pixels);
+    file.u32(uint32_t(stated_offset == nowhere          ? 0
+                      : stated_offset == at_the_palette ? palette_place
+                                                        : offset));
+    file.add(info.bytes).add(pixels);
     return file.bytes;
   }
 

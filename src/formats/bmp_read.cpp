@@ -98,14 +98,16 @@ bool read_masks(file_reader &file, bmp_header *header) {
   return true;
 }
 
-/// Finds the palette between the headers and the pixels. `colours` is the stated number.
+/// Finds the palette behind the headers, and the pixels behind it. `colours` is the stated number.
 bool find_palette(const file_reader &file, bmp_header *header, uint32_t colours) {
   const uint32_t start = std::max(file_header_size + header->info_size, header->masks_end);
   const uint32_t entry = header->info_size == short_header_size ? 3 : 4;
-  if (header->bits <= 8 && (colours == 0 || colours > 256)) colours = 1u << header->bits;
+  const bool indices = header->bits <= 8;
+  if (indices && (colours == 0 || colours > 256)) colours = 1u << header->bits;
   // Without a stated place the pixels follow the palette, which truecolour files may have as well,
-  // as advice to displays of few colours.
-  if (header->pixels_offset == 0)
+  // as advice to displays of few colours. So they do where a palette picture states the place of
+  // its palette, which would leave it without any colour.
+  if (header->pixels_offset == 0 || (indices && header->pixels_offset == start))
     header->pixels_offset =
         uint32_t(std::min<uint64_t>(start + uint64_t(colours) * entry, file.size));
   if (header->pixels_offset < start || header->pixels_offset > file.size) return false;
