@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include "graphics_fixture.h"
 #include "module/script_call.h"
+#include "picture_files.h"
 #include "png_pictures.h"
 #include "script/handlers.h"
 
@@ -233,6 +233,31 @@ TEST_F(ImageLoad, AFullLibraryGrows) {
   EXPECT_EQ(host.call(ORB_image_unload, 1007), 1);
   EXPECT_EQ(load(name), 1007);
 }
+// The header of some TGA files begins like that of a PCX file; what that reader refuses is theirs.
+TEST_F(ImageLoad, ARefusedFileGoesToTheNextProbe) {
+  tga_file tga{.type = 1, .map = {0x112233, 0x445566}, .w = 3, .h = 2, .bits = 8};
+  tga.id.resize(10);
+  tga.pixels = {0, 1, 0, 1, 1, 0};
+  write_file(path("id.tga"), tga.encode());
+  ASSERT_EQ(ORB_CheckPCXHeader(path("id.tga").c_str(), nullptr), 1);
+  ASSERT_EQ(load(path("id.tga")), 1000);
+  EXPECT_TRUE(host.errors.empty());
+  EXPECT_EQ(image_loaded[0], img_format_tga);
+  EXPECT_EQ(pixel(*slot(1000).surface, 2, 1), 0x112233u);
+  EXPECT_EQ(host.call(ORB_screen_load, path("id.tga").c_str()), 1);
+  // The probes that follow change nothing about what is reported, once.
+  tga.pixels.clear();
+  write_file(path("id.tga"), tga.encode());
+  EXPECT_EQ(load(path("id.tga")), INT32_MIN);
+  EXPECT_EQ(host.call(ORB_load_pcx, path("id.tga").c_str()), INT32_MIN);
+  EXPECT_EQ(host.errors,
+            (std::vector<fake_error>{{144, "IMAGE_LOAD", ORB_VALUE_STRING, 1, 0, path("id.tga")},
+                                     {144, "LOAD_PCX", ORB_VALUE_STRING, 1, 0, path("id.tga")}}));
+  set_depth(8);
+  EXPECT_EQ(host.call(ORB_palette_load, path("id.tga").c_str()), 1);
+  EXPECT_EQ(palette->colours[1].g, 0x55);
+}
+
 
 // ---- What other readers deliver: control points, 16-bit files, descriptions
 // ----------------------

@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "formats/map_file.h"
+#include "module/script_call.h"
 #include "surface/surface.h"
 
 int32_t image_w, image_h, image_bpp;
@@ -50,6 +51,17 @@ const image_codec *probe_image(const char *filename, const char *key) {
 
 void reset_image() {
   aligned_free(image_data);
+const image_codec *read_image(const char *filename, const char *key) {
+  reset_image();
+  for (const image_codec &codec : image_codecs) {
+    if (!codec.check(filename, key)) continue;
+    if (codec.load(filename, key)) return &codec;
+    reset_image();
+    if (image_error != error_format) break;
+  }
+  return nullptr;
+}
+
   free(image_cpoint);
   image_data = nullptr;
   image_cpoint = nullptr;

@@ -47,6 +47,11 @@ const image_codec *probe_image(const char *filename, const char *key);
 
 /// Frees what a reader has left in the globals, and sets them as a reader expects them: id 1, no
 /// description, no control points, no palette, no alpha channel.
+/// Reads a picture by the first codec that takes the file. What that reader refuses as not of its
+/// format (144) goes to the next codec that takes it: the headers of some formats begin alike. The
+/// codec that read it, or null with the globals reset.
+const image_codec *read_image(const char *filename, const char *key);
+
 void reset_image();
 
 int32_t ORB_CheckBMPHeader(const char *filename, const char *key);

@@ -13,25 +13,28 @@ bool can_be_opened(const char *filename) {
   return true;
 }
 
-/// The one codec that a function is for, if it takes the file.
-const image_codec *only(image_format format, const char *filename) {
+/// Reads a picture by the one codec that a function is for; null when it isn't built in, or doesn't
+/// take the file or refuses it.
+const image_codec *read_only_by(image_format format, const char *filename) {
+  reset_image();
   const image_codec *codec = codec_for(format);
-  return codec && codec->check(filename, nullptr) ? codec : nullptr;
+  if (codec && codec->check(filename, nullptr) && codec->load(filename, nullptr)) return codec;
+  reset_image();
+  return nullptr;
 }
 
-/// Reads a picture by the codec that `choose` names into a graph of library 0, and ends the call.
-template <typename Choose>
-int32_t load_graph(const script_call &call, const char *filename, const char *key, Choose choose) {
+/// Makes a graph of library 0 of the picture that `read` reads, and ends the call. `read` returns
+/// the codec by which it did, or null.
+template <typename Read>
+int32_t load_graph(const script_call &call, const char *filename, Read read) {
   const int32_t code = GetMAPCode(0);
   if (!code) return call.fail();
   if (!can_be_opened(filename)) {
     call.bad(error_open, 1, filename);
     return call.fail();
   }
-  const image_codec *codec = choose();
-  reset_image();
-  if (!codec || !codec->load(filename, key)) {
-    reset_image();
+  const image_codec *codec = read();
+  if (!codec) {
     call.bad(error_format, 1, filename);
     return call.fail();
   }
@@ -48,7 +51,7 @@ int32_t ORB_image_load() {
   const char *key = rt_param_count() > 1 ? rt_pop_string() : nullptr;
   const char *filename = rt_pop_string();
   if (!filename) filename = "";
-  return load_graph(call, filename, key, [=] { return probe_image(filename, key); });
+  return load_graph(call, filename, [=] { return read_image(filename, key); });
 }
 
 /// load_pcx(file name): what image_load does for PCX files, and 144 for all others.
@@ -56,5 +59,5 @@ int32_t ORB_load_pcx() {
   const script_call call{"LOAD_PCX"};
   const char *filename = rt_pop_string();
   if (!filename) filename = "";
-  return load_graph(call, filename, nullptr, [=] { return only(img_format_pcx, filename); });
+  return load_graph(call, filename, [=] { return read_only_by(img_format_pcx, filename); });
 }
