@@ -119,27 +119,36 @@ TEST_F(ImageLoad, LongNamesAreCut) {
 }
 
 TEST_F(ImageLoad, PalettePicturesGetTheDepthOfTheScreen) {
-  const png_picture picture = paletted(9, 5);
-  const std::string name = put("p.png", picture);
-  for (int32_t depth : {16, 32}) {
-    set_depth(depth);
-    const int32_t code = load(name);
-    ASSERT_GE(code, 1000);
-    const __ORBSurface2D__ &surface = *slot(code).surface;
-    EXPECT_EQ(surface.depth, depth);
-    EXPECT_EQ(surface.alpha_channel, 0);
-    EXPECT_EQ(surface.cpoints[0], 4u);
-    EXPECT_EQ(surface.cpoints[1], 2u);
-    EXPECT_EQ(slot(code).memory_usage, 604u + uint32_t(9 * 5 * depth / 8));
-    for (uint32_t y = 0; y < 5; y++)
-      for (uint32_t x = 0; x < 9; x++) {
-        const png_color &c = picture.palette[picture.index(x, y)];
-        const uint32_t expected = depth == 16
-                                      ? uint32_t(c.red / 8 * 2048 + c.green / 4 * 32 + c.blue / 8)
-                                      : uint32_t(c.red << 16 | c.green << 8 | c.blue);
-        ASSERT_EQ(pixel(surface, x, y), expected);
-      }
-  }
+  png_picture picture{9, 5, PNG_COLOR_TYPE_PALETTE, 4, false, false, {}, {}, {}};
+  fill_picture(picture, 9, 5, random);
+  for (uint16_t i = 0; i < 16; i++)
+    picture.samples[i] = i;
+  // Visible, and as good as black at 16 bits; the one of them is what 8 bits have for a key.
+  picture.palette[0] = picture.palette[4] = {7, 3, 7};
+  for (bool alphas : {true, false}) // what the one had is forgotten for the other
+    for (int32_t depth : {32, 16, 8}) {
+      SCOPED_TRACE(std::to_string(depth) + (alphas ? " bits, with alphas" : " bits"));
+      set_depth(depth);
+      picture.key = alphas;
+      const int32_t code = load(put("p.png", picture));
+      ASSERT_GE(code, 1000);
+      const __ORBSurface2D__ &surface = *slot(code).surface;
+      EXPECT_EQ(surface.depth, depth);
+      EXPECT_EQ(surface.alpha_channel, alphas && depth == 32);
+      EXPECT_EQ(surface.cpoints[0], 4u);
+      EXPECT_EQ(surface.cpoints[1], 2u);
+      EXPECT_EQ(slot(code).memory_usage, 604u + uint32_t(9 * 5 * depth / 8));
+      for (uint32_t y = 0; y < 5; y++)
+        for (uint32_t x = 0; x < 9; x++) {
+          const uint8_t index = picture.index(x, y), alpha = picture.alpha(index);
+          const png_color &c = picture.palette[index];
+          const auto argb =
+              uint32_t((alphas ? alpha << 24 : 0) | c.red << 16 | c.green << 8 | c.blue);
+          ASSERT_EQ(pixel(surface, x, y),
+                    depth == 8 ? (alpha < 128 ? 0 : index) : expected_at_depth(argb, alphas, depth))
+              << "index " << int(index);
+        }
+    }
 }
 
 TEST_F(ImageLoad, TheFirstPaletteIsAdoptedAndLaterOnesAreNot) {
@@ -224,15 +233,6 @@ TEST_F(ImageLoad, FailuresReportOnceAndChangeNothing) {
   EXPECT_EQ(host.errors.size(), 1u);
 }
 
-TEST_F(ImageLoad, AFullLibraryGrows) {
-  const std::string name = put("s.png", truecolour(1, 1, false));
-  for (int32_t code = 1000; code < 1260; code++)
-    ASSERT_EQ(load(name), code);
-  EXPECT_EQ(max_map, 1512);
-  EXPECT_EQ(image_loaded[259], img_format_png);
-  EXPECT_EQ(host.call(ORB_image_unload, 1007), 1);
-  EXPECT_EQ(load(name), 1007);
-}
 // The header of some TGA files begins like that of a PCX file; what that reader refuses is theirs.
 TEST_F(ImageLoad, ARefusedFileGoesToTheNextProbe) {
   tga_file tga{.type = 1, .map = {0x112233, 0x445566}, .w = 3, .h = 2, .bits = 8};
@@ -258,6 +258,15 @@ TEST_F(ImageLoad, ARefusedFileGoesToTheNextProbe) {
   EXPECT_EQ(palette->colours[1].g, 0x55);
 }
 
+TEST_F(ImageLoad, AFullLibraryGrows) {
+  const std::string name = put("s.png", truecolour(1, 1, false));
+  for (int32_t code = 1000; code < 1260; code++)
+    ASSERT_EQ(load(name), code);
+  EXPECT_EQ(max_map, 1512);
+  EXPECT_EQ(image_loaded[259], img_format_png);
+  EXPECT_EQ(host.call(ORB_image_unload, 1007), 1);
+  EXPECT_EQ(load(name), 1007);
+}
 
 // ---- What other readers deliver: control points, 16-bit files, descriptions
 // ----------------------

@@ -131,13 +131,16 @@ TEST_F(Orbgfx, LibrariesComeBack) {
   const std::string bgr = make_png("7-plain.png", 40, 3, PNG_FORMAT_BGR);
   const std::string indices = make_png("012_palette.png", 9, 17, PNG_FORMAT_RGB_COLORMAP);
   make_png("other.png", 5, 5, PNG_FORMAT_RGB_COLORMAP);
-  const std::string inputs = " 300_alpha.png other.png 7-plain.png 012_palette.png";
-  for (const int depth : {8, 16, 32}) {
+  const std::string see_through = make_png("500_see_through.png", 31, 8, PNG_FORMAT_RGBA_COLORMAP);
+  const std::string inputs =
+      " 300_alpha.png other.png 7-plain.png 012_palette.png 500_see_through.png";
+  std::vector<bool> visible;
+  for (const int depth : {32, 16, 8}) {
     const std::string with_depth = " --depth " + std::to_string(depth);
     succeed("pack -f -o plain.fpg" + with_depth + inputs);
     const std::string plain = read("plain.fpg");
     const std::vector<Entry> entries = parse_library(plain, static_cast<std::size_t>(depth));
-    ASSERT_EQ(entries.size(), 4u);
+    ASSERT_EQ(entries.size(), 5u);
     EXPECT_EQ(entries[0].code, 1u);
     EXPECT_EQ(entries[0].name, "other.png");
     EXPECT_EQ(entries[1].code, 7u);
@@ -154,6 +157,16 @@ TEST_F(Orbgfx, LibrariesComeBack) {
       }
     }
     if (depth == 8) EXPECT_EQ(entries[0].pixels.size(), 25u);
+    // A palette with alphas is an alpha channel, and decides what is 0 where there is none.
+    EXPECT_EQ(entries[4].flags, depth == 32 ? 0x1000u : 0u);
+    const std::size_t step = static_cast<std::size_t>(depth) / 8;
+    for (std::size_t i = 0; i < std::size_t{31} * 8; ++i) {
+      const std::string pixel = entries[4].pixels.substr(step * i, step);
+      if (depth == 32)
+        visible.push_back(static_cast<std::uint8_t>(pixel[3]) >= 128);
+      else if (depth == 16 || see_through[i] != 0)
+        EXPECT_EQ(pixel != std::string(step, '\0'), visible[i]) << i;
+    }
 
     for (const std::string options : {"", "--compress", "--key a", "--compress --key 'a b'"}) {
       const bool enciphered = options.find("key") != std::string::npos;
@@ -180,7 +193,7 @@ TEST_F(Orbgfx, LibrariesComeBack) {
   // A palette that was named instead of the first one by code: its picture keeps its indices.
   succeed("pack -f -o own.fpg --depth 8 --palette 012_palette.png" + inputs);
   EXPECT_EQ(parse_library(read("own.fpg"), 8)[2].pixels, indices);
-  EXPECT_NE(read("own.fpg").substr(8, 768), read("l.fpg").substr(8, 768));
+  EXPECT_NE(read("own.fpg").substr(8, 768), read("plain.fpg").substr(8, 768));
 }
 
 TEST_F(Orbgfx, SideFilesKeepWhatPicturesDont) {
@@ -416,10 +429,13 @@ TEST_F(Orbgfx, ConvertsBetweenAllFormats) {
   make_png("t.png", 33, 14, PNG_FORMAT_BGR);
   make_png("a.png", 33, 14, PNG_FORMAT_BGRA);
   make_png("p.png", 33, 14, PNG_FORMAT_RGB_COLORMAP);
+  make_png("s.png", 33, 14, PNG_FORMAT_RGBA_COLORMAP);
+  EXPECT_EQ(gfx("info s.png").out, "s.png: 32-bit picture, 33x14, alpha channel\n");
   for (const std::string output : {"1.map", "1.bmp", "1.PCX", "1.tga", "1.png", "2.map --compress",
                                    "2.bmp --compress", "2.tga --compress"}) {
-    for (const std::string picture : {"t", "p", "a"}) {
-      if (picture == "a" && output == "1.PCX") continue; // it has no alpha channel
+    for (const std::string picture : {"t", "p", "a", "s"}) {
+      const bool alpha = picture == "a" || picture == "s";
+      if (alpha && output == "1.PCX") continue; // it has no alpha channel
       succeed("convert " + picture + ".png " + picture + output);
       succeed("diff " + picture + ".png " + picture + output.substr(0, output.find(' ')));
     }

@@ -2,6 +2,8 @@
 // should see in them, worked out sample by sample.
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -10,6 +12,9 @@
 #include <vector>
 
 #include <png.h>
+
+/// Alphas of the first palette entries in pictures with tRNS, as far as their palettes reach.
+inline constexpr std::array<png_byte, 6> palette_alphas{255, 0, 127, 128, 255, 1};
 
 struct png_picture {
   uint32_t w, h;
@@ -34,6 +39,10 @@ struct png_picture {
     return &samples[(size_t(y) * w + x) * channels()];
   }
   uint8_t index(uint32_t x, uint32_t y) const { return uint8_t(*at(x, y)); }
+  /// The alpha of a palette entry.
+  uint8_t alpha(uint8_t index) const {
+    return key && index < palette_alphas.size() ? palette_alphas[index] : 255;
+  }
 
   /// 0xAARRGGBB of a truecolour or grey picture; alpha 0 when it has none.
   uint32_t argb(uint32_t x, uint32_t y) const {
@@ -124,9 +133,9 @@ inline std::vector<uint8_t> encode_png(const png_picture &p) {
   if (p.paletted()) png_set_PLTE(png, info, p.palette.data(), int(p.palette.size()));
   if (p.key) {
     png_color_16 colour{0, p.key_sample[0], p.key_sample[1], p.key_sample[2], p.key_sample[0]};
-    png_byte alpha[] = {0, 128};
     if (p.paletted())
-      png_set_tRNS(png, info, alpha, 2, nullptr);
+      png_set_tRNS(png, info, palette_alphas.data(),
+                   int(std::min(palette_alphas.size(), p.palette.size())), nullptr);
     else
       png_set_tRNS(png, info, nullptr, 0, &colour);
   }

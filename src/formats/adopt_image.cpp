@@ -51,9 +51,12 @@ __ORBSurface2D__ *surface_from_image() {
 /// The surface at the screen's depth and in its palette, from the globals; null on failed
 /// allocation. `checksum` is that of a palette in the picture.
 __ORBSurface2D__ *graph_from_image(uint32_t checksum) {
+  const uint8_t *alphas = image_has_palette_alphas ? image_palette_alphas : nullptr;
   __ORBSurface2D__ *surface = surface_from_image();
   if (surface && surface->depth != mode.bpp)
-    surface = move_to_screen_depth(surface, &image_palette);
+    surface = move_to_screen_depth(surface, &image_palette, alphas);
+  else if (surface && alphas)
+    clear_invisible(surface, alphas);
   // A palette picture in an 8-bit mode; truecolour pictures arrive in the palette in force. Only a
   // graph that is there changes what the screen shows.
   if (surface && mode.bpp == 8 && image_has_palette && palette) {

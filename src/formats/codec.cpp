@@ -12,6 +12,8 @@ uint32_t image_id;
 char image_desc[257];
 __ORBPalette2D__ image_palette;
 uint8_t image_has_palette;
+uint8_t image_palette_alphas[256];
+uint8_t image_has_palette_alphas;
 void *image_data;
 uint8_t image_alphachannel;
 cpoint_record *image_cpoint;
@@ -49,8 +51,6 @@ const image_codec *probe_image(const char *filename, const char *key) {
   return nullptr;
 }
 
-void reset_image() {
-  aligned_free(image_data);
 const image_codec *read_image(const char *filename, const char *key) {
   reset_image();
   for (const image_codec &codec : image_codecs) {
@@ -62,6 +62,8 @@ const image_codec *read_image(const char *filename, const char *key) {
   return nullptr;
 }
 
+void reset_image() {
+  aligned_free(image_data);
   free(image_cpoint);
   image_data = nullptr;
   image_cpoint = nullptr;
@@ -69,5 +71,5 @@ const image_codec *read_image(const char *filename, const char *key) {
   image_w = image_h = image_bpp = 0;
   image_id = 1;
   image_desc[0] = '\0';
-  image_has_palette = image_alphachannel = 0;
+  image_has_palette = image_has_palette_alphas = image_alphachannel = 0;
 }

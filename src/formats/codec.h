@@ -16,6 +16,8 @@ extern uint32_t image_id;
 extern char image_desc[257];
 extern __ORBPalette2D__ image_palette;     // 8-bit components
 extern uint8_t image_has_palette;          // 1: image_palette came with the picture
+extern uint8_t image_palette_alphas[256];  // how opaque the palette's colours are
+extern uint8_t image_has_palette_alphas;   // 1: they came with the picture; else all are opaque
 extern void *image_data;                   // aligned_malloc; the taker owns it
 extern uint8_t image_alphachannel;
 extern cpoint_record *image_cpoint;  // malloc, or null
@@ -45,13 +47,13 @@ const image_codec *codec_for(image_format format);
 /// The first codec that takes the file, or null.
 const image_codec *probe_image(const char *filename, const char *key);
 
-/// Frees what a reader has left in the globals, and sets them as a reader expects them: id 1, no
-/// description, no control points, no palette, no alpha channel.
 /// Reads a picture by the first codec that takes the file. What that reader refuses as not of its
 /// format (144) goes to the next codec that takes it: the headers of some formats begin alike. The
 /// codec that read it, or null with the globals reset.
 const image_codec *read_image(const char *filename, const char *key);
 
+/// Frees what a reader has left in the globals, and sets them as a reader expects them: id 1, no
+/// description, no control points, no palette and no alphas for one, no alpha channel.
 void reset_image();
 
 int32_t ORB_CheckBMPHeader(const char *filename, const char *key);
@@ -83,6 +85,9 @@ int32_t ORB_LoadPCXPalette(const char *filename);
 int32_t ORB_SavePCX(const char *filename, int32_t parameter);
 
 int32_t ORB_CheckPNGHeader(const char *filename, const char *key);
+/// Palette pictures come as 8 bits, with alphas for the palette where the file has them; others as
+/// truecolour at the depth of the screen, with an alpha channel at 32 bits where the file has one
+/// or names a transparent colour.
 int32_t ORB_LoadPNG(const char *filename, const char *key);
 int32_t ORB_LoadPNGPalette(const char *filename);
 /// Writes image_w x image_h pixels of image_data at image_bpp (8 bits with the palette in force).

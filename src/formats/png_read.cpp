@@ -93,6 +93,16 @@ void take_palette(png_reading *reading) {
   image_has_palette = 1;
 }
 
+/// Alphas of the palette's colours; a file gives them for the first few, or for none.
+void take_palette_alphas(png_reading *reading) {
+  png_bytep alphas = nullptr;
+  int count = 0;
+  if (!png_get_tRNS(reading->png, reading->info, &alphas, &count, nullptr)) return;
+  memset(image_palette_alphas, 255, sizeof image_palette_alphas);
+  memcpy(image_palette_alphas, alphas, size_t(count < 256 ? count : 256));
+  image_has_palette_alphas = 1;
+}
+
 /// Asks libpng for the samples as we keep them: palette indices in a byte each, or blue, green,
 /// red and alpha (0 in pictures without).
 void set_transforms(png_reading *reading) {
@@ -142,10 +152,12 @@ void read_converted_rows(png_reading *reading, uint8_t *rows, size_t pitch) {
 
 void read_picture(png_reading *reading) {
   read_header(reading);
-  if (reading->paletted)
+  if (reading->paletted) {
     take_palette(reading);
-  else if (!begin_truecolour(&reading->conversion, reading->alpha))
+    take_palette_alphas(reading);
+  } else if (!begin_truecolour(&reading->conversion, reading->alpha)) {
     give_up(reading, error_out_of_memory);
+  }
   set_transforms(reading);
   const size_t row_bytes = png_get_rowbytes(reading->png, reading->info);
   if (row_bytes != size_t(reading->w) * (reading->paletted ? 1 : 4)) give_up(reading, error_format);

@@ -10,19 +10,13 @@
 namespace {
 
 constexpr uint32_t cache_bits = 14;
-constexpr uint32_t visible_alpha = 128;
-
-bool visible(uint32_t pixel) {
-  return pixel >> 24 >= visible_alpha;
-}
 
 uint16_t pack_keyless(uint32_t pixel) {
   return uint16_t(pack565(pixel >> 16 & 255, pixel >> 8 & 255, pixel & 255));
 }
 
-uint16_t pack_visible(uint32_t pixel) {
-  const uint16_t packed = pack_keyless(pixel);
-  return packed ? packed : 1;
+uint16_t pack_with_alpha(uint32_t pixel) {
+  return uint16_t(pack565_with_alpha(pixel));
 }
 
 uint8_t nearest(uint32_t *cache, uint32_t pixel) {
@@ -59,7 +53,7 @@ void convert_truecolour_row(const truecolour_conversion &conversion, void *to, c
   case 8:
     if (conversion.alpha)
       convert_row<uint8_t>(to, from, count, [cache](uint32_t pixel) {
-        return visible(pixel) ? nearest(cache, pixel) : uint8_t(0);
+        return is_visible(pixel >> 24) ? nearest(cache, pixel) : uint8_t(0);
       });
     else
       convert_row<uint8_t>(to, from, count,
@@ -67,9 +61,7 @@ void convert_truecolour_row(const truecolour_conversion &conversion, void *to, c
     break;
   case 16:
     if (conversion.alpha)
-      convert_row<uint16_t>(to, from, count, [](uint32_t pixel) {
-        return visible(pixel) ? pack_visible(pixel) : uint16_t(0);
-      });
+      convert_row<uint16_t>(to, from, count, pack_with_alpha);
     else
       convert_row<uint16_t>(to, from, count, pack_keyless);
     break;

@@ -10,6 +10,18 @@ constexpr uint32_t pack565(uint32_t r, uint32_t g, uint32_t b) {
   return (r & 0xF8) << 8 | (g & 0xFC) << 3 | b >> 3;
 }
 
+/// Where there is no room for alpha, what covers less than half becomes 0, the transparent key.
+constexpr bool is_visible(uint32_t alpha) {
+  return alpha >= 128;
+}
+/// 5-6-5 of a pixel with alpha, 0xAARRGGBB: 0 when it isn't visible. A visible one that would pack
+/// to 0 becomes 1, the darkest blue.
+constexpr uint32_t pack565_with_alpha(uint32_t argb) {
+  if (!is_visible(argb >> 24)) return 0;
+  const uint32_t packed = pack565(argb >> 16 & 255, argb >> 8 & 255, argb & 255);
+  return packed ? packed : 1;
+}
+
 uint32_t set_rgb_16bits(int32_t r, int32_t g, int32_t b);
 uint32_t set_rgbx_16bits(int32_t r, int32_t g, int32_t b);
 uint32_t set_rgba_16bits(int32_t r, int32_t g, int32_t b, int32_t a);

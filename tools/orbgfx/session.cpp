@@ -141,7 +141,19 @@ std::vector<int> Session::codes(int library) const {
 int Session::natural_depth(const std::string &path) {
   const Container container = check_readable(path);
   if (container.depth != 0) return container.depth;
-  return load_palette(path) ? 8 : 32;
+  return load_palette(path) && !has_alpha_channel(path) ? 8 : 32;
+}
+
+bool Session::has_alpha_channel(const std::string &path) {
+  set_depth(32);
+  try {
+    const int code = load_picture(path);
+    const bool alpha = graph(0, code)->surface->alpha_channel != 0;
+    call(path, "image_unload", {code});
+    return alpha;
+  } catch (const ToolError &) {
+    return false; // whoever loads it for its own sake says why it can't be
+  }
 }
 
 bool Session::load_palette(const std::string &path) {

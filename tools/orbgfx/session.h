@@ -50,7 +50,7 @@ public:
   [[nodiscard]] std::vector<int> codes(int library) const;
 
   // The depth at which a file is loaded without loss: a MAP or FPG file's own, 8 for a picture with
-  // a palette, else 32. May change the depth that is set, and the palette.
+  // a palette of opaque colours, else 32. May change the depth that is set, and the palette.
   int natural_depth(const std::string &path);
   // Sets the 8-bit depth and makes the palette of a file (palette, picture, MAP, FPG) the one to
   // which all that is loaded afterwards is converted. False when the file has none.
@@ -67,6 +67,8 @@ public:
   void save_palette(const std::string &path);
 
 private:
+  // Whether a picture has one at 32 bits, which becomes the depth that is set.
+  bool has_alpha_channel(const std::string &path);
   Container check_readable(const std::string &path);
   void report_loss(const std::string &path);
 
