@@ -1,6 +1,7 @@
 // The graph registry: libraries, codes, regions, draw records, and the argument checks over them.
 #include "surface/registry.h"
 
+#include <ctime>
 #include <random>
 #include <string>
 #include <vector>
@@ -11,6 +12,7 @@
 #include "module/script_call.h"
 #include "script/handlers.h"
 #include "surface/growth.h"
+#include "surface/libraries.h"
 #include "surface/surface.h"
 #include "video/video.h"
 
@@ -113,10 +115,64 @@ TEST_F(Registry, CodesRunOutIntoAGrownLibrary) {
     ASSERT_EQ(fpg[0].slots[i].surface, nullptr);
     ASSERT_EQ(fpg[0].slots[i].code, 0);
   }
-  // A code freed in the middle is the next one out.
-  EXPECT_EQ(host.call(ORB_map_unload, 1100), 1);
-  EXPECT_EQ(GetMAPCode(0), 1100);
-  EXPECT_EQ(fpg[0].map_count, 255);
+}
+
+/// Whichever way codes come and go, the one given out is the lowest that is free; the time it takes
+/// doesn't depend on how many are not.
+TEST_F(Registry, TheLowestFreeCodeIsTheNext) {
+  const auto lowest = [] {
+    int32_t code = 1000;
+    while (code < max_map && fpg[0].slots[code].surface)
+      ++code;
+    return code;
+  };
+  std::mt19937 random(7);
+  for (int step = 0; step < 20000; ++step) {
+    const auto code = int32_t(1000 + random() % uint32_t(max_map - 1000));
+    orb_map_slot &slot = fpg[0].slots[code];
+    switch (const uint32_t act = random() % 32; act) {
+    case 0: host.call(ORB_map_unload, step % 8 ? code : -1); break;
+    case 1: host.call(ORB_image_unload, step % 8 ? code : -1); break;
+    case 2: host.call(ORB_unload_pcx, code); break;
+    case 3: // anywhere, as a host may
+      if (!slot.surface) RecMAPCode(0, code, new_surface());
+      break;
+    case 4:
+      if (slot.surface) {
+        free_graph(&fpg[0], &slot);
+        image_loaded[code - 1000] = 0;
+      }
+      break;
+    case 5: // what fails gives its code back
+      ASSERT_EQ(GetMAPCode(0), lowest());
+      break;
+    case 6:
+      if (step % 64 == 0) {
+        stop();
+        start();
+      }
+      break;
+    default: {
+      const int32_t expected = lowest();
+      ASSERT_EQ(add_graph(1 + int32_t(act % 6), 616), expected) << step;
+    }
+    }
+  }
+
+  // A slot that a host has emptied by itself is found before the list grows.
+  while (GetMAPCode(0) < max_map - 1)
+    add_graph(1, 616);
+  const int32_t limit = max_map;
+  ORBGI2D_DeleteGFXSurface(fpg[0].slots[1003].surface);
+  fpg[0].slots[1003].surface = nullptr;
+  EXPECT_EQ(add_graph(1, 616), limit - 1);
+  EXPECT_EQ(add_graph(1, 616), 1003);
+  EXPECT_EQ(max_map, limit);
+
+  const clock_t before = clock(); // of this process alone
+  while (max_map < 41000)
+    add_graph(1, 616);
+  EXPECT_LT(clock() - before, CLOCKS_PER_SEC / 3);
 }
 
 TEST_F(Registry, LibrariesGrowByFourUpToTheLimit) {

@@ -73,9 +73,7 @@ bool unload_library(int32_t file) {
 
 void free_graph(orb_fpg *library, orb_map_slot *slot) {
   ORBGI2D_DeleteGFXSurface(slot->surface);
-  slot->surface = nullptr;
-  slot->code = 0;
-  --library->map_count;
+  empty_slot(library, int32_t(slot - library->slots));
 }
 
 void release_graph_memory(orb_fpg *library, orb_map_slot *slot) {

@@ -1,9 +1,9 @@
 // Libraries, graphs and their run-time codes. Regions and draw records: surface/lists.cpp.
 #include "surface/registry.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdlib>
-#include <cstring>
 
 #include "module/runtime.h"
 #include "surface/growth.h"
@@ -26,9 +26,24 @@ template <typename T> T *new_records(int32_t count) {
   return static_cast<T *>(calloc(size_t(count), sizeof(T)));
 }
 
-/// The same element of an array that has moved; null and pointers from elsewhere stay.
-template <typename T> T *moved(T *element, const T *from, int32_t count, T *to) {
-  return element >= from && element < from + count ? to + (element - from) : element;
+/// Where a cursor points among the slots of library 0; -1 when it is null or points elsewhere.
+int32_t place_in_library0(const orb_map_slot *cursor) {
+  const uintptr_t offset =
+      reinterpret_cast<uintptr_t>(cursor) - reinterpret_cast<uintptr_t>(fpg[0].slots);
+  const uintptr_t place = offset / sizeof *cursor;
+  return place < uintptr_t(max_map) ? int32_t(place) : -1;
+}
+
+/// No run-time code below this one is free, so a search from here finds the code that a search from
+/// the first one would, without passing over thousands of graphs for each new one. (Slots that a
+/// host has emptied by itself don't count.)
+int32_t lowest_free_code = first_runtime_code;
+
+/// The first free code from `first` on, or 0.
+int32_t find_free_code(int32_t first) {
+  for (int32_t code = first; code < max_map; ++code)
+    if (!fpg[0].slots[code].surface) return code;
+  return 0;
 }
 
 } // namespace
@@ -63,27 +78,18 @@ void DeleteFPGList() {
 int32_t ResizeFPGMAPList() {
   if (max_map == INT32_MAX || !fpg) return 0;
   const int32_t wanted = max_map > INT32_MAX - map_step ? INT32_MAX : max_map + map_step;
-  constexpr const char *failure = "ENGINE 2D: Error to Resize FPGMAP list";
-  auto *const slots = new_records<orb_map_slot>(wanted);
-  if (!slots) {
-    rt_fatal(failure);
+  const int32_t source = place_in_library0(pfpgmap);
+  const int32_t destination = place_in_library0(pfpgmap_dst);
+  const bool grown =
+      grow_records(fpg[0].slots, max_map, wanted) &&
+      grow_records(image_loaded, max_map - first_runtime_code, wanted - first_runtime_code);
+  // The slots may have moved even where the marks found no room.
+  if (source >= 0) pfpgmap = fpg[0].slots + source;
+  if (destination >= 0) pfpgmap_dst = fpg[0].slots + destination;
+  if (!grown) {
+    rt_fatal("ENGINE 2D: Error to Resize FPGMAP list");
     return 0;
   }
-  auto *const marks = new_records<int32_t>(wanted - first_runtime_code);
-  if (!marks) {
-    free(slots);
-    rt_fatal(failure);
-    return 0;
-  }
-  orb_map_slot *const former = fpg[0].slots;
-  memcpy(slots, former, size_t(max_map) * sizeof *slots);
-  memcpy(marks, image_loaded, size_t(max_map - first_runtime_code) * sizeof *marks);
-  pfpgmap = moved(pfpgmap, former, max_map, slots);
-  pfpgmap_dst = moved(pfpgmap_dst, former, max_map, slots);
-  free(former);
-  free(image_loaded);
-  fpg[0].slots = slots;
-  image_loaded = marks;
   max_map = wanted;
   return 1;
 }
@@ -92,6 +98,7 @@ void create_graph_registry() {
   constexpr const char *no_memory = "No enough memory to create primary FPG";
   fpgs_loaded = maps_loaded = 0;
   max_map = 0;
+  lowest_free_code = first_runtime_code;
   // Lookups never ask whether library 0 is in use. Its flag says that a file was loaded into it,
   // and starts at 0.
   auto *slots = new_records<orb_map_slot>(first_max_map);
@@ -145,10 +152,14 @@ int32_t GetMaxMAP() {
 
 int32_t GetMAPCode(int32_t file) {
   if (file != 0 || !max_map) return 0;
-  for (int32_t code = first_runtime_code; code < max_map; ++code)
-    if (!fpg[0].slots[code].surface) return code;
-  const int32_t code = max_map;
-  return ResizeFPGMAPList() ? code : 0;
+  int32_t code = find_free_code(lowest_free_code);
+  // Before the list grows, slots that a host has emptied by itself are used again.
+  if (!code) code = find_free_code(first_runtime_code);
+  if (!code) {
+    code = max_map;
+    if (!ResizeFPGMAPList()) return 0;
+  }
+  return lowest_free_code = code;
 }
 
 int32_t RecMAPCode(int32_t file, int32_t code, __ORBSurface2D__ *surface) {
@@ -162,6 +173,15 @@ int32_t RecMAPCode(int32_t file, int32_t code, __ORBSurface2D__ *surface) {
   // Only the library's count grows, intentionally, although unloading lowers both counts.
   ++fpg[0].map_count;
   return 1;
+}
+
+void empty_slot(orb_fpg *library, int32_t code) {
+  orb_map_slot &slot = library->slots[code];
+  slot.surface = nullptr;
+  slot.code = 0;
+  --library->map_count;
+  if (library == fpg && code >= first_runtime_code)
+    lowest_free_code = std::min(lowest_free_code, code);
 }
 
 void account_graph(int32_t code, uint32_t memory, int32_t mark) {
@@ -188,11 +208,9 @@ int32_t unload_graphs(int32_t code, bool (*owns)(int32_t mark)) {
     if (!mark || !owns(mark)) continue;
     orb_map_slot &slot = fpg[0].slots[each];
     device2D.ORBGI2D_DeleteGFXSurface(slot.surface);
-    slot.surface = nullptr;
-    slot.code = 0;
+    empty_slot(fpg, each);
     fpg[0].memory_usage -= slot.memory_usage;
     slot.memory_usage = 0; // a graph recorded here later brings no count of its own
-    --fpg[0].map_count;
     --maps_loaded;
     mark = 0;
     ++unloaded;

@@ -72,6 +72,8 @@ int32_t GetMaxMAP();
 int32_t GetMaxREGION();
 int32_t RegionExists(int32_t region);
 
+/// Empties a slot whose surface has been deleted, and lowers the library's count.
+void empty_slot(orb_fpg *library, int32_t code);
 /// Counts a new graph of library 0: slot, library and registry totals, and its mark.
 void account_graph(int32_t code, uint32_t memory, int32_t mark);
 /// Deletes every loose graph (`code` -1) or one whose mark `owns` accepts; returns how many.
