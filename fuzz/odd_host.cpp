@@ -451,17 +451,23 @@ private:
       *numbers[which % 6] = value('x');
   }
 
-  /// Hooks that come again, or in another order.
+  /// Hooks that come again, or in another order, and calls while nothing is up.
   void call_hooks(uint8_t which) {
     is_up_ = false;
     if (which % 2) ORB_mod_graphics2D_release();
     if (which % 4 == 3) ORB_mod_graphics2D_frame();
+    for (int calls = which == 15 ? program_.byte() % 16 : 0; calls > 0; calls--)
+      call(any_function());
     ORB_mod_graphics2D_init();
     is_up_ = true;
   }
 
-  void step() {
+  const orbhost::Function &any_function() {
     const auto &functions = host_.registration().functions;
+    return functions[program_.word() % functions.size()];
+  }
+
+  void step() {
     switch (const uint8_t kind = program_.byte(); kind % 16) {
     case 0:
     case 1: host_.frame(); break;
@@ -472,10 +478,10 @@ private:
     case 6: set_global(); break;
     case 7: set_number(); break;
     case 8:
-      if (kind / 16 < 4) call_hooks(kind / 16);
+      if (kind / 16 < 4 || kind / 16 == 15) call_hooks(kind / 16);
       break;
     case 9:
-    case 10: call(functions[program_.word() % functions.size()]); break;
+    case 10: call(any_function()); break;
     default: call(*asking_[program_.below(asking_.size())]); break;
     }
   }

@@ -61,9 +61,9 @@ inline diary tour(orbhost::Host &host) {
   const auto frames = [&](int count) {
     for (int i = 0; i < count; ++i)
       host.frame();
-    if (screen)
+    if (const __ORBSurface2D__ *shown = host.screen())
       seen.pictures.push_back(
-          uint32_t(crc32(0, static_cast<uint8_t *>(screen->pixels), screen->byte_size)));
+          uint32_t(crc32(0, static_cast<const uint8_t *>(shown->pixels), shown->byte_size)));
   };
   orb_process *const one = host.spawn(1), *const two = host.spawn(2);
   one->coordinates = 1;

@@ -5,13 +5,16 @@
 #include <cstdio>
 #include <cstring>
 #include <functional>
+#include <random>
 #include <string>
 #include <vector>
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include "fuzz/odd_host.h"
+#include "fuzz/script_arguments.h"
 #include "graphics_fixture.h"
 #include "host_tour.h"
 
@@ -428,6 +431,47 @@ TEST_F(OddHosts, HooksInAnyOrder) {
     hook('r');
     hook('f');
   }
+}
+
+/// Script functions called before init and after release find nothing, and leave nothing: what
+/// comes after the next init is what always comes. In a module of its own, as it is when it is
+/// loaded; the one that this program is linked with has had other lives.
+TEST_F(OddHosts, CallsOutOfTurn) {
+  const diary whole = tour_of([](quiet_host &) {});
+  void *const library =
+      dlopen(ORB_BINARY_DIR "/lib/libORB_mod_graphics2D.so.1", RTLD_NOW | RTLD_LOCAL);
+  ASSERT_TRUE(library) << dlerror();
+  auto *const entry =
+      reinterpret_cast<orb_main_library_exports *>(dlsym(library, ORB_MAIN_LIBRARY_EXPORTS));
+  ASSERT_TRUE(entry);
+  std::mt19937 random(3);
+  const auto call_everything = [&random](quiet_host &host) {
+    host.call("region_define", {1, 0, 0, 9, 9}); // with a region, there is something to draw in
+    host.call("draw_new", {1, 0, 1, 1, 0, 0, 5, 5});
+    std::vector<int32_t> memory(fuzz::script_memory_words);
+    fuzz::script_handles handles;
+    std::vector<uint8_t> bytes(200);
+    for (int round = 0; round < 8; ++round)
+      for (const orbhost::Function &function : host.registration().functions) {
+        for (uint8_t &byte : bytes)
+          byte = uint8_t(random());
+        fuzz::script_reader script(bytes);
+        handles.add_result(
+            host.call_form(function, fuzz::read_arguments(script, handles, function, memory)));
+      }
+  };
+  for (int life = 0; life < 2; ++life) {
+    quiet_host host(entry);
+    call_everything(host);
+    EXPECT_EQ(host.screen(), nullptr);
+    host.init();
+    expect_same(tour(host), whole);
+    call_everything(host);
+    host.release();
+    call_everything(host);
+    EXPECT_EQ(host.screen(), nullptr);
+  }
+  dlclose(library);
 }
 
 /// A host that is told something may draw a frame, paint the window or call a function. While the

@@ -3,21 +3,21 @@
 #include "collision/collision.h"
 #include "frame/blit_list.h"
 #include "module/module.h"
+#include "surface/colour.h"
 #include "surface/palette.h"
 #include "surface/registry.h"
 #include "surface/surface.h"
 #include "video/fades.h"
 #include "video/video.h"
 
-orb_device2d device2D;
+namespace {
 
-int32_t ORBGI2D_Internal_InitGFXDevice() {
-  device2D = {}; // every slot not named below
-  orb_device2d &d = device2D;
+/// The record as the module publishes it; slots that aren't named are zero.
+constexpr orb_device2d own_record() {
+  orb_device2d d{};
 
   d.mode = &mode;
   d.rendering2D_type = &rendering2D_type;
-  d.regions = regions; // rewritten whenever the array moves
   d.force_sys_fnt = &force_sys_fnt;
   d.palette_forced = &palette_forced;
 
@@ -79,16 +79,30 @@ int32_t ORBGI2D_Internal_InitGFXDevice() {
   d.GetVirtualResolutionXOffset = GetVirtualResolutionXOffset;
   d.GetVirtualResolutionYOffset = GetVirtualResolutionYOffset;
 
-  // The colour packers (63 to 67) follow the depth: set_colour_routines puts them in.
   d.set_color = set_color;
   d.find_color = find_color;
+  // These follow the depth from the first mode on (set_colour_routines).
+  d.set_rgb = set_rgb_16bits;
+  d.set_rgbx = set_rgbx_16bits;
+  d.set_rgba = set_rgba_16bits;
+  d.get_rgb = get_rgb_16bits;
+  d.get_rgba = get_rgba_16bits;
   d.init_force_palette = init_force_palette;
   d.get_palette = get_palette;
   d.set_palette = set_palette;
   d.copy_palette = copy_palette;
   d.fade_off = fade_off;
   d.fade_on = fade_on;
+  return d;
+}
 
+} // namespace
+
+constinit orb_device2d device2D = own_record();
+
+int32_t ORBGI2D_Internal_InitGFXDevice() {
+  device2D = own_record();    // without what another host has replaced
+  device2D.regions = regions; // rewritten whenever the array moves
   if (!ORBGI2D_Internal_CreateGFXSurfaceList()) return 0;
   if (ORBGI2D_Internal_CreateBlitLists()) return 1;
   ORBGI2D_Internal_DeleteGFXSurfaceList();
@@ -100,4 +114,5 @@ void ORBGI2D_Internal_QuitGFXDevice() {
   ORBGI2D_DeleteAllGFXSurfaces();
   ORBGI2D_Internal_DeleteGFXSurfaceList();
   ORBGI2D_Internal_DeleteBlitLists();
+  device2D = own_record();
 }

@@ -29,14 +29,12 @@ namespace {
 /// 1 between an init that went through and release. Should a host go on after a fatal report, its
 /// frames do nothing.
 bool running;
-/// 1 from the beginning of an init, however it ends, to release.
-bool begun;
 
-template <typename T> void bind(T *&variable, const char *name) {
-  variable = reinterpret_cast<T *>(orbre->rt_globals + orbre->rt_global_offset(0, name));
-}
-
-void bind_script_globals() {
+/// Points every script global into `memory`, at the offset in bytes that its name has there.
+template <typename Offset> void bind_script_globals(uint8_t *memory, Offset offset_of) {
+  const auto bind = [=]<typename T>(T *&variable, const char *name) {
+    variable = reinterpret_cast<T *>(memory + offset_of(name));
+  };
   bind(_dump_type_, "dump_type");
   bind(_restore_type_, "restore_type");
   bind(_fading_, "fading");
@@ -54,6 +52,14 @@ void bind_script_globals() {
   bind(_draw_visible_, "draw_visible");
   bind(_mouse_graphics2D_, "mouse");
 }
+
+/// Before init and after release the script's globals are zeros of our own, one over the other:
+/// handlers that are called then find words that are there, and none of a host that is gone.
+void unbind_script_globals() {
+  static int32_t words[sizeof(script_video_mode[64]) / sizeof(int32_t)];
+  bind_script_globals(reinterpret_cast<uint8_t *>(words), [](const char *) { return 0; });
+}
+const bool unbound_at_load = (unbind_script_globals(), true);
 
 /// QUIRK: showing the window with the first frame would look more natural; it is shown with the
 /// second one, when the first is already in it. That is intended.
@@ -90,11 +96,10 @@ void render() {
 } // namespace
 
 /// Brings the module up and opens the display. A failure is fatal; should the host go on after
-/// that, the hook ends where it stands. What an init before it has brought up and nothing has
-/// released goes first.
+/// that, the hook ends where it stands. What is there already goes first: an init that nothing has
+/// released, or calls out of turn, have brought it up.
 int32_t ORB_mod_graphics2D_init() {
-  if (begun) ORB_mod_graphics2D_release();
-  begun = true;
+  ORB_mod_graphics2D_release();
   deviceSystem_graphics2D = orbre->rt_device_system;
   const orb_device_system *system = deviceSystem_graphics2D;
   full_screen = system && system->full_screen ? *system->full_screen : 0;
@@ -115,7 +120,8 @@ int32_t ORB_mod_graphics2D_init() {
   device2D.regions = regions;
   draws_painted = 0;
 
-  bind_script_globals();
+  bind_script_globals(orbre->rt_globals,
+                      [](const char *name) { return orbre->rt_global_offset(0, name); });
   fading = _fading_;
   fading_run = 0;
   old_dump_type = 1;
@@ -147,12 +153,15 @@ int32_t ORB_mod_graphics2D_frame() {
   return 1;
 }
 
-/// Takes everything down. A further init starts like the first one, window included.
+/// Takes everything down. A further init starts like the first one, window included; until then
+/// script functions find as little as before the first.
 int32_t ORB_mod_graphics2D_release() {
-  running = begun = false;
+  running = false;
   release_graph_registry();
   VID_Quit_Graphics2D();
   ORBGI2D_Internal_QuitGFXDevice();
+  unbind_script_globals();
+  deviceSystem_graphics2D = nullptr;
   first_frame = 1;
   program_visible = 0;
   return 1;

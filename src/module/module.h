@@ -2,16 +2,19 @@
 //
 // Owner of the variables below: module/registration.cpp and module/hooks.cpp. `orbre` is set once
 // at registration, the rest by the init hook; everybody may read them. They live until release.
+// Script functions may be called before init and after release, too: what the variables are then
+// stands with each.
 #pragma once
 
 #include "orb/graphics2d.h"
 
 /// The host's runtime table; null until registration.
 extern orb_runtime *orbre;
-/// The host's device-system record; set by the init hook.
+/// The host's device-system record; set by the init hook, null again after release.
 extern orb_device_system *deviceSystem_graphics2D;
 /// The record that the module publishes. The module itself calls its replaceable entries
-/// (set-mode, list selection, requests, operations) through it.
+/// (set-mode, list selection, requests, operations) through it, so its functions are there from the
+/// beginning.
 extern orb_device2d device2D;
 
 /// 1 until the first frame hook has run. Written by the frame hook, and back by release.
@@ -32,7 +35,8 @@ struct script_mouse {
   int32_t file, graph, x, y, angle, size, flags;
 };
 
-// The script's globals, bound by name in the init hook. The pointed-to memory is the host's.
+// The script's globals, bound by name in the init hook. The pointed-to memory is the host's; before
+// init and after release it is the module's own, all zero.
 extern int32_t *_dump_type_, *_restore_type_, *_fading_, *_fps_;
 extern int32_t *_num_video_modes_, *_num_video_bits_, *_num_video_rates_, *_vsync_;
 extern script_video_mode *_video_modes_;  // 64 elements
@@ -59,7 +63,7 @@ int32_t ORB_mod_graphics2D_release();
 
 /// Fills `device2D`, creates the surface list and the blit-list registry. 0 on failed allocation.
 int32_t ORBGI2D_Internal_InitGFXDevice();
-/// Deletes all surfaces, the surface list and the blit-list registry.
+/// Deletes all surfaces, the surface list and the blit-list registry; `device2D` is as at the start.
 void ORBGI2D_Internal_QuitGFXDevice();
 
 extern "C" int32_t ORB_mod_graphics2D_MainLibraryExports(const orb_registration *registration);
