@@ -157,7 +157,9 @@ private:
     };
     table.rt_pop_int = [] {
       const int32_t value = playing->honest_.rt_pop_int();
-      return !playing->address_in_int_ && playing->odd() ? playing->odd_number() : value;
+      if (!playing->odd()) return value;
+      const int32_t number = playing->odd_number();
+      return playing->address_in_int_ ? number % 4096 : number; // where nothing is
     };
     table.rt_pop_string = [] {
       const char *text = playing->honest_.rt_pop_string();

@@ -41,6 +41,16 @@ int32_t *read_pointer(script_reader &script, std::span<int32_t> memory) {
   return choice >= 240 ? nullptr : memory.data() + choice % most_offset;
 }
 
+/// Numbers that a script may give for an address. No program has anything there.
+constexpr int32_t nowhere[] = {0,    1,    2,    3,     4,     7,  255, 256,
+                               1000, 1003, 4095, 32767, 65535, -1, -4,  -1000};
+
+int32_t read_address(script_reader &script, std::span<int32_t> memory) {
+  const uint8_t choice = script.byte();
+  return choice >= 240 ? nowhere[choice % std::size(nowhere)]
+                       : int32_t(reinterpret_cast<uintptr_t>(memory.data() + choice % most_offset));
+}
+
 void limit_sizes(std::string_view name, std::vector<orbhost::Argument> &arguments) {
   const bool packed = arguments.size() == 1 && (name == "mode_set" || name == "set_mode");
   if (packed) {
@@ -75,8 +85,8 @@ std::vector<orbhost::Argument> read_arguments(script_reader &script, const scrip
       arguments.push_back(read_text(script, function.name));
     else if (type == ArgumentType::pointer)
       arguments.push_back(read_pointer(script, memory));
-    else if (kind == 'A') // an address in an int
-      arguments.push_back(int32_t(reinterpret_cast<uintptr_t>(read_pointer(script, memory))));
+    else if (kind == 'A')
+      arguments.push_back(read_address(script, memory));
     else
       arguments.push_back(read_value(script, handles, kind));
   }

@@ -18,8 +18,8 @@ inline constexpr int64_t most_pixels = 1 << 17;
 inline constexpr size_t script_memory_words = 1024;
 
 /// Arguments for a function: ints as its signature has them, texts that mostly suit it, null or
-/// addresses in `memory`. Graphs and screens that would only take time are made smaller; sizes that
-/// the module refuses stay.
+/// addresses in `memory`; where an int is an address, some that lead nowhere as well. Graphs and
+/// screens that would only take time are made smaller; sizes that the module refuses stay.
 std::vector<orbhost::Argument> read_arguments(script_reader &script, const script_handles &handles,
                                               const orbhost::Function &function,
                                               std::span<int32_t> memory);

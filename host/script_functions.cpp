@@ -8,10 +8,6 @@
 namespace orbhost {
 namespace {
 
-// A handler may take an "IP" for an array and trust its own limits: 256 colours of three ints are
-// the most that any reads. Every buffer is at least that long, and zero where the script gave
-// nothing.
-constexpr std::size_t least_buffer = 1024;
 constexpr std::size_t most_elements = 1'000'000;
 
 const char *kind_name(lua_State *L, int index) {
@@ -19,13 +15,59 @@ const char *kind_name(lua_State *L, int index) {
   return is_process(L, index, id) ? "process" : luaL_typename(L, index);
 }
 
-bool fits(lua_State *L, int index, ArgumentType type, bool text_for_int) {
+// 256 integers 0 to 255.
+std::vector<std::int32_t> read_indices(lua_State *L, int index, const std::string &where) {
+  const std::string wanted = where + "a table of 256 integers 0 to 255 expected, got ";
+  if (!lua_istable(L, index)) throw HostError(wanted + kind_name(L, index));
+  std::vector<std::int32_t> indices(256);
+  if (const auto length = lua_rawlen(L, index); length != indices.size())
+    throw HostError(wanted + "one of " + std::to_string(length));
+  for (std::size_t i = 0; i < indices.size(); ++i) {
+    lua_rawgeti(L, index, static_cast<lua_Integer>(i) + 1);
+    int is_whole = 0;
+    const lua_Integer value = lua_tointegerx(L, -1, &is_whole);
+    if (lua_type(L, -1) != LUA_TNUMBER || !is_whole || value < 0 || value > 255)
+      throw HostError(wanted + "something else at element " + std::to_string(i + 1));
+    indices[i] = static_cast<std::int32_t>(value);
+    lua_pop(L, 1);
+  }
+  return indices;
+}
+
+// Three numbers for each colour; the argument before says how many colours. The function refuses
+// more than a palette has.
+std::vector<std::int32_t> read_colours(lua_State *L, int index, const std::string &where) {
+  const std::int32_t colours = check_word(L, index - 1, "argument");
+  const std::size_t count = colours >= 0 && colours <= 256 ? 3 * std::size_t(colours) : 0;
+  const std::string wanted =
+      where + "a table of " + std::to_string(count) + " numbers expected, got ";
+  if (!lua_istable(L, index)) throw HostError(wanted + kind_name(L, index));
+  if (const auto length = lua_rawlen(L, index); length < count)
+    throw HostError(wanted + "one of " + std::to_string(length));
+  std::vector<std::int32_t> components(count + 1); // not empty, or it has no address
+  for (std::size_t i = 0; i < count; ++i) {
+    lua_rawgeti(L, index, static_cast<lua_Integer>(i) + 1);
+    components[i] = check_word(L, -1, "table element");
+    lua_pop(L, 1);
+  }
+  return components;
+}
+
+constexpr InputArray input_arrays[] = {
+    {"convert_palette", 3, read_indices},
+    {"map_convert_palette", 3, read_indices},
+    {"palette_set_colors", 3, read_colours},
+    {"palette_set_colours", 3, read_colours},
+};
+
+bool fits(lua_State *L, int index, ArgumentType type, const FunctionGroup &group) {
+  if (group.array && group.array->argument == index) return true; // read() looks closer
   const int kind = lua_type(L, index);
   std::int32_t id = 0;
   switch (type) {
   case ArgumentType::integer:
     return kind == LUA_TNUMBER || (kind == LUA_TUSERDATA && is_process(L, index, id)) ||
-           (text_for_int && (kind == LUA_TSTRING || kind == LUA_TNIL));
+           (group.text_for_int && (kind == LUA_TSTRING || kind == LUA_TNIL));
   case ArgumentType::string: return kind == LUA_TSTRING || kind == LUA_TNIL;
   case ArgumentType::pointer: return kind == LUA_TTABLE || kind == LUA_TNIL;
   }
@@ -41,7 +83,7 @@ const Function *choose_form(lua_State *L, const FunctionGroup &group) {
     if (types.size() < given || (best && types.size() >= best->arguments.size())) continue;
     bool fit = true;
     for (std::size_t i = 0; fit && i < types.size(); ++i) {
-      fit = i < given ? fits(L, static_cast<int>(i) + 1, types[i], group.text_for_int)
+      fit = i < given ? fits(L, static_cast<int>(i) + 1, types[i], group)
                       : types[i] == ArgumentType::pointer;
     }
     if (fit) best = form;
@@ -64,9 +106,8 @@ int wrong_call(lua_State *L, const FunctionGroup &group) {
 
 // One "IP" argument of a call.
 struct Buffer {
-  int index = 0; // of the script's table; 0: left out, a further result
-  std::size_t elements = 1;
-  std::vector<std::int32_t> words;
+  int index = 0;                         // of the script's table; 0: left out, a further result
+  std::vector<std::int32_t> words = {0}; // of an empty table, one as well
 };
 
 Buffer read_table(lua_State *L, int index) {
@@ -74,8 +115,7 @@ Buffer read_table(lua_State *L, int index) {
   buffer.index = index;
   const std::size_t length = static_cast<std::size_t>(lua_rawlen(L, index));
   if (length > most_elements) throw HostError("table too long");
-  buffer.elements = std::max<std::size_t>(length, 1);
-  buffer.words.resize(std::max(buffer.elements, least_buffer));
+  buffer.words.resize(std::max<std::size_t>(length, 1));
   for (std::size_t i = 0; i < length; ++i) {
     lua_rawgeti(L, index, static_cast<lua_Integer>(i) + 1);
     buffer.words[i] = check_word(L, -1, "table element");
@@ -126,11 +166,19 @@ int call_function(lua_State *L) {
 
   const int given = lua_gettop(L);
   std::vector<Buffer> buffers;
+  std::vector<std::int32_t> array;
   std::vector<Argument> arguments;
   arguments.reserve(form->arguments.size());
   // The words of a buffer stay where they are when `buffers` grows: moving a vector keeps them.
   for (int i = 1; i <= static_cast<int>(form->arguments.size()); ++i) {
-    switch (form->arguments[static_cast<std::size_t>(i) - 1]) {
+    const ArgumentType type = form->arguments[static_cast<std::size_t>(i) - 1];
+    if (group.array && group.array->argument == i) {
+      array = group.array->read(L, i, group.name + ": argument " + std::to_string(i) + ": ");
+      Argument address(array.data());
+      arguments.push_back(type == ArgumentType::integer ? Argument(address.word()) : address);
+      continue;
+    }
+    switch (type) {
     case ArgumentType::integer:
       arguments.push_back(lua_type(L, i) == LUA_TSTRING || lua_isnil(L, i)
                               ? text_argument(L, i)
@@ -142,11 +190,7 @@ int call_function(lua_State *L) {
         arguments.emplace_back(static_cast<std::int32_t *>(nullptr));
         break;
       }
-      if (i <= given) {
-        buffers.push_back(read_table(L, i));
-      } else {
-        buffers.emplace_back().words.resize(least_buffer);
-      }
+      buffers.push_back(i <= given ? read_table(L, i) : Buffer{});
       arguments.emplace_back(buffers.back().words.data());
       break;
     }
@@ -166,7 +210,7 @@ int call_function(lua_State *L) {
       ++results;
       continue;
     }
-    for (std::size_t i = 0; i < buffer.elements; ++i) {
+    for (std::size_t i = 0; i < buffer.words.size(); ++i) {
       lua_pushinteger(L, buffer.words[i]);
       lua_rawseti(L, buffer.index, static_cast<lua_Integer>(i) + 1);
     }
@@ -198,6 +242,9 @@ void open_functions(ScriptState &state) {
       group = &state.groups.emplace_back();
       group->name = function.name;
       group->text_for_int = takes_text_for_int(function.name);
+      for (const InputArray &array : input_arrays) {
+        if (array.function == function.name) group->array = &array;
+      }
     }
     group->forms.push_back(&function);
   }

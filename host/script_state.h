@@ -17,6 +17,7 @@
 #include <deque>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -31,11 +32,22 @@ struct ScriptProcess {
   int first_arguments = 0;          // on the coroutine's stack, until its first turn
 };
 
+// An argument through which a function reads an array. It is registered as an address, which no
+// script has: in Lua it is a table, which the call leaves as it is.
+struct InputArray {
+  std::string_view function;
+  int argument; // from 1
+  // The words of the table at `index`. Throws HostError for anything else, the text beginning with
+  // `where`.
+  std::vector<std::int32_t> (*read)(lua_State *L, int index, const std::string &where);
+};
+
 // All forms of one script function.
 struct FunctionGroup {
   std::string name;
   std::vector<const Function *> forms; // in registration order
   bool text_for_int = false;
+  const InputArray *array = nullptr; // the argument that is one, if any
 };
 
 struct ScriptState {

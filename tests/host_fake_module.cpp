@@ -1,5 +1,6 @@
 #include "host_fake_module.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 
@@ -97,6 +98,21 @@ std::int32_t palette() { // palette_load(I), which fetches a text
   return rt().rt_return(1);
 }
 
+// map_convert_palette(I,I,I), palette_set_colors(I,I,IP): look at the array, and change it
+std::int32_t take_array(std::int32_t *array, std::int32_t count) {
+  module_state.last_array.assign(array, array + count);
+  std::fill_n(array, count, -1);
+  return rt().rt_return(1);
+}
+std::int32_t convert() {
+  const auto address = static_cast<std::uintptr_t>(rt().rt_pop_uint());
+  return take_array(reinterpret_cast<std::int32_t *>(address), 256);
+}
+std::int32_t colours() {
+  std::int32_t *array = rt().rt_pop_pointer();
+  return take_array(array, 3 * rt().rt_pop_int());
+}
+
 std::int32_t exists() { // fk_exists(I)
   return rt().rt_return(rt().rt_processes->proc_exists(rt().rt_pop_int()));
 }
@@ -169,6 +185,8 @@ std::int32_t entry(const orb_registration *registration) {
       {"fk_half(I)", "F", 0, half},         {"fk_fail()", "I", 0, fail},
       {"palette_load(I)", "I", 0, palette}, {"fk_exists(I)", "I", 0, exists},
       {"fk_greedy(I)", "I", 0, greedy},     {"fk_rate(I,I)", "I", 0, rate},
+      {"map_convert_palette(I,I,I)", "I", 0, convert},
+      {"palette_set_colors(I,I,IP)", "I", 0, colours},
       {nullptr, nullptr, 0, nullptr}};
   const orb_hook hooks[] = {
       {ORB_HOOK_INIT, init}, {ORB_HOOK_FRAME, frame}, {ORB_HOOK_RELEASE, release}, {0, nullptr}};

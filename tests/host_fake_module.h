@@ -18,6 +18,7 @@ struct State {
   // Ids drawn in the last frame hook (status 2 or above 3), in list order.
   std::vector<std::int32_t> drawn;
   std::string last_text;
+  std::vector<std::int32_t> last_array;
   orb_process *caller = nullptr; // proc_current in the last script call
 };
 State &state();

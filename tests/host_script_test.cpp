@@ -106,8 +106,47 @@ TEST_F(HostScript, PointersAreTablesNilOrFurtherResults) {
             "3\n4\t7\t6\n");
   EXPECT_EQ(play("print(fk_split(42, nil, nil)); print(fk_split(42, nil))"), "0\n2\t2\n");
   EXPECT_EQ(play("local t = {1, 2, 3}; fk_fill(2, t); print(table.concat(t, ' '))"), "2 4 3\n");
-  EXPECT_EQ(play("local t = {1}; print(fk_fill(700, t)); print(#t, t[1])"), "1\n1\t2\n");
   EXPECT_THAT(failure("fk_fill(1, {'x'})"), HasSubstr("table element: number expected"));
+}
+
+TEST_F(HostScript, ArraysThatFunctionsReadAreTables) {
+  const std::string convert = "local t = {} for i = 1, 256 do t[i] = 256 - i end\n"
+                              "local function with(i, v) t[i] = v return t end\n"
+                              "map_convert_palette(0, 1000, ";
+  play(convert + "with(3, 3.0)) assert(t[1] == 255 and t[3] == 3)");
+  ASSERT_EQ(fake::state().last_array.size(), 256u);
+  EXPECT_EQ(fake::state().last_array[0], 255);
+  EXPECT_EQ(fake::state().last_array[2], 3);
+  play("local t = {1, 2, 3, 4.9, 5, -6, 'more'} palette_set_colors(7, 2, t) assert(t[4] == 4.9)");
+  EXPECT_THAT(fake::state().last_array, ElementsAre(1, 2, 3, 4, 5, -6));
+  play("palette_set_colors(7, 0, {})");
+  EXPECT_THAT(fake::state().last_array, ElementsAre());
+
+  fake::state().last_array = {7};
+  for (const auto &[argument, got] : {std::pair{"7", "number"},
+                                      {"map_convert_palette", "function"},
+                                      {"nil", "nil"},
+                                      {"main", "process"},
+                                      {"{}", "one of 0"},
+                                      {"with(257, 0)", "one of 257"},
+                                      {"with(9, 256)", "something else at element 9"},
+                                      {"with(256, -1)", "something else at element 256"},
+                                      {"with(1, 0.5)", "something else at element 1"},
+                                      {"with(2, '2')", "something else at element 2"}})
+    EXPECT_THAT(failure(convert + argument + ")"),
+                StartsWith("file.lua:3: map_convert_palette: argument 3: a table of 256 integers 0 "
+                           "to 255 expected, got " +
+                           std::string(got) + "\n"));
+  for (const auto &[argument, got] : {std::pair{", 7", "number"},
+                                      {", nil", "nil"},
+                                      {"", "no value"},
+                                      {", {1, 2, 3, 4, 5}", "one of 5"}})
+    EXPECT_THAT(failure("palette_set_colors(0, 2" + std::string(argument) + ")"),
+                HasSubstr("argument 3: a table of 6 numbers expected, got " + std::string(got)));
+  EXPECT_THAT(failure("palette_set_colors(0, 1, {1, 2, {}})"),
+              HasSubstr("table element: number expected, got table"));
+  EXPECT_THAT(play("print(pcall(map_convert_palette, 0, 1000, 7))"), StartsWith("false"));
+  EXPECT_THAT(fake::state().last_array, ElementsAre(7)) << "none of these has reached the module";
 }
 
 TEST_F(HostScript, AProcessStandsForItsId) {

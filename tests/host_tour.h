@@ -113,6 +113,9 @@ inline diary tour(orbhost::Host &host) {
       }
       *two->locals = plain;
       call("map_new", {9, 9, 1});
+      // Addresses of nothing.
+      call("map_convert_palette", {0, 1001, 7});
+      call("palette_set_colors", {0, 9, reinterpret_cast<int32_t *>(4096)});
       call("map_xput", {0, 1001, 1000, 4, 4, 45000, 80, 4});
       call("map_apply_fx", {0, 1001, 0, 1000, 200, 1008});
       call("map_put_csellipse", {0, 1001, 4, 4, 3, 2, 1, 200});

@@ -4,6 +4,8 @@
 #include <sstream>
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include "map_fixture.h"
 #include "script/handlers.h"
@@ -43,8 +45,9 @@ const std::map<std::string, int32_t (*)()> handlers = {
 
 // Depth: call -> result ("fail": the failure value), and the report: code, position, value. Library
 // 0 has graphs 1000 and 1001, library 1 graph 5; libraries 2 and 3 aren't loaded, 4 is no number.
-// "p" is a pointer, "self" and "other" are processes: the calling one, with graph 1001, and one
-// without a graph. Rows with two mistakes show the order of the checks.
+// "p" is a pointer to 256 ints, "last" one to the last that can be read, "beyond" is an int
+// further; "self" and "other" are processes: the calling one, with graph 1001, and one without a
+// graph. Rows with two mistakes show the order of the checks.
 constexpr const char *rows = R"(
 32: map_put 0 1000 1001 3 3 -> 1
 32: map_put 0 1000 1 5 3 3 -> 1
@@ -110,7 +113,11 @@ constexpr const char *rows = R"(
 8: map_set_color 0 1000 255 256 -> fail 154 4 256
 16: map_set_color 0 1000 0 65536 -> fail
 16: map_convert_palette 0 1000 p -> fail
+8: map_convert_palette 0 1000 last -> 1
+8: map_convert_palette 0 1000 beyond -> fail
 8: map_convert_palette 0 1000 null -> fail
+8: map_convert_palette 0 1000 7 -> fail
+8: map_convert_palette 0 1000 -4 -> fail
 8: map_convert_palette 0 1006 p -> fail 121 2 1006
 32: map_get_cpoint 0 1000 0 p p -> 1
 32: map_get_cpoint 0 1000 0 null null -> 1
@@ -145,7 +152,16 @@ TEST_F(MapFunctions, ArgumentsResultsAndReports) {
   self.locals->graph = 1001;
   host.current_process = &self;
   std::vector<int32_t> ints(256);
+  // Two pages, of which the second can't be read.
+  const size_t page = size_t(sysconf(_SC_PAGESIZE));
+  auto *const pages = static_cast<uint8_t *>(
+      mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+  ASSERT_NE(pages, MAP_FAILED);
+  ASSERT_EQ(mprotect(pages + page, page, PROT_NONE), 0);
+  const auto last = std::bit_cast<int32_t>(pages + page - 256 * sizeof(int32_t));
   std::map<std::string, int32_t> words = {{"p", std::bit_cast<int32_t>(ints.data())},
+                                          {"last", last},
+                                          {"beyond", last + 4},
                                           {"null", 0},
                                           {"self", std::bit_cast<int32_t>(&self)},
                                           {"other", std::bit_cast<int32_t>(&other)}};
@@ -185,7 +201,8 @@ TEST_F(MapFunctions, ArgumentsResultsAndReports) {
     EXPECT_EQ(host.times_returned(), 1);
     tried++;
   }
-  EXPECT_EQ(tried, 92);
+  munmap(pages, 2 * page);
+  EXPECT_EQ(tried, 96);
 }
 
 // ---- Pixels ------------------------------------------------------------------------------------

@@ -122,6 +122,7 @@ constexpr const char *rows = R"(
 8: palette_set_colors -1 1 ints -> fail
 8: palette_set_colors 0 -1 ints -> fail
 8: palette_set_colors 0 1 null -> fail
+8: palette_set_colors 0 256 7 -> fail
 16: palette_set_colors 0 1 ints -> fail
 8: palette_find_color 0 0 0 -> 40
 8: palette_find_color 63 63 63 -> 15
@@ -184,7 +185,7 @@ TEST_F(PaletteFunctions, ArgumentsResultsAndReports) {
     EXPECT_EQ(host.left_over(), 0u);
     tried++;
   }
-  EXPECT_EQ(tried, 44);
+  EXPECT_EQ(tried, 45);
 }
 
 // ---- Files -------------------------------------------------------------------------------------

@@ -2,6 +2,7 @@
 // check (109, 110, 111, 121) and returns the failure value when that or another check reports.
 #include <bit>
 
+#include "module/readable.h"
 #include "module/script_call.h"
 #include "script/handlers.h"
 #include "script/pixels.h"
@@ -105,13 +106,15 @@ int32_t ORB_map_set_color() {
 
 /// map_convert_palette(file, graph, address of 256 ints), convert_palette(...): replaces each index
 /// i of an 8-bit graph by the low byte of element i. 1, or the failure value for a graph of another
-/// depth or a null address.
+/// depth or an address from which they can't be read.
 int32_t ORB_map_convert_palette() {
   const script_call call{"MAP_CONVERT_PALETTE"};
   auto [file, graph, address] = pop_args<int32_t, int32_t, int32_t>();
   const orb_map_slot *slot = check_graph(call, file, graph);
-  if (!slot || slot->surface->depth != 8 || address == 0) return call.fail();
-  const auto *indices = std::bit_cast<const int32_t *>(address);
+  if (!slot || slot->surface->depth != 8) return call.fail();
+  int32_t indices[256];
+  if (!copy_if_readable(indices, std::bit_cast<const void *>(address), sizeof indices))
+    return call.fail();
   uint8_t table[256];
   for (int32_t i = 0; i < 256; i++)
     table[i] = uint8_t(indices[i]);

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "formats/palette_file.h"
+#include "module/readable.h"
 #include "module/script_call.h"
 #include "script/handlers.h"
 #include "surface/palette.h"
@@ -121,16 +122,16 @@ int32_t ORB_palette_set_color() {
 }
 
 /// palette_set_colors(first, count, ints): `count` entries from an array of red, green, blue, each
-/// as in palette_set_color. 1, or the failure value for a range that isn't within the palette or no
-/// array.
+/// as in palette_set_color. 1, or the failure value for a range that isn't within the palette or an
+/// array that can't be read.
 int32_t ORB_palette_set_colors() {
   const script_call call{"PALETTE_SET_COLORS"};
   const auto [first, count, components] = pop_args<int32_t, int32_t, int32_t *>();
   if (!palette_in_use() || !is_range(first, count) || !components) return call.fail();
-  for (int32_t i = 0; i < count; i++) {
-    const int32_t *rgb = components + 3 * i;
-    device2D.set_color(uint8_t(first + i), rgb[0], rgb[1], rgb[2]);
-  }
+  int32_t colours[256][3];
+  if (!copy_if_readable(colours, components, size_t(count) * sizeof *colours)) return call.fail();
+  for (int32_t i = 0; i < count; i++)
+    device2D.set_color(uint8_t(first + i), colours[i][0], colours[i][1], colours[i][2]);
   return call.done(1);
 }
 

@@ -176,10 +176,9 @@ act(6, function()
   elseif form == 5 then
     ground_get(file, graph)
   else
-    if world.full "graphs" then return end
-    -- The pixels of a graph are 256 ints, too.
-    local table_graph = world.enter("graphs", map_new(32, 32, colour()))
-    map_convert_palette(file, graph, map_get_buffer(0, table_graph))
+    local turned, by = {}, below(256)
+    for i = 1, 256 do turned[i] = (i - 1 + by) % 256 end
+    map_convert_palette(file, graph, turned)
   end
 end)
 
