@@ -157,10 +157,10 @@ TEST(AllocationFailure, FilesAreWritten) {
                  world.make_graph(21, 17);
                  world.call("fpg_new");
                  world.call("fpg_add_map", 0, 5, 0, graph);
+                 write_file(file, {'o', 'l', 'd'});
                },
            .act = [=](failure_world &world) { return world.call(function, arguments...); },
-           .refusals = {"123 " + report},
-           .writes = file});
+           .refusals = {"123 " + report}});
     };
     for (int32_t format = 1; format <= 6; ++format)
       for (const int32_t parameter : {0, 1})

@@ -153,6 +153,7 @@ private:
   bool run(const trial &now) {
     failure_world world;
     begin(world, operation_);
+    const std::string files = failure_world::written_files();
     outcome taken;
     {
       allocation_fault fault(now.request, now.scope, now.kind);
@@ -173,9 +174,7 @@ private:
     // Such a result with a report means that the work was done all the same.
     const bool done = taken.result == reference_.expected.result;
     if (!operation_.partial && !done) expect_same(reference_.before, world.contents(), taken);
-    if (!operation_.writes.empty() && std::filesystem::exists(operation_.writes)) {
-      EXPECT_EQ(std::filesystem::file_size(operation_.writes), 0u);
-    }
+    if (!done) expect_same(files, failure_world::written_files(), taken);
     if (now.request % operation_.repeat_every != 0) return true;
     if (operation_.recover) operation_.recover(world);
     take_outcome(world, 0);

@@ -49,6 +49,8 @@ public:
   /// What the module holds, line by line: counters, libraries and graphs, regions, draws, palette,
   /// mode, fades and pixels, as text that differs when they do.
   std::string contents() const;
+  /// The files in the folder of written ones, and what is in them.
+  static std::string written_files();
   /// The sizes of lists that only ever grow, and the written files.
   std::string sizes_and_files() const;
 
@@ -74,8 +76,6 @@ struct failure_case {
   /// A refusal may leave work behind that its repetition completes. Such a one, and one that takes
   /// a display back, may say any number of the above.
   bool partial = false;
-  /// A file of which a refusal must leave nothing that looks whole.
-  std::string writes = "";
   /// Of an operation that takes long and asks often, only one refusal in so many is followed by a
   /// repetition.
   uint32_t repeat_every = 1;

@@ -200,6 +200,15 @@ std::string failure_world::contents() const {
   return out.str();
 }
 
+std::string failure_world::written_files() {
+  std::ostringstream out;
+  for (const auto &entry : std::filesystem::directory_iterator(folder())) {
+    const file_bytes bytes = read_file(entry.path());
+    out << entry.path() << " " << hash_of(bytes.data(), bytes.size()) << "\n";
+  }
+  return out.str();
+}
+
 std::string failure_world::sizes_and_files() const {
   std::ostringstream out;
   out << "sizes " << max_map << " " << max_fpg << " " << max_region << " " << max_draw << "\n";
@@ -207,11 +216,7 @@ std::string failure_world::sizes_and_files() const {
     out << "blit list " << pBlitLists2D->lists[i].capacity << "\n";
   for (const auto &[name, bytes] : disk.files)
     out << name << " " << hash_of(bytes.data(), bytes.size()) << "\n";
-  for (const auto &entry : std::filesystem::directory_iterator(folder())) {
-    const file_bytes bytes = read_file(entry.path());
-    out << entry.path() << " " << hash_of(bytes.data(), bytes.size()) << "\n";
-  }
-  return out.str();
+  return out.str() + written_files();
 }
 
 int32_t (*failure_world::handler(const char *name, size_t arguments))() {

@@ -425,20 +425,15 @@ TEST_F(JpegWriter, FilesAreWhatLibjpegMakesOfTheColours) {
     }
 }
 
-TEST_F(JpegWriter, FullDiskMissingFolderAndImpossiblePicturesAreFailures) {
-  reset_image();
-  const std::string name = path("none.jpg");
-  EXPECT_EQ(ORB_SaveJPEG(name.c_str(), 0), 0);
-  image_data = aligned_malloc(200 * 200 * 4);
-  memset(image_data, 77, 200 * 200 * 4);
-  image_w = image_h = 200;
-  image_bpp = 32;
-  EXPECT_EQ(ORB_SaveJPEG(path("missing/picture.jpg").c_str(), 0), 0);
-  EXPECT_EQ(ORB_SaveJPEG("/dev/full", 0), 0);
-  EXPECT_EQ(ORB_SaveJPEG("/dev/full", 100), 0); // small enough to fail only at the end
-  image_w = 65501;                              // what a JPEG file can't say
-  image_h = 1;
+// libjpeg gives them up when the file is already open.
+TEST_F(JpegWriter, PicturesThatAJpegFileCantSayAreFailures) {
+  const std::string name = path("kept.jpg");
   write_file(name, {'k', 'e', 'p', 't'});
+  reset_image();
+  image_data = aligned_malloc(65501 * 4);
+  image_w = 65501;
+  image_h = 1;
+  image_bpp = 32;
   EXPECT_EQ(ORB_SaveJPEG(name.c_str(), 0), 0);
   EXPECT_EQ(read_file(name), (file_bytes{'k', 'e', 'p', 't'}));
 }

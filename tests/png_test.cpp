@@ -354,18 +354,4 @@ TEST_F(PngWriter, FilesAtEveryDepthReadEqualElsewhereAndHere) {
     }
 }
 
-TEST_F(PngWriter, FullDiskMissingFolderAndNoPictureAreFailures) {
-  reset_image();
-  EXPECT_EQ(ORB_SavePNG(path("none.png").c_str(), 0), 0);
-  EXPECT_FALSE(std::filesystem::exists(path("none.png")));
-  const uint32_t size = 200 * 200 * 4;
-  image_data = aligned_malloc(size);
-  memset(image_data, 77, size);
-  image_w = image_h = 200;
-  image_bpp = 32;
-  EXPECT_EQ(ORB_SavePNG(path("missing/picture.png").c_str(), 0), 0);
-  EXPECT_EQ(ORB_SavePNG("/dev/full", 0), 0);
-  EXPECT_EQ(ORB_SavePNG("/dev/full", 9), 0); // small enough to fail only when it is closed
-}
-
 } // namespace

@@ -35,7 +35,7 @@ struct image_codec {
   int32_t (*load_palette)(const char *filename);
   /// Writes image_w x image_h pixels of image_data at image_bpp, 8 bits with the palette in force.
   /// `parameter` is the format's own (compression or quality; -1 its default). The key serves MAP
-  /// files only. 1, or 0 with no file left behind that looks whole.
+  /// files only. 1, or 0 with the file of that name as it was.
   int32_t (*save)(const char *filename, int32_t parameter, const char *key);
 };
 /// In probing order: MAP, BMP, JPEG, PCX, PNG, TGA, as far as they are built in.

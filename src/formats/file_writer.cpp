@@ -1,19 +1,108 @@
 #include "formats/file_writer.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
 
 #include "formats/codec.h"
 #include "module/runtime.h"
 #include "surface/palette.h"
 
+namespace {
+
+constexpr int most_links = 40, most_names = 100;
+
+/// Sets the folder and the name that a path leads to. Links at its end are followed, the one that
+/// leads to no file yet as well: the new file belongs beside its target, where a rename reaches it.
+bool find_place(file_writer *file, const char *filename) {
+  char path[PATH_MAX];
+  if (snprintf(path, sizeof path, "%s", filename) >= int(sizeof path)) return false;
+  for (int links = 0; links <= most_links; links++) {
+    char *slash = strrchr(path, '/');
+    const char *name = slash ? slash + 1 : path;
+    if (!*name || strlen(name) > NAME_MAX) return false;
+    strcpy(file->name, name);
+    if (slash) slash[1] = '\0';
+    const int from = file->folder;
+    file->folder = openat(from, slash ? path : ".", O_PATH | O_DIRECTORY | O_CLOEXEC);
+    if (from >= 0) close(from);
+    if (file->folder < 0) return false;
+    const ssize_t length = readlinkat(file->folder, file->name, path, sizeof path - 1);
+    if (length < 0) return errno == EINVAL || errno == ENOENT; // no link, or nothing there
+    path[length] = '\0';
+  }
+  return false;
+}
+
+/// Makes the new file in the folder, with the rights that the umask leaves. Its descriptor, or -1.
+int create_new_file(file_writer *file, mode_t rights) {
+  static uint32_t serial = 0;
+  for (int i = 0; i < most_names; i++) {
+    snprintf(file->new_name, sizeof file->new_name, ".orb-%d-%u.tmp", int(getpid()), ++serial);
+    const int descriptor =
+        openat(file->folder, file->new_name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, rights);
+    if (descriptor >= 0 || errno != EEXIST) return descriptor;
+  }
+  return -1;
+}
+
+/// Gives the new file the rights of the old one, and its owner or at least its group where the
+/// system lets us.
+void keep_rights(int descriptor, const struct statx &old) {
+  if (fchown(descriptor, old.stx_uid, old.stx_gid) != 0 &&
+      fchown(descriptor, uid_t(-1), old.stx_gid) != 0) {
+    // Then it belongs to who saves it.
+  }
+  fchmod(descriptor, old.stx_mode & 0777);
+}
+
+bool open_new_file(file_writer *file, const char *path) {
+  // stat() fails at 32 bits on long files, large inode numbers and late dates.
+  struct statx old;
+  const bool exists = statx(AT_FDCWD, path, 0, STATX_BASIC_STATS, &old) == 0;
+  if (exists ? !S_ISREG(old.stx_mode) : errno != ENOENT) return false;
+  if (!find_place(file, path)) return false;
+  // Renaming asks for no right to the file itself: one that is protected stays so. A link of /proc
+  // may lead to a file that has lost its name: that one isn't in the folder.
+  if (exists && faccessat(file->folder, file->name, W_OK, 0) != 0) return false;
+  const int descriptor = create_new_file(file, exists ? old.stx_mode & 0777 : 0666);
+  if (descriptor < 0) return false;
+  if (exists) keep_rights(descriptor, old);
+  file->file = fdopen(descriptor, "wb");
+  if (file->file) return true;
+  close(descriptor);
+  unlinkat(file->folder, file->new_name, 0);
+  return false;
+}
+
 bool open_writer(file_writer *file, const char *filename) {
-  const char *path = rt_file_path(filename, ORB_PATH_WRITE);
-  file->file = path ? fopen(path, "wb") : nullptr;
+  file->folder = AT_FDCWD;
   file->failed = false;
-  if (!file->file) return false;
+  const char *path = rt_file_path(filename, ORB_PATH_WRITE);
+  if (!path || !open_new_file(file, path)) {
+    if (file->folder >= 0) close(file->folder);
+    return false;
+  }
   setvbuf(file->file, file->buffer, _IOFBF, sizeof file->buffer);
   return true;
 }
+
+/// Puts the new file in the place of the old one, or takes it away when something failed.
+int32_t close_writer(file_writer *file) {
+  // stdio drops what it couldn't write and closes well afterwards.
+  if (ferror(file->file)) file->failed = true;
+  if (fclose(file->file) != 0) file->failed = true;
+  if (!file->failed && renameat(file->folder, file->new_name, file->folder, file->name) != 0)
+    file->failed = true;
+  if (file->failed) unlinkat(file->folder, file->new_name, 0);
+  close(file->folder);
+  return !file->failed;
+}
+
+} // namespace
 
 void write_bytes(file_writer &file, const void *bytes, uint32_t count) {
   if (!file.failed && fwrite(bytes, 1, count, file.file) != count) file.failed = true;
@@ -27,16 +116,6 @@ uint32_t writer_offset(file_writer &file) {
   const long offset = file.failed ? 0 : ftell(file.file);
   if (offset < 0) file.failed = true;
   return file.failed ? 0 : uint32_t(offset);
-}
-
-int32_t close_writer(file_writer *file) {
-  // The last bytes may fail only now, when stdio hands them to the system.
-  if (fflush(file->file) != 0) file->failed = true;
-  if (file->failed && ftruncate(fileno(file->file), 0) != 0) {
-    // A device or a full disk: then there is no file to be mistaken for a whole one.
-  }
-  if (fclose(file->file) != 0) file->failed = true;
-  return !file->failed;
 }
 
 int32_t write_picture_file(const char *filename, int32_t parameter,

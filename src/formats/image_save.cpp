@@ -40,8 +40,8 @@ int32_t save_or_report(const script_call &call, const orb_map_slot &slot, image_
 /// img_format_map .. img_format_tga. The parameter, -1 to 1, is the format's own: 1 compresses MAP,
 /// BMP and TGA files; PNG takes it for a compression level, JPEG for what its quality lacks of 100,
 /// and -1 leaves both their defaults. The key enciphers MAP files. 1, or the failure value: after
-/// reporting a bad graph, or 123 for a file that can't be written; silently for a bad format or
-/// parameter.
+/// reporting a bad graph, or 123 for a file that can't be written, which leaves an old file as it
+/// was; silently for a bad format or parameter.
 int32_t ORB_image_save() {
   const script_call call{"IMAGE_SAVE"};
   const int32_t given = rt_param_count();

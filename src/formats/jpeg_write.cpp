@@ -96,7 +96,5 @@ bool write_jpeg(file_writer &file, int32_t parameter) {
 } // namespace
 
 int32_t ORB_SaveJPEG(const char *filename, int32_t parameter) {
-  // Refused before a file of that name is overwritten.
-  if (image_w > JPEG_MAX_DIMENSION || image_h > JPEG_MAX_DIMENSION) return 0;
   return write_picture_file(filename, parameter, write_jpeg);
 }
