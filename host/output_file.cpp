@@ -3,65 +3,95 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <climits>
 #include <fcntl.h>
-#include <filesystem>
 #include <unistd.h>
 
 namespace orbhost {
 namespace {
 
-namespace fs = std::filesystem;
+constexpr int most_links = 40, most_names = 100;
 
-constexpr int temporary_names = 100;
-
-// Makes a new file beside `target` with the rights that `target` has, or that a new one would get.
-// Its name is short whatever the target's is, and hidden. -1 when there can be none.
-int create_beside(const fs::path &target, std::string &name) {
-  static unsigned serial = 0;
-  for (int i = 0; i < temporary_names; ++i) {
-    const std::string file =
-        ".orb-" + std::to_string(::getpid()) + "-" + std::to_string(++serial) + ".tmp";
-    name = (target.parent_path() / file).string();
-    const int descriptor = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (descriptor < 0 && errno == EEXIST) continue;
-    struct stat old;
-    if (descriptor >= 0 && ::stat(target.c_str(), &old) == 0) {
-      static_cast<void>(::fchmod(descriptor, old.st_mode & 0777));
-    }
-    return descriptor;
+// Gives the new file the rights of the old one, and its owner or at least its group where the
+// system lets us.
+void keep_rights(int descriptor, const struct statx &old) {
+  if (::fchown(descriptor, old.stx_uid, old.stx_gid) != 0 &&
+      ::fchown(descriptor, static_cast<uid_t>(-1), old.stx_gid) != 0) {
+    // Then it belongs to who saves it.
   }
-  return -1;
+  static_cast<void>(::fchmod(descriptor, old.stx_mode & 0777u));
+}
+
+bool refuse(int error) {
+  errno = error;
+  return false;
 }
 
 } // namespace
 
+OutputFile::OutputFile() : folder_(AT_FDCWD) {}
+
 std::unique_ptr<OutputFile> OutputFile::create(const std::string &path) {
-  std::error_code error;
-  fs::path target = fs::canonical(path, error);
-  const bool exists = !error;
-  if (!exists) target = path;
-  // Renaming asks for no right to the file itself: one that is protected stays so.
-  if (exists && ::access(target.c_str(), W_OK) != 0) return nullptr;
-  std::string temporary;
-  int descriptor = create_beside(target, temporary);
-  if (descriptor < 0 && exists) {
-    temporary.clear();
-    descriptor = ::open(target.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
-  }
-  if (descriptor < 0) return nullptr;
-  std::FILE *file = ::fdopen(descriptor, "wb");
-  if (!file) {
-    ::close(descriptor);
-    if (!temporary.empty()) ::unlink(temporary.c_str());
-    return nullptr;
-  }
-  return std::unique_ptr<OutputFile>(new OutputFile(file, target.string(), std::move(temporary)));
+  std::unique_ptr<OutputFile> file(new OutputFile);
+  if (!file->open(path)) return nullptr;
+  return file;
 }
 
 OutputFile::~OutputFile() {
-  if (!file_) return;
-  std::fclose(file_);
-  if (!temporary_.empty()) ::unlink(temporary_.c_str());
+  discard();
+  if (folder_ >= 0) ::close(folder_);
+}
+
+bool OutputFile::open(const std::string &path) {
+  // stat() fails at 32 bits on long files, large inode numbers and late dates.
+  struct statx old {};
+  const bool exists = ::statx(AT_FDCWD, path.c_str(), 0, STATX_BASIC_STATS, &old) == 0;
+  if (!exists && errno != ENOENT) return false;
+  if (exists && !S_ISREG(old.stx_mode)) return refuse(S_ISDIR(old.stx_mode) ? EISDIR : ENOTSUP);
+  if (!find_place(path)) return false;
+  // Renaming asks for no right to the file itself: one that is protected stays so. A link of /proc
+  // may lead to a file that has lost its name: that one isn't in the folder.
+  if (exists && ::faccessat(folder_, name_.c_str(), W_OK, 0) != 0) return false;
+  const int descriptor = create_new_file(exists ? old.stx_mode & 0777u : 0666u);
+  if (descriptor < 0) return false;
+  if (exists) keep_rights(descriptor, old);
+  file_ = ::fdopen(descriptor, "wb");
+  if (!file_) ::close(descriptor);
+  return file_ != nullptr;
+}
+
+// Links at the end of the path are followed, the one that leads to no file yet as well: the new
+// file belongs beside its target, where a rename reaches it.
+bool OutputFile::find_place(std::string path) {
+  for (int links = 0; links <= most_links; ++links) {
+    const std::size_t name = path.rfind('/') + 1; // 0 without a slash
+    name_ = path.substr(name);
+    if (name_.empty()) return refuse(path.empty() ? ENOENT : EISDIR);
+    const std::string folder = name == 0 ? "." : path.substr(0, name);
+    const int from = folder_;
+    folder_ = ::openat(from, folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    if (from >= 0) ::close(from);
+    if (folder_ < 0) return false;
+    char target[PATH_MAX];
+    const ssize_t length = ::readlinkat(folder_, name_.c_str(), target, sizeof target);
+    if (length < 0) return errno == EINVAL || errno == ENOENT; // no link, or nothing there
+    path.assign(target, static_cast<std::size_t>(length));
+  }
+  return refuse(ELOOP);
+}
+
+int OutputFile::create_new_file(unsigned rights) {
+  static unsigned serial = 0;
+  for (int i = 0; i < most_names; ++i) {
+    const std::string name =
+        ".orb-" + std::to_string(::getpid()) + "-" + std::to_string(++serial) + ".tmp";
+    const int descriptor =
+        ::openat(folder_, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, rights);
+    if (descriptor < 0 && errno == EEXIST) continue;
+    if (descriptor >= 0) new_name_ = name;
+    return descriptor;
+  }
+  return -1;
 }
 
 std::size_t OutputFile::write(const void *data, std::size_t bytes) {
@@ -84,12 +114,28 @@ void OutputFile::fail(int error) {
 
 int OutputFile::commit() {
   if (!file_) return error_;
+  // stdio drops what it couldn't write and closes well afterwards.
+  if (std::ferror(file_)) fail(EIO);
   if (std::fclose(file_) != 0) fail(errno);
   file_ = nullptr;
-  if (temporary_.empty()) return error_;
-  if (!error_ && std::rename(temporary_.c_str(), target_.c_str()) != 0) fail(errno);
-  if (error_) ::unlink(temporary_.c_str());
+  if (!error_ && ::renameat(folder_, new_name_.c_str(), folder_, name_.c_str()) != 0) fail(errno);
+  if (!error_) new_name_.clear();
+  discard();
   return error_;
+}
+
+void OutputFile::discard() {
+  if (file_) std::fclose(file_);
+  file_ = nullptr;
+  if (!new_name_.empty()) ::unlinkat(folder_, new_name_.c_str(), 0);
+  new_name_.clear();
+}
+
+int save_file(const std::string &path, const void *data, std::size_t bytes) {
+  const auto file = OutputFile::create(path);
+  if (!file) return errno;
+  file->write(data, bytes);
+  return file->commit();
 }
 
 } // namespace orbhost

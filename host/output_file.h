@@ -9,14 +9,17 @@
 
 namespace orbhost {
 
-// Bytes go to a temporary file beside the target, which commit() renames over it: a save that fails
-// half-way, or a program that ends in it, doesn't cost the file that was there. Where a new file
-// can't be made in the folder, but the target can be written, it is written in place.
+// Bytes go to a new file in the same folder, which commit() renames over the old one: a save that
+// fails half-way, or a program that ends in it, doesn't cost the file that was there. The module's
+// writers of pictures do the same (src/formats/file_writer.h).
 class OutputFile {
 public:
-  // Null when the file can't be written; errno says why. A link is followed.
+  // Null when the file can't be saved; errno says why: the path leads to something else than a
+  // regular file (ENOTSUP, or EISDIR), to one that is protected, or into a folder where no file can
+  // be made. A link is followed, also to a file that isn't there yet; the rights of an old file are
+  // kept.
   static std::unique_ptr<OutputFile> create(const std::string &path);
-  ~OutputFile(); // removes the temporary file unless commit() was called
+  ~OutputFile(); // removes the new file unless commit() was called
   OutputFile(const OutputFile &) = delete;
   OutputFile &operator=(const OutputFile &) = delete;
 
@@ -29,19 +32,29 @@ public:
   void fail(int error);
   [[nodiscard]] bool lost() const { return error_ != 0; }
 
-  // Puts the file in its place. 0, or the errno of the first failure: then the target is what it
-  // was before (except where it was written in place).
+  // Puts the file in its place. 0, or the errno of the first failure: then the old file is what it
+  // was, and nothing stays beside it.
   int commit();
 
 private:
-  OutputFile(std::FILE *file, std::string target, std::string temporary)
-      : file_(file), target_(std::move(target)), temporary_(std::move(temporary)) {}
+  OutputFile();
+  bool open(const std::string &path);
+  // Sets the folder and the name that a path leads to.
+  bool find_place(std::string path);
+  // Makes the new file, with the rights that the umask leaves. Its descriptor, or -1.
+  int create_new_file(unsigned rights);
+  // Closes and removes the new file, if it is still there.
+  void discard();
 
-  std::FILE *file_;
-  std::string target_;
-  std::string temporary_; // empty: written in place
+  std::FILE *file_ = nullptr; // the new file
+  int folder_;                // of both files
+  std::string name_;          // in the folder: of the file that is saved,
+  std::string new_name_;      // and of the new one until it is complete
   std::uint64_t position_ = 0;
   int error_ = 0;
 };
+
+// Saves a file at once. 0, or an errno as create() and commit() give.
+int save_file(const std::string &path, const void *data, std::size_t bytes);
 
 } // namespace orbhost

@@ -1,6 +1,7 @@
 #include "host/screenshot.h"
 
 #include "host/host.h"
+#include "host/output_file.h"
 
 #include <SDL.h>
 #include <png.h>
@@ -92,8 +93,13 @@ void save_png(const Picture &picture, const std::string &path) {
   image.width = static_cast<png_uint_32>(picture.width);
   image.height = static_cast<png_uint_32>(picture.height);
   image.format = PNG_FORMAT_RGB;
-  if (!png_image_write_to_file(&image, path.c_str(), 0, picture.rgb.data(), 0, nullptr)) {
+  std::vector<std::uint8_t> bytes(PNG_IMAGE_PNG_SIZE_MAX(image));
+  png_alloc_size_t size = bytes.size();
+  if (!png_image_write_to_memory(&image, bytes.data(), &size, 0, picture.rgb.data(), 0, nullptr)) {
     throw HostError(path + ": " + image.message);
+  }
+  if (const int error = save_file(path, bytes.data(), size)) {
+    throw HostError(path + ": can't be written: " + std::strerror(error));
   }
 }
 

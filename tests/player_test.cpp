@@ -169,6 +169,11 @@ TEST_F(Player, FramesAndScreenshots) {
   EXPECT_EQ(late.status, 1);
   EXPECT_EQ(late.err, "orbplay: no screenshot late.png: play ended at frame 5\n");
   EXPECT_EQ(play("--headless --frames 1 --screenshot no/such.png n.lua").status, 1);
+  // A file that could be written, but not replaced.
+  fs::create_symlink("/proc/self/comm", folder / "comm.png");
+  const Outcome fixed = play("--headless --frames 1 --screenshot comm.png n.lua");
+  EXPECT_EQ(fixed.status, 1);
+  EXPECT_THAT(fixed.err, HasSubstr("comm.png: can't be written: "));
 }
 
 // A pixel of a known colour: the pictures hold what the screen shows.
