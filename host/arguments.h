@@ -61,6 +61,7 @@ public:
   // Disposes of up to `count` arguments that are still to be fetched.
   void drop(std::int32_t count);
   // Arguments of the call, however many have been fetched.
+  [[nodiscard]] const std::vector<Argument> &arguments() const { return arguments_; }
   [[nodiscard]] std::int32_t count() const { return static_cast<std::int32_t>(arguments_.size()); }
 
   void set_result(std::int32_t value) { result_ = value; }

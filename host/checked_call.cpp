@@ -1,12 +1,9 @@
 #include "host/checked_call.h"
 
-#include <cstdint>
 #include <utility>
 
 namespace orbhost {
 namespace {
-
-constexpr std::int32_t failure_value = INT32_MIN;
 
 std::string describe_failure(std::string_view function, const std::vector<ErrorReport> &reports) {
   return reports.empty() ? std::string(function) + ": failed" : describe(reports.front());

@@ -77,6 +77,7 @@ void Files::close(void *handle) {
   streams_.erase(found);
   const int error = opened.stream->close();
   if (error == 0) return;
+  ++losses_;
   const std::string reason = std::strerror(error);
   if (on_loss)
     on_loss(opened.path, reason);

@@ -36,11 +36,13 @@ public:
   // The stream of a handle that open() gave and close() hasn't taken; null otherwise.
   [[nodiscard]] Stream *find(void *handle) const;
   // Ends a stream. Only here does a written file take its name, with everything in it: until then,
-  // and for good when a write has failed, the file that had the name stays as it was. The services
-  // have no result that could say so; on_loss does.
+  // and for good when a write has failed, the file that had the name stays as it was. The service
+  // has no result that could say so; on_loss and losses() do.
   void close(void *handle);
   // Called with the path and the reason when a written file is lost; by default a line on stderr.
   std::function<void(const std::string &path, const std::string &reason)> on_loss;
+  // Written files that were lost so far.
+  [[nodiscard]] std::size_t losses() const { return losses_; }
 
   // Streams that are open now.
   [[nodiscard]] std::size_t open_count() const { return streams_.size(); }
@@ -53,6 +55,7 @@ private:
     std::string path;
   };
   std::unordered_map<void *, Opened> streams_;
+  std::size_t losses_ = 0;
 };
 
 } // namespace orbhost

@@ -6,6 +6,7 @@
 #include <dlfcn.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstdlib>
 
 namespace orbhost {
@@ -16,6 +17,7 @@ constexpr const char *host_globals = "struct mouse int file = 0; int graph = 0; 
                                      "int y = 0; int angle = 0; int size = 100; int flags = 0; "
                                      "end ";
 constexpr std::size_t kept_errors = 1000;
+constexpr std::int32_t not_saved = 123; // the code of the script error
 
 } // namespace
 
@@ -162,7 +164,28 @@ std::string Host::call_text(std::string_view name, std::vector<Argument> argumen
 
 std::int32_t Host::call_form(const Function &function, std::vector<Argument> arguments) {
   call_.begin(std::move(arguments));
-  return function.handler();
+  const std::size_t losses = files_.losses();
+  const std::int32_t result = function.handler();
+  return files_.losses() == losses || result == failure_value ? result : fail_save(function);
+}
+
+// Closing tells the module nothing: it takes a file for saved that was lost then. The caller hears
+// of it as of any other file that couldn't be written.
+std::int32_t Host::fail_save(const Function &function) {
+  ErrorReport loss{not_saved, function.name, ORB_VALUE_STRING, 0, 0, {}};
+  for (char &c : loss.function)
+    c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  // The first text of every call that saves is the file's name.
+  for (const Argument &argument : call_.arguments()) {
+    ++loss.position;
+    if (const char *text = argument.text()) {
+      loss.text = text;
+      break;
+    }
+  }
+  report(std::move(loss));
+  call_.set_result(failure_value);
+  return failure_value;
 }
 
 std::int32_t &Host::global(std::string_view name, std::uint32_t index) {

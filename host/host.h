@@ -34,6 +34,9 @@
 
 namespace orbhost {
 
+// What most script functions return that fail.
+inline constexpr std::int32_t failure_value = INT32_MIN;
+
 // Misuse of a Host, or a module that can't be loaded.
 class HostError : public std::runtime_error {
 public:
@@ -86,7 +89,8 @@ public:
 
   // Calls a script function. The form is the one with that many arguments whose types fit best
   // (see best_form); throws HostError when none fits. A text result stays valid until the next
-  // call; call_text copies it.
+  // call; call_text copies it. A call that loses a file at its closing reports 123 and fails, even
+  // though the module knows nothing of it.
   std::int32_t call(std::string_view name, std::vector<Argument> arguments = {});
   std::string call_text(std::string_view name, std::vector<Argument> arguments = {});
   // Calls a form outright, without looking at types.
@@ -152,6 +156,7 @@ private:
   void update_mouse();
   void run_hooks(std::int32_t kind);
   void report(ErrorReport report);
+  std::int32_t fail_save(const Function &function);
 
   Options options_;
   Registration registration_;

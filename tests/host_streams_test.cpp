@@ -1,6 +1,8 @@
 // The host's streams against plain references: layout, cipher, seeks, damage, and saving safely.
 #include "host/cipher.h"
 #include "host/files.h"
+#include "host/host.h"
+#include "module/module.h"
 #include "orb/graphics2d.h"
 #include "safe_saves.h"
 
@@ -320,6 +322,44 @@ TEST_F(HostStreams, SavesWholeFilesOrNone) {
     others = Files();
     EXPECT_EQ(raw(), Bytes({1}));
     EXPECT_EQ(files_in_folder(), 1u);
+  }
+}
+
+// Small files, whose bytes all fit into a buffer, are lost only when they are closed.
+TEST_F(HostStreams, LostFilesAreFailedCalls) {
+  orbhost::Host host;
+  host.on_error = [](const orbhost::ErrorReport &) {};
+  host.files().on_loss = [](const std::string &, const std::string &) {};
+  host.attach(ORB_mod_graphics2D_MainLibraryExports);
+  host.init();
+  host.call("mode_set", {64, 48, 8});
+  const std::int32_t graph = host.call("map_new", {9, 9, 1});
+  host.call("fpg_new");
+  host.call("fpg_add_map", {0, 1, 0, graph});
+  const struct {
+    std::string function; // in capitals
+    std::vector<orbhost::Argument> arguments;
+    std::size_t file; // among them
+  } calls[] = {{"MAP_SAVE", {0, graph, ""}, 2},      {"MAP_SAVE", {0, graph, "", 1, "key"}, 2},
+               {"IMAGE_SAVE", {0, graph, "", 1}, 2}, {"FPG_SAVE", {0, ""}, 1},
+               {"FPG_SAVE", {0, "", 1, "key"}, 1},   {"PALETTE_SAVE", {""}, 0}};
+  for (const auto &call : calls) {
+    SCOPED_TRACE(call.function);
+    std::string name = call.function;
+    std::ranges::transform(name, name.begin(), ::tolower);
+    safe_saves::expect_safe_saves(folder / "saves", [&](const std::string &to) {
+      auto arguments = call.arguments;
+      arguments[call.file] = to;
+      const std::int32_t result = host.call(name, arguments);
+      std::string reports;
+      for (const auto &report : host.take_errors())
+        reports += describe(report);
+      if (result == 1 && reports.empty()) return true;
+      EXPECT_EQ(result, INT32_MIN);
+      EXPECT_EQ(reports, call.function + ": argument " + std::to_string(call.file + 1) + " (\"" +
+                             to + "\"): the file can't be saved");
+      return false;
+    });
   }
 }
 
