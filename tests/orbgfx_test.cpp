@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <png.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 #include <cstdint>
@@ -337,7 +338,7 @@ TEST_F(Orbgfx, SaysWhatIsWrong) {
   fail("convert --depth 16 a.fpg x.fpg", 1, "a.fpg: 32 bits, which is deeper than 16 bits");
   fail("palette 1_a.png", 1, "1_a.png: no palette can be read from this file");
   fail("convert --palette a.fpg 1_a.png x.png", 1, "a.fpg: no palette can be read from this file");
-  fail("pack -o no/x.fpg 1_a.png", 1, "no/x.fpg: can't be written");
+  fail("pack -o no/x.fpg 1_a.png", 1, "no/x.fpg: can't be written: No such file or directory");
   fail("pack -o x.fpg .", 1, ".: not a file");
   EXPECT_EQ(gfx("convert 1_a.png x.xyz").status, 2);
   EXPECT_EQ(gfx("diff a.fpg 1_a.png").status, 2);
@@ -355,6 +356,29 @@ TEST_F(Orbgfx, SaysWhatIsWrong) {
   for (const auto &file : fs::directory_iterator(folder)) {
     EXPECT_NE(file.path().extension(), ".tmp") << file.path();
   }
+}
+
+// The file behind a link is replaced, with the rights that it has; what is no file stays.
+TEST_F(Orbgfx, SavesWhereNamesLead) {
+  make_png("1_a.png", 30, 40, PNG_FORMAT_BGR);
+  fs::create_directory(folder / "in");
+  for (const std::string ending : {"fpg", "map", "bmp", "jpg", "pcx", "png", "tga"}) {
+    const std::string link = "to." + ending, pipe = "pipe." + ending, kept = "in/kept." + ending;
+    const std::string command = ending == "fpg" ? "pack -f 1_a.png -o " : "convert -f 1_a.png ";
+    fs::create_symlink(kept, folder / link);
+    succeed(command + link);
+    fs::permissions(folder / kept, fs::perms(0606));
+    const std::string saved = read(kept);
+    write(kept, "old");
+    succeed(command + link);
+    EXPECT_TRUE(fs::is_symlink(folder / link)) << ending;
+    EXPECT_EQ(read(kept), saved) << ending;
+    EXPECT_EQ(fs::status(folder / kept).permissions(), fs::perms(0606)) << ending;
+    mkfifo((folder / pipe).c_str(), 0600);
+    fail(command + pipe, 1, pipe + ": can't be written: Operation not supported");
+    EXPECT_TRUE(fs::is_fifo(folder / pipe)) << ending;
+  }
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder / "in"), {}), 7);
 }
 
 TEST_F(Orbgfx, VerifyFindsDamage) {

@@ -3,7 +3,6 @@
 #include "host/output_file.h"
 #include "tools/orbgfx/text.h"
 
-#include <cerrno>
 #include <charconv>
 #include <cstring>
 #include <fstream>
@@ -165,10 +164,7 @@ void save_side_file(const std::string &path, const SideFile &notes, const std::s
               std::to_string(point.y) + "\n";
     }
   }
-  const auto file = orbhost::OutputFile::create(path);
-  if (!file) throw ToolError(path + ": can't be written: " + std::strerror(errno));
-  file->write(text.data(), text.size());
-  if (const int error = file->commit()) {
+  if (const int error = orbhost::save_file(path, text.data(), text.size())) {
     throw ToolError(path + ": can't be written: " + std::strerror(error));
   }
 }

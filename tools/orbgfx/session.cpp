@@ -1,10 +1,11 @@
 #include "tools/orbgfx/session.h"
 
 #include "host/module_file.h"
+#include "host/output_file.h"
 #include "tools/orbgfx/names.h"
 
 #include <cerrno>
-#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <unistd.h>
@@ -25,14 +26,24 @@ std::string depth_name(int depth) {
   return std::to_string(depth) + " bits";
 }
 
+// An empty file in the system's folder for such files.
 class TemporaryFile {
 public:
-  explicit TemporaryFile(const std::string &target) : name(temporary_name(target)) {}
+  TemporaryFile() : name((std::filesystem::temp_directory_path() / "orbgfx-XXXXXX").string()) {
+    const int descriptor = ::mkstemp(name.data());
+    if (descriptor < 0) throw ToolError(name + ": can't be made: " + std::strerror(errno));
+    ::close(descriptor);
+  }
   ~TemporaryFile() { ::unlink(name.c_str()); }
   TemporaryFile(const TemporaryFile &) = delete;
   TemporaryFile &operator=(const TemporaryFile &) = delete;
-  const std::string name;
+  std::string name;
 };
+
+// Why a file can't be saved at all, behind ": "; empty when it could be. The module doesn't say.
+std::string why_not_saved(const std::string &path) {
+  return orbhost::OutputFile::create(path) ? "" : std::string(": ") + std::strerror(errno);
+}
 
 orbhost::Options host_options() {
   orbhost::Options options;
@@ -41,13 +52,6 @@ orbhost::Options host_options() {
 }
 
 } // namespace
-
-std::string temporary_name(const std::string &path) {
-  static unsigned serial = 0;
-  const std::string name =
-      ".orbgfx-" + std::to_string(::getpid()) + "-" + std::to_string(++serial) + ".tmp";
-  return (std::filesystem::path(path).parent_path() / name).string();
-}
 
 Session::Session(const Common &common) : common_(common), host_(host_options()) {
   files().on_loss = [this](const std::string &, const std::string &reason) { loss_ = reason; };
@@ -77,7 +81,8 @@ std::int32_t Session::call(const std::string &path, std::string_view name,
     case no_picture: throw ToolError(path + ": not a picture of a known format, or damaged");
     case not_opened: throw ToolError(path + ": can't be opened");
     case not_saved:
-      throw ToolError(path + ": can't be written" + (loss_.empty() ? "" : ": " + loss_));
+      throw ToolError(path + ": can't be written" +
+                      (loss_.empty() ? why_not_saved(path) : ": " + loss_));
     default: throw ToolError(path + ": " + orbhost::message_text(error.code()));
     }
   }
@@ -184,7 +189,7 @@ bool Session::force_palette(const std::string &path) {
   if (container.kind == Kind::other) {
     call(path, "palette_force", {path});
   } else {
-    const TemporaryFile file((std::filesystem::temp_directory_path() / "palette").string());
+    const TemporaryFile file;
     save_palette(file.name);
     call(path, "palette_force", {file.name});
   }
@@ -197,16 +202,11 @@ __ORBPalette2D__ Session::palette() const {
   return palette;
 }
 
-void Session::report_loss(const std::string &path) {
-  if (!loss_.empty()) throw ToolError(path + ": not saved: " + loss_);
-}
-
 void Session::save_library(int library, const Output &output) {
   if (call(output.path, "fpg_save", {library, output.path, output.compress ? 1 : 0, output.key}) ==
       0) {
     throw ToolError(output.path + ": not written: there are no graphs");
   }
-  report_loss(output.path);
 }
 
 void Session::save_picture(int library, int code, const Output &output) {
@@ -215,22 +215,16 @@ void Session::save_picture(int library, int code, const Output &output) {
   if (*format == "img_format_map") {
     call(output.path, "map_save",
          {library, code, output.path, output.compress ? 1 : 0, output.key});
-    report_loss(output.path);
     return;
   }
   // PNG has its usual compression and JPEG its usual quality; the others know 0 and 1.
   const bool own = *format == "img_format_png" || *format == "img_format_jpeg";
   const int parameter = own ? -1 : output.compress ? 1 : 0;
-  const TemporaryFile file(output.path);
-  call(output.path, "image_save", {library, code, file.name, constant(*format), parameter});
-  if (std::rename(file.name.c_str(), output.path.c_str()) != 0) {
-    throw ToolError(output.path + ": can't be written: " + std::strerror(errno));
-  }
+  call(output.path, "image_save", {library, code, output.path, constant(*format), parameter});
 }
 
 void Session::save_palette(const std::string &path) {
   call(path, "palette_save", {path});
-  report_loss(path);
 }
 
 } // namespace orbgfx

@@ -70,15 +70,11 @@ private:
   // Whether a picture has one at 32 bits, which becomes the depth that is set.
   bool has_alpha_channel(const std::string &path);
   Container check_readable(const std::string &path);
-  void report_loss(const std::string &path);
 
   const Common &common_;
   orbhost::Host host_;
   int depth_ = 0;
   std::string loss_; // why the last file that was written is lost
 };
-
-// A name for a file that is still being written, in the folder of `path`.
-std::string temporary_name(const std::string &path);
 
 } // namespace orbgfx
