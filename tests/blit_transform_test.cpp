@@ -96,6 +96,84 @@ TEST_F(BlitTransforms, ScaledAndTurned) {
             art("........ ........ ........ .2244... .2244... .1133... .1133... ........"));
 }
 
+/// A blit into a region gives the pixels that the whole one has there.
+TEST_F(BlitTransforms, ClippingMovesNoPixel) {
+  constexpr int side = 200;
+  constexpr orb_blit_operation *operations[] = {ORBGI2D_BlitRotate, ORBGI2D_BlitRotScale,
+                                                ORBGI2D_BlitScaleShear, ORBGI2D_BlitRotScaleShear};
+  guarded_memory src_memory(64 * 1024), dst_memory(side * side * 4);
+  int clipped = 0;
+  for (uint32_t i = 0; i < 150; ++i) {
+    random_source random(base_seed() * 150 + i);
+    trial t(src_memory, dst_memory, random.between(1, 40), random.between(1, 40), side, side,
+            random.any_of({8, 16, 32}), random);
+    __ORBBlit2D__ &r = t.request;
+    mode.bpp = r.dst->depth;
+    r.x = random.between(80, 120);
+    r.y = random.between(80, 120);
+    r.angle = random.between(-360000, 360000);
+    r.size_x = random.between(20, 250);
+    r.size_y = random.between(20, 250);
+    r.shear_x = random.between(-99, 99);
+    r.shear_y = random.between(-99, 99);
+    r.tfmorder = random.below(6);
+    r.flags = random.below(4) | 8;
+    const auto draw = [&] {
+      std::memset(t.dst.surface.pixels, 0, t.dst.surface.byte_size);
+      return operations[i % 4](&r);
+    };
+    if (!draw() || r.drawn_x0 == 0 || r.drawn_x1 == side - 1) continue;
+    const std::vector<uint8_t> whole(t.dst.at(0, 0), t.dst.at(0, side));
+    const int width = r.drawn_x1 - r.drawn_x0, height = r.drawn_y1 - r.drawn_y0;
+    r.region = 0;
+    r.own_region = 1;
+    r.own_region_x0 = r.drawn_x0 + random.between(0, width);
+    r.own_region_x1 = r.own_region_x0 + random.between(0, width);
+    r.own_region_y0 = r.drawn_y0 + random.between(0, height);
+    r.own_region_y1 = r.own_region_y0 + random.between(0, height);
+    std::vector<uint8_t> wanted(whole.size());
+    const auto bytes = size_t(r.dst->depth) / 8;
+    for (int y = r.own_region_y0; y <= r.own_region_y1 && y < side; ++y) {
+      const auto row = ptrdiff_t(size_t(y) * side * bytes);
+      const auto from = row + ptrdiff_t(size_t(r.own_region_x0) * bytes);
+      const auto to = row + ptrdiff_t(size_t(std::min(r.own_region_x1 + 1, side)) * bytes);
+      std::copy(whole.begin() + from, whole.begin() + to, wanted.begin() + from);
+    }
+    clipped += draw();
+    ASSERT_TRUE(std::equal(wanted.begin(), wanted.end(), t.dst.at(0, 0))) << i;
+  }
+  EXPECT_GT(clipped, 100);
+}
+
+/// The middle of rows of up to 2^31 pixels, and of pictures whose positions use the sign bit.
+TEST_F(BlitTransforms, RowsLongerThanAnySurface) {
+  struct {
+    operation op;
+    int width, height, size_x, size_y, angle;
+  } const rows[] = {{operation::scaleshear, 128, 4, 1677721600, 1000, 0},
+                    {operation::rotscale, 128, 4, -1677721600, 1000, 180000},
+                    {operation::rotscale, 128, 4, 90000000, 1000, 1},
+                    {operation::rotscale, 60000, 1, 110, 900, 180000},
+                    {operation::rotscale, 60000, 1, 7000, 900, 1},
+                    {operation::rotate, 60000, 1, 100, 100, 0},
+                    {operation::rotate, 1, 60000, 100, 100, 90000}};
+  guarded_memory src_memory(64 * 1024), dst_memory(4096);
+  random_source random(base_seed());
+  for (const auto &row : rows) {
+    trial t(src_memory, dst_memory, row.width, row.height, 50, 40, 8, random);
+    t.screen_depth = 8;
+    __ORBBlit2D__ &r = t.request;
+    r.x = 25;
+    r.y = 20;
+    r.size_x = row.size_x;
+    r.size_y = row.size_y;
+    r.angle = row.angle;
+    trial_counts counts;
+    EXPECT_EQ(t.run(row.op, counts), "") << t.describe(row.op);
+    EXPECT_EQ(counts.drawn, 1);
+  }
+}
+
 /// With nothing to transform, all of them draw what the plain blit draws.
 TEST_F(BlitTransforms, NothingToTransformIsThePlainBlit) {
   define_regions();
@@ -152,12 +230,12 @@ TEST_F(BlitTransforms, NothingToTransformIsThePlainBlit) {
 /// outside the outline, which is rounded; it then shows the picture's edge, and as much as it is
 /// moved by that, the pixels between the ends may be.
 TEST_F(BlitTransforms, EveryInnerPixelShowsTheSourceUnderIt) {
-  constexpr int w = 40, h = 30, across = 90, down = 80;
-  guarded_memory src_memory(64 * 1024), dst_memory(64 * 1024);
+  constexpr int w = 40, h = 30, across = 300, down = 300; // room for all of them
+  guarded_memory src_memory(64 * 1024), dst_memory(across * down * 4);
   random_source random(base_seed());
+  trial t(src_memory, dst_memory, w, h, across, down, 32, random);
   int looked_at = 0;
   for (int i = 0; i < 300; ++i) {
-    trial t(src_memory, dst_memory, w, h, across, down, 32, random);
     for (int y = 0; y < h; ++y)
       for (int x = 0; x < w; ++x)
         write_pixel(t.src.at(x, y), 32, uint32_t(1 << 16 | y << 8 | x));
@@ -173,6 +251,8 @@ TEST_F(BlitTransforms, EveryInnerPixelShowsTheSourceUnderIt) {
     r.tfmorder = i % 6;
     r.flags = random.below(4);
     ASSERT_EQ(ORBGI2D_BlitRotScaleShear(&r), 1);
+    ASSERT_TRUE(r.drawn_x0 > 0 && r.drawn_x1 < across - 1 && r.drawn_y0 > 0 &&
+                r.drawn_y1 < down - 1);
 
     const placed_graph g = {w,
                             h,
@@ -204,8 +284,8 @@ TEST_F(BlitTransforms, EveryInnerPixelShowsTheSourceUnderIt) {
     // A pixel's width, as a part of each side.
     const double rim_p = std::hypot(bx, by) / std::abs(det);
     const double rim_q = std::hypot(ax, ay) / std::abs(det);
-    for (int y = 0; y < down; ++y) {
-      int first = 0, last = across - 1;
+    for (int y = r.drawn_y0 - 1; y <= r.drawn_y1 + 1; ++y) {
+      int first = r.drawn_x0 - 1, last = r.drawn_x1 + 1;
       while (first <= last && t.dst.get(first, y) == 0)
         ++first;
       while (last >= first && t.dst.get(last, y) == 0)
@@ -215,7 +295,7 @@ TEST_F(BlitTransforms, EveryInnerPixelShowsTheSourceUnderIt) {
         const place s = source_of(x, y);
         moved = std::max({moved, -s.u, s.u - w, -s.v, s.v - h});
       }
-      for (int x = 0; x < across; ++x) {
+      for (int x = r.drawn_x0 - 1; x <= r.drawn_x1 + 1; ++x) {
         const auto [p, q, u, v] = source_of(x, y);
         if (p < rim_p || p > 1 - rim_p || q < rim_q || q > 1 - rim_q) continue;
         const double close = moved + 0.01;

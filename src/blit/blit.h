@@ -20,6 +20,11 @@ orb_blit_operation ORBGI2D_BlitRotScaleShear;
 /// Repeats the graph over the clip rectangle.
 orb_blit_operation ORBGI2D_BlitTile;
 
+/// Draws what a request shows from (x, y) on, within -2^30..2^30, at the top left of its
+/// destination, pixel for pixel; the drawn box counts from there too. A request with moved
+/// coordinates wouldn't do: elsewhere a transformed picture's corners may round differently.
+int32_t blit_window(orb_blit_operation *operation, __ORBBlit2D__ *request, int32_t x, int32_t y);
+
 /// Points the dispatch at the widest span routines that this CPU has. Called at init and whenever
 /// the render type changes; every choice gives the same pixels.
 void set_blitter_routines();

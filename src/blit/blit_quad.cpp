@@ -3,7 +3,8 @@
 // The outline is that of the rounded corners: a row runs from where it crosses the left edge to
 // where it crosses the right one, both rounded to the nearest pixel. The source position of a row's
 // two ends comes from the inverse of the unrounded corners and is clamped into the picture; between
-// them the row steps in 16.16, truncated toward zero, so that nothing outside is read.
+// them the row steps in 16.16, truncated toward zero, so that nothing outside is read. Clipping
+// comes after that and only leaves steps out: it changes no pixel of what it lets through.
 #include <algorithm>
 #include <cmath>
 
@@ -24,12 +25,12 @@ struct source_axis {
   }
 };
 
-/// A 16.16 step from one position to another.
-int32_t step_between(uint32_t from, uint32_t to, int32_t steps) {
-  const auto run = int32_t(to - from);
-  // Positions that use the sign bit may lie further apart than the difference can tell.
-  const bool usual = int32_t(from | to) >= 0;
-  return usual ? run / steps : fixed_beyond_31_bits((double(to) - from) / steps);
+/// A 16.16 step that takes `steps` from one position to another.
+int32_t step_between(uint32_t from, uint32_t to, uint32_t steps) {
+  // Positions that use the sign bit may lie further apart than an int can tell.
+  const bool usual = int32_t(from | to | steps) >= 0;
+  return usual ? int32_t(to - from) / int32_t(steps)
+               : fixed_beyond_31_bits((double(to) - from) / steps);
 }
 
 struct source_map {
@@ -100,7 +101,7 @@ struct outline_edge {
   int64_t x, rest;         // crossing, and what it was rounded down by, of `unit`
   int64_t step, step_rest; // per row
   int64_t unit;
-  int32_t width; // a level edge crosses its row from x to x + width
+  uint32_t width; // a level edge crosses its row from x to x + width
 
   outline_edge(__Vertex__ a, __Vertex__ b, int32_t from_row) {
     if (a.y > b.y) std::swap(a, b);
@@ -110,7 +111,7 @@ struct outline_edge {
     const int64_t dx = int64_t(b.x) - a.x, dy = int64_t(b.y) - a.y;
     if (dy == 0) {
       x = std::min(a.x, b.x);
-      width = std::max(a.x, b.x) - int32_t(x);
+      width = uint32_t(std::max(a.x, b.x)) - uint32_t(x);
       rest = step = step_rest = unit = 0;
       return;
     }
@@ -159,7 +160,7 @@ struct outline {
     for (outline_edge &edge : edges) {
       if (row < edge.first || row > edge.last) continue;
       s.left = std::min(s.left, int32_t(edge.x));
-      s.right = std::max(s.right, int32_t(edge.x) + edge.width);
+      s.right = std::max(s.right, int32_t(uint32_t(edge.x) + edge.width));
       edge.next_row();
     }
     ++row;
@@ -184,28 +185,36 @@ int32_t draw_quadrilateral(__ORBBlit2D__ *request, const __FPoint__ corners[4],
   blit.rotscale = choose_routine(span_op::rotscale, blit_column());
   if (!blit.rotscale) return refuse_blit(request);
 
-  const int32_t first = std::max(v[0].y, blit.clipy0);
-  const int32_t last = std::min(std::max({v[1].y, v[2].y, v[3].y}), blit.clipy1);
+  // Rows are walked where the corners lie; only the span routine counts from the destination.
+  const int32_t window_x = blit.window_x, window_y = blit.window_y;
+  const int32_t clip_left = blit.clipx0 + window_x, clip_right = blit.clipx1 + window_x;
+  const int32_t first = std::max(v[0].y, blit.clipy0 + window_y);
+  const int32_t last = std::min(std::max({v[1].y, v[2].y, v[3].y}), blit.clipy1 + window_y);
   if (first > last) return refuse_blit(request);
   int32_t x0 = INT32_MAX, x1 = INT32_MIN, y0 = 0, y1 = -1;
   outline rows(v, first);
   for (int32_t y = first; y <= last; ++y) {
     const outline::span row = rows.next();
-    const int32_t left = std::max(row.left, blit.clipx0), right = std::min(row.right, blit.clipx1);
+    const int32_t left = std::max(row.left, clip_left), right = std::min(row.right, clip_right);
     if (left > right) continue;
 
-    const uint32_t u = map.u.at(left, y), w = map.v.at(left, y);
-    const int32_t steps = right - left;
-    blit.dst_x = left;
-    blit.dst_y = y;
-    blit.blt_w = steps + 1;
+    uint32_t u = map.u.at(row.left, y), w = map.v.at(row.left, y);
+    blit.x_inc = blit.y_inc = 0;
+    if (row.left < row.right) {
+      // A row may be far longer than any surface: up to 2^31 pixels.
+      const uint32_t steps = uint32_t(row.right) - uint32_t(row.left);
+      blit.x_inc = step_between(u, map.u.at(row.right, y), steps);
+      blit.y_inc = step_between(w, map.v.at(row.right, y), steps);
+      // What is clipped off the left is stepped over at once. Modulo 2^32 the products are exact.
+      const uint32_t skipped = uint32_t(left) - uint32_t(row.left);
+      u += skipped * uint32_t(blit.x_inc);
+      w += skipped * uint32_t(blit.y_inc);
+    }
+    blit.dst_x = left - window_x;
+    blit.dst_y = y - window_y;
+    blit.blt_w = right - left + 1;
     blit.src_x = int32_t(u);
     blit.src_y = int32_t(w);
-    blit.x_inc = blit.y_inc = 0;
-    if (steps > 0) {
-      blit.x_inc = step_between(u, map.u.at(right, y), steps);
-      blit.y_inc = step_between(w, map.v.at(right, y), steps);
-    }
     blit.rotscale();
 
     if (y1 < y0) y0 = y;
@@ -214,7 +223,7 @@ int32_t draw_quadrilateral(__ORBBlit2D__ *request, const __FPoint__ corners[4],
     x1 = std::max(x1, right);
   }
   if (y1 < y0) return refuse_blit(request);
-  return finish_blit(request, x0, y0, x1, y1);
+  return finish_blit(request, x0 - window_x, y0 - window_y, x1 - window_x, y1 - window_y);
 }
 
 } // namespace

@@ -12,13 +12,19 @@ struct axis {
   int32_t first, last; // destination pixels, before clipping
   double start, step;  // source position at `first`, per destination pixel
 
-  /// Cuts the axis to low..high, moving the source start on with it.
-  void clip(int32_t low, int32_t high) {
+  /// Cuts the axis to low..high of a destination that begins at `origin`, moving the source start
+  /// on with it, and counts from there. False when nothing is left.
+  bool clip(int32_t low, int32_t high, int32_t origin) {
+    low += origin;
     if (first < low) {
       start += step * (double(low) - first);
       first = low;
     }
-    last = std::min(last, high);
+    last = std::min(last, high + origin);
+    if (first > last) return false;
+    first -= origin;
+    last -= origin;
+    return true;
   }
 };
 
@@ -59,9 +65,9 @@ int32_t ORBGI2D_BlitScale(__ORBBlit2D__ *request) {
   const int64_t size_y = blit.blt_flags & 2 ? -int64_t(blit.size_y) : blit.size_y;
   if (!lay_axis(&across, x0, x1, width, size_x) || !lay_axis(&down, y0, y1, height, size_y))
     return refuse_blit(request);
-  across.clip(blit.clipx0, blit.clipx1);
-  down.clip(blit.clipy0, blit.clipy1);
-  if (across.first > across.last || down.first > down.last) return refuse_blit(request);
+  if (!across.clip(blit.clipx0, blit.clipx1, blit.window_x) ||
+      !down.clip(blit.clipy0, blit.clipy1, blit.window_y))
+    return refuse_blit(request);
 
   blit.scale = choose_routine(span_op::scale, blit_column());
   if (!blit.scale) return refuse_blit(request);

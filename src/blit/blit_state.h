@@ -15,6 +15,9 @@ struct blit_state {
   __ORBSurface2D__ *src, *dst;
   bool shared;  // src and dst have memory in common: pixels must go one by one, in order
   int32_t x, y; // pivot position, pixels
+  // Where the destination begins on the plane that transformed pictures are placed on: (0, 0), but
+  // within blit_window().
+  int32_t window_x, window_y;
   int32_t region;
   const __ORBRegion__ *pregion; // clip region in use, or null
   int32_t flags;

@@ -36,6 +36,8 @@ bool begin_blit(const __ORBBlit2D__ *request, bool transformed) {
   blit.dst = request->dst;
   blit.blt_intensity = std::clamp(request->fxintensity, 0, 255);
   if (transformed) {
+    blit.x = int32_t(uint32_t(blit.x) + uint32_t(blit.window_x));
+    blit.y = int32_t(uint32_t(blit.y) + uint32_t(blit.window_y));
     blit.size = request->size;
     blit.size_x = request->size_x;
     blit.size_y = request->size_y;
@@ -177,6 +179,19 @@ span_routine *choose_routine(span_op op, int32_t column) {
   // A ghost above 8 bits is the solid ghost whatever the effect.
   if (op != span_op::tile && column == 1 && blit.dst->depth != 8) index = 1;
   return table_in_use(op, table)[index];
+}
+
+int32_t blit_window(orb_blit_operation *operation, __ORBBlit2D__ *request, int32_t x, int32_t y) {
+  const int32_t own_x = request->x, own_y = request->y;
+  request->x = int32_t(uint32_t(own_x) - uint32_t(x));
+  request->y = int32_t(uint32_t(own_y) - uint32_t(y));
+  blit.window_x = x;
+  blit.window_y = y;
+  const int32_t drawn = operation(request);
+  blit.window_x = blit.window_y = 0;
+  request->x = own_x;
+  request->y = own_y;
+  return drawn;
 }
 
 int32_t fixed_beyond_31_bits(double value) {

@@ -136,6 +136,8 @@ void expect_quadrilateral(blit_in_progress &blit, const corner_set &exact_corner
         right = std::max(right, x);
       }
     }
+    // The row's source positions are those of the whole row, whatever of it shows.
+    const int64_t row_left = left, row_right = right;
     left = std::max<int64_t>(left, blit.clip_x0);
     right = std::min<int64_t>(right, blit.clip_x1);
     if (left > right) continue;
@@ -150,19 +152,21 @@ void expect_quadrilateral(blit_in_progress &blit, const corner_set &exact_corner
     result.x0 = std::min(result.x0, int(left));
     result.x1 = std::max(result.x1, int(right));
 
-    const position_set u0 = positions(across, left, y), u1 = positions(across, right, y);
-    const position_set v0 = positions(down, left, y), v1 = positions(down, right, y);
+    const position_set u0 = positions(across, row_left, y), u1 = positions(across, row_right, y);
+    const position_set v0 = positions(down, row_left, y), v1 = positions(down, row_right, y);
     open_row row{int(left),
                  y,
                  {},
                  u0.unpredictable || u1.unpredictable || v0.unpredictable || v1.unpredictable};
     // Pixel by pixel, from left to right: one surface may be both source and destination.
     const auto run = [&](int64_t u, int64_t u_last, int64_t v, int64_t v_last) {
-      const int64_t steps = right - left;
+      const int64_t steps = row_right - row_left;
       const int64_t u_step = steps ? (u_last - u) / steps : 0;
       const int64_t v_step = steps ? (v_last - v) / steps : 0;
-      for (int x = int(left); x <= int(right); ++x, u += u_step, v += v_step)
-        blit.put(x, y, blit.source(u >> 16, v >> 16));
+      for (int64_t x = left; x <= right; ++x) {
+        const int64_t n = x - row_left;
+        blit.put(int(x), y, blit.source((u + n * u_step) >> 16, (v + n * v_step) >> 16));
+      }
     };
     const std::vector<uint32_t> before = blit.row(int(left), int(right), y);
     for (const int64_t u_first : u0.values) {
