@@ -70,7 +70,7 @@ constexpr layout layouts[] = {
     AT(orb_process_services, proc_first, 1), AT(orb_process_services, proc_current, 6),
     AT(orb_process_services, proc_exists, 7),
     AT(orb_process, type, 1), AT(orb_process, status, 2), AT(orb_process, coordinates, 3),
-    AT(orb_process, walk_target, 4), AT(orb_process, walk_frame, 6), AT(orb_process, box_x0, 13),
+    AT(orb_process, walk_question, 4), AT(orb_process, walk_candidate, 6), AT(orb_process, box_x0, 13),
     AT(orb_process, box_y0, 14), AT(orb_process, box_x1, 15), AT(orb_process, box_y1, 16),
     AT(orb_process, locals, 17),
     AT(orb_locals, file, 0), AT(orb_locals, graph, 1), AT(orb_locals, xgraph, 2),

@@ -1,18 +1,20 @@
-// Collision and overlap: pixel tests against pictures drawn whole, the walk over the processes, and
+// Collision and overlap: pixel tests against what frames show, the walk over the processes, and
 // what takes part.
 #include <algorithm>
-#include <cmath>
 #include <random>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "blit/blit.h"
 #include "blit/effects.h"
 #include "collision/collision.h"
 #include "collision/picture.h"
+#include "frame/blit_list.h"
 #include "frame/process_scan.h"
 #include "graphics_fixture.h"
+#include "mode_fixture.h"
 #include "script/handlers.h"
 
 namespace {
@@ -81,29 +83,26 @@ struct Collision : graphics_test {
     process.locals->graph = graph;
     return process;
   }
-  /// A corner in the middle between two pixels takes one or the other by where the picture stands.
-  static bool falls_between_pixels(const orb_process &process) {
-    __ORBBlit2D__ request;
-    __FPoint__ corners[4];
-    if (!process_picture(&process, request, nullptr)) return false;
-    picture_corners(request, corners);
-    const auto halfway = [](float v) { return std::abs(v - std::floor(v) - 0.5f) < 0.01f; };
-    return std::any_of(corners, corners + 4,
-                       [&](const __FPoint__ &c) { return halfway(c.x) || halfway(c.y); });
+  /// Every other one is a multiple of `step`: corners then fall in the middle between two pixels.
+  int pick_even(int low, int high, int step) {
+    const int any = pick(low, high);
+    return pick(0, 1) ? any : any / step * step;
   }
   void turn_at_random(orb_process &process) {
     orb_locals &l = *process.locals;
-    do {
-      l.angle = pick(0, 1) ? pick(-400000, 400000) : 0;
-      l.size = pick(0, 2) ? 100 : pick(20, 300);
-      l.size_x = pick(0, 2) ? 100 : pick(20, 300);
-      l.size_y = pick(0, 2) ? 100 : pick(20, 300);
-      l.shear_x = pick(0, 2) ? 0 : pick(-150, 150);
-      l.shear_y = pick(0, 4) ? 0 : pick(-150, 150);
-      l.tfmorder = pick(0, 5);
-      l.flags = pick(0, 11);
-    } while (falls_between_pixels(process));
-    l.alpha = pick(0, 255); // none of these counts
+    l.angle = pick(0, 1) ? pick_even(-400000, 400000, 90000) : 0;
+    l.size = pick(0, 2) ? 100 : pick_even(50, 300, 50);
+    l.size_x = pick(0, 2) ? 100 : pick_even(50, 300, 50);
+    l.size_y = pick(0, 2) ? 100 : pick_even(50, 300, 50);
+    l.shear_x = pick(0, 2) ? 0 : pick_even(-150, 150, 50);
+    l.shear_y = pick(0, 4) ? 0 : pick_even(-150, 150, 50);
+    l.tfmorder = pick(0, 5);
+    l.flags = pick(0, 12);
+  }
+  /// None of what this changes counts in a test of pixels.
+  void look_at_random(orb_process &process) {
+    orb_locals &l = *process.locals;
+    l.alpha = pick(0, 255);
     l.fxmode = pick(0, 300);
     l.region = pick(0, 30);
     l.visible = pick(0, 1);
@@ -113,103 +112,95 @@ struct Collision : graphics_test {
     return host.call(ORB_collision, id(asking), arguments...);
   }
 
-  /// The picture of a process on a surface that has room for all of it, (0, 0) in its middle.
-  struct whole_picture {
-    __ORBBlit2D__ request{};
+  /// What a frame shows of a process, on a surface that has room for all of it.
+  struct shown_picture {
+    __ORBBlit2D__ &request;
 
-    explicit whole_picture(const orb_process &process) {
-      const orb_locals &l = *process.locals;
-      __ORBBlit2D__ &r = request;
-      r.src = slot(l.graph).surface;
-      r.dst = ORBGI2D_CreateGFXSurface(600, 600, mode.bpp, 1);
-      r.x = l.x + 300;
-      r.y = l.y + 300;
-      r.region = -1;
-      r.angle = l.angle % 360000;
-      r.size = l.size;
-      r.size_x = l.size_x;
-      r.size_y = l.size_y;
-      r.shear_x = l.shear_x;
-      r.shear_y = l.shear_y;
-      r.tfmorder = l.tfmorder;
-      r.flags = l.flags & 3;
-      r.alpha = 255;
-      r.fxmode = fx_src;
-      const bool scaled = l.size != 100 || l.size_x != 100 || l.size_y != 100;
-      r.blit_op = choose_blit_operation(r.angle != 0, scaled, l.shear_x || l.shear_y);
-      r.blit_op(&r);
-    }
-    ~whole_picture() { ORBGI2D_DeleteGFXSurface(request.dst); }
-    whole_picture(const whole_picture &) = delete;
-    whole_picture &operator=(const whole_picture &) = delete;
-
-    uint32_t at(uint32_t x, uint32_t y) const { return pixel(*request.dst, x, y); }
-    /// Draws a box of it alone, moved to the corner of the surface. Where a row of a turned picture
-    /// is clipped, and the last bits of its position, decide by a fraction of a step which of two
-    /// neighbours a pixel shows.
-    void redraw(int32_t x0, int32_t x1, int32_t y0, int32_t y1) {
+    /// Of the request that the scan has made `number`th.
+    explicit shown_picture(int32_t number) : request(*GetNumBlitOnList(number)) {
+      request.fxmode = fx_src;
+      if ((request.flags & 12) == 4) request.flags -= 4; // ghosts show their pixels paler
       ORBGI2D_BlitFill(request.dst, 0, 0);
-      __ORBBlit2D__ box = request;
-      box.x -= x0;
-      box.y -= y0;
-      box.region = 0;
-      box.own_region = 1;
-      box.own_region_x1 = x1 - x0;
-      box.own_region_y1 = y1 - y0;
-      box.blit_op(&box);
+      request.blit_op(&request);
+    }
+    /// A picture that is only scaled may show the next source pixel where it is clipped elsewhere.
+    void clip_if_scaled(const __ORBRegion__ &to) {
+      if (request.blit_op != ORBGI2D_BlitScale) return;
+      __ORBBlit2D__ clipped = request;
+      clipped.region = 0;
+      clipped.own_region = 1;
+      clipped.own_region_x0 = to.x0;
+      clipped.own_region_x1 = to.x1;
+      clipped.own_region_y0 = to.y0;
+      clipped.own_region_y1 = to.y1;
+      ORBGI2D_BlitFill(request.dst, 0, 0);
+      clipped.blit_op(&clipped);
+    }
+    /// Whether a pixel is one that can be hit.
+    bool at(int32_t x, int32_t y) const {
+      const uint32_t value = pixel(*request.dst, uint32_t(x), uint32_t(y));
+      return request.src->alpha_channel ? value >> 24 > uint32_t(collision_alphathreshold)
+                                        : value != 0;
     }
   };
-  /// Whether a pixel of a whole picture is one that can be hit.
-  bool seen(uint32_t value, const orb_process &process) const {
-    if (mode.bpp == 32 && slot(process.locals->graph).surface->alpha_channel)
-      return value >> 24 > uint32_t(collision_alphathreshold);
-    return value != 0;
-  }
 };
 
-TEST_F(Collision, PixelsTouchExactlyWhereWholePicturesDo) {
+TEST_F(Collision, PixelsTouchExactlyWhereTheFrameShowsThem) {
   int hits = 0, misses = 0;
+  UseBlitList(CreateBlitList("shown", 4, 4));
   for (const int32_t bpp : {8, 16, 32}) {
     set_depth(bpp);
     create_collision_surfaces();
-    for (int round = 0; round < 300; ++round) {
+    const int32_t onto[] = {add_graph(600, 600, 0), add_graph(600, 600, 0)};
+    for (int round = 0; round < 800; ++round) {
       SCOPED_TRACE(std::to_string(bpp) + " bits, round " + std::to_string(round));
       host.processes.clear();
-      orb_process &a = at(pick(-20, 20), pick(-20, 20), add_random_graph());
-      orb_process &b = at(pick(-20, 20), pick(-20, 20), add_random_graph());
+      // Every other pair lies across the corner of the screen, where less of it is shown than there
+      // is to touch; points tell there.
+      const bool whole = round % 2;
+      const auto near = [&] { return (whole ? 300 : 10) + pick(-20, 20); };
+      orb_process &a = at(near(), near(), add_random_graph());
+      orb_process &b = at(near(), near(), add_random_graph());
       turn_at_random(a);
       turn_at_random(b);
+      a.locals->region = b.locals->region = -1;
+      a.locals->destination_graph = onto[0];
+      b.locals->destination_graph = onto[1];
       ASSERT_EQ(host.call(ORB_collision_set_alphathreshold, pick(0, 254)), 1);
-      whole_picture whole_a(a), whole_b(b);
-      const __ORBBlit2D__ &ra = whole_a.request, &rb = whole_b.request;
-      const int32_t px = pick(270, 330), py = pick(270, 330);
-      bool touch = false, covered = false;
+      ResetBlitList();
+      do_processes();
+      shown_picture of_a(0), of_b(1);
+      const __ORBBlit2D__ &ra = of_a.request, &rb = of_b.request;
+      const int32_t px = abs(near()), py = abs(near());
+      bool touch = false;
+      of_b.clip_if_scaled({px, px, py, py});
+      const bool covered = of_b.at(px, py);
       if (ra.drawn && rb.drawn) {
-        const int32_t x0 = std::max(ra.drawn_x0, rb.drawn_x0),
-                      x1 = std::min(ra.drawn_x1, rb.drawn_x1);
-        const int32_t y0 = std::max(ra.drawn_y0, rb.drawn_y0),
-                      y1 = std::min(ra.drawn_y1, rb.drawn_y1);
-        whole_a.redraw(x0, x1, y0, y1);
-        whole_b.redraw(x0, x1, y0, y1);
-        for (int32_t y = 0; y <= y1 - y0 && !touch; ++y)
-          for (int32_t x = 0; x <= x1 - x0 && !touch; ++x)
-            touch = seen(whole_a.at(uint32_t(x), uint32_t(y)), a) &&
-                    seen(whole_b.at(uint32_t(x), uint32_t(y)), b);
-        whole_b.redraw(px, px, py, py);
-        covered = seen(whole_b.at(0, 0), b);
+        const __ORBRegion__ both{
+            std::max(ra.drawn_x0, rb.drawn_x0), std::min(ra.drawn_x1, rb.drawn_x1),
+            std::max(ra.drawn_y0, rb.drawn_y0), std::min(ra.drawn_y1, rb.drawn_y1)};
+        of_a.clip_if_scaled(both);
+        of_b.clip_if_scaled(both);
+        for (int32_t y = both.y0; y <= both.y1 && !touch; ++y)
+          for (int32_t x = both.x0; x <= both.x1 && !touch; ++x)
+            touch = of_a.at(x, y) && of_b.at(x, y);
       }
       (touch ? hits : misses) += 1;
-      EXPECT_EQ(collide(a, id(b)), touch ? id(b) : 0);
+      look_at_random(a);
+      look_at_random(b);
+      if (whole) {
+        EXPECT_EQ(collide(a, id(b)), touch ? id(b) : 0);
+      }
       host.current_process = &a;
-      EXPECT_EQ(host.call(ORB_collision, px - 300, py - 300, id(b)), covered ? id(b) : 0);
+      EXPECT_EQ(host.call(ORB_collision, px, py, id(b)), covered ? id(b) : 0);
       for (orb_process *process : {&a, &b}) {
         ORBGI2D_DeleteGFXSurface(slot(process->locals->graph).surface);
         slot(process->locals->graph) = {};
       }
     }
   }
-  EXPECT_GT(hits, 200);
-  EXPECT_GT(misses, 200);
+  EXPECT_GT(hits, 300);
+  EXPECT_GT(misses, 300);
   EXPECT_TRUE(host.errors.empty());
 }
 
@@ -271,22 +262,103 @@ TEST_F(Collision, AWalkGivesEveryHitOnceAndStartsOver) {
   EXPECT_EQ(collide(asking, 0), id(*touching[1]));
   EXPECT_EQ(collide(asking, 7), ids_of(7)[0]) << "another target";
   EXPECT_EQ(collide(asking, 7), ids_of(7)[1]);
-  ++frame_number;
-  EXPECT_EQ(collide(asking, 7), ids_of(7)[0]) << "another frame";
 
   // Killed between calls: those to come are passed over; the very next one sends it to the start.
   EXPECT_EQ(collide(asking, 0), id(*touching[0]));
   touching[1]->status = 0;
   EXPECT_EQ(collide(asking, 0), id(*touching[2]));
-  ++frame_number;
+  EXPECT_EQ(collide(asking, 9), 0);
   EXPECT_EQ(collide(asking, 0), id(*touching[0]));
   EXPECT_EQ(asking.walk_candidate, id(host.processes[2])) << "an id, not a place in the list";
   asking.walk_candidate = 0x1234560;
   EXPECT_EQ(collide(asking, 0), id(*touching[0]));
   // A hit on the last one of the list: the next call ends the walk.
   host.processes.erase(host.processes.begin() + 12, host.processes.end());
-  ++frame_number;
   EXPECT_EQ(all(8).size(), ids_of(8).size());
+}
+
+TEST_F(Collision, AWalkBelongsToOneQuestion) {
+  const int32_t graph = add_graph(10, 10, 0xFF808080, true), everywhere = add_graph(200, 200, 1);
+  orb_process &asking = at(50, 50, everywhere, 5);
+  orb_process &a = at(0, 0, graph, 7), &b = at(80, 80, graph, 7), &c = at(80, 20, graph, 7);
+  host.current_process = &asking;
+  const auto ask = [&](int32_t (*function)(), auto... arguments) {
+    return host.call(function, arguments...);
+  };
+  // Each question differs from the one before in what the message names, and starts a new walk.
+  EXPECT_EQ(ask(ORB_collision, 80, 80, 7), id(b));
+  EXPECT_EQ(ask(ORB_collision, 0, 0, 7), id(a)) << "point";
+  EXPECT_EQ(ask(ORB_collision, 80, 20, 7), id(c));
+  EXPECT_EQ(ask(ORB_collision, 80, 80, 7), id(b));
+  EXPECT_EQ(ask(ORB_collision, 7), id(a)) << "form";
+  EXPECT_EQ(ask(ORB_collision, 7), id(b));
+  EXPECT_EQ(ask(ORB_collision, 0, 0, 7), id(a)) << "form";
+  EXPECT_EQ(ask(ORB_collision, 7), id(a));
+  EXPECT_EQ(ask(ORB_overlap, 7), id(a)) << "function";
+  EXPECT_EQ(ask(ORB_collision, 7), id(a));
+  EXPECT_EQ(ask(ORB_collision, 0), id(a)) << "target";
+  EXPECT_EQ(ask(ORB_collision_set_alphathreshold, 99), 1);
+  EXPECT_EQ(ask(ORB_collision, 0), id(a)) << "threshold";
+  // One process and the pointer have nothing to do with the walk, and the caller may be named.
+  EXPECT_EQ(ask(ORB_collision, id(b)), id(b));
+  EXPECT_EQ(ask(ORB_overlap, -1), 0);
+  EXPECT_EQ(ask(ORB_collision, id(asking), 0), id(b));
+  EXPECT_EQ(ask(ORB_collision, 0), id(c));
+  EXPECT_EQ(ask(ORB_collision, 0), 0);
+}
+
+struct CollisionFrames : Mode {};
+
+TEST_F(CollisionFrames, AWalkStartsOverWithEveryFrame) {
+  const int32_t graph = host.call(ORB_map_new, 10, 10, 5, 5, 55);
+  orb_process *const processes[] = {&host.spawn(), &host.spawn(), &host.spawn()};
+  for (orb_process *process : processes)
+    process->locals->graph = graph;
+  host.current_process = processes[0];
+  for (int frame = 0; frame < 3; ++frame) {
+    ORB_mod_graphics2D_frame();
+    EXPECT_EQ(host.call(ORB_collision, 0), process_id(processes[1])) << frame;
+  }
+  EXPECT_EQ(host.call(ORB_collision, 0), process_id(processes[2]));
+}
+
+TEST_F(Collision, WhatIsNeverDrawnTouchesNothing) {
+  const int32_t graph = add_graph(10, 10, 1);
+  orb_process &a = at(0, 0, graph), &b = at(0, 0, graph);
+  host.current_process = &a;
+  pointer = {0, graph, 0, 0, 0, 0, 0};
+  EXPECT_EQ(host.call(ORB_overlap, -1), 0) << "a pointer of size 0";
+  struct {
+    int32_t flags, size, size_x, size_y;
+    bool collides, overlaps;
+  } const rows[] = {{11, 100, 100, 100, true, true},  {12, 100, 100, 100, false, true},
+                    {13, 100, 100, 100, false, true}, {15, 100, 100, 100, false, true},
+                    {-4, 100, 100, 100, false, true}, {7 + 16, 100, 100, 100, true, true},
+                    {0, 0, 100, 100, false, false},   {0, 100, 0, 100, false, false},
+                    {0, 100, 100, 0, false, false},   {0, 100, 50, 200, true, true}};
+  for (const auto &row : rows)
+    for (const int32_t angle : {0, 30000}) {
+      SCOPED_TRACE(testing::Message() << row.flags << ", " << row.size << ", " << row.size_x << ", "
+                                      << row.size_y << ", angle " << angle);
+      orb_locals &l = *b.locals;
+      l.flags = row.flags;
+      l.size = row.size;
+      l.size_x = row.size_x;
+      l.size_y = row.size_y;
+      l.angle = angle;
+      EXPECT_EQ(collide(a, id(b)), row.collides ? id(b) : 0);
+      EXPECT_EQ(collide(b, id(a)), row.collides ? id(a) : 0);
+      EXPECT_EQ(host.call(ORB_overlap, id(a), id(b)), row.overlaps ? id(b) : 0);
+      EXPECT_EQ(host.call(ORB_overlap, id(b), id(a)), row.overlaps ? id(a) : 0);
+      int32_t collided = 0, overlapped = 0;
+      for (int32_t y = -2; y <= 2; ++y)
+        for (int32_t x = -2; x <= 2; ++x) {
+          collided |= host.call(ORB_collision, x, y, id(b));
+          overlapped |= host.call(ORB_overlap, x, y, id(b));
+        }
+      EXPECT_EQ(collided, row.collides ? id(b) : 0);
+      EXPECT_EQ(overlapped, row.overlaps ? id(b) : 0);
+    }
 }
 
 TEST_F(Collision, WhoTakesPart) {

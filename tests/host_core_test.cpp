@@ -123,7 +123,7 @@ TEST_F(HostCore, ProcessesKeepOrderAndIds) {
   orb_process *a = host.spawn(1), *b = host.spawn(2), *c = host.spawn(1);
   EXPECT_EQ(a->locals->size, 100);
   EXPECT_EQ(a->locals->alpha, 255);
-  EXPECT_EQ(a->walk_target | a->walk_candidate | a->walk_frame, 0);
+  EXPECT_EQ(a->walk_question[0] | a->walk_question[1] | uint32_t(a->walk_candidate), 0u);
   b->status = process_asleep;
   c->status = process_frozen;
   host.frame();

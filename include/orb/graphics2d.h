@@ -185,7 +185,8 @@ typedef struct orb_process {
   int32_t type;
   int32_t status;           /* 2 or above 3: alive and drawable */
   int32_t coordinates;      /* 0 screen, 1 scroll, 2 takes part in nothing */
-  int32_t walk_target, walk_candidate, walk_frame; /* the module's; the host zeroes them once */
+  uint32_t walk_question[2]; /* these three are the module's; the host zeroes them once */
+  int32_t walk_candidate;
   uint32_t host7[6];
   int32_t box_x0, box_y0, box_x1, box_y1; /* box last drawn, written by the module */
   orb_locals *locals;
@@ -456,7 +457,7 @@ ORB_AT(orb_locals, size, 13);
 ORB_AT(orb_locals, fxintensity, 22);
 ORB_LAYOUT(sizeof(orb_process) == 4 * 18);
 ORB_AT(orb_process, status, 2);
-ORB_AT(orb_process, walk_target, 4);
+ORB_AT(orb_process, walk_question, 4);
 ORB_AT(orb_process, box_x0, 13);
 ORB_AT(orb_process, locals, 17);
 ORB_LAYOUT(sizeof(orb_process_node) == 8);

@@ -42,7 +42,13 @@ int32_t compare_pictures() {
   return kernel(proc_surface->pixels, scan_surface->pixels, int32_t(w), int32_t(h));
 }
 
+/// A picture of size 0 is never drawn; its corners still lie about its position.
+bool has_size(const __ORBBlit2D__ &picture) {
+  return picture.size_x != 0 && picture.size_y != 0;
+}
+
 int32_t compare_outlines() {
+  if (!has_size(proc) || !has_size(scan)) return 0;
   __FPoint__ a[4], b[4];
   picture_corners(proc, a);
   picture_corners(scan, b);
@@ -78,6 +84,7 @@ int32_t check_mouse_overlap() {
   return compare_outlines();
 }
 int32_t check_hittest_overlap(int32_t x, int32_t y) {
+  if (!has_size(scan)) return 0;
   __FPoint__ corners[4];
   picture_corners(scan, corners);
   return inside_quadrilateral(corners, float(x), float(y));

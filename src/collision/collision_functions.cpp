@@ -2,9 +2,13 @@
 //
 // Targets: -1 is the mouse pointer; the id of a living process is that process; anything else is a
 // type of process, 0 any. A type is walked in the order of the host's process list, and the walk
-// goes on where it stood when the same process asks again for the same type in the same frame, so
-// that repeated calls give every hit once and then 0. Where it stands is kept in the asking
-// process's record: the target, the id of the next candidate, the frame.
+// goes on where it stood when the same process asks the same question again in the same frame, so
+// that repeated calls give every hit once and then 0. Questions are the same when function, type,
+// point and alpha threshold are; another one about a type starts its own walk in place of the
+// former. Questions about one process or the pointer leave the walk alone.
+//
+// The asking process's record keeps the walk: what was asked, as a digest, and the id of the next
+// candidate. So it ends with the process, and costs no memory and no looking up.
 #include "collision/collision.h"
 #include "collision/picture.h"
 #include "module/script_call.h"
@@ -18,6 +22,7 @@ constexpr int32_t from_the_start = 0, at_the_end = -1;
 
 /// What tells a collision from an overlap. In the point forms x and y are that point.
 struct test_kind {
+  bool of_outlines;
   int32_t (*with_process)();
   int32_t (*with_pointer)();
   int32_t (*at_point)(int32_t x, int32_t y);
@@ -60,12 +65,33 @@ const orb_process_node *resume(int32_t candidate) {
   return first;
 }
 
+/// Spreads every bit of a word over all of them, without loss: the finaliser of SplitMix (Steele,
+/// Lea, Flood, "Fast Splittable Pseudorandom Number Generators", 2014).
+uint64_t mix(uint64_t word) {
+  word = (word ^ word >> 30) * 0xBF58476D1CE4E5B9;
+  word = (word ^ word >> 27) * 0x94D049BB133111EB;
+  return word ^ word >> 31;
+}
+
+uint64_t pair(int32_t high, int32_t low) {
+  return uint64_t(uint32_t(high)) << 32 | uint32_t(low);
+}
+
+/// What a walk is about, in the 64 bits that a process has for it. That two questions of one frame
+/// fall together has a chance of 1 in 2^64; the second would then go on with the walk of the first.
+uint64_t digest(const question &q) {
+  const int32_t form = collision_alphathreshold << 2 | q.of_point << 1 | q.test.of_outlines;
+  return mix(mix(mix(pair(q.x, q.y)) ^ pair(q.target, frame_number)) ^ uint64_t(form));
+}
+
 int32_t walk(const question &q) {
   orb_process &memory = *q.asking;
-  const bool goes_on = memory.walk_target == q.target && memory.walk_frame == frame_number;
+  const uint64_t asked = digest(q);
+  const auto low = uint32_t(asked), high = uint32_t(asked >> 32);
+  const bool goes_on = memory.walk_question[0] == low && memory.walk_question[1] == high;
   const int32_t candidate = goes_on ? memory.walk_candidate : from_the_start;
-  memory.walk_target = q.target;
-  memory.walk_frame = frame_number;
+  memory.walk_question[0] = low;
+  memory.walk_question[1] = high;
   memory.walk_candidate = from_the_start;
   if (candidate == at_the_end) return 0;
   for (const orb_process_node *node = resume(candidate); node; node = node->next) {
@@ -123,9 +149,10 @@ int32_t run(const script_call &call, const test_kind &test) {
   return call.done(answer(q));
 }
 
-constexpr test_kind collisions{check_process_collision, check_mouse_collision,
+constexpr test_kind collisions{false, check_process_collision, check_mouse_collision,
                                check_hittest_collision};
-constexpr test_kind overlaps{check_process_overlap, check_mouse_overlap, check_hittest_overlap};
+constexpr test_kind overlaps{true, check_process_overlap, check_mouse_overlap,
+                             check_hittest_overlap};
 
 } // namespace
 

@@ -1,5 +1,6 @@
 #include "collision/picture.h"
 
+#include "blit/blit.h"
 #include "blit/effects.h"
 #include "frame/process_scan.h"
 #include "module/script_call.h"
@@ -9,7 +10,7 @@ namespace {
 
 constexpr int32_t full_turn = 360000;
 constexpr int32_t scrolls = 10;
-constexpr int32_t ghost_flag = 4;
+constexpr int32_t ghost_flag = 4, key_mode_flags = 12;
 
 bool is_library(int32_t file, const script_call *call) {
   const bool good = file >= 0 && file < max_fpg;
@@ -153,13 +154,12 @@ __ORBRegion__ picture_box(const __ORBBlit2D__ &r) {
 
 void draw_picture(const __ORBBlit2D__ &picture, int32_t x, int32_t y, __ORBSurface2D__ *onto) {
   __ORBBlit2D__ request = picture;
-  request.x = int32_t(uint32_t(request.x) - uint32_t(x));
-  request.y = int32_t(uint32_t(request.y) - uint32_t(y));
-  request.flags &= ~ghost_flag;
+  if ((request.flags & key_mode_flags) == ghost_flag) request.flags -= ghost_flag;
   request.fxmode = fx_src;
   request.dst = onto;
   const bool scaled = request.size_x != 100 || request.size_y != 100;
   const bool sheared = request.shear_x != 0 || request.shear_y != 0;
-  keep_override(request.src,
-                [&] { choose_blit_operation(request.angle != 0, scaled, sheared)(&request); });
+  keep_override(request.src, [&] {
+    blit_window(choose_blit_operation(request.angle != 0, scaled, sheared), &request, x, y);
+  });
 }

@@ -40,7 +40,7 @@ void move_picture(__ORBBlit2D__ &request, int32_t x, int32_t y);
 /// of the surface is used and stays.
 void picture_corners(const __ORBBlit2D__ &request, __FPoint__ corners[4]);
 __ORBRegion__ picture_box(const __ORBBlit2D__ &request);
-/// Draws the picture's pixels as they are (no effect, alpha 255, no ghost) so that (x, y) of its
-/// coordinates falls on the top left pixel of `onto`, which must be of its depth. The request
-/// stays.
+/// Draws the picture's pixels as they are (no effect, alpha 255, no ghost) from (x, y) of its
+/// coordinates on, within -2^30..2^30, onto the top left of `onto`, which must be of its depth.
+/// They are the pixels of a frame; what is never drawn there isn't here. The request stays.
 void draw_picture(const __ORBBlit2D__ &request, int32_t x, int32_t y, __ORBSurface2D__ *onto);
