@@ -193,6 +193,17 @@ TEST_F(Regions, TellWhatHasLeftThem) {
     *y = 0;
     return scroll == 4;
   };
+  // A region without pixels holds nothing, not even a picture around the place where it would be.
+  struct {
+    int32_t x, y, width, height;
+  } const empty[] = {{50, 50, 0, 20}, {50, 50, 20, 0}, {50, 50, -5, -5}, {0, 0, 0, 0}};
+  p.locals->x = p.locals->y = 50;
+  for (const auto &box : empty) {
+    ASSERT_EQ(host.call(ORB_region_define, 5, box.x, box.y, box.width, box.height), 1);
+    expect(1, {}, ORB_region_is_out, id, 5);
+    expect(1, {}, ORB_region_is_out, 0, code, 50, 50, 5);
+    EXPECT_EQ(percent(id, 5), 100) << box.width << " x " << box.height;
+  }
   p.locals->x = -950;
   p.locals->angle = 0;
   expect(1, {}, ORB_region_is_out, id, 3);
