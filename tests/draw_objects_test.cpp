@@ -1,5 +1,6 @@
 // Draw objects: the functions that make and change them, and how a frame draws them.
 #include <algorithm>
+#include <map>
 #include <optional>
 #include <random>
 
@@ -372,6 +373,7 @@ TEST_F(DrawObjects, AreDrawnByDepthAmongTheProcesses) {
         locals.flags = any(0, 1) * 4;
         locals.destination_graph = any_target();
       }
+      std::map<int32_t, int32_t> places; // of objects that were given one
       for (int32_t i = any(1, 20); i > 0; i--) {
         *_draw_z_ = any(-3, 3);
         *_draw_visible_ = random() % 4 != 0;
@@ -381,8 +383,11 @@ TEST_F(DrawObjects, AreDrawnByDepthAmongTheProcesses) {
         const int32_t id = host.call(ORB_draw_new, any(1, 5), any(1, 255), alpha, any(0, 1) * 3,
                                      any(-20, 80), any(-20, 60), any(-20, 80), any(-20, 60));
         ASSERT_GT(id, 0);
-        if (random() % 2) host.call(ORB_draw_lock, id);
-        if (random() % 4 == 0) host.call(ORB_draw_set_destination, id, 0, any_target());
+        const bool locked = random() % 2, placed = random() % 4 == 0;
+        const int32_t place = any_target();
+        if (locked) host.call(ORB_draw_lock, id);
+        if (placed) host.call(ORB_draw_set_destination, id, 0, place);
+        if (locked) places[id] = placed ? place : 0; // the screen, whatever the globals said
       }
       *_draw_z_ = any(-3, 3);
       *_draw_visible_ = round % 4 != 0;
@@ -404,7 +409,7 @@ TEST_F(DrawObjects, AreDrawnByDepthAmongTheProcesses) {
         if (!draw.in_use) continue;
         if (draw.locked ? draw.visible : *_draw_visible_)
           items.push_back({draw.locked ? draw.z : *_draw_z_, nullptr, &draw,
-                           draw.locked ? draw.destination_graph : *_draw_destination_graph_});
+                           draw.locked ? places.at(2 * i + 1) : *_draw_destination_graph_});
       }
       std::stable_sort(items.begin(), items.end(),
                        [](const item &a, const item &b) { return a.z > b.z; });

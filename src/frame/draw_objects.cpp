@@ -129,7 +129,9 @@ void do_drawings() {
     if (draw.locked) {
       if (!draw.visible) continue;
       // Looked up with every frame: the graph may be gone, or another.
-      destination = find_draw_destination(draw.destination_file, draw.destination_graph);
+      destination = draw.placed
+                        ? find_draw_destination(draw.destination_file, draw.destination_graph)
+                        : screen;
       draw.destination = destination;
     }
     if (!destination || !visible_on(draw, *destination)) continue;

@@ -174,7 +174,8 @@ int32_t ORB_draw_fix() {
 }
 
 /// draw_lock(id): gives objects their own depth, destination and visibility instead of the script's
-/// globals. Counts those that were locked before, too.
+/// globals: the depth and visibility of when they were made, and the screen, until they are
+/// changed. Counts those that were locked before, too.
 int32_t ORB_draw_lock() {
   return set_locked({"DRAW_LOCK"}, true);
 }
@@ -275,6 +276,7 @@ int32_t ORB_draw_set_destination() {
     draw.destination_file = file;
     draw.destination_graph = graph;
     draw.destination = destination;
+    draw.placed = true;
   });
 }
 

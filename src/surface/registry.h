@@ -34,6 +34,7 @@ struct orb_draw {
   int32_t reserved[2];
   int32_t destination_file, destination_graph;
   __ORBSurface2D__ *destination;
+  bool placed; // the script has given it its destination; until then that is the screen
 };
 extern orb_draw *draws; // max_draw records
 extern int32_t max_draw, draws_painted, draws_fixed, draws_locked;
