@@ -7,14 +7,14 @@
 
 #include "benchmarks.h"
 #include "contender.h"
-#include "frame/frame.h"
+#include "frame/draw_frame.h"
 #include "module/module.h"
 #include "orb_host.h"
 #include "report.h"
 #include "surface/surface.h"
 #include "video/fades.h"
+#include "video/mode.h"
 #include "video/presentation.h"
-#include "video/video.h"
 
 namespace orbbench {
 

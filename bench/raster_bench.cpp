@@ -6,13 +6,13 @@
 #include <random>
 
 #include "benchmarks.h"
-#include "blit/raster.h"
 #include "contender.h"
 #include "module/module.h"
 #include "orb_host.h"
+#include "raster/raster.h"
 #include "raster_peers.h"
 #include "report.h"
-#include "video/video.h"
+#include "video/mode.h"
 
 namespace orbbench {
 

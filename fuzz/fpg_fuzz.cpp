@@ -1,6 +1,6 @@
 // The FPG readers: whole libraries and single graphs of them, plain and through a host's streams.
 #include "graph_fuzz.h"
-#include "module/script_call.h"
+#include "script/script_call.h"
 #include "surface/libraries.h"
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***) {

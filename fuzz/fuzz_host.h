@@ -9,9 +9,9 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "module/runtime.h"
-#include "surface/tables.h"
-#include "video/video.h"
+#include "boundary/runtime.h"
+#include "video/mode.h"
+#include "video/mode_tables.h"
 
 namespace fuzz {
 

@@ -7,14 +7,14 @@
 #include <set>
 #include <vector>
 
-#include "frame/blit_list.h"
+#include "blit/blit_list.h"
 #include "fuzz/script_arguments.h"
 #include "fuzz/world.h"
 #include "host/host.h"
 #include "module/module.h"
 #include "surface/registry.h"
 #include "surface/surface.h"
-#include "video/video.h"
+#include "video/mode.h"
 
 namespace fuzz {
 namespace {

@@ -5,7 +5,7 @@
 #include "failure_points.h"
 #include "graph_files.h"
 #include "surface/palette.h"
-#include "video/video.h"
+#include "video/mode.h"
 
 namespace {
 

@@ -2,15 +2,15 @@
 // are made and modes that are set. Files: allocation_failure_files_test.cpp.
 #include <gtest/gtest.h>
 
+#include "blit/blit_list.h"
 #include "collision/collision.h"
 #include "failing_allocator.h"
 #include "failure_points.h"
-#include "frame/blit_list.h"
 #include "script/handlers.h"
 #include "surface/palette.h"
 #include "surface/registry.h"
 #include "video/fades.h"
-#include "video/video.h"
+#include "video/mode.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
+#include "blit/blit_list.h"
 #include "fake_runtime.h"
-#include "frame/blit_list.h"
 
 namespace {
 

@@ -8,10 +8,10 @@
 #include <gtest/gtest.h>
 
 #include "blit/blit.h"
+#include "blit/blit_list.h"
 #include "blit/effects.h"
 #include "collision/collision.h"
 #include "collision/picture.h"
-#include "frame/blit_list.h"
 #include "frame/process_scan.h"
 #include "graphics_fixture.h"
 #include "mode_fixture.h"

@@ -15,8 +15,8 @@
 #include "fake_runtime.h"
 #include "script/handlers.h"
 #include "surface/palette.h"
-#include "surface/tables.h"
-#include "video/video.h"
+#include "video/mode.h"
+#include "video/mode_tables.h"
 
 namespace {
 

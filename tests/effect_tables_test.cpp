@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "fake_runtime.h"
-#include "surface/tables.h"
+#include "video/mode_tables.h"
 
 namespace {
 

@@ -12,8 +12,8 @@
 #include "surface/palette.h"
 #include "surface/surface.h"
 #include "video/fades.h"
+#include "video/mode.h"
 #include "video/rows.h"
-#include "video/video.h"
 
 namespace {
 

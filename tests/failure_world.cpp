@@ -5,11 +5,11 @@
 
 #include <SDL.h>
 
+#include "blit/blit_list.h"
 #include "call_table.h"
 #include "collision/collision.h"
 #include "failure_points.h"
-#include "frame/blit_list.h"
-#include "frame/frame.h"
+#include "frame/draw_frame.h"
 #include "script/handlers.h"
 #include "video/presentation.h"
 

@@ -4,8 +4,8 @@
 
 #include <random>
 
-#include "frame/blit_list.h"
-#include "script/pixels.h"
+#include "blit/blit_list.h"
+#include "raster/pixels.h"
 #include "video/fades.h"
 #include "video/presentation.h"
 

@@ -16,16 +16,16 @@
 
 #include <gtest/gtest.h>
 
+#include "boundary/runtime.h"
 #include "fake_runtime.h"
 #include "formats/codec.h"
-#include "module/runtime.h"
-#include "script/pixels.h"
+#include "raster/pixels.h"
 #include "surface/palette.h"
 #include "surface/registry.h"
 #include "surface/surface.h"
-#include "surface/tables.h"
 #include "video/fades.h"
-#include "video/video.h"
+#include "video/mode.h"
+#include "video/mode_tables.h"
 
 using file_bytes = std::vector<uint8_t>;
 

@@ -4,10 +4,10 @@
 #include <random>
 
 #include "blit/blit.h"
+#include "blit/blit_list.h"
 #include "call_table.h"
-#include "frame/blit_list.h"
+#include "frame/draw_frame.h"
 #include "frame/draw_objects.h"
-#include "frame/frame.h"
 #include "frame/process_scan.h"
 #include "graphics_fixture.h"
 #include "mode_fixture.h"

@@ -14,7 +14,7 @@
 #include "module/module.h"
 #include "surface/registry.h"
 #include "surface/surface.h"
-#include "video/video.h"
+#include "video/mode.h"
 
 /// A host with the world's files, whose reports are nobody's business.
 struct quiet_host : orbhost::Host {

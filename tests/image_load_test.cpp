@@ -3,10 +3,10 @@
 
 #include <gtest/gtest.h>
 
-#include "module/script_call.h"
 #include "picture_files.h"
 #include "png_pictures.h"
 #include "script/handlers.h"
+#include "script/script_call.h"
 
 namespace {
 

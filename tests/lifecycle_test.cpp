@@ -5,14 +5,14 @@
 #include <SDL.h>
 #include <gtest/gtest.h>
 
-#include "frame/blit_list.h"
-#include "frame/frame.h"
+#include "blit/blit_list.h"
+#include "frame/draw_frame.h"
 #include "host/host.h"
 #include "module/module.h"
 #include "surface/registry.h"
 #include "surface/surface.h"
 #include "video/fades.h"
-#include "video/video.h"
+#include "video/mode.h"
 
 namespace {
 

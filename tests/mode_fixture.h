@@ -10,13 +10,13 @@
 #include <gtest/gtest.h>
 
 #include "fake_runtime.h"
-#include "frame/frame.h"
+#include "frame/draw_frame.h"
 #include "module/module.h"
 #include "script/handlers.h"
 #include "surface/palette.h"
 #include "surface/registry.h"
 #include "surface/surface.h"
-#include "video/video.h"
+#include "video/mode.h"
 
 struct service_log {
   std::vector<std::string> messages;

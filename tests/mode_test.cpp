@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "mode_fixture.h"
-#include "frame/blit_list.h"
+#include "blit/blit_list.h"
 #include "video/fades.h"
 #include "video/presentation.h"
 

@@ -10,13 +10,13 @@
 
 #include "blit/span.h"
 #include "fake_runtime.h"
-#include "frame/frame.h"
+#include "frame/draw_frame.h"
 #include "surface/palette.h"
 #include "surface/surface.h"
 #include "video/fades.h"
+#include "video/mode.h"
 #include "video/presentation.h"
 #include "video/rows.h"
-#include "video/video.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "blit/blit.h"
-#include "frame/blit_list.h"
+#include "blit/blit_list.h"
 #include "frame/process_scan.h"
 #include "graphics_fixture.h"
 

@@ -4,7 +4,7 @@
 #include <map>
 #include <vector>
 
-#include "blit/raster.h"
+#include "raster/raster.h"
 
 namespace raster_shapes {
 

@@ -8,8 +8,8 @@
 
 #include <gtest/gtest.h>
 
-#include "blit/raster.h"
 #include "graphics_fixture.h"
+#include "raster/raster.h"
 #include "raster_shapes.h"
 
 namespace {

@@ -139,7 +139,7 @@ TEST_F(Registration, HandlersByName) {
     long_names[name_of(row[0])] = name_of(row[1]);
   const std::vector<std::pair<std::string, std::string>> rows{
 #define ORB_FUNCTION(signature, result, flag, handler) {signature, #handler},
-#include "module/functions.inc"
+#include "script/functions.inc"
 #undef ORB_FUNCTION
   };
   std::map<std::string, int32_t (*)()> of_name;

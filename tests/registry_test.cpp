@@ -10,12 +10,12 @@
 
 #include "failing_allocator.h"
 #include "fake_runtime.h"
-#include "module/script_call.h"
 #include "script/handlers.h"
+#include "script/script_call.h"
 #include "surface/growth.h"
 #include "surface/libraries.h"
 #include "surface/surface.h"
-#include "video/video.h"
+#include "video/mode.h"
 
 namespace {
 

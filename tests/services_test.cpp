@@ -6,9 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include "boundary/runtime.h"
 #include "fake_runtime.h"
 #include "graphics_fixture.h"
-#include "module/runtime.h"
 
 namespace {
 

@@ -14,7 +14,7 @@
 #include "script/handlers.h"
 #include "surface/palette.h"
 #include "surface/surface.h"
-#include "video/video.h"
+#include "video/mode.h"
 
 // Last: their macros (None, Bool, Status) would break the headers above.
 #include <SDL.h>

@@ -6,8 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include "frame/blit_list.h"
-#include "frame/frame.h"
+#include "blit/blit_list.h"
+#include "frame/draw_frame.h"
 #include "graphics_fixture.h"
 
 namespace {

@@ -1,6 +1,6 @@
 // Look-up tables that the blend effects use instead of dividing per pixel.
 //
-// do_tables fills those of the screen's depth (surface/tables.h); nothing else writes them. All
+// do_tables fills those of the screen's depth (video/mode_tables.h); nothing else writes them. All
 // divisions truncate toward zero. The `...p` pointers are the blit engine's: it points them into
 // the tables for each blit.
 #pragma once

@@ -3,7 +3,7 @@
 
 #include "blit/effects.h"
 #include "blit/kernels.h"
-#include "blit/lanes.h"
+#include "simd/lanes.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 
 #include "blit/effects.h"
 #include "blit/kernels.h"
-#include "blit/lanes.h"
+#include "simd/lanes.h"
 
 namespace {
 

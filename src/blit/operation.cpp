@@ -7,7 +7,7 @@
 #include "surface/palette.h"
 #include "surface/registry.h"
 #include "surface/surface.h"
-#include "video/video.h"
+#include "video/mode.h"
 
 blit_state blit;
 __ORBBlit2D__ bltGraphics2D;

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "blit/kernels.h"
-#include "blit/lanes.h"
+#include "simd/lanes.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include "collision/picture.h"
 #include "collision/polygon.h"
 #include "surface/surface.h"
-#include "video/video.h"
+#include "video/mode.h"
 
 __ORBBlit2D__ proc, scan;
 

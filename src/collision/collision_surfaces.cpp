@@ -3,9 +3,9 @@
 
 #include <cstring>
 
-#include "module/script_call.h"
+#include "script/script_call.h"
 #include "surface/surface.h"
-#include "video/video.h"
+#include "video/mode.h"
 
 __ORBSurface2D__ *proc_surface, *scan_surface;
 

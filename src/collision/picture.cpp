@@ -3,7 +3,7 @@
 #include "blit/blit.h"
 #include "blit/effects.h"
 #include "frame/process_scan.h"
-#include "module/script_call.h"
+#include "script/script_call.h"
 #include "surface/registry.h"
 
 namespace {

@@ -3,13 +3,13 @@
 #include <cstring>
 
 #include "formats/map_file.h"
-#include "module/script_call.h"
+#include "script/script_call.h"
 #include "surface/conversion.h"
 #include "surface/libraries.h"
 #include "surface/palette.h"
 #include "surface/surface.h"
 #include "video/fades.h"
-#include "video/video.h"
+#include "video/mode.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <iterator>
 
 #include "formats/map_file.h"
-#include "module/script_call.h"
+#include "script/script_call.h"
 #include "surface/surface.h"
 
 int32_t image_w, image_h, image_bpp;

@@ -6,7 +6,7 @@
 #include <algorithm>
 
 #include "formats/codec.h"
-#include "module/script_call.h"
+#include "script/script_call.h"
 
 FILE *open_for_reading(const char *path) {
   const int descriptor = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);

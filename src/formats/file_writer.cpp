@@ -7,8 +7,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include "boundary/runtime.h"
 #include "formats/codec.h"
-#include "module/runtime.h"
 #include "surface/palette.h"
 
 namespace {

@@ -17,11 +17,11 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "module/script_call.h"
+#include "script/script_call.h"
 #include "surface/conversion.h"
 #include "surface/libraries.h"
 #include "surface/palette.h"
-#include "video/video.h"
+#include "video/mode.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 
 #include "formats/map_file.h"
 #include "surface/registry.h"
-#include "video/video.h"
+#include "video/mode.h"
 
 namespace {
 

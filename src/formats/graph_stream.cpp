@@ -6,8 +6,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "boundary/runtime.h"
 #include "formats/palette_file.h"
-#include "module/runtime.h"
 #include "surface/palette.h"
 
 namespace {

@@ -10,7 +10,7 @@
 
 #include <jpeglib.h>
 
-#include "module/script_call.h"
+#include "script/script_call.h"
 
 struct jpeg_guard {
   jpeg_error_mgr manager; // first: libjpeg's record points here

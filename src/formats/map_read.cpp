@@ -12,8 +12,8 @@
 
 #include <cstring>
 
-#include "module/script_call.h"
-#include "video/video.h"
+#include "script/script_call.h"
+#include "video/mode.h"
 
 namespace {
 

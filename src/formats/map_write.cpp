@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-#include "video/video.h"
+#include "video/mode.h"
 
 uint32_t image_flags = 0;
 const __ORBSurface2D__ *image_surface = nullptr;

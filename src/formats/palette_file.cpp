@@ -2,8 +2,8 @@
 
 #include <cstring>
 
+#include "boundary/runtime.h"
 #include "formats/codec.h"
-#include "module/runtime.h"
 #include "surface/palette.h"
 
 namespace {

@@ -5,8 +5,8 @@
 #include "formats/codec.h"
 #include "formats/file_reader.h"
 #include "formats/picture_rows.h"
-#include "module/script_call.h"
-#include "video/video.h"
+#include "script/script_call.h"
+#include "video/mode.h"
 
 namespace {
 

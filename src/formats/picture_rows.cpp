@@ -3,7 +3,7 @@
 #include <cstdlib>
 
 #include "formats/codec.h"
-#include "module/script_call.h"
+#include "script/script_call.h"
 #include "surface/surface.h"
 
 /// Allocates the pixels and describes them in the globals.

@@ -12,7 +12,7 @@
 #include "formats/codec.h"
 #include "formats/file_reader.h"
 #include "formats/picture_rows.h"
-#include "module/script_call.h"
+#include "script/script_call.h"
 #include "surface/surface.h"
 
 namespace {

@@ -6,7 +6,7 @@
 #include "formats/file_pixels.h"
 #include "formats/file_reader.h"
 #include "formats/picture_rows.h"
-#include "module/script_call.h"
+#include "script/script_call.h"
 
 namespace {
 

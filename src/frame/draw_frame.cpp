@@ -1,11 +1,11 @@
 // One frame, from the blit list to the display.
-#include "frame/blit_list.h"
-#include "frame/frame.h"
+#include "blit/blit_list.h"
+#include "frame/draw_frame.h"
 #include "module/module.h"
 #include "surface/palette.h"
 #include "surface/surface.h"
 #include "video/fades.h"
-#include "video/video.h"
+#include "video/mode.h"
 
 int32_t dump_type = 1, restore_type = 1;
 int32_t old_dump_type = 1, old_restore_type = 1;

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 
-#include "blit/raster.h"
 #include "frame/process_scan.h"
 #include "module/module.h"
+#include "raster/raster.h"
 #include "surface/surface.h"
-#include "video/video.h"
+#include "video/mode.h"
 
 namespace {
 

@@ -1,14 +1,14 @@
 // The device record: the module's own operations, slot by slot, for the host and for itself.
 #include "blit/blit.h"
+#include "blit/blit_list.h"
 #include "collision/collision.h"
-#include "frame/blit_list.h"
 #include "module/module.h"
 #include "surface/colour.h"
 #include "surface/palette.h"
 #include "surface/registry.h"
 #include "surface/surface.h"
 #include "video/fades.h"
-#include "video/video.h"
+#include "video/mode.h"
 
 namespace {
 

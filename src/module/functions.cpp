@@ -6,7 +6,7 @@ namespace {
 
 constexpr int32_t listed_functions = 0
 #define ORB_FUNCTION(signature, result, flag, handler) +1
-#include "module/functions.inc"
+#include "script/functions.inc"
 #undef ORB_FUNCTION
     ;
 static_assert(listed_functions == 310, "the number of registered functions is fixed");
@@ -15,7 +15,7 @@ static_assert(listed_functions == 310, "the number of registered functions is fi
 
 const orb_function functions_table[311] = {
 #define ORB_FUNCTION(signature, result, flag, handler) {signature, result, flag, handler},
-#include "module/functions.inc"
+#include "script/functions.inc"
 #undef ORB_FUNCTION
     {nullptr, nullptr, 0, nullptr},
 };

@@ -2,16 +2,16 @@
 #include <algorithm>
 
 #include "blit/blit.h"
+#include "blit/blit_list.h"
+#include "boundary/runtime.h"
 #include "collision/collision.h"
-#include "frame/blit_list.h"
+#include "frame/draw_frame.h"
 #include "frame/draw_objects.h"
-#include "frame/frame.h"
 #include "frame/process_scan.h"
-#include "module/runtime.h"
-#include "script/pixels.h"
+#include "raster/pixels.h"
 #include "surface/registry.h"
 #include "video/fades.h"
-#include "video/video.h"
+#include "video/mode.h"
 
 orb_device_system *deviceSystem_graphics2D;
 uint8_t first_frame = 1, program_visible;

@@ -5,7 +5,7 @@
 // and fxmode, fxcolor and fxintensity. What is missing is flags 0, region 0, alpha 255, fxmode 0.
 #pragma once
 
-#include "module/script_call.h"
+#include "script/script_call.h"
 
 struct blit_tail {
   int32_t flags = 0, region = 0;

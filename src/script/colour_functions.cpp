@@ -2,9 +2,9 @@
 //
 // Colours of an 8-bit mode are palette indices and have no components to pack: there all five
 // return 0, and palette_find_color is the function to ask.
-#include "module/script_call.h"
 #include "script/handlers.h"
-#include "video/video.h"
+#include "script/script_call.h"
+#include "video/mode.h"
 
 namespace {
 

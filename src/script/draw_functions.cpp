@@ -9,10 +9,10 @@
 #include <cstdlib>
 
 #include "frame/draw_objects.h"
-#include "module/script_call.h"
 #include "script/handlers.h"
+#include "script/script_call.h"
 #include "surface/surface.h"
-#include "video/video.h"
+#include "video/mode.h"
 
 namespace {
 

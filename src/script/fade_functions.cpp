@@ -1,8 +1,8 @@
 // Script functions that start fades.
-#include "module/script_call.h"
 #include "script/handlers.h"
+#include "script/script_call.h"
 #include "video/fades.h"
-#include "video/video.h"
+#include "video/mode.h"
 
 /// screen_fade(red, green, blue, speed), fade(...): percentages 0..200 and 64ths of the way a
 /// frame. 1, or 0 when that is the target already.

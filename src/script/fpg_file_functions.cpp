@@ -1,8 +1,8 @@
 // Script functions that load and save graph libraries.
 #include "formats/map_file.h"
-#include "module/script_call.h"
+#include "script/checks.h"
 #include "script/handlers.h"
-#include "script/library_checks.h"
+#include "script/script_call.h"
 
 /// fpg_load(file name [, key]): a library under the lowest free number, 0 included. The number, or
 /// the failure value after reporting 104 when the list can't grow, 105 for a file that can't be

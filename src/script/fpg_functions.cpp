@@ -1,7 +1,7 @@
 // Script functions on whole graph libraries and on the graphs in them, but for their files.
-#include "module/script_call.h"
+#include "script/checks.h"
 #include "script/handlers.h"
-#include "script/library_checks.h"
+#include "script/script_call.h"
 #include "surface/libraries.h"
 
 namespace {

@@ -1,5 +1,5 @@
 // graphiclib_get_...: what the module holds and drew.
-#include "module/runtime.h"
+#include "boundary/runtime.h"
 #include "script/handlers.h"
 #include "surface/registry.h"
 

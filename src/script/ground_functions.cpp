@@ -1,7 +1,7 @@
 // Script functions on single pixels of the ground, the background of every frame.
-#include "module/script_call.h"
+#include "raster/pixels.h"
 #include "script/handlers.h"
-#include "script/pixels.h"
+#include "script/script_call.h"
 #include "surface/surface.h"
 
 /// ground_put_pixel(x, y, colour [, mode]): sets one pixel of the ground; outside it nothing

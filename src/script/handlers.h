@@ -4,5 +4,5 @@
 #include <cstdint>
 
 #define ORB_FUNCTION(signature, result, flag, handler) int32_t handler();
-#include "module/functions.inc"
+#include "script/functions.inc"
 #undef ORB_FUNCTION

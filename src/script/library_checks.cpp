@@ -1,4 +1,4 @@
-#include "script/library_checks.h"
+#include "script/checks.h"
 
 #include "surface/registry.h"
 

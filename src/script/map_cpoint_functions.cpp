@@ -6,8 +6,8 @@
 
 #include "blit/geometry.h"
 #include "collision/picture.h"
-#include "module/script_call.h"
 #include "script/handlers.h"
+#include "script/script_call.h"
 #include "surface/surface.h"
 
 namespace {

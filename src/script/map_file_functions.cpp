@@ -1,7 +1,7 @@
 // Script functions that bring single graphs in, copy them and write them out.
 #include "formats/map_file.h"
-#include "module/script_call.h"
 #include "script/handlers.h"
+#include "script/script_call.h"
 #include "surface/libraries.h"
 
 /// map_load(file name [, key]): a MAP file becomes a graph of library 0. Its code, or the failure

@@ -1,7 +1,7 @@
 // Script functions that put pixels on single graphs.
-#include "module/script_call.h"
+#include "raster/pixels.h"
 #include "script/handlers.h"
-#include "script/pixels.h"
+#include "script/script_call.h"
 
 /// map_put_pixel(file, graph, x, y, colour [, mode]): sets one pixel of a graph; outside it nothing
 /// happens. `mode` must be 0 or 1, and both do the same. 1, or the failure value for a bad graph,

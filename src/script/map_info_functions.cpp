@@ -1,8 +1,8 @@
 // Script functions that tell what a graph is, and that name it.
 #include <iterator>
 
-#include "module/script_call.h"
 #include "script/handlers.h"
+#include "script/script_call.h"
 #include "surface/libraries.h"
 
 namespace {

@@ -2,13 +2,13 @@
 // check (109, 110, 111, 121) and returns the failure value when that or another check reports.
 #include <bit>
 
-#include "module/readable.h"
-#include "module/script_call.h"
+#include "boundary/readable.h"
+#include "raster/pixels.h"
 #include "script/handlers.h"
-#include "script/pixels.h"
+#include "script/script_call.h"
 #include "surface/palette.h"
 #include "surface/surface.h"
-#include "video/video.h"
+#include "video/mode.h"
 
 namespace {
 

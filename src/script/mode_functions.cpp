@@ -1,8 +1,8 @@
 // Script functions that set the video mode and ask about it.
 #include "blit/blit.h"
-#include "module/script_call.h"
 #include "script/handlers.h"
-#include "video/video.h"
+#include "script/script_call.h"
+#include "video/mode.h"
 
 #include <algorithm>
 

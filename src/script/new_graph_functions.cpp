@@ -1,12 +1,12 @@
 // map_new and fpg_new_map: empty graphs, in library 0 under a code of its own or in any library
 // under a given one.
 #include "formats/codec.h"
-#include "module/script_call.h"
+#include "script/checks.h"
 #include "script/handlers.h"
-#include "script/library_checks.h"
+#include "script/script_call.h"
 #include "surface/libraries.h"
 #include "surface/surface.h"
-#include "video/video.h"
+#include "video/mode.h"
 
 namespace {
 

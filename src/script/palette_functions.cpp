@@ -2,15 +2,15 @@
 // they return the failure value and nothing is reported but what each says.
 #include <cstring>
 
+#include "boundary/readable.h"
 #include "formats/palette_file.h"
-#include "module/readable.h"
-#include "module/script_call.h"
 #include "script/handlers.h"
+#include "script/script_call.h"
 #include "surface/palette.h"
 #include "surface/surface.h"
 #include "video/fades.h"
+#include "video/mode.h"
 #include "video/presentation.h"
-#include "video/video.h"
 
 namespace {
 

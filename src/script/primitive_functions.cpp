@@ -4,9 +4,9 @@
 // own position).
 #include <tuple>
 
-#include "blit/raster.h"
-#include "module/script_call.h"
+#include "raster/raster.h"
 #include "script/handlers.h"
+#include "script/script_call.h"
 #include "surface/surface.h"
 
 namespace {

@@ -1,7 +1,7 @@
 // Script functions that copy the ground or the screen onto a graph. The screen holds the frame that
 // was drawn last.
-#include "module/script_call.h"
 #include "script/handlers.h"
+#include "script/script_call.h"
 #include "script/surface_copies.h"
 #include "surface/registry.h"
 #include "surface/surface.h"

@@ -4,7 +4,7 @@
 // Where a call ends in a tail see script/blit_arguments.h. Each returns 1, drawn or not, or the
 // failure value after reporting a bad graph (109, 110, 111, 121) or region (108 at its position). A
 // graph that is unloaded before the frame isn't drawn.
-#include "frame/blit_list.h"
+#include "blit/blit_list.h"
 #include "script/blit_arguments.h"
 #include "script/handlers.h"
 #include "surface/surface.h"

@@ -1,13 +1,13 @@
 // Script functions that look at single pixels of the screen and set the colour that clears it.
 #include <algorithm>
 
-#include "module/script_call.h"
+#include "raster/pixels.h"
 #include "script/handlers.h"
-#include "script/pixels.h"
+#include "script/script_call.h"
 #include "surface/palette.h"
 #include "surface/surface.h"
+#include "video/mode.h"
 #include "video/presentation.h"
-#include "video/video.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 // screen_load: a picture file straight to the ground.
 #include "formats/codec.h"
-#include "module/script_call.h"
 #include "script/ground_cover.h"
 #include "script/handlers.h"
+#include "script/script_call.h"
 #include "surface/registry.h"
 
 /// screen_load(file name [, key]): covers the ground with a picture of any known format, as

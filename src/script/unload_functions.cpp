@@ -1,7 +1,7 @@
 // image_unload, unload_pcx and map_unload: each deletes the loose graphs of its own kinds.
 #include "formats/codec.h"
-#include "module/script_call.h"
 #include "script/handlers.h"
+#include "script/script_call.h"
 #include "surface/registry.h"
 
 /// image_unload(code): code -1 unloads all. How many were unloaded; a map read by image_load is

@@ -6,7 +6,7 @@
 #include "surface/colour.h"
 #include "surface/palette.h"
 #include "surface/surface.h"
-#include "video/video.h"
+#include "video/mode.h"
 
 namespace {
 

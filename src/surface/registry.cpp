@@ -1,11 +1,11 @@
-// Libraries, graphs and their run-time codes. Regions and draw records: surface/lists.cpp.
+// Libraries, graphs and their run-time codes. Regions and draw records: surface/regions.cpp.
 #include "surface/registry.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdlib>
 
-#include "module/runtime.h"
+#include "boundary/runtime.h"
 #include "surface/growth.h"
 
 orb_fpg *fpg = nullptr;

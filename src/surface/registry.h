@@ -1,7 +1,7 @@
 // The graph registry: libraries, graphs, run-time codes, regions, and the counters scripts read.
 //
 // Library 0 holds loose graphs and is the only one that grows; its codes from 1000 up are handed
-// out at run time and marked in `image_loaded`. Only surface/registry.cpp and surface/lists.cpp
+// out at run time and marked in `image_loaded`. Only surface/registry.cpp and surface/regions.cpp
 // (regions, draws) resize the arrays.
 #pragma once
 

@@ -3,8 +3,8 @@
 
 #include <cstdlib>
 
-#include "frame/blit_list.h"
-#include "video/video.h"
+#include "blit/blit_list.h"
+#include "video/mode.h"
 
 orb_surface_list *gfxsurfaces = nullptr;
 __ORBSurface2D__ *ground = nullptr, *screen = nullptr;

@@ -4,8 +4,8 @@
 
 #include "surface/palette.h"
 #include "surface/surface.h"
+#include "video/mode.h"
 #include "video/rows.h"
-#include "video/video.h"
 
 namespace {
 

@@ -1,17 +1,17 @@
 // The state of the video device: its defaults, and how a changed mode is applied or taken back.
-#include "video/video.h"
+#include "video/mode.h"
 
 #include "blit/blit.h"
+#include "blit/blit_list.h"
+#include "boundary/runtime.h"
 #include "collision/collision.h"
-#include "frame/blit_list.h"
-#include "frame/frame.h"
-#include "module/runtime.h"
-#include "script/pixels.h"
+#include "frame/draw_frame.h"
+#include "raster/pixels.h"
 #include "surface/palette.h"
 #include "surface/registry.h"
 #include "surface/surface.h"
-#include "surface/tables.h"
 #include "video/fades.h"
+#include "video/mode_tables.h"
 #include "video/presentation.h"
 
 orb_mode mode;

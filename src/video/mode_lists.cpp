@@ -5,8 +5,8 @@
 #include <span>
 #include <utility>
 
-#include "module/runtime.h"
-#include "video/video.h"
+#include "boundary/runtime.h"
+#include "video/mode.h"
 
 orb_video_mode *video_modes, *video_modes8, *video_modes16, *video_modes32;
 int32_t max_video_modes, num_video_modes;

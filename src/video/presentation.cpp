@@ -6,14 +6,14 @@
 #include <utility>
 
 #include "blit/span.h"
-#include "frame/frame.h"
-#include "module/runtime.h"
+#include "boundary/runtime.h"
+#include "frame/draw_frame.h"
 #include "surface/colour.h"
 #include "surface/palette.h"
 #include "surface/surface.h"
 #include "video/fades.h"
+#include "video/mode.h"
 #include "video/rows.h"
-#include "video/video.h"
 
 const row_routines *row_kernels = &rows_sse2;
 

@@ -1,10 +1,10 @@
 // The bodies of the row routines (rows.h), for the files that compile them for one instruction set.
-// Everything is in an anonymous namespace, as in blit/lanes.h and for the same reason.
+// Everything is in an anonymous namespace, as in simd/lanes.h and for the same reason.
 #pragma once
 
 #include <utility>
 
-#include "blit/lanes.h"
+#include "simd/lanes.h"
 #include "surface/palette.h"
 #include "video/rows.h"
 

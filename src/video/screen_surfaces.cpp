@@ -1,12 +1,12 @@
 // The two surfaces that follow the mode: the ground and the screen.
 #include <utility>
 
-#include "frame/blit_list.h"
-#include "frame/frame.h"
-#include "module/runtime.h"
+#include "blit/blit_list.h"
+#include "boundary/runtime.h"
+#include "frame/draw_frame.h"
 #include "surface/registry.h"
 #include "surface/surface.h"
-#include "video/video.h"
+#include "video/mode.h"
 
 namespace {
 

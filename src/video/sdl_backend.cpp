@@ -9,13 +9,13 @@
 #include <cstdlib>
 #include <initializer_list>
 
-#include "frame/frame.h"
-#include "module/runtime.h"
+#include "boundary/runtime.h"
+#include "frame/draw_frame.h"
 #include "surface/palette.h"
 #include "surface/surface.h"
 #include "video/fades.h"
+#include "video/mode.h"
 #include "video/presentation.h"
-#include "video/video.h"
 
 uint8_t sdl_fullscreen;
 int32_t sdl_w, sdl_h;

@@ -1,8 +1,8 @@
 // The virtual resolution: which screen pixel each pixel of an output of another size shows.
 #include <cstdlib>
 
-#include "module/runtime.h"
-#include "video/video.h"
+#include "boundary/runtime.h"
+#include "video/mode.h"
 
 int32_t virtual_resolution_ratiow, virtual_resolution_ratioh;
 int32_t virtual_resolution_xoffset, virtual_resolution_yoffset;

@@ -13,7 +13,7 @@
 #include "surface/palette.h"
 #include "surface/registry.h"
 #include "surface/surface.h"
-#include "video/video.h"
+#include "video/mode.h"
 
 namespace checkspan {
 

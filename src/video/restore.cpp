@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "frame/frame.h"
+#include "frame/draw_frame.h"
 #include "surface/fill.h"
 #include "surface/surface.h"
 #include "video/fades.h"

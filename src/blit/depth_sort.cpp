@@ -3,7 +3,7 @@
 #include <climits>
 #include <cstdlib>
 
-#include "frame/blit_list.h"
+#include "blit/blit_list.h"
 
 namespace {
 

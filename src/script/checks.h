@@ -1,7 +1,7 @@
 // Argument checks of the functions on graph libraries.
 #pragma once
 
-#include "module/script_call.h"
+#include "script/script_call.h"
 
 /// A library number in range; else null after reporting 109.
 orb_fpg *check_library(const script_call &call, int32_t file, int32_t position);

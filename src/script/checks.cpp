@@ -1,7 +1,7 @@
 // Argument checks that script handlers share.
-#include "module/script_call.h"
+#include "script/script_call.h"
 #include "surface/registry.h"
-#include "video/video.h"
+#include "video/mode.h"
 
 bool check_graph_numbers(const script_call &call, int32_t file, int32_t graph, int32_t position) {
   max_graph = file ? graphs_per_library : max_map;

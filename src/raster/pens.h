@@ -8,8 +8,8 @@
 #include <cstring>
 
 #include "blit/fx16.h"
-#include "blit/lanes.h"
-#include "blit/raster.h"
+#include "raster/raster.h"
+#include "simd/lanes.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "frame/blit_list.h"
+#include "blit/blit_list.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -6,7 +6,7 @@
 #include <cstring>
 #include <span>
 
-#include "module/runtime.h"
+#include "boundary/runtime.h"
 
 orb_blit_lists *pBlitLists2D;
 orb_blit_list *pBlitList2D;

@@ -9,7 +9,7 @@
 // Coordinates and sizes are int32 pixels of any value, and no routine takes longer than what can be
 // seen of its shape deserves. A colour is a pixel of the depth. A null surface, one of another
 // depth and one without pixels are left alone. `fill` is 0 for an outline, else the shape is
-// filled. Single pixels are in script/pixels.h.
+// filled. Single pixels are in raster/pixels.h.
 #pragma once
 
 #include "orb/graphics2d.h"

@@ -1,9 +1,9 @@
 // image_save and save_pcx: a graph handed to the writer of a format.
 #include "formats/map_file.h"
-#include "module/script_call.h"
 #include "script/handlers.h"
+#include "script/script_call.h"
 #include "surface/registry.h"
-#include "video/video.h"
+#include "video/mode.h"
 
 namespace {
 

@@ -5,9 +5,9 @@
 #include <cmath>
 #include <utility>
 
-#include "blit/raster_pens.h"
+#include "raster/pens.h"
 
-#include "blit/raster_rows.h"
+#include "raster/row_pairs.h"
 
 namespace {
 

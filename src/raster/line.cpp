@@ -10,9 +10,9 @@
 // products fit 64 unsigned bits: both lengths are below 2^32.
 #include <utility>
 
-#include "blit/raster_pens.h"
+#include "raster/pens.h"
 
-#include "blit/raster_canvas.h"
+#include "raster/canvas.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "frame/blit_list.h"
-#include "frame/frame.h"
+#include "blit/blit_list.h"
+#include "frame/draw_frame.h"
 #include "surface/surface.h"
 
 orb_frame_zone framezones[max_framezones];

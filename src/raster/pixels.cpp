@@ -1,10 +1,10 @@
-#include "script/pixels.h"
+#include "raster/pixels.h"
 
-#include "blit/raster.h"
+#include "raster/raster.h"
 #include "surface/colour.h"
 #include "surface/surface.h"
 #include "video/fades.h"
-#include "video/video.h"
+#include "video/mode.h"
 
 uint32_t (*get_pixel)(const __ORBSurface2D__ *, int32_t x, int32_t y) = get_pixel8;
 void (*draw_pixel)(__ORBSurface2D__ *, int32_t x, int32_t y, uint32_t colour,

@@ -1,6 +1,6 @@
 // Blit lists: requests taken during a frame, sorted by depth, run, and forgotten.
 //
-// `pBlitLists2D` holds all lists, `pBlitList2D` is the current one; only frame/blit_list.cpp writes
+// `pBlitLists2D` holds all lists, `pBlitList2D` is the current one; only blit/blit_list.cpp writes
 // them. `graphics2D_blitlist` is the index of the module's own list "GRAPHICS2D".
 #pragma once
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "blit/raster.h"
+#include "raster/raster.h"
 #include "surface/palette.h"
 
 namespace {

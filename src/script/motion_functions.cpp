@@ -3,8 +3,8 @@
 #include <cmath>
 
 #include "collision/picture.h"
-#include "module/script_call.h"
 #include "script/handlers.h"
+#include "script/script_call.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 // the callers can use.
 #include <algorithm>
 
-#include "module/runtime.h"
+#include "boundary/runtime.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // Round shapes as rows that mirror one another, from the outermost pair inwards.
 #pragma once
 
-#include "blit/raster_canvas.h"
+#include "raster/canvas.h"
 
 namespace {
 

@@ -2,10 +2,10 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "module/script_call.h"
 #include "script/handlers.h"
+#include "script/script_call.h"
 #include "surface/registry.h"
-#include "video/video.h"
+#include "video/mode.h"
 
 namespace {
 

@@ -5,9 +5,9 @@
 // visible, whatever the radius.
 #include <cmath>
 
-#include "blit/raster_pens.h"
+#include "raster/pens.h"
 
-#include "blit/raster_rows.h"
+#include "raster/row_pairs.h"
 
 namespace {
 

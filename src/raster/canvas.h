@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <limits>
 
-#include "blit/raster.h"
+#include "raster/raster.h"
 #include "surface/surface.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "module/readable.h"
+#include "boundary/readable.h"
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -1,10 +1,10 @@
-#include "surface/tables.h"
+#include "video/mode_tables.h"
 
 #include <cstdlib>
 #include <utility>
 
 #include "blit/effect_tables.h"
-#include "module/runtime.h"
+#include "boundary/runtime.h"
 #include "surface/palette.h"
 
 namespace {

@@ -14,7 +14,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "module/runtime.h"
+#include "boundary/runtime.h"
 
 /// Mistakes that handlers report to the host; the texts are the host's.
 enum script_error : int32_t {

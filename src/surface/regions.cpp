@@ -1,7 +1,7 @@
 // The storage of regions and draw records.
 #include <cstdlib>
 
-#include "module/runtime.h"
+#include "boundary/runtime.h"
 #include "surface/growth.h"
 #include "surface/registry.h"
 

@@ -4,8 +4,8 @@
 
 #include "collision/picture.h"
 #include "collision/polygon.h"
-#include "module/script_call.h"
 #include "script/handlers.h"
+#include "script/script_call.h"
 #include "surface/registry.h"
 
 namespace {

@@ -2,7 +2,7 @@
 // remember as frame zones what was touched.
 //
 // `framezones` are built at the end of a frame and consumed by the next frame's restore and
-// presentation; only frame/zones.cpp and draw_frame write them.
+// presentation; only video/zones.cpp and draw_frame write them.
 #pragma once
 
 #include "orb/graphics2d.h"

@@ -1,9 +1,9 @@
 // Rectangles.
 #include <utility>
 
-#include "blit/raster_pens.h"
+#include "raster/pens.h"
 
-#include "blit/raster_canvas.h"
+#include "raster/canvas.h"
 
 namespace {
 

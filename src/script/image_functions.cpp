@@ -1,7 +1,7 @@
 // image_load and load_pcx: which codec takes a file, and the graph that comes of it.
 #include "formats/codec.h"
-#include "module/script_call.h"
 #include "script/handlers.h"
+#include "script/script_call.h"
 #include "surface/registry.h"
 
 namespace {

@@ -11,8 +11,8 @@
 // candidate. So it ends with the process, and costs no memory and no looking up.
 #include "collision/collision.h"
 #include "collision/picture.h"
-#include "module/script_call.h"
 #include "script/handlers.h"
+#include "script/script_call.h"
 
 namespace {
 

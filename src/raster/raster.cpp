@@ -1,5 +1,5 @@
 // The rasterisers' module-wide state, and the choice of the routines of a depth.
-#include "blit/raster.h"
+#include "raster/raster.h"
 
 LineTarget line_target;
 int32_t draw_clipx0 = 0, draw_clipy0 = 0, draw_clipx1 = 0, draw_clipy1 = 0;
