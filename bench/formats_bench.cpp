@@ -20,15 +20,14 @@
 
 #include "benchmarks.h"
 #include "contender.h"
+#include "formats/codec.h"
 #include "formats/map_file.h"
 #include "orb_host.h"
 #include "raw_codecs.h"
 #include "report.h"
 #include "script/script_call.h"
 #include "surface/libraries.h"
-#include "surface/palette.h"
 #include "surface/surface.h"
-#include "video/mode.h"
 
 namespace orbbench {
 

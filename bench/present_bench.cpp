@@ -7,14 +7,15 @@
 
 #include "benchmarks.h"
 #include "contender.h"
-#include "frame/draw_frame.h"
-#include "module/module.h"
 #include "orb_host.h"
 #include "report.h"
+#include "surface/screen.h"
 #include "surface/surface.h"
 #include "video/fades.h"
-#include "video/mode.h"
+#include "video/mode_state.h"
 #include "video/presentation.h"
+#include "video/restore.h"
+#include "video/virtual_resolution.h"
 
 namespace orbbench {
 

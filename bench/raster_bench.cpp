@@ -7,12 +7,11 @@
 
 #include "benchmarks.h"
 #include "contender.h"
-#include "module/module.h"
 #include "orb_host.h"
 #include "raster/raster.h"
 #include "raster_peers.h"
 #include "report.h"
-#include "video/mode.h"
+#include "surface/screen.h"
 
 namespace orbbench {
 

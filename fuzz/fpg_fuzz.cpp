@@ -1,5 +1,7 @@
 // The FPG readers: whole libraries and single graphs of them, plain and through a host's streams.
+#include "formats/map_file.h"
 #include "graph_fuzz.h"
+#include "module/module.h"
 #include "script/script_call.h"
 #include "surface/libraries.h"
 

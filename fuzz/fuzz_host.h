@@ -10,7 +10,7 @@
 #include <cstdlib>
 
 #include "boundary/runtime.h"
-#include "video/mode.h"
+#include "surface/screen.h"
 #include "video/mode_tables.h"
 
 namespace fuzz {

@@ -5,7 +5,6 @@
 
 #include <cstring>
 
-#include "formats/map_file.h"
 #include "picture_fuzz.h"
 
 namespace fuzz {

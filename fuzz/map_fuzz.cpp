@@ -1,4 +1,5 @@
 // The MAP reader and its probe, at every depth, plain and through streams with markers.
+#include "formats/map_file.h"
 #include "graph_fuzz.h"
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***) {

@@ -8,13 +8,16 @@
 #include <vector>
 
 #include "blit/blit_list.h"
+#include "boundary/records.h"
+#include "frame/draw_objects.h"
 #include "fuzz/script_arguments.h"
 #include "fuzz/world.h"
 #include "host/host.h"
 #include "module/module.h"
+#include "surface/regions.h"
 #include "surface/registry.h"
+#include "surface/screen.h"
 #include "surface/surface.h"
-#include "video/mode.h"
 
 namespace fuzz {
 namespace {

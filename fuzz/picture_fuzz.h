@@ -8,7 +8,6 @@
 
 #include "formats/codec.h"
 #include "fuzz_host.h"
-#include "surface/surface.h"
 
 namespace fuzz {
 

@@ -5,7 +5,6 @@
 
 #include "fuzz/script_arguments.h"
 #include "fuzz/script_playing.h"
-#include "surface/registry.h"
 
 namespace fuzz {
 namespace {

@@ -9,6 +9,8 @@
 #include <SDL.h>
 #include <zlib.h>
 
+#include "boundary/errors.h"
+#include "frame/draw_objects.h"
 #include "fuzz/script_arguments.h"
 #include "fuzz/script_display.h"
 #include "fuzz/script_playing.h"

@@ -4,12 +4,12 @@
 #include <fstream>
 #include <iterator>
 
+#include "boundary/errors.h"
 #include "fuzz/foreign_files.h"
 #include "fuzz/script_arguments.h"
 #include "fuzz/script_display.h"
 #include "fuzz/script_playing.h"
 #include "fuzz/world.h"
-#include "module/module.h"
 #include "surface/registry.h"
 
 namespace fuzz {

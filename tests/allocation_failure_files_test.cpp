@@ -5,7 +5,6 @@
 #include "failure_points.h"
 #include "graph_files.h"
 #include "surface/palette.h"
-#include "video/mode.h"
 
 namespace {
 

@@ -9,8 +9,7 @@
 #include "script/handlers.h"
 #include "surface/palette.h"
 #include "surface/registry.h"
-#include "video/fades.h"
-#include "video/mode.h"
+#include "video/mode_lists.h"
 
 namespace {
 

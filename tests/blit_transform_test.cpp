@@ -12,6 +12,7 @@
 #include "checkspan/art.h"
 #include "checkspan/requests.h"
 #include "graphics_fixture.h"
+#include "surface/ghost_table.h"
 
 using namespace checkspan;
 

@@ -15,6 +15,7 @@
 #include <gtest/gtest.h>
 
 #include "fake_runtime.h"
+#include "module/module.h"
 
 /// The handler registered under a name with so many arguments.
 inline int32_t (*find_handler(const std::string &name, size_t arguments))() {

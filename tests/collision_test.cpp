@@ -16,6 +16,7 @@
 #include "graphics_fixture.h"
 #include "mode_fixture.h"
 #include "script/handlers.h"
+#include "surface/fill.h"
 
 namespace {
 

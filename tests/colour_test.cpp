@@ -14,8 +14,10 @@
 
 #include "fake_runtime.h"
 #include "script/handlers.h"
+#include "surface/depth_tables.h"
+#include "surface/ghost_table.h"
 #include "surface/palette.h"
-#include "video/mode.h"
+#include "surface/screen.h"
 #include "video/mode_tables.h"
 
 namespace {

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include "formats/codec.h"
 #include "picture_files.h"
 
 namespace {

@@ -13,6 +13,9 @@
 #include "graphics_fixture.h"
 #include "raster/raster.h"
 #include "script/handlers.h"
+#include "surface/fill.h"
+#include "video/restore.h"
+#include "video/zones.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 
 #include <gtest/gtest.h>
 
-#include "blit/span.h"
 #include "host_tour.h"
+#include "simd/cpu.h"
 
 namespace {
 

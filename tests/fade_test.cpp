@@ -6,14 +6,17 @@
 
 #include <gtest/gtest.h>
 
-#include "blit/span.h"
 #include "fake_runtime.h"
 #include "script/handlers.h"
+#include "simd/cpu.h"
+#include "surface/depth_tables.h"
 #include "surface/palette.h"
-#include "surface/surface.h"
+#include "surface/screen.h"
+#include "video/display.h"
 #include "video/fades.h"
-#include "video/mode.h"
+#include "video/presentation.h"
 #include "video/rows.h"
+#include "video/zones.h"
 
 namespace {
 

@@ -17,7 +17,6 @@
 #include <vector>
 
 #include "memory_files.h"
-#include "module/module.h"
 
 /// The module on SDL's dummy display, from before the init hook to after the release hook.
 class failure_world {

@@ -9,9 +9,14 @@
 #include "call_table.h"
 #include "collision/collision.h"
 #include "failure_points.h"
-#include "frame/draw_frame.h"
 #include "script/handlers.h"
+#include "surface/depth_tables.h"
+#include "surface/ghost_table.h"
+#include "video/display.h"
+#include "video/mode_lists.h"
 #include "video/presentation.h"
+#include "video/sdl_backend.h"
+#include "video/virtual_resolution.h"
 
 namespace {
 

@@ -17,7 +17,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "module/module.h"
+#include "boundary/records.h"
 
 /// One call of rt_error.
 struct fake_error {

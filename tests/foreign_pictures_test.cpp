@@ -2,6 +2,7 @@
 // (data/make_pictures.sh).
 #include <gtest/gtest.h>
 
+#include "formats/codec.h"
 #include "picture_files.h"
 
 namespace {

@@ -5,7 +5,11 @@
 #include <random>
 
 #include "blit/blit_list.h"
+#include "frame/draw_frame.h"
 #include "raster/pixels.h"
+#include "surface/fill.h"
+#include "surface/registry.h"
+#include "surface/surface.h"
 #include "video/fades.h"
 #include "video/presentation.h"
 

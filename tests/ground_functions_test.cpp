@@ -11,7 +11,9 @@
 #include "frame/process_scan.h"
 #include "graphics_fixture.h"
 #include "mode_fixture.h"
+#include "raster/pixels.h"
 #include "script/handlers.h"
+#include "surface/fill.h"
 #include "video/presentation.h"
 
 namespace {

@@ -12,9 +12,6 @@
 #include "fuzz/world.h"
 #include "host/host.h"
 #include "module/module.h"
-#include "surface/registry.h"
-#include "surface/surface.h"
-#include "video/mode.h"
 
 /// A host with the world's files, whose reports are nobody's business.
 struct quiet_host : orbhost::Host {

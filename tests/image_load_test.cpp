@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include "formats/adopt_image.h"
+#include "formats/codec.h"
 #include "picture_files.h"
 #include "png_pictures.h"
 #include "script/handlers.h"

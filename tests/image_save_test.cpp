@@ -5,9 +5,11 @@
 
 #include <gtest/gtest.h>
 
+#include "formats/codec.h"
 #include "graphics_fixture.h"
 #include "safe_saves.h"
 #include "script/handlers.h"
+#include "surface/fill.h"
 
 namespace {
 

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <jpeglib.h>
 
+#include "formats/codec.h"
 #include "formats/icc_profile.h"
 #include "graphics_fixture.h"
 

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "graph_files.h"
+#include "surface/depth_tables.h"
 
 namespace {
 

@@ -6,13 +6,17 @@
 #include <gtest/gtest.h>
 
 #include "blit/blit_list.h"
-#include "frame/draw_frame.h"
+#include "boundary/records.h"
 #include "host/host.h"
 #include "module/module.h"
+#include "surface/regions.h"
 #include "surface/registry.h"
+#include "surface/screen.h"
 #include "surface/surface.h"
 #include "video/fades.h"
-#include "video/mode.h"
+#include "video/mode_state.h"
+#include "video/presentation.h"
+#include "video/zones.h"
 
 namespace {
 

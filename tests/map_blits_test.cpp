@@ -4,7 +4,9 @@
 
 #include "blit/blit.h"
 #include "map_fixture.h"
+#include "script/blit_arguments.h"
 #include "script/handlers.h"
+#include "surface/fill.h"
 
 namespace {
 

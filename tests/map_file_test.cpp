@@ -1,6 +1,7 @@
 // MAP files: their bytes, what becomes of them at each depth, and every way in which they fail.
 #include <gtest/gtest.h>
 
+#include "formats/codec.h"
 #include "formats/map_file.h"
 #include "graph_files.h"
 

@@ -5,6 +5,7 @@
 #include <random>
 
 #include "graphics_fixture.h"
+#include "raster/pixels.h"
 
 struct map_test : graphics_test {
   std::mt19937 random{71};

@@ -9,6 +9,7 @@
 
 #include "map_fixture.h"
 #include "script/handlers.h"
+#include "surface/fill.h"
 
 namespace {
 

@@ -1,6 +1,9 @@
 // What changes a mode that is set: mode_change, the filters, the renderer and the virtual
 // resolution.
 #include "mode_fixture.h"
+#include "surface/fill.h"
+#include "video/mode_lists.h"
+#include "video/virtual_resolution.h"
 
 #include <array>
 #include <functional>

@@ -10,13 +10,14 @@
 #include <gtest/gtest.h>
 
 #include "fake_runtime.h"
-#include "frame/draw_frame.h"
 #include "module/module.h"
 #include "script/handlers.h"
 #include "surface/palette.h"
-#include "surface/registry.h"
-#include "surface/surface.h"
+#include "surface/regions.h"
+#include "surface/screen.h"
 #include "video/mode.h"
+#include "video/presentation.h"
+#include "video/zones.h"
 
 struct service_log {
   std::vector<std::string> messages;

@@ -6,8 +6,13 @@
 
 #include "mode_fixture.h"
 #include "blit/blit_list.h"
+#include "surface/fill.h"
+#include "surface/surface.h"
+#include "video/display.h"
 #include "video/fades.h"
+#include "video/mode_lists.h"
 #include "video/presentation.h"
+#include "video/virtual_resolution.h"
 
 namespace {
 

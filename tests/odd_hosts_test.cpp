@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include "boundary/errors.h"
 #include "fuzz/odd_host.h"
 #include "fuzz/script_arguments.h"
 #include "graphics_fixture.h"

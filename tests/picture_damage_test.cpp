@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "formats/codec.h"
 #include "picture_files.h"
 
 namespace {

@@ -4,6 +4,7 @@
 #include <random>
 #include <string>
 
+#include "formats/codec.h"
 #include "picture_files.h"
 
 struct picture_test : graphics_test {

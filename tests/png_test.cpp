@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <zlib.h>
 
+#include "formats/codec.h"
 #include "picture_files.h"
 #include "png_pictures.h"
 

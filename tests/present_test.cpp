@@ -8,15 +8,17 @@
 
 #include <gtest/gtest.h>
 
-#include "blit/span.h"
 #include "fake_runtime.h"
-#include "frame/draw_frame.h"
+#include "simd/cpu.h"
+#include "surface/depth_tables.h"
 #include "surface/palette.h"
-#include "surface/surface.h"
-#include "video/fades.h"
-#include "video/mode.h"
+#include "surface/screen.h"
+#include "video/mode_state.h"
 #include "video/presentation.h"
+#include "video/restore.h"
 #include "video/rows.h"
+#include "video/virtual_resolution.h"
+#include "video/zones.h"
 
 namespace {
 

@@ -9,6 +9,7 @@
 #include "graphics_fixture.h"
 #include "raster_shapes.h"
 #include "script/handlers.h"
+#include "surface/fill.h"
 
 namespace {
 

@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "boundary/records.h"
 #include "module/module.h"
 
 namespace {

@@ -10,12 +10,15 @@
 
 #include "failing_allocator.h"
 #include "fake_runtime.h"
+#include "frame/draw_objects.h"
+#include "script/checks.h"
 #include "script/handlers.h"
 #include "script/script_call.h"
 #include "surface/growth.h"
 #include "surface/libraries.h"
+#include "surface/regions.h"
+#include "surface/screen.h"
 #include "surface/surface.h"
-#include "video/mode.h"
 
 namespace {
 

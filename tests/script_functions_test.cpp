@@ -4,9 +4,11 @@
 
 #include <gtest/gtest.h>
 
-#include "blit/blit.h"
 #include "graphics_fixture.h"
+#include "raster/pixels.h"
+#include "script/blit_arguments.h"
 #include "script/handlers.h"
+#include "surface/fill.h"
 
 namespace {
 

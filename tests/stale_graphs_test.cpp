@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include "host_tour.h"
+#include "surface/registry.h"
+#include "surface/screen.h"
 
 namespace {
 

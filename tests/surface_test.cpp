@@ -10,7 +10,7 @@
 
 #include "fake_runtime.h"
 #include "surface/fill.h"
-#include "video/mode.h"
+#include "surface/screen.h"
 
 namespace {
 

@@ -13,8 +13,8 @@
 #include "module/module.h"
 #include "script/handlers.h"
 #include "surface/palette.h"
-#include "surface/surface.h"
-#include "video/mode.h"
+#include "surface/screen.h"
+#include "video/mode_state.h"
 
 // Last: their macros (None, Bool, Status) would break the headers above.
 #include <SDL.h>

@@ -9,6 +9,9 @@
 #include "blit/blit_list.h"
 #include "frame/draw_frame.h"
 #include "graphics_fixture.h"
+#include "video/presentation.h"
+#include "video/restore.h"
+#include "video/zones.h"
 
 namespace {
 

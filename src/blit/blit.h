@@ -28,6 +28,3 @@ int32_t blit_window(orb_blit_operation *operation, __ORBBlit2D__ *request, int32
 /// Points the dispatch at the widest span routines that this CPU has. Called at init and whenever
 /// the render type changes; every choice gives the same pixels.
 void set_blitter_routines();
-
-/// The request that script functions fill and run at once.
-extern __ORBBlit2D__ bltGraphics2D;

@@ -1,8 +1,8 @@
 // Blits at natural size: whole graphs by their pivot, and rectangles of graphs.
 #include <algorithm>
 
+#include "blit/geometry.h"
 #include "blit/operation.h"
-#include "surface/surface.h"
 
 namespace {
 

@@ -1,4 +1,5 @@
 // Tiled blits: the source repeated over the clip rectangle.
+#include "blit/geometry.h"
 #include "blit/operation.h"
 
 namespace {

@@ -6,7 +6,7 @@
 #include "blit/sampling_avx2.h"
 #include "blit/span.h"
 #include "orb/graphics2d.h"
-#include "surface/palette.h"
+#include "surface/ghost_table.h"
 
 namespace {
 

@@ -4,8 +4,6 @@
 #include <cmath>
 #include <numbers>
 
-#include "blit/operation.h"
-
 namespace {
 
 struct point {
@@ -243,6 +241,19 @@ void calculate_graph_bbox(__ORBRegion__ *box, __ORBSurface2D__ *surface, int32_t
     box->y0 = std::min(box->y0, cy);
     box->y1 = std::max(box->y1, cy);
   }
+}
+
+blit_pivot take_pivot(__ORBSurface2D__ *surface) {
+  if (surface->pivot_override) {
+    surface->pivot_override = 0;
+    return {int32_t(surface->pivot_x), int32_t(surface->pivot_y), true};
+  }
+  constexpr uint32_t unset = 65535;
+  const uint32_t *centre = surface->cpoints;
+  const bool middle_x = !centre || (centre[0] & 0xFFFF) == unset;
+  const bool middle_y = !centre || (centre[1] & 0xFFFF) == unset;
+  return {int32_t(middle_x ? surface->width >> 1 : centre[0]),
+          int32_t(middle_y ? surface->height >> 1 : centre[1]), false};
 }
 
 void sort_corners_rotscale(__Vertex__ sorted[4], const __Vertex__ corners[4]) {

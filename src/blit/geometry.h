@@ -25,6 +25,14 @@ enum transform_order : int32_t { tfm_hsr, tfm_hrs, tfm_shr, tfm_srh, tfm_rhs, tf
 int32_t round_corner(float value);
 inline constexpr int32_t corner_out_of_range = INT32_MIN;
 
+/// The pivot in unmirrored pixels of the source, consuming a pivot override. `overridden` tells
+/// where it came from.
+struct blit_pivot {
+  int32_t x, y;
+  bool overridden;
+};
+blit_pivot take_pivot(__ORBSurface2D__ *surface);
+
 /// The box of a scaled graph.
 void calculate_corners_scale(__ORBSurface2D__ *surface, int32_t x, int32_t y, int32_t size_x,
                              int32_t size_y, int32_t flags, float *x0, float *y0, float *x1,

@@ -4,13 +4,10 @@
 
 #include "blit/effect_tables.h"
 #include "blit/geometry.h"
+#include "surface/ghost_table.h"
 #include "surface/palette.h"
-#include "surface/registry.h"
-#include "surface/surface.h"
-#include "video/mode.h"
-
-blit_state blit;
-__ORBBlit2D__ bltGraphics2D;
+#include "surface/regions.h"
+#include "surface/screen.h"
 
 namespace {
 
@@ -101,19 +98,6 @@ bool clip_blit(const __ORBBlit2D__ *request) {
   blit.clipw = blit.clipx1 - blit.clipx0 + 1;
   blit.cliph = blit.clipy1 - blit.clipy0 + 1;
   return true;
-}
-
-blit_pivot take_pivot(__ORBSurface2D__ *surface) {
-  if (surface->pivot_override) {
-    surface->pivot_override = 0;
-    return {int32_t(surface->pivot_x), int32_t(surface->pivot_y), true};
-  }
-  constexpr uint32_t unset = 65535;
-  const uint32_t *centre = surface->cpoints;
-  const bool middle_x = !centre || (centre[0] & 0xFFFF) == unset;
-  const bool middle_y = !centre || (centre[1] & 0xFFFF) == unset;
-  return {int32_t(middle_x ? surface->width >> 1 : centre[0]),
-          int32_t(middle_y ? surface->height >> 1 : centre[1]), false};
 }
 
 namespace {

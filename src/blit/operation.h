@@ -20,14 +20,6 @@ span_routine *choose_routine(span_op op, int32_t column);
 /// Key mode by flags: 0 keyed, 1 ghost, 2 no key; -1 for flags 12..15.
 int32_t blit_column();
 
-/// The pivot in unmirrored pixels of the source, consuming a pivot override. `overridden` tells
-/// where it came from.
-struct blit_pivot {
-  int32_t x, y;
-  bool overridden;
-};
-blit_pivot take_pivot(__ORBSurface2D__ *surface);
-
 /// Ends an operation: nothing drawn; or this inclusive box, written to the request and its owner.
 int32_t refuse_blit(__ORBBlit2D__ *request);
 int32_t finish_blit(__ORBBlit2D__ *request, int32_t x0, int32_t y0, int32_t x1, int32_t y1);

@@ -11,9 +11,7 @@
 #include "blit/blit_state.h"
 #include "blit/kernels.h"
 #include "blit/routine.h"
-
-enum class instruction_set : uint8_t { sse2, avx2 };
-inline constexpr int instruction_set_count = 2;
+#include "simd/cpu.h"
 
 /// The span tables in use. Draw, scale and rotscale tables hold 3 columns (keyed, ghost, no key) by
 /// effect; tile tables 2 (keyed, no key), their alpha-channel ones 1. 13 effects at 8 bits,
@@ -60,11 +58,6 @@ span_routine *const *span_table_entries(instruction_set isa, span_op op, span_ta
 
 /// The instruction set in use.
 instruction_set span_instruction_set();
-/// True when this CPU has it and it isn't masked.
-bool cpu_has(instruction_set isa);
-/// Pretends that the CPU lacks instruction sets above `highest`, for tests and benchmarks; takes
-/// effect at the next set_blitter_routines().
-void mask_instruction_sets(instruction_set highest);
 
 /// A routine of the directory. Names are made of operation, depths, key, alpha and effect:
 /// "scale_16to16_nokey_tint", "draw_32to32_alphasrc_alphachn".

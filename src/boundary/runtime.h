@@ -2,7 +2,7 @@
 // services, each of which a host may leave out: a missing one is skipped.
 #pragma once
 
-#include "module/module.h"
+#include "boundary/records.h"
 
 inline int32_t rt_param_count() { return orbre->rt_param_count(); }
 inline int32_t rt_pop_int() { return orbre->rt_pop_int(); }

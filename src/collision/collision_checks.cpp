@@ -4,8 +4,7 @@
 #include "collision/collision.h"
 #include "collision/picture.h"
 #include "collision/polygon.h"
-#include "surface/surface.h"
-#include "video/mode.h"
+#include "surface/screen.h"
 
 __ORBBlit2D__ proc, scan;
 

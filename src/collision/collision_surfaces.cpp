@@ -4,8 +4,8 @@
 #include <cstring>
 
 #include "script/script_call.h"
+#include "surface/screen.h"
 #include "surface/surface.h"
-#include "video/mode.h"
 
 __ORBSurface2D__ *proc_surface, *scan_surface;
 

@@ -2,13 +2,12 @@
 
 #include "blit/blit.h"
 #include "blit/effects.h"
-#include "frame/process_scan.h"
+#include "blit/process_transform.h"
 #include "script/script_call.h"
 #include "surface/registry.h"
 
 namespace {
 
-constexpr int32_t full_turn = 360000;
 constexpr int32_t scrolls = 10;
 constexpr int32_t ghost_flag = 4, key_mode_flags = 12;
 

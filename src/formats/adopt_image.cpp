@@ -1,15 +1,17 @@
 // From the reader's globals to a graph of library 0: palette, surface, depth, slot.
+#include "formats/adopt_image.h"
+
 #include <cstdlib>
 #include <cstring>
 
-#include "formats/map_file.h"
+#include "formats/codec.h"
 #include "script/script_call.h"
 #include "surface/conversion.h"
 #include "surface/libraries.h"
 #include "surface/palette.h"
+#include "surface/screen.h"
 #include "surface/surface.h"
 #include "video/fades.h"
-#include "video/mode.h"
 
 namespace {
 

@@ -1,25 +1,12 @@
 #include "formats/codec.h"
 
-#include <cstdlib>
 #include <iterator>
 
+#include "boundary/errors.h"
 #include "formats/map_file.h"
-#include "script/script_call.h"
-#include "surface/surface.h"
 
-int32_t image_w, image_h, image_bpp;
-uint32_t image_id;
-char image_desc[257];
-__ORBPalette2D__ image_palette;
-uint8_t image_has_palette;
 uint8_t image_palette_alphas[256];
 uint8_t image_has_palette_alphas;
-void *image_data;
-uint8_t image_alphachannel;
-cpoint_record *image_cpoint;
-int32_t image_num_cpoints;
-int32_t image_max_cpoint_defined;
-int32_t image_error;
 
 /// A writer of a format that knows no keys, in the shape of the table.
 template <int32_t (*save)(const char *filename, int32_t parameter)>
@@ -60,16 +47,4 @@ const image_codec *read_image(const char *filename, const char *key) {
     if (image_error != error_format) break;
   }
   return nullptr;
-}
-
-void reset_image() {
-  aligned_free(image_data);
-  free(image_cpoint);
-  image_data = nullptr;
-  image_cpoint = nullptr;
-  image_num_cpoints = image_max_cpoint_defined = 0;
-  image_w = image_h = image_bpp = 0;
-  image_id = 1;
-  image_desc[0] = '\0';
-  image_has_palette = image_has_palette_alphas = image_alphachannel = 0;
 }

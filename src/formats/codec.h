@@ -2,7 +2,7 @@
 // through which a reader hands its picture over.
 #pragma once
 
-#include "surface/surface.h"
+#include "formats/image.h"
 
 /// The script constants img_format_*, and the marks in `image_loaded`.
 enum image_format : int32_t {
@@ -10,20 +10,8 @@ enum image_format : int32_t {
   img_format_tga
 };
 
-// Written by the reader of the current file, consumed by adopt_image.
-extern int32_t image_w, image_h, image_bpp;
-extern uint32_t image_id;
-extern char image_desc[257];
-extern __ORBPalette2D__ image_palette;     // 8-bit components
-extern uint8_t image_has_palette;          // 1: image_palette came with the picture
 extern uint8_t image_palette_alphas[256];  // how opaque the palette's colours are
 extern uint8_t image_has_palette_alphas;   // 1: they came with the picture; else all are opaque
-extern void *image_data;                   // aligned_malloc; the taker owns it
-extern uint8_t image_alphachannel;
-extern cpoint_record *image_cpoint;  // malloc, or null
-extern int32_t image_num_cpoints;          // defined ones
-extern int32_t image_max_cpoint_defined;   // highest index
-extern int32_t image_error;                // message number of the last failure
 
 struct image_codec {
   image_format format;
@@ -51,10 +39,6 @@ const image_codec *probe_image(const char *filename, const char *key);
 /// format (144) goes to the next codec that takes it: the headers of some formats begin alike. The
 /// codec that read it, or null with the globals reset.
 const image_codec *read_image(const char *filename, const char *key);
-
-/// Frees what a reader has left in the globals, and sets them as a reader expects them: id 1, no
-/// description, no control points, no palette and no alphas for one, no alpha channel.
-void reset_image();
 
 int32_t ORB_CheckBMPHeader(const char *filename, const char *key);
 /// Palette pictures come as 8 bits; truecolour ones at the depth of the screen, with an alpha
@@ -106,7 +90,3 @@ int32_t ORB_LoadTGAPalette(const char *filename);
 int32_t ORB_SaveTGA(const char *filename, int32_t compression);
 
 struct script_call;
-/// Makes a graph of library 0 from the reader's globals under the free `code`: adopts its palette
-/// where the mode wants one, converts it to the screen's depth, registers it with `mark`. Returns
-/// the code, or 0 after reporting a failure. The globals own nothing afterwards.
-int32_t adopt_image(const script_call &call, int32_t code, const char *filename, int32_t mark);

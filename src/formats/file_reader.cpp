@@ -5,8 +5,9 @@
 
 #include <algorithm>
 
-#include "formats/codec.h"
-#include "script/script_call.h"
+#include "boundary/errors.h"
+#include "boundary/runtime.h"
+#include "formats/image.h"
 
 FILE *open_for_reading(const char *path) {
   const int descriptor = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);

@@ -8,7 +8,7 @@
 #include <cstring>
 
 #include "boundary/runtime.h"
-#include "formats/codec.h"
+#include "formats/image.h"
 #include "surface/palette.h"
 
 namespace {

@@ -17,11 +17,12 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "formats/adopt_image.h"
 #include "script/script_call.h"
 #include "surface/conversion.h"
 #include "surface/libraries.h"
 #include "surface/palette.h"
-#include "video/mode.h"
+#include "surface/screen.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 
 #include "formats/map_file.h"
 #include "surface/registry.h"
-#include "video/mode.h"
+#include "surface/screen.h"
 
 namespace {
 

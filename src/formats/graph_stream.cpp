@@ -7,7 +7,7 @@
 #include <cstring>
 
 #include "boundary/runtime.h"
-#include "formats/palette_file.h"
+#include "formats/stored_palette.h"
 #include "surface/palette.h"
 
 namespace {

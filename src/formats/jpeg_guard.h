@@ -10,7 +10,7 @@
 
 #include <jpeglib.h>
 
-#include "script/script_call.h"
+#include "boundary/errors.h"
 
 struct jpeg_guard {
   jpeg_error_mgr manager; // first: libjpeg's record points here

@@ -4,6 +4,7 @@
 
 #include <jerror.h>
 
+#include "boundary/runtime.h"
 #include "formats/codec.h"
 #include "formats/file_reader.h"
 #include "formats/icc_profile.h"

@@ -8,7 +8,6 @@
 // Layouts stand with the readers (map_read.cpp, fpg_read.cpp).
 #pragma once
 
-#include "formats/codec.h"
 #include "surface/surface.h"
 
 /// What the seven bytes of a magic say: the letters "map" or "fpg", 0x1A, 0x0D, the depth byte, 0.
@@ -63,11 +62,6 @@ bool may_hold_graph_bytes(graph_reader *in, uint64_t size);
 
 /// A palette as stored in 8-bit files, with the block of colour ranges after it.
 bool read_graph_palette(graph_reader *in, __ORBPalette2D__ *out);
-
-/// In an 8-bit mode the first file with a palette sets the palette in force; with a forced palette
-/// every such file prepares its remapping. `checksum` is the palette's (palette_checksum,
-/// palette_checksum_6bits). Stands in adopt_image.cpp.
-void adopt_palette(const __ORBPalette2D__ &colours, uint32_t checksum);
 
 enum graph_read_result { graph_read, graph_cut_short, graph_no_memory };
 /// Reads `count` (1 to 4095) control points into a new array; missing ones are in it, not defined

@@ -12,8 +12,10 @@
 
 #include <cstring>
 
-#include "script/script_call.h"
-#include "video/mode.h"
+#include "boundary/errors.h"
+#include "boundary/runtime.h"
+#include "formats/image.h"
+#include "surface/screen.h"
 
 namespace {
 

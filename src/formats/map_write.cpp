@@ -1,9 +1,9 @@
 // Writes MAP files; their layout stands in map_read.cpp.
+#include "formats/image.h"
 #include "formats/map_file.h"
+#include "surface/screen.h"
 
 #include <cstring>
-
-#include "video/mode.h"
 
 uint32_t image_flags = 0;
 const __ORBSurface2D__ *image_surface = nullptr;

@@ -2,11 +2,11 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "boundary/errors.h"
 #include "formats/codec.h"
 #include "formats/file_reader.h"
 #include "formats/picture_rows.h"
-#include "script/script_call.h"
-#include "video/mode.h"
+#include "surface/screen.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 
 #include <cstdlib>
 
-#include "formats/codec.h"
-#include "script/script_call.h"
+#include "boundary/errors.h"
+#include "formats/image.h"
 #include "surface/surface.h"
 
 /// Allocates the pixels and describes them in the globals.

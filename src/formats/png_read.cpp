@@ -9,10 +9,11 @@
 
 #include <png.h>
 
+#include "boundary/errors.h"
+#include "boundary/runtime.h"
 #include "formats/codec.h"
 #include "formats/file_reader.h"
 #include "formats/picture_rows.h"
-#include "script/script_call.h"
 #include "surface/surface.h"
 
 namespace {

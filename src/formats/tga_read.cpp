@@ -6,7 +6,6 @@
 #include "formats/file_pixels.h"
 #include "formats/file_reader.h"
 #include "formats/picture_rows.h"
-#include "script/script_call.h"
 
 namespace {
 

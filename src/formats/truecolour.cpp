@@ -5,7 +5,7 @@
 
 #include "surface/colour.h"
 #include "surface/palette.h"
-#include "video/mode.h"
+#include "surface/screen.h"
 
 namespace {
 

@@ -1,14 +1,14 @@
 // One frame, from the blit list to the display.
 #include "blit/blit_list.h"
 #include "frame/draw_frame.h"
-#include "module/module.h"
+#include "boundary/records.h"
 #include "surface/palette.h"
-#include "surface/surface.h"
+#include "surface/screen.h"
 #include "video/fades.h"
-#include "video/mode.h"
+#include "video/presentation.h"
+#include "video/restore.h"
+#include "video/zones.h"
 
-int32_t dump_type = 1, restore_type = 1;
-int32_t old_dump_type = 1, old_restore_type = 1;
 int32_t num_blits2D;
 
 namespace {

@@ -1,12 +1,50 @@
 #include "frame/draw_objects.h"
 
 #include <algorithm>
+#include <cstdlib>
 
+#include "boundary/runtime.h"
 #include "frame/process_scan.h"
-#include "module/module.h"
 #include "raster/raster.h"
-#include "surface/surface.h"
-#include "video/mode.h"
+#include "surface/growth.h"
+#include "surface/regions.h"
+#include "surface/registry.h"
+#include "surface/screen.h"
+
+orb_draw *draws = nullptr;
+int32_t max_draw = 0, draws_painted = 0, draws_fixed = 0, draws_locked = 0;
+int32_t draws_moved_alpha = 0;
+
+// ---- The records -------------------------------------------------------------------------------
+
+namespace {
+constexpr int32_t first_max_draw = 16, draw_step = 16, draw_limit = 65536;
+}
+
+int32_t CreateDrawList() {
+  draws_painted = draws_fixed = draws_locked = 0;
+  draws_moved_alpha = 0;
+  max_draw = grow_records(draws, 0, first_max_draw) ? first_max_draw : 0;
+  return max_draw != 0;
+}
+
+int32_t ResizeDrawList() {
+  if (max_draw >= draw_limit) return 0;
+  if (!grow_records(draws, max_draw, max_draw + draw_step)) {
+    rt_fatal("ENGINE 2D: Error to Resize DRAW2D list");
+    return 0;
+  }
+  max_draw += draw_step;
+  return 1;
+}
+
+void DeleteDrawList() {
+  free(draws);
+  draws = nullptr;
+  max_draw = 0;
+}
+
+// ---- Drawing -----------------------------------------------------------------------------------
 
 namespace {
 

@@ -1,11 +1,27 @@
 // Draw objects: lines, boxes and ellipses that a script makes once and that are drawn with every
 // frame, sorted by depth among the graphs of the processes, until it deletes them.
 //
-// Their records are `draws` (surface/registry.h); script/draw_functions.cpp fills and changes them,
-// and counts them.
+// script/draw_functions.cpp fills and changes their records, and counts them; only
+// frame/draw_objects.cpp resizes the array.
 #pragma once
 
-#include "surface/registry.h"
+#include "orb/graphics2d.h"
+
+/// A persistent drawing, redrawn every frame.
+struct orb_draw {
+  uint8_t in_use, locked, fixed, visible;
+  int32_t type;
+  uint32_t colour;
+  int32_t alpha, region, z;
+  int32_t x0, y0, x1, y1;
+  int32_t reserved[2];
+  int32_t destination_file, destination_graph;
+  __ORBSurface2D__ *destination;
+  bool placed; // the script has given it its destination; until then that is the screen
+};
+extern orb_draw *draws; // max_draw records
+extern int32_t max_draw, draws_painted, draws_fixed, draws_locked;
+extern int32_t draws_moved_alpha; // last stored by draw_move
 
 enum draw_type : int32_t {
   draw_type_line = 1,
@@ -14,6 +30,10 @@ enum draw_type : int32_t {
   draw_type_ellipse,
   draw_type_filled_ellipse,
 };
+
+int32_t CreateDrawList();
+int32_t ResizeDrawList();
+void DeleteDrawList();
 
 /// The index of the lowest free record, which is cleared; the list grows for it. -1 at the limit of
 /// the list or without memory.

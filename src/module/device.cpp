@@ -1,14 +1,25 @@
-// The device record: the module's own operations, slot by slot, for the host and for itself.
+// The device record, slot by slot, for the host and for the module itself; and what comes up and
+// goes down with it.
 #include "blit/blit.h"
 #include "blit/blit_list.h"
+#include "boundary/runtime.h"
 #include "collision/collision.h"
+#include "frame/draw_objects.h"
 #include "module/module.h"
 #include "surface/colour.h"
+#include "surface/fill.h"
 #include "surface/palette.h"
+#include "surface/regions.h"
 #include "surface/registry.h"
+#include "surface/screen.h"
 #include "surface/surface.h"
 #include "video/fades.h"
 #include "video/mode.h"
+#include "video/mode_lists.h"
+#include "video/mode_tables.h"
+#include "video/screen_surfaces.h"
+#include "video/sdl_backend.h"
+#include "video/virtual_resolution.h"
 
 namespace {
 
@@ -96,9 +107,10 @@ constexpr orb_device2d own_record() {
   return d;
 }
 
-} // namespace
+/// Script functions may be called before init, and call the record's functions.
+const bool filled_at_load = (device2D = own_record(), true);
 
-constinit orb_device2d device2D = own_record();
+} // namespace
 
 int32_t ORBGI2D_Internal_InitGFXDevice() {
   device2D = own_record();    // without what another host has replaced
@@ -115,4 +127,47 @@ void ORBGI2D_Internal_QuitGFXDevice() {
   ORBGI2D_Internal_DeleteGFXSurfaceList();
   ORBGI2D_Internal_DeleteBlitLists();
   device2D = own_record();
+}
+
+// ---- The video device and the lists of all floors ----------------------------------------------
+
+namespace {
+
+int32_t create_lists() {
+  if (!create_mode_lists()) {
+    rt_fatal("ENGINE 2D: Error to Create VIDEO MODES list");
+    return 0;
+  }
+  if (!CreateFPGList()) {
+    rt_fatal("ENGINE 2D: Error to Create FPG list");
+    return 0;
+  }
+  if (!CreateDrawList()) {
+    rt_fatal("ENGINE 2D: Error to Create DRAW2D list");
+    return 0;
+  }
+  graphics2D_blitlist = CreateBlitList("GRAPHICS2D", 1024, 256);
+  return graphics2D_blitlist >= 0;
+}
+
+} // namespace
+
+int32_t VID_Init_Graphics2D() {
+  set_mode_defaults();
+  if (!create_lists() || !do_tables(mode.bpp)) return 0;
+  fade_display_palette();
+  return SDLX11_Init();
+}
+
+void VID_Quit_Graphics2D() {
+  SDLX11_Quit();
+  free_tables();
+  delete_virtual_resolution();
+  delete_surfaces();
+  DeleteDrawList();
+  DeleteFPGList();
+  DeleteRegionList();
+  delete_mode_lists();
+  reset_fades();
+  forget_working_mode();
 }

@@ -1,56 +1,9 @@
-// The module's boundary: what it keeps of its host, and the three hooks.
-//
-// Owner of the variables below: module/registration.cpp and module/hooks.cpp. `orbre` is set once
-// at registration, the rest by the init hook; everybody may read them. They live until release.
-// Script functions may be called before init and after release, too: what the variables are then
-// stands with each.
+// The module's entry: what it registers with the host, its three hooks, and what they bring up and
+// take down.
 #pragma once
 
 #include "orb/graphics2d.h"
 
-/// The host's runtime table; null until registration.
-extern orb_runtime *orbre;
-/// The host's device-system record; set by the init hook, null again after release.
-extern orb_device_system *deviceSystem_graphics2D;
-/// The record that the module publishes. The module itself calls its replaceable entries
-/// (set-mode, list selection, requests, operations) through it, so its functions are there from the
-/// beginning.
-extern orb_device2d device2D;
-
-/// 1 until the first frame hook has run. Written by the frame hook, and back by release.
-extern uint8_t first_frame;
-/// 1 once the window was shown. Written by the frame hook, and back by release.
-extern uint8_t program_visible;
-
-/// Frames since init, modulo 2^32; 1 during the first one. Written by the frame hook.
-extern int32_t frame_number;
-
-/// One element of the script array `video_modes`.
-struct script_video_mode {
-  int32_t wide, width, height, mode;
-};
-
-/// The host's mouse; this module only reads it.
-struct script_mouse {
-  int32_t file, graph, x, y, angle, size, flags;
-};
-
-// The script's globals, bound by name in the init hook. The pointed-to memory is the host's; before
-// init and after release it is the module's own, all zero.
-extern int32_t *_dump_type_, *_restore_type_, *_fading_, *_fps_;
-extern int32_t *_num_video_modes_, *_num_video_bits_, *_num_video_rates_, *_vsync_;
-extern script_video_mode *_video_modes_;  // 64 elements
-extern int32_t *_video_bits_;             // 3
-extern int32_t *_video_rates_;            // 32
-extern int32_t *_draw_z_, *_draw_destination_file_, *_draw_destination_graph_, *_draw_visible_;
-extern script_mouse *_mouse_graphics2D_;
-
-/// The value that most script functions return on failure.
-inline constexpr int32_t script_failure = INT32_MIN;
-
-/// The declaration texts, as registered.
-extern const char *const globals_declaration;
-extern const char *const locals_declaration;
 /// The constants, ended by a null name (153 records with it).
 extern const orb_constant constants_table[153];
 /// The script functions in registration order, ended by zeros (311 records with it).
@@ -65,5 +18,9 @@ int32_t ORB_mod_graphics2D_release();
 int32_t ORBGI2D_Internal_InitGFXDevice();
 /// Deletes all surfaces, the surface list and the blit-list registry; `device2D` is as at the start.
 void ORBGI2D_Internal_QuitGFXDevice();
+
+/// Defaults, lists, tables and SDL. 1, or 0 when SDL can't be had.
+int32_t VID_Init_Graphics2D();
+void VID_Quit_Graphics2D();
 
 extern "C" int32_t ORB_mod_graphics2D_MainLibraryExports(const orb_registration *registration);

@@ -1,9 +1,8 @@
 // The module's entry: hands its tables to the host and takes the host's runtime table.
 #include <cstring>
 
+#include "boundary/records.h"
 #include "module/module.h"
-
-orb_runtime *orbre;
 
 // clang-format off
 const char *const globals_declaration =

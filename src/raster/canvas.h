@@ -7,7 +7,7 @@
 #include <limits>
 
 #include "raster/raster.h"
-#include "surface/surface.h"
+#include "surface/screen.h"
 
 namespace {
 

@@ -1,10 +1,6 @@
 #include "raster/pixels.h"
 
-#include "raster/raster.h"
-#include "surface/colour.h"
-#include "surface/surface.h"
-#include "video/fades.h"
-#include "video/mode.h"
+#include "surface/screen.h"
 
 uint32_t (*get_pixel)(const __ORBSurface2D__ *, int32_t x, int32_t y) = get_pixel8;
 void (*draw_pixel)(__ORBSurface2D__ *, int32_t x, int32_t y, uint32_t colour,
@@ -56,25 +52,4 @@ void draw_pixel16(__ORBSurface2D__ *surface, int32_t x, int32_t y, uint32_t colo
 }
 void draw_pixel32(__ORBSurface2D__ *surface, int32_t x, int32_t y, uint32_t colour, int32_t) {
   draw_pixel_as<uint32_t>(surface, x, y, colour);
-}
-
-void set_graphics2D_drawing_routines() {
-  switch (mode.bpp) {
-  case 16:
-    get_pixel = get_pixel16;
-    draw_pixel = draw_pixel16;
-    do_fading = do_fading_16bits;
-    break;
-  case 32:
-    get_pixel = get_pixel32;
-    draw_pixel = draw_pixel32;
-    do_fading = do_fading_32bits;
-    break;
-  default:
-    get_pixel = get_pixel8;
-    draw_pixel = draw_pixel8;
-    do_fading = do_fading_8bits;
-  }
-  set_raster_routines(mode.bpp);
-  set_colour_routines(mode.bpp);
 }

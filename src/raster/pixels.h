@@ -15,7 +15,3 @@ void draw_pixel32(__ORBSurface2D__ *surface, int32_t x, int32_t y, uint32_t colo
 /// The ones of the mode's depth.
 extern uint32_t (*get_pixel)(const __ORBSurface2D__ *, int32_t x, int32_t y);
 extern void (*draw_pixel)(__ORBSurface2D__ *, int32_t x, int32_t y, uint32_t colour, int32_t);
-
-/// Chooses everything that follows the depth of the mode: pixels, rasterisers, colour packing,
-/// fades, collision kernels.
-void set_graphics2D_drawing_routines();

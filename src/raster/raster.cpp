@@ -1,12 +1,6 @@
 // The rasterisers' module-wide state, and the choice of the routines of a depth.
 #include "raster/raster.h"
 
-LineTarget line_target;
-int32_t draw_clipx0 = 0, draw_clipy0 = 0, draw_clipx1 = 0, draw_clipy1 = 0;
-uint32_t colorfx = 0;
-int32_t alphafx = 255;
-int32_t dR = 0, dG = 0, dB = 0;
-
 draw_line_routine *draw_line = draw_line8;
 draw_run_routine *draw_hline = draw_hline8, *draw_vline = draw_vline8;
 draw_box_routine *draw_rect = draw_rect8, *draw_srect = draw_srect8, *draw_csrect = draw_csrect8;

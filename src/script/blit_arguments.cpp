@@ -1,7 +1,10 @@
 #include "script/blit_arguments.h"
 
-#include "frame/process_scan.h"
-#include "surface/registry.h"
+#include "blit/process_transform.h"
+#include "script/checks.h"
+#include "surface/regions.h"
+
+__ORBBlit2D__ bltGraphics2D;
 
 blit_tail pop_tail(int32_t own) {
   const int32_t given = rt_param_count() - own;

@@ -1,7 +1,23 @@
-// Argument checks of the functions on graph libraries.
+// Argument checks that script handlers share. Each reports once.
 #pragma once
 
 #include "script/script_call.h"
+
+/// The first half of check_graph: the numbers, which may be in range for a graph that isn't loaded.
+/// Sets `max_graph`. False after reporting 109 or 110.
+bool check_graph_numbers(const script_call &call, int32_t file, int32_t graph,
+                         int32_t position = 1);
+
+/// The check shared by every handler that takes (file, graph): numbers in range (109, 110), library
+/// loaded (111), graph loaded (121). `position` is the place of `file` in the script call; the graph
+/// stands after it. Sets `max_graph`, `pfpg` and `pfpgmap`. Returns the slot, or null after
+/// reporting once.
+orb_map_slot *check_graph(const script_call &call, int32_t file, int32_t graph,
+                          int32_t position = 1);
+
+/// The colour check shared by pixels, primitives and new graphs: in an 8-bit mode a colour above
+/// 255 reports 154 at `position`; in a 16-bit mode one above 65535 fails silently. True when good.
+bool check_colour(const script_call &call, uint32_t colour, int32_t position);
 
 /// A library number in range; else null after reporting 109.
 orb_fpg *check_library(const script_call &call, int32_t file, int32_t position);

@@ -4,7 +4,7 @@
 // return 0, and palette_find_color is the function to ask.
 #include "script/handlers.h"
 #include "script/script_call.h"
-#include "video/mode.h"
+#include "surface/screen.h"
 
 namespace {
 

@@ -9,10 +9,11 @@
 #include <cstdlib>
 
 #include "frame/draw_objects.h"
+#include "script/checks.h"
 #include "script/handlers.h"
 #include "script/script_call.h"
-#include "surface/surface.h"
-#include "video/mode.h"
+#include "surface/regions.h"
+#include "surface/screen.h"
 
 namespace {
 
@@ -370,4 +371,19 @@ int32_t ORB_draw_get_box() {
     if (y1) *y1 = draw.y1;
     return 1;
   });
+}
+
+// ---- How many there are ------------------------------------------------------------------------
+
+/// Draw objects that exist.
+int32_t ORB_graphiclib_get_drawspainted() {
+  return rt_return(draws_painted);
+}
+/// Draw objects that are fixed, as draw_fix and draw_delete count them.
+int32_t ORB_graphiclib_get_drawsfixed() {
+  return rt_return(draws_fixed);
+}
+/// Draw objects that are locked, as draw_lock, draw_unlock and draw_delete count them.
+int32_t ORB_graphiclib_get_drawslocked() {
+  return rt_return(draws_locked);
 }

@@ -5,11 +5,11 @@
 // a form leaves out is flags 0, alpha 255, fxmode 0, fxcolor 0, fxintensity 0. The clip region is
 // the whole destination. Each returns 1 when something was drawn, else 0, or the failure value
 // after reporting a bad library (109, 111) or graph (110, 121).
-#include "blit/blit.h"
 #include "script/blit_arguments.h"
 #include "script/handlers.h"
 #include "surface/registry.h"
-#include "surface/surface.h"
+
+int32_t max_graph_dst = 0, max_graph_src = 0;
 
 namespace {
 

@@ -6,6 +6,7 @@
 
 #include "blit/geometry.h"
 #include "collision/picture.h"
+#include "script/checks.h"
 #include "script/handlers.h"
 #include "script/script_call.h"
 #include "surface/surface.h"

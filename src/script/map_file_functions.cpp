@@ -1,5 +1,8 @@
-// Script functions that bring single graphs in, copy them and write them out.
+// Script functions that bring single graphs in, copy them, write them out and let them go.
+#include "formats/adopt_image.h"
+#include "formats/codec.h"
 #include "formats/map_file.h"
+#include "script/checks.h"
 #include "script/handlers.h"
 #include "script/script_call.h"
 #include "surface/libraries.h"
@@ -74,4 +77,15 @@ int32_t ORB_map_save() {
     return call.fail();
   }
   return call.done(1);
+}
+
+/// map_unload(code): the same for maps that were loaded, made, cloned or recorded.
+int32_t ORB_map_unload() {
+  auto [code] = pop_args<int32_t>();
+  return rt_return(unload_graphs(code, [](int32_t mark) { return mark == img_format_map; }));
+}
+
+/// Loose graphs loaded or made.
+int32_t ORB_graphiclib_get_mapsloaded() {
+  return rt_return(maps_loaded);
 }

@@ -1,6 +1,7 @@
 // Script functions that tell what a graph is, and that name it.
 #include <iterator>
 
+#include "script/checks.h"
 #include "script/handlers.h"
 #include "script/script_call.h"
 #include "surface/libraries.h"

@@ -2,7 +2,10 @@
 #include "blit/blit.h"
 #include "script/handlers.h"
 #include "script/script_call.h"
+#include "surface/screen.h"
 #include "video/mode.h"
+#include "video/mode_lists.h"
+#include "video/virtual_resolution.h"
 
 #include <algorithm>
 
@@ -138,14 +141,6 @@ int32_t ORB_mode_set() {
   const int32_t result = apply_mode();
   end_mode_request();
   return call.done(result);
-}
-
-/// set_fps(fps, skip): frames a second (0 no limit, at most 1000) and how many frames in a row may
-/// be skipped (0..100), for the host's timing. Always 1.
-int32_t ORB_set_fps() {
-  const auto [fps, skip] = pop_args<int32_t, int32_t>();
-  host_timing_set_fps(fps < 0 ? 1 : std::min(fps, 1000), std::clamp(skip, 0, 100));
-  return rt_return(1);
 }
 
 /// mode_change(flags [, rate]): the flags of mode_set but for the sizes and the filters, applied to

@@ -5,8 +5,7 @@
 #include "script/handlers.h"
 #include "script/script_call.h"
 #include "surface/libraries.h"
-#include "surface/surface.h"
-#include "video/mode.h"
+#include "surface/screen.h"
 
 namespace {
 

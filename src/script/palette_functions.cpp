@@ -7,9 +7,8 @@
 #include "script/handlers.h"
 #include "script/script_call.h"
 #include "surface/palette.h"
-#include "surface/surface.h"
+#include "surface/screen.h"
 #include "video/fades.h"
-#include "video/mode.h"
 #include "video/presentation.h"
 
 namespace {

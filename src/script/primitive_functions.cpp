@@ -5,9 +5,10 @@
 #include <tuple>
 
 #include "raster/raster.h"
+#include "script/checks.h"
 #include "script/handlers.h"
 #include "script/script_call.h"
-#include "surface/surface.h"
+#include "surface/screen.h"
 
 namespace {
 

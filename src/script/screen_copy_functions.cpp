@@ -1,10 +1,11 @@
 // Script functions that copy the ground or the screen onto a graph. The screen holds the frame that
 // was drawn last.
+#include "script/checks.h"
 #include "script/handlers.h"
 #include "script/script_call.h"
 #include "script/surface_copies.h"
-#include "surface/registry.h"
-#include "surface/surface.h"
+#include "surface/regions.h"
+#include "surface/screen.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include "blit/blit_list.h"
 #include "script/blit_arguments.h"
 #include "script/handlers.h"
-#include "surface/surface.h"
+#include "surface/screen.h"
 
 namespace {
 

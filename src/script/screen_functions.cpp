@@ -1,12 +1,14 @@
-// Script functions that look at single pixels of the screen and set the colour that clears it.
+// Script functions on the screen: its pixels, the colour that clears it, its fades, and how often a
+// frame is drawn.
 #include <algorithm>
 
 #include "raster/pixels.h"
+#include "script/checks.h"
 #include "script/handlers.h"
 #include "script/script_call.h"
 #include "surface/palette.h"
-#include "surface/surface.h"
-#include "video/mode.h"
+#include "surface/screen.h"
+#include "video/fades.h"
 #include "video/presentation.h"
 
 namespace {
@@ -70,4 +72,38 @@ int32_t ORB_screen_get_color() {
   if (g) *g = screen_color_rgb.g;
   if (b) *b = screen_color_rgb.b;
   return call.done(1);
+}
+
+// ---- Fades and the frame rate ------------------------------------------------------------------
+
+/// screen_fade(red, green, blue, speed), fade(...): percentages 0..200 and 64ths of the way a
+/// frame. 1, or 0 when that is the target already.
+int32_t ORB_screen_fade() {
+  const auto [r, g, b, speed] = pop_args<int32_t, int32_t, int32_t, int32_t>();
+  return rt_return(start_fade(r, g, b, speed));
+}
+
+/// screen_fade_in(), fade_on(): to the normal picture.
+int32_t ORB_screen_fade_in() {
+  return rt_return(start_fade(100, 100, 100, 8));
+}
+
+/// screen_fade_out(), fade_off(): to black, finished when it returns. 0 when black already.
+int32_t ORB_screen_fade_out() {
+  if (!start_fade(0, 0, 0, 8)) {
+    *fading = 0;
+    return rt_return(0);
+  }
+  while (*fading)
+    update_fade();
+  VID_DrawFrame();
+  return rt_return(1);
+}
+
+/// set_fps(fps, skip): frames a second (0 no limit, at most 1000) and how many frames in a row may
+/// be skipped (0..100), for the host's timing. Always 1.
+int32_t ORB_set_fps() {
+  const auto [fps, skip] = pop_args<int32_t, int32_t>();
+  host_timing_set_fps(fps < 0 ? 1 : std::min(fps, 1000), std::clamp(skip, 0, 100));
+  return rt_return(1);
 }

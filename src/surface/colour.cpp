@@ -1,6 +1,6 @@
 #include "surface/colour.h"
 
-#include "module/module.h"
+#include "boundary/records.h"
 
 namespace {
 

@@ -4,9 +4,10 @@
 #include <cstring>
 
 #include "surface/colour.h"
+#include "surface/depth_tables.h"
 #include "surface/palette.h"
+#include "surface/screen.h"
 #include "surface/surface.h"
-#include "video/mode.h"
 
 namespace {
 

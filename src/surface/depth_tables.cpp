@@ -1,4 +1,6 @@
 // Tables that convert a pixel to the screen's depth.
+#include "surface/depth_tables.h"
+
 #include <cstdlib>
 
 #include "surface/colour.h"

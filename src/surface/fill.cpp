@@ -4,7 +4,7 @@
 #include <cstring>
 #include <emmintrin.h>
 
-#include "surface/surface.h"
+#include "surface/screen.h"
 
 fill_routine *memory_fill = memset8;
 

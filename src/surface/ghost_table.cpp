@@ -10,13 +10,14 @@
 // distance of any entry. What it leaves out is farther than another entry at every point of the
 // cell, so the search over a cell's list finds exactly what the search over all entries finds, ties
 // included.
+#include "surface/ghost_table.h"
+
 #include <cstdlib>
 #include <cstring>
 
 #include "surface/palette.h"
 
 uint8_t *table_ghost8 = nullptr;
-uint8_t fake_ghost_table = 1;
 
 namespace {
 

@@ -6,6 +6,7 @@
 
 __ORBPalette2D__ *palette = nullptr;
 uint8_t palette_update = 0, palette_loaded = 0, palette_forced = 0, force_sys_fnt = 0;
+uint8_t fake_ghost_table = 1;
 uint32_t palette_crc = 0, image_palette_crc = 0;
 uint8_t last_found_colour = 0;
 system_colour_set system_colors{};

@@ -17,22 +17,12 @@ extern uint8_t palette_loaded;
 extern uint8_t palette_forced;
 /// 1: a host that draws its own text must rebuild its font's colours. Published in device slot 5.
 extern uint8_t force_sys_fnt;
+/// 1: table_ghost8 is out of date; update_ghost_table before the next 8-bit ghost blit.
+extern uint8_t fake_ghost_table;
 /// Checksums of the palette in force and of the picture last read (palette_checksum).
 extern uint32_t palette_crc, image_palette_crc;
 /// The index last returned by find_color.
 extern uint8_t last_found_colour;
-
-/// Palette index, or 5-6-5 pixel, to a pixel of the screen's depth (no alpha).
-extern uint16_t *table_color8to16;  // 256
-extern uint32_t *table_color8to32;  // 256
-extern uint32_t *table_color16to32; // 65536
-
-/// The index that stands for the half-and-half mix of two indices: table_ghost8[s * 256 + d]. The
-/// mix is (a + b) >> 1 per component, its index what find_nearest gives; 0 and 255 mix as any
-/// other entry does, but no mix is ever 0 or 255. Null outside 8-bit modes.
-extern uint8_t *table_ghost8;
-/// 1: table_ghost8 is out of date; update_ghost_table before the next 8-bit ghost blit.
-extern uint8_t fake_ghost_table;
 
 /// Indices of the colours nearest to black, dark grey, grey, light grey and white, for whatever
 /// draws text or frames over the picture. Kept current by update_system_colors.
@@ -52,8 +42,6 @@ uint8_t find_nearest(const __ORBPalette2D__ *in, int32_t r, int32_t g, int32_t b
 
 /// To call after every change of the palette: marks it, the ghost table and the font as changed.
 void mark_palette_changed();
-/// Rebuilds table_color8to16 and table_color8to32; null or missing tables are skipped.
-void update_depth_tables(const __ORBPalette2D__ *from);
 /// Finds system_colors anew; all 0 without a palette.
 void update_system_colors();
 
@@ -68,18 +56,6 @@ void delete_palette();
 /// white); 16..39: a grey ramp without its ends; 40..255: a cube of six levels per component,
 /// 40 + r * 36 + g * 6 + b. Entry 0 is black, the transparent key; 40 is a black that shows.
 void load_default_palette(__ORBPalette2D__ *out);
-/// Makes a placeholder (every ghost solid) and marks it as such.
-int32_t create_ghost_table();
-void delete_ghost_table();
-/// Fills them from the palette, or outside 8-bit modes from the default palette.
-int32_t create_depth_tables();
-void delete_depth_tables();
-
-/// Builds the real ghost table now; does nothing without a palette or a table.
-void update_ghost_table();
-/// Fills the ghost table by searching the whole palette for every mix: what update_ghost_table
-/// falls back to when it has no memory for its cube, and gives the same table. Needs the table.
-void make_ghost_slow(const __ORBPalette2D__ *of);
 
 /// Checksum by which palettes are told apart: over the components as they are for palettes of
 /// pictures and hosts, over their upper six bits, as stored, for those of the engine's own files.

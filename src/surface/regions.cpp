@@ -1,17 +1,14 @@
 // The storage of regions and draw records.
+#include "surface/regions.h"
+
 #include <cstdlib>
 
 #include "boundary/runtime.h"
 #include "surface/growth.h"
-#include "surface/registry.h"
 
 __ORBRegion__ *regions = nullptr;
 int32_t *regions_def = nullptr;
 int32_t max_region = 0, regions_defined = 0;
-
-orb_draw *draws = nullptr;
-int32_t max_draw = 0, draws_painted = 0, draws_fixed = 0, draws_locked = 0;
-int32_t draws_moved_alpha = 0;
 
 // ---- Regions -----------------------------------------------------------------------------------
 
@@ -67,33 +64,4 @@ int32_t GetMaxREGION() {
 
 int32_t RegionExists(int32_t region) {
   return region >= 0 && region < max_region ? regions_def[region] : 0;
-}
-
-// ---- Draw records ------------------------------------------------------------------------------
-
-namespace {
-constexpr int32_t first_max_draw = 16, draw_step = 16, draw_limit = 65536;
-}
-
-int32_t CreateDrawList() {
-  draws_painted = draws_fixed = draws_locked = 0;
-  draws_moved_alpha = 0;
-  max_draw = grow_records(draws, 0, first_max_draw) ? first_max_draw : 0;
-  return max_draw != 0;
-}
-
-int32_t ResizeDrawList() {
-  if (max_draw >= draw_limit) return 0;
-  if (!grow_records(draws, max_draw, max_draw + draw_step)) {
-    rt_fatal("ENGINE 2D: Error to Resize DRAW2D list");
-    return 0;
-  }
-  max_draw += draw_step;
-  return 1;
-}
-
-void DeleteDrawList() {
-  free(draws);
-  draws = nullptr;
-  max_draw = 0;
 }

@@ -5,12 +5,13 @@
 #include <cstddef>
 #include <cstdlib>
 
+#include "boundary/errors.h"
 #include "boundary/runtime.h"
 #include "surface/growth.h"
+#include "surface/regions.h"
 
 orb_fpg *fpg = nullptr;
 int32_t max_fpg = 0, max_map = 0, max_graph = 0;
-int32_t max_graph_dst = 0, max_graph_src = 0;
 int32_t fpgs_loaded = 0, maps_loaded = 0;
 int32_t *image_loaded = nullptr;
 orb_fpg *pfpg = nullptr;

@@ -14,44 +14,15 @@ extern orb_fpg *fpg; // max_fpg libraries
 extern int32_t max_fpg;
 extern int32_t max_map;   // slots of library 0
 extern int32_t max_graph; // graph bound of the last lookup
-extern int32_t max_graph_dst, max_graph_src; // of the last pair, where one is drawn on the other
 extern int32_t fpgs_loaded, maps_loaded;
 extern int32_t *image_loaded; // per code from 1000 up: 0 free, else the format that filled it
 extern orb_fpg *pfpg;         // last looked up
 extern orb_map_slot *pfpgmap, *pfpgmap_dst;
 
-extern __ORBRegion__ *regions; // max_region records; region 0 is the screen
-extern int32_t *regions_def;   // defined-flags
-extern int32_t max_region, regions_defined;
-
-/// A persistent drawing, redrawn every frame.
-struct orb_draw {
-  uint8_t in_use, locked, fixed, visible;
-  int32_t type;
-  uint32_t colour;
-  int32_t alpha, region, z;
-  int32_t x0, y0, x1, y1;
-  int32_t reserved[2];
-  int32_t destination_file, destination_graph;
-  __ORBSurface2D__ *destination;
-  bool placed; // the script has given it its destination; until then that is the screen
-};
-extern orb_draw *draws; // max_draw records
-extern int32_t max_draw, draws_painted, draws_fixed, draws_locked;
-extern int32_t draws_moved_alpha; // last stored by draw_move
-
 int32_t CreateFPGList();    // 0 on failed allocation
 int32_t ResizeFPGList();    // four more libraries; 0 at the limit
 int32_t ResizeFPGMAPList(); // 256 more slots in library 0; 0 at the limit
 void DeleteFPGList();
-int32_t CreateDrawList();
-int32_t ResizeDrawList();
-void DeleteDrawList();
-/// Grows the region list to hold number `wanted`, by at least 4. 0 at the limit of 65537.
-int32_t ResizeRegionList(int32_t wanted);
-void DeleteRegionList();
-/// The 32 regions of the start: region 0 defined, all but it -1. Failure is fatal.
-void create_regions();
 
 /// The init hook's part, after CreateFPGList: slots and marks of library 0, regions. Failures are
 /// fatal; where the host's report returns, the lists stay empty and every lookup fails.
@@ -70,8 +41,6 @@ orb_fpg *GetFPG(int32_t file);
 orb_map_slot *GetMAP(int32_t file, int32_t graph);
 int32_t GetMaxFPG();
 int32_t GetMaxMAP();
-int32_t GetMaxREGION();
-int32_t RegionExists(int32_t region);
 
 /// Empties a slot whose surface has been deleted, and lowers the library's count.
 void empty_slot(orb_fpg *library, int32_t code);

@@ -4,13 +4,10 @@
 #include <cstdlib>
 
 #include "blit/blit_list.h"
-#include "video/mode.h"
+#include "surface/fill.h"
+#include "surface/screen.h"
 
 orb_surface_list *gfxsurfaces = nullptr;
-__ORBSurface2D__ *ground = nullptr, *screen = nullptr;
-uint8_t ground_puting = 0;
-uint8_t background_changed = 0;
-uint32_t screen_color = 0;
 
 // ---- Pixel buffers -----------------------------------------------------------------------------
 

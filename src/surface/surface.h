@@ -18,24 +18,6 @@ struct cpoint_record {
 };
 static_assert(sizeof(cpoint_record) == 3 * sizeof(uint32_t));
 
-/// The background and the back buffer, both of the mode's size and depth; null before the first
-/// set-mode. Owned by the video device; `device2D` users draw on them through requests.
-extern __ORBSurface2D__ *ground, *screen;
-/// 1 when the ground holds a picture, so that frames are restored from it instead of cleared.
-/// Written by mark_ground; cleared by ORBGI2D_ClearScreen.
-extern uint8_t ground_puting;
-/// 1 when the background differs from what the screen was last restored from: the next restore
-/// repaints all of it. Set with every change of the ground and of the screen colour; cleared by the
-/// frame that repaints.
-extern uint8_t background_changed;
-/// To be called by whatever has drawn on `surface`: should that be the ground, frames are restored
-/// from it from now on, and the next one from all of it.
-inline void mark_ground(const __ORBSurface2D__ *surface) {
-  if (surface == ground) ground_puting = background_changed = 1;
-}
-/// Colour that clears the screen, in the mode's pixel format. Written by the screen functions.
-extern uint32_t screen_color;
-
 /// Pixel buffers: `size` bytes aligned to 16, or null. The raw address is kept below the block.
 void *aligned_malloc(uint32_t size);
 /// Frees a block of aligned_malloc; null is ignored.
@@ -71,14 +53,3 @@ void ORBGI2D_DeleteAllGFXSurfaces();
 /// Published for hosts whose surfaces may be lost and must be brought back; ours never are. 1, or 0
 /// for null.
 int32_t ForceSurface(__ORBSurface2D__ *surface);
-
-/// Fills a surface with a colour of its depth; `keep_alpha` (32 bits only) leaves bits 24..31.
-/// 1, or 0 for null.
-int32_t ORBGI2D_BlitFill(__ORBSurface2D__ *surface, uint32_t colour, int32_t keep_alpha);
-/// Fills the ground with `screen_color` and forgets its picture. Always 1.
-int32_t ORBGI2D_ClearScreen();
-
-/// Replaces every pixel equal to `from` by `to`.
-void draw_pixels_8to8bits(__ORBSurface2D__ *surface, uint32_t from, uint32_t to);
-void draw_pixels_16to16bits(__ORBSurface2D__ *surface, uint32_t from, uint32_t to);
-void draw_pixels_32to32bits(__ORBSurface2D__ *surface, uint32_t from, uint32_t to);

@@ -2,10 +2,12 @@
 
 #include <algorithm>
 
+#include "surface/depth_tables.h"
 #include "surface/palette.h"
-#include "surface/surface.h"
-#include "video/mode.h"
+#include "surface/screen.h"
+#include "video/display.h"
 #include "video/rows.h"
+#include "video/zones.h"
 
 namespace {
 
@@ -15,6 +17,11 @@ constexpr int32_t usual_speed = 8;
 constexpr int32_t last_step = 64;
 
 int32_t unbound_fading;
+
+/// The next fade starts even towards a target that it has already.
+uint8_t fade_init;
+/// The palette range that the running fade recolours.
+__FadeFX__ fadefx{0, 256};
 
 /// A fade whether or not the target is new.
 void begin_fade(fade_levels target, int32_t speed) {
@@ -91,10 +98,6 @@ void recolour_pixels(int32_t depth, fade_pixels *fade) {
 fade_levels fade_pos = normal, fade_from = normal, fade_to = normal;
 int32_t fade_step, fade_inc;
 int32_t *fading = &unbound_fading;
-uint8_t fading_run;
-uint8_t fade_init;
-__FadeFX__ fadefx{0, 256};
-__ORBPalette2D__ fadepalette;
 void (*do_fading)(const __FadeFX__ *range) = do_fading_8bits;
 
 void reset_fades() {
@@ -157,6 +160,13 @@ void make_fadepalette(const __FadeFX__ *range) {
                               uint8_t(fade_component(from.g, fade_pos.g, 252)),
                               uint8_t(fade_component(from.b, fade_pos.b, 252))};
   }
+}
+
+/// The colours that an 8-bit screen is shown in, on a display of any depth, at the levels in force.
+void fade_display_palette() {
+  if (!palette) return;
+  make_fadepalette(nullptr);
+  update_depth_tables(&fadepalette);
 }
 
 void do_fading_8bits(const __FadeFX__ *range) {

@@ -17,13 +17,11 @@ extern fade_levels fade_pos, fade_from, fade_to;
 extern int32_t fade_step, fade_inc;
 extern int32_t *fading;      // the script's "fading": 1 while a fade runs; a word of our own before
                              // init has bound it and after release
-extern uint8_t fading_run;   // a fade recoloured this frame: present it completely
-extern uint8_t fade_init;
-extern __FadeFX__ fadefx;
 /// Makes `fadepalette` from the palette in force at the current fade positions, for the given range
 /// (null: all of it). Does nothing without a palette.
 void make_fadepalette(const __FadeFX__ *range);
-extern __ORBPalette2D__ fadepalette;  // the colours that an 8-bit display shows
+/// Makes it anew, all of it, and the tables for displays of another depth with it.
+void fade_display_palette();
 
 /// Starts a fade to the normal picture at speed 8. Always 1.
 int32_t fade_on();

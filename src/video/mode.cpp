@@ -2,34 +2,26 @@
 #include "video/mode.h"
 
 #include "blit/blit.h"
-#include "blit/blit_list.h"
-#include "boundary/runtime.h"
+#include "boundary/records.h"
 #include "collision/collision.h"
-#include "frame/draw_frame.h"
 #include "raster/pixels.h"
+#include "raster/raster.h"
+#include "surface/colour.h"
 #include "surface/palette.h"
-#include "surface/registry.h"
-#include "surface/surface.h"
+#include "surface/screen.h"
 #include "video/fades.h"
 #include "video/mode_tables.h"
 #include "video/presentation.h"
+#include "video/screen_surfaces.h"
+#include "video/sdl_backend.h"
+#include "video/virtual_resolution.h"
+#include "video/zones.h"
 
-orb_mode mode;
 int32_t cur_mode;
-uint8_t full_screen;
-uint8_t change_mode, filtering_mode;
-int32_t filter_w, filter_h;
-uint8_t filterNx_mode;
-int32_t filter_scale, filter_scanline, filter_scanlinepercent, filter_fx;
-int32_t filter_scanline_percent;
-int32_t orientation_mode;
-uint8_t mode_centerwindow, mode_centermouse, mode_fade;
-int32_t vsync;
-int32_t rendering2D_type;
-int32_t virtual_resolution, virtual_resolution_w, virtual_resolution_h;
-int32_t virtual_resolution_aspectratio;
 
 namespace {
+
+int32_t orientation_mode;
 
 /// Everything that a set-mode can be asked for.
 struct mode_settings {
@@ -80,13 +72,6 @@ struct {
   uint32_t crc;
   uint8_t loaded, forced;
 } left_palette;
-
-/// The colours that an 8-bit screen is shown in, on a display of any depth, at the levels in force.
-void fade_display_palette() {
-  if (!palette) return;
-  make_fadepalette(nullptr);
-  update_depth_tables(&fadepalette);
-}
 
 /// Everything that goes by the depth but the surfaces. False, with nothing changed, when there is
 /// no memory for its tables.
@@ -142,44 +127,6 @@ void return_to_working_mode() {
   filtering_mode = was_filtering;
 }
 
-void set_defaults() {
-  const orb_device_system *const system = deviceSystem_graphics2D;
-  const int64_t desktop_w = system ? system->desktop_width : 0;
-  const int64_t desktop_h = system ? system->desktop_height : 0;
-  // The host's full-screen flag, taken by the init hook, decides the first mode's type.
-  mode = {int32_t((desktop_w - 320) >> 1),
-          int32_t((desktop_h - 200) >> 1),
-          320,
-          200,
-          8,
-          full_screen ? 2 : 1,
-          1024,
-          0,
-          0};
-  cur_mode = mode.bpp;
-  mode_centerwindow = 1;
-  mode_centermouse = 0;
-  mode_fade = 1;
-  change_mode = filtering_mode = 0;
-  filter_w = 320;
-  filter_h = 200;
-  filterNx_mode = 0;
-  filter_scale = filter_scanline = filter_scanlinepercent = filter_fx = 0;
-  filter_scanline_percent = 0;
-  orientation_mode = 0;
-  virtual_resolution = virtual_resolution_w = virtual_resolution_h = 0;
-  virtual_resolution_aspectratio = 0;
-  virtual_resolution_ratiow = virtual_resolution_ratioh = 0;
-  virtual_resolution_xoffset = virtual_resolution_yoffset = 0;
-  rendering2D_type = 1;
-  vsync = 0;
-  reset_fades();
-  screen_color_set = 0;
-  screen_color_rgb = {};
-  screen_color = 0;
-  has_working = false;
-}
-
 /// Whether the mode keeps a screen that no frame restores: fading it out and in again would leave
 /// it black.
 bool screen_has_no_background() {
@@ -187,44 +134,7 @@ bool screen_has_no_background() {
          surfaces_fit(mode.width, mode.height, mode.bpp);
 }
 
-int32_t create_lists() {
-  if (!create_mode_lists()) {
-    rt_fatal("ENGINE 2D: Error to Create VIDEO MODES list");
-    return 0;
-  }
-  if (!CreateFPGList()) {
-    rt_fatal("ENGINE 2D: Error to Create FPG list");
-    return 0;
-  }
-  if (!CreateDrawList()) {
-    rt_fatal("ENGINE 2D: Error to Create DRAW2D list");
-    return 0;
-  }
-  graphics2D_blitlist = CreateBlitList("GRAPHICS2D", 1024, 256);
-  return graphics2D_blitlist >= 0;
-}
-
 } // namespace
-
-int32_t VID_Init_Graphics2D() {
-  set_defaults();
-  if (!create_lists() || !do_tables(mode.bpp)) return 0;
-  fade_display_palette();
-  return SDLX11_Init();
-}
-
-void VID_Quit_Graphics2D() {
-  SDLX11_Quit();
-  free_tables();
-  delete_virtual_resolution();
-  delete_surfaces();
-  DeleteDrawList();
-  DeleteFPGList();
-  DeleteRegionList();
-  delete_mode_lists();
-  reset_fades();
-  has_working = false;
-}
 
 int32_t VID_SetGFXMode() {
   // A host may change `mode` itself and call this through the device record; and a virtual
@@ -252,31 +162,6 @@ int32_t VID_GetGFXDC() {
 }
 int32_t VID_ReleaseGFXDC() {
   return 0;
-}
-
-void update_filter_size() {
-  if (virtual_resolution) {
-    filterNx_mode = 0;
-    filter_w = virtual_resolution_w;
-    filter_h = virtual_resolution_h;
-    return;
-  }
-  filterNx_mode = filter_scale != 0;
-  filter_w = mode.width * (filterNx_mode ? 2 : 1);
-  filter_h = mode.height * (filterNx_mode ? 2 : 1);
-}
-
-int32_t scanline_index(int32_t scanline) {
-  if (scanline == 0) return 0;
-  return scanline & 16 ? 1 : scanline & 32 ? 2 : scanline & 64 ? 3 : 4;
-}
-
-void set_scanline_filter(int32_t scanline) {
-  static constexpr int32_t percent_flags[5] = {0, 16, 32, 64, 128};
-  filter_scanline_percent = scanline_index(scanline);
-  filter_scanlinepercent = percent_flags[filter_scanline_percent];
-  if (scanline == 0) filter_scanline = 0;
-  if (scanline & 1) filter_scanline = 1;
 }
 
 void publish_mode() {
@@ -314,6 +199,69 @@ int32_t apply_change(uint8_t &kind) {
   kind = 0;
   mode.changing = 0;
   return result;
+}
+
+void set_graphics2D_drawing_routines() {
+  switch (mode.bpp) {
+  case 16:
+    get_pixel = get_pixel16;
+    draw_pixel = draw_pixel16;
+    do_fading = do_fading_16bits;
+    break;
+  case 32:
+    get_pixel = get_pixel32;
+    draw_pixel = draw_pixel32;
+    do_fading = do_fading_32bits;
+    break;
+  default:
+    get_pixel = get_pixel8;
+    draw_pixel = draw_pixel8;
+    do_fading = do_fading_8bits;
+  }
+  set_raster_routines(mode.bpp);
+  set_colour_routines(mode.bpp);
+}
+
+void set_mode_defaults() {
+  const orb_device_system *const system = deviceSystem_graphics2D;
+  const int64_t desktop_w = system ? system->desktop_width : 0;
+  const int64_t desktop_h = system ? system->desktop_height : 0;
+  // The host's full-screen flag, taken by the init hook, decides the first mode's type.
+  mode = {int32_t((desktop_w - 320) >> 1),
+          int32_t((desktop_h - 200) >> 1),
+          320,
+          200,
+          8,
+          full_screen ? 2 : 1,
+          1024,
+          0,
+          0};
+  cur_mode = mode.bpp;
+  mode_centerwindow = 1;
+  mode_centermouse = 0;
+  mode_fade = 1;
+  change_mode = filtering_mode = 0;
+  filter_w = 320;
+  filter_h = 200;
+  filterNx_mode = 0;
+  filter_scale = filter_scanline = filter_scanlinepercent = filter_fx = 0;
+  filter_scanline_percent = 0;
+  orientation_mode = 0;
+  virtual_resolution = virtual_resolution_w = virtual_resolution_h = 0;
+  virtual_resolution_aspectratio = 0;
+  virtual_resolution_ratiow = virtual_resolution_ratioh = 0;
+  virtual_resolution_xoffset = virtual_resolution_yoffset = 0;
+  rendering2D_type = 1;
+  vsync = 0;
+  reset_fades();
+  screen_color_set = 0;
+  screen_color_rgb = {};
+  screen_color = 0;
+  forget_working_mode();
+}
+
+void forget_working_mode() {
+  has_working = false;
 }
 
 int32_t GetFilterNxMode() {

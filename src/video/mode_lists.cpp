@@ -1,17 +1,19 @@
 // The modes that the display offers: the master list, a sorted list for each depth, and what
 // scripts see of them.
+#include "video/mode_lists.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <span>
 #include <utility>
 
 #include "boundary/runtime.h"
-#include "video/mode.h"
+#include "surface/screen.h"
+#include "video/mode_state.h"
 
 orb_video_mode *video_modes, *video_modes8, *video_modes16, *video_modes32;
 int32_t max_video_modes, num_video_modes;
 int32_t num_video_modes8, num_video_modes16, num_video_modes32;
-int32_t emulated_mode, emulated_w, emulated_h, emulated_x, emulated_y;
 
 namespace {
 

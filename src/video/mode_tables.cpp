@@ -5,6 +5,8 @@
 
 #include "blit/effect_tables.h"
 #include "boundary/runtime.h"
+#include "surface/depth_tables.h"
+#include "surface/ghost_table.h"
 #include "surface/palette.h"
 
 namespace {

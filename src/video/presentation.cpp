@@ -5,17 +5,16 @@
 #include <cstring>
 #include <utility>
 
-#include "blit/span.h"
 #include "boundary/runtime.h"
-#include "frame/draw_frame.h"
+#include "simd/cpu.h"
 #include "surface/colour.h"
 #include "surface/palette.h"
-#include "surface/surface.h"
-#include "video/fades.h"
-#include "video/mode.h"
+#include "surface/screen.h"
+#include "video/mode_state.h"
+#include "video/restore.h"
 #include "video/rows.h"
-
-const row_routines *row_kernels = &rows_sse2;
+#include "video/virtual_resolution.h"
+#include "video/zones.h"
 
 namespace {
 
@@ -289,11 +288,15 @@ int32_t screen_color_depth;
 
 } // namespace
 
+__ORBSurface2D__ *buffer;
+void (*VID_DrawFrame)() = present_nothing;
 present_routine *draw_screen;
 int32_t filter_status;
 int32_t scr_pitch, buf_pitch;
 uint8_t screen_color_set;
 orb_rgb screen_color_rgb;
+
+void present_nothing() {}
 
 present_routine *find_present_routine(int32_t mode_depth, int32_t display_depth) {
   const int group = depth_group(mode_depth, display_depth);

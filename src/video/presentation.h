@@ -3,6 +3,14 @@
 
 #include "orb/graphics2d.h"
 
+/// The output surface: wraps the pixels of the display surface.
+extern __ORBSurface2D__ *buffer;
+/// Presents the screen on the display; never null once init has run, and does nothing while no
+/// display is open.
+extern void (*VID_DrawFrame)();
+/// What it does while no display is open.
+void present_nothing();
+
 /// Copies `screen` to `buffer`; `type` 1 completely, 0 only the frame zones where that is enough.
 using present_routine = void(int32_t type);
 /// The one that the mode and the filters ask for.

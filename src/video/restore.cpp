@@ -1,11 +1,12 @@
 // Restore routines: the background comes back where the last frame has drawn.
+#include "video/restore.h"
+
 #include <algorithm>
 #include <cstring>
 
-#include "frame/draw_frame.h"
 #include "surface/fill.h"
-#include "surface/surface.h"
-#include "video/fades.h"
+#include "surface/screen.h"
+#include "video/zones.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "simd/lanes.h"
-#include "surface/palette.h"
+#include "surface/depth_tables.h"
 #include "video/rows.h"
 
 namespace {

@@ -1,12 +1,14 @@
 // The two surfaces that follow the mode: the ground and the screen.
+#include "video/screen_surfaces.h"
+
 #include <utility>
 
 #include "blit/blit_list.h"
 #include "boundary/runtime.h"
-#include "frame/draw_frame.h"
-#include "surface/registry.h"
+#include "surface/regions.h"
+#include "surface/screen.h"
 #include "surface/surface.h"
-#include "video/mode.h"
+#include "video/zones.h"
 
 namespace {
 

@@ -3,6 +3,8 @@
 // SDL owns the display surface: a new SDL_SetVideoMode ends the old one, and "closing" it here is
 // forgetting the pointer. Asked for an exact depth (no SDL_ANYFORMAT), SDL puts a shadow surface
 // of that depth before a display of another one, so the depth that it gives is mostly the mode's.
+#include "video/sdl_backend.h"
+
 #include <SDL.h>
 
 #include <cstdio>
@@ -10,24 +12,20 @@
 #include <initializer_list>
 
 #include "boundary/runtime.h"
-#include "frame/draw_frame.h"
-#include "surface/palette.h"
+#include "surface/screen.h"
 #include "surface/surface.h"
+#include "video/display.h"
 #include "video/fades.h"
-#include "video/mode.h"
+#include "video/mode_lists.h"
+#include "video/mode_state.h"
 #include "video/presentation.h"
-
-uint8_t sdl_fullscreen;
-int32_t sdl_w, sdl_h;
-int32_t mode_x, mode_y;
-uint8_t mode_bufferflipping;
-__ORBSurface2D__ *buffer;
+#include "video/restore.h"
+#include "video/screen_surfaces.h"
+#include "video/virtual_resolution.h"
+#include "video/zones.h"
 
 namespace {
 
-void draw_nothing() {}
-
-SDL_Surface *display; // the open display, or null
 bool display_ready;   // wrapped and with routines: frames can be shown
 bool started_sdl;     // SDL's video was started here, not by the host
 
@@ -57,25 +55,6 @@ int32_t report_failure(const char *text) {
 
 uint32_t palette_flag() {
   return mode.bpp == 8 ? SDL_HWPALETTE : 0;
-}
-
-void to_sdl_colours(SDL_Color (&to)[256], const __ORBPalette2D__ &from) {
-  for (int i = 0; i < 256; ++i)
-    to[i] = {from.colours[i].r, from.colours[i].g, from.colours[i].b, 0};
-}
-
-/// The colours that an 8-bit display starts with; anything else needs none.
-bool load_display_palette() {
-  if (mode.bpp != 8 || display->format->BitsPerPixel != 8) return true;
-  SDL_Color colours[256];
-  to_sdl_colours(colours, fadepalette);
-  return SDL_SetPalette(display, SDL_LOGPAL | SDL_PHYSPAL, colours, 0, 256) != 0;
-}
-
-/// False also when somebody else in the process has set another mode or ended SDL's video, and
-/// with it our surface.
-bool display_is_open() {
-  return display && display == SDL_GetVideoSurface();
 }
 
 bool lock_display() {
@@ -150,8 +129,6 @@ bool present_screen(bool complete) {
 }
 
 } // namespace
-
-void (*VID_DrawFrame)() = draw_nothing;
 
 int32_t SDLX11_Init() {
   started_sdl = !SDL_WasInit(SDL_INIT_VIDEO);
@@ -313,7 +290,7 @@ int32_t SDLX11_RestoreMode() {
 void SDLX11_Quit() {
   forget_display();
   delete_wrapper();
-  VID_DrawFrame = draw_nothing;
+  VID_DrawFrame = present_nothing;
   sdl_fullscreen = 0;
   filter_status = 0;
   if (started_sdl) SDL_QuitSubSystem(SDL_INIT_VIDEO);
@@ -325,15 +302,4 @@ void SDLX11_Error(const char *text) {
   snprintf(title, sizeof title, "%s: Critical Error", rt_program_name());
   host_message_box(text, title);
   rt_exit(1);
-}
-
-int32_t VID_UpdatePalette(const __ORBPalette2D__ *colours) {
-  update_depth_tables(colours);
-  if (colours != &fadepalette) fadepalette = *colours;
-  if (!display_is_open()) return 0;
-  // Pixels converted with the old colours are out of date wherever they stand.
-  if (display->format->BitsPerPixel != 8) filter_status = filter_status_stale;
-  SDL_Color entries[256];
-  to_sdl_colours(entries, *colours);
-  return SDL_SetColors(display, entries, 0, 256);
 }

@@ -1,8 +1,10 @@
 // The virtual resolution: which screen pixel each pixel of an output of another size shows.
+#include "video/virtual_resolution.h"
+
 #include <cstdlib>
 
 #include "boundary/runtime.h"
-#include "video/mode.h"
+#include "video/mode_state.h"
 
 int32_t virtual_resolution_ratiow, virtual_resolution_ratioh;
 int32_t virtual_resolution_xoffset, virtual_resolution_yoffset;

@@ -1,15 +1,20 @@
 // Frame zones: the boxes that a frame has drawn on.
+#include "video/zones.h"
+
 #include <algorithm>
 #include <cstdlib>
 
 #include "blit/blit_list.h"
-#include "frame/draw_frame.h"
-#include "surface/surface.h"
+#include "surface/screen.h"
 
 orb_frame_zone framezones[max_framezones];
 int32_t num_framezones;
-orb_frame_zone *pframezones;
 uint8_t complete_frame;
+uint8_t fading_run;
+int32_t dump_type = 1, restore_type = 1;
+int32_t old_dump_type = 1, old_restore_type = 1;
+
+orb_frame_zone *pframezones;
 
 namespace {
 

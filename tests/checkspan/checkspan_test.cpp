@@ -11,7 +11,7 @@
 #include "checkspan/picture.h"
 #include "checkspan/random.h"
 #include "checkspan/reference.h"
-#include "surface/palette.h"
+#include "surface/ghost_table.h"
 
 using namespace checkspan;
 

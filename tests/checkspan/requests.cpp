@@ -9,11 +9,12 @@
 #include <gtest/gtest.h>
 
 #include "blit/blit.h"
-#include "blit/span.h"
+#include "blit/blit_state.h"
+#include "simd/cpu.h"
+#include "surface/ghost_table.h"
 #include "surface/palette.h"
-#include "surface/registry.h"
-#include "surface/surface.h"
-#include "video/mode.h"
+#include "surface/regions.h"
+#include "surface/screen.h"
 
 namespace checkspan {
 

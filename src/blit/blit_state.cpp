@@ -1,0 +1,3 @@
+#include "blit/blit_state.h"
+
+blit_state blit;

@@ -1,0 +1,46 @@
+#include "blit/process_transform.h"
+
+#include "boundary/records.h"
+
+namespace {
+
+constexpr int32_t max_directions = 256;
+
+/// QUIRK: clearing bit 0 alone would look more natural; scripts rely on bits 8 and above going
+/// with it whenever a direction graph is chosen.
+constexpr int32_t kept_by_xgraph = 254;
+
+} // namespace
+
+orb_blit_operation *choose_blit_operation(bool rotated, bool scaled, bool sheared) {
+  if (rotated) {
+    if (sheared) return device2D.ORBGI2D_BlitRotScaleShear;
+    return scaled ? device2D.ORBGI2D_BlitRotScale : device2D.ORBGI2D_BlitRotate;
+  }
+  if (sheared) return device2D.ORBGI2D_BlitScaleShear;
+  return scaled ? device2D.ORBGI2D_BlitScale : device2D.ORBGI2D_Blit;
+}
+
+bool apply_xgraph(orb_locals *locals) {
+  const int32_t *directions = locals->xgraph;
+  const int32_t count = directions[0];
+  if (count < 1 || count > max_directions) return false;
+
+  int32_t angle = locals->angle % full_turn;
+  if (angle < 0) angle += full_turn;
+  locals->angle = angle;
+  locals->flags &= kept_by_xgraph;
+
+  // With angle below 360000 and at most 256 directions the product stays below 2^28.
+  const int32_t half_sector = full_turn / (2 * count);
+  int32_t index = (half_sector + angle) * count / full_turn;
+  if (index >= count) index = 0;
+  const int32_t graph = directions[index + 1];
+  if (graph < 0) {
+    locals->graph = int32_t(0u - uint32_t(graph));
+    locals->flags |= 1;
+  } else {
+    locals->graph = graph;
+  }
+  return true;
+}
