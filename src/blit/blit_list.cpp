@@ -7,6 +7,7 @@
 #include <span>
 
 #include "boundary/runtime.h"
+#include "surface/surface.h"
 
 orb_blit_lists *pBlitLists2D;
 orb_blit_list *pBlitList2D;
@@ -58,6 +59,7 @@ int32_t ORBGI2D_Internal_CreateBlitLists() {
     return 0;
   }
   *pBlitLists2D = {registry_step, 0, 0, lists};
+  surface_goes = forget_surface;
   return 1;
 }
 
@@ -84,6 +86,7 @@ int32_t ORBGI2D_Internal_ResizeBlitLists() {
 
 void ORBGI2D_Internal_DeleteBlitLists() {
   if (!pBlitLists2D) return;
+  surface_goes = nullptr;
   for (uint32_t i = 0; i < pBlitLists2D->count; ++i)
     free_list(pBlitLists2D->lists[i]);
   free(pBlitLists2D->lists);

@@ -3,11 +3,11 @@
 
 #include <cstdlib>
 
-#include "blit/blit_list.h"
 #include "surface/fill.h"
 #include "surface/screen.h"
 
 orb_surface_list *gfxsurfaces = nullptr;
+void (*surface_goes)(const __ORBSurface2D__ *surface) = nullptr;
 
 // ---- Pixel buffers -----------------------------------------------------------------------------
 
@@ -200,7 +200,7 @@ void ORBGI2D_DeleteGFXSurfaceBufferData(__ORBSurface2D__ *surface) {
 
 void ORBGI2D_DeleteGFXSurface(__ORBSurface2D__ *surface) {
   if (!surface) return;
-  forget_surface(surface);
+  if (surface_goes) surface_goes(surface);
   ORBGI2D_Internal_DelGFXSurfaceOnList(surface);
   free_record(surface);
 }
