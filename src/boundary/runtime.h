@@ -2,6 +2,8 @@
 // services, each of which a host may leave out: a missing one is skipped.
 #pragma once
 
+#include <bit>
+
 #include "boundary/records.h"
 
 inline int32_t rt_param_count() { return orbre->rt_param_count(); }
@@ -23,6 +25,14 @@ inline void rt_exit(int32_t code) { orbre->rt_exit(code); }
 inline const char *rt_program_name() {
   const char *name = orbre->rt_program_name();
   return name ? name : "";
+}
+/// Reports a mistake in a call of a script function, whose name is given in capitals: its number
+/// (boundary/errors.h), the argument's position from 1 on, or 0 for none, and the argument.
+inline void rt_error(int32_t code, const char *function, int32_t position, int32_t value) {
+  orbre->rt_error(code, function, ORB_VALUE_INT, position, value);
+}
+inline void rt_error(int32_t code, const char *function, int32_t position, const char *value) {
+  orbre->rt_error(code, function, ORB_VALUE_STRING, position, std::bit_cast<int32_t>(value));
 }
 /// Reports a condition after which the module can't go on; always level 2. May return in a test
 /// host: callers then leave their state as it was and report failure.

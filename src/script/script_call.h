@@ -24,12 +24,12 @@ struct script_call {
 
   /// Reports an int argument (1-based position). Returns null, so that checkers can hand it on.
   std::nullptr_t bad(script_error code, int32_t position, int32_t value) const {
-    orbre->rt_error(code, name, ORB_VALUE_INT, position, value);
+    rt_error(code, name, position, value);
     return nullptr;
   }
   /// Reports a text argument.
   std::nullptr_t bad(script_error code, int32_t position, const char *value) const {
-    orbre->rt_error(code, name, ORB_VALUE_STRING, position, std::bit_cast<int32_t>(value));
+    rt_error(code, name, position, value);
     return nullptr;
   }
   int32_t fail() const { return rt_return(failure); }
