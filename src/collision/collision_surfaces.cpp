@@ -3,7 +3,8 @@
 
 #include <cstring>
 
-#include "script/script_call.h"
+#include "boundary/errors.h"
+#include "boundary/runtime.h"
 #include "surface/screen.h"
 #include "surface/surface.h"
 
@@ -34,7 +35,7 @@ int32_t create_collision_surfaces() {
     return 1;
   }
   delete_collision_surfaces();
-  script_call{"COLLISION"}.bad(error_out_of_memory, 0, 0);
+  rt_error(error_out_of_memory, "COLLISION", 0, 0);
   return 0;
 }
 

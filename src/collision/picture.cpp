@@ -3,7 +3,8 @@
 #include "blit/blit.h"
 #include "blit/effects.h"
 #include "blit/process_transform.h"
-#include "script/script_call.h"
+#include "boundary/errors.h"
+#include "boundary/records.h"
 #include "surface/registry.h"
 
 namespace {
@@ -11,17 +12,17 @@ namespace {
 constexpr int32_t scrolls = 10;
 constexpr int32_t ghost_flag = 4, key_mode_flags = 12;
 
-bool is_library(int32_t file, const script_call *call) {
+bool is_library(int32_t file, picture_fault *fault) {
   const bool good = file >= 0 && file < max_fpg;
-  if (!good && call) call->bad(error_file, 1, file);
+  if (!good && fault) *fault = {error_file, file};
   return good;
 }
 
-/// The slot's surface in a library that is one, null for an empty slot; a number out of range is
-/// reported.
-__ORBSurface2D__ *find_surface(int32_t file, int32_t graph, const script_call *call) {
+/// The slot's surface in a library that is one, null for an empty slot and for a number
+/// out of range.
+__ORBSurface2D__ *find_surface(int32_t file, int32_t graph, picture_fault *fault) {
   if (graph < 1 || graph >= (file ? graphs_per_library : max_map)) {
-    if (call) call->bad(error_graph, 2, graph);
+    if (fault) *fault = {error_graph, graph};
     return nullptr;
   }
   const orb_map_slot *slots = fpg[file].slots;
@@ -63,15 +64,15 @@ orb_process *calling_process() {
   return services && services->proc_current ? services->proc_current() : nullptr;
 }
 
-bool process_picture(const orb_process *process, __ORBBlit2D__ &request, const script_call *call) {
+bool process_picture(const orb_process *process, __ORBBlit2D__ &request, picture_fault *fault) {
   if (!process || !process->locals || process->coordinates == 2) return false;
   orb_locals shown = *process->locals;
-  if (!is_library(shown.file, call)) return false;
+  if (!is_library(shown.file, fault)) return false;
   if (shown.xgraph) {
     if (!apply_xgraph(&shown)) return false;
     shown.angle = 0;
   }
-  __ORBSurface2D__ *const surface = find_surface(shown.file, shown.graph, call);
+  __ORBSurface2D__ *const surface = find_surface(shown.file, shown.graph, fault);
   if (!surface) return false;
   if (shown.resolution > 0) {
     shown.x /= shown.resolution;
@@ -104,9 +105,9 @@ bool pointer_picture(__ORBBlit2D__ &request) {
 }
 
 bool graph_picture(int32_t file, int32_t graph, int32_t x, int32_t y, __ORBBlit2D__ &request,
-                   const script_call *call) {
-  if (!is_library(file, call)) return false;
-  __ORBSurface2D__ *const surface = find_surface(file, graph, call);
+                   picture_fault *fault) {
+  if (!is_library(file, fault)) return false;
+  __ORBSurface2D__ *const surface = find_surface(file, graph, fault);
   if (!surface) return false;
   start_request(request, surface, x, y);
   return true;

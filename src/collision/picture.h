@@ -7,8 +7,6 @@
 #include "blit/geometry.h"
 #include "orb/graphics2d.h"
 
-struct script_call;
-
 /// The id by which scripts know a process.
 inline int32_t process_id(const orb_process *process) {
   return std::bit_cast<int32_t>(process);
@@ -17,18 +15,23 @@ inline int32_t process_id(const orb_process *process) {
 orb_process *find_process(int32_t id);
 orb_process *calling_process();
 
+/// Which number kept a picture from being found, if any did: its error (error_file, error_graph; 0
+/// for none) and itself.
+struct picture_fault {
+  int32_t error = 0, number = 0;
+};
+
 /// Reads a process's locals into `request`: picture, position in pixels of the screen or scroll
 /// (divided by its resolution), transform. An xgraph picks the picture and takes the angle away;
 /// the locals stay as they are. Nothing else of the process counts: invisible ones have a picture
-/// too. False when it shows none: it takes part in nothing, or names no graph. Then a file or graph
-/// number out of range is reported as 109 (position 1) or 110 (position 2) under `call`, unless
-/// that is null.
-bool process_picture(const orb_process *process, __ORBBlit2D__ &request, const script_call *call);
+/// too. False when it shows none: it takes part in nothing, or names no graph. Then `fault`, unless
+/// it is null, says which file or graph number was out of range.
+bool process_picture(const orb_process *process, __ORBBlit2D__ &request, picture_fault *fault);
 /// The mouse pointer's picture. False when it has none.
 bool pointer_picture(__ORBBlit2D__ &request);
-/// A graph at natural size. False when there is none; reports as process_picture does.
+/// A graph at natural size. False, with a fault as from process_picture, when there is none.
 bool graph_picture(int32_t file, int32_t graph, int32_t x, int32_t y, __ORBBlit2D__ &request,
-                   const script_call *call);
+                   picture_fault *fault);
 
 /// How far the scroll that shows a process moves it on the screen, in pixels. False (and 0, 0) for
 /// a process that is in none.

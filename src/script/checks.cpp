@@ -1,5 +1,6 @@
 #include "script/checks.h"
 
+#include "collision/picture.h"
 #include "surface/registry.h"
 #include "surface/screen.h"
 
@@ -32,6 +33,28 @@ bool check_colour(const script_call &call, uint32_t colour, int32_t position) {
     return false;
   }
   return mode.bpp != 16 || colour <= 65535;
+}
+
+namespace {
+
+bool report(const script_call &call, const picture_fault &fault) {
+  if (fault.error)
+    call.bad(script_error(fault.error), fault.error == error_file ? 1 : 2, fault.number);
+  return false;
+}
+
+} // namespace
+
+bool check_process_picture(const script_call &call, const orb_process *process,
+                           __ORBBlit2D__ &request) {
+  picture_fault fault;
+  return process_picture(process, request, &fault) || report(call, fault);
+}
+
+bool check_graph_picture(const script_call &call, int32_t file, int32_t graph, int32_t x, int32_t y,
+                         __ORBBlit2D__ &request) {
+  picture_fault fault;
+  return graph_picture(file, graph, x, y, request, &fault) || report(call, fault);
 }
 
 orb_fpg *check_library(const script_call &call, int32_t file, int32_t position) {

@@ -19,6 +19,13 @@ orb_map_slot *check_graph(const script_call &call, int32_t file, int32_t graph,
 /// 255 reports 154 at `position`; in a 16-bit mode one above 65535 fails silently. True when good.
 bool check_colour(const script_call &call, uint32_t colour, int32_t position);
 
+/// The pictures of collision/picture.h. False where there is none, after reporting 109 at position 1
+/// or 110 at position 2 for a number out of range.
+bool check_process_picture(const script_call &call, const orb_process *process,
+                           __ORBBlit2D__ &request);
+bool check_graph_picture(const script_call &call, int32_t file, int32_t graph, int32_t x, int32_t y,
+                         __ORBBlit2D__ &request);
+
 /// A library number in range; else null after reporting 109.
 orb_fpg *check_library(const script_call &call, int32_t file, int32_t position);
 /// A library number and a graph 1 to 999; else null after reporting 109 or 110. The slot may be

@@ -11,6 +11,7 @@
 // candidate. So it ends with the process, and costs no memory and no looking up.
 #include "collision/collision.h"
 #include "collision/picture.h"
+#include "script/checks.h"
 #include "script/handlers.h"
 #include "script/script_call.h"
 
@@ -142,7 +143,7 @@ int32_t run(const script_call &call, const test_kind &test) {
   }
   if (!q.asking) return call.done(0);
   if (!q.of_point) {
-    if (!process_picture(q.asking, proc, &call)) return call.done(0);
+    if (!check_process_picture(call, q.asking, proc)) return call.done(0);
     int32_t x, y;
     if (scroll_offset(q.asking, x, y)) move_picture(proc, x, y);
   }

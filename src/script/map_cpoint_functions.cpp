@@ -156,7 +156,7 @@ int32_t ORB_map_get_realcpoint() {
   auto [point, x, y] = pop_args<int32_t, int32_t *, int32_t *>();
   orb_process *process = process_given ? find_process(rt_pop_int()) : calling_process();
   __ORBBlit2D__ picture;
-  if (!process || !process_picture(process, picture, &call)) return call.fail();
+  if (!process || !check_process_picture(call, process, picture)) return call.fail();
 
   __ORBSurface2D__ *surface = picture.src;
   const cpoint_record *record = find_point(surface, point);

@@ -5,6 +5,7 @@
 
 #include "collision/picture.h"
 #include "collision/polygon.h"
+#include "script/checks.h"
 #include "script/handlers.h"
 #include "script/script_call.h"
 #include "surface/regions.h"
@@ -174,10 +175,10 @@ subject pop_subject(const script_call &call, __FPoint__ picture[4], __FPoint__ r
     return subject::refused;
   }
   if (of_graph) {
-    found = graph_picture(file, graph, x, y, request, &call);
+    found = check_graph_picture(call, file, graph, x, y, request);
   } else {
     const orb_process *const process = find_process(id);
-    found = process && process_picture(process, request, &call);
+    found = process && check_process_picture(call, process, request);
     if (found && scroll_offset(process, x, y)) move_picture(request, x, y);
   }
   if (!found) return subject::without_picture;
