@@ -25,7 +25,6 @@
 #include "orb_host.h"
 #include "raw_codecs.h"
 #include "report.h"
-#include "script/script_call.h"
 #include "surface/libraries.h"
 #include "surface/surface.h"
 
@@ -257,7 +256,6 @@ void save_raw(benchmark::State &state, const file_kind &kind) {
 // ---- Graph libraries: as many pixels, in 48 graphs of 128 x 128 -------------------------------
 
 constexpr int32_t graph_side = 128, library_graphs = width * height / graph_side / graph_side;
-constexpr script_call library_call{"FPG_LOAD"};
 
 /// A library at a depth, which the next one takes the place of.
 orb_fpg &drawn_library(int32_t depth) {
@@ -286,7 +284,8 @@ void load_our_library(benchmark::State &state, int32_t depth) {
   const std::string path = library_file(depth);
   host_at_depth(depth);
   for (auto _ : state) {
-    const int32_t number = load_library(library_call, path.c_str(), nullptr);
+    library_fault fault;
+    const int32_t number = load_library(path.c_str(), nullptr, fault);
     if (number < 0) return state.SkipWithError("not read");
     unload_library(number);
   }

@@ -2,13 +2,11 @@
 #include "formats/map_file.h"
 #include "graph_fuzz.h"
 #include "module/module.h"
-#include "script/script_call.h"
 #include "surface/libraries.h"
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***) {
   fuzz::start_module();
   fuzz::serve_streams();
-  orbre->rt_error = [](int32_t, const char *, int32_t, int32_t, int32_t) {};
   if (!ORBGI2D_Internal_InitGFXDevice() || !CreateFPGList()) abort();
   create_graph_registry();
   return 0;
@@ -41,17 +39,17 @@ void use_library(int32_t file) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   fuzz::put_streams(data, size);
-  const script_call call{"FPG_LOAD"};
   const uint32_t surfaces = gfxsurfaces->count;
   for (const char *key : {static_cast<const char *>(nullptr), "key"})
     for (int32_t depth : {32, 16, 8}) {
       mode.bpp = depth;
-      const int32_t number = load_library(call, "input", key);
+      library_fault fault;
+      const int32_t number = load_library("input", key, fault);
       if (number >= 0) {
         use_library(number);
         unload_library(number);
       }
-      if (load_library_graph(call, "input", key, 2, 7) >= 0) {
+      if (load_library_graph("input", key, 2, 7, fault) >= 0) {
         use_library(2);
         unload_library(2);
       }

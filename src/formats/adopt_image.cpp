@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "boundary/errors.h"
 #include "formats/codec.h"
-#include "script/script_call.h"
 #include "surface/conversion.h"
 #include "surface/libraries.h"
 #include "surface/palette.h"
@@ -83,15 +83,16 @@ void adopt_palette(const __ORBPalette2D__ &colours, uint32_t checksum) {
   }
 }
 
-int32_t adopt_image(const script_call &call, int32_t code, const char *filename, int32_t mark) {
+int32_t adopt_image(int32_t code, const char *filename, int32_t mark) {
   __ORBSurface2D__ *surface = nullptr;
+  int32_t error = 0;
   if (image_bpp > mode.bpp) {
     // Readers refuse or convert such a picture themselves.
-    call.bad(error_format, 1, filename);
+    error = error_format;
   } else {
     surface = graph_from_image(mark == img_format_map ? palette_checksum_6bits(&image_palette)
                                                       : palette_checksum(&image_palette));
-    if (!surface) call.bad(error_out_of_memory, 1, filename);
+    if (!surface) error = error_out_of_memory;
   }
   if (surface) {
     orb_map_slot &slot = fpg[0].slots[code];
@@ -103,5 +104,5 @@ int32_t adopt_image(const script_call &call, int32_t code, const char *filename,
     account_graph(code, 604 + 12 * surface->has_cpoints + surface->byte_size, mark);
   }
   reset_image();
-  return surface ? code : 0;
+  return error;
 }

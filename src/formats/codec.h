@@ -88,5 +88,3 @@ int32_t ORB_LoadTGAPalette(const char *filename);
 /// Writes the picture as ORB_SaveBMP does, at any depth run-length coded with a `compression` of 1;
 /// 16 bits become 24. 1, or 0.
 int32_t ORB_SaveTGA(const char *filename, int32_t compression);
-
-struct script_call;

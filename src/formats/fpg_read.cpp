@@ -17,8 +17,9 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "boundary/errors.h"
+#include "boundary/runtime.h"
 #include "formats/adopt_image.h"
-#include "script/script_call.h"
 #include "surface/conversion.h"
 #include "surface/libraries.h"
 #include "surface/palette.h"
@@ -50,21 +51,21 @@ enum entry_result {
   entry_cut_short, // a graph's code, and no whole header behind it
 };
 
-/// Opens the file, passes the markers and looks at the magic; reports 105, 193 or 106. `reopening`
-/// is the call under whose name a file is reported that can't be opened in compressed mode.
-bool open_library_file(library_reader *file, const script_call &call, const script_call &reopening,
-                       const char *filename, const char *key) {
+/// Opens the file, passes the markers and looks at the magic. False, with a fault, when there is
+/// nothing to be read.
+bool open_library_file(library_reader *file, const char *filename, const char *key,
+                       library_fault &fault) {
   *file = {};
   switch (open_graph_file(&file->in, filename, key)) {
-  case graph_not_opened: call.bad(error_library_open, 1, filename); return false;
-  case graph_not_reopened: reopening.bad(error_library_open, 1, filename); return false;
+  case graph_not_opened: fault = {error_library_open}; return false;
+  case graph_not_reopened: fault = {error_library_open, true}; return false;
   case graph_opened: break;
   }
   file->layout = find_graph_layout("fpg", file->in.magic);
   if (!file->in.key_fits)
-    call.bad(error_library_key, 2, filename);
+    fault = {error_library_key};
   else if (!file->layout || file->layout->depth > mode.bpp)
-    call.bad(error_library_format, 1, filename);
+    fault = {error_library_format};
   else
     return true;
   rt_file_close(file->in.handle);
@@ -230,17 +231,14 @@ int32_t find_graph(orb_fpg *library, library_reader *file, int32_t code) {
 
 } // namespace
 
-int32_t load_library(const script_call &call, const char *filename, const char *key) {
+int32_t load_library(const char *filename, const char *key, library_fault &fault) {
   const int32_t number = find_free_library();
   if (number < 0) {
-    call.bad(error_library_full, 1, filename);
+    fault = {error_library_full};
     return -1;
   }
-  // QUIRK: this one report would naturally carry the name of the function that was called. It has
-  // the older name, intentionally.
-  const script_call reopening{"LOAD_FPG"};
   library_reader file;
-  if (!open_library_file(&file, call, reopening, filename, key)) return -1;
+  if (!open_library_file(&file, filename, key, fault)) return -1;
   int32_t error = 0;
   if (!open_library(number))
     error = error_out_of_memory;
@@ -251,17 +249,17 @@ int32_t load_library(const script_call &call, const char *filename, const char *
   if (!error) take_palette(&file);
   rt_file_close(file.in.handle);
   if (error) {
-    call.bad(script_error(error), 1, filename);
+    fault = {error};
     return -1;
   }
   mark_library_used(number);
   return number;
 }
 
-int32_t load_library_graph(const script_call &call, const char *filename, const char *key,
-                           int32_t number, int32_t code) {
+int32_t load_library_graph(const char *filename, const char *key, int32_t number, int32_t code,
+                           library_fault &fault) {
   library_reader file;
-  if (!open_library_file(&file, call, call, filename, key)) return -1;
+  if (!open_library_file(&file, filename, key, fault)) return -1;
   const bool made = number != 0 && !fpg[number].in_use;
   const uint32_t former_memory = fpg[number].memory_usage;
   int32_t found;
@@ -275,7 +273,7 @@ int32_t load_library_graph(const script_call &call, const char *filename, const 
   rt_file_close(file.in.handle);
   if (found < 0) {
     if (made) discard_library(number, former_memory);
-    call.bad(script_error(-found), 1, filename);
+    fault = {-found};
     return -1;
   }
   // QUIRK: one would leave the library alone when the graph isn't in the file. It exists from then

@@ -120,16 +120,21 @@ int32_t ORB_SaveMAP(const char *filename, int32_t compression, const char *key);
 
 // ---- Libraries ---------------------------------------------------------------------------------
 
-struct script_call;
+/// Why a library isn't read: the message number, and whether that is 105 because a compressed file
+/// can't be opened again.
+struct library_fault {
+  int32_t error = 0;
+  bool reopening = false;
+};
 
-/// Loads a library under a new number. The number, or -1 after reporting 104, 105, 193, 106 (also
-/// for a file that ends within a graph) or 100; the graphs read until then stay, under a number
-/// that is not in use.
-int32_t load_library(const script_call &call, const char *filename, const char *key);
-/// Loads one graph of a file into a library. Its code; 0 when it isn't in the file; -1 after
-/// reporting 105, 193, 106 or 100, and then the registry is as it was.
-int32_t load_library_graph(const script_call &call, const char *filename, const char *key,
-                           int32_t file, int32_t code);
+/// Loads a library under a new number. The number, or -1 with a fault: 104, 105, 193, 106 (also for
+/// a file that ends within a graph) or 100; the graphs read until then stay, under a number that is
+/// not in use.
+int32_t load_library(const char *filename, const char *key, library_fault &fault);
+/// Loads one graph of a file into a library. Its code; 0 when it isn't in the file; -1 with a fault,
+/// 105, 193, 106 or 100, and then the registry is as it was.
+int32_t load_library_graph(const char *filename, const char *key, int32_t file, int32_t code,
+                           library_fault &fault);
 /// Writes the graphs 1 to 999 at the depth of the video mode. False when the file can't be written
 /// whole, or a graph has another depth.
 bool save_library(const orb_fpg &library, const char *filename, bool compressed, const char *key);

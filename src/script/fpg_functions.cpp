@@ -152,6 +152,16 @@ int32_t ORB_fpg_unload_map() {
 
 // ---- Files -------------------------------------------------------------------------------------
 
+namespace {
+
+/// Reports why a library wasn't read. The key stands second among the arguments.
+int32_t fail_reading(const script_call &call, const library_fault &fault, const char *filename) {
+  call.bad(script_error(fault.error), fault.error == error_library_key ? 2 : 1, filename);
+  return call.fail();
+}
+
+} // namespace
+
 /// fpg_load(file name [, key]): a library under the lowest free number, 0 included. The number, or
 /// the failure value after reporting 104 when the list can't grow, 105 for a file that can't be
 /// opened, 193 for an enciphered one without a usable key, 106 for one that isn't a library, is
@@ -160,8 +170,13 @@ int32_t ORB_fpg_load() {
   const script_call call{"FPG_LOAD"};
   const char *key = rt_param_count() > 1 ? rt_pop_string() : nullptr;
   const char *filename = rt_pop_string();
-  const int32_t number = load_library(call, filename ? filename : "", key);
-  return number < 0 ? call.fail() : call.done(number);
+  if (!filename) filename = "";
+  library_fault fault;
+  const int32_t number = load_library(filename, key, fault);
+  if (number >= 0) return call.done(number);
+  // QUIRK: this one report would naturally carry the name of the function that was called. It has
+  // the older name, intentionally.
+  return fail_reading(fault.reopening ? script_call{"LOAD_FPG"} : call, fault, filename);
 }
 
 /// fpg_load_map(file name, [key,] file, graph): one graph of a library file into a library, which
@@ -177,8 +192,10 @@ int32_t ORB_fpg_load_map() {
   // QUIRK: with a key the numbers are arguments 3 and 4. They are reported as 2 and 3 in both
   // forms, intentionally.
   if (!check_library_graph(call, file, 2, graph, 3)) return call.fail();
-  const int32_t found = load_library_graph(call, filename ? filename : "", key, file, graph);
-  return found < 0 ? call.fail() : call.done(found);
+  if (!filename) filename = "";
+  library_fault fault;
+  const int32_t found = load_library_graph(filename, key, file, graph, fault);
+  return found < 0 ? fail_reading(call, fault, filename) : call.done(found);
 }
 
 /// fpg_save(file, file name [, compression, key]): writes the graphs 1 to 999 of a library at the

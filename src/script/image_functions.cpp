@@ -45,7 +45,11 @@ int32_t load_graph(const script_call &call, const char *filename, Read read) {
     call.bad(error_format, 1, filename);
     return call.fail();
   }
-  return adopt_image(call, code, filename, codec->format) ? call.done(code) : call.fail();
+  if (const int32_t error = adopt_image(code, filename, codec->format)) {
+    call.bad(script_error(error), 1, filename);
+    return call.fail();
+  }
+  return call.done(code);
 }
 
 } // namespace

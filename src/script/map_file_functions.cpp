@@ -27,7 +27,11 @@ int32_t ORB_map_load() {
     call.bad(script_error(image_error), 1, filename);
     return call.fail();
   }
-  return adopt_image(call, code, filename, img_format_map) ? call.done(code) : call.fail();
+  if (const int32_t error = adopt_image(code, filename, img_format_map)) {
+    call.bad(script_error(error), 1, filename);
+    return call.fail();
+  }
+  return call.done(code);
 }
 
 /// map_clone(file, graph): a copy of a graph in library 0, at the screen's depth. It counts the
