@@ -53,3 +53,8 @@ void draw_pixel16(__ORBSurface2D__ *surface, int32_t x, int32_t y, uint32_t colo
 void draw_pixel32(__ORBSurface2D__ *surface, int32_t x, int32_t y, uint32_t colour, int32_t) {
   draw_pixel_as<uint32_t>(surface, x, y, colour);
 }
+
+void set_pixel_routines(int32_t depth) {
+  get_pixel = depth == 16 ? get_pixel16 : depth == 32 ? get_pixel32 : get_pixel8;
+  draw_pixel = depth == 16 ? draw_pixel16 : depth == 32 ? draw_pixel32 : draw_pixel8;
+}

@@ -15,3 +15,5 @@ void draw_pixel32(__ORBSurface2D__ *surface, int32_t x, int32_t y, uint32_t colo
 /// The ones of the mode's depth.
 extern uint32_t (*get_pixel)(const __ORBSurface2D__ *, int32_t x, int32_t y);
 extern void (*draw_pixel)(__ORBSurface2D__ *, int32_t x, int32_t y, uint32_t colour, int32_t);
+/// Sets both to the routines of a depth.
+void set_pixel_routines(int32_t depth);

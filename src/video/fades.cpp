@@ -181,3 +181,7 @@ void do_fading_16bits(const __FadeFX__ *) {
 void do_fading_32bits(const __FadeFX__ *) {
   recolour_pixels(32, row_kernels->fade32);
 }
+
+void set_fading_routine(int32_t depth) {
+  do_fading = depth == 16 ? do_fading_16bits : depth == 32 ? do_fading_32bits : do_fading_8bits;
+}

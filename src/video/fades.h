@@ -44,3 +44,5 @@ extern void (*do_fading)(const __FadeFX__ *range);
 void do_fading_8bits(const __FadeFX__ *range);
 void do_fading_16bits(const __FadeFX__ *range);
 void do_fading_32bits(const __FadeFX__ *range);
+/// Sets do_fading to the routine of a depth.
+void set_fading_routine(int32_t depth);

@@ -202,22 +202,8 @@ int32_t apply_change(uint8_t &kind) {
 }
 
 void set_graphics2D_drawing_routines() {
-  switch (mode.bpp) {
-  case 16:
-    get_pixel = get_pixel16;
-    draw_pixel = draw_pixel16;
-    do_fading = do_fading_16bits;
-    break;
-  case 32:
-    get_pixel = get_pixel32;
-    draw_pixel = draw_pixel32;
-    do_fading = do_fading_32bits;
-    break;
-  default:
-    get_pixel = get_pixel8;
-    draw_pixel = draw_pixel8;
-    do_fading = do_fading_8bits;
-  }
+  set_pixel_routines(mode.bpp);
+  set_fading_routine(mode.bpp);
   set_raster_routines(mode.bpp);
   set_colour_routines(mode.bpp);
 }

@@ -32,8 +32,8 @@ int32_t apply_mode();
 int32_t apply_change(uint8_t &kind);
 /// Hands the host what scripts choose: its full-screen flag and its vsync word.
 void publish_mode();
-/// Chooses everything that follows the depth of the mode: pixels, rasterisers, colour packing,
-/// fades, collision kernels.
+/// Chooses the routines that follow the depth of the mode: pixels, rasterisers, colour packing,
+/// fades.
 void set_graphics2D_drawing_routines();
 
 /// Enclose a script's request from before its flags are applied until its result is there: should
