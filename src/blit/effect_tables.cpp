@@ -17,12 +17,6 @@ uint8_t FX_alpha16_tableN[256][64];
 int16_t FX_alpha16_table[256][128];
 int8_t FX_tint16_table[256][128];
 
-const uint8_t *FX_alpha32_tablep, *FX_alpha32_tablep255;
-const int16_t *FX_tint32_tablep;
-const int16_t *FX_alpha16_tablep;
-const uint8_t *FX_alpha16_tablep0, *FX_alpha16_tablep255;
-const int8_t *FX_tint16_tablep;
-
 namespace {
 
 // Weights of a grey value, of 255.

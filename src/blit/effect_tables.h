@@ -1,8 +1,7 @@
 // Look-up tables that the blend effects use instead of dividing per pixel.
 //
 // do_tables fills those of the screen's depth (video/mode_tables.h); nothing else writes them. All
-// divisions truncate toward zero. The `...p` pointers are the blit engine's: it points them into
-// the tables for each blit.
+// divisions truncate toward zero.
 #pragma once
 
 #include <cstdint>
@@ -43,16 +42,3 @@ extern int8_t FX_tint16_table[256][128];
 
 void fill_effect_tables16();
 void fill_effect_tables32();
-
-// ---- Rows of the running blit ------------------------------------------------------------------
-
-/// Rows alpha and 255 - alpha of FX_alpha32_table.
-extern const uint8_t *FX_alpha32_tablep, *FX_alpha32_tablep255;
-/// Column 255 of row intensity of FX_tint32_table: indexed by the difference itself.
-extern const int16_t *FX_tint32_tablep;
-/// Column 63 of row alpha of FX_alpha16_table: indexed by the difference itself.
-extern const int16_t *FX_alpha16_tablep;
-/// Rows alpha and 255 - alpha of FX_alpha16_tableN.
-extern const uint8_t *FX_alpha16_tablep0, *FX_alpha16_tablep255;
-/// Column 63 of row intensity of FX_tint16_table: indexed by the difference itself.
-extern const int8_t *FX_tint16_tablep;

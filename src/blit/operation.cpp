@@ -11,6 +11,19 @@
 
 namespace {
 
+// The rows of the effect tables (blit/effect_tables.h) that go with the running blit.
+
+/// Rows alpha and 255 - alpha of FX_alpha32_table.
+const uint8_t *FX_alpha32_tablep, *FX_alpha32_tablep255;
+/// Column 255 of row intensity of FX_tint32_table: indexed by the difference itself.
+const int16_t *FX_tint32_tablep;
+/// Column 63 of row alpha of FX_alpha16_table: indexed by the difference itself.
+const int16_t *FX_alpha16_tablep;
+/// Rows alpha and 255 - alpha of FX_alpha16_tableN.
+const uint8_t *FX_alpha16_tablep0, *FX_alpha16_tablep255;
+/// Column 63 of row intensity of FX_tint16_table: indexed by the difference itself.
+const int8_t *FX_tint16_tablep;
+
 /// Whether two surfaces have memory in common: they are one, or a wrapper shows another's pixels.
 bool share_memory(const __ORBSurface2D__ *a, const __ORBSurface2D__ *b) {
   const auto *start_a = static_cast<const uint8_t *>(a->pixels);

@@ -9,9 +9,10 @@
 #include "script/handlers.h"
 #include "surface/registry.h"
 
-int32_t max_graph_dst = 0, max_graph_src = 0;
-
 namespace {
+
+/// Graph bounds of the last pair.
+int32_t max_graph_dst = 0, max_graph_src = 0;
 
 /// The graphs of a call. Without a library of its own the source is in the destination's.
 struct graph_pair {

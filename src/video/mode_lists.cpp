@@ -11,11 +11,14 @@
 #include "surface/screen.h"
 #include "video/mode_state.h"
 
-orb_video_mode *video_modes, *video_modes8, *video_modes16, *video_modes32;
-int32_t max_video_modes, num_video_modes;
+orb_video_mode *video_modes8, *video_modes16, *video_modes32;
+int32_t num_video_modes;
 int32_t num_video_modes8, num_video_modes16, num_video_modes32;
 
 namespace {
+
+orb_video_mode *video_modes; // the master list
+int32_t max_video_modes;     // records allocated for it
 
 constexpr int32_t list_growth = 128;
 constexpr int32_t max_script_modes = 64, max_script_rates = 32;

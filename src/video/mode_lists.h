@@ -9,8 +9,8 @@ struct orb_video_mode {
   int32_t width, height, bpp, rate;
   int32_t code;                          // the size packed as scripts write it
 };
-extern orb_video_mode *video_modes, *video_modes8, *video_modes16, *video_modes32;
-extern int32_t max_video_modes, num_video_modes;
+extern orb_video_mode *video_modes8, *video_modes16, *video_modes32;
+extern int32_t num_video_modes; // of all depths
 extern int32_t num_video_modes8, num_video_modes16, num_video_modes32;
 
 /// The size packed: width * 1000 + height, or width * 10000 + height when height exceeds 999.

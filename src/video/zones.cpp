@@ -14,9 +14,9 @@ uint8_t fading_run;
 int32_t dump_type = 1, restore_type = 1;
 int32_t old_dump_type = 1, old_restore_type = 1;
 
-orb_frame_zone *pframezones;
-
 namespace {
+
+orb_frame_zone *pframezones; // last touched
 
 /// |value|, kept one below the largest int, so that widths and neighbours of it can be formed.
 int32_t magnitude(int32_t value) {
