@@ -6,6 +6,7 @@
 #include <cstring>
 #include <span>
 
+#include "blit/depth_sort.h"
 #include "boundary/runtime.h"
 #include "surface/surface.h"
 
@@ -188,6 +189,10 @@ int32_t ChangeBlitList(int32_t index, const __ORBBlit2D__ *request) {
   changed.dst = to.dst;
   to = changed;
   return index;
+}
+
+void SortBlitList() {
+  if (pBlitList2D && pBlitList2D->used) sort_by_depth(*pBlitList2D);
 }
 
 void ResetBlitList() {

@@ -28,11 +28,8 @@ int32_t UseBlitList(int32_t index);          // 1, or 0 for an unknown index
 /// The next request, growing the list when needed. Not cleared: the taker sets every field.
 __ORBBlit2D__ *GetAndUpdateBlitList();
 int32_t ResizeBlitList();
-/// Puts the requests in drawing order: descending z, equal z in list order. O(n) for a list that
-/// is in order already, O(n log n) for any other.
+/// Puts the requests in drawing order (blit/depth_sort.h).
 void SortBlitList();
-/// Frees what the sort keeps between frames.
-void free_sort_scratch();
 /// Copies most of a caller's request over request `index`; its index, or -1.
 int32_t ChangeBlitList(int32_t index, const __ORBBlit2D__ *request);
 void ResetBlitList();

@@ -1,9 +1,8 @@
-// Depth order of a blit list.
+#include "blit/depth_sort.h"
+
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
-
-#include "blit/blit_list.h"
 
 namespace {
 
@@ -72,10 +71,9 @@ void sort_by_digits(__ORBBlit2D__ **order, uint32_t count, int32_t max_z, uint32
 
 } // namespace
 
-void SortBlitList() {
-  if (!pBlitList2D || !pBlitList2D->used) return;
-  const uint32_t count = pBlitList2D->used;
-  __ORBBlit2D__ *const requests = pBlitList2D->requests, **const order = pBlitList2D->order;
+void sort_by_depth(orb_blit_list &list) {
+  const uint32_t count = list.used;
+  __ORBBlit2D__ *const requests = list.requests, **const order = list.order;
 
   bool in_order = true;
   int32_t min_z = INT32_MAX, max_z = INT32_MIN, previous = INT32_MAX;
