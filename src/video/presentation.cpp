@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "boundary/runtime.h"
-#include "simd/cpu.h"
 #include "surface/colour.h"
 #include "surface/palette.h"
 #include "surface/screen.h"
@@ -316,7 +315,7 @@ int32_t set_screen_routines() {
     return 0;
   }
   draw_screen = chosen;
-  row_kernels = cpu_has(instruction_set::avx2) ? &rows_avx2 : &rows_sse2;
+  choose_row_routines();
   switch (mode.bpp) {
   case 8:
     clear_screen = screen_color_set ? clear_screen_color_8bits : clear_screen_8bits;

@@ -61,8 +61,10 @@ struct row_routines {
 };
 extern const row_routines rows_sse2, rows_avx2;
 
-/// Those in use: the widest that the CPU has, chosen by set_screen_routines.
+/// Those in use.
 extern const row_routines *row_kernels;
+/// Takes the widest that the CPU has into use.
+void choose_row_routines();
 
 /// The index of a depth in the entries by depth.
 constexpr int depth_index(int32_t depth) {
