@@ -11,5 +11,6 @@ inline constexpr int32_t full_turn = 360000;
 orb_blit_operation *choose_blit_operation(bool rotated, bool scaled, bool sheared);
 
 /// Direction graphs: reads the process's `xgraph` array, brings `angle` into 0..359999, and writes
-/// `graph` and the mirror bit of `flags`. False when the array says nothing (no entries, above 256).
+/// `graph` and the mirror bit of `flags`. False when the array says nothing (no entries, above
+/// 256).
 bool apply_xgraph(orb_locals *locals);

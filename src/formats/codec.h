@@ -1,5 +1,5 @@
-// Picture codecs: one row per format in the order in which files are probed, and the globals
-// through which a reader hands its picture over.
+// Picture codecs: one row per format in the order in which files are probed, and their readers and
+// writers. Pictures go through the globals of formats/image.h.
 #pragma once
 
 #include "formats/image.h"

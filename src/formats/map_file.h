@@ -131,8 +131,8 @@ struct library_fault {
 /// a file that ends within a graph) or 100; the graphs read until then stay, under a number that is
 /// not in use.
 int32_t load_library(const char *filename, const char *key, library_fault &fault);
-/// Loads one graph of a file into a library. Its code; 0 when it isn't in the file; -1 with a fault,
-/// 105, 193, 106 or 100, and then the registry is as it was.
+/// Loads one graph of a file into a library. Its code; 0 when it isn't in the file; -1 with a
+/// fault, 105, 193, 106 or 100, and then the registry is as it was.
 int32_t load_library_graph(const char *filename, const char *key, int32_t file, int32_t code,
                            library_fault &fault);
 /// Writes the graphs 1 to 999 at the depth of the video mode. False when the file can't be written

@@ -1,4 +1,4 @@
-// Palettes in files: as the engine's own formats store them, and read from any file that has one.
+// Palette files, and the palettes in other files.
 #pragma once
 
 #include "orb/graphics2d.h"

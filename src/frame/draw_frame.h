@@ -1,8 +1,5 @@
-// Frame presentation: restore the background, draw the list, hand the screen to the display, and
-// remember as frame zones what was touched.
-//
-// `framezones` are built at the end of a frame and consumed by the next frame's restore and
-// presentation; only video/zones.cpp and draw_frame write them.
+// One frame: restore the background, draw the list, hand the screen to the display, and remember as
+// frame zones what was touched.
 #pragma once
 
 #include "orb/graphics2d.h"
@@ -10,4 +7,5 @@
 /// Requests in this frame's list.
 extern int32_t num_blits2D;
 
+/// Draws the current blit list and empties it. Nothing but that while there is no screen.
 void draw_frame();

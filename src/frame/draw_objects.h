@@ -31,8 +31,8 @@ enum draw_type : int32_t {
   draw_type_filled_ellipse,
 };
 
-int32_t CreateDrawList();
-int32_t ResizeDrawList();
+int32_t CreateDrawList(); // 0 on failed allocation
+int32_t ResizeDrawList(); // 16 more; 0 at the limit
 void DeleteDrawList();
 
 /// The index of the lowest free record, which is cleared; the list grows for it. -1 at the limit of

@@ -19,8 +19,10 @@ int32_t ORBGI2D_Internal_InitGFXDevice();
 /// Deletes all surfaces, the surface list and the blit-list registry; `device2D` is as at the start.
 void ORBGI2D_Internal_QuitGFXDevice();
 
-/// Defaults, lists, tables and SDL. 1, or 0 when SDL can't be had.
+/// The video device and the lists of all floors: defaults, lists, tables, SDL. 1, or 0 when SDL
+/// can't be had.
 int32_t VID_Init_Graphics2D();
+/// Takes them down.
 void VID_Quit_Graphics2D();
 
 extern "C" int32_t ORB_mod_graphics2D_MainLibraryExports(const orb_registration *registration);

@@ -1,4 +1,4 @@
-// The rasterisers' module-wide state, and the choice of the routines of a depth.
+// The choice of the routines of a depth.
 #include "raster/raster.h"
 
 draw_line_routine *draw_line = draw_line8;

@@ -60,7 +60,7 @@ void fill_request(__ORBBlit2D__ &request, __ORBSurface2D__ *source, int32_t x, i
 }
 
 orb_blit_operation *set_transform(__ORBBlit2D__ &request, const blit_transform &transform) {
-  request.angle = transform.angle % 360000;
+  request.angle = transform.angle % full_turn;
   request.size = transform.size;
   request.size_x = transform.size_x;
   request.size_y = transform.size_y;

@@ -48,5 +48,6 @@ void fill_request(__ORBBlit2D__ &request, __ORBSurface2D__ *source, int32_t x, i
 orb_blit_operation *set_transform(__ORBBlit2D__ &request, const blit_transform &transform);
 /// Adds a block, and gives its operation.
 orb_blit_operation *set_block(__ORBBlit2D__ &request, const blit_block &block);
+
 /// The request that script functions fill and run at once.
 extern __ORBBlit2D__ bltGraphics2D;

@@ -9,8 +9,8 @@ bool check_graph_numbers(const script_call &call, int32_t file, int32_t graph,
                          int32_t position = 1);
 
 /// The check shared by every handler that takes (file, graph): numbers in range (109, 110), library
-/// loaded (111), graph loaded (121). `position` is the place of `file` in the script call; the graph
-/// stands after it. Sets `max_graph`, `pfpg` and `pfpgmap`. Returns the slot, or null after
+/// loaded (111), graph loaded (121). `position` is the place of `file` in the script call; the
+/// graph stands after it. Sets `max_graph`, `pfpg` and `pfpgmap`. Returns the slot, or null after
 /// reporting once.
 orb_map_slot *check_graph(const script_call &call, int32_t file, int32_t graph,
                           int32_t position = 1);
@@ -19,8 +19,8 @@ orb_map_slot *check_graph(const script_call &call, int32_t file, int32_t graph,
 /// 255 reports 154 at `position`; in a 16-bit mode one above 65535 fails silently. True when good.
 bool check_colour(const script_call &call, uint32_t colour, int32_t position);
 
-/// The pictures of collision/picture.h. False where there is none, after reporting 109 at position 1
-/// or 110 at position 2 for a number out of range.
+/// The pictures of collision/picture.h. False where there is none, after reporting 109 at position
+/// 1 or 110 at position 2 for a number out of range.
 bool check_process_picture(const script_call &call, const orb_process *process,
                            __ORBBlit2D__ &request);
 bool check_graph_picture(const script_call &call, int32_t file, int32_t graph, int32_t x, int32_t y,

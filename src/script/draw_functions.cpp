@@ -375,15 +375,16 @@ int32_t ORB_draw_get_box() {
 
 // ---- How many there are ------------------------------------------------------------------------
 
-/// Draw objects that exist.
+/// graphiclib_get_drawspainted(): draw objects that exist.
 int32_t ORB_graphiclib_get_drawspainted() {
   return rt_return(draws_painted);
 }
-/// Draw objects that are fixed, as draw_fix and draw_delete count them.
+/// graphiclib_get_drawsfixed(): those that are fixed, as draw_fix and draw_delete count them.
 int32_t ORB_graphiclib_get_drawsfixed() {
   return rt_return(draws_fixed);
 }
-/// Draw objects that are locked, as draw_lock, draw_unlock and draw_delete count them.
+/// graphiclib_get_drawslocked(): those that are locked, as draw_lock, draw_unlock and draw_delete
+/// count them.
 int32_t ORB_graphiclib_get_drawslocked() {
   return rt_return(draws_locked);
 }

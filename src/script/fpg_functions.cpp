@@ -226,7 +226,7 @@ int32_t ORB_fpg_save() {
 
 // ---- How many there are ------------------------------------------------------------------------
 
-/// Libraries loaded or made.
+/// graphiclib_get_fpgsloaded(): libraries loaded or made.
 int32_t ORB_graphiclib_get_fpgsloaded() {
   return rt_return(fpgs_loaded);
 }

@@ -83,13 +83,14 @@ int32_t ORB_map_save() {
   return call.done(1);
 }
 
-/// map_unload(code): the same for maps that were loaded, made, cloned or recorded.
+/// map_unload(code): deletes a loose graph that is a map, loaded, made, cloned or recorded; code -1
+/// deletes all. How many, or the failure value for a code outside the run-time range.
 int32_t ORB_map_unload() {
   auto [code] = pop_args<int32_t>();
   return rt_return(unload_graphs(code, [](int32_t mark) { return mark == img_format_map; }));
 }
 
-/// Loose graphs loaded or made.
+/// graphiclib_get_mapsloaded(): loose graphs loaded or made.
 int32_t ORB_graphiclib_get_mapsloaded() {
   return rt_return(maps_loaded);
 }

@@ -146,7 +146,7 @@ int32_t ORB_region_get_y1() {
   return region_value(script_call{"REGION_GET_Y1"}, [](const __ORBRegion__ &r) { return r.y1; });
 }
 
-/// Regions defined by the program.
+/// graphiclib_get_regionsdefined(): regions defined by the program.
 int32_t ORB_graphiclib_get_regionsdefined() {
   return rt_return(regions_defined);
 }

@@ -8,6 +8,6 @@ inline constexpr int instruction_set_count = 2;
 
 /// True when this CPU has it and it isn't masked.
 bool cpu_has(instruction_set isa);
-/// Pretends that the CPU lacks instruction sets above `highest`, for tests and benchmarks; takes
-/// effect at the next set_blitter_routines().
+/// Pretends that the CPU lacks instruction sets above `highest`, for tests and benchmarks; counts
+/// when routines are chosen next.
 void mask_instruction_sets(instruction_set highest);

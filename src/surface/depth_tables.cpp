@@ -1,4 +1,3 @@
-// Tables that convert a pixel to the screen's depth.
 #include "surface/depth_tables.h"
 
 #include <cstdlib>

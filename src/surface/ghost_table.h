@@ -8,7 +8,8 @@
 /// other entry does, but no mix is ever 0 or 255. Null outside 8-bit modes.
 extern uint8_t *table_ghost8;
 
-/// Makes a placeholder (every ghost solid) and marks it as such.
+/// Makes a placeholder (every ghost solid), of what is there already or anew, and marks it as such.
+/// 0 on failed allocation.
 int32_t create_ghost_table();
 void delete_ghost_table();
 

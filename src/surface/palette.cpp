@@ -1,5 +1,3 @@
-// The palette, the search in it, and what follows a change of it but for the ghost table
-// (surface/ghost_table.cpp) and the depth tables (surface/depth_tables.cpp).
 #include "surface/palette.h"
 
 #include <cstdlib>

@@ -1,4 +1,5 @@
-// The palette of 8-bit modes, the tables made from it, and the nearest-colour search.
+// The palette of 8-bit modes and the nearest-colour search. The tables made from it:
+// surface/ghost_table.h, surface/depth_tables.h.
 //
 // `palette` exists only in 8-bit modes: do_tables creates it with the default palette when the
 // depth becomes 8 and frees it when the depth becomes 16 or 32.
@@ -45,9 +46,8 @@ void mark_palette_changed();
 /// Finds system_colors anew; all 0 without a palette.
 void update_system_colors();
 
-// Each create function uses what is there already, and gives 0 on failed allocation.
-
-/// Loads the default palette, as one that neither a program nor a picture has set.
+/// Loads the default palette, as one that neither a program nor a picture has set, into what is
+/// there already or anew. 0 on failed allocation.
 int32_t create_palette();
 /// Forgets the palette and that one was loaded or forced.
 void delete_palette();

@@ -1,4 +1,3 @@
-// The storage of regions and draw records.
 #include "surface/regions.h"
 
 #include <cstdlib>
@@ -9,8 +8,6 @@
 __ORBRegion__ *regions = nullptr;
 int32_t *regions_def = nullptr;
 int32_t max_region = 0, regions_defined = 0;
-
-// ---- Regions -----------------------------------------------------------------------------------
 
 namespace {
 

@@ -1,4 +1,3 @@
-// Libraries, graphs and their run-time codes. Regions and draw records: surface/regions.cpp.
 #include "surface/registry.h"
 
 #include <algorithm>

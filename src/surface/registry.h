@@ -1,8 +1,7 @@
-// The graph registry: libraries, graphs, run-time codes, regions, and the counters scripts read.
+// The graph registry: libraries, graphs, run-time codes, and the counters scripts read.
 //
 // Library 0 holds loose graphs and is the only one that grows; its codes from 1000 up are handed
-// out at run time and marked in `image_loaded`. Only surface/registry.cpp and surface/regions.cpp
-// (regions, draws) resize the arrays.
+// out at run time and marked in `image_loaded`. Only surface/registry.cpp resizes the arrays.
 #pragma once
 
 #include "orb/graphics2d.h"
@@ -27,8 +26,8 @@ void DeleteFPGList();
 /// The init hook's part, after CreateFPGList: slots and marks of library 0, regions. Failures are
 /// fatal; where the host's report returns, the lists stay empty and every lookup fails.
 void create_graph_registry();
-/// The release hook's part: slots and marks. The surfaces go with the surface list, the lists
-/// themselves with DeleteFPGList, DeleteRegionList and DeleteDrawList.
+/// The release hook's part: slots and marks. The surfaces go with the surface list, the list of
+/// libraries with DeleteFPGList.
 void release_graph_registry();
 
 /// First free code of library 0 (growing it if need be), else 0; 0 for any other library.

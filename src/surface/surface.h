@@ -12,9 +12,9 @@ struct orb_surface_list {
 
 extern orb_surface_list *gfxsurfaces;
 
-/// Called with a surface that is about to go, while it is still whole; null while there is nobody to
-/// tell. The owner of the requests sets it (blit/blit_list.cpp), so that none of them is left with a
-/// surface that is gone.
+/// Called with a surface that is about to go, while it is still whole; null while there is nobody
+/// to tell. The owner of the requests sets it (blit/blit_list.cpp), so that none of them is left
+/// with a surface that is gone.
 extern void (*surface_goes)(const __ORBSurface2D__ *surface);
 
 /// What `cpoints` of a surface points at: cpoint_last + 1 of these, point 0 first.

@@ -1,4 +1,4 @@
-// The state of the video device: its defaults, and how a changed mode is applied or taken back.
+// How a changed mode is applied or taken back, and what a program starts with.
 #include "video/mode.h"
 
 #include "blit/blit.h"

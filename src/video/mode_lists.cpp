@@ -1,5 +1,3 @@
-// The modes that the display offers: the master list, a sorted list for each depth, and what
-// scripts see of them.
 #include "video/mode_lists.h"
 
 #include <algorithm>

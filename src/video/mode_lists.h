@@ -7,8 +7,10 @@
 /// A mode that the display offers.
 struct orb_video_mode {
   int32_t width, height, bpp, rate;
-  int32_t code;                          // the size packed as scripts write it
+  int32_t code; // the size packed as scripts write it
 };
+
+/// The sorted lists.
 extern orb_video_mode *video_modes8, *video_modes16, *video_modes32;
 extern int32_t num_video_modes; // of all depths
 extern int32_t num_video_modes8, num_video_modes16, num_video_modes32;

@@ -8,12 +8,12 @@
 
 // ---- Asked for ---------------------------------------------------------------------------------
 
-extern uint8_t full_screen;              // wanted
+extern uint8_t full_screen;
 extern uint8_t change_mode, filtering_mode; // the next set-mode keeps the surfaces' size
-extern int32_t filter_w, filter_h;       // size of the output surface
-extern uint8_t filterNx_mode;            // a 2x filter is on
+extern int32_t filter_w, filter_h;          // size of the output surface
+extern uint8_t filterNx_mode;               // a 2x filter is on
 extern int32_t filter_scale, filter_scanline, filter_scanlinepercent, filter_fx;
-extern int32_t filter_scanline_percent;  // index 0..4
+extern int32_t filter_scanline_percent; // index 0..4
 extern uint8_t mode_centerwindow, mode_centermouse, mode_fade;
 extern int32_t vsync;
 extern int32_t rendering2D_type;
@@ -29,8 +29,9 @@ void set_scanline_filter(int32_t scanline);
 
 // ---- Opened ------------------------------------------------------------------------------------
 
-extern uint8_t sdl_fullscreen;           // opened
-extern int32_t sdl_w, sdl_h;             // size opened
-extern int32_t mode_x, mode_y;
+extern uint8_t sdl_fullscreen;
+extern int32_t sdl_w, sdl_h;   // size of the display
+extern int32_t mode_x, mode_y; // where the picture stands on the display
 extern uint8_t mode_bufferflipping;
+/// 1 when a listed mode with borders stands in for the one asked for; its size and the borders.
 extern int32_t emulated_mode, emulated_w, emulated_h, emulated_x, emulated_y;

@@ -29,8 +29,8 @@ extern int32_t scr_pitch, buf_pitch;
 present_routine *find_present_routine(int32_t mode_depth, int32_t display_depth);
 
 /// Chooses draw_screen, clear_screen and draw_ground for the depths in force, and the row routines
-/// (video/rows.h) for the CPU. 0 when there is no
-/// routine for them (after a fatal report; the old routines stay).
+/// (video/rows.h) for the CPU. 0 when there is no routine for them (after a fatal report; the old
+/// routines stay).
 int32_t set_screen_routines();
 /// Re-packs the screen colour when the depth changed.
 void set_screen_color();

@@ -1,4 +1,3 @@
-// Restore routines: the background comes back where the last frame has drawn.
 #include "video/restore.h"
 
 #include <algorithm>

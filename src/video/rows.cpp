@@ -1,4 +1,3 @@
-// The row routines in use.
 #include "video/rows.h"
 
 #include "simd/cpu.h"

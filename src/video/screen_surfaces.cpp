@@ -1,4 +1,3 @@
-// The two surfaces that follow the mode: the ground and the screen.
 #include "video/screen_surfaces.h"
 
 #include <utility>

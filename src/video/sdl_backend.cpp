@@ -26,8 +26,8 @@
 
 namespace {
 
-bool display_ready;   // wrapped and with routines: frames can be shown
-bool started_sdl;     // SDL's video was started here, not by the host
+bool display_ready; // wrapped and with routines: frames can be shown
+bool started_sdl;   // SDL's video was started here, not by the host
 
 /// SDL 1.2 keeps a row's bytes in 16 bits, and X a window's coordinates in signed 16: no side
 /// above this is handed on.
@@ -244,8 +244,8 @@ int32_t SDLX11_SetMode() {
   display_ready = false;
   const int32_t screen_width = mode.width, screen_height = mode.height;
   const bool keep_surfaces = (change_mode || filtering_mode) && ground && screen;
-  const bool redraw = keep_surfaces || virtual_resolution ||
-                      surfaces_fit(screen_width, screen_height, mode.bpp);
+  const bool redraw =
+      keep_surfaces || virtual_resolution || surfaces_fit(screen_width, screen_height, mode.bpp);
   if (virtual_resolution) {
     mode.width = filter_w;
     mode.height = filter_h;

@@ -1,4 +1,3 @@
-// The virtual resolution: which screen pixel each pixel of an output of another size shows.
 #include "video/virtual_resolution.h"
 
 #include <cstdlib>

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+/// The part of the output that the screen fills, and the borders left of it and above.
 extern int32_t virtual_resolution_ratiow, virtual_resolution_ratioh;
 extern int32_t virtual_resolution_xoffset, virtual_resolution_yoffset;
 /// The screen column of each output column, and the offset in pixels of the screen row of each

@@ -1,4 +1,3 @@
-// Frame zones: the boxes that a frame has drawn on.
 #include "video/zones.h"
 
 #include <algorithm>

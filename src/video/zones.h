@@ -8,7 +8,7 @@
 #include "orb/graphics2d.h"
 
 struct orb_frame_zone {
-  int32_t x0, y0, x1, y1;  // inclusive, screen pixels
+  int32_t x0, y0, x1, y1; // inclusive, screen pixels
   int32_t w, h;
 };
 
@@ -17,7 +17,8 @@ extern orb_frame_zone framezones[max_framezones];
 extern int32_t num_framezones;
 /// 1: restore and presentation treat the whole screen as dirty.
 extern uint8_t complete_frame;
-extern uint8_t fading_run;   // a fade recoloured this frame: present it completely
+/// 1: a fade recoloured this frame, so all of it is presented, and the next restores all.
+extern uint8_t fading_run;
 
 /// Script values of this frame, read by the frame hook: 0 partial, 1 complete, restore -1 none.
 extern int32_t dump_type, restore_type;
@@ -26,7 +27,8 @@ extern int32_t old_dump_type, old_restore_type;
 
 /// The box of a drawn request (absolute values of its drawn box).
 orb_frame_zone zone_of(const __ORBBlit2D__ *request);
-/// Whether a request that has run left pixels on the screen; on any other surface they need no zone.
+/// Whether a request that has run left pixels on the screen; on any other surface they need no
+/// zone.
 bool marks_screen(const __ORBBlit2D__ *request);
 /// Whether a box is at least as large as the screen.
 bool covers_screen(const orb_frame_zone &box);
