@@ -5,8 +5,6 @@
 #include "boundary/errors.h"
 #include "formats/map_file.h"
 
-uint8_t image_palette_alphas[256];
-uint8_t image_has_palette_alphas;
 
 /// A writer of a format that knows no keys, in the shape of the table.
 template <int32_t (*save)(const char *filename, int32_t parameter)>

@@ -10,8 +10,6 @@ enum image_format : int32_t {
   img_format_tga
 };
 
-extern uint8_t image_palette_alphas[256];  // how opaque the palette's colours are
-extern uint8_t image_has_palette_alphas;   // 1: they came with the picture; else all are opaque
 
 struct image_codec {
   image_format format;

@@ -2,13 +2,13 @@
 
 #include <cstdlib>
 
-#include "formats/codec.h"
-
 int32_t image_w, image_h, image_bpp;
 uint32_t image_id;
 char image_desc[257];
 __ORBPalette2D__ image_palette;
 uint8_t image_has_palette;
+uint8_t image_palette_alphas[256];
+uint8_t image_has_palette_alphas;
 void *image_data;
 uint8_t image_alphachannel;
 cpoint_record *image_cpoint;
