@@ -23,8 +23,9 @@ bool find_place(file_writer *file, const char *filename) {
   for (int links = 0; links <= most_links; links++) {
     char *slash = strrchr(path, '/');
     const char *name = slash ? slash + 1 : path;
-    if (!*name || strlen(name) > NAME_MAX) return false;
-    strcpy(file->name, name);
+    const size_t size = strlen(name);
+    if (size == 0 || size > NAME_MAX) return false;
+    memcpy(file->name, name, size + 1);
     if (slash) slash[1] = '\0';
     const int from = file->folder;
     file->folder = openat(from, slash ? path : ".", O_PATH | O_DIRECTORY | O_CLOEXEC);
