@@ -241,7 +241,7 @@ TEST_F(ImageLoad, ARefusedFileGoesToTheNextProbe) {
   tga.id.resize(10);
   tga.pixels = {0, 1, 0, 1, 1, 0};
   write_file(path("id.tga"), tga.encode());
-  ASSERT_EQ(ORB_CheckPCXHeader(path("id.tga").c_str(), nullptr), 1);
+  ASSERT_EQ(pcx_codec.check(path("id.tga").c_str(), nullptr), 1);
   ASSERT_EQ(load(path("id.tga")), 1000);
   EXPECT_TRUE(host.errors.empty());
   EXPECT_EQ(image_loaded[0], img_format_tga);

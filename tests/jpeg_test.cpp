@@ -19,11 +19,11 @@ struct jpeg_test : graphics_test {
     reset_image();
     image_error = 0;
     write_file(path("picture.jpg"), bytes);
-    return ORB_LoadJPEG(path("picture.jpg").c_str(), nullptr);
+    return jpeg_codec.load(path("picture.jpg").c_str(), nullptr);
   }
   static int32_t load_data(const std::string &name) {
     reset_image();
-    return ORB_LoadJPEG(data_path("jpeg/" + name + ".jpg").c_str(), nullptr);
+    return jpeg_codec.load(data_path("jpeg/" + name + ".jpg").c_str(), nullptr);
   }
   static file_bytes data(const std::string &name) { return read_file(data_path("jpeg/" + name)); }
   static size_t pixels() { return size_t(image_w) * size_t(image_h); }
@@ -80,14 +80,14 @@ TEST_F(JpegReader, OtherProgramsFiles) {
     for (size_t i = 0; i < pixels(); i++)
       ASSERT_LE(std::abs(index(i) - grey[i]), 1);
     image_palette = {};
-    ASSERT_EQ(ORB_LoadJPEGPalette(data_path(std::string("jpeg/") + name + ".jpg").c_str()), 1);
+    ASSERT_EQ(jpeg_codec.load_palette(data_path(std::string("jpeg/") + name + ".jpg").c_str()), 1);
     for (int i = 0; i < 256; i++) {
       const orb_rgb &entry = image_palette.colours[i];
       ASSERT_TRUE(entry.r == i && entry.g == i && entry.b == i);
     }
   }
   image_palette = {};
-  EXPECT_EQ(ORB_LoadJPEGPalette(data_path("jpeg/pillow_rgb.jpg").c_str()), 0);
+  EXPECT_EQ(jpeg_codec.load_palette(data_path("jpeg/pillow_rgb.jpg").c_str()), 0);
   EXPECT_EQ(image_palette.colours[9].g, 0);
 }
 
@@ -122,13 +122,13 @@ TEST_F(JpegReader, ProbesByTheFirstThreeBytes) {
   for (const auto &row : rows) {
     EXPECT_EQ(load(row.bytes), 0);
     EXPECT_EQ(image_error, 144);
-    EXPECT_EQ(ORB_CheckJPEGHeader(path("picture.jpg").c_str(), nullptr), row.accepted);
+    EXPECT_EQ(jpeg_codec.check(path("picture.jpg").c_str(), nullptr), row.accepted);
   }
-  EXPECT_EQ(ORB_CheckJPEGHeader(path("missing.jpg").c_str(), nullptr), 0);
-  EXPECT_EQ(ORB_LoadJPEG(path("missing.jpg").c_str(), nullptr), 0);
+  EXPECT_EQ(jpeg_codec.check(path("missing.jpg").c_str(), nullptr), 0);
+  EXPECT_EQ(jpeg_codec.load(path("missing.jpg").c_str(), nullptr), 0);
   EXPECT_EQ(image_error, 143);
-  EXPECT_EQ(ORB_LoadJPEGPalette(path("missing.jpg").c_str()), 0);
-  EXPECT_EQ(ORB_LoadJPEG(path("").c_str(), nullptr), 0); // a folder
+  EXPECT_EQ(jpeg_codec.load_palette(path("missing.jpg").c_str()), 0);
+  EXPECT_EQ(jpeg_codec.load(path("").c_str(), nullptr), 0); // a folder
   host.file.path = [](const char *, int32_t) -> const char * { return nullptr; };
   EXPECT_EQ(load_data("pillow_rgb"), 0);
 }
@@ -420,7 +420,7 @@ TEST_F(JpegWriter, FilesAreWhatLibjpegMakesOfTheColours) {
           colours[i] = static_cast<uint32_t *>(image_data)[i] = value;
         }
       }
-      ASSERT_EQ(ORB_SaveJPEG(name.c_str(), parameter), 1);
+      ASSERT_EQ(ORB_SaveJPEG(name.c_str(), parameter, nullptr), 1);
       const bool given = parameter >= 0 && parameter <= 100;
       ASSERT_EQ(read_file(name), reference_file(colours, w, h, given ? 100 - parameter : -1));
     }
@@ -435,7 +435,7 @@ TEST_F(JpegWriter, PicturesThatAJpegFileCantSayAreFailures) {
   image_w = 65501;
   image_h = 1;
   image_bpp = 32;
-  EXPECT_EQ(ORB_SaveJPEG(name.c_str(), 0), 0);
+  EXPECT_EQ(ORB_SaveJPEG(name.c_str(), 0, nullptr), 0);
   EXPECT_EQ(read_file(name), (file_bytes{'k', 'e', 'p', 't'}));
 }
 

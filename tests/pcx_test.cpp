@@ -65,7 +65,7 @@ TEST_F(PcxReader, PlanesOnlyWhereTheScreenIsAsDeep) {
   }
   ASSERT_EQ(load(file.encode()), 1);
   expect_loaded(picture);
-  EXPECT_EQ(ORB_LoadPCXPalette(put(file.encode()).c_str()), 0);
+  EXPECT_EQ(pcx_codec.load_palette(put(file.encode()).c_str()), 0);
   for (int32_t depth : {16, 8}) {
     set_depth(depth);
     EXPECT_EQ(codec.check(put(file.encode()).c_str(), nullptr), 1);
@@ -86,12 +86,12 @@ TEST_F(PcxReader, ProbeTakesMoreThanTheReader) {
     pcx_file file = paletted(4, 4);
     file.version = version;
     const std::string name = put(file.encode());
-    EXPECT_EQ(ORB_CheckPCXHeader(name.c_str(), nullptr), version < 6);
+    EXPECT_EQ(pcx_codec.check(name.c_str(), nullptr), version < 6);
     EXPECT_EQ(load_file(name), version == 5);
-    EXPECT_EQ(ORB_LoadPCXPalette(name.c_str()), version == 5);
+    EXPECT_EQ(pcx_codec.load_palette(name.c_str()), version == 5);
   }
   write_file(path("one"), {10});
-  EXPECT_EQ(ORB_CheckPCXHeader(path("one").c_str(), nullptr), 0);
+  EXPECT_EQ(pcx_codec.check(path("one").c_str(), nullptr), 0);
 }
 
 TEST_F(PcxReader, FilesThatAreRefused) {

@@ -20,7 +20,7 @@ struct png_test : graphics_test {
   int32_t load(const file_bytes &bytes) {
     reset_image();
     image_error = 0;
-    return ORB_LoadPNG(put(bytes).c_str(), nullptr);
+    return png_codec.load(put(bytes).c_str(), nullptr);
   }
   static uint32_t read_pixel(uint32_t x, uint32_t y) {
     return loaded_pixel(size_t(y) * size_t(image_w) + x);
@@ -95,9 +95,9 @@ TEST_F(PngReader, OtherProgramsFiles) {
     SCOPED_TRACE(name);
     const std::string file = data_path("png/") + name;
     const file_bytes rgba = read_file(file + ".rgba");
-    ASSERT_EQ(ORB_CheckPNGHeader((file + ".png").c_str(), nullptr), 1);
+    ASSERT_EQ(png_codec.check((file + ".png").c_str(), nullptr), 1);
     reset_image();
-    ASSERT_EQ(ORB_LoadPNG((file + ".png").c_str(), nullptr), 1);
+    ASSERT_EQ(png_codec.load((file + ".png").c_str(), nullptr), 1);
     ASSERT_EQ(image_bpp, 32);
     ASSERT_EQ(rgba.size(), size_t(image_w * image_h * 4));
     for (size_t i = 0; i < rgba.size(); i += 4) {
@@ -113,12 +113,12 @@ TEST_F(PngReader, OtherProgramsFiles) {
     const std::string file = data_path("png/") + name;
     const file_bytes indices = read_file(file + ".idx"), colours = read_file(file + ".pal");
     reset_image();
-    ASSERT_EQ(ORB_LoadPNG((file + ".png").c_str(), nullptr), 1);
+    ASSERT_EQ(png_codec.load((file + ".png").c_str(), nullptr), 1);
     ASSERT_EQ(image_bpp, 8);
     EXPECT_EQ(memcmp(image_data, indices.data(), indices.size()), 0);
     EXPECT_EQ(memcmp(&image_palette, colours.data(), colours.size()), 0);
     image_palette = {};
-    EXPECT_EQ(ORB_LoadPNGPalette((file + ".png").c_str()), 1);
+    EXPECT_EQ(png_codec.load_palette((file + ".png").c_str()), 1);
     EXPECT_EQ(memcmp(&image_palette, colours.data(), colours.size()), 0);
   }
 }
@@ -140,8 +140,8 @@ TEST_F(PngReader, IndicesBeyondThePaletteAreBlack) {
 
 TEST_F(PngReader, OnlyPalettePicturesHaveAPalette) {
   image_palette.colours[7] = {1, 2, 3};
-  EXPECT_EQ(ORB_LoadPNGPalette(data_path("png/pillow_rgb.png").c_str()), 0);
-  EXPECT_EQ(ORB_LoadPNGPalette(path("missing.png").c_str()), 0);
+  EXPECT_EQ(png_codec.load_palette(data_path("png/pillow_rgb.png").c_str()), 0);
+  EXPECT_EQ(png_codec.load_palette(path("missing.png").c_str()), 0);
   EXPECT_EQ(image_palette.colours[7].g, 2);
 }
 
@@ -161,7 +161,7 @@ TEST_F(PngReader, EveryPrefixIsRefusedQuietly) {
         ASSERT_EQ(load({whole.begin(), whole.begin() + ptrdiff_t(size)}), 0) << size;
         ASSERT_EQ(image_data, nullptr);
         ASSERT_EQ(image_error, 144);
-        ASSERT_EQ(ORB_CheckPNGHeader(path("picture.png").c_str(), nullptr), size >= 8);
+        ASSERT_EQ(png_codec.check(path("picture.png").c_str(), nullptr), size >= 8);
       }
       ASSERT_EQ(load(whole), 1);
     }
@@ -259,12 +259,12 @@ TEST_F(PngReader, HugeHeadersAreRefusedBeforeTheyCost) {
 
 TEST_F(PngReader, MissingAndUnreadableFiles) {
   image_error = 0;
-  EXPECT_EQ(ORB_LoadPNG(path("missing.png").c_str(), nullptr), 0);
+  EXPECT_EQ(png_codec.load(path("missing.png").c_str(), nullptr), 0);
   EXPECT_EQ(image_error, 143);
-  EXPECT_EQ(ORB_CheckPNGHeader(path("missing.png").c_str(), nullptr), 0);
-  EXPECT_EQ(ORB_LoadPNG(path("").c_str(), nullptr), 0); // a folder
+  EXPECT_EQ(png_codec.check(path("missing.png").c_str(), nullptr), 0);
+  EXPECT_EQ(png_codec.load(path("").c_str(), nullptr), 0); // a folder
   host.file.path = nullptr;
-  EXPECT_EQ(ORB_LoadPNG(data_path("png/pillow_rgb.png").c_str(), nullptr), 0);
+  EXPECT_EQ(png_codec.load(data_path("png/pillow_rgb.png").c_str(), nullptr), 0);
 }
 
 // ---- Writing
@@ -321,7 +321,7 @@ TEST_F(PngWriter, FilesAtEveryDepthReadEqualElsewhereAndHere) {
       image_h = int32_t(h);
       image_bpp = kind.depth;
       image_alphachannel = kind.alpha;
-      ASSERT_EQ(ORB_SavePNG(name.c_str(), parameter), 1);
+      ASSERT_EQ(ORB_SavePNG(name.c_str(), parameter, nullptr), 1);
 
       const decoded_png seen = decode(name);
       ASSERT_EQ(seen.colour, kind.colour);
@@ -344,7 +344,7 @@ TEST_F(PngWriter, FilesAtEveryDepthReadEqualElsewhereAndHere) {
       }
 
       reset_image();
-      ASSERT_EQ(ORB_LoadPNG(name.c_str(), nullptr), 1);
+      ASSERT_EQ(png_codec.load(name.c_str(), nullptr), 1);
       ASSERT_EQ(image_bpp, kind.depth);
       ASSERT_EQ(image_alphachannel, kind.alpha);
       // Without an alpha channel the top byte doesn't survive.

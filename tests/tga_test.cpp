@@ -106,7 +106,7 @@ TEST_F(TgaReader, Probe) {
     file.u16(0).u16(0).u16(0).u16(0).u8(h.bits).u8(0);
     write_file(name, file.bytes);
     const bool expected = good(h);
-    ASSERT_EQ(ORB_CheckTGAHeader(name.c_str(), nullptr), expected)
+    ASSERT_EQ(tga_codec.check(name.c_str(), nullptr), expected)
         << h.map_type << ' ' << h.type << ' ' << h.map_first << ' ' << h.map_length << ' '
         << h.map_bits << ' ' << h.bits;
     passed += expected;
@@ -122,7 +122,7 @@ TEST_F(TgaReader, Probe) {
           probe({map_type, 2, first, length, map_bits, 24});
   EXPECT_GT(passed, 50);
   write_file(name, file_bytes(17));
-  EXPECT_EQ(ORB_CheckTGAHeader(name.c_str(), nullptr), 0);
+  EXPECT_EQ(tga_codec.check(name.c_str(), nullptr), 0);
 }
 
 TEST_F(TgaReader, FilesThatAreRefused) {

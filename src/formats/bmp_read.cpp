@@ -381,8 +381,6 @@ bool load(file_reader &file) {
                                        : load_colours(file, header, &picture));
 }
 
-} // namespace
-
 int32_t ORB_CheckBMPHeader(const char *filename, const char *) {
   return read_picture_file(filename, [](file_reader &file) {
     const uint8_t *bytes = take(file, 2);
@@ -390,6 +388,8 @@ int32_t ORB_CheckBMPHeader(const char *filename, const char *) {
   });
 }
 
+/// Palette pictures come as 8 bits; truecolour ones at the depth of the screen, with an alpha
+/// channel when the header has a mask for it or else, at 32 bits, any pixel's top byte isn't 0.
 int32_t ORB_LoadBMP(const char *filename, const char *) {
   return read_picture_file(filename, load);
 }
@@ -400,3 +400,8 @@ int32_t ORB_LoadBMPPalette(const char *filename) {
     return read_header(file, &header) && header.bits <= 8 && read_palette(file, header);
   });
 }
+
+} // namespace
+
+const image_codec bmp_codec = {img_format_bmp, ORB_CheckBMPHeader, ORB_LoadBMP, ORB_LoadBMPPalette,
+                               ORB_SaveBMP};

@@ -98,6 +98,6 @@ bool save(file_writer &file, int32_t compression) {
 
 } // namespace
 
-int32_t ORB_SaveBMP(const char *filename, int32_t compression) {
+int32_t ORB_SaveBMP(const char *filename, int32_t compression, const char *) {
   return write_picture_file(filename, compression, save);
 }

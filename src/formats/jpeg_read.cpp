@@ -214,8 +214,6 @@ int32_t read_jpeg(jpeg_reading *reading, const char *filename, void (*work)(jpeg
   return good;
 }
 
-} // namespace
-
 int32_t ORB_CheckJPEGHeader(const char *filename, const char *) {
   jpeg_reading reading{};
   if (!open_jpeg(&reading, filename)) return 0;
@@ -228,12 +226,19 @@ int32_t ORB_CheckJPEGHeader(const char *filename, const char *) {
   return good;
 }
 
+/// Grey pictures come as 8 bits with a palette of greys, others as truecolour without alpha.
 int32_t ORB_LoadJPEG(const char *filename, const char *) {
   jpeg_reading reading{};
   return end_picture(&reading.rows, read_jpeg(&reading, filename, read_picture));
 }
 
+/// The palette of a grey picture; others have none.
 int32_t ORB_LoadJPEGPalette(const char *filename) {
   jpeg_reading reading{};
   return read_jpeg(&reading, filename, read_palette);
 }
+
+} // namespace
+
+const image_codec jpeg_codec = {img_format_jpeg, ORB_CheckJPEGHeader, ORB_LoadJPEG,
+                                ORB_LoadJPEGPalette, ORB_SaveJPEG};

@@ -95,6 +95,6 @@ bool write_jpeg(file_writer &file, int32_t parameter) {
 
 } // namespace
 
-int32_t ORB_SaveJPEG(const char *filename, int32_t parameter) {
+int32_t ORB_SaveJPEG(const char *filename, int32_t parameter, const char *) {
   return write_picture_file(filename, parameter, write_jpeg);
 }

@@ -8,6 +8,7 @@
 //   2    control-point word: their number N in 12 bits, 0x1000 for an alpha channel
 //   4N   control points: x, y, 2 bytes each; x 65535 is a missing point
 //   the pixels, rows from the top
+#include "formats/codec.h"
 #include "formats/map_file.h"
 
 #include <cstring>
@@ -104,3 +105,7 @@ int32_t ORB_LoadMAP(const char *filename, const char *key) {
   image_error = error;
   return 0;
 }
+
+// Palettes are looked for in MAP files first, before any picture (formats/palette_file.cpp).
+const image_codec map_codec = {img_format_map, ORB_CheckMAPHeader, ORB_LoadMAP, nullptr,
+                               ORB_SaveMAP};

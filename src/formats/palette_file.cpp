@@ -37,11 +37,11 @@ const own_header *find_own_header(const uint8_t *bytes, int32_t size) {
 /// The palette of a picture, through the first codec that finds one.
 int32_t read_picture_palette(const char *filename, palette_in_file *out) {
   int32_t found = 0;
-  for (int32_t i = 0; i < num_image_codecs && !found; i++) {
-    const image_codec &codec = image_codecs[i];
-    if (codec.format == img_format_map || !codec.load_palette) continue;
+  for (const image_codec *codec : image_codecs) {
+    if (!codec->load_palette) continue;
     reset_image();
-    found = codec.load_palette(filename);
+    found = codec->load_palette(filename);
+    if (found) break;
   }
   if (found) *out = {image_palette, palette_checksum(&image_palette)};
   reset_image();

@@ -121,8 +121,7 @@ bool load(file_reader &file) {
   return good;
 }
 
-} // namespace
-
+/// Files up to version 5, of which the reader takes version 5 only.
 int32_t ORB_CheckPCXHeader(const char *filename, const char *) {
   return read_picture_file(filename, [](file_reader &file) {
     const uint8_t *bytes = take(file, 2);
@@ -130,6 +129,7 @@ int32_t ORB_CheckPCXHeader(const char *filename, const char *) {
   });
 }
 
+/// Palette pictures come as 8 bits; truecolour ones as 32, and are refused (144) at lower depths.
 int32_t ORB_LoadPCX(const char *filename, const char *) {
   return read_picture_file(filename, load);
 }
@@ -140,3 +140,8 @@ int32_t ORB_LoadPCXPalette(const char *filename) {
     return read_header(file, &header) && header.planes == 1 && read_palette(file);
   });
 }
+
+} // namespace
+
+const image_codec pcx_codec = {img_format_pcx, ORB_CheckPCXHeader, ORB_LoadPCX, ORB_LoadPCXPalette,
+                               ORB_SavePCX};

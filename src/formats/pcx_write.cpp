@@ -86,6 +86,6 @@ bool save(file_writer &file, int32_t) {
 
 } // namespace
 
-int32_t ORB_SavePCX(const char *filename, int32_t parameter) {
+int32_t ORB_SavePCX(const char *filename, int32_t parameter, const char *) {
   return write_picture_file(filename, parameter, save);
 }

@@ -205,8 +205,6 @@ int32_t read_png(const char *filename, void (*work)(png_reading *)) {
   return good;
 }
 
-} // namespace
-
 int32_t ORB_CheckPNGHeader(const char *filename, const char *) {
   png_reading reading{};
   const bool good = open_png(&reading, filename);
@@ -214,6 +212,9 @@ int32_t ORB_CheckPNGHeader(const char *filename, const char *) {
   return good;
 }
 
+/// Palette pictures come as 8 bits, with alphas for the palette where the file has them; others as
+/// truecolour at the depth of the screen, with an alpha channel at 32 bits where the file has one
+/// or names a transparent colour.
 int32_t ORB_LoadPNG(const char *filename, const char *) {
   if (read_png(filename, read_picture)) return 1;
   aligned_free(image_data);
@@ -224,3 +225,8 @@ int32_t ORB_LoadPNG(const char *filename, const char *) {
 int32_t ORB_LoadPNGPalette(const char *filename) {
   return read_png(filename, read_palette);
 }
+
+} // namespace
+
+const image_codec png_codec = {img_format_png, ORB_CheckPNGHeader, ORB_LoadPNG, ORB_LoadPNGPalette,
+                               ORB_SavePNG};

@@ -190,8 +190,7 @@ bool load(file_reader &file) {
   return end_picture(&picture, load_rows(file, header, &picture));
 }
 
-} // namespace
-
+/// The format has no mark: this takes every file whose header describes a picture that we read.
 int32_t ORB_CheckTGAHeader(const char *filename, const char *) {
   return read_picture_file(filename, [](file_reader &file) {
     tga_header header;
@@ -199,13 +198,21 @@ int32_t ORB_CheckTGAHeader(const char *filename, const char *) {
   });
 }
 
+/// Pictures of indices and of greys come as 8 bits, greys with a palette of greys; truecolour ones
+/// at the depth of the screen, with an alpha channel at 32 bits when the header says so.
 int32_t ORB_LoadTGA(const char *filename, const char *) {
   return read_picture_file(filename, load);
 }
 
+/// The colour map of a picture of indices, or the greys of a grey one.
 int32_t ORB_LoadTGAPalette(const char *filename) {
   return read_picture_file(filename, [](file_reader &file) {
     tga_header header;
     return read_header(file, &header) && read_palette(file, header);
   });
 }
+
+} // namespace
+
+const image_codec tga_codec = {img_format_tga, ORB_CheckTGAHeader, ORB_LoadTGA, ORB_LoadTGAPalette,
+                               ORB_SaveTGA};

@@ -316,20 +316,7 @@ int32_t set_screen_routines() {
   }
   draw_screen = chosen;
   choose_row_routines();
-  switch (mode.bpp) {
-  case 8:
-    clear_screen = screen_color_set ? clear_screen_color_8bits : clear_screen_8bits;
-    draw_ground = draw_ground_8bits;
-    break;
-  case 16:
-    clear_screen = screen_color_set ? clear_screen_color_16bits : clear_screen_16bits;
-    draw_ground = draw_ground_16bits;
-    break;
-  default:
-    clear_screen = screen_color_set ? clear_screen_color_32bits : clear_screen_32bits;
-    draw_ground = draw_ground_32bits;
-    break;
-  }
+  set_restore_routines(mode.bpp, screen_color_set);
   return 1;
 }
 

@@ -39,7 +39,7 @@ void restore_box(uint32_t x, uint32_t y, uint32_t w, uint32_t h) {
   }
 }
 
-/// The one body of all nine routines. A zone is whatever the drawn boxes said, so it is cut to the
+/// The body of all nine routines. A zone is whatever the drawn boxes said, so it is cut to the
 /// surfaces; a surface of another depth (a mode that could not be set) is left alone.
 template <int32_t depth, background kind> void restore(int32_t type) {
   if (!screen || !screen->pixels || screen->depth != depth) return;
@@ -65,34 +65,24 @@ template <int32_t depth, background kind> void restore(int32_t type) {
 
 } // namespace
 
-void clear_screen_8bits(int32_t type) {
-  restore<8, background::black>(type);
-}
-void clear_screen_16bits(int32_t type) {
-  restore<16, background::black>(type);
-}
-void clear_screen_32bits(int32_t type) {
-  restore<32, background::black>(type);
-}
-
-void clear_screen_color_8bits(int32_t type) {
-  restore<8, background::colour>(type);
-}
-void clear_screen_color_16bits(int32_t type) {
-  restore<16, background::colour>(type);
-}
-void clear_screen_color_32bits(int32_t type) {
-  restore<32, background::colour>(type);
-}
-
-void draw_ground_8bits(int32_t type) {
-  restore<8, background::picture>(type);
-}
-void draw_ground_16bits(int32_t type) {
-  restore<16, background::picture>(type);
-}
-void draw_ground_32bits(int32_t type) {
-  restore<32, background::picture>(type);
-}
+restore_routine *const clear_screen_8bits = restore<8, background::black>;
+restore_routine *const clear_screen_16bits = restore<16, background::black>;
+restore_routine *const clear_screen_32bits = restore<32, background::black>;
+restore_routine *const clear_screen_color_8bits = restore<8, background::colour>;
+restore_routine *const clear_screen_color_16bits = restore<16, background::colour>;
+restore_routine *const clear_screen_color_32bits = restore<32, background::colour>;
+restore_routine *const draw_ground_8bits = restore<8, background::picture>;
+restore_routine *const draw_ground_16bits = restore<16, background::picture>;
+restore_routine *const draw_ground_32bits = restore<32, background::picture>;
 
 restore_routine *clear_screen = clear_screen_8bits, *draw_ground = draw_ground_8bits;
+
+void set_restore_routines(int32_t depth, bool coloured) {
+  static restore_routine *const routines[3][3] = {
+      {clear_screen_8bits, clear_screen_color_8bits, draw_ground_8bits},
+      {clear_screen_16bits, clear_screen_color_16bits, draw_ground_16bits},
+      {clear_screen_32bits, clear_screen_color_32bits, draw_ground_32bits}};
+  const auto &of_depth = routines[depth >> 4];
+  clear_screen = of_depth[coloured];
+  draw_ground = of_depth[2];
+}
