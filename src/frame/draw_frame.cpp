@@ -1,6 +1,6 @@
 // One frame, from the blit list to the display.
-#include "blit/blit_list.h"
 #include "frame/draw_frame.h"
+#include "blit/blit_list.h"
 #include "boundary/records.h"
 #include "surface/palette.h"
 #include "surface/screen.h"
@@ -13,14 +13,13 @@ int32_t num_blits2D;
 
 namespace {
 
-/// Whether the frame zones tell of all that stands on the background. They don't after a frame that
-/// restored nothing, or that left them as they were.
+/// Whether the frame zones cover everything that the last frame drew on the background. They don't
+/// after a frame that restored nothing or didn't update them.
 bool zones_tell_all = true;
 
-/// QUIRK: this frame's restore type would look more natural. The previous frame's is used, with the
-/// zones that it left: they say what is on the screen now. That is intended.
+/// QUIRK: restores by the previous frame's restore type, whose zones describe the screen as it is.
 ///
-/// True when pixels outside the zones may have changed, which a partial dump would not show.
+/// True when pixels outside the zones may have changed, which a partial dump would miss.
 bool restore_background() {
   const bool faded = fading_run; // what the last frame recoloured
   if (restore_type != -1) {
@@ -31,8 +30,8 @@ bool restore_background() {
   return complete_frame || faded;
 }
 
-/// Notes the box of a request that has run. With all zones in use nothing is noted, not even in a
-/// zone that the box touches.
+/// Records the box of a request that has run. When all zones are in use nothing is recorded, not
+/// even in a zone that the box touches.
 void record_zone(const __ORBBlit2D__ *request) {
   if (num_framezones == max_framezones || complete_frame || !marks_screen(request)) return;
   const orb_frame_zone box = zone_of(request);
@@ -40,8 +39,8 @@ void record_zone(const __ORBBlit2D__ *request) {
   accumulate_zone(box);
 }
 
-/// Requests are large and in drawing order all over the array, and so are their owners, who are told
-/// what was drawn: both are on their way to the cache before they are needed.
+/// In drawing order, requests are scattered over the array, and so are their owners, which receive
+/// the drawn box: fetch both into the cache ahead of time.
 void prefetch(int32_t i) {
   constexpr int32_t far_ahead = 12, near_ahead = 6, line = 64;
   __ORBBlit2D__ **const order = pBlitList2D->order;
@@ -70,8 +69,8 @@ void run_requests() {
   if (num_framezones == max_framezones) complete_frame = 1;
 }
 
-/// Steps a running fade, or applies the levels at which the last one stopped. A new palette, which
-/// an 8-bit display must be told of, goes with the fade or by itself.
+/// Steps a running fade, or applies the levels at which the last one stopped. Also sends a changed
+/// palette to an 8-bit display.
 void apply_fade(bool palette_changed) {
   if (fading && *fading) {
     update_fade();
@@ -83,7 +82,7 @@ void apply_fade(bool palette_changed) {
   }
 }
 
-/// Presents the frame, all of it when pixels have changed of which no zone tells.
+/// Presents the frame; all of it when pixels outside the zones have changed.
 void present(bool changed_outside_zones) {
   if (!VID_DrawFrame) return;
   const uint8_t of_this_frame = complete_frame;

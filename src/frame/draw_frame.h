@@ -7,5 +7,5 @@
 /// Requests in this frame's list.
 extern int32_t num_blits2D;
 
-/// Draws the current blit list and empties it. Nothing but that while there is no screen.
+/// Draws the current blit list and empties it. Without a screen it only empties the list.
 void draw_frame();

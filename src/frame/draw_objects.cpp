@@ -48,7 +48,7 @@ void DeleteDrawList() {
 
 namespace {
 
-/// Bounds in 64 bits: corners are any 32-bit values, and so is what lies between them.
+/// 64-bit bounds: corners are arbitrary 32-bit values.
 struct box {
   int64_t x0, y0, x1, y1; // inclusive
 
@@ -77,7 +77,7 @@ bool visible_on(const orb_draw &draw, const __ORBSurface2D__ &destination) {
   return !clip.empty() && clip.touches(bounds_of(draw));
 }
 
-/// What draws without an own depth, destination and visibility follow: the script's globals.
+/// The script globals that unlocked draw objects follow.
 struct common_values {
   int32_t z;
   __ORBSurface2D__ *destination; // null: none of them is drawn
@@ -149,8 +149,7 @@ __ORBSurface2D__ *find_draw_destination(int32_t file, int32_t graph) {
   destination_file = file;
   destination_graph = graph;
   if (file < 0 || file >= max_fpg) return nullptr;
-  // QUIRK: the bound of the library would look more natural. It is that of library 0 whatever the
-  // file; that is intended, and GetMAP keeps to the library's own.
+  // QUIRK: checks the bound of library 0 whatever the file. GetMAP checks the library's own.
   if (graph < 0 || graph >= max_map) return nullptr;
   if (graph == 0) return file == 0 ? screen : nullptr;
   pfpgmap_dst = GetMAP(file, graph);
@@ -166,7 +165,7 @@ void do_drawings() {
     __ORBSurface2D__ *destination = common.destination;
     if (draw.locked) {
       if (!draw.visible) continue;
-      // Looked up with every frame: the graph may be gone, or another.
+      // Looked up every frame: the graph may have been unloaded or replaced.
       destination = draw.placed
                         ? find_draw_destination(draw.destination_file, draw.destination_graph)
                         : screen;

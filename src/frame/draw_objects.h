@@ -41,8 +41,8 @@ int32_t take_draw();
 /// Frees a record.
 void release_draw(int32_t index);
 
-/// The surface that draw objects draw on when they are told (file, graph): the screen for (0, 0),
-/// else the graph's, or null when there is none.
+/// The surface that (file, graph) names as a destination: the screen for (0, 0), else the graph's,
+/// or null when there is none.
 __ORBSurface2D__ *find_draw_destination(int32_t file, int32_t graph);
 
 /// Adds a request to the current blit list for each draw object that can be seen. The objects come

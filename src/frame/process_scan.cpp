@@ -26,8 +26,8 @@ __ORBSurface2D__ *destination_of(const orb_locals &locals) {
   destination_file = locals.destination_file;
   destination_graph = locals.destination_graph;
   if (destination_file < 0 || destination_file >= max_fpg) return nullptr;
-  // QUIRK: the bound of the destination's own library would look more natural. It is the source's:
-  // a process of a library other than 0 can't draw on the run-time graphs of library 0.
+  // QUIRK: checks the bound of the source's library, so a process of a library other than 0 can't
+  // draw on the run-time graphs of library 0.
   if (destination_graph < 0 || destination_graph >= max_graph) return nullptr;
   if (destination_graph == 0) return destination_file == 0 ? screen : nullptr;
   pfpgmap_dst = GetMAP(destination_file, destination_graph);
@@ -38,7 +38,7 @@ void fill_request(__ORBBlit2D__ &request, orb_process *process, const orb_locals
                   __ORBSurface2D__ *source, __ORBSurface2D__ *destination) {
   const int32_t angle = locals.angle % full_turn;
   request.owner = process;
-  request.drawn = 0; // should a replaced operation not say
+  request.drawn = 0; // in case a replaced operation doesn't set it
   request.x = locals.x;
   request.y = locals.y;
   if (locals.resolution > 0) {
@@ -91,7 +91,7 @@ bool scan_process(orb_process *process) {
 
 } // namespace
 
-/// Processes with locals that name nothing drawable are passed over silently.
+/// Processes whose locals name nothing drawable are skipped silently.
 void do_processes() {
   if (!fpg || !orbre->rt_processes || !orbre->rt_processes->proc_first) return;
   for (const orb_process_node *node = orbre->rt_processes->proc_first(0); node; node = node->next)

@@ -33,7 +33,7 @@ int32_t VID_UpdatePalette(const __ORBPalette2D__ *colours) {
   update_depth_tables(colours);
   if (colours != &fadepalette) fadepalette = *colours;
   if (!display_is_open()) return 0;
-  // Pixels converted with the old colours are out of date wherever they stand.
+  // All pixels that were converted with the old colours are out of date.
   if (display->format->BitsPerPixel != 8) filter_status = filter_status_stale;
   SDL_Color entries[256];
   to_sdl_colours(entries, *colours);

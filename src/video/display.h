@@ -13,11 +13,11 @@ extern SDL_Surface *display;
 /// The colours that an 8-bit display shows.
 extern __ORBPalette2D__ fadepalette;
 
-/// False also when somebody else in the process has set another mode or ended SDL's video, and
-/// with it our surface.
+/// False also when other code in the process has set another mode or ended SDL's video, which frees
+/// our surface.
 bool display_is_open();
-/// Loads the colours that an 8-bit display starts with; any other needs none. False when it refuses
-/// them.
+/// Loads the initial colours of an 8-bit display; does nothing at other depths. False when the
+/// display refuses them.
 bool load_display_palette();
 /// Hands 256 colours to the display and to the depth tables. 1 when the display took them.
 int32_t VID_UpdatePalette(const __ORBPalette2D__ *colours);

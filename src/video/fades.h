@@ -10,13 +10,13 @@ struct fade_levels {
   bool operator==(const fade_levels &) const = default;
 };
 struct __FadeFX__ {
-  int32_t first, last;  // palette range, last exclusive
+  int32_t first, last; // palette range, last exclusive
 };
 
 extern fade_levels fade_pos, fade_from, fade_to;
 extern int32_t fade_step, fade_inc;
-extern int32_t *fading;      // the script's "fading": 1 while a fade runs; a word of our own before
-                             // init has bound it and after release
+extern int32_t *fading; // the script's "fading": 1 while a fade runs; a word of our own before
+                        // init has bound it and after release
 /// Makes `fadepalette` from the palette in force at the current fade positions, for the given range
 /// (null: all of it). Does nothing without a palette.
 void make_fadepalette(const __FadeFX__ *range);

@@ -28,22 +28,21 @@ constexpr int depth_group(int32_t from, int32_t to) {
 
 // ---- What all presentations share ---------------------------------------------------------------
 
-/// The way of one presentation: rows of the screen to rows of the display. All sizes are 0 when the
-/// surfaces are not what it was chosen for.
-struct passage {
+/// One presentation: copies rows of the screen to rows of the display. All sizes are 0 when the
+/// surfaces don't have the depths that the presentation was chosen for.
+struct presentation {
   const uint8_t *from;
   uint8_t *to;
   ptrdiff_t from_pitch, to_pitch; // bytes
-  int32_t width, height;          // of the screen, as much as has room at the display
+  int32_t width, height;          // of the part of the screen that fits the display
 
   const uint8_t *from_row(int32_t y) const { return from + y * from_pitch; }
   uint8_t *to_row(int32_t y) const { return to + y * to_pitch; }
 };
 
-/// Notes the strides of both surfaces. The display has `scale` times the screen's size, but for the
-/// moment when a mode change has failed half-way or the host has resized one of them: then what
-/// both have is shown.
-template <int from_depth, int to_depth> passage open_passage(int32_t scale) {
+/// Sets the strides of both surfaces. The display normally has `scale` times the screen's size;
+/// after a failed mode change, or when the host has resized one of them, the common part is shown.
+template <int from_depth, int to_depth> presentation begin_presentation(int32_t scale) {
   if (!screen || !screen->pixels || screen->depth != from_depth) return {};
   if (!buffer || !buffer->pixels || buffer->depth != to_depth) return {};
   scr_pitch = int32_t(screen->pitch / pixel_bytes<from_depth>);
@@ -56,7 +55,7 @@ template <int from_depth, int to_depth> passage open_passage(int32_t scale) {
           std::min(int32_t(screen->height), int32_t(buffer->height) / scale)};
 }
 
-/// One row, with or without its light.
+/// Converts one row, at a scanline intensity.
 template <int from_depth, int to_depth, scanlines lines = scanlines::none>
 void translate(const void *from, void *to, int32_t count) {
   if constexpr (from_depth == to_depth && lines == scanlines::none)
@@ -65,81 +64,82 @@ void translate(const void *from, void *to, int32_t count) {
     row_kernels->translate[depth_group(from_depth, to_depth)][int(lines)](from, to, count);
 }
 
-/// What filter_status says of a filter. 8-bit pictures have one kind of scan lines, the black one.
+/// The filter_status of a filter. 8-bit pictures have black scan lines only.
 constexpr int32_t filter_number(int32_t scale, scanlines lines) {
   return 5 * scale + int32_t(lines);
 }
 constexpr int32_t resolution_number = filter_number(3, scanlines::none);
 
-/// Before a filter writes: black rows are not written again with every frame, so they are cleared
-/// when something else was on the display. Of two pages nobody knows which one this is.
-template <int to_depth, scanlines lines> void enter_filter(const passage &way, int32_t number) {
-  if (lines == scanlines::black && way.to && (filter_status != number || mode_bufferflipping))
+/// Prepares the display for a filter. Black rows are not written every frame, so they are cleared
+/// when another filter wrote last, and always when pages flip: either page may come up.
+template <int to_depth, scanlines lines> void begin_filter(const presentation &at, int32_t number) {
+  if (lines == scanlines::black && at.to && (filter_status != number || mode_bufferflipping))
     for (uint32_t y = 0; y < buffer->height; ++y)
-      memset(way.to_row(int32_t(y)), 0, size_t(buffer->width) * pixel_bytes<to_depth>);
+      memset(at.to_row(int32_t(y)), 0, size_t(buffer->width) * pixel_bytes<to_depth>);
   filter_status = number;
 }
 
-/// Pixels that a stage between two steps holds; small enough to stay in the first-level cache.
+/// Pixels in the buffer between two conversion steps; it fits the first-level cache.
 constexpr int32_t stage_pixels = 1024;
 
 // ---- One template per kind ----------------------------------------------------------------------
 
 template <int from_depth, int to_depth>
-void copy_box(const passage &way, int32_t x, int32_t y, int32_t width, int32_t height) {
-  const uint8_t *from = way.from_row(y) + x * pixel_bytes<from_depth>;
-  uint8_t *to = way.to_row(y) + x * pixel_bytes<to_depth>;
-  // Rows that follow each other without a gap are one long row.
-  if (width * pixel_bytes<from_depth> == way.from_pitch &&
-      width * pixel_bytes<to_depth> == way.to_pitch) {
+void copy_box(const presentation &at, int32_t x, int32_t y, int32_t width, int32_t height) {
+  const uint8_t *from = at.from_row(y) + x * pixel_bytes<from_depth>;
+  uint8_t *to = at.to_row(y) + x * pixel_bytes<to_depth>;
+  // Rows without padding form one long row.
+  if (width * pixel_bytes<from_depth> == at.from_pitch &&
+      width * pixel_bytes<to_depth> == at.to_pitch) {
     width *= height;
     height = std::min(height, 1);
   }
-  for (; height > 0; --height, from += way.from_pitch, to += way.to_pitch)
+  for (; height > 0; --height, from += at.from_pitch, to += at.to_pitch)
     translate<from_depth, to_depth>(from, to, width);
 }
 
-/// The plain copy: the frame's zones where the rest of the display is up to date, else everything.
+/// The plain copy: only the frame zones when the rest of the display is up to date, else
+/// everything.
 template <int from_depth, int to_depth> void draw_screen_plain(int32_t type) {
-  const passage way = open_passage<from_depth, to_depth>(1);
+  const presentation at = begin_presentation<from_depth, to_depth>(1);
   if (type == 1 || complete_frame || fading_run || filter_status != 0) {
     filter_status = 0;
-    copy_box<from_depth, to_depth>(way, 0, 0, way.width, way.height);
+    copy_box<from_depth, to_depth>(at, 0, 0, at.width, at.height);
     return;
   }
   for (int32_t i = num_framezones - 1; i >= 0; --i) {
     const orb_frame_zone &zone = framezones[i];
     const int32_t x0 = std::max(zone.x0, 0), y0 = std::max(zone.y0, 0);
-    const int32_t x1 = std::min(zone.x0 + zone.w, way.width);
-    const int32_t y1 = std::min(zone.y0 + zone.h, way.height);
-    if (x0 < x1) copy_box<from_depth, to_depth>(way, x0, y0, x1 - x0, y1 - y0);
+    const int32_t x1 = std::min(zone.x0 + zone.w, at.width);
+    const int32_t y1 = std::min(zone.y0 + zone.h, at.height);
+    if (x0 < x1) copy_box<from_depth, to_depth>(at, x0, y0, x1 - x0, y1 - y0);
   }
 }
 
 template <int from_depth, int to_depth, scanlines lines> void draw_screen_scanline1x(int32_t) {
-  const passage way = open_passage<from_depth, to_depth>(1);
-  enter_filter<to_depth, lines>(way, filter_number(0, lines));
-  for (int32_t y = 0; y < way.height; ++y) {
+  const presentation at = begin_presentation<from_depth, to_depth>(1);
+  begin_filter<to_depth, lines>(at, filter_number(0, lines));
+  for (int32_t y = 0; y < at.height; ++y) {
     if (y % 2 == 0)
-      translate<from_depth, to_depth>(way.from_row(y), way.to_row(y), way.width);
+      translate<from_depth, to_depth>(at.from_row(y), at.to_row(y), at.width);
     else if constexpr (lines != scanlines::black)
-      translate<from_depth, to_depth, lines>(way.from_row(y), way.to_row(y), way.width);
+      translate<from_depth, to_depth, lines>(at.from_row(y), at.to_row(y), at.width);
   }
 }
 
 template <int from_depth, int to_depth, scanlines lines> void draw_screen_normal2x(int32_t) {
-  const passage way = open_passage<from_depth, to_depth>(2);
-  enter_filter<to_depth, lines>(way, filter_number(1, lines));
+  const presentation at = begin_presentation<from_depth, to_depth>(2);
+  begin_filter<to_depth, lines>(at, filter_number(1, lines));
   double_row *const doubled = row_kernels->doubled[depth_index(to_depth)][int(lines)];
-  for (int32_t y = 0; y < way.height; ++y) {
-    const uint8_t *const from = way.from_row(y);
-    uint8_t *const upper = way.to_row(2 * y), *const lower = way.to_row(2 * y + 1);
+  for (int32_t y = 0; y < at.height; ++y) {
+    const uint8_t *const from = at.from_row(y);
+    uint8_t *const upper = at.to_row(2 * y), *const lower = at.to_row(2 * y + 1);
     if constexpr (from_depth == to_depth) {
-      doubled(from, upper, lower, way.width);
+      doubled(from, upper, lower, at.width);
     } else {
       alignas(32) uint8_t converted[stage_pixels * pixel_bytes<to_depth>];
-      for (int32_t x = 0; x < way.width; x += stage_pixels) {
-        const int32_t count = std::min(stage_pixels, way.width - x);
+      for (int32_t x = 0; x < at.width; x += stage_pixels) {
+        const int32_t count = std::min(stage_pixels, at.width - x);
         const ptrdiff_t at = ptrdiff_t(2) * x * pixel_bytes<to_depth>;
         translate<from_depth, to_depth>(from + x * pixel_bytes<from_depth>, converted, count);
         doubled(converted, upper + at, lower + at, count);
@@ -148,26 +148,25 @@ template <int from_depth, int to_depth, scanlines lines> void draw_screen_normal
   }
 }
 
-/// Pixels are compared as the screen has them; where the depth changes, what comes out is
-/// converted.
+/// Pixels are compared at the screen's depth; results are converted afterwards.
 template <int from_depth, int to_depth, scanlines lines> void draw_screen_scale2x(int32_t) {
-  const passage way = open_passage<from_depth, to_depth>(2);
-  enter_filter<to_depth, lines>(way, filter_number(2, lines));
+  const presentation at = begin_presentation<from_depth, to_depth>(2);
+  begin_filter<to_depth, lines>(at, filter_number(2, lines));
   constexpr bool converts = from_depth != to_depth;
   constexpr scanlines lower_kind = converts && lines != scanlines::black ? scanlines::none : lines;
   scale2x_row *const scaled = row_kernels->scale2x[depth_index(from_depth)][int(lower_kind)];
-  for (int32_t y = 0; y < way.height; ++y) {
-    const uint8_t *const row = way.from_row(y);
-    const row_with_neighbours rows = {y > 0 ? row - way.from_pitch : row, row,
-                                      y + 1 < int32_t(screen->height) ? row + way.from_pitch : row,
+  for (int32_t y = 0; y < at.height; ++y) {
+    const uint8_t *const row = at.from_row(y);
+    const row_with_neighbours rows = {y > 0 ? row - at.from_pitch : row, row,
+                                      y + 1 < int32_t(screen->height) ? row + at.from_pitch : row,
                                       int32_t(screen->width)};
-    uint8_t *const upper = way.to_row(2 * y), *const lower = way.to_row(2 * y + 1);
+    uint8_t *const upper = at.to_row(2 * y), *const lower = at.to_row(2 * y + 1);
     if constexpr (!converts) {
-      scaled(rows, 0, way.width, upper, lower);
+      scaled(rows, 0, at.width, upper, lower);
     } else {
       alignas(32) uint8_t stage[2][stage_pixels * pixel_bytes<from_depth>];
-      for (int32_t x = 0; x < way.width; x += stage_pixels / 2) {
-        const int32_t last = std::min(x + stage_pixels / 2, way.width);
+      for (int32_t x = 0; x < at.width; x += stage_pixels / 2) {
+        const int32_t last = std::min(x + stage_pixels / 2, at.width);
         const ptrdiff_t at = ptrdiff_t(2) * x * pixel_bytes<to_depth>;
         scaled(rows, x, last, stage[0], stage[1]);
         translate<from_depth, to_depth>(stage[0], upper + at, 2 * (last - x));
@@ -178,21 +177,21 @@ template <int from_depth, int to_depth, scanlines lines> void draw_screen_scale2
   }
 }
 
-/// The columns first..last - 1 of all rows at a virtual resolution; all of them show a source
-/// column. Rows that show the same source row as the one above are copied from it.
+/// Columns first..last - 1 of all rows at a virtual resolution, none of them a border. A row that
+/// shows the same source row as the one above is copied from it.
 template <int from_depth, int to_depth>
-void draw_columns(const passage &way, int32_t first, int32_t last, int32_t rows) {
+void draw_columns(const presentation &at, int32_t first, int32_t last, int32_t rows) {
   pick_columns *const picked = row_kernels->picked[depth_index(from_depth)];
   for (int32_t y = 0; y < rows; ++y) {
     const int32_t offset = virtual_buffer_h[y];
     if (offset < 0) continue;
-    uint8_t *const to = way.to_row(y);
+    uint8_t *const to = at.to_row(y);
     if (y > 0 && virtual_buffer_h[y - 1] == offset) {
-      const ptrdiff_t at = first * ptrdiff_t(pixel_bytes<to_depth>);
-      memcpy(to + at, to - way.to_pitch + at, size_t(last - first) * pixel_bytes<to_depth>);
+      const ptrdiff_t start = first * ptrdiff_t(pixel_bytes<to_depth>);
+      memcpy(to + start, to - at.to_pitch + start, size_t(last - first) * pixel_bytes<to_depth>);
       continue;
     }
-    const uint8_t *const from = way.from + ptrdiff_t(offset) * pixel_bytes<from_depth>;
+    const uint8_t *const from = at.from + ptrdiff_t(offset) * pixel_bytes<from_depth>;
     if constexpr (from_depth == to_depth) {
       picked(from, virtual_buffer_w + first, to + first * pixel_bytes<to_depth>, last - first);
     } else {
@@ -208,10 +207,10 @@ void draw_columns(const passage &way, int32_t first, int32_t last, int32_t rows)
 
 /// Entries of -1 in the tables are borders, which keep what the display holds.
 template <int from_depth, int to_depth> void draw_screen_resolution(int32_t) {
-  const passage way = open_passage<from_depth, to_depth>(1);
+  const presentation at = begin_presentation<from_depth, to_depth>(1);
   filter_status = resolution_number;
-  // Tables of another screen would lead outside this one.
-  if (!way.to || !virtual_buffer_w || !virtual_buffer_h) return;
+  // Tables made for another screen size would read outside this one.
+  if (!at.to || !virtual_buffer_w || !virtual_buffer_h) return;
   if (virtual_extent.screen_width != int32_t(screen->width) ||
       virtual_extent.screen_height != int32_t(screen->height))
     return;
@@ -222,7 +221,7 @@ template <int from_depth, int to_depth> void draw_screen_resolution(int32_t) {
     while (x < columns && virtual_buffer_w[x] >= 0)
       ++x;
     if (first < x)
-      draw_columns<from_depth, to_depth>(way, first, x, rows);
+      draw_columns<from_depth, to_depth>(at, first, x, rows);
     else
       ++x;
   }
@@ -234,8 +233,8 @@ constexpr int scale_kinds = 2; // normal 2x, Scale2x
 
 template <int group, int scale, int index> constexpr present_routine *member() {
   constexpr depth_pair depths = depth_pairs[group];
-  // QUIRK: the strengths would look more natural. Palette indices can't be darkened, so 8-bit
-  // pictures get black lines at all of them, even where the display has 16 or 32 bits; intended.
+  // QUIRK: 8-bit pictures get black lines at every intensity, even on a deeper display: palette
+  // indices can't be darkened.
   constexpr scanlines lines = depths.from == 8 && index > 0 ? scanlines::black : scanlines(index);
   if constexpr (scale == 1)
     return draw_screen_normal2x<depths.from, depths.to, lines>;
@@ -279,7 +278,7 @@ constexpr auto drawscreen_scale = scaled(indices<depth_groups * scale_kinds * sc
 /// At a virtual resolution, by [depth group][scan lines]; only index 0 is filled.
 constexpr auto drawscreen_resolution = resampled(indices<depth_groups * scanline_kinds>{});
 
-/// The special effect that the tables leave room for; there is none, whatever filter_fx says.
+/// The tables leave room for special effects, but there are none, whatever filter_fx says.
 constexpr int32_t presented_fx = 0;
 
 /// The depth that `screen_color` is packed for.
@@ -300,8 +299,8 @@ void present_nothing() {}
 present_routine *find_present_routine(int32_t mode_depth, int32_t display_depth) {
   const int group = depth_group(mode_depth, display_depth);
   if (group < 0) return nullptr;
-  // Scan lines mean nothing where the output rows are not the screen's. A virtual resolution that
-  // waits for the next set-mode has no tables yet.
+  // At a virtual resolution scan lines have no effect. One that waits for the next set-mode has no
+  // tables yet.
   if (virtual_buffer_w) return drawscreen_resolution[5 * group + 5 * presented_fx];
   const int32_t lines = filter_scanline_percent;
   if (filter_scale == 0) return drawscreen[5 * group + 5 * presented_fx + lines];

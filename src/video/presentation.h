@@ -13,13 +13,13 @@ void present_nothing();
 
 /// Copies `screen` to `buffer`; `type` 1 completely, 0 only the frame zones where that is enough.
 using present_routine = void(int32_t type);
-/// The one that the mode and the filters ask for.
+/// The presentation for the mode and the filters in force.
 extern present_routine *draw_screen;
 /// What the display holds: 0 a plain copy, else the number of the filter that wrote it: 5 times the
 /// scale kind plus the scan-line index, or 15 for a virtual resolution. A nonzero status makes the
 /// next plain copy complete.
 extern int32_t filter_status;
-/// A filter_status for a display that holds nothing of ours: just opened, or its colours changed.
+/// The filter_status of a display that was just opened or whose colours changed.
 inline constexpr int32_t filter_status_stale = -1;
 /// Row strides of screen and buffer in pixels, set by every presentation before it copies.
 extern int32_t scr_pitch, buf_pitch;
@@ -34,7 +34,7 @@ present_routine *find_present_routine(int32_t mode_depth, int32_t display_depth)
 int32_t set_screen_routines();
 /// Re-packs the screen colour when the depth changed.
 void set_screen_color();
-/// 1 when scripts have set a screen colour.
+/// 1 once a script has set a screen colour.
 extern uint8_t screen_color_set;
-/// Its components, from which it is packed at another depth.
+/// Its components, to pack it again at another depth.
 extern orb_rgb screen_color_rgb;

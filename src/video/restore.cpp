@@ -11,11 +11,11 @@ namespace {
 
 enum class background { black, colour, picture };
 
-/// Brings back `w` x `h` pixels of the background at (x, y), which lie inside the screen.
+/// Restores the background in a box inside the screen: `w` x `h` pixels at (x, y).
 template <int32_t depth, background kind>
 void restore_box(uint32_t x, uint32_t y, uint32_t w, uint32_t h) {
   constexpr uint32_t pixel_bytes = depth / 8;
-  // Rows that follow each other without a gap are one long row.
+  // Rows without padding form one long row.
   if (w * pixel_bytes == screen->pitch &&
       (kind != background::picture || ground->pitch == screen->pitch)) {
     w *= h;
@@ -39,8 +39,8 @@ void restore_box(uint32_t x, uint32_t y, uint32_t w, uint32_t h) {
   }
 }
 
-/// The body of all nine routines. A zone is whatever the drawn boxes said, so it is cut to the
-/// surfaces; a surface of another depth (a mode that could not be set) is left alone.
+/// The body of all nine routines. Zones are clipped to the surfaces, because drawn boxes may hold
+/// anything. Surfaces of another depth (after a failed set-mode) are left alone.
 template <int32_t depth, background kind> void restore(int32_t type) {
   if (!screen || !screen->pixels || screen->depth != depth) return;
   uint32_t width = screen->width, height = screen->height;

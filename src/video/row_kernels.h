@@ -17,8 +17,8 @@ template <> struct word_of_depth<32> { using type = uint32_t; };
 template <int depth> using word = typename word_of_depth<depth>::type;
 
 /// Calls group(i) for every i in first..last - 1 where a whole group begins, and pixel(i) for
-/// single ones in rows shorter than a group. The last group overlaps the one before where the
-/// length asks for it, so both must do the same when they are repeated.
+/// single ones in rows shorter than a group. The last group may overlap the one before, so both
+/// must be repeatable.
 template <int size, typename Group, typename Pixel>
 inline void each_group(int32_t first, int32_t last, Group group, Pixel pixel) {
   int32_t i = first;
@@ -40,7 +40,7 @@ inline void each_group(int32_t first, int32_t last, Group group, Pixel pixel) {
 
 enum class half { lower, upper };
 
-/// The lanes of that half of two groups in turn.
+/// Interleaves one half of two groups.
 template <half of, typename V, int... i>
 inline V interleave(V a, V b, std::integer_sequence<int, i...>) {
   constexpr int n = sizeof...(i), first = of == half::lower ? 0 : n / 2;
@@ -52,8 +52,8 @@ template <half of, typename V> inline V interleave(V a, V b) {
 
 // ---- Darkening ----------------------------------------------------------------------------------
 
-/// A pixel or a group of them. Darkened 32-bit pixels have a top byte of 0, and where no light is
-/// taken they keep it.
+/// A pixel or a group of them. Darkening clears the top byte of 32-bit pixels; full intensity keeps
+/// it.
 template <typename Word, scanlines lines, typename V> inline V darkened(V p) {
   constexpr bool deep = sizeof(Word) == 4;
   constexpr auto colour = Word(deep ? 0xFFFFFF : 0xFFFF);
@@ -112,9 +112,8 @@ template <scanlines lines> void convert16to32(const void *from_row, void *to_row
   each_group<group_size<uint16_t>>(0, count, group_at, pixel_at);
 }
 
-// Look-ups: a few at a time, put together in a register, so that there is one store for all of
-// them. Measured faster than gathers, and than a table of pairs of palette indices, which leaves
-// the first-level cache.
+// Table look-ups: several results are assembled in a register and stored at once. Measured faster
+// than gathers, and than a table of index pairs, which exceeds the first-level cache.
 
 /// entry(0) .. entry(n - 1) as the pixels of one store of 16 bytes, or of 4 bytes.
 inline void store_entries(uint32_t *to, auto entry) {
@@ -145,7 +144,7 @@ void convert8to32(const void *from, void *to, int32_t count) {
   look_up(static_cast<const uint8_t *>(from), static_cast<uint32_t *>(to), count, table_color8to32);
 }
 
-/// Null where there is nothing to compute: plain copies, and darkened palette indices.
+/// Null for plain copies and darkened palette indices.
 template <int from, int to, scanlines lines> constexpr translate_row *translate_of() {
   if constexpr (lines == scanlines::black)
     return nullptr;
@@ -214,7 +213,7 @@ void scale2x_pixels(const row_with_neighbours &rows, int32_t first, int32_t last
     put(i, scale2x(load<V>(above + i), load<V>(row + i - 1), load<V>(row + i), load<V>(row + i + 1),
                    load<V>(below + i)));
   };
-  // Beyond the picture's sides a neighbour is the pixel itself.
+  // At the picture's sides the missing neighbour is the pixel itself.
   const int32_t right_end = rows.width - 1;
   const auto pixel_at = [=](int32_t i) {
     put(i, scale2x(above[i], row[i > 0 ? i - 1 : i], row[i], row[i < right_end ? i + 1 : i],
@@ -256,7 +255,7 @@ template <typename V> inline V all_of(uint32_t value) {
     return V{} + uint16_t(value);
 }
 
-// Most fades brighten nothing: they have a form without flip and keep.
+// Most fades only darken: those use a form without flip and keep.
 
 template <bool brightens> void fade_row32(uint32_t *p, uint32_t count, const fade_factors &by) {
   constexpr uint32_t size = group_size<uint32_t>;
@@ -269,7 +268,7 @@ template <bool brightens> void fade_row32(uint32_t *p, uint32_t count, const fad
     const channels c = widen(brightens ? v ^ flip : v);
     const channels part = {high_product(c.low + c.low, factor),
                            high_product(c.high + c.high, factor)};
-    // No component exceeds 255, so that nothing is carried into the next.
+    // No component exceeds 255, so nothing carries into the next.
     store(p, narrow(part) + (v & keep));
   }
   for (; count > 0; --count, ++p) {
@@ -284,12 +283,12 @@ template <typename V> struct field_fade {
   V flip[3], keep[3], factor[3];
 
   explicit field_fade(const fade_factors &by) {
-    // Where the channel's components stand, see below.
+    // The positions of the channel's components; see below.
     constexpr int shift[3] = {8, 3, 8};
     for (int i = 0; i < 3; ++i) {
       flip[i] = all_of<V>(uint32_t(by.flip[i]) << shift[i]);
       keep[i] = all_of<V>(by.keep[i] ? 0xFFFF : 0);
-      // All light would be 65536. One less does it too: the ones below a field make up for it.
+      // Full intensity would be 65536. 65535 suffices: the ones below a field make up for it.
       factor[i] = all_of<V>(by.factor[i] < 32768 ? 2u * by.factor[i] : 65535);
     }
   }

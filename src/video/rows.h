@@ -1,6 +1,5 @@
-// What presentations and fades do to rows of pixels, written once and compiled for each instruction
-// set. All forms give the same pixels. No routine reads or writes outside the rows that it is
-// given.
+// Row routines of presentations and fades, written once and compiled for each instruction set. All
+// give the same pixels. No routine reads or writes outside the given rows.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +12,7 @@ inline constexpr depth_pair depth_pairs[] = {{8, 8},   {8, 16},  {8, 32},
                                              {16, 16}, {16, 32}, {32, 32}};
 inline constexpr int depth_groups = 6;
 
-/// How much of its light every second row of the display loses. A black row is never written.
+/// The intensity that every second row of the display loses. Black rows are never written.
 enum class scanlines { none, less25, less50, less75, black };
 inline constexpr int scanline_kinds = 5;
 
@@ -50,8 +49,7 @@ constexpr uint32_t faded_component(uint32_t c, const fade_factors &by, int chann
 using fade_pixels = void(void *pixels, uint32_t count, const fade_factors &by);
 
 /// The routines of one instruction set. Entries by depth have 8, 16 and 32 bits at 0, 1 and 2.
-/// Empty are those that would darken palette indices, and translations of a depth to itself with
-/// all light.
+/// Entries that would darken palette indices, and plain copies, are empty.
 struct row_routines {
   translate_row *translate[depth_groups][scanline_kinds];
   double_row *doubled[3][scanline_kinds];
@@ -63,7 +61,7 @@ extern const row_routines rows_sse2, rows_avx2;
 
 /// Those in use.
 extern const row_routines *row_kernels;
-/// Takes the widest that the CPU has into use.
+/// Selects the widest instruction set that the CPU has.
 void choose_row_routines();
 
 /// The index of a depth in the entries by depth.

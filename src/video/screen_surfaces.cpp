@@ -29,7 +29,7 @@ void take_pixels(__ORBSurface2D__ *surface, __ORBSurface2D__ *donor) {
   ORBGI2D_DeleteGFXSurface(donor);
 }
 
-/// Both get the new size or neither: the ground's new pixels are there before the screen changes.
+/// Resizes both or neither: the ground's new pixels are allocated before the screen changes.
 int32_t resize_both(int32_t width, int32_t height) {
   __ORBSurface2D__ *const donor = ORBGI2D_CreateGFXSurface(width, height, ground->depth, 1);
   if (!donor) {
@@ -45,7 +45,7 @@ int32_t resize_both(int32_t width, int32_t height) {
   return 1;
 }
 
-/// Requests that wait in the lists would draw on surfaces that are gone.
+/// Drops the waiting requests, which refer to the surfaces that go.
 void forget_requests() {
   if (!pBlitLists2D) return;
   for (uint32_t i = 0; i < pBlitLists2D->count; ++i)
@@ -92,14 +92,14 @@ int32_t fit_surfaces(int32_t width, int32_t height, int32_t depth) {
   }
   hand_over();
   if (regions) regions[0] = {0, width - 1, 0, height - 1};
-  // Zones of the last frame may lie outside the new screen.
+  // The zones of the last frame may lie outside the new screen.
   num_framezones = 0;
   complete_frame = 1;
   return 1;
 }
 
 void delete_surfaces() {
-  if (!ground && !screen) return; // nothing was handed to the host either, or it is gone already
+  if (!ground && !screen) return; // then the host has no surfaces of ours either
   ORBGI2D_DeleteGFXSurface(ground);
   ORBGI2D_DeleteGFXSurface(screen);
   ground = screen = nullptr;

@@ -1,8 +1,8 @@
 // The SDL 1.2 backend: listing, opening, wrapping and showing the display surface.
 //
-// SDL owns the display surface: a new SDL_SetVideoMode ends the old one, and "closing" it here is
-// forgetting the pointer. Asked for an exact depth (no SDL_ANYFORMAT), SDL puts a shadow surface
-// of that depth before a display of another one, so the depth that it gives is mostly the mode's.
+// SDL owns the display surface: SDL_SetVideoMode frees the old one, so "closing" it here means
+// forgetting the pointer. When asked for an exact depth (no SDL_ANYFORMAT), SDL emulates it with a
+// shadow surface, so the depth is nearly always the mode's.
 #include "video/sdl_backend.h"
 
 #include <SDL.h>
@@ -27,10 +27,9 @@
 namespace {
 
 bool display_ready; // wrapped and with routines: frames can be shown
-bool started_sdl;   // SDL's video was started here, not by the host
+bool started_sdl;   // this module started SDL's video, not the host
 
-/// SDL 1.2 keeps a row's bytes in 16 bits, and X a window's coordinates in signed 16: no side
-/// above this is handed on.
+/// SDL 1.2 keeps the bytes of a row in 16 bits, and X keeps window coordinates in signed 16 bits.
 constexpr int32_t max_display_side = 16383;
 
 /// What SDL opens, or null. The old display is gone afterwards in either case.
@@ -64,8 +63,8 @@ void unlock_display() {
   if (SDL_MUSTLOCK(display)) SDL_UnlockSurface(display);
 }
 
-/// Points the wrapper at the display's pixels, from (mode_x, mode_y) on: with a display larger than
-/// the picture that leaves a border. Only valid while the display is locked.
+/// Points the wrapper at the display's pixels from (mode_x, mode_y) on, which leaves a border on a
+/// display larger than the picture. Valid only while the display is locked.
 void wrap_display() {
   const uint32_t pixel_bytes = display->format->BytesPerPixel;
   buffer->width = uint32_t(filter_w);
@@ -86,14 +85,14 @@ int32_t create_wrapper() {
 
 void delete_wrapper() {
   if (!buffer) return;
-  // Deleting a wrapper leaves what it points at to its owner; its centre was allocated for us.
+  // Deleting a wrapper keeps the pixels and control points; the control points are ours.
   free(buffer->cpoints);
   buffer->cpoints = nullptr;
   ORBGI2D_DeleteGFXSurface(buffer);
   buffer = nullptr;
 }
 
-/// Everything of a set-mode that can fail, the surfaces last. True with the display wrapped.
+/// Every step of a set-mode that can fail, the surfaces last. True with the display wrapped.
 bool open_and_fit(int32_t screen_width, int32_t screen_height, bool keep_surfaces) {
   if (!(full_screen ? SDLX11_SetFullScreenMode() : SDLX11_SetWindowedMode())) return false;
   if (!create_wrapper() || !lock_display()) return false;
@@ -109,8 +108,8 @@ bool open_and_fit(int32_t screen_width, int32_t screen_height, bool keep_surface
   return true;
 }
 
-/// After a change that kept the surfaces: the background comes back at once, faded as frames are.
-/// With neither a ground picture nor restoring there is none, and the screen is shown as it stands.
+/// After a change that kept the surfaces: restores the background, applies the fade, and presents.
+/// Without a ground picture and with restoring off, the screen is presented as it is.
 void redraw_once() {
   if (ground_puting || restore_type != -1) {
     (ground_puting ? draw_ground : clear_screen)(1);
@@ -119,7 +118,7 @@ void redraw_once() {
   VID_DrawFrame();
 }
 
-/// Shows the finished screen; `complete` where zones are not enough.
+/// Presents the finished screen; completely when `complete` is set.
 bool present_screen(bool complete) {
   if (!display_ready || !lock_display()) return false;
   wrap_display();
@@ -137,7 +136,7 @@ int32_t SDLX11_Init() {
     rt_fatal("libSDL.so load error, reinstall SDL!");
     return 0;
   }
-  // SDL opens a window of its own; a host that has to prepare its side does so when asked.
+  // SDL opens its own window. Hosts that need to prepare for it do so in this call.
   host_window_handle();
   if (!SDLX11_GetModes()) {
     SDLX11_Error("GetModes");
@@ -171,12 +170,11 @@ int32_t SDLX11_SetWindowedMode() {
   if (!display) display = open_display(filter_w, filter_h, SDL_SWSURFACE | palette_flag());
   if (!display) return report_failure("SetVideoMode (WINDOWED: FRAMEBUFFER - SYSTEMMEMORY)");
   if (!load_display_palette()) return report_failure("SetPalette");
-  // SDL may hand out the window it had, with its picture, and a picture with borders never draws
-  // there.
+  // SDL may return the old window with its picture, and the borders are never drawn.
   SDL_FillRect(display, nullptr, 0);
   SDL_ShowCursor(SDL_DISABLE);
   if (mode_centerwindow && deviceSystem_graphics2D) {
-    // In 64 bits: the host's desktop may have any size.
+    // In 64 bits, because the host may report any desktop size.
     mode.x = int32_t((int64_t{deviceSystem_graphics2D->desktop_width} - filter_w) / 2);
     mode.y = int32_t((int64_t{deviceSystem_graphics2D->desktop_height} - filter_h) / 2);
     host_move_window(mode.x, mode.y);
@@ -193,8 +191,7 @@ int32_t SDLX11_SetFullScreenMode() {
   emulated_w = filter_w;
   emulated_h = filter_h;
   if (!find_video_mode(filter_w, filter_h, mode.bpp, mode.rate) && !FindEmulatedMode()) {
-    // A mode that the display doesn't have is no reason to end the program: the host shows the
-    // text, and play goes on in the mode before.
+    // A missing mode doesn't end the program: the host shows the text, and the mode before stays.
     forget_display();
     host_message_box("SetMode (FULLSCREEN)", rt_program_name());
     return 0;
@@ -204,11 +201,11 @@ int32_t SDLX11_SetFullScreenMode() {
 
   if (emulated_mode && mode.bufferbehaviour == 2048) mode.bufferbehaviour = 1024;
   const bool flip = mode.bufferbehaviour == 2048;
-  // The depth and the flipping count too: a display of another kind can't show the new mode.
+  // A display of another depth or flipping can't show the new mode.
   if (display_is_open() && sdl_fullscreen && sdl_w == emulated_w && sdl_h == emulated_h &&
       display->format->BitsPerPixel == mode.bpp && mode_bufferflipping == flip) {
     SDL_FillRect(display, nullptr, 0);
-    // Frames only show the part that the picture covers.
+    // Frames update only the part that the picture covers.
     if (!flip) SDL_UpdateRect(display, 0, 0, 0, 0);
   } else {
     forget_display();
@@ -217,8 +214,7 @@ int32_t SDLX11_SetFullScreenMode() {
     if (!display) {
       if (flip) {
         mode.bufferbehaviour = 1024;
-        // QUIRK: an "and" would look more natural, to take double buffering away. This sets every
-        // other flag instead and leaves that one; intended.
+        // QUIRK: this sets every flag but double buffering, instead of clearing that one.
         flags |= 0xBFFFFFFF;
       }
       display = open_display(emulated_w, emulated_h, flags);
@@ -237,8 +233,7 @@ int32_t SDLX11_SetFullScreenMode() {
 }
 
 int32_t SDLX11_SetMode() {
-  // A host that is told of something here may want to draw: the mode, its tables, the surfaces and
-  // the display don't match until the end.
+  // Hosts may draw from a callback. Until the end, mode, tables, surfaces and display don't match.
   const uint8_t was_changing = mode.changing;
   mode.changing = 1;
   display_ready = false;
@@ -275,7 +270,7 @@ void SDLX11_DrawFrame_Windowed() {
 }
 
 void SDLX11_DrawFrame_FullScreen() {
-  // The buffer that comes up for drawing after a flip holds the frame before the last.
+  // After a flip the buffer holds the frame before the last.
   if (!present_screen(mode_bufferflipping)) return;
   if (mode_bufferflipping)
     SDL_Flip(display);

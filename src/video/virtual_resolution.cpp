@@ -12,9 +12,9 @@ virtual_table_extent virtual_extent;
 
 namespace {
 
-/// How one axis is walked: `screen` pixels of the screen on every `output` pixels of the output,
-/// from output pixel `first` on. Kept as a fraction: an accumulated real step drifts, and the last
-/// pixel would then be shown once more in the border.
+/// The mapping of one axis: `output` pixels of the output show `screen` pixels of the screen, from
+/// output pixel `first` on. An exact fraction: an accumulated floating-point step drifts, and would
+/// repeat the last pixel in the border.
 struct axis {
   int32_t screen, output;
   int32_t first;
@@ -30,8 +30,7 @@ void fill_axis(int32_t *table, int32_t count, const axis &walk, int32_t source_s
   }
 }
 
-/// The first output pixel used when `screen_size` pixels walked in `walk`'s steps stand in the
-/// middle: half of what they leave free, truncated.
+/// The first output pixel used when the screen is centred: half of the free space, truncated.
 int32_t first_used(int32_t output_size, int32_t screen_size, const axis &walk) {
   const int64_t free_space =
       int64_t(output_size) * walk.screen - int64_t(screen_size) * walk.output;
@@ -43,7 +42,7 @@ int32_t first_used(int32_t output_size, int32_t screen_size, const axis &walk) {
 int32_t make_virtual_resolution(int32_t screen_width, int32_t screen_height) {
   const int32_t vw = virtual_resolution_w, vh = virtual_resolution_h;
   const int32_t sw = screen_width, sh = screen_height;
-  // A mode that is returned to has its tables still, and must not depend on memory for new ones.
+  // Returning to a mode reuses its tables, so that it can't fail for lack of memory.
   const virtual_table_extent wanted{vw, vh, sw, sh, virtual_resolution_aspectratio};
   if (virtual_buffer_w && virtual_extent == wanted) return 1;
   int32_t *const columns = static_cast<int32_t *>(calloc(size_t(vw), sizeof(int32_t)));

@@ -7,9 +7,8 @@
 extern int32_t virtual_resolution_ratiow, virtual_resolution_ratioh;
 extern int32_t virtual_resolution_xoffset, virtual_resolution_yoffset;
 /// The screen column of each output column, and the offset in pixels of the screen row of each
-/// output row; -1 for borders. Null while no virtual resolution is applied. What has been chosen
-/// without being applied yet is in virtual_resolution_w and _h already, so virtual_extent says what
-/// the tables were made for.
+/// output row; -1 for borders. Null while no virtual resolution is applied. virtual_resolution_w
+/// and _h may already hold one that waits; virtual_extent says what the tables were made for.
 extern int32_t *virtual_buffer_w, *virtual_buffer_h;
 struct virtual_table_extent {
   int32_t columns, rows; // lengths of the tables

@@ -17,15 +17,15 @@ namespace {
 
 orb_frame_zone *pframezones; // last touched
 
-/// |value|, kept one below the largest int, so that widths and neighbours of it can be formed.
+/// |value|, at most INT32_MAX - 1, so that adding 1 doesn't overflow.
 int32_t magnitude(int32_t value) {
   return int32_t(std::min<int64_t>(llabs(value), INT32_MAX - 1));
 }
 
 /// Whether an end of [low, high] lies in [zone_low, zone_high] or right beside it.
 ///
-/// QUIRK: an overlap test would look more natural. A box that reaches beyond the zone on both sides
-/// has no end in it, is not found, and becomes a zone of its own; that is intended.
+/// QUIRK: a box that extends beyond the zone on both sides has no end in it, so it doesn't touch
+/// the zone and becomes one of its own.
 bool touches(int32_t low, int32_t high, int32_t zone_low, int32_t zone_high) {
   return (low >= zone_low && low <= zone_high + 1) || (high >= zone_low - 1 && high <= zone_high);
 }
@@ -51,8 +51,7 @@ void widen(orb_frame_zone &zone, const orb_frame_zone &box) {
 
 } // namespace
 
-/// QUIRK: clipping the box to the screen would look more natural. Negative coordinates count as
-/// their absolute values; that is intended.
+/// QUIRK: takes the absolute values of negative coordinates instead of clipping them.
 orb_frame_zone zone_of(const __ORBBlit2D__ *request) {
   orb_frame_zone box;
   box.x0 = magnitude(request->drawn_x0);
@@ -74,15 +73,14 @@ bool covers_screen(const orb_frame_zone &box) {
 
 bool accumulate_zone(const orb_frame_zone &box) {
   if (box.w < 1 || box.h < 1) return true;
-  // The first zone is taken as it is: boxes as large as the screen are its callers' business.
+  // Callers handle boxes that cover the whole screen.
   if (num_framezones == 0) {
     pframezones = framezones;
     *pframezones = box;
     num_framezones = 1;
     return true;
   }
-  // QUIRK: merging the zones that have come to touch each other would look more natural. Only the
-  // zone found grows; that is intended.
+  // QUIRK: only the zone found grows. Zones that now touch each other are not merged.
   if (orb_frame_zone *zone = touched_zone(box)) {
     widen(*zone, box);
     pframezones = zone;
@@ -98,14 +96,14 @@ bool accumulate_zone(const orb_frame_zone &box) {
 }
 
 void update_frame_zones() {
-  // A frame that is complete already gets its zones all the same: the next one presents them.
+  // A complete frame gets its zones too: the next frame presents them.
   const uint8_t complete_before = complete_frame;
   complete_frame = 0;
   num_framezones = 0;
   const int32_t count = GetNumsBlitOnList();
   for (int32_t i = 0; i < count && !complete_frame; ++i) {
     const __ORBBlit2D__ *request = pBlitList2D->order[i];
-    // Requests that an operation took while the frame was drawn have no place in the order.
+    // Requests taken while the frame was drawn are not in the order table.
     if (!request || !marks_screen(request)) continue;
     const orb_frame_zone box = zone_of(request);
     if (covers_screen(box) || !accumulate_zone(box)) complete_frame = 1;
