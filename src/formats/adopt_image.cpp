@@ -25,7 +25,7 @@ const char *name_of(const char *path) {
 /// A surface around the reader's pixels, which it takes over together with the control points; null
 /// when it can't be made, and then the globals still own them.
 __ORBSurface2D__ *surface_from_image() {
-  // Made with a single pixel, so that a big picture never needs its memory twice.
+  // Created with a single pixel, so that a big picture needs its memory only once.
   __ORBSurface2D__ *surface = ORBGI2D_CreateGFXSurface(1, 1, image_bpp, 0);
   if (!surface) return nullptr;
   ORBGI2D_DeleteGFXSurfaceBufferData(surface);
@@ -59,8 +59,8 @@ __ORBSurface2D__ *graph_from_image(uint32_t checksum) {
     surface = move_to_screen_depth(surface, &image_palette, alphas);
   else if (surface && alphas)
     clear_invisible(surface, alphas);
-  // A palette picture in an 8-bit mode; truecolour pictures arrive in the palette in force. Only a
-  // graph that is there changes what the screen shows.
+  // A palette picture in an 8-bit mode; truecolour pictures already use the palette in force. The
+  // palette changes only once the graph exists.
   if (surface && mode.bpp == 8 && image_has_palette && palette) {
     adopt_palette(image_palette, checksum);
     if (palette_forced && palette_crc != checksum) remap_to_forced_palette(surface);

@@ -32,7 +32,7 @@ struct bmp_header {
   uint32_t pixels_offset;
   uint32_t masks[4];  // 16 and 32 bits
   uint32_t masks_end; // where they end in the file, or 0
-  bool told_alpha;    // the header says by a mask whether there is an alpha channel
+  bool told_alpha;    // a mask in the header tells whether there is an alpha channel
 };
 
 bool compression_fits(uint32_t compression, uint32_t bits) {
@@ -90,8 +90,7 @@ bool read_masks(file_reader &file, bmp_header *header) {
       seek_reader(file, masks_offset) ? take(file, header->masks_end - masks_offset) : nullptr;
   if (!bytes) return false;
   memcpy(masks, bytes, header->masks_end - masks_offset);
-  // QUIRK: these two make a file 5-5-5 whatever its mask of red says. It would look more natural to
-  // take that mask as well; intended.
+  // QUIRK: these two masks make a file 5-5-5, whatever its mask of red is.
   if (header->bits == 16 && masks[mask_green] == 0x03E0 && masks[mask_blue] == 0x001F)
     masks[mask_red] = 0x7C00;
   return true;
@@ -103,9 +102,8 @@ bool find_palette(const file_reader &file, bmp_header *header, uint32_t colours)
   const uint32_t entry = header->info_size == short_header_size ? 3 : 4;
   const bool indices = header->bits <= 8;
   if (indices && (colours == 0 || colours > 256)) colours = 1u << header->bits;
-  // Without a stated place the pixels follow the palette, which truecolour files may have as well,
-  // as advice to displays of few colours. So they do where a palette picture states the place of
-  // its palette, which would leave it without any colour.
+  // Without an offset the pixels follow the palette, which truecolour files may also have. They do
+  // so too where a palette picture's offset is that of its palette, which would leave no colours.
   if (header->pixels_offset == 0 || (indices && header->pixels_offset == start))
     header->pixels_offset =
         uint32_t(std::min<uint64_t>(start + uint64_t(colours) * entry, file.size));
@@ -203,7 +201,7 @@ void put_indices(const bmp_header &header, const picture_rows &picture, rle_plac
   place->x += count;
 }
 
-/// Decodes until the picture ends. The end mark may be missing where every row came.
+/// Decodes until the picture ends. The end mark may be missing after the last row.
 template <uint32_t bits>
 bool read_rle(file_reader &file, const bmp_header &header, const picture_rows &picture) {
   enum { end_of_line, end_of_bitmap, delta, first_absolute };
@@ -241,8 +239,8 @@ bool read_rle(file_reader &file, const bmp_header &header, const picture_rows &p
   return true;
 }
 
-/// Whether a file may describe a picture that big. Coded pictures may leave pixels out, so their
-/// files may be short; but a short file doesn't get gigabytes.
+/// Whether to believe the size of a picture. Run-length coded files may skip pixels and so be
+/// short, but a short file gets no gigabytes.
 bool has_coded_rows(const file_reader &file, const bmp_header &header) {
   constexpr uint64_t free_pixels = 1u << 26;
   const uint64_t pixels = uint64_t(header.w) * header.h;

@@ -6,7 +6,11 @@
 
 /// The script constants img_format_*, and the marks in `image_loaded`.
 enum image_format : int32_t {
-  img_format_map = 1, img_format_bmp, img_format_jpeg, img_format_pcx, img_format_png,
+  img_format_map = 1,
+  img_format_bmp,
+  img_format_jpeg,
+  img_format_pcx,
+  img_format_png,
   img_format_tga
 };
 

@@ -7,11 +7,11 @@
 extern int32_t image_w, image_h, image_bpp;
 extern uint32_t image_id;
 extern char image_desc[257];
-extern __ORBPalette2D__ image_palette; // 8-bit components
-extern uint8_t image_has_palette;      // 1: image_palette came with the picture
+extern __ORBPalette2D__ image_palette;    // 8-bit components
+extern uint8_t image_has_palette;         // 1: image_palette came with the picture
 extern uint8_t image_palette_alphas[256]; // how opaque the palette's colours are
 extern uint8_t image_has_palette_alphas;  // 1: they came with the picture; else all are opaque
-extern void *image_data;               // aligned_malloc; the taker owns it
+extern void *image_data;                  // aligned_malloc; the taker owns it
 extern uint8_t image_alphachannel;
 extern cpoint_record *image_cpoint;      // malloc, or null
 extern int32_t image_num_cpoints;        // defined ones

@@ -79,7 +79,7 @@ struct graph_writer {
 /// Creates a file and writes its markers; a key that is null or empty enciphers nothing. False when
 /// it can't be created, and then there is nothing to close.
 bool create_graph_file(graph_writer *out, const char *filename, bool compressed, const char *key);
-/// Writes, in as many pieces as the host wants; `good` falls when it takes no more.
+/// Writes in as many pieces as the host accepts; clears `good` when it accepts no more.
 void write_graph_bytes(graph_writer *out, const void *from, uint32_t size, int32_t cipher = 0);
 /// The palette in force and the colour ranges, as 8-bit files have them; black without a palette.
 void write_graph_palette(graph_writer *out);
@@ -92,9 +92,8 @@ uint32_t stored_cpoints(const __ORBSurface2D__ &surface);
 /// The word that announces them, with the alpha flag.
 uint32_t cpoint_word(const __ORBSurface2D__ &surface);
 /// Packs x and y of each record to 4 bytes; returns their bytes.
-/// QUIRK: an undefined point would naturally be written as missing. Its coordinates are written as
-/// they are, intentionally. Deleted points and gaps hold no_cpoint, so they come back as missing;
-/// an undefined point 0 holds the graph's centre, and comes back as a defined one.
+/// QUIRK: undefined points are written with their coordinates. Deleted points and gaps hold
+/// no_cpoint and are read back as missing; point 0 holds the centre and is read back as defined.
 uint32_t pack_cpoints(const __ORBSurface2D__ &surface, uint8_t *to);
 
 // ---- Single graphs -----------------------------------------------------------------------------
@@ -107,7 +106,7 @@ extern const __ORBSurface2D__ *image_surface;
 /// Sets the globals that ORB_SaveMAP reads from a graph, at the depth of the video mode.
 void describe_graph(const orb_map_slot &slot);
 
-/// Whether the file is a MAP file. The key isn't judged.
+/// Whether the file is a MAP file. Doesn't check the key.
 int32_t ORB_CheckMAPHeader(const char *filename, const char *key);
 /// Reads a graph into the image globals. image_error is 143 for a file that can't be opened, 105 if
 /// it can't be opened again as a compressed one, 194 without a usable key, 144 for one that isn't a

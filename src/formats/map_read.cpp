@@ -106,6 +106,6 @@ int32_t ORB_LoadMAP(const char *filename, const char *key) {
   return 0;
 }
 
-// Palettes are looked for in MAP files first, before any picture (formats/palette_file.cpp).
+// No palette reader: formats/palette_file.cpp looks into MAP files before pictures.
 const image_codec map_codec = {img_format_map, ORB_CheckMAPHeader, ORB_LoadMAP, nullptr,
                                ORB_SaveMAP};

@@ -1,4 +1,4 @@
-// Palette files, and the palettes in other files.
+// Palette files, and the palettes in other files. Palettes are looked for in MAP files first.
 #pragma once
 
 #include "orb/graphics2d.h"

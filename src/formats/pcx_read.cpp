@@ -21,7 +21,7 @@ struct pcx_header {
 
 bool read_header(file_reader &file, pcx_header *header) {
   const uint8_t *bytes = take(file, header_size);
-  // Stricter than the probe: earlier versions have other pixels or no palette behind them.
+  // Stricter than the probe: earlier versions have other pixel formats or no palette at the end.
   if (!bytes || bytes[0] != 10 || bytes[1] != 5 || bytes[2] != 1 || bytes[3] != 8) return false;
   const int32_t w = word16(bytes + 8) - word16(bytes + 4) + 1;
   const int32_t h = word16(bytes + 10) - word16(bytes + 6) + 1;
@@ -30,7 +30,8 @@ bool read_header(file_reader &file, pcx_header *header) {
   return (header->planes == 1 || header->planes == 3) && header->line >= header->w;
 }
 
-/// The palette stands at the end of the file. The reader then is at the pixels and doesn't see it.
+/// Reads the palette at the end of the file. Afterwards the reader is at the pixels, and ends
+/// there.
 bool read_palette(file_reader &file) {
   if (file.size < header_size + palette_size) return false;
   const uint32_t pixels_end = file.size - palette_size;
@@ -41,8 +42,8 @@ bool read_palette(file_reader &file) {
   return limit_reader(file, header_size, pixels_end);
 }
 
-/// Puts `run` bytes of at most max_run that end before `end`. Most runs are short: storing as much
-/// as the longest takes is faster than asking how much, and what follows overwrites the rest.
+/// Writes a run of `run` bytes, at most max_run, that ends before `end`. Most runs are short:
+/// storing the longest is faster than a branch, and the next run overwrites the excess.
 void put_run(uint8_t *to, const uint8_t *end, uint8_t value, uint32_t run) {
   if (end - to <= ptrdiff_t(max_run)) {
     memset(to, value, run);
@@ -51,7 +52,7 @@ void put_run(uint8_t *to, const uint8_t *end, uint8_t value, uint32_t run) {
   memset(to, value, max_run + 1);
 }
 
-/// Decodes `count` bytes. A run that reaches further is cut: none goes on in the next row.
+/// Decodes `count` bytes. Longer runs are cut: none continues in the next row.
 bool decode_row(file_reader &file, uint8_t *to, uint32_t count) {
   uint8_t *const end = to + count;
   while (to < end) {
@@ -99,11 +100,10 @@ bool decode_rows(file_reader &file, const pcx_header &header, const picture_rows
 bool load(file_reader &file) {
   pcx_header header;
   if (!read_header(file, &header)) return false;
-  // QUIRK: truecolour files are refused below 32 bits, where those of the other formats are
-  // converted. Intended.
+  // QUIRK: truecolour files are refused below 32 bits; those of other formats are converted.
   if (int32_t(8 * header.planes) > mode.bpp) return false;
   if (header.planes == 1 && !read_palette(file)) return false;
-  // Two bytes make at most 63: what the file can't hold isn't allocated.
+  // Two bytes decode to 63 at most: don't allocate more than the file can hold.
   const uint32_t row_bytes = header.planes * header.line;
   if (bytes_left(file) < uint64_t(header.h) * ((2 * row_bytes + max_run - 1) / max_run))
     return false;

@@ -60,7 +60,7 @@ void write_rows(file_writer &file, uint32_t plane_count, uint8_t *planes, uint8_
       split_row(reinterpret_cast<const uint32_t *>(row), planes, line,
                 [](uint32_t pixel) { return pixel; });
     }
-    // Plane by plane, so that no run goes on in the next one: not all readers take that.
+    // Plane by plane: some readers don't accept runs across planes.
     for (uint32_t i = 0; i < plane_count; i++) {
       const int32_t size = EncodePcxRleLine(planes + i * line, encoded, int32_t(line));
       write_bytes(file, encoded, uint32_t(size));
@@ -70,7 +70,7 @@ void write_rows(file_writer &file, uint32_t plane_count, uint8_t *planes, uint8_
 
 bool save(file_writer &file, int32_t) {
   const uint32_t plane_count = image_bpp == 8 ? 1 : 3, line = line_bytes();
-  // Zeroed for the byte that makes a line even. An encoded plane follows the planes.
+  // Zeroed for the padding byte of odd lines. The encoded plane follows the planes.
   auto *planes = static_cast<uint8_t *>(calloc(plane_count + 2, line));
   if (!planes) return false;
   write_header(file, plane_count);

@@ -20,7 +20,7 @@ namespace {
 
 constexpr size_t signature_size = 8;
 constexpr uint32_t max_side = 65535;
-/// What one chunk may make libpng allocate; we keep no text and no profile.
+/// The most that libpng may allocate for one chunk; we keep neither texts nor profiles.
 constexpr uint32_t max_chunk_memory = 8u << 20;
 
 struct png_reading {
@@ -71,7 +71,7 @@ void read_header(png_reading *reading) {
   png_set_sig_bytes(png, signature_size);
   png_set_user_limits(png, max_side, max_side);
   png_set_chunk_malloc_max(png, max_chunk_memory);
-  // Texts, profiles, gamma and the like don't reach the screen: they are skipped unread.
+  // Texts, profiles, gamma and the like don't affect the pixels: skip them.
   png_set_keep_unknown_chunks(png, PNG_HANDLE_CHUNK_NEVER, nullptr, -1);
   png_read_info(png, info);
 
@@ -122,7 +122,7 @@ void set_transforms(png_reading *reading) {
 
 /// `size` bytes for pixels, or the end of the reading.
 void *pixel_memory(png_reading *reading, uint64_t size) {
-  // Larger requests would wrap on their way to the heap.
+  // Larger sizes would wrap in the allocator.
   void *memory = size <= max_picture_size ? aligned_malloc(uint32_t(size)) : nullptr;
   if (!memory) give_up(reading, error_out_of_memory);
   return memory;
@@ -171,7 +171,7 @@ void read_picture(png_reading *reading) {
     read_rows(reading, rows, size_t(pitch));
   else
     read_converted_rows(reading, rows, size_t(pitch));
-  // A file that was cut short or damaged behind its pixels is refused like any other such file.
+  // Files that are cut or damaged behind the pixels are refused, too.
   png_read_end(reading->png, nullptr);
 
   image_w = int32_t(reading->w);

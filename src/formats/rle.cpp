@@ -61,8 +61,8 @@ template <int32_t size> struct tga_packets {
   }
 };
 
-/// Divides a line into long runs and what stands between them, which gathers in `raw`. Runs below
-/// four pixels would save nothing and stay among the raw ones.
+/// Splits a line into long runs and the raw pixels between them, collected in `raw`. Runs of fewer
+/// than four pixels save nothing and stay raw.
 template <typename Packets>
 int32_t encode_line(const uint8_t *source, uint8_t *destination, int32_t count, uint8_t *raw) {
   using pixel = typename Packets::pixel;

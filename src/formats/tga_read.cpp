@@ -27,8 +27,8 @@ bool is_map_depth(uint32_t bits) {
   return bits == 15 || bits == 16 || bits == 24 || bits == 32;
 }
 
-/// Reads the header; false when it isn't that of a TGA file that we read. The format has no mark:
-/// this is all that tells its files from others.
+/// Reads the header; false for anything but a TGA file that we support. The format has no
+/// signature, so this is the only check.
 bool read_header(file_reader &file, tga_header *header) {
   const uint8_t *bytes = take(file, header_size);
   if (!bytes) return false;
@@ -58,8 +58,7 @@ uint32_t map_size(const tga_header &header) {
   return header.has_map ? header.map_length * ((header.map_bits + 7) / 8) : 0;
 }
 
-/// The palette of an 8-bit picture: from the colour map, else greys. The reader stands behind the
-/// header.
+/// The palette of an 8-bit picture: the colour map, else greys. The reader is behind the header.
 bool read_palette(file_reader &file, const tga_header &header) {
   if (header.type == type_colours) return false;
   image_palette = {};
@@ -84,7 +83,7 @@ bool read_palette(file_reader &file, const tga_header &header) {
   return true;
 }
 
-/// A run or raw packet in progress: packets may go on in the next row.
+/// A run or raw packet in progress: packets may continue in the next row.
 template <typename Pixel> struct packet {
   uint32_t left; // pixels
   bool run;
@@ -190,7 +189,7 @@ bool load(file_reader &file) {
   return end_picture(&picture, load_rows(file, header, &picture));
 }
 
-/// The format has no mark: this takes every file whose header describes a picture that we read.
+/// The format has no signature: accepts every file whose header describes a supported picture.
 int32_t ORB_CheckTGAHeader(const char *filename, const char *) {
   return read_picture_file(filename, [](file_reader &file) {
     tga_header header;

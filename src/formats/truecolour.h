@@ -1,10 +1,10 @@
-// Truecolour pictures on their way to the depth of the screen: codecs that decode to 0xAARRGGBB
-// rows hand them through here. And the way back for 16-bit graphs.
+// Conversion of truecolour rows, 0xAARRGGBB, from codecs to the depth of the screen, and of 16-bit
+// pixels back for files.
 #pragma once
 
 #include <cstdint>
 
-/// A conversion in progress. Plain data, so that a codec may keep it where a long jump passes by.
+/// A conversion in progress. Plain data, so that a long jump may skip it.
 struct truecolour_conversion {
   int32_t depth;           // 8, 16 or 32: what the rows become
   bool alpha;              // the picture has an alpha channel

@@ -18,12 +18,12 @@ constexpr int32_t last_step = 64;
 
 int32_t unbound_fading;
 
-/// The next fade starts even towards a target that it has already.
+/// 1: the next fade starts even if its target is the current one.
 uint8_t fade_init;
 /// The palette range that the running fade recolours.
 __FadeFX__ fadefx{0, 256};
 
-/// A fade whether or not the target is new.
+/// Starts a fade whether or not the target is new.
 void begin_fade(fade_levels target, int32_t speed) {
   fade_to = target;
   fade_from = fade_pos;
@@ -47,7 +47,7 @@ uint8_t between(uint8_t from, uint8_t to) {
   return uint8_t((from * (last_step - fade_step) + to * fade_step) >> 6);
 }
 
-/// A component 0..`full` at a position: towards 0 below 100, towards `full` above.
+/// A component 0..`full` at a position: darker below 100, brighter above.
 constexpr int32_t fade_component(int32_t c, int32_t position, int32_t full) {
   return position <= 100 ? c * position / 100 : c + (full - c) * (position - 100) / 100;
 }
@@ -140,7 +140,7 @@ void recolour_screen() {
 }
 
 void update_fade() {
-  // Scripts can set "fading" and give any speed, so the sum is made in 64 bits.
+  // In 64 bits: scripts can set "fading" and pass any speed.
   const int64_t step = int64_t(fade_step) + fade_inc;
   fade_step = int32_t(std::clamp<int64_t>(step, 0, last_step));
   if (fade_step == 0 || fade_step == last_step) *fading = 0;
@@ -162,7 +162,6 @@ void make_fadepalette(const __FadeFX__ *range) {
   }
 }
 
-/// The colours that an 8-bit screen is shown in, on a display of any depth, at the levels in force.
 void fade_display_palette() {
   if (!palette) return;
   make_fadepalette(nullptr);

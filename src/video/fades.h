@@ -20,7 +20,7 @@ extern int32_t *fading; // the script's "fading": 1 while a fade runs; a word of
 /// Makes `fadepalette` from the palette in force at the current fade positions, for the given range
 /// (null: all of it). Does nothing without a palette.
 void make_fadepalette(const __FadeFX__ *range);
-/// Makes it anew, all of it, and the tables for displays of another depth with it.
+/// Rebuilds all of it, and with it the tables for displays of another depth.
 void fade_display_palette();
 
 /// Starts a fade to the normal picture at speed 8. Always 1.
@@ -29,14 +29,13 @@ int32_t fade_on();
 int32_t fade_off();
 /// Positions and targets back to the normal picture, no fade running.
 void reset_fades();
-/// Whether frames are recoloured: at 16 and 32 bits, at any levels but the normal ones.
+/// Whether frames are recoloured: at 16 and 32 bits, at levels other than 100.
 bool screen_is_recoloured();
 /// Recolours the screen at the levels in force. The next frame must restore all of it.
 void recolour_screen();
 /// One step of the running fade.
 void update_fade();
-/// Starts a fade; what screen_fade does once its arguments are there. 1, or 0 when that is the
-/// target already.
+/// Starts a fade to these percentages. 1, or 0 when that is the target already.
 int32_t start_fade(int32_t r, int32_t g, int32_t b, int32_t speed);
 /// Applies the fade positions with the routine of the mode's depth; the argument is not used at 16
 /// and 32 bits (null: the whole range).

@@ -57,24 +57,24 @@ template <typename F> void each_setting(mode_settings &kept, F &&pair) {
 mode_settings working;
 bool has_working;
 
-/// The choices that a set-mode carries but that change without one, too.
+/// Choices that come with a set-mode but also change without one.
 struct mode_choices {
   int32_t vsync, script_vsync;
   uint8_t centerwindow, centermouse, fade;
 };
-/// Those in force before the request under way; none outside of requests.
+/// Those in force before the request under way. Valid during a request.
 mode_choices choices_before;
 bool request_under_way;
 
-/// The palette that went when the depth left 8 bits, for a mode change that has to be taken back.
+/// The palette of the 8-bit mode that was left, for a mode change that is taken back.
 struct {
   __ORBPalette2D__ colours;
   uint32_t crc;
   uint8_t loaded, forced;
 } left_palette;
 
-/// Everything that goes by the depth but the surfaces. False, with nothing changed, when there is
-/// no memory for its tables.
+/// Rebuilds everything that depends on the depth except the surfaces. False, with nothing changed,
+/// when there is no memory for the tables.
 bool rebuild_for_depth() {
   if (palette) left_palette = {*palette, palette_crc, palette_loaded, palette_forced};
   if (!do_tables(mode.bpp)) return false;
@@ -100,8 +100,8 @@ void take_back_settings() {
   publish_mode();
 }
 
-/// Rebuilds for another depth, if the mode has one. False without memory for it, and then the
-/// settings are those of the mode that still works.
+/// Rebuilds if the mode's depth has changed. False without memory for that; the settings are then
+/// those of the mode that still works.
 bool follow_depth() {
   if (mode.bpp == cur_mode || rebuild_for_depth()) return true;
   if (has_working) take_back_settings();
@@ -111,7 +111,7 @@ bool follow_depth() {
 void return_to_working_mode() {
   const uint8_t was_change = change_mode, was_filtering = filtering_mode;
   take_back_settings();
-  // The tables of the depth that was left have been kept until now: this finds memory.
+  // The tables of the old depth are still there, so this can't run out of memory.
   if (mode.bpp != cur_mode && rebuild_for_depth() && palette) {
     set_palette(&left_palette.colours);
     palette_crc = left_palette.crc;
@@ -127,7 +127,7 @@ void return_to_working_mode() {
   filtering_mode = was_filtering;
 }
 
-/// Whether the mode keeps a screen that no frame restores: fading it out and in again would leave
+/// Whether the mode keeps a screen that no frame restores. Fading it out and in again would leave
 /// it black.
 bool screen_has_no_background() {
   return mode.bpp > 8 && restore_type == -1 && !ground_puting &&
@@ -137,8 +137,7 @@ bool screen_has_no_background() {
 } // namespace
 
 int32_t VID_SetGFXMode() {
-  // A host may change `mode` itself and call this through the device record; and a virtual
-  // resolution may have been chosen to be applied by whatever sets the mode next.
+  // A host may have changed `mode` itself, and a virtual resolution may wait to be applied.
   if (!follow_depth()) return 0;
   update_filter_size();
   if (SDLX11_SetMode()) {
@@ -212,7 +211,7 @@ void set_mode_defaults() {
   const orb_device_system *const system = deviceSystem_graphics2D;
   const int64_t desktop_w = system ? system->desktop_width : 0;
   const int64_t desktop_h = system ? system->desktop_height : 0;
-  // The host's full-screen flag, taken by the init hook, decides the first mode's type.
+  // The host's full-screen flag, read by the init hook, decides the type of the first mode.
   mode = {int32_t((desktop_w - 320) >> 1),
           int32_t((desktop_h - 200) >> 1),
           320,

@@ -1,5 +1,5 @@
-// Setting the video mode: the front door of the video device. What a mode is asked for with, and
-// what was opened for it, is its state (video/mode_state.h).
+// Setting the video mode: the front door of the video device. video/mode_state.h holds what was
+// asked for and what was opened.
 #pragma once
 
 #include "orb/graphics2d.h"
@@ -8,14 +8,14 @@
 /// The depth for which tables and routines were last built.
 extern int32_t cur_mode;
 
-/// What a program finds at its start: `mode` and its state, fades and screen colour as nothing has
-/// set them yet. Nothing is opened.
+/// Sets the defaults of a starting program: `mode` and its state, fades, screen colour. Opens
+/// nothing.
 void set_mode_defaults();
-/// Leaves a set-mode that fails no mode to go back to.
+/// Forgets the last working mode, to which a failed set-mode returns.
 void forget_working_mode();
 
-/// Opens what `mode` asks for; 1, or 0 when it can't be had. Then settings, tables and display are
-/// back at the last mode that worked, the surfaces untouched; when even that can't be opened again
+/// Opens the mode that `mode` describes. 1, or 0 when it can't be opened: settings, tables and
+/// display then return to the last mode that worked, and the surfaces stay. If that fails too,
 /// presentation does nothing.
 int32_t VID_SetGFXMode();
 int32_t VID_RestoreGFXMode();
@@ -27,17 +27,17 @@ int32_t VID_ReleaseGFXDC();
 /// opens. The result of set-mode.
 int32_t apply_mode();
 /// Re-sets the mode after a change that leaves the surfaces' size and depth alone: no fades.
-/// `kind` is the flag that tells so to set-mode, change_mode or filtering_mode; it is 0 afterwards.
+/// `kind` is the flag passed to set-mode, change_mode or filtering_mode; it is 0 afterwards.
 /// The result of set-mode.
 int32_t apply_change(uint8_t &kind);
-/// Hands the host what scripts choose: its full-screen flag and its vsync word.
+/// Writes the host's full-screen flag and its vsync word.
 void publish_mode();
 /// Chooses the routines that follow the depth of the mode: pixels, rasterisers, colour packing,
 /// fades.
 void set_graphics2D_drawing_routines();
 
-/// Enclose a script's request from before its flags are applied until its result is there: should
-/// it fail, vsync (the script's variable too), centring and fading are taken back as well.
+/// Enclose a script's request, from before its flags are applied until its result is known. If it
+/// fails, vsync (the script's variable too), centring and fading are restored as well.
 void begin_mode_request();
 void end_mode_request();
 

@@ -42,7 +42,7 @@ bool comes_before(const orb_video_mode &a, const orb_video_mode &b) {
   return a.code != b.code ? a.code < b.code : a.rate < b.rate;
 }
 
-/// Stable; displays list tens of modes, in order or reversed.
+/// Stable insertion sort: displays list tens of modes, mostly in order or reversed.
 void insertion_sort(orb_video_mode *first, int32_t count) {
   for (int32_t i = 1; i < count; ++i)
     for (int32_t j = i; j > 0 && comes_before(first[j], first[j - 1]); --j)
@@ -177,7 +177,7 @@ int32_t FindEmulatedMode() {
 void update_video_structs() {
   int32_t modes = 0, rates = 0, bits = 0;
   int32_t last_code = 0, last_rate = 0;
-  // QUIRK: only the 8-bit list counts, although a display may offer a size at other depths alone.
+  // QUIRK: reads the 8-bit list only, although a display may offer a size at other depths alone.
   for (int32_t i = 0; i < num_video_modes8; ++i) {
     const orb_video_mode &listed = video_modes8[i];
     if (listed.code > last_code && modes < max_script_modes) {

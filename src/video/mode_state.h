@@ -31,7 +31,7 @@ void set_scanline_filter(int32_t scanline);
 
 extern uint8_t sdl_fullscreen;
 extern int32_t sdl_w, sdl_h;   // size of the display
-extern int32_t mode_x, mode_y; // where the picture stands on the display
+extern int32_t mode_x, mode_y; // position of the picture on the display
 extern uint8_t mode_bufferflipping;
 /// 1 when a listed mode with borders stands in for the one asked for; its size and the borders.
 extern int32_t emulated_mode, emulated_w, emulated_h, emulated_x, emulated_y;

@@ -13,8 +13,7 @@ namespace {
 
 int32_t built_depth = 0;
 
-/// The memory of the tables that go with 8-bit modes, after one was left: a mode change that is
-/// taken back must not depend on getting it again.
+/// The tables of an 8-bit mode that was left, kept so that taking the change back needs no memory.
 struct {
   __ORBPalette2D__ *palette;
   uint8_t *ghosts;
@@ -48,7 +47,7 @@ bool make_tables8() {
 int32_t do_tables(int32_t depth) {
   if (depth == built_depth) return 1;
   if (depth == 8) {
-    if (!make_tables8()) return 0; // those of the former depth are whole
+    if (!make_tables8()) return 0; // the tables of the old depth are intact
     built_depth = 0;
   } else {
     built_depth = 0;

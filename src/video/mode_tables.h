@@ -4,12 +4,10 @@
 
 #include <cstdint>
 
-/// Brings the tables to `depth`; does nothing when they are there already. Failed allocations are
-/// fatal; where the host's report returns, the result is 0 and the next call tries again. Otherwise
-/// 1. The tables of a former depth stay until those of the new one are there.
+/// Builds the tables for `depth`, unless they exist. 1, or 0 after a fatal report of a failed
+/// allocation; the next call tries again. The old tables stay until the new ones are complete.
 int32_t do_tables(int32_t depth);
-/// Frees what do_tables has kept of a depth that was left, so that it could go back to it without
-/// asking for memory.
+/// Frees what do_tables has kept of the old depth for going back to it.
 void forget_left_tables();
 /// Frees them all, as before the first do_tables.
 void free_tables();
