@@ -51,8 +51,10 @@ public:
     playing = this;
     host_.on_error = [](const orbhost::ErrorReport &) {};
     host_.on_fatal = [this](int32_t, const std::string &message) {
-      // A display that can't be opened is one; hosts go on.
-      if (!message.starts_with("SetVideoMode")) broken("fatal: " + message);
+      // A display that can't be opened is one; hosts go on. While nothing is up, none can be used.
+      const bool refused = message.starts_with("SetVideoMode") ||
+                           (!is_up_ && message == "Error to Create Buffer 2D Surface");
+      if (!refused) broken("fatal: " + message);
     };
     host_.on_exit = [](int32_t) {};
     host_.files().on_loss = [](const std::string &, const std::string &) {};
