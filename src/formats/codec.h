@@ -1,5 +1,4 @@
-// Picture codecs: one row per format in the order in which files are probed, and their readers and
-// writers. Pictures go through the globals of formats/image.h.
+// Picture codecs. Pictures go through the globals of formats/image.h.
 #pragma once
 
 #include "formats/image.h"
@@ -19,7 +18,7 @@ enum image_format : int32_t {
 /// name as it was.
 using image_writer = int32_t(const char *filename, int32_t parameter, const char *key);
 
-/// What a reader or writer of a format does beside what is told here stands with its functions.
+/// A picture format. What is particular to a format is documented at its functions.
 struct image_codec {
   image_format format;
   /// 1 when the file is of this format.

@@ -50,7 +50,7 @@ inline void unpack_bgra(uint32_t *to, const uint8_t *from, uint32_t count) {
   memcpy(to, from, size_t(count) * sizeof(uint32_t));
 }
 
-/// Words whose top byte means nothing.
+/// Words with an unused top byte.
 inline void unpack_bgrx(uint32_t *to, const uint8_t *from, uint32_t count) {
   for (uint32_t i = 0; i < count; i++)
     to[i] = word32(from + 4 * size_t(i)) & 0xFFFFFF;

@@ -25,7 +25,7 @@ bool open_reader(file_reader *file, const char *filename) {
     image_error = error_open;
     return false;
   }
-  // The window is the buffer; another one behind it would only cost a copy.
+  // The window is the buffer; stdio's own would cost another copy.
   setvbuf(file->file, nullptr, _IONBF, 0);
   const long size = fseek(file->file, 0, SEEK_END) == 0 ? ftell(file->file) : -1;
   if (size < 0 || fseek(file->file, 0, SEEK_SET) != 0) {
@@ -82,7 +82,7 @@ bool read_bytes(file_reader &file, void *to, uint32_t count) {
   file.at += ready;
   out += ready;
   count -= ready;
-  if (count >= file.window_size / 2) { // long enough to pass the window by
+  if (count >= file.window_size / 2) { // long reads bypass the window
     const uint32_t read = uint32_t(fread(out, 1, count, file.file));
     file.offset += read;
     file.at = file.end = 0;

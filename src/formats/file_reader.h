@@ -1,5 +1,5 @@
-// Reading of picture files through stdio: a window on the file that hands out checked pieces, so
-// that decoders work in memory, know how much can still come, and never hold the whole file.
+// Reads picture files through stdio: a window on the file that returns checked pieces, so that
+// decoders work in memory, know how much is left, and never hold the whole file.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,7 @@ struct file_reader {
   uint8_t window[window_size];
 };
 
-/// As fopen does for reading, but a pipe that nobody writes to is empty: fopen would wait for ever.
+/// fopen for reading, except that a pipe without a writer is empty instead of blocking for ever.
 FILE *open_for_reading(const char *path);
 
 /// Opens the host's real path of `filename`. False with image_error set when there is none, the
@@ -31,11 +31,11 @@ inline uint32_t bytes_left(const file_reader &file) {
 /// Moves to an offset from the start; false beyond the end.
 bool seek_reader(file_reader &file, uint32_t offset);
 
-/// Moves to an offset and hides what follows the first `size` bytes; false beyond them.
+/// Moves to an offset and ends the file after its first `size` bytes; false beyond them.
 bool limit_reader(file_reader &file, uint32_t offset, uint32_t size);
 
-/// Brings at least `count` unread bytes, up to the size of the window, into it. False when the
-/// file has fewer.
+/// Fills the window with at least `count` unread bytes, up to its size. False when the file has
+/// fewer.
 bool refill(file_reader &file, uint32_t count);
 
 /// The next `count` bytes, up to the size of the window; valid until the next call. Null when the

@@ -15,8 +15,8 @@ namespace {
 
 constexpr int most_links = 40, most_names = 100;
 
-/// Sets the folder and the name that a path leads to. Links at its end are followed, the one that
-/// leads to no file yet as well: the new file belongs beside its target, where a rename reaches it.
+/// Finds the folder and the name that a path leads to. Follows links, also one without a target
+/// yet: the new file must be beside the target, so that it can be renamed.
 bool find_place(file_writer *file, const char *filename) {
   char path[PATH_MAX];
   if (snprintf(path, sizeof path, "%s", filename) >= int(sizeof path)) return false;
@@ -38,7 +38,7 @@ bool find_place(file_writer *file, const char *filename) {
   return false;
 }
 
-/// Makes the new file in the folder, with the rights that the umask leaves. Its descriptor, or -1.
+/// Creates the new file in the folder, subject to the umask. Its descriptor, or -1.
 int create_new_file(file_writer *file, mode_t rights) {
   static uint32_t serial = 0;
   for (int i = 0; i < most_names; i++) {
@@ -50,12 +50,11 @@ int create_new_file(file_writer *file, mode_t rights) {
   return -1;
 }
 
-/// Gives the new file the rights of the old one, and its owner or at least its group where the
-/// system lets us.
+/// Gives the new file the mode of the old one, and its owner, or at least its group, if permitted.
 void keep_rights(int descriptor, const struct statx &old) {
   if (fchown(descriptor, old.stx_uid, old.stx_gid) != 0 &&
       fchown(descriptor, uid_t(-1), old.stx_gid) != 0) {
-    // Then it belongs to who saves it.
+    // It then belongs to the user who saves it.
   }
   fchmod(descriptor, old.stx_mode & 0777);
 }
@@ -66,8 +65,8 @@ bool open_new_file(file_writer *file, const char *path) {
   const bool exists = statx(AT_FDCWD, path, 0, STATX_BASIC_STATS, &old) == 0;
   if (exists ? !S_ISREG(old.stx_mode) : errno != ENOENT) return false;
   if (!find_place(file, path)) return false;
-  // Renaming asks for no right to the file itself: one that is protected stays so. A link of /proc
-  // may lead to a file that has lost its name: that one isn't in the folder.
+  // Renaming needs no right to the file itself, so check that it may be written. Links in /proc may
+  // lead to a file without a name, which isn't in the folder.
   if (exists && faccessat(file->folder, file->name, W_OK, 0) != 0) return false;
   const int descriptor = create_new_file(file, exists ? old.stx_mode & 0777 : 0666);
   if (descriptor < 0) return false;
@@ -91,9 +90,9 @@ bool open_writer(file_writer *file, const char *filename) {
   return true;
 }
 
-/// Puts the new file in the place of the old one, or takes it away when something failed.
+/// Renames the new file to the old one's name, or removes it when something failed.
 int32_t close_writer(file_writer *file) {
-  // stdio drops what it couldn't write and closes well afterwards.
+  // After a failed write, stdio may close without an error.
   if (ferror(file->file)) file->failed = true;
   if (fclose(file->file) != 0) file->failed = true;
   if (!file->failed && renameat(file->folder, file->new_name, file->folder, file->name) != 0)

@@ -4,7 +4,7 @@
 //   8-bit files: 768 bytes palette with 6-bit components, 576 bytes colour ranges
 //   graphs until the end of the file, each
 //     4    code, 1 to 999
-//     4    length, of no use: written as 0, ignored
+//     4    length: written as 0, ignored
 //     D    description, NUL-padded; D is 256, in the old layout 32
 //     M    name of its file, NUL-padded; M is 260, in the old layout 12
 //     4, 4 width, height
@@ -48,11 +48,11 @@ enum entry_result {
   entry_read,
   entry_foreign,   // not a graph's code
   entry_none,      // the end of the file
-  entry_cut_short, // a graph's code, and no whole header behind it
+  entry_cut_short, // a graph's code without a whole header
 };
 
-/// Opens the file, passes the markers and looks at the magic. False, with a fault, when there is
-/// nothing to be read.
+/// Opens the file, skips the markers and checks the magic. False, with a fault, when there is
+/// nothing to read.
 bool open_library_file(library_reader *file, const char *filename, const char *key,
                        library_fault &fault) {
   *file = {};
@@ -81,14 +81,14 @@ bool read_palette(library_reader *file) {
   return true;
 }
 
-/// Adopts the palette in an 8-bit mode: with the first graph that is there, or with the end of a
-/// file that has none. A file that can't be read doesn't change what the screen shows.
+/// Adopts the palette in an 8-bit mode: with the first graph that is read, or at the end of a file
+/// without graphs. A file that can't be read doesn't change the screen.
 void take_palette(library_reader *file) {
   if (file->adopts) adopt_palette(file->colours, file->checksum);
   file->adopts = false;
 }
 
-/// A text field of the file, whose last byte counts as NUL.
+/// A text field of the file; the last byte counts as NUL.
 void take_text(char (&text)[256], const uint8_t *field, uint32_t size) {
   const uint32_t taken = std::min<uint32_t>(size, sizeof text) - 1;
   memcpy(text, field, taken);
@@ -122,7 +122,7 @@ entry_result read_entry(library_reader *file, library_entry *entry) {
 
 /// Bytes of points and pixels behind an entry.
 uint64_t entry_size(const library_reader &file, const library_entry &entry) {
-  // Four times the product of two 32-bit sides wraps even in 64 bits; no stream holds as much.
+  // Four times the product of two 32-bit sides can wrap even in 64 bits; no stream is that long.
   const uint64_t pixels = uint64_t(entry.width) * entry.height;
   return std::min<uint64_t>(pixels, UINT32_MAX) * (file.layout->depth / 8) +
          4 * (entry.flags & stored_cpoint_mask);
@@ -201,8 +201,8 @@ int32_t read_graphs(orb_fpg *library, library_reader *file) {
     case entry_none: return 0;
     case entry_cut_short: return error_library_format;
     case entry_foreign:
-      // QUIRK: one would pass over the points and pixels of such an entry, or give up. They are
-      // taken for the next entries, intentionally: a code out of range derails the rest.
+      // QUIRK: doesn't skip the points and pixels of an entry with a foreign code, but reads them
+      // as the next entries.
       break;
     case entry_read:
       if (const int32_t error = read_graph_into(library, file, entry)) return error;
@@ -276,8 +276,7 @@ int32_t load_library_graph(const char *filename, const char *key, int32_t number
     fault = {-found};
     return -1;
   }
-  // QUIRK: one would leave the library alone when the graph isn't in the file. It exists from then
-  // on, empty, intentionally.
+  // QUIRK: the library exists from here on, empty, even when the graph isn't in the file.
   if (made) mark_library_used(number);
   return found;
 }

@@ -1,4 +1,4 @@
-// The streams of MAP and FPG files: markers, and bytes in the amounts that are asked for.
+// The streams of MAP and FPG files: markers, and checked reads and writes.
 #include "formats/map_file.h"
 
 #include <algorithm>
@@ -21,11 +21,11 @@ constexpr graph_file_layout layouts[] = {
 
 constexpr uint8_t compressed_marker[8] = {'g', 'z', '!', 0x1A, 0x0D, 0x0A, 0xFF, 0};
 constexpr uint8_t enciphered_marker[8] = {'g', 'e', '!', 0x1A, 0x0D, 0x0A, 0xFF, 0};
-/// Follows the marker through the cipher, so that readers see whether the key fits.
+/// Follows the marker, enciphered, so that readers can check the key.
 constexpr uint8_t cipher_check[16] = {'g', 'e', '!', 'e',  'n',  'c',  'r',  'y',
                                       'p', 't', '7', 0x1A, 0x0D, 0x0A, 0xFF, 0};
 
-/// Pictures below this size are allocated on the word of the file.
+/// Pictures below this size are allocated without looking for their last byte.
 constexpr uint64_t trusted_size = 1u << 20;
 
 /// Reopens the file through the host's decompressor if it starts like a compressed one, else
@@ -41,7 +41,7 @@ graph_open_result pass_compressed_marker(graph_reader *in, const char *filename,
     in->compressed = true;
     read_graph_bytes(in, bytes, 8);
   } else if (rt_file_seek(in->handle, 0, SEEK_SET) != 0) {
-    in->left = 0; // what would come is not the start of the file
+    in->left = 0; // the next bytes are not the start of the file
     return graph_opened;
   }
   in->left = INT32_MAX;
@@ -59,8 +59,7 @@ void pass_enciphered_marker(graph_reader *in, const char *key) {
   uint8_t bytes[sizeof cipher_check];
   const bool plain = read_graph_bytes(in, bytes, sizeof bytes, 1) &&
                      memcmp(bytes, cipher_check, sizeof bytes) == 0;
-  // QUIRK: one would hold the 16 bytes against every key. They are judged for the empty key only,
-  // intentionally: a wrong key loads, and shows noise.
+  // QUIRK: only an empty key is checked against the 16 bytes. With a wrong key noise is loaded.
   in->key_fits = key && (*key || plain);
   read_magic(in);
 }
@@ -128,7 +127,7 @@ bool may_hold_graph_bytes(graph_reader *in, uint64_t size) {
   if (size > uint64_t(in->left)) return false;
   if (size < trusted_size || in->compressed) return true;
   const auto last = int32_t(size - 1);
-  // A host that can't go there may still deliver.
+  // A host that can't seek may still deliver the bytes.
   if (rt_file_seek(in->handle, last, SEEK_CUR) != 0) return true;
   uint8_t byte;
   const int32_t read = rt_file_read(&byte, 1, 0, in->handle);

@@ -20,7 +20,7 @@ bool is_chunk(const jpeg_marker_struct &marker) {
          memcmp(marker.data, chunk_name, sizeof chunk_name) == 0;
 }
 
-/// Sorts the chunks by their numbers, which need not stand in order. False when they don't agree.
+/// Sorts the chunks, which may come in any order, by their numbers. False when they disagree.
 bool collect(const jpeg_marker_struct *marker, icc_chunks *found) {
   for (; marker; marker = marker->next) {
     if (!is_chunk(*marker)) continue;

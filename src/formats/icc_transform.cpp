@@ -5,7 +5,7 @@
 
 #include <lcms2_plugin.h>
 
-/// In front of every block; as large as the alignment that malloc promises.
+/// The header of every block, as large as malloc's alignment.
 struct alignas(16) icc_block {
   icc_block *next, *previous;
   uint32_t size;
@@ -13,7 +13,7 @@ struct alignas(16) icc_block {
 
 namespace {
 
-/// LittleCMS asks for more than this only where a profile lies, and then takes a null pointer.
+/// LittleCMS asks for more than this only when a profile lies, and then handles a null pointer.
 constexpr uint32_t largest_request = 512u << 20;
 
 void link_block(icc_transform *owner, icc_block *block) {
@@ -37,7 +37,7 @@ void *take(cmsContext context, cmsUInt32Number size) {
   icc_transform *const owner = owner_of(context);
   auto *const block = static_cast<icc_block *>(malloc(sizeof(icc_block) + size));
   if (!block) {
-    // A context in the making can't be left: LittleCMS has it in its list of contexts.
+    // LittleCMS cannot abort while it creates a context: it is already in its list of contexts.
     if (owner->context) give_up(owner->guard, error_out_of_memory);
     return nullptr;
   }

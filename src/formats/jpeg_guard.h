@@ -1,8 +1,8 @@
-// libjpeg without its ways to end the program and to print: errors come back by a long jump.
+// libjpeg's errors as long jumps, in place of its exits and prints.
 //
-// A codec keeps a jpeg_guard at the head of one record that stands outside the function that calls
-// setjmp. Everything that has to be freed lives in that record, and no frame that the jump crosses
-// has a destructor.
+// A codec keeps a jpeg_guard as the first member of a record outside the function that calls
+// setjmp. That record holds everything to be freed, and the jump crosses no frame with a
+// destructor.
 #pragma once
 
 #include <csetjmp>
@@ -15,10 +15,10 @@
 struct jpeg_guard {
   jpeg_error_mgr manager; // first: libjpeg's record points here
   jmp_buf jump;
-  script_error error; // why the work was given up
+  script_error error; // why the work failed
 };
 
-/// The guard of a codec at work.
+/// The guard of a working codec.
 inline jpeg_guard *guard_of(j_common_ptr codec) {
   return reinterpret_cast<jpeg_guard *>(codec->err);
 }
@@ -28,5 +28,5 @@ inline jpeg_guard *guard_of(j_common_ptr codec) {
   longjmp(guard->jump, 1);
 }
 
-/// Sets the guard up; what it gives goes into the codec's `err`. Warnings and traces go unheard.
+/// Sets the guard up; the result is for the codec's `err`. Warnings and traces are dropped.
 jpeg_error_mgr *init_guard(jpeg_guard *guard);

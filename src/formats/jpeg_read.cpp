@@ -14,8 +14,8 @@
 
 namespace {
 
-/// Progressive files come in about ten scans. More than this many only cost time: every one goes
-/// over the whole picture, however few bytes it has.
+/// Progressive files have about ten scans. Each one costs a pass over the whole picture, however
+/// few bytes it has, so there is a limit.
 constexpr int max_scans = 100;
 
 struct jpeg_reading {
@@ -27,7 +27,7 @@ struct jpeg_reading {
   picture_rows rows;
   JOCTET *profile;
   icc_transform from_cmyk;
-  /// Brings pixels as libjpeg delivers them to 0x00RRGGBB; null for grey ones.
+  /// Converts libjpeg's pixels to 0x00RRGGBB; null for grey ones.
   void (*finish_colours)(const jpeg_reading &reading, uint32_t *row, uint32_t count);
 };
 
@@ -35,8 +35,8 @@ jpeg_reading *reading_of(j_common_ptr codec) {
   return reinterpret_cast<jpeg_reading *>(guard_of(codec));
 }
 
-/// Damage that libjpeg can mend is left to it. But where the file ends early it would go on with
-/// grey for ever: a complaint after that means that pixels are missing.
+/// libjpeg repairs damage where it can. When a file ends early it would fill the rest with grey: a
+/// warning after that means that pixels are missing.
 void on_message(j_common_ptr codec, int level) {
   if (level >= 0) return; // not a warning
   jpeg_reading *reading = reading_of(codec);
@@ -44,7 +44,7 @@ void on_message(j_common_ptr codec, int level) {
   if (codec->err->msg_code == JWRN_JPEG_EOF) reading->cut_short = true;
 }
 
-/// Ends what takes too long. An arithmetic decoder doesn't even complain when its bytes run out.
+/// Ends pictures with too many scans. Arithmetic decoders don't even warn when the bytes run out.
 void on_progress(j_common_ptr codec) {
   jpeg_reading *reading = reading_of(codec);
   const bool starved = reading->cut_short && reading->info.arith_code;
@@ -58,10 +58,10 @@ bool open_jpeg(jpeg_reading *reading, const char *filename) {
   return reading->file != nullptr;
 }
 
-/// Whether the file is long enough for its picture, so that files of a few bytes can't ask for
-/// gigabytes. Every 8 x 8 block of a component takes a bit at least. Arithmetic coding gets along
-/// with much less where nothing changes; its pictures are believed up to a million blocks, 64
-/// megapixels of grey. Nothing is known of what isn't a plain file.
+/// Whether the file is long enough for its picture, so that a few bytes can't demand gigabytes.
+/// Every 8 x 8 block of a component takes at least a bit. Arithmetic coding needs far less where
+/// nothing changes, so it is believed up to a million blocks, 64 megapixels of grey. Streams
+/// without a size are always believed.
 bool long_enough(const jpeg_reading &reading) {
   const long position = ftell(reading.file);
   if (position < 0 || fseek(reading.file, 0, SEEK_END) != 0) return true;
@@ -91,15 +91,15 @@ void set_grey_palette() {
   image_has_palette = 1;
 }
 
-// ---- Colours: whole rows, in place; both kinds are four bytes a pixel
+// ---- Colours: whole rows, in place, four bytes a pixel
 
-/// libjpeg leaves the byte beside the colour to chance.
+/// libjpeg leaves the fourth byte undefined.
 void keep_colours(const jpeg_reading &, uint32_t *row, uint32_t count) {
   for (uint32_t i = 0; i < count; i++)
     row[i] &= 0xFFFFFF;
 }
 
-/// A transform looks at no neighbours: a row at a time gives what the whole picture would.
+/// A transform is pixel by pixel, so it can work row by row.
 void convert_cmyk_by_profile(const jpeg_reading &reading, uint32_t *row, uint32_t count) {
   cmsDoTransform(reading.from_cmyk.transform, row, row, count);
   keep_colours(reading, row, count);
@@ -110,8 +110,8 @@ constexpr uint32_t multiply(uint32_t a, uint32_t b) {
   return (a * b + 127) / 255;
 }
 
-/// The samples are inverted, as the programs that write such files leave them: 255 is no ink. Each
-/// colour is then what its ink lets through, times what black lets through.
+/// The samples are inverted, as usual in such files: 255 is no ink. A colour is the light that its
+/// ink transmits, times the light that black transmits.
 void convert_cmyk(const jpeg_reading &, uint32_t *row, uint32_t count) {
   for (uint32_t i = 0; i < count; i++) {
     const uint32_t cmyk = row[i], black = cmyk >> 24;
@@ -120,7 +120,7 @@ void convert_cmyk(const jpeg_reading &, uint32_t *row, uint32_t count) {
   }
 }
 
-/// Makes the transform from the picture's own profile to sRGB, if it brings one that is for CMYK.
+/// Creates the transform from the picture's profile to sRGB, if it has a CMYK profile.
 void make_transform(jpeg_reading *reading) {
   uint32_t size = 0;
   const int32_t found = jpeg_icc_read_profile(&reading->info, &reading->profile, &size);
@@ -130,7 +130,7 @@ void make_transform(jpeg_reading *reading) {
 
 // ---- Pixels
 
-/// Says what libjpeg is to deliver: grey bytes, or four bytes a pixel and how to finish them.
+/// Chooses libjpeg's output: grey bytes, or four bytes a pixel and how to convert them.
 void choose_output(jpeg_reading *reading) {
   jpeg_decompress_struct &info = reading->info;
   switch (info.num_components) {
@@ -176,21 +176,21 @@ void read_picture(jpeg_reading *reading) {
   if (grey) set_grey_palette();
 
   jpeg_start_decompress(&reading->info);
-  // All scans have been read by now; without the end nobody knows how many more there were.
+  // All scans have been read; without the end marker more may have been lost.
   if (reading->cut_short && jpeg_has_multiple_scans(&reading->info))
     give_up(&reading->guard, error_format);
   read_rows(reading);
   jpeg_finish_decompress(&reading->info);
 }
 
-/// Grey pictures have the ramp of greys for a palette, others none.
+/// Grey pictures get a palette of greys, others none.
 void read_palette(jpeg_reading *reading) {
   read_header(reading);
   if (reading->info.num_components != 1) give_up(&reading->guard, error_format);
   set_grey_palette();
 }
 
-/// Runs `work`; false when libjpeg or the work itself gave up.
+/// Runs `work`; false when libjpeg or `work` failed.
 bool guarded(jpeg_reading *reading, void (*work)(jpeg_reading *)) {
   if (setjmp(reading->guard.jump)) return false;
   work(reading);

@@ -30,7 +30,7 @@ void set_parameters(jpeg_writing *writing) {
   if (writing->quality >= 0) jpeg_set_quality(&info, writing->quality, TRUE);
 }
 
-/// 32-bit rows are compressed where they are; the byte beside the colour is passed over.
+/// 32-bit rows are compressed in place; their top byte is skipped.
 void write_rows(jpeg_writing *writing, uint8_t *pixels) {
   const size_t pitch = size_t(image_w) * 4;
   JSAMPROW rows[band_height];
