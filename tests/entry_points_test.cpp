@@ -117,15 +117,15 @@ struct EntryPoints : testing::Test {
 
 /// A whole program, with both sets of vector routines, sees the same whatever the stack.
 TEST_F(EntryPoints, TourWithAnyStack) {
-  diary aligned;
+  trace aligned;
   for (const instruction_set highest : {instruction_set::sse2, instruction_set::avx2})
     for (const uint32_t below : {0u, 4u, 8u, 12u}) {
       SCOPED_TRACE(std::to_string(below));
       mask_instruction_sets(highest);
       misalignment = below;
-      quiet_host host(misaligned_entry);
+      null_host host(misaligned_entry);
       host.init();
-      const diary seen = tour(host);
+      const trace seen = tour(host);
       if (aligned.pictures.empty())
         aligned = seen;
       else
@@ -139,7 +139,7 @@ TEST_F(EntryPoints, EveryFunctionWithAnyStack) {
   for (const uint32_t below : {4u, 8u, 12u})
     for (const int32_t depth : fuzz::depths) {
       misalignment = below;
-      quiet_host host(misaligned_entry);
+      null_host host(misaligned_entry);
       host.init();
       host.call("mode_set", {64, 48, depth});
       fuzz::make_world(host, depth, [&](int32_t type) { return host.spawn(type); });

@@ -14,10 +14,10 @@
 #include "module/module.h"
 
 /// A host with the world's files, whose reports are nobody's business.
-struct quiet_host : orbhost::Host {
+struct null_host : orbhost::Host {
   std::vector<std::string> fatals, boxes;
 
-  explicit quiet_host(orb_main_library_exports *entry = ORB_mod_graphics2D_MainLibraryExports) {
+  explicit null_host(orb_main_library_exports *entry = ORB_mod_graphics2D_MainLibraryExports) {
     on_error = [](const orbhost::ErrorReport &) {};
     on_fatal = [this](int32_t, const std::string &text) { fatals.push_back(text); };
     on_exit = [](int32_t) {};
@@ -31,19 +31,19 @@ struct quiet_host : orbhost::Host {
     };
     attach(entry);
   }
-  ~quiet_host() {
+  ~null_host() {
     release();
     fuzz::world_folder().restore();
   }
 };
 
 /// What a program sees of its calls and pictures.
-struct diary {
+struct trace {
   std::vector<int32_t> results, files, processes;
   std::vector<uint32_t> pictures;
 };
 
-inline void expect_same(const diary &seen, const diary &expected) {
+inline void expect_same(const trace &seen, const trace &expected) {
   EXPECT_EQ(seen.results, expected.results);
   EXPECT_EQ(seen.files, expected.files);
   EXPECT_EQ(seen.processes, expected.processes);
@@ -51,8 +51,8 @@ inline void expect_same(const diary &seen, const diary &expected) {
 }
 
 /// Something of everything that asks the host for anything, at every depth.
-inline diary tour(orbhost::Host &host) {
-  diary seen;
+inline trace tour(orbhost::Host &host) {
+  trace seen;
   const char *const none = nullptr;
   int32_t memory[4]{};
   const auto frames = [&](int count) {

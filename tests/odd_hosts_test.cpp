@@ -25,8 +25,8 @@ struct OddHosts : testing::Test {
   OddHosts() { fuzz::world_folder(); } // which is made by a host of its own
 };
 
-diary tour_of(const std::function<void(quiet_host &)> &change) {
-  quiet_host host;
+trace tour_of(const std::function<void(null_host &)> &change) {
+  null_host host;
   change(host);
   host.init();
   return tour(host);
@@ -38,12 +38,12 @@ diary tour_of(const std::function<void(quiet_host &)> &change) {
 /// functions on files, 'p' of those on processes, and pictures with either; else nothing.
 struct pointer {
   const char *name;
-  void *(*place)(quiet_host &host);
+  void *(*place)(null_host &host);
   char changes;
 };
 // clang-format off
 #define POINTER(member, changes) \
-  {#member, [](quiet_host &host) -> void * { return &host.member; }, changes}
+  {#member, [](null_host &host) -> void * { return &host.member; }, changes}
 // clang-format on
 const pointer pointers[] = {
     POINTER(device_system.full_screen, 0),
@@ -85,10 +85,10 @@ void set_null(void *place) {
 }
 
 TEST_F(OddHosts, EachPointerNull) {
-  const diary whole = tour_of([](quiet_host &) {});
+  const trace whole = tour_of([](null_host &) {});
   for (const pointer &missing : pointers) {
     SCOPED_TRACE(missing.name);
-    const diary seen = tour_of([&](quiet_host &host) { set_null(missing.place(host)); });
+    const trace seen = tour_of([&](null_host &host) { set_null(missing.place(host)); });
     EXPECT_EQ(seen.results, whole.results);
     if (missing.changes != 'f') EXPECT_EQ(seen.files, whole.files);
     if (missing.changes != 'p') EXPECT_EQ(seen.processes, whole.processes);
@@ -101,7 +101,7 @@ TEST_F(OddHosts, AllPointersNull) {
     return std::ranges::all_of(results, [](int32_t r) { return r == script_failure || r == 0; });
   };
   for (const bool record : {true, false}) {
-    const diary seen = tour_of([&](quiet_host &host) {
+    const trace seen = tour_of([&](null_host &host) {
       for (const pointer &missing : pointers)
         set_null(missing.place(host));
       if (!record) host.runtime.rt_device_system = nullptr;
@@ -114,19 +114,19 @@ TEST_F(OddHosts, AllPointersNull) {
 /// A full-screen flag that the last host had says nothing of this one.
 TEST_F(OddHosts, NoFullScreenFlag) {
   {
-    quiet_host host;
+    null_host host;
     host.full_screen = 1;
     host.init();
     EXPECT_EQ(full_screen, 1);
   }
-  quiet_host host;
+  null_host host;
   host.device_system.full_screen = nullptr;
   host.init();
   EXPECT_EQ(full_screen, 0);
 }
 
 TEST_F(OddHosts, NullTexts) {
-  quiet_host host;
+  null_host host;
   static std::vector<std::string> boxes;
   boxes.clear();
   host.window_services.message_box = [](const char *text, const char *title) {
@@ -160,14 +160,14 @@ int32_t write_piece(const void *from, int32_t size, int32_t count, int32_t ciphe
 /// However small the pieces in which bytes are moved, they are the same bytes.
 TEST_F(OddHosts, StreamsInPieces) {
   const auto by_pieces_of = [](int32_t size) {
-    return tour_of([=](quiet_host &host) {
+    return tour_of([=](null_host &host) {
       honest = host.file_services;
       largest_piece = size;
       host.file_services.read = read_piece;
       host.file_services.write = write_piece;
     });
   };
-  const diary whole = by_pieces_of(INT32_MAX);
+  const trace whole = by_pieces_of(INT32_MAX);
   for (const int32_t size : {1, 7, 1000}) {
     SCOPED_TRACE(size);
     expect_same(by_pieces_of(size), whole);
@@ -233,11 +233,11 @@ const struct {
 };
 
 TEST_F(OddHosts, LyingStreams) {
-  const diary whole = tour_of([](quiet_host &) {});
+  const trace whole = tour_of([](null_host &) {});
   for (const auto &liar : lies) {
     SCOPED_TRACE(liar.name);
     empty_reads = 0;
-    const diary seen = tour_of([&](quiet_host &host) {
+    const trace seen = tour_of([&](null_host &host) {
       honest = host.file_services;
       liar.lie(host.file_services);
     });
@@ -253,7 +253,7 @@ TEST_F(OddHosts, EndlessStreams) {
   static bool again;
   for (const bool repeats : {false, true}) {
     again = repeats;
-    quiet_host host;
+    null_host host;
     honest = host.file_services;
     host.file_services.read = [](void *to, int32_t size, int32_t count, int32_t cipher,
                                  void *stream) -> int32_t {
@@ -290,7 +290,7 @@ constexpr int32_t extremes[] = {INT_MIN, INT_MIN + 1, -1000000, -1, 0, 1, 320, 1
 TEST_F(OddHosts, DesktopsOfAnySize) {
   for (const int32_t width : extremes)
     for (const int32_t height : {INT_MIN, 0, 200, INT_MAX}) {
-      quiet_host host;
+      null_host host;
       host.device_system.desktop_width = width;
       host.device_system.desktop_height = height;
       host.frame_rate = width;
@@ -310,7 +310,7 @@ TEST_F(OddHosts, DesktopsOfAnySize) {
 /// Positions of the mouse, of scrolls and of processes that no screen has.
 TEST_F(OddHosts, PlacesOfAnySize) {
   static int32_t scroll_x, scroll_y;
-  quiet_host host;
+  null_host host;
   host.scroll_services.offset = [](int32_t, int32_t, int32_t *x, int32_t *y) {
     *x = scroll_x;
     *y = scroll_y;
@@ -347,9 +347,9 @@ TEST_F(OddHosts, PlacesOfAnySize) {
 /// dead, and a process that ends while others look for what they touch.
 TEST_F(OddHosts, ProcessesOfAllKinds) {
   static orb_process_node nodes[6];
-  static quiet_host *serving;
+  static null_host *serving;
   static orb_process *victim, *asking;
-  quiet_host host;
+  null_host host;
   serving = &host;
   host.process_services.proc_first = [](int32_t) { return nodes; };
   host.process_services.proc_exists = [](int32_t) { return 1; };
@@ -403,7 +403,7 @@ TEST_F(OddHosts, ProcessesOfAllKinds) {
 
 /// All globals in the same place.
 TEST_F(OddHosts, GlobalsOverEachOther) {
-  quiet_host host;
+  null_host host;
   static std::vector<int32_t> memory;
   memory.assign(1024, 7);
   host.runtime.rt_globals = reinterpret_cast<uint8_t *>(memory.data());
@@ -415,7 +415,7 @@ TEST_F(OddHosts, GlobalsOverEachOther) {
 
 /// Hooks in any order. What a program sees between init and release is the same.
 TEST_F(OddHosts, HooksInAnyOrder) {
-  const diary whole = tour_of([](quiet_host &) {});
+  const trace whole = tour_of([](null_host &) {});
   const auto hook = [](char kind) {
     if (kind == 'i') ORB_mod_graphics2D_init();
     if (kind == 'f') ORB_mod_graphics2D_frame();
@@ -423,7 +423,7 @@ TEST_F(OddHosts, HooksInAnyOrder) {
   };
   for (const char *before : {"", "f", "r", "rr", "ifr", "i", "ii", "iffif", "irr", "irff"}) {
     SCOPED_TRACE(before);
-    quiet_host host;
+    null_host host;
     setenv("SDL_VIDEODRIVER", "dummy", 1);
     for (const char *kind = before; *kind; ++kind)
       hook(*kind);
@@ -440,7 +440,7 @@ TEST_F(OddHosts, HooksInAnyOrder) {
 /// next init is what always comes. In a module of its own, as it is when it is loaded; the one that
 /// this program is linked with has had other lives.
 TEST_F(OddHosts, CallsOutOfTurn) {
-  const diary whole = tour_of([](quiet_host &) {});
+  const trace whole = tour_of([](null_host &) {});
   void *const library =
       dlopen(ORB_BINARY_DIR "/lib/libORB_mod_graphics2D.so.1", RTLD_NOW | RTLD_LOCAL);
   ASSERT_TRUE(library) << dlerror();
@@ -448,7 +448,7 @@ TEST_F(OddHosts, CallsOutOfTurn) {
       reinterpret_cast<orb_main_library_exports *>(dlsym(library, ORB_MAIN_LIBRARY_EXPORTS));
   ASSERT_TRUE(entry);
   std::mt19937 random(3);
-  const auto call_everything = [&random](quiet_host &host) {
+  const auto call_everything = [&random](null_host &host) {
     host.call("region_define", {1, 0, 0, 9, 9}); // with a region, there is something to draw in
     host.call("draw_new", {1, 0, 1, 1, 0, 0, 5, 5});
     std::vector<int32_t> memory(fuzz::script_memory_words);
@@ -464,7 +464,7 @@ TEST_F(OddHosts, CallsOutOfTurn) {
       }
   };
   for (int life = 0; life < 2; ++life) {
-    quiet_host host(entry);
+    null_host host(entry);
     call_everything(host);
     EXPECT_EQ(host.screen(), nullptr);
     host.init();
@@ -483,7 +483,7 @@ TEST_F(OddHosts, CallsOutOfTurn) {
 /// A host that is told something may draw a frame, paint the window or call a function. While the
 /// mode changes there is nothing to draw on.
 TEST_F(OddHosts, HostsThatCallBack) {
-  static quiet_host *serving;
+  static null_host *serving;
   static bool inside;
   static int calls, dropped;
   static void (*call_back)();
@@ -506,7 +506,7 @@ TEST_F(OddHosts, HostsThatCallBack) {
                              }};
   for (const auto back : backs) {
     call_back = back;
-    quiet_host host;
+    null_host host;
     host.video_hooks.mode_change = [](int32_t) { serve(); };
     host.window_services.show_window = [](int32_t) { serve(); };
     host.window_services.move_window = [](int32_t, int32_t) { serve(); };

@@ -16,7 +16,7 @@ constexpr int32_t white = -1;
 struct StaleGraphs : testing::Test {
   static void SetUpTestSuite() { fuzz::world_folder(); } // which a host of its own makes
 
-  quiet_host host;
+  null_host host;
 
   StaleGraphs() {
     host.init();
