@@ -5,6 +5,7 @@
 #include "collision/picture.h"
 #include "collision/polygon.h"
 #include "surface/screen.h"
+#include "surface/surface.h"
 
 __ORBBlit2D__ proc, scan;
 
@@ -29,9 +30,9 @@ int32_t compare_pictures() {
   const int32_t y0 = std::max(a.y0, b.y0), y1 = std::min(a.y1, b.y1);
   if (x0 > x1 || y0 > y1) return 0;
   // Sides above this are beyond what a surface has; so is the difference of far corners.
-  constexpr int64_t max_side = 65535;
   const int64_t w = int64_t(x1) - x0 + 1, h = int64_t(y1) - y0 + 1;
-  if (w > max_side || h > max_side || !fit_collision_surfaces(int32_t(w), int32_t(h))) return 0;
+  if (w > largest_side || h > largest_side || !fit_collision_surfaces(int32_t(w), int32_t(h)))
+    return 0;
   draw_picture(proc, x0, y0, proc_surface);
   draw_picture(scan, x0, y0, scan_surface);
   proc_alpha = proc.src->alpha_channel != 0;

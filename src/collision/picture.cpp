@@ -21,7 +21,7 @@ bool is_library(int32_t file, picture_fault *fault) {
 /// The slot's surface in a library that is one, null for an empty slot and for a number
 /// out of range.
 __ORBSurface2D__ *find_surface(int32_t file, int32_t graph, picture_fault *fault) {
-  if (graph < 1 || graph >= (file ? graphs_per_library : max_map)) {
+  if (graph < 1 || graph >= graph_bound(file)) {
     if (fault) *fault = {error_graph, graph};
     return nullptr;
   }

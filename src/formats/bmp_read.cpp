@@ -7,6 +7,7 @@
 #include "formats/file_pixels.h"
 #include "formats/file_reader.h"
 #include "formats/picture_rows.h"
+#include "surface/surface.h"
 
 namespace {
 
@@ -370,7 +371,8 @@ bool load_indices(file_reader &file, const bmp_header &header, picture_rows *pic
 bool load(file_reader &file) {
   bmp_header header{};
   if (!read_header(file, &header)) return false;
-  if (header.w < 1 || header.w > 65535 || header.h < 1 || header.h > 65535) return false;
+  if (header.w < 1 || header.w > largest_side || header.h < 1 || header.h > largest_side)
+    return false;
   const bool indices = header.bits <= 8;
   if (indices && !read_palette(file, header)) return false;
   if (!seek_reader(file, header.pixels_offset)) return false;

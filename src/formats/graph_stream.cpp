@@ -149,7 +149,8 @@ graph_read_result read_cpoints(graph_reader *in, uint32_t count, cpoint_record *
   if (!points) return graph_no_memory;
   *defined = 0;
   for (uint32_t i = 0; i < count; i++) {
-    points[i] = {stored[i][0], stored[i][1], stored[i][0] < no_cpoint};
+    // A point is missing by its x; its y may be anything, and is kept.
+    points[i] = {stored[i][0], stored[i][1], stored[i][0] < unset_coordinate};
     *defined += int32_t(points[i].defined);
   }
   *out = points;

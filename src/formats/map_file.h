@@ -26,8 +26,6 @@ void make_graph_magic(uint8_t (&magic)[8], const char (&letters)[4], int32_t dep
 
 /// In the control-point word of a graph: the number of records, and a flag.
 inline constexpr uint32_t stored_cpoint_mask = 0xFFF, stored_alpha_flag = 0x1000;
-/// An x that stands for a missing point. y may be anything then, and is kept.
-inline constexpr uint32_t no_cpoint = 65535;
 
 // ---- Reading -----------------------------------------------------------------------------------
 
@@ -93,7 +91,7 @@ uint32_t stored_cpoints(const __ORBSurface2D__ &surface);
 uint32_t cpoint_word(const __ORBSurface2D__ &surface);
 /// Packs x and y of each record to 4 bytes; returns their bytes.
 /// QUIRK: undefined points are written with their coordinates. Deleted points and gaps hold
-/// no_cpoint and are read back as missing; point 0 holds the centre and is read back as defined.
+/// unset_coordinate and are read back as missing; point 0 holds the centre and is read back as defined.
 uint32_t pack_cpoints(const __ORBSurface2D__ &surface, uint8_t *to);
 
 // ---- Single graphs -----------------------------------------------------------------------------

@@ -7,6 +7,7 @@
 #include "formats/file_reader.h"
 #include "formats/picture_rows.h"
 #include "surface/screen.h"
+#include "surface/surface.h"
 
 namespace {
 
@@ -25,7 +26,7 @@ bool read_header(file_reader &file, pcx_header *header) {
   if (!bytes || bytes[0] != 10 || bytes[1] != 5 || bytes[2] != 1 || bytes[3] != 8) return false;
   const int32_t w = word16(bytes + 8) - word16(bytes + 4) + 1;
   const int32_t h = word16(bytes + 10) - word16(bytes + 6) + 1;
-  if (w < 1 || w > 65535 || h < 1 || h > 65535) return false;
+  if (w < 1 || w > largest_side || h < 1 || h > largest_side) return false;
   *header = {uint32_t(w), uint32_t(h), bytes[65], word16(bytes + 66)};
   return (header->planes == 1 || header->planes == 3) && header->line >= header->w;
 }

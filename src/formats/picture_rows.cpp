@@ -9,7 +9,7 @@
 /// Allocates the pixels and describes them in the globals.
 static bool begin_picture(picture_rows *picture, uint32_t w, uint32_t h, int32_t depth) {
   image_error = error_format;
-  if (w < 1 || w > 65535 || h < 1 || h > 65535) return false;
+  if (w < 1 || w > largest_side || h < 1 || h > largest_side) return false;
   image_error = error_out_of_memory;
   const uint64_t size = uint64_t(w) * h * uint32_t(depth / 8);
   if (size > max_picture_size) return false;

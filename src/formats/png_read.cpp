@@ -19,7 +19,6 @@
 namespace {
 
 constexpr size_t signature_size = 8;
-constexpr uint32_t max_side = 65535;
 /// The most that libpng may allocate for one chunk; we keep neither texts nor profiles.
 constexpr uint32_t max_chunk_memory = 8u << 20;
 
@@ -69,7 +68,7 @@ void read_header(png_reading *reading) {
   png_infop info = reading->info;
   png_init_io(png, reading->file);
   png_set_sig_bytes(png, signature_size);
-  png_set_user_limits(png, max_side, max_side);
+  png_set_user_limits(png, largest_side, largest_side);
   png_set_chunk_malloc_max(png, max_chunk_memory);
   // Texts, profiles, gamma and the like don't affect the pixels: skip them.
   png_set_keep_unknown_chunks(png, PNG_HANDLE_CHUNK_NEVER, nullptr, -1);

@@ -12,7 +12,7 @@ namespace {
 /// The graph a process shows, or null when it shows none. Sets `max_graph`.
 __ORBSurface2D__ *source_of(const orb_locals &locals) {
   const int32_t file = locals.file, graph = locals.graph;
-  max_graph = file ? graphs_per_library : max_map;
+  max_graph = graph_bound(file);
   if (graph < 1 || graph >= max_graph) return nullptr;
   const orb_fpg &library = fpg[file];
   if (!library.map_count || !library.slots) return nullptr;

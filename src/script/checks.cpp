@@ -5,7 +5,7 @@
 #include "surface/screen.h"
 
 bool check_graph_numbers(const script_call &call, int32_t file, int32_t graph, int32_t position) {
-  max_graph = file ? graphs_per_library : max_map;
+  max_graph = graph_bound(file);
   if (file < 0 || file >= max_fpg) {
     call.bad(error_file, position, file);
     return false;

@@ -51,10 +51,6 @@ struct reported_places {
   int32_t unloaded_destination = 2;
 };
 
-int32_t graph_bound(int32_t file) {
-  return file ? graphs_per_library : max_map;
-}
-
 bool is_library(int32_t file) {
   return file >= 0 && file < max_fpg;
 }

@@ -12,11 +12,6 @@ uint8_t forced_palette_map[256];
 
 namespace {
 
-/// |value|, for every value.
-constexpr uint32_t magnitude(int32_t value) {
-  return value < 0 ? 0u - uint32_t(value) : uint32_t(value);
-}
-
 /// Over the components without their lowest bits.
 template <int32_t dropped_bits> uint32_t checksum(const __ORBPalette2D__ *of) {
   uint32_t crc = 0;
@@ -35,7 +30,7 @@ void mark_palette_changed() {
 
 int32_t set_color(uint8_t index, int32_t r, int32_t g, int32_t b) {
   if (!palette) return 1;
-  const auto scaled = [](int32_t c) { return uint8_t((magnitude(c) & 63) * 4); };
+  const auto scaled = [](int32_t c) { return uint8_t((llabs(c) & 63) * 4); };
   palette->colours[index] = {scaled(r), scaled(g), scaled(b)};
   mark_palette_changed();
   return 1;
@@ -43,7 +38,7 @@ int32_t set_color(uint8_t index, int32_t r, int32_t g, int32_t b) {
 
 int32_t find_color(int32_t r, int32_t g, int32_t b) {
   // QUIRK: 64 and more would naturally be clamped to 63. They wrap, intentionally: 64 is 0.
-  const auto scaled = [](int32_t c) { return int32_t(magnitude(c) * 4 & 255); };
+  const auto scaled = [](int32_t c) { return int32_t(llabs(c) * 4 & 255); };
   last_found_colour = palette ? find_nearest(palette, scaled(r), scaled(g), scaled(b)) : 0;
   return last_found_colour;
 }

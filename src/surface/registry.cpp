@@ -134,7 +134,7 @@ orb_fpg *GetFPG(int32_t file) {
 }
 
 orb_map_slot *GetMAP(int32_t file, int32_t graph) {
-  max_graph = file ? graphs_per_library : max_map;
+  max_graph = graph_bound(file);
   if (file < 0 || file >= max_fpg || graph < 0 || graph >= max_graph) return nullptr;
   const orb_fpg &library = fpg[file];
   if ((file && !library.in_use) || !library.slots) return nullptr;

@@ -73,7 +73,6 @@ void ORBGI2D_Internal_DelGFXSurfaceOnList(__ORBSurface2D__ *surface) {
 
 namespace {
 
-constexpr int32_t largest_side = 65535;
 constexpr uint64_t largest_buffer = 0x7FFFFFE0; // bytes: with its alignment, what malloc may give
 
 bool is_depth(int32_t depth) {

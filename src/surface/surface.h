@@ -5,6 +5,9 @@
 
 #include "orb/graphics2d.h"
 
+/// Of a surface, in pixels.
+inline constexpr int32_t largest_side = 65535;
+
 struct orb_surface_list {
   uint32_t count;
   __ORBSurface2D__ *head, *tail;
@@ -16,6 +19,10 @@ extern orb_surface_list *gfxsurfaces;
 /// to tell. The owner of the requests sets it (blit/blit_list.cpp), so that none of them is left
 /// with a surface that is gone.
 extern void (*surface_goes)(const __ORBSurface2D__ *surface);
+
+/// The coordinate of a control point that has none, in its low 16 bits; the pivot's stands for the
+/// middle.
+inline constexpr uint32_t unset_coordinate = 65535;
 
 /// What `cpoints` of a surface points at: cpoint_last + 1 of these, point 0 first.
 struct cpoint_record {
