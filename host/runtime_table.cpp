@@ -178,25 +178,28 @@ void *file_open(const char *name, std::int32_t mode, std::int32_t /*one*/,
                 const char *key) noexcept {
   return active->files().open(name, mode, key);
 }
-std::int32_t file_read(void *buffer, std::int32_t size, std::int32_t count, std::int32_t cipher,
-                       void *handle) noexcept {
+/// Moves items through `move(stream, bytes)`; how many were moved whole, 0 for a bad argument.
+template <typename Move>
+std::int32_t move_items(const void *buffer, std::int32_t size, std::int32_t count, void *handle,
+                        Move move) noexcept {
   Stream *stream = active->files().find(handle);
   if (!stream || !buffer || size <= 0 || count <= 0) return 0;
   const auto item = static_cast<std::size_t>(size);
   const std::uint64_t bytes = std::uint64_t{item} * static_cast<std::size_t>(count);
   if (bytes > INT32_MAX) return 0;
-  return static_cast<std::int32_t>(
-      stream->read(buffer, static_cast<std::size_t>(bytes), cipher != 0) / item);
+  return static_cast<std::int32_t>(move(*stream, static_cast<std::size_t>(bytes)) / item);
+}
+std::int32_t file_read(void *buffer, std::int32_t size, std::int32_t count, std::int32_t cipher,
+                       void *handle) noexcept {
+  return move_items(buffer, size, count, handle, [=](Stream &stream, std::size_t bytes) {
+    return stream.read(buffer, bytes, cipher != 0);
+  });
 }
 std::int32_t file_write(const void *buffer, std::int32_t size, std::int32_t count,
                         std::int32_t cipher, void *handle) noexcept {
-  Stream *stream = active->files().find(handle);
-  if (!stream || !buffer || size <= 0 || count <= 0) return 0;
-  const auto item = static_cast<std::size_t>(size);
-  const std::uint64_t bytes = std::uint64_t{item} * static_cast<std::size_t>(count);
-  if (bytes > INT32_MAX) return 0;
-  return static_cast<std::int32_t>(
-      stream->write(buffer, static_cast<std::size_t>(bytes), cipher != 0) / item);
+  return move_items(buffer, size, count, handle, [=](Stream &stream, std::size_t bytes) {
+    return stream.write(buffer, bytes, cipher != 0);
+  });
 }
 std::int32_t file_seek(void *handle, std::int32_t offset, std::int32_t whence) noexcept {
   Stream *stream = active->files().find(handle);
