@@ -4,6 +4,8 @@
 #include <cmath>
 #include <numbers>
 
+#include "surface/surface.h"
+
 namespace {
 
 struct point {
@@ -161,7 +163,7 @@ void calculate_corners_rotscaleshear(__ORBSurface2D__ *surface, int32_t x, int32
 
   const auto present = [&](char letter) {
     if (letter == 's') return size_x != 100 || size_y != 100;
-    return letter == 'h' ? shear_x != 0 || shear_y != 0 : angle % 360000 != 0;
+    return letter == 'h' ? shear_x != 0 || shear_y != 0 : angle % full_turn != 0;
   };
   char last = 0;
   for (int i = 0; i < 3; ++i)
@@ -188,7 +190,7 @@ void calculate_corners_rotscaleshear(__ORBSurface2D__ *surface, int32_t x, int32
 void calculate_corners(__ORBSurface2D__ *surface, int32_t x, int32_t y, int32_t size_x,
                        int32_t size_y, int32_t shear_x, int32_t shear_y, int32_t angle,
                        int32_t tfmorder, int32_t flags, __FPoint__ corners[4]) {
-  const int32_t turned = angle % 360000;
+  const int32_t turned = angle % full_turn;
   const bool sheared = shear_x != 0 || shear_y != 0;
   if (turned == 0 && !sheared) {
     float x0, y0, x1, y1;
@@ -216,7 +218,7 @@ __Vertex__ calculate_point(__ORBSurface2D__ *surface, int32_t px, int32_t py, in
                            int32_t size_x, int32_t size_y, int32_t shear_x, int32_t shear_y,
                            int32_t angle, int32_t tfmorder, int32_t flags) {
   const blit_pivot pivot = take_pivot(surface);
-  const rotation r = rotation_by(angle % 360000);
+  const rotation r = rotation_by(angle % full_turn);
   const shear h = shear_by(shear_x, shear_y);
   const scaling s = scaling_by(size_x, size_y);
   point p{double(px) - pivot.x, double(py) - pivot.y};
@@ -248,10 +250,9 @@ blit_pivot take_pivot(__ORBSurface2D__ *surface) {
     surface->pivot_override = 0;
     return {int32_t(surface->pivot_x), int32_t(surface->pivot_y), true};
   }
-  constexpr uint32_t unset = 65535;
   const uint32_t *centre = surface->cpoints;
-  const bool middle_x = !centre || (centre[0] & 0xFFFF) == unset;
-  const bool middle_y = !centre || (centre[1] & 0xFFFF) == unset;
+  const bool middle_x = !centre || (centre[0] & 0xFFFF) == unset_coordinate;
+  const bool middle_y = !centre || (centre[1] & 0xFFFF) == unset_coordinate;
   return {int32_t(middle_x ? surface->width >> 1 : centre[0]),
           int32_t(middle_y ? surface->height >> 1 : centre[1]), false};
 }

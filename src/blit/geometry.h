@@ -8,6 +8,9 @@
 
 #include "orb/graphics2d.h"
 
+/// In thousandths of a degree.
+inline constexpr int32_t full_turn = 360000;
+
 struct __FPoint__ {
   float x, y;
 };

@@ -2,7 +2,7 @@
 
 #include "blit/blit.h"
 #include "blit/effects.h"
-#include "blit/process_transform.h"
+#include "blit/request.h"
 #include "boundary/errors.h"
 #include "boundary/records.h"
 #include "surface/registry.h"
@@ -27,17 +27,6 @@ __ORBSurface2D__ *find_surface(int32_t file, int32_t graph, picture_fault *fault
   }
   const orb_map_slot *slots = fpg[file].slots;
   return slots ? slots[graph].surface : nullptr;
-}
-
-/// A request for the whole picture at natural size.
-void start_request(__ORBBlit2D__ &request, __ORBSurface2D__ *surface, int32_t x, int32_t y) {
-  request = {};
-  request.src = surface;
-  request.x = x;
-  request.y = y;
-  request.size = request.size_x = request.size_y = 100;
-  request.alpha = 255;
-  request.region = -1;
 }
 
 bool is_plain(const __ORBBlit2D__ &r) {
@@ -78,19 +67,12 @@ bool process_picture(const orb_process *process, __ORBBlit2D__ &request, picture
     shown.x /= shown.resolution;
     shown.y /= shown.resolution;
   }
-  start_request(request, surface, shown.x, shown.y);
-  request.angle = shown.angle % full_turn;
-  if (shown.size == 100) {
-    request.size_x = shown.size_x;
-    request.size_y = shown.size_y;
-  } else {
-    request.size_x = request.size_y = shown.size;
-  }
-  request.shear_x = shown.shear_x;
-  request.shear_y = shown.shear_y;
+  if (shown.size != 100) shown.size_x = shown.size_y = shown.size;
+  shown.size = 100;
+  if (shown.tfmorder < tfm_hsr || shown.tfmorder > tfm_rsh) shown.tfmorder = tfm_hsr;
+  request = blank_request(surface, nullptr, shown.x, shown.y);
+  set_transform(request, shown);
   request.flags = shown.flags;
-  const bool known = shown.tfmorder >= tfm_hsr && shown.tfmorder <= tfm_rsh;
-  request.tfmorder = known ? shown.tfmorder : int32_t(tfm_hsr);
   return true;
 }
 
@@ -109,7 +91,7 @@ bool graph_picture(int32_t file, int32_t graph, int32_t x, int32_t y, __ORBBlit2
   if (!is_library(file, fault)) return false;
   __ORBSurface2D__ *const surface = find_surface(file, graph, fault);
   if (!surface) return false;
-  start_request(request, surface, x, y);
+  request = blank_request(surface, nullptr, x, y);
   return true;
 }
 
@@ -157,9 +139,5 @@ void draw_picture(const __ORBBlit2D__ &picture, int32_t x, int32_t y, __ORBSurfa
   if ((request.flags & key_mode_flags) == ghost_flag) request.flags -= ghost_flag;
   request.fxmode = fx_src;
   request.dst = onto;
-  const bool scaled = request.size_x != 100 || request.size_y != 100;
-  const bool sheared = request.shear_x != 0 || request.shear_y != 0;
-  keep_override(request.src, [&] {
-    blit_window(choose_blit_operation(request.angle != 0, scaled, sheared), &request, x, y);
-  });
+  keep_override(request.src, [&] { blit_window(choose_blit_operation(request), &request, x, y); });
 }

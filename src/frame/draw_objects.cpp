@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "blit/request.h"
 #include "boundary/runtime.h"
 #include "frame/process_scan.h"
 #include "raster/raster.h"
@@ -90,9 +91,8 @@ common_values read_common_values() {
 
 void fill_request(__ORBBlit2D__ &request, int32_t index, __ORBSurface2D__ *destination, int32_t z) {
   const orb_draw &draw = draws[index];
+  request = blank_request(nullptr, destination, 0, 0);
   request.link = index;
-  request.owner = nullptr;
-  request.drawn = 0;
   request.drawn_x0 = draw.x0;
   request.drawn_x1 = draw.x1;
   request.drawn_y0 = draw.y0;
@@ -100,9 +100,6 @@ void fill_request(__ORBBlit2D__ &request, int32_t index, __ORBSurface2D__ *desti
   request.z = z;
   request.region = draw.region;
   request.alpha = draw.alpha;
-  request.own_region = 0;
-  request.src = nullptr;
-  request.dst = destination;
   request.blit_op = BlitDrawing;
 }
 

@@ -1,6 +1,6 @@
 #include "frame/process_scan.h"
 
-#include "blit/process_transform.h"
+#include "blit/request.h"
 #include "boundary/records.h"
 #include "surface/registry.h"
 #include "surface/screen.h"
@@ -36,40 +36,19 @@ __ORBSurface2D__ *destination_of(const orb_locals &locals) {
 
 void fill_request(__ORBBlit2D__ &request, orb_process *process, const orb_locals &locals,
                   __ORBSurface2D__ *source, __ORBSurface2D__ *destination) {
-  const int32_t angle = locals.angle % full_turn;
+  request = blank_request(source, destination, locals.x, locals.y);
   request.owner = process;
-  request.drawn = 0; // in case a replaced operation doesn't set it
-  request.x = locals.x;
-  request.y = locals.y;
   if (locals.resolution > 0) {
     request.x /= locals.resolution;
     request.y /= locals.resolution;
   }
   request.z = locals.z;
-  request.region = locals.region;
   request.resolution = locals.resolution;
   request.destination_file = locals.destination_file;
   request.destination_graph = locals.destination_graph;
-  request.tfmorder = locals.tfmorder;
-  request.angle = angle;
-  request.size = locals.size;
-  request.size_x = locals.size_x;
-  request.size_y = locals.size_y;
-  request.shear_x = locals.shear_x;
-  request.shear_y = locals.shear_y;
-  request.flags = locals.flags;
-  request.alpha = locals.alpha;
-  request.fxmode = locals.fxmode;
-  request.fxcolor = locals.fxcolor;
-  request.fxintensity = locals.fxintensity;
-  request.own_region = 0;
-  request.src = source;
-  request.dst = destination;
-
-  const bool rotated = !locals.xgraph && angle != 0;
-  const bool scaled = locals.size != 100 || locals.size_x != 100 || locals.size_y != 100;
-  const bool sheared = locals.shear_x || locals.shear_y;
-  request.blit_op = choose_blit_operation(rotated, scaled, sheared);
+  set_look(request, locals);
+  set_transform(request, locals);
+  request.blit_op = choose_blit_operation(request, !locals.xgraph);
 }
 
 /// One process. False when the list takes no more.

@@ -1,6 +1,5 @@
 #include "script/blit_arguments.h"
 
-#include "blit/process_transform.h"
 #include "script/checks.h"
 #include "surface/regions.h"
 
@@ -25,13 +24,12 @@ blit_tail pop_tail(int32_t own) {
 }
 
 blit_transform pop_transform() {
-  const auto [angle, size_x, size_y, shear_x, shear_y, tfmorder] =
-      pop_args<int32_t, int32_t, int32_t, int32_t, int32_t, int32_t>();
+  const auto [angle, size_x, size_y, shear_x, shear_y, tfmorder] = pop_ints<6>();
   return {angle, 100, size_x, size_y, shear_x, shear_y, tfmorder};
 }
 
 blit_block pop_block() {
-  const auto [x, y, w, h] = pop_args<int32_t, int32_t, int32_t, int32_t>();
+  const auto [x, y, w, h] = pop_ints<4>();
   return {x, y, w, h};
 }
 
@@ -43,39 +41,26 @@ __ORBSurface2D__ *check_source(const script_call &call, int32_t file, int32_t gr
   return slot->surface;
 }
 
-void fill_request(__ORBBlit2D__ &request, __ORBSurface2D__ *source, int32_t x, int32_t y,
-                  const blit_tail &tail) {
-  request.owner = nullptr;
-  request.drawn = 0;
-  request.x = x;
-  request.y = y;
-  request.region = tail.region;
-  request.own_region = 0;
-  request.flags = tail.flags;
-  request.alpha = tail.alpha;
-  request.fxmode = tail.fxmode;
-  request.fxcolor = tail.fxcolor;
-  request.fxintensity = tail.fxintensity;
-  request.src = source;
+__ORBBlit2D__ tail_request(__ORBSurface2D__ *src, __ORBSurface2D__ *dst, int32_t x, int32_t y,
+                           const blit_tail &tail) {
+  __ORBBlit2D__ request = blank_request(src, dst, x, y);
+  set_look(request, tail);
+  return request;
 }
 
-orb_blit_operation *set_transform(__ORBBlit2D__ &request, const blit_transform &transform) {
-  request.angle = transform.angle % full_turn;
-  request.size = transform.size;
-  request.size_x = transform.size_x;
-  request.size_y = transform.size_y;
-  request.shear_x = transform.shear_x;
-  request.shear_y = transform.shear_y;
-  request.tfmorder = transform.tfmorder;
-  const bool scaled = transform.size != 100 || transform.size_x != 100 || transform.size_y != 100;
-  const bool sheared = transform.shear_x != 0 || transform.shear_y != 0;
-  return choose_blit_operation(request.angle != 0, scaled, sheared);
+int32_t draw_transformed(__ORBBlit2D__ &request, const blit_transform &transform) {
+  set_transform(request, transform);
+  return choose_blit_operation(request)(&request);
 }
 
-orb_blit_operation *set_block(__ORBBlit2D__ &request, const blit_block &block) {
+void set_block(__ORBBlit2D__ &request, const blit_block &block) {
   request.block_x = block.x;
   request.block_y = block.y;
   request.block_w = block.w;
   request.block_h = block.h;
-  return device2D.ORBGI2D_BlitBlock;
+}
+
+int32_t draw_block(__ORBBlit2D__ &request, const blit_block &block) {
+  set_block(request, block);
+  return device2D.ORBGI2D_BlitBlock(&request);
 }

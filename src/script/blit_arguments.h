@@ -5,6 +5,7 @@
 // and fxmode, fxcolor and fxintensity. What is missing is flags 0, region 0, alpha 255, fxmode 0.
 #pragma once
 
+#include "blit/request.h"
 #include "script/script_call.h"
 
 struct blit_tail {
@@ -41,13 +42,13 @@ blit_block pop_block();
 __ORBSurface2D__ *check_source(const script_call &call, int32_t file, int32_t graph,
                                const blit_tail &tail, int32_t region_position);
 
-/// Fills what every request needs but for its destination and depth. No owner.
-void fill_request(__ORBBlit2D__ &request, __ORBSurface2D__ *source, int32_t x, int32_t y,
-                  const blit_tail &tail);
-/// Adds a transform, and gives the operation that it calls for.
-orb_blit_operation *set_transform(__ORBBlit2D__ &request, const blit_transform &transform);
-/// Adds a block, and gives its operation.
-orb_blit_operation *set_block(__ORBBlit2D__ &request, const blit_block &block);
+/// A request with this tail, not transformed and without an owner.
+__ORBBlit2D__ tail_request(__ORBSurface2D__ *src, __ORBSurface2D__ *dst, int32_t x, int32_t y,
+                           const blit_tail &tail);
+void set_block(__ORBBlit2D__ &request, const blit_block &block);
+/// Add a transform or a block to a request and run it. 1 when something was drawn, else 0.
+int32_t draw_transformed(__ORBBlit2D__ &request, const blit_transform &transform);
+int32_t draw_block(__ORBBlit2D__ &request, const blit_block &block);
 
 /// The request that script functions fill and run at once.
 extern __ORBBlit2D__ bltGraphics2D;

@@ -31,7 +31,7 @@ int32_t ORB_ground_put_pixel() {
 /// ground_get_pixel(x, y): the pixel of the ground as it stands there, 0 outside.
 int32_t ORB_ground_get_pixel() {
   const script_call call{"GROUND_GET_PIXEL"};
-  auto [x, y] = pop_args<int32_t, int32_t>();
+  auto [x, y] = pop_ints<2>();
   return call.done(int32_t(get_pixel(ground, x, y)));
 }
 
@@ -51,8 +51,7 @@ __ORBBlit2D__ *ground_request(const script_call &call, int32_t file, int32_t gra
                               int32_t y, const blit_tail &tail, int32_t own) {
   __ORBSurface2D__ *source = check_source(call, file, graph, tail, own + 2);
   if (!source) return nullptr;
-  fill_request(bltGraphics2D, source, x, y, tail);
-  bltGraphics2D.dst = ground;
+  bltGraphics2D = tail_request(source, ground, x, y, tail);
   return &bltGraphics2D;
 }
 
@@ -61,7 +60,7 @@ __ORBBlit2D__ *ground_request(const script_call &call, int32_t file, int32_t gra
 /// ground_put(file, graph, x, y): the graph with its pivot at (x, y).
 int32_t ORB_ground_put() {
   const script_call call{"GROUND_PUT"};
-  auto [file, graph, x, y] = pop_args<int32_t, int32_t, int32_t, int32_t>();
+  auto [file, graph, x, y] = pop_ints<4>();
   __ORBBlit2D__ *request = ground_request(call, file, graph, x, y, {}, 4);
   return request ? call.done(device2D.ORBGI2D_Blit(request)) : call.fail();
 }
@@ -70,12 +69,10 @@ int32_t ORB_ground_put() {
 int32_t ORB_ground_xput() {
   const script_call call{"GROUND_XPUT"};
   const blit_tail tail = pop_tail(6);
-  auto [file, graph, x, y, angle, size] =
-      pop_args<int32_t, int32_t, int32_t, int32_t, int32_t, int32_t>();
+  auto [file, graph, x, y, angle, size] = pop_ints<6>();
   __ORBBlit2D__ *request = ground_request(call, file, graph, x, y, tail, 6);
   if (!request) return call.fail();
-  orb_blit_operation *draw = set_transform(*request, {.angle = angle, .size = size});
-  return call.done(draw(request));
+  return call.done(draw_transformed(*request, {.angle = angle, .size = size}));
 }
 
 /// ground_xxput(file, graph, x, y, angle, size_x, size_y, shear_x, shear_y, tfmorder, tail): with
@@ -84,11 +81,9 @@ int32_t ORB_ground_xxput() {
   const script_call call{"GROUND_XXPUT"};
   const blit_tail tail = pop_tail(10);
   const blit_transform transform = pop_transform();
-  auto [file, graph, x, y] = pop_args<int32_t, int32_t, int32_t, int32_t>();
+  auto [file, graph, x, y] = pop_ints<4>();
   __ORBBlit2D__ *request = ground_request(call, file, graph, x, y, tail, 10);
-  if (!request) return call.fail();
-  orb_blit_operation *draw = set_transform(*request, transform);
-  return call.done(draw(request));
+  return request ? call.done(draw_transformed(*request, transform)) : call.fail();
 }
 
 /// ground_put_block(file, graph, x, y, block_x, block_y, block_w, block_h, tail): a rectangle of
@@ -97,11 +92,9 @@ int32_t ORB_ground_put_block() {
   const script_call call{"GROUND_PUT_BLOCK"};
   const blit_tail tail = pop_tail(8);
   const blit_block block = pop_block();
-  auto [file, graph, x, y] = pop_args<int32_t, int32_t, int32_t, int32_t>();
+  auto [file, graph, x, y] = pop_ints<4>();
   __ORBBlit2D__ *request = ground_request(call, file, graph, x, y, tail, 8);
-  if (!request) return call.fail();
-  orb_blit_operation *draw = set_block(*request, block);
-  return call.done(draw(request));
+  return request ? call.done(draw_block(*request, block)) : call.fail();
 }
 
 /// ground_put_tile(file, graph, x, y, tail): the graph repeated over the region, one copy with its
@@ -109,7 +102,7 @@ int32_t ORB_ground_put_block() {
 int32_t ORB_ground_put_tile() {
   const script_call call{"GROUND_PUT_TILE"};
   const blit_tail tail = pop_tail(4);
-  auto [file, graph, x, y] = pop_args<int32_t, int32_t, int32_t, int32_t>();
+  auto [file, graph, x, y] = pop_ints<4>();
   __ORBBlit2D__ *request = ground_request(call, file, graph, x, y, tail, 4);
   return request ? call.done(device2D.ORBGI2D_BlitTile(request)) : call.fail();
 }
@@ -124,28 +117,18 @@ int32_t cover_ground(__ORBSurface2D__ *picture) {
   constexpr int32_t nokey = 8;
   if (!ground) return 0;
   device2D.ORBGI2D_ClearScreen();
+  const int32_t width = int32_t(picture->width), height = int32_t(picture->height);
   __ORBBlit2D__ &request = bltGraphics2D;
-  request.owner = nullptr;
   // As a block, since the pivot of the picture may be anywhere.
-  request.x = int32_t(ground->width / 2) - int32_t(picture->width / 2);
-  request.y = int32_t(ground->height / 2) - int32_t(picture->height / 2);
-  request.block_x = request.block_y = 0;
-  request.block_w = int32_t(picture->width);
-  request.block_h = int32_t(picture->height);
+  request = blank_request(picture, ground, int32_t(ground->width / 2) - width / 2,
+                          int32_t(ground->height / 2) - height / 2);
   // All of the ground, however small a program has made region 0; blits on it need a region.
   request.region = 0;
   request.own_region = 1;
-  request.own_region_x0 = request.own_region_y0 = 0;
   request.own_region_x1 = int32_t(ground->width) - 1;
   request.own_region_y1 = int32_t(ground->height) - 1;
   request.flags = nokey;
-  request.alpha = 255;
-  request.fxmode = 0;
-  request.fxcolor = 0;
-  request.fxintensity = 0;
-  request.src = picture;
-  request.dst = ground;
-  return device2D.ORBGI2D_BlitBlock(&request);
+  return draw_block(request, {0, 0, width, height});
 }
 
 } // namespace
@@ -155,7 +138,7 @@ int32_t cover_ground(__ORBSurface2D__ *picture) {
 /// all sides.
 int32_t ORB_ground_put_screen() {
   const script_call call{"GROUND_PUT_SCREEN"};
-  auto [file, graph] = pop_args<int32_t, int32_t>();
+  auto [file, graph] = pop_ints<2>();
   const orb_map_slot *slot = check_graph(call, file, graph);
   return slot ? call.done(cover_ground(slot->surface)) : call.fail();
 }
@@ -167,13 +150,9 @@ int32_t ORB_screen_load() {
   const script_call call{"SCREEN_LOAD"};
   const int32_t given = rt_param_count();
   const char *key = given > 1 ? rt_pop_string() : nullptr;
-  const char *filename = rt_pop_string();
-  if (!filename) filename = "";
+  const char *filename = pop_filename();
   const image_codec *codec = probe_image(filename, key);
-  if (!codec) {
-    call.bad(error_open, 1, filename);
-    return call.fail();
-  }
+  if (!codec) return call.refuse(error_open, 1, filename);
   rt_unpop_params(given > 1 ? 2 : 1);
   if (codec->format == img_format_map)
     ORB_map_load();

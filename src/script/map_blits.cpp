@@ -118,8 +118,7 @@ blit_tail plain_tail(int32_t flags) {
 __ORBBlit2D__ *map_request(const script_call &call, const graph_pair &pair, int32_t x, int32_t y,
                            const blit_tail &tail, const reported_places &places = {}) {
   if (!check_graphs(call, pair, places)) return nullptr;
-  fill_request(bltGraphics2D, pfpgmap->surface, x, y, tail);
-  bltGraphics2D.dst = pfpgmap_dst->surface;
+  bltGraphics2D = tail_request(pfpgmap->surface, pfpgmap_dst->surface, x, y, tail);
   return &bltGraphics2D;
 }
 
@@ -129,7 +128,7 @@ __ORBBlit2D__ *map_request(const script_call &call, const graph_pair &pair, int3
 int32_t ORB_map_put() {
   const script_call call{"MAP_PUT"};
   const bool source_has_file = rt_param_count() > 5;
-  auto [x, y] = pop_args<int32_t, int32_t>();
+  auto [x, y] = pop_ints<2>();
   const graph_pair pair = pop_graphs(source_has_file);
   // QUIRK: the other functions report a destination that isn't loaded as argument 2, where the
   // graph stands. This one reports argument 1. Intended.
@@ -142,12 +141,11 @@ int32_t ORB_map_put() {
 int32_t ORB_map_xput() {
   const script_call call{"MAP_XPUT"};
   const bool source_has_file = rt_param_count() > 8;
-  auto [x, y, angle, size, flags] = pop_args<int32_t, int32_t, int32_t, int32_t, int32_t>();
+  auto [x, y, angle, size, flags] = pop_ints<5>();
   const graph_pair pair = pop_graphs(source_has_file);
   __ORBBlit2D__ *request = map_request(call, pair, x, y, plain_tail(flags));
   if (!request) return call.fail();
-  orb_blit_operation *draw = set_transform(*request, {.angle = angle, .size = size});
-  return call.done(draw(request));
+  return call.done(draw_transformed(*request, {.angle = angle, .size = size}));
 }
 
 /// map_xxput(file, graph, [source file,] source graph, x, y, angle, size_x, size_y, shear_x,
@@ -158,12 +156,10 @@ int32_t ORB_map_xxput() {
   const bool source_has_file = count == 15 || count == 17;
   const blit_tail tail = pop_map_tail(count > 15 ? 5 : 3);
   const blit_transform transform = pop_transform();
-  auto [x, y] = pop_args<int32_t, int32_t>();
+  auto [x, y] = pop_ints<2>();
   const graph_pair pair = pop_graphs(source_has_file);
   __ORBBlit2D__ *request = map_request(call, pair, x, y, tail);
-  if (!request) return call.fail();
-  orb_blit_operation *draw = set_transform(*request, transform);
-  return call.done(draw(request));
+  return request ? call.done(draw_transformed(*request, transform)) : call.fail();
 }
 
 /// map_block_copy(file, graph, x, y, [source file,] source graph, block_x, block_y, block_w, block_h
@@ -176,12 +172,10 @@ int32_t ORB_map_block_copy() {
   const blit_tail tail = pop_map_tail(count - (source_has_file ? 10 : 9));
   const blit_block block = pop_block();
   graph_pair pair = pop_source(source_has_file);
-  auto [x, y] = pop_args<int32_t, int32_t>();
+  auto [x, y] = pop_ints<2>();
   pop_destination(pair);
   __ORBBlit2D__ *request = map_request(call, pair, x, y, tail, {.source_file = 5});
-  if (!request) return call.fail();
-  orb_blit_operation *draw = set_block(*request, block);
-  return call.done(draw(request));
+  return request ? call.done(draw_block(*request, block)) : call.fail();
 }
 
 /// map_put_tile(file, graph, [source file,] source graph, x, y [, flags, alpha, fxmode [, fxcolor,
@@ -191,7 +185,7 @@ int32_t ORB_map_put_tile() {
   const int32_t count = rt_param_count();
   const bool source_has_file = count == 6 || count == 9 || count == 11;
   const blit_tail tail = pop_map_tail(count - (source_has_file ? 6 : 5));
-  auto [x, y] = pop_args<int32_t, int32_t>();
+  auto [x, y] = pop_ints<2>();
   const graph_pair pair = pop_graphs(source_has_file);
   __ORBBlit2D__ *request = map_request(call, pair, x, y, tail);
   return request ? call.done(device2D.ORBGI2D_BlitTile(request)) : call.fail();
@@ -215,7 +209,5 @@ int32_t ORB_map_apply_fx() {
   __ORBBlit2D__ *request = map_request(call, pair, 0, 0, tail);
   if (!request) return call.fail();
   const __ORBSurface2D__ &source = *request->src;
-  orb_blit_operation *draw =
-      set_block(*request, {0, 0, int32_t(source.width), int32_t(source.height)});
-  return call.done(draw(request));
+  return call.done(draw_block(*request, {0, 0, int32_t(source.width), int32_t(source.height)}));
 }

@@ -18,12 +18,8 @@ __ORBBlit2D__ *screen_request(__ORBSurface2D__ *source, int32_t x, int32_t y, in
   if (!device2D.UseBlitList(graphics2D_blitlist)) return nullptr;
   __ORBBlit2D__ *request = device2D.GetAndUpdateBlitList();
   if (!request) return nullptr;
-  fill_request(*request, source, x, y, tail);
-  request->link = 0;
+  *request = tail_request(source, screen, x, y, tail);
   request->z = z;
-  request->resolution = 0;
-  request->destination_file = request->destination_graph = 0;
-  request->dst = screen;
   return request;
 }
 
@@ -57,8 +53,7 @@ graphic_arguments pop_graphic_arguments() {
     a.transform.size = rt_pop_int();
     a.transform.angle = rt_pop_int();
   }
-  std::tie(a.file, a.graph, a.x, a.y, a.z, a.resolution) =
-      pop_args<int32_t, int32_t, int32_t, int32_t, int32_t, int32_t>();
+  pop_into(a.file, a.graph, a.x, a.y, a.z, a.resolution);
   return a;
 }
 
@@ -80,7 +75,8 @@ int32_t ORB_screen_draw_graphic() {
   __ORBBlit2D__ *request = screen_request(source, a.x, a.y, a.z, a.tail);
   if (!request) return call.fail();
   request->resolution = a.resolution;
-  request->blit_op = set_transform(*request, a.transform);
+  set_transform(*request, a.transform);
+  request->blit_op = choose_blit_operation(*request);
   return call.done(1);
 }
 
@@ -90,12 +86,13 @@ int32_t ORB_screen_draw_block() {
   const script_call call{"SCREEN_DRAW_BLOCK"};
   const blit_tail tail = pop_tail(9);
   const blit_block block = pop_block();
-  auto [file, graph, x, y, z] = pop_args<int32_t, int32_t, int32_t, int32_t, int32_t>();
+  auto [file, graph, x, y, z] = pop_ints<5>();
   __ORBSurface2D__ *source = check_source(call, file, graph, tail, 11);
   if (!source) return call.fail();
   __ORBBlit2D__ *request = screen_request(source, x, y, z, tail);
   if (!request) return call.fail();
-  request->blit_op = set_block(*request, block);
+  set_block(*request, block);
+  request->blit_op = device2D.ORBGI2D_BlitBlock;
   return call.done(1);
 }
 
@@ -104,7 +101,7 @@ int32_t ORB_screen_draw_block() {
 int32_t ORB_screen_draw_tile() {
   const script_call call{"SCREEN_DRAW_TILE"};
   const blit_tail tail = pop_tail(5);
-  auto [file, graph, x, y, z] = pop_args<int32_t, int32_t, int32_t, int32_t, int32_t>();
+  auto [file, graph, x, y, z] = pop_ints<5>();
   __ORBSurface2D__ *source = check_source(call, file, graph, tail, 7);
   if (!source) return call.fail();
   __ORBBlit2D__ *request = screen_request(source, x, y, z, tail);

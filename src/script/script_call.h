@@ -2,7 +2,7 @@
 //
 //   int32_t ORB_map_get_width() {
 //     const script_call call{"MAP_GET_WIDTH"};
-//     auto [file, graph] = pop_args<int32_t, int32_t>();
+//     auto [file, graph] = pop_ints<2>();
 //     orb_map_slot *slot = check_graph(call, file, graph);
 //     return slot ? call.done(int32_t(slot->surface->width)) : call.fail();
 //   }
@@ -31,6 +31,11 @@ struct script_call {
   std::nullptr_t bad(script_error code, int32_t position, const char *value) const {
     rt_error(code, name, position, value);
     return nullptr;
+  }
+  /// Reports an argument and fails.
+  template <typename T> int32_t refuse(script_error code, int32_t position, T value) const {
+    bad(code, position, value);
+    return fail();
   }
   int32_t fail() const { return rt_return(failure); }
   int32_t done(int32_t value) const { return rt_return(value); }
@@ -68,4 +73,22 @@ template <typename... T> std::tuple<T...> pop_args() {
      ...);
   }(std::index_sequence_for<T...>{});
   return values;
+}
+
+/// The same for `count` ints.
+template <size_t count> auto pop_ints() {
+  return []<size_t... I>(std::index_sequence<I...>) {
+    return pop_args<std::enable_if_t<(I < count), int32_t>...>();
+  }(std::make_index_sequence<count>{});
+}
+
+/// The same into variables.
+template <typename... T> void pop_into(T &...values) {
+  std::tie(values...) = pop_args<T...>();
+}
+
+/// Fetches a file's name; one that the host lost is empty.
+inline const char *pop_filename() {
+  const char *const name = rt_pop_string();
+  return name ? name : "";
 }

@@ -1,4 +1,4 @@
-#include "blit/process_transform.h"
+#include "blit/request.h"
 
 #include "boundary/records.h"
 
@@ -12,8 +12,22 @@ constexpr int32_t kept_by_xgraph = 254;
 
 } // namespace
 
-orb_blit_operation *choose_blit_operation(bool rotated, bool scaled, bool sheared) {
-  if (rotated) {
+__ORBBlit2D__ blank_request(__ORBSurface2D__ *src, __ORBSurface2D__ *dst, int32_t x, int32_t y) {
+  __ORBBlit2D__ request{};
+  request.x = x;
+  request.y = y;
+  request.region = -1;
+  request.size = request.size_x = request.size_y = 100;
+  request.alpha = 255;
+  request.src = src;
+  request.dst = dst;
+  return request;
+}
+
+orb_blit_operation *choose_blit_operation(const __ORBBlit2D__ &request, bool turns) {
+  const bool scaled = request.size != 100 || request.size_x != 100 || request.size_y != 100;
+  const bool sheared = request.shear_x != 0 || request.shear_y != 0;
+  if (turns && request.angle != 0) {
     if (sheared) return device2D.ORBGI2D_BlitRotScaleShear;
     return scaled ? device2D.ORBGI2D_BlitRotScale : device2D.ORBGI2D_BlitRotate;
   }
