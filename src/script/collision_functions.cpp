@@ -126,12 +126,12 @@ int32_t run(const script_call &call, const test_kind &test) {
   question q{test, nullptr, 0, false, 0, 0};
   switch (rt_param_count()) {
   case 3:
-    std::tie(q.x, q.y, q.target) = pop_args<int32_t, int32_t, int32_t>();
+    pop_into(q.x, q.y, q.target);
     q.of_point = true;
     q.asking = calling_process();
     break;
   case 2: {
-    const auto [id, target] = pop_args<int32_t, int32_t>();
+    const auto [id, target] = pop_ints<2>();
     q.target = target;
     q.asking = find_process(id);
     break;

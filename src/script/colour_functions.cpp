@@ -16,17 +16,17 @@ bool has_components(uint32_t colour) {
 } // namespace
 
 int32_t ORB_rgb() {
-  auto [r, g, b] = pop_args<int32_t, int32_t, int32_t>();
+  auto [r, g, b] = pop_ints<3>();
   return rt_return(mode.bpp == 8 ? 0 : int32_t(device2D.set_rgb(r, g, b)));
 }
 
 int32_t ORB_rgbx() {
-  auto [r, g, b] = pop_args<int32_t, int32_t, int32_t>();
+  auto [r, g, b] = pop_ints<3>();
   return rt_return(mode.bpp == 8 ? 0 : int32_t(device2D.set_rgbx(r, g, b)));
 }
 
 int32_t ORB_rgba() {
-  auto [r, g, b, a] = pop_args<int32_t, int32_t, int32_t, int32_t>();
+  auto [r, g, b, a] = pop_ints<4>();
   return rt_return(mode.bpp == 8 ? 0 : int32_t(device2D.set_rgba(r, g, b, a)));
 }
 

@@ -90,7 +90,7 @@ int32_t change_locked_draws(const script_call &call, int32_t id, Change change) 
 }
 
 int32_t set_locked(const script_call &call, bool lock) {
-  auto [id] = pop_args<int32_t>();
+  const int32_t id = rt_pop_int();
   if (!check_id_or_all(call, id)) return call.fail();
   return change_draws(call, id, [lock](orb_draw &draw) {
     draw.locked = lock;
@@ -112,18 +112,13 @@ int32_t ORB_draw_new() {
   const script_call call{"DRAW_NEW"};
   auto [type, colour, alpha, region, x0, y0, x1, y1] =
       pop_args<int32_t, uint32_t, int32_t, int32_t, int32_t, int32_t, int32_t, int32_t>();
-  if (type < draw_type_line || type > draw_type_filled_ellipse) {
-    call.bad(error_draw_type, 1, type);
-    return call.fail();
-  }
+  if (type < draw_type_line || type > draw_type_filled_ellipse)
+    return call.refuse(error_draw_type, 1, type);
   if (!check_colour(call, colour, 2) || !check_alpha(call, alpha, 3) ||
       !check_region(call, region, 4))
     return call.fail();
   const int32_t index = take_draw();
-  if (index < 0) {
-    call.bad(error_draw_list_full, 1, type);
-    return call.fail();
-  }
+  if (index < 0) return call.refuse(error_draw_list_full, 1, type);
   orb_draw &draw = draws[index];
   draw.in_use = 1;
   draw.visible = uint8_t(*_draw_visible_);
@@ -146,7 +141,7 @@ int32_t ORB_draw_new() {
 /// draw_delete(id), delete_draw(id): deletes one object or all, but for fixed ones.
 int32_t ORB_draw_delete() {
   const script_call call{"DRAW_DELETE"};
-  auto [id] = pop_args<int32_t>();
+  const int32_t id = rt_pop_int();
   if (!check_id_or_all(call, id)) return call.fail();
   return change_draws(call, id, [](orb_draw &draw) {
     if (draw.fixed) return false;
@@ -164,7 +159,7 @@ int32_t ORB_draw_delete() {
 /// silently. Counts those that weren't in that state.
 int32_t ORB_draw_fix() {
   const script_call call{"DRAW_FIX"};
-  auto [id, on] = pop_args<int32_t, int32_t>();
+  auto [id, on] = pop_ints<2>();
   if (!check_id_or_all(call, id) || on < 0 || on > 1) return call.fail();
   return change_draws(call, id, [on = on](orb_draw &draw) {
     if (draw.fixed == on) return false;
@@ -192,7 +187,7 @@ int32_t ORB_draw_move() {
   // QUIRK: the name above would look more natural for these reports too; that is intended.
   const script_call other_name{"MOVE_DRAW"};
   const bool with_look = rt_param_count() >= 7;
-  auto [x0, y0, x1, y1] = pop_args<int32_t, int32_t, int32_t, int32_t>();
+  auto [x0, y0, x1, y1] = pop_ints<4>();
   // QUIRK: checking nothing where no alpha is given would look more natural. The one that the last
   // longer call has stored is checked again, which may fail in another mode; that is intended.
   int32_t alpha = draws_moved_alpha;
@@ -223,7 +218,7 @@ int32_t ORB_draw_move() {
 /// draw_set_z(id, z): the depth.
 int32_t ORB_draw_set_z() {
   const script_call call{"DRAW_SET_Z"};
-  auto [id, z] = pop_args<int32_t, int32_t>();
+  auto [id, z] = pop_ints<2>();
   if (!check_id_or_all(call, id)) return call.fail();
   return change_locked_draws(call, id, [z = z](orb_draw &draw) { draw.z = z; });
 }
@@ -231,7 +226,7 @@ int32_t ORB_draw_set_z() {
 /// draw_set_region(id, region): the clip region; 108 for one that isn't defined.
 int32_t ORB_draw_set_region() {
   const script_call call{"DRAW_SET_REGION"};
-  auto [id, region] = pop_args<int32_t, int32_t>();
+  auto [id, region] = pop_ints<2>();
   if (!check_id_or_all(call, id) || !check_region(call, region, 2)) return call.fail();
   return change_locked_draws(call, id, [region = region](orb_draw &draw) { draw.region = region; });
 }
@@ -239,7 +234,7 @@ int32_t ORB_draw_set_region() {
 /// draw_set_alpha(id, alpha): checked as by draw_new.
 int32_t ORB_draw_set_alpha() {
   const script_call call{"DRAW_SET_ALPHA"};
-  auto [id, alpha] = pop_args<int32_t, int32_t>();
+  auto [id, alpha] = pop_ints<2>();
   if (!check_id_or_all(call, id) || !check_alpha(call, alpha, 2)) return call.fail();
   return change_locked_draws(call, id, [alpha = alpha](orb_draw &draw) { draw.alpha = alpha; });
 }
@@ -255,7 +250,7 @@ int32_t ORB_draw_set_color() {
 /// draw_set_visible(id, visible): 0 hides.
 int32_t ORB_draw_set_visible() {
   const script_call call{"DRAW_SET_VISIBLE"};
-  auto [id, visible] = pop_args<int32_t, int32_t>();
+  auto [id, visible] = pop_ints<2>();
   if (!check_id_or_all(call, id)) return call.fail();
   return change_locked_draws(call, id,
                              [on = uint8_t(visible)](orb_draw &draw) { draw.visible = on; });
@@ -265,7 +260,7 @@ int32_t ORB_draw_set_visible() {
 /// graph must be loaded (109, 110, 111, 121), and when it is unloaded later the object isn't drawn.
 int32_t ORB_draw_set_destination() {
   const script_call call{"DRAW_SET_DESTINATION"};
-  auto [id, file, graph] = pop_args<int32_t, int32_t, int32_t>();
+  auto [id, file, graph] = pop_ints<3>();
   if (!check_id_or_all(call, id)) return call.fail();
   __ORBSurface2D__ *destination = screen;
   if (file != 0 || graph != 0) {
@@ -287,7 +282,7 @@ namespace {
 
 /// Ends a call that asks about the object of an id; -1 is none.
 template <typename Answer> int32_t ask_draw(const script_call &call, Answer answer) {
-  auto [id] = pop_args<int32_t>();
+  const int32_t id = rt_pop_int();
   const orb_draw *draw = check_id(call, id) ? check_in_use(call, id) : nullptr;
   return draw ? call.done(answer(*draw)) : call.fail();
 }
@@ -305,7 +300,7 @@ int32_t extent(int32_t from, int32_t to) {
 
 /// draw_exists(id): 1 or 0, for anything.
 int32_t ORB_draw_exists() {
-  auto [id] = pop_args<int32_t>();
+  const int32_t id = rt_pop_int();
   return rt_return(is_id(id) && draws[index_of(id)].in_use);
 }
 

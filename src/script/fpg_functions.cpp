@@ -12,7 +12,7 @@ constexpr int32_t all_libraries = -1;
 
 /// A number told of a library, or the failure value after reporting 109.
 template <typename Tell> int32_t tell(const script_call &call, Tell number_of) {
-  auto [file] = pop_args<int32_t>();
+  const int32_t file = rt_pop_int();
   const orb_fpg *library = check_library(call, file, 1);
   return library ? call.done(int32_t(number_of(*library))) : call.fail();
 }
@@ -27,14 +27,8 @@ template <typename Tell> int32_t tell(const script_call &call, Tell number_of) {
 int32_t ORB_fpg_new() {
   const script_call call{"FPG_NEW"};
   const int32_t number = find_free_library();
-  if (number < 0) {
-    call.bad(error_library_full, 0, 0);
-    return call.fail();
-  }
-  if (!open_library(number)) {
-    call.bad(error_out_of_memory, 0, 0);
-    return call.fail();
-  }
+  if (number < 0) return call.refuse(error_library_full, 0, 0);
+  if (!open_library(number)) return call.refuse(error_out_of_memory, 0, 0);
   mark_library_used(number);
   return call.done(number);
 }
@@ -47,13 +41,10 @@ int32_t ORB_fpg_clone() {
   const script_call call{"FPG_CLONE"};
   // QUIRK: one would report under the name of the function. This is the older name, intentionally.
   const script_call copying{"CLONE_FPG"};
-  auto [file] = pop_args<int32_t>();
+  const int32_t file = rt_pop_int();
   if (!check_library(call, file, 1)) return call.fail();
   const int32_t number = find_free_library(file);
-  if (number < 0) {
-    call.bad(error_library_full, 1, file);
-    return call.fail();
-  }
+  if (number < 0) return call.refuse(error_library_full, 1, file);
   const uint32_t former_memory = fpg[number].memory_usage;
   bool copied = open_library(number);
   if (!copied) call.bad(error_out_of_memory, 1, file);
@@ -73,7 +64,7 @@ int32_t ORB_fpg_clone() {
 /// graphs 1 to 999 go. How many libraries were deleted, or the failure value after reporting 109.
 int32_t ORB_fpg_unload() {
   const script_call call{"FPG_UNLOAD"};
-  auto [file] = pop_args<int32_t>();
+  const int32_t file = rt_pop_int();
   if (file != all_libraries)
     return check_library(call, file, 1) ? call.done(int32_t(unload_library(file))) : call.fail();
   int32_t unloaded = 0;
@@ -84,7 +75,7 @@ int32_t ORB_fpg_unload() {
 
 /// fpg_exists(file): 1 when the library is in use, else 0; reports nothing.
 int32_t ORB_fpg_exists() {
-  auto [file] = pop_args<int32_t>();
+  const int32_t file = rt_pop_int();
   const orb_fpg *library = GetFPG(file);
   return rt_return(library ? library->in_use : 0);
 }
@@ -122,7 +113,7 @@ int32_t ORB_fpg_get_memoryusage() {
 /// others of library 0).
 int32_t ORB_fpg_add_map() {
   const script_call call{"FPG_ADD_MAP"};
-  auto [file, graph, source_file, source_graph] = pop_args<int32_t, int32_t, int32_t, int32_t>();
+  auto [file, graph, source_file, source_graph] = pop_ints<4>();
   if (source_graph < graphs_per_library && file == source_file) return call.fail();
   if (!check_library_graph(call, file, 1, graph, 2)) return call.fail();
   if (!check_graph_numbers(call, source_file, source_graph, 3)) return call.fail();
@@ -130,10 +121,7 @@ int32_t ORB_fpg_add_map() {
   if (!library) return call.fail();
   const orb_map_slot *source = GetMAP(source_file, source_graph);
   if (!source || !source->surface) return call.fail();
-  if (!copy_graph(library, graph, *source)) {
-    call.bad(error_out_of_memory, 1, file);
-    return call.fail();
-  }
+  if (!copy_graph(library, graph, *source)) return call.refuse(error_out_of_memory, 1, file);
   return call.done(graph);
 }
 
@@ -141,7 +129,7 @@ int32_t ORB_fpg_add_map() {
 /// value after reporting 109 or 110.
 int32_t ORB_fpg_unload_map() {
   const script_call call{"FPG_UNLOAD_MAP"};
-  auto [file, graph] = pop_args<int32_t, int32_t>();
+  auto [file, graph] = pop_ints<2>();
   orb_fpg *library = check_library_graph(call, file, 1, graph, 2);
   if (!library) return call.fail();
   if (!library->slots || !library->slots[graph].surface) return call.done(0);
@@ -156,8 +144,7 @@ namespace {
 
 /// Reports why a library wasn't read. The key stands second among the arguments.
 int32_t fail_reading(const script_call &call, const library_fault &fault, const char *filename) {
-  call.bad(script_error(fault.error), fault.error == error_library_key ? 2 : 1, filename);
-  return call.fail();
+  return call.refuse(script_error(fault.error), fault.error == error_library_key ? 2 : 1, filename);
 }
 
 } // namespace
@@ -169,8 +156,7 @@ int32_t fail_reading(const script_call &call, const library_fault &fault, const 
 int32_t ORB_fpg_load() {
   const script_call call{"FPG_LOAD"};
   const char *key = rt_param_count() > 1 ? rt_pop_string() : nullptr;
-  const char *filename = rt_pop_string();
-  if (!filename) filename = "";
+  const char *filename = pop_filename();
   library_fault fault;
   const int32_t number = load_library(filename, key, fault);
   if (number >= 0) return call.done(number);
@@ -217,10 +203,8 @@ int32_t ORB_fpg_save() {
   if (!filename) filename = "";
   // QUIRK: map_save knows compressions -1 to 1, and only 1 compresses. Here everything but 0 does,
   // intentionally.
-  if (!save_library(*library, filename, compression != 0, key)) {
-    call.bad(error_save, 2, filename);
-    return call.fail();
-  }
+  if (!save_library(*library, filename, compression != 0, key))
+    return call.refuse(error_save, 2, filename);
   return call.done(1);
 }
 

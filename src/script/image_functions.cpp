@@ -36,19 +36,11 @@ template <typename Read>
 int32_t load_graph(const script_call &call, const char *filename, Read read) {
   const int32_t code = GetMAPCode(0);
   if (!code) return call.fail();
-  if (!can_be_opened(filename)) {
-    call.bad(error_open, 1, filename);
-    return call.fail();
-  }
+  if (!can_be_opened(filename)) return call.refuse(error_open, 1, filename);
   const image_codec *codec = read();
-  if (!codec) {
-    call.bad(error_format, 1, filename);
-    return call.fail();
-  }
-  if (const int32_t error = adopt_image(code, filename, codec->format)) {
-    call.bad(script_error(error), 1, filename);
-    return call.fail();
-  }
+  if (!codec) return call.refuse(error_format, 1, filename);
+  if (const int32_t error = adopt_image(code, filename, codec->format))
+    return call.refuse(script_error(error), 1, filename);
   return call.done(code);
 }
 
@@ -60,16 +52,14 @@ int32_t load_graph(const script_call &call, const char *filename, Read read) {
 int32_t ORB_image_load() {
   const script_call call{"IMAGE_LOAD"};
   const char *key = rt_param_count() > 1 ? rt_pop_string() : nullptr;
-  const char *filename = rt_pop_string();
-  if (!filename) filename = "";
+  const char *filename = pop_filename();
   return load_graph(call, filename, [=] { return read_image(filename, key); });
 }
 
 /// load_pcx(file name): what image_load does for PCX files, and 144 for all others.
 int32_t ORB_load_pcx() {
   const script_call call{"LOAD_PCX"};
-  const char *filename = rt_pop_string();
-  if (!filename) filename = "";
+  const char *filename = pop_filename();
   return load_graph(call, filename, [=] { return read_only_by(img_format_pcx, filename); });
 }
 
@@ -100,8 +90,7 @@ int32_t save_or_report(const script_call &call, const orb_map_slot &slot, image_
   if (!filename) filename = "";
   const image_codec *codec = codec_for(format);
   if (codec && save_graph(slot, *codec, filename, parameter, key)) return call.done(1);
-  call.bad(error_save, filename_position, filename);
-  return call.fail();
+  return call.refuse(error_save, filename_position, filename);
 }
 
 } // namespace
@@ -142,12 +131,12 @@ int32_t ORB_save_pcx() {
 /// not among them, map_unload is for those. The failure value for a code outside the run-time
 /// range.
 int32_t ORB_image_unload() {
-  auto [code] = pop_args<int32_t>();
+  const int32_t code = rt_pop_int();
   return rt_return(unload_graphs(code, [](int32_t mark) { return mark > img_format_map; }));
 }
 
 /// unload_pcx(code): the same for pictures that came from PCX files, by load_pcx or image_load.
 int32_t ORB_unload_pcx() {
-  auto [code] = pop_args<int32_t>();
+  const int32_t code = rt_pop_int();
   return rt_return(unload_graphs(code, [](int32_t mark) { return mark == img_format_pcx; }));
 }

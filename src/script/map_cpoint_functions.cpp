@@ -13,8 +13,6 @@
 
 namespace {
 
-/// A coordinate that is none: what files and deleted points hold.
-constexpr uint32_t unset = 65535;
 constexpr int32_t most_defined = 1000;
 /// Files count up to 4095 records.
 constexpr int32_t highest_point = 4094;
@@ -48,7 +46,7 @@ bool grow_points(__ORBSurface2D__ *surface, int32_t point) {
       realloc(surface->cpoints, size_t(point + 1) * sizeof(cpoint_record)));
   if (!records) return false;
   for (int32_t i = count; i <= point; i++)
-    records[i] = {unset, unset, 0};
+    records[i] = {unset_coordinate, unset_coordinate, 0};
   surface->cpoints = reinterpret_cast<uint32_t *>(records);
   surface->cpoint_last = uint32_t(point);
   return true;
@@ -60,7 +58,7 @@ int32_t coordinate(uint32_t word) {
 
 /// A coordinate of the pivot, the middle where it is unset.
 int32_t centre(uint32_t word, uint32_t side) {
-  return int32_t((word & 0xFFFF) == unset ? side >> 1 : word);
+  return int32_t((word & 0xFFFF) == unset_coordinate ? side >> 1 : word);
 }
 
 } // namespace
@@ -73,10 +71,7 @@ int32_t ORB_map_get_cpoint() {
   const orb_map_slot *slot = check_graph(call, file, graph);
   if (!slot) return call.fail();
   const cpoint_record *record = find_point(slot->surface, point);
-  if (!record) {
-    call.bad(error_cpoint, 3, point);
-    return call.fail();
-  }
+  if (!record) return call.refuse(error_cpoint, 3, point);
   if (x) *x = coordinate(record->x);
   if (y) *y = coordinate(record->y);
   return call.done(1);
@@ -85,13 +80,10 @@ int32_t ORB_map_get_cpoint() {
 /// map_set_cpoint(file, graph, point, x, y): moves a point that the graph has, and defines it. 1.
 int32_t ORB_map_set_cpoint() {
   const script_call call{"MAP_SET_CPOINT"};
-  auto [file, graph, point, x, y] = pop_args<int32_t, int32_t, int32_t, int32_t, int32_t>();
+  auto [file, graph, point, x, y] = pop_ints<5>();
   const orb_map_slot *slot = check_graph(call, file, graph);
   if (!slot) return call.fail();
-  if (!has_record(slot->surface, point)) {
-    call.bad(error_cpoint, 3, point);
-    return call.fail();
-  }
+  if (!has_record(slot->surface, point)) return call.refuse(error_cpoint, 3, point);
   set_point(slot->surface, point, x, y);
   return call.done(1);
 }
@@ -100,21 +92,15 @@ int32_t ORB_map_set_cpoint() {
 /// between stay undefined. 1, 0 when it is defined already, -1 when 1000 points are.
 int32_t ORB_map_new_cpoint() {
   const script_call call{"MAP_NEW_CPOINT"};
-  auto [file, graph, point, x, y] = pop_args<int32_t, int32_t, int32_t, int32_t, int32_t>();
+  auto [file, graph, point, x, y] = pop_ints<5>();
   const orb_map_slot *slot = check_graph(call, file, graph);
   if (!slot) return call.fail();
   __ORBSurface2D__ *surface = slot->surface;
-  if (point < 0 || point > highest_point) {
-    call.bad(error_cpoint, 3, point);
-    return call.fail();
-  }
+  if (point < 0 || point > highest_point) return call.refuse(error_cpoint, 3, point);
   const bool there = has_record(surface, point);
   if (there && records_of(surface)[point].defined) return call.done(0);
   if (surface->has_cpoints >= most_defined) return call.done(-1);
-  if (!there && !grow_points(surface, point)) {
-    call.bad(error_out_of_memory, 1, file);
-    return call.fail();
-  }
+  if (!there && !grow_points(surface, point)) return call.refuse(error_out_of_memory, 1, file);
   set_point(surface, point, x, y);
   return call.done(1);
 }
@@ -122,16 +108,13 @@ int32_t ORB_map_new_cpoint() {
 /// map_delete_cpoint(file, graph, point): a defined point but 0 becomes undefined. 1.
 int32_t ORB_map_delete_cpoint() {
   const script_call call{"MAP_DELETE_CPOINT"};
-  auto [file, graph, point] = pop_args<int32_t, int32_t, int32_t>();
+  auto [file, graph, point] = pop_ints<3>();
   const orb_map_slot *slot = check_graph(call, file, graph);
   if (!slot) return call.fail();
   __ORBSurface2D__ *surface = slot->surface;
-  if (point == 0 || !find_point(surface, point)) {
-    call.bad(error_cpoint, 3, point);
-    return call.fail();
-  }
+  if (point == 0 || !find_point(surface, point)) return call.refuse(error_cpoint, 3, point);
   // Not only the flag: in a file a point is undefined by its coordinate.
-  records_of(surface)[point] = {unset, unset, 0};
+  records_of(surface)[point] = {unset_coordinate, unset_coordinate, 0};
   surface->has_cpoints--;
   return call.done(1);
 }
@@ -140,7 +123,7 @@ int32_t ORB_map_delete_cpoint() {
 /// no point has.
 int32_t ORB_map_cpoint_exists() {
   const script_call call{"MAP_CPOINT_EXISTS"};
-  auto [file, graph, point] = pop_args<int32_t, int32_t, int32_t>();
+  auto [file, graph, point] = pop_ints<3>();
   const orb_map_slot *slot = check_graph(call, file, graph);
   if (!slot) return call.fail();
   return call.done(has_record(slot->surface, point) && records_of(slot->surface)[point].defined);
@@ -160,10 +143,7 @@ int32_t ORB_map_get_realcpoint() {
 
   __ORBSurface2D__ *surface = picture.src;
   const cpoint_record *record = find_point(surface, point);
-  if (!record) {
-    call.bad(error_cpoint, process_given ? 2 : 1, point);
-    return call.fail();
-  }
+  if (!record) return call.refuse(error_cpoint, process_given ? 2 : 1, point);
   const bool is_pivot = point == 0;
   const int32_t px = is_pivot ? centre(record->x, surface->width) : coordinate(record->x);
   const int32_t py = is_pivot ? centre(record->y, surface->height) : coordinate(record->y);
@@ -182,14 +162,12 @@ int32_t ORB_map_get_realcpoint() {
 /// the middle. 1.
 int32_t ORB_map_set_center() {
   const script_call call{"MAP_SET_CENTER"};
-  auto [file, graph, x, y] = pop_args<int32_t, int32_t, int32_t, int32_t>();
+  auto [file, graph, x, y] = pop_ints<4>();
   const orb_map_slot *slot = check_graph(call, file, graph);
   if (!slot) return call.fail();
   __ORBSurface2D__ *surface = slot->surface;
-  if (!has_record(surface, 0) && !grow_points(surface, 0)) {
-    call.bad(error_out_of_memory, 1, file);
-    return call.fail();
-  }
+  if (!has_record(surface, 0) && !grow_points(surface, 0))
+    return call.refuse(error_out_of_memory, 1, file);
   set_point(surface, 0, x, y);
   return call.done(1);
 }
@@ -197,19 +175,19 @@ int32_t ORB_map_set_center() {
 /// map_get_xcenter(file, graph): the pivot's x, the middle where it is unset.
 int32_t ORB_map_get_xcenter() {
   const script_call call{"MAP_GET_XCENTER"};
-  auto [file, graph] = pop_args<int32_t, int32_t>();
+  auto [file, graph] = pop_ints<2>();
   const orb_map_slot *slot = check_graph(call, file, graph);
   if (!slot) return call.fail();
   const __ORBSurface2D__ &surface = *slot->surface;
-  return call.done(centre(surface.cpoints ? surface.cpoints[0] : unset, surface.width));
+  return call.done(centre(surface.cpoints ? surface.cpoints[0] : unset_coordinate, surface.width));
 }
 
 /// map_get_ycenter(file, graph): its y.
 int32_t ORB_map_get_ycenter() {
   const script_call call{"MAP_GET_YCENTER"};
-  auto [file, graph] = pop_args<int32_t, int32_t>();
+  auto [file, graph] = pop_ints<2>();
   const orb_map_slot *slot = check_graph(call, file, graph);
   if (!slot) return call.fail();
   const __ORBSurface2D__ &surface = *slot->surface;
-  return call.done(centre(surface.cpoints ? surface.cpoints[1] : unset, surface.height));
+  return call.done(centre(surface.cpoints ? surface.cpoints[1] : unset_coordinate, surface.height));
 }

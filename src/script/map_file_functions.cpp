@@ -14,23 +14,14 @@
 int32_t ORB_map_load() {
   const script_call call{"MAP_LOAD"};
   const char *key = rt_param_count() > 1 ? rt_pop_string() : nullptr;
-  const char *filename = rt_pop_string();
-  if (!filename) filename = "";
+  const char *filename = pop_filename();
   const int32_t code = GetMAPCode(0);
   if (!code) return call.fail();
-  if (!ORB_CheckMAPHeader(filename, key)) {
-    call.bad(error_format, 1, filename);
-    return call.fail();
-  }
+  if (!ORB_CheckMAPHeader(filename, key)) return call.refuse(error_format, 1, filename);
   reset_image();
-  if (!ORB_LoadMAP(filename, key)) {
-    call.bad(script_error(image_error), 1, filename);
-    return call.fail();
-  }
-  if (const int32_t error = adopt_image(code, filename, img_format_map)) {
-    call.bad(script_error(error), 1, filename);
-    return call.fail();
-  }
+  if (!ORB_LoadMAP(filename, key)) return call.refuse(script_error(image_error), 1, filename);
+  if (const int32_t error = adopt_image(code, filename, img_format_map))
+    return call.refuse(script_error(error), 1, filename);
   return call.done(code);
 }
 
@@ -40,20 +31,14 @@ int32_t ORB_map_load() {
 /// one may be that was made before a mode change.
 int32_t ORB_map_clone() {
   const script_call call{"MAP_CLONE"};
-  auto [file, graph] = pop_args<int32_t, int32_t>();
+  auto [file, graph] = pop_ints<2>();
   if (!check_graph_numbers(call, file, graph)) return call.fail();
   // Before the source is looked up: growing moves the slots of library 0.
   const int32_t code = GetMAPCode(0);
-  if (!code) {
-    call.bad(error_library_full, 1, file);
-    return call.fail();
-  }
+  if (!code) return call.refuse(error_library_full, 1, file);
   const orb_map_slot *source = check_graph(call, file, graph);
   if (!source) return call.fail();
-  if (!copy_graph(&fpg[0], code, *source)) {
-    call.bad(error_out_of_memory, 1, file);
-    return call.fail();
-  }
+  if (!copy_graph(&fpg[0], code, *source)) return call.refuse(error_out_of_memory, 1, file);
   ++maps_loaded;
   image_loaded[code - first_runtime_code] = img_format_map;
   return call.done(code);
@@ -76,17 +61,14 @@ int32_t ORB_map_save() {
   if (!slot || compression < -1 || compression > 1) return call.fail();
   if (!filename) filename = "";
   describe_graph(*slot);
-  if (!ORB_SaveMAP(filename, compression, key)) {
-    call.bad(error_save, 3, filename);
-    return call.fail();
-  }
+  if (!ORB_SaveMAP(filename, compression, key)) return call.refuse(error_save, 3, filename);
   return call.done(1);
 }
 
 /// map_unload(code): deletes a loose graph that is a map, loaded, made, cloned or recorded; code -1
 /// deletes all. How many, or the failure value for a code outside the run-time range.
 int32_t ORB_map_unload() {
-  auto [code] = pop_args<int32_t>();
+  const int32_t code = rt_pop_int();
   return rt_return(unload_graphs(code, [](int32_t mark) { return mark == img_format_map; }));
 }
 

@@ -10,14 +10,14 @@ namespace {
 
 /// A number told of a graph, or the failure value after reporting a bad graph.
 template <typename Tell> int32_t tell(const script_call &call, Tell number_of) {
-  auto [file, graph] = pop_args<int32_t, int32_t>();
+  auto [file, graph] = pop_ints<2>();
   const orb_map_slot *slot = check_graph(call, file, graph);
   return slot ? call.done(int32_t(number_of(*slot))) : call.fail();
 }
 
 /// A text of a graph, or "(null)" after reporting a bad graph.
 int32_t tell_text(const script_call &call, char (orb_map_slot::*text)[256]) {
-  auto [file, graph] = pop_args<int32_t, int32_t>();
+  auto [file, graph] = pop_ints<2>();
   const orb_map_slot *slot = check_graph(call, file, graph);
   return call.done(slot ? slot->*text : "(null)");
 }
@@ -58,7 +58,7 @@ constexpr uint32_t (*infos[])(const orb_map_slot &) = {
 
 /// map_exists(file, graph): 1 when there is such a graph, else 0; reports nothing.
 int32_t ORB_map_exists() {
-  auto [file, graph] = pop_args<int32_t, int32_t>();
+  auto [file, graph] = pop_ints<2>();
   const orb_map_slot *slot = graph > 0 ? GetMAP(file, graph) : nullptr;
   return rt_return(slot && slot->surface);
 }
@@ -87,7 +87,7 @@ int32_t ORB_map_has_alphachannel() {
 /// number, the failure value after reporting any other mistake.
 int32_t ORB_map_get_memoryusage() {
   script_call call{"MAP_GET_MEMORYUSAGE"};
-  auto [file, graph] = pop_args<int32_t, int32_t>();
+  auto [file, graph] = pop_ints<2>();
   // QUIRK: 0 would look more natural for every mistake. It is the answer to a bad library number
   // only, intentionally.
   if (!GetFPG(file)) call.failure = 0;
@@ -119,14 +119,13 @@ int32_t ORB_map_set_name() {
 /// control points, or alpha flag, for info 0 to 5.
 int32_t ORB_graphic_info() {
   const script_call call{"GRAPHIC_INFO"};
-  auto [file, graph, info] = pop_args<int32_t, int32_t, int32_t>();
+  auto [file, graph, info] = pop_ints<3>();
   const orb_map_slot *slot = check_graph(call, file, graph);
   if (!slot) return call.fail();
   if (info < 0 || info >= int32_t(std::size(infos))) {
     // QUIRK: the info is at fault, and a report of argument 3 would look more natural. The graph is
     // reported, intentionally.
-    call.bad(error_graph, 2, graph);
-    return call.fail();
+    return call.refuse(error_graph, 2, graph);
   }
   return call.done(int32_t(infos[info](*slot)));
 }

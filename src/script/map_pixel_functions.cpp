@@ -49,7 +49,7 @@ int32_t give_components(const script_call &call, const pixel_place &at, int32_t 
 /// map_get_pixel(file, graph, x, y): the pixel as a colour; 0 outside the graph.
 int32_t ORB_map_get_pixel() {
   const script_call call{"MAP_GET_PIXEL"};
-  auto [file, graph, x, y] = pop_args<int32_t, int32_t, int32_t, int32_t>();
+  auto [file, graph, x, y] = pop_ints<4>();
   const orb_map_slot *slot = check_graph(call, file, graph);
   return slot ? call.done(int32_t(get_pixel(slot->surface, x, y))) : call.fail();
 }
@@ -74,7 +74,7 @@ int32_t ORB_map_get_rgba() {
 /// map_get_buffer(file, graph): the address of the pixels, rows from top to bottom without padding.
 int32_t ORB_map_get_buffer() {
   const script_call call{"MAP_GET_BUFFER"};
-  auto [file, graph] = pop_args<int32_t, int32_t>();
+  auto [file, graph] = pop_ints<2>();
   const orb_map_slot *slot = check_graph(call, file, graph);
   return slot ? call.done(std::bit_cast<int32_t>(slot->surface->pixels)) : call.fail();
 }
@@ -110,7 +110,7 @@ int32_t ORB_map_set_color() {
 /// depth or an address from which they can't be read.
 int32_t ORB_map_convert_palette() {
   const script_call call{"MAP_CONVERT_PALETTE"};
-  auto [file, graph, address] = pop_args<int32_t, int32_t, int32_t>();
+  auto [file, graph, address] = pop_ints<3>();
   const orb_map_slot *slot = check_graph(call, file, graph);
   if (!slot || slot->surface->depth != 8) return call.fail();
   int32_t indices[256];

@@ -3,6 +3,7 @@
 #include "script/handlers.h"
 #include "script/script_call.h"
 #include "surface/screen.h"
+#include "surface/surface.h"
 #include "video/mode.h"
 #include "video/mode_lists.h"
 #include "video/virtual_resolution.h"
@@ -56,40 +57,25 @@ mode_request pop_request() {
   mode_request request = current_request();
   auto &[width, height, bpp, flags, rate, scale, scanline, fx] = request;
   switch (rt_param_count()) {
-  case 2: std::tie(width, height) = pop_args<int32_t, int32_t>(); break;
-  case 3: std::tie(width, height, bpp) = pop_args<int32_t, int32_t, int32_t>(); break;
-  case 4:
-    std::tie(width, height, bpp, flags) = pop_args<int32_t, int32_t, int32_t, int32_t>();
-    break;
-  case 5:
-    std::tie(width, height, bpp, flags, rate) =
-        pop_args<int32_t, int32_t, int32_t, int32_t, int32_t>();
-    break;
-  case 6:
-    std::tie(width, height, bpp, flags, scale, scanline) =
-        pop_args<int32_t, int32_t, int32_t, int32_t, int32_t, int32_t>();
-    break;
-  case 7:
-    std::tie(width, height, bpp, flags, rate, scale, scanline) =
-        pop_args<int32_t, int32_t, int32_t, int32_t, int32_t, int32_t, int32_t>();
-    break;
-  case 8: // decoded although no such form is registered
-    std::tie(width, height, bpp, flags, rate, scale, scanline, fx) =
-        pop_args<int32_t, int32_t, int32_t, int32_t, int32_t, int32_t, int32_t, int32_t>();
-    break;
+  case 2: pop_into(width, height); break;
+  case 3: pop_into(width, height, bpp); break;
+  case 4: pop_into(width, height, bpp, flags); break;
+  case 5: pop_into(width, height, bpp, flags, rate); break;
+  case 6: pop_into(width, height, bpp, flags, scale, scanline); break;
+  case 7: pop_into(width, height, bpp, flags, rate, scale, scanline); break;
+  // Decoded although no such form is registered.
+  case 8: pop_into(width, height, bpp, flags, rate, scale, scanline, fx); break;
   default: decode_packed(request, rt_pop_int()); break;
   }
   return request;
 }
-
-constexpr int32_t max_side = 65535;
 
 bool filters_acceptable(const mode_request &r) {
   return r.scale >= 0 && r.scale < 3 && r.fx >= 0 && r.fx < 16;
 }
 
 bool acceptable(const mode_request &r) {
-  const auto side = [](int32_t pixels) { return pixels > 31 && pixels <= max_side; };
+  const auto side = [](int32_t pixels) { return pixels > 31 && pixels <= largest_side; };
   return side(r.width) && side(r.height) && (r.bpp == 8 || r.bpp == 16 || r.bpp == 32) &&
          r.rate >= 0 && filters_acceptable(r);
 }
@@ -151,7 +137,7 @@ int32_t ORB_mode_change() {
   const script_call call{"MODE_CHANGE"};
   int32_t flags, rate = mode.rate;
   if (rt_param_count() > 1)
-    std::tie(flags, rate) = pop_args<int32_t, int32_t>();
+    pop_into(flags, rate);
   else
     flags = rt_pop_int();
   if (flags < 0 || rate < 0) return call.fail();
@@ -175,9 +161,9 @@ int32_t ORB_mode_change() {
 int32_t ORB_mode_exists() {
   int32_t width, height, bpp, rate = 0;
   if (rt_param_count() > 3)
-    std::tie(width, height, bpp, rate) = pop_args<int32_t, int32_t, int32_t, int32_t>();
+    pop_into(width, height, bpp, rate);
   else
-    std::tie(width, height, bpp) = pop_args<int32_t, int32_t, int32_t>();
+    pop_into(width, height, bpp);
   return rt_return(find_video_mode(width, height, bpp, rate) != nullptr);
 }
 
@@ -189,8 +175,8 @@ int32_t ORB_mode_set_filter() {
   mode_request request = current_request();
   auto &[width, height, bpp, flags, rate, scale, scanline, fx] = request;
   switch (rt_param_count()) {
-  case 3: std::tie(scale, scanline, fx) = pop_args<int32_t, int32_t, int32_t>(); break;
-  case 2: std::tie(scale, scanline) = pop_args<int32_t, int32_t>(); break;
+  case 3: pop_into(scale, scanline, fx); break;
+  case 2: pop_into(scale, scanline); break;
   default: scale = rt_pop_int(); break;
   }
   if (!filters_acceptable(request)) return call.fail();
@@ -207,7 +193,7 @@ int32_t ORB_mode_set_render() {
   const script_call call{"MODE_SET_RENDER"};
   int32_t renderer = 0, type;
   if (rt_param_count() > 1)
-    std::tie(renderer, type) = pop_args<int32_t, int32_t>();
+    pop_into(renderer, type);
   else
     type = rt_pop_int();
   if (renderer < 0 || renderer > 1 || type < 0 || type > 2) return call.fail();
@@ -225,8 +211,8 @@ int32_t ORB_mode_set_render() {
 /// can't be opened (everything before stays), or the failure value for arguments out of range.
 int32_t ORB_virtualresolution_set() {
   const script_call call{"VIRTUALRESOLUTION_SET"};
-  const auto [width, height, aspect, apply] = pop_args<int32_t, int32_t, int32_t, int32_t>();
-  const auto side = [](int32_t pixels) { return pixels >= 0 && pixels <= max_side; };
+  const auto [width, height, aspect, apply] = pop_ints<4>();
+  const auto side = [](int32_t pixels) { return pixels >= 0 && pixels <= largest_side; };
   const auto flag = [](int32_t value) { return value == 0 || value == 1; };
   if (!side(width) || !side(height) || !flag(aspect) || !flag(apply)) return call.fail();
   if ((width == 0) != (height == 0)) return call.fail();

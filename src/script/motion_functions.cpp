@@ -72,7 +72,7 @@ int32_t ORB_advance() {
 int32_t ORB_xadvance() {
   const script_call call{"XADVANCE"};
   const bool given = rt_param_count() > 2;
-  const auto [angle, distance] = pop_args<int32_t, int32_t>();
+  const auto [angle, distance] = pop_ints<2>();
   orb_process *const process = pop_process(given);
   if (!process) return call.fail();
   step(process->locals, angle, distance);

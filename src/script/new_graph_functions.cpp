@@ -6,6 +6,7 @@
 #include "script/script_call.h"
 #include "surface/libraries.h"
 #include "surface/screen.h"
+#include "surface/surface.h"
 
 namespace {
 
@@ -40,13 +41,13 @@ new_graph_arguments fetch_new_graph_arguments(int32_t count) {
 
 /// Reports the first argument that won't do; the width is argument `first`.
 bool check_new_graph(const script_call &call, const new_graph_arguments &a, int32_t first,
-                     int32_t largest_side) {
+                     int32_t side_limit) {
   const auto refuse = [&call](script_error error, int32_t position, int32_t value) {
     call.bad(error, position, value);
     return false;
   };
-  if (a.width < 1 || a.width > largest_side) return refuse(error_size, first, a.width);
-  if (a.height < 1 || a.height > largest_side) return refuse(error_size, first + 1, a.height);
+  if (a.width < 1 || a.width > side_limit) return refuse(error_size, first, a.width);
+  if (a.height < 1 || a.height > side_limit) return refuse(error_size, first + 1, a.height);
   // QUIRK: the shorter forms have the colour and no centre two arguments earlier, but the position
   // in the longest form is reported for every form. Intended.
   if (!check_colour(call, a.colour, first + 4)) return false;
@@ -86,14 +87,11 @@ void fill_slot(orb_map_slot *slot, int32_t code, uint32_t id, __ORBSurface2D__ *
 int32_t ORB_map_new() {
   const script_call call{"MAP_NEW"};
   const new_graph_arguments arguments = fetch_new_graph_arguments(rt_param_count());
-  if (!check_new_graph(call, arguments, 1, 65535)) return call.fail();
+  if (!check_new_graph(call, arguments, 1, largest_side)) return call.fail();
   const int32_t code = GetMAPCode(0);
   if (!code) return call.fail();
   __ORBSurface2D__ *surface = new_graph(arguments);
-  if (!surface) {
-    call.bad(error_out_of_memory, 1, arguments.width);
-    return call.fail();
-  }
+  if (!surface) return call.refuse(error_out_of_memory, 1, arguments.width);
   fill_slot(&fpg[0].slots[code], code, 1, surface);
   account_graph(code, new_graph_memory, img_format_map);
   return call.done(code);
@@ -106,16 +104,13 @@ int32_t ORB_map_new() {
 int32_t ORB_fpg_new_map() {
   const script_call call{"FPG_NEW_MAP"};
   const new_graph_arguments arguments = fetch_new_graph_arguments(rt_param_count() - 2);
-  auto [file, graph] = pop_args<int32_t, int32_t>();
+  auto [file, graph] = pop_ints<2>();
   if (!check_library_graph(call, file, 1, graph, 2)) return call.fail();
   if (!check_new_graph(call, arguments, 3, INT32_MAX)) return call.fail();
   orb_fpg *library = check_library_loaded(call, file, 1);
   if (!library) return call.fail();
   __ORBSurface2D__ *surface = new_graph(arguments);
-  if (!surface) {
-    call.bad(error_out_of_memory, 1, file);
-    return call.fail();
-  }
+  if (!surface) return call.refuse(error_out_of_memory, 1, file);
   orb_map_slot *slot = &library->slots[graph];
   // QUIRK: the memory of a graph that goes would naturally go as well. Only the count does,
   // intentionally.

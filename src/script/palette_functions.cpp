@@ -46,15 +46,9 @@ int32_t ORB_palette_load() {
   const script_call call{"PALETTE_LOAD"};
   const char *filename = rt_pop_string();
   if (!palette_in_use() || !filename) return call.fail();
-  if (palette_forced) {
-    call.bad(error_palette_forced, 1, filename);
-    return call.fail();
-  }
+  if (palette_forced) return call.refuse(error_palette_forced, 1, filename);
   palette_in_file file;
-  if (!read_palette_file(filename, &file)) {
-    call.bad(error_palette_file, 1, filename);
-    return call.fail();
-  }
+  if (!read_palette_file(filename, &file)) return call.refuse(error_palette_file, 1, filename);
   take_palette(file);
   return call.done(1);
 }
@@ -65,10 +59,7 @@ int32_t ORB_palette_save() {
   const script_call call{"PALETTE_SAVE"};
   const char *filename = rt_pop_string();
   if (!palette_in_use() || !filename) return call.fail();
-  if (!write_palette_file(filename, *palette)) {
-    call.bad(error_save, 1, filename);
-    return call.fail();
-  }
+  if (!write_palette_file(filename, *palette)) return call.refuse(error_save, 1, filename);
   return call.done(1);
 }
 
@@ -99,7 +90,7 @@ int32_t ORB_palette_force() {
 /// a range that isn't within the palette; a range of none does nothing.
 int32_t ORB_palette_roll() {
   const script_call call{"PALETTE_ROLL"};
-  const auto [first, count, step] = pop_args<int32_t, int32_t, int32_t>();
+  const auto [first, count, step] = pop_ints<3>();
   if (!palette_in_use() || !is_range(first, count)) return call.fail();
   if (count > 0) {
     const __ORBPalette2D__ old = *palette;
@@ -115,7 +106,7 @@ int32_t ORB_palette_roll() {
 /// wrap, negative ones count as positive. 1, or the failure value for an index that is none.
 int32_t ORB_palette_set_color() {
   const script_call call{"PALETTE_SET_COLOR"};
-  const auto [index, r, g, b] = pop_args<int32_t, int32_t, int32_t, int32_t>();
+  const auto [index, r, g, b] = pop_ints<4>();
   if (!palette_in_use() || !is_range(index, 1)) return call.fail();
   return call.done(device2D.set_color(uint8_t(index), r, g, b));
 }
@@ -138,6 +129,6 @@ int32_t ORB_palette_set_colors() {
 /// wrap, negative ones count as positive. Its index 1..254, or the failure value.
 int32_t ORB_palette_find_color() {
   const script_call call{"PALETTE_FIND_COLOR"};
-  const auto [r, g, b] = pop_args<int32_t, int32_t, int32_t>();
+  const auto [r, g, b] = pop_ints<3>();
   return palette_in_use() ? call.done(device2D.find_color(r, g, b)) : call.fail();
 }

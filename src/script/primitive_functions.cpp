@@ -23,7 +23,7 @@ template <typename... Arguments>
 int32_t draw_on_graph(const char *name, void (*draw)(__ORBSurface2D__ *, Arguments...)) {
   const script_call call{name};
   const auto arguments = pop_args<Arguments...>();
-  const auto [file, graph] = pop_args<int32_t, int32_t>();
+  const auto [file, graph] = pop_ints<2>();
   const orb_map_slot *slot = check_graph(call, file, graph);
   if (!slot) return call.fail();
   if (!check_colour(call, std::get<uint32_t>(arguments), 2 + colour_position<Arguments...>()))

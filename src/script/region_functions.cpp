@@ -46,11 +46,8 @@ struct span {
 /// without pixels is stored as it is and lets nothing through. 1, or the failure value after 108.
 int32_t ORB_region_define() {
   const script_call call{"REGION_DEFINE"};
-  auto [region, x, y, width, height] = pop_args<int32_t, int32_t, int32_t, int32_t, int32_t>();
-  if (uint32_t(region) > last_region) {
-    call.bad(error_region, 1, region);
-    return call.fail();
-  }
+  auto [region, x, y, width, height] = pop_ints<5>();
+  if (uint32_t(region) > last_region) return call.refuse(error_region, 1, region);
   span horizontal{x, width}, vertical{y, height};
   if (region == 0) {
     horizontal.clip_to(mode.width);
@@ -94,10 +91,7 @@ int32_t length(int32_t first, int32_t last) {
 int32_t ORB_region_undefine() {
   const script_call call{"REGION_UNDEFINE"};
   const int32_t region = rt_pop_int();
-  if (region < 1 || region >= max_region) {
-    call.bad(error_region, 1, region);
-    return call.fail();
-  }
+  if (region < 1 || region >= max_region) return call.refuse(error_region, 1, region);
   if (!regions_def[region]) return call.done(0);
   regions[region] = {-1, -1, -1, -1};
   regions_def[region] = 0;
@@ -166,9 +160,9 @@ subject pop_subject(const script_call &call, __FPoint__ picture[4], __FPoint__ r
   const bool of_graph = rt_param_count() > 2;
   int32_t file = 0, graph = 0, x = 0, y = 0, id = 0;
   if (of_graph)
-    std::tie(file, graph, x, y, number) = pop_args<int32_t, int32_t, int32_t, int32_t, int32_t>();
+    pop_into(file, graph, x, y, number);
   else
-    std::tie(id, number) = pop_args<int32_t, int32_t>();
+    pop_into(id, number);
 
   if (!RegionExists(number)) {
     call.bad(error_region, of_graph ? 5 : 2, number);

@@ -10,19 +10,15 @@
 namespace {
 
 int32_t get_surface(const script_call &call, const __ORBSurface2D__ *from) {
-  auto [file, graph] = pop_args<int32_t, int32_t>();
+  auto [file, graph] = pop_ints<2>();
   const orb_map_slot *slot = check_graph(call, file, graph);
   if (!slot || !copy_corner(from, slot->surface)) return call.fail();
   return call.done(1);
 }
 
 int32_t copy_region(const script_call &call, const __ORBSurface2D__ *from) {
-  auto [region, file, graph, x, y, w, h] =
-      pop_args<int32_t, int32_t, int32_t, int32_t, int32_t, int32_t, int32_t>();
-  if (!RegionExists(region)) {
-    call.bad(error_region_argument, 1, region);
-    return call.fail();
-  }
+  auto [region, file, graph, x, y, w, h] = pop_ints<7>();
+  if (!RegionExists(region)) return call.refuse(error_region_argument, 1, region);
   const orb_map_slot *slot = check_graph(call, file, graph, 2);
   if (!slot) return call.fail();
   __ORBSurface2D__ *to = slot->surface;

@@ -40,7 +40,7 @@ void take_screen_colour(uint32_t colour, orb_rgb components) {
 /// screen_get_pixel(x, y): the pixel of the frame drawn last, 0 outside the screen.
 int32_t ORB_screen_get_pixel() {
   const script_call call{"SCREEN_GET_PIXEL"};
-  auto [x, y] = pop_args<int32_t, int32_t>();
+  auto [x, y] = pop_ints<2>();
   return call.done(int32_t(get_pixel(screen, x, y)));
 }
 
@@ -50,13 +50,13 @@ int32_t ORB_screen_get_pixel() {
 int32_t ORB_screen_set_color() {
   const script_call call{"SCREEN_SET_COLOR"};
   if (rt_param_count() >= 3) {
-    auto [r, g, b] = pop_args<int32_t, int32_t, int32_t>();
+    auto [r, g, b] = pop_ints<3>();
     const auto component = [](int32_t value) { return uint8_t(std::clamp(value, 0, 255)); };
     const orb_rgb components = {component(r), component(g), component(b)};
     take_screen_colour(pack(components), components);
     return call.done(1);
   }
-  auto [colour] = pop_args<uint32_t>();
+  const uint32_t colour = rt_pop_uint();
   if (!check_colour(call, colour, 1)) return call.fail();
   take_screen_colour(colour, unpack(colour));
   return call.done(1);
@@ -79,7 +79,7 @@ int32_t ORB_screen_get_color() {
 /// screen_fade(red, green, blue, speed), fade(...): percentages 0..200 and 64ths of the way a
 /// frame. 1, or 0 when that is the target already.
 int32_t ORB_screen_fade() {
-  const auto [r, g, b, speed] = pop_args<int32_t, int32_t, int32_t, int32_t>();
+  const auto [r, g, b, speed] = pop_ints<4>();
   return rt_return(start_fade(r, g, b, speed));
 }
 
@@ -103,7 +103,7 @@ int32_t ORB_screen_fade_out() {
 /// set_fps(fps, skip): frames a second (0 no limit, at most 1000) and how many frames in a row may
 /// be skipped (0..100), for the host's timing. Always 1.
 int32_t ORB_set_fps() {
-  const auto [fps, skip] = pop_args<int32_t, int32_t>();
+  const auto [fps, skip] = pop_ints<2>();
   host_timing_set_fps(fps < 0 ? 1 : std::min(fps, 1000), std::clamp(skip, 0, 100));
   return rt_return(1);
 }
