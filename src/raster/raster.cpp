@@ -1,5 +1,11 @@
-// The choice of the routines of a depth.
+// What the rasterisers draw on and with, and the choice of the routines of a depth.
 #include "raster/raster.h"
+
+LineTarget line_target;
+int32_t draw_clipx0 = 0, draw_clipy0 = 0, draw_clipx1 = 0, draw_clipy1 = 0;
+uint32_t colorfx = 0;
+int32_t alphafx = 255;
+int32_t dR = 0, dG = 0, dB = 0;
 
 draw_line_routine *draw_line = draw_line8;
 draw_run_routine *draw_hline = draw_hline8, *draw_vline = draw_vline8;
