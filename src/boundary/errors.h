@@ -1,4 +1,4 @@
-// How a script's mistakes are told: their numbers, and the value that a failed call returns.
+// Script errors: their numbers, and the value that a failed call returns.
 #pragma once
 
 #include <cstdint>
@@ -6,14 +6,14 @@
 /// The value that most script functions return on failure.
 inline constexpr int32_t script_failure = INT32_MIN;
 
-/// Mistakes that handlers report to the host; the texts are the host's.
+/// Errors that handlers report to the host, which has the texts.
 enum script_error : int32_t {
   error_out_of_memory = 100,
   error_palette_file = 103,         // no known palette in that file
   error_library_full = 104,         // the graph list can't grow
   error_compressed_file = 105,      // a compressed file can't be reopened
   error_library_open = 105,         // a library file can't be opened
-  error_library_format = 106,       // not a library file, or its depth is above the screen's
+  error_library_format = 106,       // not a library file, or deeper than the screen
   error_region = 108,               // region not defined
   error_file = 109,                 // library number out of range
   error_graph = 110,                // graph number out of range
@@ -23,7 +23,7 @@ enum script_error : int32_t {
   error_save = 123,                 // file can't be saved
   error_cpoint = 133,               // control point out of range
   error_open = 143,                 // file can't be opened
-  error_format = 144,               // not such a file, or its depth is above the screen's
+  error_format = 144,               // not such a file, or deeper than the screen
   error_size = 153,                 // width or height out of range
   error_colour = 154,               // colour out of range in an 8-bit mode
   error_centre = 155,               // centre outside the graph

@@ -3,12 +3,12 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-// The kernel reads what goes into a pipe, and says no where we would be killed. (It also reads for
-// process_vm_readv, in one call, but some sandboxes forbid that one.)
+// write() to a pipe fails with EFAULT where a direct read would crash. (process_vm_readv needs one
+// call only, but some sandboxes forbid it.)
 bool copy_if_readable(void *to, const void *from, size_t bytes) {
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) return false;
-  const auto whole = ssize_t(bytes); // a pipe takes it at once: a page at least has room in it
+  const auto whole = ssize_t(bytes); // fits: an empty pipe holds at least a page
   const bool copied = write(ends[1], from, bytes) == whole && read(ends[0], to, bytes) == whole;
   close(ends[0]);
   close(ends[1]);

@@ -1,9 +1,8 @@
-// Memory behind an address that came as a number, or from a host: it may be any.
+// Safe reads from addresses that scripts or the host supply.
 #pragma once
 
 #include <cstddef>
 
-/// Copies `bytes`, 4096 at most, from an address that need not exist. False when not all of them
-/// can be read (null among others), or the program has no file descriptor left; `to` may then hold
-/// some.
+/// Copies `bytes`, at most 4096, from an address that may be invalid. False when not all of them
+/// can be read or the process is out of file descriptors; `to` may then be partly written.
 bool copy_if_readable(void *to, const void *from, size_t bytes);

@@ -16,7 +16,7 @@ script_mouse *_mouse_graphics2D_;
 
 namespace {
 
-/// Points every script global into `memory`, at the offset in bytes that its name has there.
+/// Points every script global into `memory`, at the byte offset that offset_of(name) gives.
 template <typename Offset> void bind_script_globals(uint8_t *memory, Offset offset_of) {
   const auto bind = [=]<typename T>(T *&variable, const char *name) {
     variable = reinterpret_cast<T *>(memory + offset_of(name));
@@ -46,8 +46,8 @@ void bind_script_globals() {
                       [](const char *name) { return orbre->rt_global_offset(0, name); });
 }
 
-/// Before init and after release the script's globals are zeros of our own, one over the other:
-/// handlers that are called then find words that are there, and none of a host that is gone.
+/// Handlers may be called before init and after release, when the host's memory is not available:
+/// all globals then share one zeroed block.
 void unbind_script_globals() {
   static int32_t words[sizeof(script_video_mode[64]) / sizeof(int32_t)];
   bind_script_globals(reinterpret_cast<uint8_t *>(words), [](const char *) { return 0; });

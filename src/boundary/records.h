@@ -1,9 +1,8 @@
-// What the module keeps of its host: the records that both touch, the script's globals, and how far
-// the host has come.
+// The records that the module and its host share, the script's globals, and the frame count.
 //
 // `orbre` is set once at registration, the host's record and the script's globals by the init hook.
-// Everybody may read them. They live until release. Script functions may be called before init and
-// after release, too: what the variables are then stands with each.
+// Anyone may read them; they are valid until release. Script functions may be called before init
+// and after release: each variable says what it is then.
 #pragma once
 
 #include "orb/graphics2d.h"
@@ -12,12 +11,11 @@
 extern orb_runtime *orbre;
 /// The host's device-system record; set by the init hook, null again after release.
 extern orb_device_system *deviceSystem_graphics2D;
-/// The record that the module publishes. The module itself calls its replaceable entries
-/// (set-mode, list selection, requests, operations) through it, so its functions are there from the
-/// beginning.
+/// The record that the module publishes. The module calls its own replaceable entries (set-mode,
+/// list selection, requests, operations) through it, so it is filled when the module is loaded.
 extern orb_device2d device2D;
 
-/// 1 until the first frame hook has run. Written by the frame hook, and back by release.
+/// 1 until the first frame hook has run. Cleared by the frame hook, set again by release.
 extern uint8_t first_frame;
 /// Frames since init, modulo 2^32; 1 during the first one. Written by the frame hook.
 extern int32_t frame_number;
@@ -44,5 +42,5 @@ extern script_mouse *_mouse_graphics2D_;
 
 /// Finds the script's globals by their names in the host's memory.
 void bind_script_globals();
-/// Puts zeros of our own in their place.
+/// Points them at the module's zeros.
 void unbind_script_globals();

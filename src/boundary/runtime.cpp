@@ -14,7 +14,8 @@ Operation service(const Table *orb_device_system::*table, Operation Table::*memb
   return deviceSystem_graphics2D->*table->*member;
 }
 
-/// Moves `count` bytes from or to `buffer` by pieces that move(place, rest) tells the size of.
+/// Moves `count` bytes from or to `buffer` piecewise; move(place, rest) returns the size of a
+/// piece.
 template <typename Byte, typename Move> int32_t move_all(Byte *buffer, int32_t count, Move move) {
   int32_t moved = 0;
   while (moved < count) {
@@ -115,7 +116,7 @@ int32_t rt_file_seek(void *handle, int32_t offset, int32_t whence) {
 }
 
 int32_t rt_file_at_end(void *handle) {
-  // A host that can't tell lets its readers run into the end.
+  // Without this service the readers notice the end by a short read.
   auto *call = service(&orb_device_system::file, &orb_file_services::at_end);
   return call ? call(handle) : 0;
 }

@@ -1,5 +1,5 @@
-// Calls to the host. The runtime table's operations under their own names, and the device-system
-// services, each of which a host may leave out: a missing one is skipped.
+// Calls to the host: the operations of the runtime table under their own names, and the
+// device-system services. A host may leave out any service; calls to a missing one do nothing.
 #pragma once
 
 #include <bit>
@@ -26,19 +26,19 @@ inline const char *rt_program_name() {
   const char *name = orbre->rt_program_name();
   return name ? name : "";
 }
-/// Reports a mistake in a call of a script function, whose name is given in capitals: its number
-/// (boundary/errors.h), the argument's position from 1 on, or 0 for none, and the argument.
+/// Reports an error in a call of a script function, whose name is given in capitals: its number
+/// (boundary/errors.h), the 1-based position of the argument, or 0 for none, and the argument.
 inline void rt_error(int32_t code, const char *function, int32_t position, int32_t value) {
   orbre->rt_error(code, function, ORB_VALUE_INT, position, value);
 }
 inline void rt_error(int32_t code, const char *function, int32_t position, const char *value) {
   orbre->rt_error(code, function, ORB_VALUE_STRING, position, std::bit_cast<int32_t>(value));
 }
-/// Reports a condition after which the module can't go on; always level 2. May return in a test
-/// host: callers then leave their state as it was and report failure.
+/// Reports a fatal error, always at level 2. May return in a test host: callers then leave their
+/// state unchanged and report failure.
 inline void rt_fatal(const char *message) { orbre->rt_fatal(2, message); }
 
-// Device-system services (the table or the entry may be missing).
+// Device-system services.
 
 void host_message_box(const char *text, const char *title);
 void host_show_window(int32_t show);
@@ -57,17 +57,17 @@ void host_mode_change(int32_t begins);
 const char *rt_file_path(const char *name, int32_t purpose);
 /// Opens a host stream; null on failure. `key` is the script's key or null.
 void *rt_file_open(const char *name, int32_t mode, const char *key);
-/// Bytes read, 0..count; a host's odd reply is clamped into that range.
+/// Bytes read, 0..count; the host's reply is clamped to that range.
 int32_t rt_file_read(void *buffer, int32_t count, int32_t cipher, void *handle);
 /// Bytes written, 0..count.
 int32_t rt_file_write(const void *buffer, int32_t count, int32_t cipher, void *handle);
-/// Reads in as many pieces as the host delivers, until `count` bytes are there or it delivers
-/// nothing more. Bytes read.
+/// Reads until `count` bytes have arrived or the host delivers no more. Bytes read.
 int32_t rt_file_read_all(void *buffer, int32_t count, int32_t cipher, void *handle);
-/// Writes in as many pieces as the host takes, until it takes nothing more. Bytes written.
+/// Writes until all bytes are taken or the host takes no more. Bytes written.
 int32_t rt_file_write_all(const void *buffer, int32_t count, int32_t cipher, void *handle);
 /// 0 on success.
 int32_t rt_file_seek(void *handle, int32_t offset, int32_t whence);
-/// Nonzero at the end of the file. A host may not tell, so a short read is an end, too.
+/// Nonzero at the end of the file. Always 0 where the host has no such service: treat a short read
+/// as the end, too.
 int32_t rt_file_at_end(void *handle);
 void rt_file_close(void *handle);

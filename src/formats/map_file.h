@@ -91,7 +91,7 @@ uint32_t stored_cpoints(const __ORBSurface2D__ &surface);
 uint32_t cpoint_word(const __ORBSurface2D__ &surface);
 /// Packs x and y of each record to 4 bytes; returns their bytes.
 /// QUIRK: undefined points are written with their coordinates. Deleted points and gaps hold
-/// unset_coordinate and are read back as missing; point 0 holds the centre and is read back as defined.
+/// unset_coordinate and are read back as missing; point 0 holds the centre and is read as defined.
 uint32_t pack_cpoints(const __ORBSurface2D__ &surface, uint8_t *to);
 
 // ---- Single graphs -----------------------------------------------------------------------------

@@ -91,8 +91,7 @@ const orb_constant constants_table[153] = {
     {"partial_restore", 0},
     {"complete_restore", 1},
 
-    // QUIRK: two spellings of one selector; a new value for one of them would look more natural,
-    // but scripts use both for the width.
+    // QUIRK: both spellings select the width; scripts use either.
     {"g_wide", 0},
     {"g_width", 0},
     {"g_height", 1},
@@ -143,7 +142,7 @@ const orb_constant constants_table[153] = {
     {"fx_orblend", 25},
     {"fx_xorblend", 26},
 
-    // Effects that look at the source only. Both spellings of grey are 1008.
+    // Effects that read only the source. Both spellings of grey are 1008.
     {"fx_invert", 1001},
     {"fx_rinvert", 1002},
     {"fx_ginvert", 1003},

@@ -1,5 +1,4 @@
-// The device record, slot by slot, for the host and for the module itself; and what comes up and
-// goes down with it.
+// The device record, slot by slot; the start and shutdown of the devices.
 #include "blit/blit.h"
 #include "blit/blit_list.h"
 #include "boundary/runtime.h"
@@ -23,7 +22,7 @@
 
 namespace {
 
-/// The record as the module publishes it; slots that aren't named are zero.
+/// The record as the module publishes it; unnamed slots are zero.
 constexpr orb_device2d own_record() {
   orb_device2d d{};
 
@@ -107,13 +106,13 @@ constexpr orb_device2d own_record() {
   return d;
 }
 
-/// Script functions may be called before init, and call the record's functions.
+/// Filled at load: script functions, which may be called before init, use the record.
 const bool filled_at_load = (device2D = own_record(), true);
 
 } // namespace
 
 int32_t ORBGI2D_Internal_InitGFXDevice() {
-  device2D = own_record();    // without what another host has replaced
+  device2D = own_record();    // drops what an earlier host has replaced
   device2D.regions = regions; // rewritten whenever the array moves
   if (!ORBGI2D_Internal_CreateGFXSurfaceList()) return 0;
   if (ORBGI2D_Internal_CreateBlitLists()) return 1;
@@ -122,7 +121,7 @@ int32_t ORBGI2D_Internal_InitGFXDevice() {
 }
 
 void ORBGI2D_Internal_QuitGFXDevice() {
-  delete_collision_surfaces(); // they keep pointers of their own
+  delete_collision_surfaces(); // the module keeps pointers to them
   ORBGI2D_DeleteAllGFXSurfaces();
   ORBGI2D_Internal_DeleteGFXSurfaceList();
   ORBGI2D_Internal_DeleteBlitLists();

@@ -19,14 +19,13 @@
 
 namespace {
 
-/// 1 between an init that went through and release. Should a host go on after a fatal report, its
-/// frames do nothing.
+/// True from a successful init to release. If a host goes on after a fatal report, its frames do
+/// nothing.
 bool running;
-/// 1 once the window was shown.
+/// 1 once the window has been shown.
 uint8_t program_visible;
 
-/// QUIRK: showing the window with the first frame would look more natural; it is shown with the
-/// second one, when the first is already in it. That is intended.
+/// QUIRK: the window is shown with the second frame, when it already holds the first.
 void show_program() {
   if (first_frame) {
     first_frame = 0;
@@ -59,9 +58,8 @@ void render() {
 
 } // namespace
 
-/// Brings the module up and opens the display. A failure is fatal; should the host go on after
-/// that, the hook ends where it stands. What is there already goes first: an init that nothing has
-/// released, or calls out of turn, have brought it up.
+/// Starts the module and opens the display. A failure is fatal; if the host goes on, the hook
+/// returns at once. Releases first what an earlier init, or calls out of order, have created.
 int32_t ORB_mod_graphics2D_init() {
   ORB_mod_graphics2D_release();
   deviceSystem_graphics2D = orbre->rt_device_system;
@@ -104,7 +102,7 @@ int32_t ORB_mod_graphics2D_init() {
   return 1;
 }
 
-/// One frame: from the processes' locals to the display. Nothing in the middle of a mode change.
+/// One frame: from the processes' locals to the display. Does nothing during a mode change.
 int32_t ORB_mod_graphics2D_frame() {
   if (!running || mode.changing) return 1;
   frame_number = int32_t(uint32_t(frame_number) + 1);
@@ -116,8 +114,8 @@ int32_t ORB_mod_graphics2D_frame() {
   return 1;
 }
 
-/// Takes everything down. A further init starts like the first one, window included; until then
-/// script functions find as little as before the first.
+/// Shuts everything down. A later init starts like the first one, window included; until then
+/// script functions behave as before the first.
 int32_t ORB_mod_graphics2D_release() {
   running = false;
   release_graph_registry();

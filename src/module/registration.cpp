@@ -60,13 +60,13 @@ const char *const locals_declaration =
 
 namespace {
 
-/// What the host makes of it is its own affair.
+/// Its effect is up to the host.
 constexpr int32_t module_flags = 32768;
 
 } // namespace
 
-/// Registers everything with the host; 1. The tables go out as copies on this stack: a host copies
-/// what it is handed before each call returns, and none can come to rely on the module's own.
+/// Registers everything with the host. Always 1. The tables are copies on the stack: a host must
+/// copy them before each call returns, so it cannot come to depend on the module's own.
 __attribute__((visibility("default"))) int32_t
 ORB_mod_graphics2D_MainLibraryExports(const orb_registration *registration) {
   orb_constant constants[sizeof constants_table / sizeof *constants_table];

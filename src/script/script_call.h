@@ -19,8 +19,8 @@
 
 /// One call of a handler: knows the name under which it reports, and how to end.
 struct script_call {
-  const char *name;                     ///< the function's name in capitals
-  int32_t failure = script_failure;     ///< what a failed call returns
+  const char *name;                 ///< the function's name in capitals
+  int32_t failure = script_failure; ///< what a failed call returns
 
   /// Reports an int argument (1-based position). Returns null, so that checkers can hand it on.
   std::nullptr_t bad(script_error code, int32_t position, int32_t value) const {
@@ -54,24 +54,28 @@ struct script_call {
 
 namespace script_call_detail {
 template <typename T> T pop_one() {
-  if constexpr (std::is_same_v<T, int32_t>) return rt_pop_int();
-  else if constexpr (std::is_same_v<T, uint32_t>) return rt_pop_uint();
-  else if constexpr (std::is_same_v<T, const char *>) return rt_pop_string();
+  if constexpr (std::is_same_v<T, int32_t>)
+    return rt_pop_int();
+  else if constexpr (std::is_same_v<T, uint32_t>)
+    return rt_pop_uint();
+  else if constexpr (std::is_same_v<T, const char *>)
+    return rt_pop_string();
   else {
     static_assert(std::is_same_v<T, int32_t *>, "an argument is I, S or IP");
     return rt_pop_pointer();
   }
 }
-}  // namespace script_call_detail
+} // namespace script_call_detail
 
 /// Fetches the arguments, last one first, and gives them back in script order.
 template <typename... T> std::tuple<T...> pop_args() {
   std::tuple<T...> values;
   [&]<size_t... I>(std::index_sequence<I...>) {
-    ((std::get<sizeof...(T) - 1 - I>(values) =
-          script_call_detail::pop_one<std::tuple_element_t<sizeof...(T) - 1 - I, std::tuple<T...>>>()),
+    ((std::get<sizeof...(T) - 1 - I>(values) = script_call_detail::pop_one<
+          std::tuple_element_t<sizeof...(T) - 1 - I, std::tuple<T...>>>()),
      ...);
-  }(std::index_sequence_for<T...>{});
+  }
+  (std::index_sequence_for<T...>{});
   return values;
 }
 
@@ -79,7 +83,8 @@ template <typename... T> std::tuple<T...> pop_args() {
 template <size_t count> auto pop_ints() {
   return []<size_t... I>(std::index_sequence<I...>) {
     return pop_args<std::enable_if_t<(I < count), int32_t>...>();
-  }(std::make_index_sequence<count>{});
+  }
+  (std::make_index_sequence<count>{});
 }
 
 /// The same into variables.
@@ -87,7 +92,7 @@ template <typename... T> void pop_into(T &...values) {
   std::tie(values...) = pop_args<T...>();
 }
 
-/// Fetches a file's name; one that the host lost is empty.
+/// Fetches a file name; a null one becomes empty.
 inline const char *pop_filename() {
   const char *const name = rt_pop_string();
   return name ? name : "";

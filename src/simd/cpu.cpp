@@ -6,7 +6,7 @@ namespace {
 
 instruction_set highest_allowed = instruction_set::avx2;
 
-/// AVX2 needs the CPU's word and the system's: it must keep the upper halves of the registers.
+/// AVX2 needs support from the CPU and from the system, which must save the upper register halves.
 bool detect_avx2() {
   unsigned a, b, c, d;
   if (!__get_cpuid(1, &a, &b, &c, &d)) return false;

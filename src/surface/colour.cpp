@@ -27,8 +27,7 @@ uint32_t set_rgba_16bits(int32_t r, int32_t g, int32_t b, int32_t) {
 uint32_t set_rgb_32bits(int32_t r, int32_t g, int32_t b) {
   return clamp_component(r) << 16 | clamp_component(g) << 8 | clamp_component(b);
 }
-// QUIRK: one would expect both to give an opaque colour. Only this one does, intentionally: a
-// colour of set_rgb_32bits carries no alpha.
+// QUIRK: only this one gives an opaque colour; set_rgb_32bits leaves alpha 0.
 uint32_t set_rgbx_32bits(int32_t r, int32_t g, int32_t b) {
   return 0xFF000000 | set_rgb_32bits(r, g, b);
 }
@@ -37,8 +36,7 @@ uint32_t set_rgba_32bits(int32_t r, int32_t g, int32_t b, int32_t a) {
 }
 
 int32_t get_rgb_16bits(uint32_t colour, int32_t *r, int32_t *g, int32_t *b) {
-  // QUIRK: one would mask the red field. Bits above 15 reach it, intentionally; the script
-  // functions refuse such colours before they get here.
+  // QUIRK: red is not masked: bits above 15 reach it. Script functions refuse such colours earlier.
   store(r, (colour >> 11) * 8);
   store(g, colour >> 3 & 252);
   store(b, colour * 8 & 255);

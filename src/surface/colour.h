@@ -1,6 +1,6 @@
 // Colours as integers in the pixel format of the video mode: 5-6-5 at 16 bits, 0xAARRGGBB at 32.
 // Components are 0..255; the packers clamp. The device record's slots 63 to 67 hold the set of the
-// current depth (the 16-bit set also stands there in 8-bit modes, where no script function asks).
+// current depth (in 8-bit modes the 16-bit set, which no script function then uses).
 #pragma once
 
 #include <cstdint>
@@ -10,12 +10,12 @@ constexpr uint32_t pack565(uint32_t r, uint32_t g, uint32_t b) {
   return (r & 0xF8) << 8 | (g & 0xFC) << 3 | b >> 3;
 }
 
-/// Where there is no room for alpha, what covers less than half becomes 0, the transparent key.
+/// In formats without alpha, a pixel less than half opaque becomes 0, the transparent key.
 constexpr bool is_visible(uint32_t alpha) {
   return alpha >= 128;
 }
-/// 5-6-5 of a pixel with alpha, 0xAARRGGBB: 0 when it isn't visible. A visible one that would pack
-/// to 0 becomes 1, the darkest blue.
+/// 5-6-5 of a pixel with alpha, 0xAARRGGBB: 0 when it is not visible. A visible pixel that would
+/// pack to 0 becomes 1, the darkest blue.
 constexpr uint32_t pack565_with_alpha(uint32_t argb) {
   if (!is_visible(argb >> 24)) return 0;
   const uint32_t packed = pack565(argb >> 16 & 255, argb >> 8 & 255, argb & 255);

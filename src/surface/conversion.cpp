@@ -23,7 +23,7 @@ void convert_rows(const __ORBSurface2D__ &from, __ORBSurface2D__ &to, Convert co
   }
 }
 
-/// The pixel of a palette's colour. `alpha` is null in palettes without.
+/// The pixel of a palette entry. `alpha` is null for palettes without alphas.
 template <typename Pixel> Pixel pixel_of(const orb_rgb &colour, const uint8_t *alpha) {
   const auto [r, g, b] = colour;
   const uint32_t argb =
@@ -32,7 +32,7 @@ template <typename Pixel> Pixel pixel_of(const orb_rgb &colour, const uint8_t *a
   return Pixel(alpha ? pack565_with_alpha(argb) : pack565(r, g, b));
 }
 
-/// Indices to pixels, through a palette or a table in force. False when there is neither.
+/// Converts indices through a palette or the current table. False when there is neither.
 template <typename Pixel>
 bool convert_indices(const __ORBSurface2D__ &from, __ORBSurface2D__ &to,
                      const __ORBPalette2D__ *colours, const uint8_t *alphas,

@@ -71,14 +71,13 @@ int32_t ORBGI2D_BlitFill(__ORBSurface2D__ *surface, uint32_t colour, int32_t kee
   default: memory_fill = memset8; break;
   }
   if (!surface->pixels) return 1;
-  // QUIRK: putting the ground would look more natural. A filled ground is only shown if something
-  // else has put it.
+  // QUIRK: filling the ground does not mark it as put: frames show it only if something else does.
   if (surface == ground) background_changed = 1;
   if (surface->pitch == surface->width * uint32_t(surface->depth >> 3)) {
     memory_fill(surface->pixels, int32_t(colour), surface->pixel_count);
     return 1;
   }
-  // Only a display wrapper has padded rows; the padding is not ours.
+  // Only a display wrapper has padded rows, and the padding is left alone.
   auto *row = static_cast<uint8_t *>(surface->pixels);
   for (uint32_t y = 0; y < surface->height; ++y, row += surface->pitch)
     memory_fill(row, int32_t(colour), surface->width);

@@ -1,15 +1,14 @@
 // The ghost table of 8-bit modes: for two palette indices the index nearest to their mix.
 //
-// The mix of two entries is (a + b) >> 1 per component, and "nearest" is find_nearest. Index 0 and
-// 255 are entries like any other here: 0 mixes as the colour that the screen shows for it, so a
-// ghost over untouched background looks right, and keyed routines never ask for a source of 0.
+// The mix of two entries is (a + b) >> 1 per component, and "nearest" is find_nearest. Indices 0
+// and 255 are ordinary entries here: 0 mixes as the colour that the screen shows for it, so a ghost
+// over an empty background looks right; keyed routines never look up a source of 0.
 //
-// 32,896 searches over 254 entries would take tens of milliseconds. A cube of 8 x 8 x 8 cells over
-// the box that the palette fills, which holds every mix, keeps for each cell the entries that can
-// be nearest somewhere in it: those whose smallest distance to the cell does not exceed the largest
-// distance of any entry. What it leaves out is farther than another entry at every point of the
-// cell, so the search over a cell's list finds exactly what the search over all entries finds, ties
-// included.
+// 32,896 searches over 254 entries would take tens of milliseconds. So the bounding box of the
+// palette, which holds every mix, is divided into 8 x 8 x 8 cells. Each cell lists its candidates:
+// the entries whose smallest distance to the cell does not exceed the largest distance of any
+// entry. Any other entry is farther than some candidate at every point of the cell, so searching
+// the list gives exactly what searching all entries gives, ties included.
 #include "surface/ghost_table.h"
 
 #include <cstdlib>
@@ -26,7 +25,7 @@ constexpr int32_t cells_per_side = 8;
 
 struct ghost_cell {
   uint8_t count;
-  uint8_t candidates[end_entry - first_entry]; // rising indices
+  uint8_t candidates[end_entry - first_entry]; // in ascending order
 };
 
 /// Distances of an entry's component to the nearest and the farthest level of a cell's side.
@@ -34,7 +33,7 @@ struct side_distance {
   int16_t near, far;
 };
 
-/// One axis of the cube: which side a level falls into, and how far the entries are from each.
+/// One axis of the cube: which side a level falls into, and how far entries are from each side.
 struct ghost_axis {
   uint8_t side_of[256]; // within the palette's range only
   side_distance distance[cells_per_side][256];
@@ -112,7 +111,7 @@ uint8_t find_in_cube(const ghost_cube *cube, const __ORBPalette2D__ *in, int32_t
   return best;
 }
 
-/// Fills the table through `nearest`(r, g, b); mixing is symmetric, so half the searches do.
+/// Fills the table through `nearest`(r, g, b); mixing is symmetric, so half the searches suffice.
 template <typename Nearest> void fill_ghost_table(const __ORBPalette2D__ *of, Nearest nearest) {
   for (int32_t s = 0; s < 256; ++s) {
     const orb_rgb &a = of->colours[s];

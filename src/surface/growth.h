@@ -1,12 +1,12 @@
-// Growing arrays of plain records, as the registry's lists are.
+// Growing arrays of plain records.
 #pragma once
 
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
-/// Lengthens `array` from `count` to `wanted` records, the new ones zero. The array may move.
-/// False, and nothing changed, without memory.
+/// Grows `array` from `count` to `wanted` records, the new ones zero. The array may move. False,
+/// and nothing changed, without memory.
 template <typename T> bool grow_records(T *&array, int32_t count, int32_t wanted) {
   const uint64_t bytes = uint64_t(wanted) * sizeof(T);
   if (bytes > SIZE_MAX) return false;

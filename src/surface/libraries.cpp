@@ -43,7 +43,7 @@ bool open_library(int32_t file) {
 
 void discard_library(int32_t file, uint32_t memory) {
   orb_fpg &library = fpg[file];
-  if (library.slots) open_library(file); // which deletes what is there
+  if (library.slots) open_library(file); // deletes its graphs
   if (file == 0) return;
   free(library.slots);
   library = {0, 0, nullptr, memory};
@@ -59,12 +59,11 @@ bool unload_library(int32_t file) {
   if (!library.in_use) return false;
   for (int32_t code = 0; code < graphs_per_library; ++code)
     if (library.slots[code].surface) free_graph(&library, &library.slots[code]);
-  // QUIRK: one would take the graphs' memory from the library's total as well. It is left as it
-  // was, intentionally, and starts anew when the number is taken again.
+  // QUIRK: memory_usage keeps its value; it is reset when the number is taken again.
   if (file != 0) {
     free(library.slots);
     library.slots = nullptr;
-    pfpgmap = pfpgmap_dst = nullptr; // they may have pointed there
+    pfpgmap = pfpgmap_dst = nullptr; // they may point there
   }
   library.in_use = 0;
   --fpgs_loaded;

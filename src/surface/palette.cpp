@@ -12,7 +12,7 @@ uint8_t forced_palette_map[256];
 
 namespace {
 
-/// Over the components without their lowest bits.
+/// Over the components, without their lowest bits.
 template <int32_t dropped_bits> uint32_t checksum(const __ORBPalette2D__ *of) {
   uint32_t crc = 0;
   for (const auto [r, g, b] : of->colours)
@@ -37,7 +37,7 @@ int32_t set_color(uint8_t index, int32_t r, int32_t g, int32_t b) {
 }
 
 int32_t find_color(int32_t r, int32_t g, int32_t b) {
-  // QUIRK: 64 and more would naturally be clamped to 63. They wrap, intentionally: 64 is 0.
+  // QUIRK: components above 63 wrap instead of being clamped: 64 is 0.
   const auto scaled = [](int32_t c) { return int32_t(llabs(c) * 4 & 255); };
   last_found_colour = palette ? find_nearest(palette, scaled(r), scaled(g), scaled(b)) : 0;
   return last_found_colour;

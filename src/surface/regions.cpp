@@ -13,11 +13,11 @@ namespace {
 
 constexpr int32_t first_max_region = 32, region_step = 4, region_limit = 65537;
 
-/// Lengthens the region list to `count` records. False, with no region lost, without memory.
+/// Grows the region list to `count` records. False without memory; no region is lost then.
 bool grow_regions(int32_t count) {
   const bool grown =
       grow_records(regions, max_region, count) && grow_records(regions_def, max_region, count);
-  device2D.regions = regions; // it may have moved even where the flags found no room
+  device2D.regions = regions; // may have moved even if the flags could not grow
   if (!grown) return false;
   for (int32_t i = max_region; i < count; ++i)
     regions[i] = {-1, -1, -1, -1};
@@ -33,7 +33,7 @@ void create_regions() {
     rt_fatal("No enough memory to create REGIONS");
     return;
   }
-  regions_def[0] = 1; // the screen: every set-mode fills it in
+  regions_def[0] = 1; // the screen, filled in by every set-mode
 }
 
 int32_t ResizeRegionList(int32_t wanted) {

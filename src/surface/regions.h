@@ -1,7 +1,7 @@
 // Regions: the clip rectangles that scripts number. Region 0 is the screen.
 //
-// The arrays belong to surface/regions.cpp, which alone resizes them; the records are filled by the
-// script functions on regions, and region 0 by every set-mode.
+// Only surface/regions.cpp resizes the arrays. The region script functions fill the records, and
+// every set-mode fills region 0.
 #pragma once
 
 #include "orb/graphics2d.h"
@@ -13,7 +13,8 @@ extern int32_t max_region, regions_defined;
 /// Grows the region list to hold number `wanted`, by at least 4. 0 at the limit of 65537.
 int32_t ResizeRegionList(int32_t wanted);
 void DeleteRegionList();
-/// The 32 regions of the start: region 0 defined, all but it -1. Failure is fatal.
+/// Creates the first 32 regions: region 0 defined, the others undefined and all -1. Failure is
+/// fatal.
 void create_regions();
 int32_t GetMaxREGION();
 int32_t RegionExists(int32_t region);

@@ -21,12 +21,12 @@ namespace {
 constexpr int32_t first_max_fpg = 4, fpg_step = 4, fpg_limit = 65536;
 constexpr int32_t first_max_map = 1256, map_step = 256;
 
-/// Zeroed records, or null: also for sizes beyond what this machine can address.
+/// Zeroed records; null without memory or for a size that cannot be addressed.
 template <typename T> T *new_records(int32_t count) {
   return static_cast<T *>(calloc(size_t(count), sizeof(T)));
 }
 
-/// Where a cursor points among the slots of library 0; -1 when it is null or points elsewhere.
+/// The index of a cursor in the slots of library 0; -1 when it is null or points elsewhere.
 int32_t place_in_library0(const orb_map_slot *cursor) {
   const uintptr_t offset =
       reinterpret_cast<uintptr_t>(cursor) - reinterpret_cast<uintptr_t>(fpg[0].slots);
@@ -34,9 +34,8 @@ int32_t place_in_library0(const orb_map_slot *cursor) {
   return place < uintptr_t(max_map) ? int32_t(place) : -1;
 }
 
-/// No run-time code below this one is free, so a search from here finds the code that a search from
-/// the first one would, without passing over thousands of graphs for each new one. (Slots that a
-/// host has emptied by itself don't count.)
+/// No run-time code below this one is free, so searches start here instead of passing thousands of
+/// graphs. (Slots that a host has emptied by itself are not seen.)
 int32_t lowest_free_code = first_runtime_code;
 
 /// The first free code from `first` on, or 0.
@@ -83,7 +82,7 @@ int32_t ResizeFPGMAPList() {
   const bool grown =
       grow_records(fpg[0].slots, max_map, wanted) &&
       grow_records(image_loaded, max_map - first_runtime_code, wanted - first_runtime_code);
-  // The slots may have moved even where the marks found no room.
+  // The slots may have moved even if the marks could not grow.
   if (source >= 0) pfpgmap = fpg[0].slots + source;
   if (destination >= 0) pfpgmap_dst = fpg[0].slots + destination;
   if (!grown) {
@@ -99,8 +98,7 @@ void create_graph_registry() {
   fpgs_loaded = maps_loaded = 0;
   max_map = 0;
   lowest_free_code = first_runtime_code;
-  // Lookups never ask whether library 0 is in use. Its flag says that a file was loaded into it,
-  // and starts at 0.
+  // Library 0 always exists; its used flag, 0 at first, says that a file was loaded into it.
   auto *slots = new_records<orb_map_slot>(first_max_map);
   auto *marks = new_records<int32_t>(first_max_map - first_runtime_code);
   if (fpg && slots && marks) {
@@ -153,7 +151,7 @@ int32_t GetMaxMAP() {
 int32_t GetMAPCode(int32_t file) {
   if (file != 0 || !max_map) return 0;
   int32_t code = find_free_code(lowest_free_code);
-  // Before the list grows, slots that a host has emptied by itself are used again.
+  // Slots that a host has emptied by itself are reused before the list grows.
   if (!code) code = find_free_code(first_runtime_code);
   if (!code) {
     code = max_map;
@@ -169,8 +167,8 @@ int32_t RecMAPCode(int32_t file, int32_t code, __ORBSurface2D__ *surface) {
   slot.code = code;
   slot.description[0] = slot.name[0] = '\0';
   image_loaded[code - first_runtime_code] = 1;
-  // QUIRK: one would count the graph in `maps_loaded` and its bytes too, as account_graph does.
-  // Only the library's count grows, intentionally, although unloading lowers both counts.
+  // QUIRK: only the library's count grows, not `maps_loaded` or the bytes as in account_graph,
+  // although unloading lowers both counts.
   ++fpg[0].map_count;
   return 1;
 }
@@ -210,7 +208,7 @@ int32_t unload_graphs(int32_t code, bool (*owns)(int32_t mark)) {
     device2D.ORBGI2D_DeleteGFXSurface(slot.surface);
     empty_slot(fpg, each);
     fpg[0].memory_usage -= slot.memory_usage;
-    slot.memory_usage = 0; // a graph recorded here later brings no count of its own
+    slot.memory_usage = 0; // RecMAPCode does not set it
     --maps_loaded;
     mark = 0;
     ++unloaded;

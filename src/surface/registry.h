@@ -29,16 +29,16 @@ int32_t ResizeFPGList();    // four more libraries; 0 at the limit
 int32_t ResizeFPGMAPList(); // 256 more slots in library 0; 0 at the limit
 void DeleteFPGList();
 
-/// The init hook's part, after CreateFPGList: slots and marks of library 0, regions. Failures are
-/// fatal; where the host's report returns, the lists stay empty and every lookup fails.
+/// Called by the init hook after CreateFPGList: creates slots and marks of library 0, and regions.
+/// Failures are fatal; if the report returns, the lists stay empty and every lookup fails.
 void create_graph_registry();
-/// The release hook's part: slots and marks. The surfaces go with the surface list, the list of
-/// libraries with DeleteFPGList.
+/// Called by the release hook: frees slots and marks. The surface list owns the surfaces, and
+/// DeleteFPGList frees the list of libraries.
 void release_graph_registry();
 
-/// First free code of library 0 (growing it if need be), else 0; 0 for any other library.
+/// First free code of library 0, growing it if need be; 0 at its limit and for any other library.
 int32_t GetMAPCode(int32_t file);
-/// Records a surface made elsewhere under a code of GetMAPCode, as a map. 1, or 0 when refused.
+/// Registers a surface as a map under a code of GetMAPCode. 1, or 0 when refused.
 int32_t RecMAPCode(int32_t file, int32_t code, __ORBSurface2D__ *surface);
 orb_fpg *GetFPG(int32_t file);
 /// The slot of (file, graph), even an empty one; null when out of range or not loaded. Sets
@@ -47,7 +47,7 @@ orb_map_slot *GetMAP(int32_t file, int32_t graph);
 int32_t GetMaxFPG();
 int32_t GetMaxMAP();
 
-/// Empties a slot whose surface has been deleted, and lowers the library's count.
+/// Empties a slot whose surface is deleted, and lowers the library's count.
 void empty_slot(orb_fpg *library, int32_t code);
 /// Counts a new graph of library 0: slot, library and registry totals, and its mark.
 void account_graph(int32_t code, uint32_t memory, int32_t mark);

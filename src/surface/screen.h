@@ -1,10 +1,10 @@
-// The screen, as everything that draws on it sees it: the mode in force, the two surfaces that are
-// made for it, and what a frame is restored from.
+// The screen as drawing code sees it: the current mode, its two surfaces, and what a frame is
+// restored from.
 #pragma once
 
 #include "orb/graphics2d.h"
 
-/// The record of the mode in force. Written by the script functions on modes, video/mode.cpp and
+/// The current mode. Written by the script functions on modes, video/mode.cpp and
 /// the display; while `changing` is set, the surfaces and tables may be those of another mode.
 extern orb_mode mode;
 
@@ -14,12 +14,11 @@ extern __ORBSurface2D__ *ground, *screen;
 /// 1 when the ground holds a picture, so that frames are restored from it instead of cleared.
 /// Written by mark_ground; cleared by ORBGI2D_ClearScreen.
 extern uint8_t ground_puting;
-/// 1 when the background differs from what the screen was last restored from: the next restore
-/// repaints all of it. Set with every change of the ground and of the screen colour; cleared by the
-/// frame that repaints.
+/// 1 when the ground or the screen colour has changed since the last restore: the next one repaints
+/// the whole screen and resets this.
 extern uint8_t background_changed;
-/// To be called by whatever has drawn on `surface`: should that be the ground, frames are restored
-/// from it from now on, and the next one from all of it.
+/// Call after drawing on `surface`: if it is the ground, frames are restored from it from now on,
+/// and the next one completely.
 inline void mark_ground(const __ORBSurface2D__ *surface) {
   if (surface == ground) ground_puting = background_changed = 1;
 }

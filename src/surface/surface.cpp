@@ -1,4 +1,4 @@
-// Making, resizing and deleting surfaces, and the list of all of them.
+// Creates, resizes and deletes surfaces, and lists them.
 #include "surface/surface.h"
 
 #include <cstdlib>
@@ -55,8 +55,7 @@ int32_t ORBGI2D_Internal_AddGFXSurfaceOnList(__ORBSurface2D__ *surface) {
 void ORBGI2D_Internal_DelGFXSurfaceOnList(__ORBSurface2D__ *surface) {
   if (!gfxsurfaces || !surface) return;
   if (surface == gfxsurfaces->head) {
-    // QUIRK: with a single surface one would clear the tail too. It stays pointing at the removed
-    // record, intentionally: adding looks at the head only and then sets both.
+    // QUIRK: when the last surface goes, the tail keeps pointing at it; adding tests only the head.
     gfxsurfaces->head = surface->next;
     if (gfxsurfaces->head) gfxsurfaces->head->prev = nullptr;
   } else if (surface == gfxsurfaces->tail) {
@@ -73,7 +72,7 @@ void ORBGI2D_Internal_DelGFXSurfaceOnList(__ORBSurface2D__ *surface) {
 
 namespace {
 
-constexpr uint64_t largest_buffer = 0x7FFFFFE0; // bytes: with its alignment, what malloc may give
+constexpr uint64_t largest_buffer = 0x7FFFFFE0; // bytes: what malloc can give, less the alignment
 
 bool is_depth(int32_t depth) {
   return depth == 8 || depth == 16 || depth == 32;
@@ -92,7 +91,7 @@ void centre_first_cpoint(__ORBSurface2D__ *surface) {
   surface->cpoints[1] = surface->height >> 1;
 }
 
-/// A record with its centre point and no pixels, not on the list; null without memory.
+/// A record with its centre point, without pixels and not on the list; null without memory.
 __ORBSurface2D__ *new_record(int32_t width, int32_t height, int32_t depth, bool wrapper) {
   auto *surface = static_cast<__ORBSurface2D__ *>(calloc(1, sizeof(__ORBSurface2D__)));
   if (!surface) return nullptr;
@@ -108,10 +107,9 @@ __ORBSurface2D__ *new_record(int32_t width, int32_t height, int32_t depth, bool 
   return surface;
 }
 
-/// Frees a record that is no longer, or not yet, on the list.
+/// Frees a record that is not on the list.
 void free_record(__ORBSurface2D__ *surface) {
-  // QUIRK: one would free a wrapper's control points as well. They are left alone, intentionally:
-  // whoever lends a wrapper its pixels owns them, and frees them first if nobody else uses them.
+  // QUIRK: a wrapper's control points are not freed: they belong to the owner of its pixels.
   if (!surface->is_wrapper) {
     free(surface->cpoints);
     aligned_free(surface->pixels);
@@ -153,7 +151,7 @@ __ORBSurface2D__ *ORBGI2D_CreateGFXSurfaceWrapper(int32_t width, int32_t height,
   __ORBSurface2D__ *const surface = new_record(width, height, depth, true);
   if (!surface) return nullptr;
   if (!ORBGI2D_Internal_AddGFXSurfaceOnList(surface)) {
-    free(surface->cpoints); // nobody has seen the wrapper yet, so nobody else can
+    free(surface->cpoints); // still unshared, so they are freed here
     free_record(surface);
     return nullptr;
   }
@@ -206,13 +204,13 @@ void ORBGI2D_DeleteGFXSurface(__ORBSurface2D__ *surface) {
 
 void ORBGI2D_DeleteAllGFXSurfaces() {
   if (!gfxsurfaces) return;
-  // The list record keeps its count and ends: shutdown deletes it right afterwards.
+  // The list record is not updated: shutdown deletes it right afterwards.
   for (__ORBSurface2D__ *surface = gfxsurfaces->head; surface;) {
     __ORBSurface2D__ *const next = surface->next;
     free_record(surface);
     surface = next;
   }
-  // Both were on the list; the next start must not find them.
+  // Both were on the list; they must be null for the next init.
   ground = screen = nullptr;
   ground_puting = background_changed = 0;
 }

@@ -5,7 +5,7 @@
 
 #include "orb/graphics2d.h"
 
-/// Of a surface, in pixels.
+/// The largest width and height of a surface, in pixels.
 inline constexpr int32_t largest_side = 65535;
 
 struct orb_surface_list {
@@ -15,13 +15,11 @@ struct orb_surface_list {
 
 extern orb_surface_list *gfxsurfaces;
 
-/// Called with a surface that is about to go, while it is still whole; null while there is nobody
-/// to tell. The owner of the requests sets it (blit/blit_list.cpp), so that none of them is left
-/// with a surface that is gone.
+/// Called with a surface about to be deleted, while it is still intact; null when unused. The owner
+/// of the request lists (blit/blit_list.cpp) sets it and drops the surface from its requests.
 extern void (*surface_goes)(const __ORBSurface2D__ *surface);
 
-/// The coordinate of a control point that has none, in its low 16 bits; the pivot's stands for the
-/// middle.
+/// The low 16 bits of a coordinate that is not set. In the pivot it stands for the middle.
 inline constexpr uint32_t unset_coordinate = 65535;
 
 /// What `cpoints` of a surface points at: cpoint_last + 1 of these, point 0 first.
@@ -40,16 +38,16 @@ void ORBGI2D_Internal_DeleteGFXSurfaceList();
 int32_t ORBGI2D_Internal_AddGFXSurfaceOnList(__ORBSurface2D__ *surface);
 void ORBGI2D_Internal_DelGFXSurfaceOnList(__ORBSurface2D__ *surface);
 
-/// Bytes of the pixels of a surface of that size and depth, or 0 for a size that none can have.
+/// Bytes of pixels that a surface of that size and depth has; 0 for an impossible size.
 uint32_t surface_size(int32_t width, int32_t height, int32_t depth);
 /// New surface with its own pixels; sizes 1..65535, depth 8, 16 or 32, at most 0x7FFFFFE0 bytes.
 /// `clear` fills it with 0. Null on refusal or failed allocation.
 __ORBSurface2D__ *ORBGI2D_CreateGFXSurface(int32_t width, int32_t height, int32_t depth,
                                            uint8_t clear);
-/// New record for pixels that somebody else owns; `pixels` is null until they set it.
+/// New record for pixels that the caller owns; `pixels` is null until the caller sets it.
 __ORBSurface2D__ *ORBGI2D_CreateGFXSurfaceWrapper(int32_t width, int32_t height, int32_t depth);
-/// Changes the size of an owning surface; the old pixels are lost. An unchanged size keeps pixels
-/// and centre. 1, or 0 on refusal with the surface untouched.
+/// Resizes a surface that owns its pixels; the old pixels are lost. An unchanged size keeps pixels
+/// and centre. 1, or 0 on refusal, with the surface unchanged.
 int32_t ORBGI2D_ResizeGFXSurface(__ORBSurface2D__ *surface, int32_t width, int32_t height,
                                  uint8_t reset_centre, uint8_t clear);
 /// The same for a wrapper; never allocates.
@@ -58,10 +56,9 @@ int32_t ORBGI2D_ResizeGFXSurfaceWrapper(__ORBSurface2D__ *surface, int32_t width
 /// Frees the pixels only.
 void ORBGI2D_DeleteGFXSurfaceBufferData(__ORBSurface2D__ *surface);
 /// Unlinks and frees a surface; null is ignored. A wrapper's pixels and control points stay with
-/// whoever lent the pixels: free `cpoints` first if nobody else has them.
+/// the owner of the pixels: free `cpoints` first if nobody else uses them.
 void ORBGI2D_DeleteGFXSurface(__ORBSurface2D__ *surface);
-/// The same for every surface, for shutdown: the list itself must be deleted next.
+/// Deletes every surface, for shutdown: the list itself must be deleted next.
 void ORBGI2D_DeleteAllGFXSurfaces();
-/// Published for hosts whose surfaces may be lost and must be brought back; ours never are. 1, or 0
-/// for null.
+/// For hosts that expect surfaces to be lost and restored; these never are. 1, or 0 for null.
 int32_t ForceSurface(__ORBSurface2D__ *surface);
