@@ -20,20 +20,20 @@ constexpr uint32_t registry_step = 4;
 constexpr uint32_t registry_limit = 2147483647;
 constexpr uint32_t request_limit = 4294967294;
 
-/// realloc for `count` records, null when that many don't fit into the address space.
+/// realloc for `count` records; null when they do not fit into the address space.
 template <typename T> T *resize_array(T *array, uint64_t count) {
   const uint64_t bytes = count * sizeof(T);
   if (bytes > PTRDIFF_MAX) return nullptr;
   return static_cast<T *>(realloc(array, size_t(bytes)));
 }
 
-/// `count` cleared records, or null.
+/// `count` zeroed records, or null.
 template <typename T> T *new_array(uint64_t count) {
   if (count * sizeof(T) > PTRDIFF_MAX) return nullptr;
   return static_cast<T *>(calloc(size_t(count), sizeof(T)));
 }
 
-/// Reports "<name><text>"; a name too long for the buffer is cut, so that the text stays whole.
+/// Reports "<name><text>"; a name too long for the buffer is cut, never the text.
 void list_fatal(const char *name, const char *text) {
   char message[300];
   const int room = int(sizeof message - 1 - strlen(text));
@@ -128,7 +128,7 @@ int32_t UseBlitList(int32_t index) {
   return 1;
 }
 
-/// The list grows when its last slot is taken, so that one is always free.
+/// Lists grow when the last slot is taken, so that one is always free.
 __ORBBlit2D__ *GetAndUpdateBlitList() {
   if (!pBlitList2D) return nullptr;
   const uint32_t used = pBlitList2D->used + 1;
@@ -137,7 +137,8 @@ __ORBBlit2D__ *GetAndUpdateBlitList() {
   return &pBlitList2D->requests[used - 1];
 }
 
-/// Grows the current list by its step; 1, or 0 after a fatal report, with the list as it was.
+/// Grows the current list by its step. Returns 1, or 0 after a fatal report with the list
+/// unchanged.
 int32_t ResizeBlitList() {
   if (!pBlitList2D) return 0;
   orb_blit_list &list = *pBlitList2D;
@@ -155,7 +156,7 @@ int32_t ResizeBlitList() {
   }
   memset(requests + list.capacity, 0, size_t(capacity - list.capacity) * sizeof *requests);
   list.requests = requests;
-  // The array may have moved below a frame that is being drawn: an operation may take requests.
+  // The array may move while a frame is drawn: an operation may take requests.
   const auto moved = [=](const __ORBBlit2D__ *request) {
     return requests + (reinterpret_cast<uintptr_t>(request) - old_address) / sizeof *requests;
   };
@@ -173,9 +174,8 @@ int32_t ResizeBlitList() {
   return 1;
 }
 
-/// QUIRK: copying the whole request would look more natural. `drawn`, the first two reserved words
-/// after the drawn box, `tfmorder`, `own_region`, the reserved word before `src`, and `dst` stay as
-/// they are; that is intended.
+/// QUIRK: keeps `drawn`, the first two reserved words after the drawn box, `tfmorder`,
+/// `own_region`, the reserved word before `src`, and `dst` instead of copying the whole request.
 int32_t ChangeBlitList(int32_t index, const __ORBBlit2D__ *request) {
   if (!request || !pBlitList2D || uint32_t(index) >= pBlitList2D->used) return -1;
   __ORBBlit2D__ &to = pBlitList2D->requests[index];

@@ -1,4 +1,4 @@
-// Blit lists: requests taken during a frame, sorted by depth, run, and forgotten.
+// Blit lists: requests collected during a frame, sorted by depth, drawn, and dropped.
 //
 // `pBlitLists2D` holds all lists, `pBlitList2D` is the current one; only blit/blit_list.cpp writes
 // them. `graphics2D_blitlist` is the index of the module's own list "GRAPHICS2D".
@@ -17,24 +17,24 @@ extern orb_blit_lists *pBlitLists2D;
 extern orb_blit_list *pBlitList2D;
 extern int32_t graphics2D_blitlist;
 
-int32_t ORBGI2D_Internal_CreateBlitLists();  // 0 on failed allocation
-int32_t ORBGI2D_Internal_ResizeBlitLists();  // 1; failures are fatal
+int32_t ORBGI2D_Internal_CreateBlitLists(); // 0 on failed allocation
+int32_t ORBGI2D_Internal_ResizeBlitLists(); // 1; failures are fatal
 void ORBGI2D_Internal_DeleteBlitLists();
 
-/// New list, which becomes current; its index, or -1 for a null name, capacity 0 or 0xFFFFFFFF, or
-/// step 0.
+/// Creates a list and makes it current. Returns its index, or -1 for a null name, capacity 0 or
+/// 0xFFFFFFFF, or step 0.
 int32_t CreateBlitList(const char *name, uint32_t capacity, uint32_t step);
-int32_t UseBlitList(int32_t index);          // 1, or 0 for an unknown index
-/// The next request, growing the list when needed. Not cleared: the taker sets every field.
+int32_t UseBlitList(int32_t index); // 1, or 0 for an unknown index
+/// The next free request, growing the list when needed. Not cleared: the caller sets every field.
 __ORBBlit2D__ *GetAndUpdateBlitList();
 int32_t ResizeBlitList();
-/// Puts the requests in drawing order (blit/depth_sort.h).
+/// Sorts the requests into drawing order (blit/depth_sort.h).
 void SortBlitList();
-/// Copies most of a caller's request over request `index`; its index, or -1.
+/// Copies most of a caller's request over request `index`. Returns the index, or -1.
 int32_t ChangeBlitList(int32_t index, const __ORBBlit2D__ *request);
 void ResetBlitList();
-/// Requests that wait in any list and read or draw on this surface, which is about to go, draw
-/// nothing.
+/// Disables the pending requests of all lists that read or draw on this surface. Call before
+/// freeing it.
 void forget_surface(const __ORBSurface2D__ *surface);
 orb_blit_list *GetPtrBlitList();
 int32_t GetNumsBlitOnList();

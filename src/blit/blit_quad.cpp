@@ -1,10 +1,10 @@
 // Rotated and sheared blits: the rows of a transformed quadrilateral.
 //
-// The outline is that of the rounded corners: a row runs from where it crosses the left edge to
-// where it crosses the right one, both rounded to the nearest pixel. The source position of a row's
-// two ends comes from the inverse of the unrounded corners and is clamped into the picture; between
-// them the row steps in 16.16, truncated toward zero, so that nothing outside is read. Clipping
-// comes after that and only leaves steps out: it changes no pixel of what it lets through.
+// The outline joins the rounded corners. Each row spans the crossings of the left and the right
+// edge, both rounded to the nearest pixel. The source positions at a row's two ends come from the
+// inverse of the unrounded corners, clamped to the picture; between them the row steps in 16.16,
+// truncated toward zero, so that no read leaves the picture. Clipping comes last and only skips
+// steps: the visible pixels stay the same.
 #include <algorithm>
 #include <cmath>
 
@@ -13,21 +13,21 @@
 
 namespace {
 
-/// A coordinate of the source as an affine function of the destination pixel.
+/// A source coordinate as an affine function of the destination pixel.
 struct source_axis {
   double origin, along_x, along_y;
-  double top; // last position inside the picture, in 16.16
+  double top; // last position inside the picture, 16.16
 
-  /// The 16.16 position at a pixel, clamped into the picture.
+  /// The 16.16 position at a pixel, clamped to the picture.
   uint32_t at(int32_t x, int32_t y) const {
     const double position = (origin + along_x * x + along_y * y) * 65536;
     return uint32_t(to_fixed(std::clamp(position, 0.0, top)));
   }
 };
 
-/// A 16.16 step that takes `steps` from one position to another.
+/// The 16.16 step that covers the distance in `steps` steps.
 int32_t step_between(uint32_t from, uint32_t to, uint32_t steps) {
-  // Positions that use the sign bit may lie further apart than an int can tell.
+  // Positions that use the sign bit may lie further apart than an int can hold.
   const bool usual = int32_t(from | to | steps) >= 0;
   return usual ? int32_t(to - from) / int32_t(steps)
                : fixed_beyond_31_bits((double(to) - from) / steps);
@@ -37,9 +37,9 @@ struct source_map {
   source_axis u, v;
 };
 
-/// The map that takes corner 0 (top left) half a destination pixel inside the source, and corners 1
-/// (top right) and 2 (bottom left) as far inside its other edges. Along a side without length the
-/// middle is sampled.
+/// Maps corner 0 (top left) half a destination pixel inside the source, and corners 1 (top right)
+/// and 2 (bottom left) equally far inside the opposite edges. A side of zero length samples the
+/// middle.
 bool map_source(source_map *map, const __FPoint__ c[4]) {
   const double width = blit.src->width, height = blit.src->height;
   const double inset_x = 50.0 / std::abs(double(blit.size_x));
@@ -59,7 +59,7 @@ bool map_source(source_map *map, const __FPoint__ c[4]) {
     qx = -ay / det;
     qy = ax / det;
   } else {
-    // A line: what has length is followed along itself.
+    // Degenerate to a line: map along each side that has a length.
     if (aa > no_length) {
       px = ax / aa;
       py = ay / aa;
@@ -79,11 +79,11 @@ bool map_source(source_map *map, const __FPoint__ c[4]) {
 }
 
 struct quotient {
-  int64_t whole, rest; // rest from 0 up to the divisor
+  int64_t whole, rest; // 0 <= rest < divisor
 };
 /// Division rounded down; the divisor is positive.
 quotient floor_div(int64_t n, int64_t d) {
-  // The usual case apart: i386 divides 64-bit numbers by a library call.
+  // 32-bit fast path: i386 divides 64-bit numbers by a library call.
   const bool small = n == int32_t(n) && d == int32_t(d);
   quotient q =
       small ? quotient{int32_t(n) / int32_t(d), int32_t(n) % int32_t(d)} : quotient{n / d, n % d};
@@ -94,14 +94,14 @@ quotient floor_div(int64_t n, int64_t d) {
   return q;
 }
 
-/// An edge of the outline, walked from row to row: where it crosses a row, rounded to the nearest
-/// pixel (halves up). The walk is Bresenham's: exact, a quotient and its rest.
+/// Walks an outline edge from row to row: the x where it crosses each row, rounded to the nearest
+/// pixel (halves up). Bresenham with an exact quotient and remainder.
 struct outline_edge {
   int32_t first, last;     // rows
-  int64_t x, rest;         // crossing, and what it was rounded down by, of `unit`
+  int64_t x, rest;         // crossing, and its remainder in units of 1 / `unit`
   int64_t step, step_rest; // per row
   int64_t unit;
-  uint32_t width; // a level edge crosses its row from x to x + width
+  uint32_t width; // a horizontal edge covers x to x + width of its row
 
   outline_edge(__Vertex__ a, __Vertex__ b, int32_t from_row) {
     if (a.y > b.y) std::swap(a, b);
@@ -115,7 +115,7 @@ struct outline_edge {
       rest = step = step_rest = unit = 0;
       return;
     }
-    // In units of half a row: floor(x + 1/2) is the quotient of doubled numbers, plus one half.
+    // In units of half a row: floor(x + 1/2) is the quotient of the doubled numbers, plus one half.
     unit = 2 * dy;
     const quotient per_row = floor_div(dx, dy);
     step = per_row.whole;
@@ -139,12 +139,12 @@ struct outline_edge {
   }
 };
 
-/// The outline's spans, row by row from `row` on.
+/// The outline's spans, row by row, starting at `row`.
 struct outline {
   outline_edge edges[4];
   int32_t row;
 
-  /// From vertices in scan order.
+  /// Takes vertices in scan order.
   outline(const __Vertex__ v[4], int32_t from_row)
       : edges{{v[0], v[1], from_row},
               {v[0], v[2], from_row},
@@ -185,7 +185,7 @@ int32_t draw_quadrilateral(__ORBBlit2D__ *request, const __FPoint__ corners[4],
   blit.rotscale = choose_routine(span_op::rotscale, blit_column());
   if (!blit.rotscale) return refuse_blit(request);
 
-  // Rows are walked where the corners lie; only the span routine counts from the destination.
+  // Rows are walked in the corners' coordinates; only the span routine uses the destination's.
   const int32_t window_x = blit.window_x, window_y = blit.window_y;
   const int32_t clip_left = blit.clipx0 + window_x, clip_right = blit.clipx1 + window_x;
   const int32_t first = std::max(v[0].y, blit.clipy0 + window_y);
@@ -201,11 +201,11 @@ int32_t draw_quadrilateral(__ORBBlit2D__ *request, const __FPoint__ corners[4],
     uint32_t u = map.u.at(row.left, y), w = map.v.at(row.left, y);
     blit.x_inc = blit.y_inc = 0;
     if (row.left < row.right) {
-      // A row may be far longer than any surface: up to 2^31 pixels.
+      // A row may be far wider than any surface: up to 2^31 pixels.
       const uint32_t steps = uint32_t(row.right) - uint32_t(row.left);
       blit.x_inc = step_between(u, map.u.at(row.right, y), steps);
       blit.y_inc = step_between(w, map.v.at(row.right, y), steps);
-      // What is clipped off the left is stepped over at once. Modulo 2^32 the products are exact.
+      // Skips what is clipped on the left in one step. Modulo 2^32 the products are exact.
       const uint32_t skipped = uint32_t(left) - uint32_t(row.left);
       u += skipped * uint32_t(blit.x_inc);
       w += skipped * uint32_t(blit.y_inc);

@@ -7,13 +7,13 @@
 
 namespace {
 
-/// One axis of a scaled blit: where it lies on the destination and how the source runs along it.
+/// One axis of a scaled blit: its extent on the destination and the source positions along it.
 struct axis {
   int32_t first, last; // destination pixels, before clipping
   double start, step;  // source position at `first`, per destination pixel
 
-  /// Cuts the axis to low..high of a destination that begins at `origin`, moving the source start
-  /// on with it, and counts from there. False when nothing is left.
+  /// Clips the axis to low..high of a destination that begins at `origin`, advances the source
+  /// start accordingly, and makes the coordinates relative to `origin`. False when nothing is left.
   bool clip(int32_t low, int32_t high, int32_t origin) {
     low += origin;
     if (first < low) {
@@ -28,9 +28,9 @@ struct axis {
   }
 };
 
-/// The source runs from half a destination pixel inside one edge to half a destination pixel inside
-/// the other, backwards for a negative size. One destination pixel samples the middle. False when
-/// a destination pixel is larger than the whole source.
+/// Source positions run from half a destination pixel inside one edge to half a destination pixel
+/// inside the other, backwards for a negative size. A single destination pixel samples the middle.
+/// False when a destination pixel is larger than the whole source.
 bool lay_axis(axis *a, float corner0, float corner1, int32_t length, int64_t size) {
   const int32_t c0 = round_corner(corner0), c1 = round_corner(corner1);
   if (c0 == corner_out_of_range || c1 == corner_out_of_range) return false;
@@ -60,7 +60,7 @@ int32_t ORBGI2D_BlitScale(__ORBBlit2D__ *request) {
 
   const auto width = int32_t(blit.src->width), height = int32_t(blit.src->height);
   axis across, down;
-  // Negated in 64 bits: a size may be the lowest int.
+  // Negated in 64 bits: a size may be INT32_MIN.
   const int64_t size_x = blit.blt_flags & 1 ? -int64_t(blit.size_x) : blit.size_x;
   const int64_t size_y = blit.blt_flags & 2 ? -int64_t(blit.size_y) : blit.size_y;
   if (!lay_axis(&across, x0, x1, width, size_x) || !lay_axis(&down, y0, y1, height, size_y))
@@ -74,15 +74,15 @@ int32_t ORBGI2D_BlitScale(__ORBBlit2D__ *request) {
 
   blit.dst_x = across.first;
   blit.blt_w = across.last - across.first + 1;
-  // The step is truncated toward zero and the ends lie inside the picture, so that the last pixel
-  // does too; only a start at the very edge may round onto it.
+  // The step is truncated toward zero and both ends lie inside the picture, so the last pixel does
+  // too; only a start at the very edge may round onto that edge.
   const double top = width * 65536.0 - 1;
   const int32_t src_x = to_fixed(std::clamp(across.start * 65536, 0.0, top));
   blit.x_inc = fixed_step(across.step * 65536, 1);
   auto src_y = float(down.start);
   const auto step_y = float(down.step);
-  // Rows that show the same source row are drawn by one call, but for a surface onto itself, whose
-  // rows change as they are drawn.
+  // Rows that show the same source row are drawn by one call, except when a surface is drawn onto
+  // itself: its rows change as they are drawn.
   const auto row_at = [&](float y) { return std::clamp(int32_t(y), 0, height - 1); };
   for (blit.dst_y = down.first; blit.dst_y <= down.last; blit.dst_y += blit.blt_rows) {
     blit.src_y = row_at(src_y);

@@ -6,18 +6,18 @@
 
 namespace {
 
-/// A request with its key: the distance below the largest z, so that ascending keys are descending
-/// z and the usual few z levels need few digits.
+/// A request and its key: the distance below the largest z. Ascending keys mean descending z, and
+/// the few z levels of a usual frame need few digits.
 struct keyed_request {
   uint32_t key;
   __ORBBlit2D__ *request;
 };
 
-// Two arrays of `scratch_size` records, kept from frame to frame and shared by all lists.
+// Two arrays of `scratch_size` records, kept between frames and shared by all lists.
 keyed_request *scratch;
 uint32_t scratch_size;
 
-/// Below this, comparing is quicker than counting digits.
+/// Below this, a comparison sort is faster than a radix sort.
 constexpr uint32_t small_list = 200;
 
 constexpr uint32_t digit_bits = 11;
@@ -33,15 +33,15 @@ bool grow_scratch(uint32_t count) {
   return scratch;
 }
 
-/// Needs no memory, and is stable although it swaps: requests stand in list order in one array, so
-/// that addresses break ties.
+/// Needs no memory. Stable although it swaps: requests are in list order in one array, so addresses
+/// break ties.
 void sort_in_place(__ORBBlit2D__ **order, uint32_t count) {
   std::sort(order, order + count, [](const __ORBBlit2D__ *a, const __ORBBlit2D__ *b) {
     return a->z != b->z ? a->z > b->z : a < b;
   });
 }
 
-/// Sorts by one digit of the key, keeping the order of equal ones.
+/// Counting sort by one digit of the key; stable.
 void distribute(const keyed_request *from, keyed_request *to, uint32_t count, uint32_t shift) {
   uint32_t start[digits] = {};
   for (uint32_t i = 0; i < count; ++i)
@@ -56,7 +56,7 @@ void distribute(const keyed_request *from, keyed_request *to, uint32_t count, ui
     to[start[from[i].key >> shift & (digits - 1)]++] = from[i];
 }
 
-/// Radix sort, least significant digit first, as far as the largest key reaches.
+/// LSD radix sort over as many digits as the largest key has.
 void sort_by_digits(__ORBBlit2D__ **order, uint32_t count, int32_t max_z, uint32_t max_key) {
   keyed_request *from = scratch, *to = scratch + scratch_size;
   for (uint32_t i = 0; i < count; ++i)

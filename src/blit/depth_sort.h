@@ -3,8 +3,8 @@
 
 #include "orb/graphics2d.h"
 
-/// Fills the order of a list with its requests, one at least: descending z, equal z in list order.
-/// O(n) for a list that is in order already, O(n log n) for any other.
+/// Writes the requests of a list (at least one) into its order: descending z, equal z in list
+/// order. O(n) for a list already in order, O(n log n) otherwise.
 void sort_by_depth(orb_blit_list &list);
-/// Frees what the sort keeps between frames.
+/// Frees the scratch memory kept between frames.
 void free_sort_scratch();

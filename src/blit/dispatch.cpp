@@ -8,7 +8,7 @@ instruction_set in_use = instruction_set::sse2;
 
 } // namespace
 
-// Before the first choice the baseline stands here, so that no table is ever null.
+// Starts at the baseline, so that no table is ever null.
 #define ORB_DEFINE_SPAN_TABLE(variable, op, table)                                                 \
   span_routine *const *variable = op##_spans.tables[0][int(span_table::table)];
 ORB_SPAN_TABLES(ORB_DEFINE_SPAN_TABLE)

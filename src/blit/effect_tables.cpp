@@ -19,14 +19,14 @@ int8_t FX_tint16_table[256][128];
 
 namespace {
 
-// Weights of a grey value, of 255.
+// Luminance weights, out of 255.
 constexpr int32_t red_weight = 76, green_weight = 150, blue_weight = 29;
 
 constexpr int32_t lesser(int32_t a, int32_t b) {
   return a < b ? a : b;
 }
 
-/// Additive and subtractive tables of one 5-6-5 field whose greatest value is `top`.
+/// Additive and subtractive tables of a 5-6-5 field with maximum `top`.
 void fill_sums(uint8_t *additive, uint8_t *subtractive, int32_t top) {
   for (int32_t i = 0; i < 2 * (top + 1); ++i) {
     additive[i] = uint8_t(lesser(i, top));
@@ -34,7 +34,7 @@ void fill_sums(uint8_t *additive, uint8_t *subtractive, int32_t top) {
   }
 }
 
-/// Multiply and screen tables of one 5-6-5 field of `bits` bits.
+/// Multiply and screen tables of a 5-6-5 field of `bits` bits.
 template <int32_t bits>
 void fill_products(uint8_t (&multiply)[1 << bits][1 << bits],
                    uint8_t (&screen)[1 << bits][1 << bits]) {
@@ -42,8 +42,7 @@ void fill_products(uint8_t (&multiply)[1 << bits][1 << bits],
   for (int32_t a = 0; a <= top; ++a) {
     for (int32_t j = 0; j <= top; ++j) {
       multiply[a][j] = uint8_t(a * j / top);
-      // QUIRK: one would divide by `top` here as well, so that two zeros give zero. The shift is
-      // intended: screen of two zeros is 1.
+      // QUIRK: shifts instead of dividing by `top`, so the screen of two zeros is 1, not 0.
       screen[a][j] = uint8_t(top - ((top - a) * (top - j) >> bits));
     }
   }
@@ -54,8 +53,7 @@ void fill_products(uint8_t (&multiply)[1 << bits][1 << bits],
 void fill_effect_tables32() {
   for (int32_t i = 0; i < 512; ++i) {
     FX_additiveblend32_table[i] = uint8_t(lesser(i, 255));
-    // QUIRK: i - 255 would give 256 for the sum 511. The entry is a byte and holds 0,
-    // intentionally.
+    // QUIRK: the last entry is 0: 256, the difference for sum 511, does not fit into a byte.
     FX_subtractiveblend32_table[i] = uint8_t(i > 255 ? i - 255 : 0);
   }
   for (int32_t i = 0; i < 256; ++i) {
@@ -82,7 +80,7 @@ void fill_effect_tables16() {
   fill_products<5>(FX_multiplyblendRB16_table, FX_screenblendRB16_table);
   fill_products<6>(FX_multiplyblendG16_table, FX_screenblendG16_table);
   for (int32_t p = 0; p < 65536; ++p) {
-    // Each term is truncated by itself; red and blue are scaled to 8 bits in their weights.
+    // Each term is truncated on its own; the weights of red and blue include the scaling to 8 bits.
     const int32_t luminance = (p >> 11) * (red_weight * 8) / 255 +
                               ((p >> 3) & 252) * green_weight / 255 +
                               (p & 31) * (blue_weight * 8) / 255;

@@ -1,5 +1,5 @@
-// The effects: one list that feeds the enum, the names, the numbers scripts use, and the rule of
-// which span routine sits where. A new effect is one row here, one struct per pixel kind (fx16.h,
+// The effects: one list that generates the enum, the names and the script numbers, and decides
+// which span routine goes where. A new effect is one row here, one struct per pixel kind (fx16.h,
 // fx32.h), and one line in routine.h if its table entries are unusual.
 #pragma once
 
@@ -7,14 +7,14 @@
 
 enum class effect_class : uint8_t {
   copy,      // the source pixel
-  source,    // the source pixel even where the key would skip it
+  source,    // the source pixel, colour key ignored
   nothing,   // never drawn
-  composite, // Porter-Duff: coverage decides
-  blend,     // of source and destination
-  point,     // of the source alone
+  composite, // Porter-Duff, by coverage
+  blend,     // mixes source and destination
+  point,     // changes the source alone
 };
 
-// effect(name, class): the position is the table index, the name the last part of routine names.
+// effect(name, class): the position is the table index; the name ends the routine names.
 // clang-format off
 #define ORB_EFFECTS(effect)                        \
   effect(solid, copy)                              \
@@ -81,11 +81,11 @@ inline constexpr const char *effect_names[effect_count] = {
 #undef ORB_EFFECT_NAME
 };
 
-/// The highest effect that 8-bit modes have.
+/// The last effect available in 8-bit modes.
 inline constexpr int32_t last_effect_8bits = fx_srcxordst;
 
-/// Table index of a script's fxmode (0..26, 1001..1015), or -1 for one that is refused: a hole in
-/// the numbering, or fx_dst, which draws nothing.
+/// Table index of a script's fxmode (0..26, 1001..1015), or -1 if refused: a gap in the numbering,
+/// or fx_dst, which draws nothing.
 constexpr int32_t effect_index(int32_t fxmode) {
   if (fxmode >= 0 && fxmode <= fx_xorblend) return fxmode == fx_dst ? -1 : fxmode;
   if (fxmode > 1000 && fxmode < 1016) return fxmode - 1001 + fx_invert;

@@ -1,4 +1,4 @@
-// How the four operations bring pixels to a kernel.
+// How the four operations feed pixels to a kernel.
 #include <algorithm>
 #include <cstring>
 
@@ -16,7 +16,7 @@ uint8_t *pixel_address(const __ORBSurface2D__ *surface, int32_t x, int32_t y) {
          x * bytes;
 }
 
-/// The part of a kernel's argument that the blit state gives to all operations.
+/// The kernel arguments that all operations take from the blit state.
 kernel_args common_args() {
   kernel_args k{};
   k.dst_alpha = blit.dst->alpha_channel != 0;
@@ -29,8 +29,8 @@ kernel_args common_args() {
   return k;
 }
 
-/// A kernel reads a group of pixels before it writes one. Where source and destination share memory
-/// that would show, so each pixel goes by itself: row by row from the top, each from the left.
+/// A kernel reads a group of pixels before it writes one. Where source and destination overlap in
+/// memory that would show, so pixels are drawn one by one: rows top to bottom, left to right.
 void run_overlapping(span_kernel *kernel, kernel_args k) {
   const int32_t bytes = blit.src->depth >> 3, step = k.mirror ? -bytes : bytes;
   auto *dst = static_cast<uint8_t *>(k.dst);
@@ -46,12 +46,12 @@ void run_overlapping(span_kernel *kernel, kernel_args k) {
   }
 }
 
-/// Rows are sampled into a buffer of this many pixels, which stays in the first-level cache.
+/// Rows are sampled into a buffer of this many pixels, small enough for the L1 cache.
 constexpr int32_t chunk = 2048;
 alignas(32) uint32_t sampled[chunk];
 
-/// Runs a kernel over `blt_w` pixels of `blt_rows` rows from (dst_x, dst_y) on, sampled piece by
-/// piece by sample(buffer, count).
+/// Runs a kernel over `blt_w` pixels of `blt_rows` rows starting at (dst_x, dst_y), filling the
+/// buffer chunk by chunk with sample(buffer, count).
 template <typename Word, typename Sample> void run_sampled(span_kernel *kernel, Sample sample) {
   auto *buffer = reinterpret_cast<Word *>(sampled);
   kernel_args k = common_args();
@@ -59,7 +59,7 @@ template <typename Word, typename Sample> void run_sampled(span_kernel *kernel, 
   k.h = blit.blt_rows;
   k.dst_stride = int32_t(blit.dst->pitch);
   auto *dst = reinterpret_cast<Word *>(pixel_address(blit.dst, blit.dst_x, blit.dst_y));
-  // Onto itself a surface must be sampled no further ahead than it is written.
+  // A surface drawn onto itself must not be sampled ahead of the writes.
   const int32_t piece = blit.shared ? 1 : chunk;
   for (int32_t left = blit.blt_w; left > 0;) {
     k.w = std::min(left, piece);
@@ -71,8 +71,8 @@ template <typename Word, typename Sample> void run_sampled(span_kernel *kernel, 
   }
 }
 
-/// Whether gathers may sample rows up to `last` of the source: narrow pixels of the last row are
-/// too near the end of the memory.
+/// Whether rows up to `last` of the source can be sampled by gathers. They read 32 bits, which for
+/// narrower pixels could run past the end of memory on the last row.
 template <typename Word> bool can_gather(instruction_set isa, uint32_t last) {
   return isa == instruction_set::avx2 && (sizeof(Word) == 4 || last + 1 < blit.src->height) &&
          blit.src->pitch >= 4;
@@ -115,7 +115,7 @@ template <typename Word> void rotscale_row(span_kernel *kernel, instruction_set 
   blit.src_y = int32_t(y);
 }
 
-/// Calls the row function of the source's pixel width.
+/// Calls the row function for the source's pixel size.
 template <typename F> void by_depth(F f) {
   switch (blit.src->depth) {
   case 8: f(uint8_t{}); break;
@@ -152,15 +152,15 @@ void span_rotscale(span_kernel *kernel, instruction_set isa) {
 
 namespace {
 
-/// Narrow tiles: each source row is repeated into a buffer as wide as the clip rectangle and put
-/// down on all the destination rows that show it.
+/// Narrow tiles: repeats each source row into a buffer as wide as the clip rectangle and draws it
+/// on every destination row that shows it.
 template <typename Word> void tile_repeated(span_kernel *kernel) {
   const auto width = int32_t(blit.src->width), height = int32_t(blit.src->height);
   auto *const row = reinterpret_cast<Word *>(sampled);
   kernel_args k = common_args();
   k.src = row;
   k.src_stride = 0;
-  // A tile higher than the clip rectangle is put down once, so that the stride doesn't count.
+  // A tile higher than the clip rectangle is drawn once, so the stride does not matter.
   const int32_t rows = std::min(height, blit.cliph);
   k.dst_stride = int32_t(blit.dst->pitch) * rows;
   int32_t phase = blit.tile_phase_x;
@@ -184,7 +184,7 @@ template <typename Word> void tile_repeated(span_kernel *kernel) {
   }
 }
 
-/// Wide tiles: copy by copy.
+/// Wide tiles: draws each copy separately.
 void tile_copies(span_kernel *kernel) {
   const auto width = int32_t(blit.src->width), height = int32_t(blit.src->height);
   const int32_t bytes = blit.src->depth >> 3;
@@ -193,7 +193,7 @@ void tile_copies(span_kernel *kernel) {
   k.src_stride = int32_t(blit.src->pitch);
   int32_t src_y = blit.tile_phase_y;
   for (blit.tile_y = blit.clipy0; blit.tile_y <= blit.clipy1;) {
-    // Copies side by side share their rows: onto itself a surface is drawn a row at a time.
+    // Adjacent copies share their rows, so a surface drawn onto itself is drawn row by row.
     k.h = blit.shared ? 1 : std::min(height - src_y, blit.clipy1 - blit.tile_y + 1);
     int32_t src_x = blit.tile_phase_x;
     uint8_t *dst = pixel_address(blit.dst, blit.clipx0, blit.tile_y);
@@ -214,7 +214,7 @@ void tile_copies(span_kernel *kernel) {
   }
 }
 
-/// Below this width repeating a row into the buffer pays.
+/// Below this width, repeating a row into the buffer is faster.
 constexpr uint32_t narrow_tile = 256;
 
 } // namespace

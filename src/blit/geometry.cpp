@@ -12,8 +12,8 @@ struct point {
   double x, y;
 };
 
-/// Offsets from the pivot to the edges of the picture: near ones to the first pixel, far ones past
-/// the last.
+/// Offsets from the pivot to the picture's edges: the near ones to the first pixel, the far ones
+/// just past the last.
 struct extent {
   double left, top, right, bottom;
 };
@@ -49,21 +49,21 @@ scaling scaling_by(int32_t x, int32_t y) {
   return {x / 100.0, y / 100.0};
 }
 
-/// The letters of a transform order, of tfm_hsr for one that is none.
+/// The letters of a transform order; an unknown order counts as tfm_hsr.
 const char *order_letters(int32_t tfmorder) {
   static constexpr char orders[6][4] = {"hsr", "hrs", "shr", "srh", "rhs", "rsh"};
   return orders[tfmorder >= tfm_hsr && tfmorder <= tfm_rsh ? tfmorder : tfm_hsr];
 }
 
-/// Rounds; a place beyond the grid counts as the grid's last.
+/// Rounds; coordinates beyond the grid are clamped to its edge.
 int32_t round_on_grid(float value) {
   const int32_t rounded = round_corner(value);
   if (rounded != corner_out_of_range) return rounded;
   return value > 0 ? 1 << 30 : -(1 << 30);
 }
 
-/// Places the four corners of an extent: transform(offset, right, bottom), where the last two tell
-/// which far edges the corner lies on; then mirrors about the position.
+/// Transforms the four corners of an extent with transform(offset, right, bottom), where the flags
+/// say whether the corner is on the right and on the bottom edge; then mirrors about the position.
 template <typename Transform>
 void place_corners(extent e, int32_t x, int32_t y, int32_t flags, __FPoint__ corners[4],
                    Transform transform) {
@@ -76,20 +76,20 @@ void place_corners(extent e, int32_t x, int32_t y, int32_t flags, __FPoint__ cor
   }
 }
 
-/// Takes the last pixel off the far edges.
+/// Moves a corner on a far edge back to the last pixel.
 point last_pixel(point p, bool right, bool bottom) {
   return {right ? p.x - 1 : p.x, bottom ? p.y - 1 : p.y};
 }
 
 void sort_corners(__Vertex__ sorted[4], const __Vertex__ corners[4]) {
-  // Around the picture, so that neighbours stand side by side.
+  // Clockwise order, so that neighbours are adjacent.
   const __Vertex__ ring[4] = {corners[0], corners[1], corners[3], corners[2]};
   int top = 0;
   for (int i = 1; i < 4; ++i) {
     if (ring[i].y < ring[top].y || (ring[i].y == ring[top].y && ring[i].x < ring[top].x)) top = i;
   }
   const __Vertex__ a = ring[(top + 3) & 3], b = ring[(top + 1) & 3];
-  // The neighbour whose edge leaves the top further to the left.
+  // The left neighbour is the one whose edge leaves the top further to the left.
   const int64_t turn = (int64_t(a.x) - ring[top].x) * (int64_t(b.y) - ring[top].y) -
                        (int64_t(b.x) - ring[top].x) * (int64_t(a.y) - ring[top].y);
   sorted[0] = ring[top];
@@ -148,9 +148,8 @@ void calculate_corners_scaleshear(__ORBSurface2D__ *surface, int32_t x, int32_t 
   });
 }
 
-// QUIRK: one would take the far pixel off at one stage for all orders. It goes right after scaling,
-// in destination pixels; where scaling is the last transform that is present, before everything, in
-// source pixels.
+// QUIRK: far corners move back to the last pixel right after scaling (in destination pixels), but
+// where scaling is absent or the last transform present, before everything (in source pixels).
 void calculate_corners_rotscaleshear(__ORBSurface2D__ *surface, int32_t x, int32_t y,
                                      int32_t size_x, int32_t size_y, int32_t shear_x,
                                      int32_t shear_y, int32_t angle, int32_t tfmorder,
@@ -236,7 +235,7 @@ void calculate_graph_bbox(__ORBRegion__ *box, __ORBSurface2D__ *surface, int32_t
                     corners);
   *box = {INT32_MAX, INT32_MIN, INT32_MAX, INT32_MIN};
   for (int i = 0; i < 4; ++i) {
-    // On the grid, so that the box stays a box.
+    // Clamped to the grid: `corner_out_of_range` would ruin the box.
     const int32_t cx = round_on_grid(corners[i].x), cy = round_on_grid(corners[i].y);
     box->x0 = std::min(box->x0, cx);
     box->x1 = std::max(box->x1, cx);

@@ -1,9 +1,9 @@
-// Transform geometry: where the corners of a scaled, rotated or sheared graph fall.
+// Transform geometry: the corners of a scaled, rotated or sheared graph.
 //
-// Angles are thousandths of a degree, counter-clockwise on a screen whose y axis points down; sizes
-// are percent; shears are percent with their sign turned: a positive shear_x moves the rows below
-// the pivot to the left. Every routine places the pivot (control point 0, or the one-shot override,
-// which it consumes) at the position. Far corners are those of the last pixel, not of the edge.
+// Angles are thousandths of a degree, counter-clockwise on screen (y points down). Sizes are
+// percent. Shears are percent with the sign reversed: a positive shear_x moves the rows below the
+// pivot to the left. Every routine puts the pivot (control point 0, or the one-shot override, which
+// it consumes) at the position. Far corners are those of the last pixel, not of the edge.
 #pragma once
 
 #include "orb/graphics2d.h"
@@ -23,26 +23,25 @@ struct __Vertex__ {
 /// Order of shear (h), scale (s) and rotation (r), first to last.
 enum transform_order : int32_t { tfm_hsr, tfm_hrs, tfm_shr, tfm_srh, tfm_rhs, tfm_rsh };
 
-/// Rounds half away from zero. Values outside -2^30..2^30, and what is no number, give
-/// `corner_out_of_range`.
+/// Rounds half away from zero. Values outside -2^30..2^30 and NaN give `corner_out_of_range`.
 int32_t round_corner(float value);
 inline constexpr int32_t corner_out_of_range = INT32_MIN;
 
-/// The pivot in unmirrored pixels of the source, consuming a pivot override. `overridden` tells
-/// where it came from.
+/// The pivot in unmirrored source pixels; consumes a pivot override. `overridden` says whether
+/// there was one.
 struct blit_pivot {
   int32_t x, y;
   bool overridden;
 };
 blit_pivot take_pivot(__ORBSurface2D__ *surface);
 
-/// The box of a scaled graph.
+/// The bounding box of a scaled graph.
 void calculate_corners_scale(__ORBSurface2D__ *surface, int32_t x, int32_t y, int32_t size_x,
                              int32_t size_y, int32_t flags, float *x0, float *y0, float *x1,
                              float *y1);
 
-// The routines below give four corners of the untransformed graph in the order top left, top right,
-// bottom left, bottom right.
+// The routines below give the four corners in the order top left, top right, bottom left, bottom
+// right of the untransformed graph.
 
 void calculate_corners_rotate(__ORBSurface2D__ *surface, int32_t x, int32_t y, int32_t angle,
                               int32_t flags, __FPoint__ corners[4]);
@@ -57,25 +56,25 @@ void calculate_corners_rotscaleshear(__ORBSurface2D__ *surface, int32_t x, int32
                                      int32_t shear_y, int32_t angle, int32_t tfmorder,
                                      int32_t flags, __FPoint__ corners[4]);
 
-/// Chooses among the routines above. Corners in the order top left, top right, bottom right, bottom
-/// left: clockwise on screen when nothing turns or mirrors them.
+/// Picks one of the routines above. Corners in the order top left, top right, bottom right, bottom
+/// left: clockwise on screen unless rotated or mirrored.
 void calculate_corners(__ORBSurface2D__ *surface, int32_t x, int32_t y, int32_t size_x,
                        int32_t size_y, int32_t shear_x, int32_t shear_y, int32_t angle,
                        int32_t tfmorder, int32_t flags, __FPoint__ corners[4]);
 
-/// The place of one point (px, py) of the untransformed graph, rounded: its offset from the pivot
-/// put through the transforms as the corners are, without a far edge. Kept within -2^30..2^30.
+/// Where a point (px, py) of the untransformed graph lands, rounded: its offset from the pivot is
+/// transformed as the corners are, without the far-edge correction. Clamped to -2^30..2^30.
 __Vertex__ calculate_point(__ORBSurface2D__ *surface, int32_t px, int32_t py, int32_t x, int32_t y,
                            int32_t size_x, int32_t size_y, int32_t shear_x, int32_t shear_y,
                            int32_t angle, int32_t tfmorder, int32_t flags);
 
-/// The rounded box around the four corners.
+/// The rounded bounding box of the four corners.
 void calculate_graph_bbox(__ORBRegion__ *box, __ORBSurface2D__ *surface, int32_t x, int32_t y,
                           int32_t angle, int32_t flags, int32_t size_x, int32_t size_y,
                           int32_t shear_x, int32_t shear_y, int32_t tfmorder);
 
-/// Puts corners (top left, top right, bottom left, bottom right) in scan order: the topmost, the
-/// leftmost of those on a tie; its left and its right neighbour; the opposite one.
+/// Puts corners (top left, top right, bottom left, bottom right) in scan order: the topmost
+/// (leftmost on a tie), its left and right neighbours, the opposite one.
 void sort_corners_rotscale(__Vertex__ sorted[4], const __Vertex__ corners[4]);
 void sort_corners_scaleshear(__Vertex__ sorted[4], const __Vertex__ corners[4]);
 void sort_corners_rotscaleshear(__Vertex__ sorted[4], const __Vertex__ corners[4]);

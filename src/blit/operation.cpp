@@ -11,20 +11,20 @@
 
 namespace {
 
-// The rows of the effect tables (blit/effect_tables.h) that go with the running blit.
+// The rows of the effect tables (blit/effect_tables.h) for the current blit.
 
 /// Rows alpha and 255 - alpha of FX_alpha32_table.
 const uint8_t *FX_alpha32_tablep, *FX_alpha32_tablep255;
-/// Column 255 of row intensity of FX_tint32_table: indexed by the difference itself.
+/// Points at column 255 of row intensity of FX_tint32_table: indexed by the difference itself.
 const int16_t *FX_tint32_tablep;
-/// Column 63 of row alpha of FX_alpha16_table: indexed by the difference itself.
+/// Points at column 63 of row alpha of FX_alpha16_table: indexed by the difference itself.
 const int16_t *FX_alpha16_tablep;
 /// Rows alpha and 255 - alpha of FX_alpha16_tableN.
 const uint8_t *FX_alpha16_tablep0, *FX_alpha16_tablep255;
-/// Column 63 of row intensity of FX_tint16_table: indexed by the difference itself.
+/// Points at column 63 of row intensity of FX_tint16_table: indexed by the difference itself.
 const int8_t *FX_tint16_tablep;
 
-/// Whether two surfaces have memory in common: they are one, or a wrapper shows another's pixels.
+/// Whether two surfaces share memory: they are the same, or one wraps the other's pixels.
 bool share_memory(const __ORBSurface2D__ *a, const __ORBSurface2D__ *b) {
   const auto *start_a = static_cast<const uint8_t *>(a->pixels);
   const auto *start_b = static_cast<const uint8_t *>(b->pixels);
@@ -70,7 +70,7 @@ bool begin_blit(const __ORBBlit2D__ *request, bool transformed) {
 
   const int32_t index = effect_index(blit.fxmode);
   if (index < 0) return false;
-  // An 8-bit destination has no blends in any mode.
+  // 8-bit destinations have no blends in any mode.
   if ((mode.bpp == 8 || blit.dst->depth == 8) && blit.fxmode > last_effect_8bits) return false;
   blit.fxmode = index;
 
@@ -115,7 +115,7 @@ bool clip_blit(const __ORBBlit2D__ *request) {
 
 namespace {
 
-/// Table of the blit, and the rows of the effect tables that belong to its alpha.
+/// Chooses the blit's table, and sets the effect table rows for its alpha.
 span_table choose_table() {
   const bool opaque = blit.alpha == 255;
   const int32_t a = blit.alpha, column = blit_column();
@@ -143,7 +143,7 @@ void set_tint() {
     blit.tintB = int32_t(c & 255);
     FX_tint32_tablep = &FX_tint32_table[blit.blt_intensity][255];
   } else {
-    // Only 16 bits of the colour count.
+    // Only the low 16 bits of the colour count.
     blit.tintR = int32_t((c & 0xFFFF) >> 11);
     blit.tintG = int32_t(c >> 5 & 63);
     blit.tintB = int32_t(c & 31);
@@ -151,7 +151,7 @@ void set_tint() {
   }
 }
 
-/// The tables of an operation as they are in use, in the order of span_table.
+/// The tables in use of each operation, in the order of span_table.
 span_routine *const *table_in_use(span_op op, span_table table) {
   static span_routine *const **const variables[span_op_count * span_table_count] = {
 #define ORB_VARIABLE(variable, op, table) &variable,
@@ -165,7 +165,7 @@ span_routine *const *table_in_use(span_op op, span_table table) {
 
 span_routine *choose_routine(span_op op, int32_t column) {
   const span_table table = choose_table();
-  // Always: a tile with an alpha channel reaches the tint by another effect's index.
+  // For every effect: a tile with an alpha channel reaches the tint by another effect's index.
   if (blit.dst->depth != 8) set_tint();
   if (blit.dst->depth == 8 && column == 1 && op != span_op::tile) {
     if (fake_ghost_table) update_ghost_table();
@@ -173,7 +173,7 @@ span_routine *choose_routine(span_op op, int32_t column) {
   }
   const int32_t columns = columns_of(op, table);
   int32_t index = columns == 1 ? blit.fxmode : column + columns * blit.fxmode;
-  // A ghost above 8 bits is the solid ghost whatever the effect.
+  // Above 8 bits a ghost is the solid ghost, whatever the effect.
   if (op != span_op::tile && column == 1 && blit.dst->depth != 8) index = 1;
   return table_in_use(op, table)[index];
 }

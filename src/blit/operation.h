@@ -1,32 +1,32 @@
-// What the blit operations share: checks, clip rectangle, choice of span routine, outputs.
+// Shared by the blit operations: checks, clip rectangle, choice of span routine, results.
 #pragma once
 
 #include "blit/blit.h"
 #include "blit/blit_state.h"
 #include "blit/span.h"
 
-/// Copies a request into the blit state, clamps it, and checks what all operations check: surfaces
-/// of one depth, effect, ground without region, flags' key mode; for `transformed` ones also the
-/// sizes. False: refuse.
+/// Copies a request into the blit state, clamps it, and makes the checks common to all operations:
+/// equal depths, the effect, no ground without a region, the key mode of the flags; with
+/// `transformed` also the sizes. False: refuse.
 bool begin_blit(const __ORBBlit2D__ *request, bool transformed);
 
-/// Works out the clip rectangle. False when the region is undefined or the rectangle empty.
+/// Computes the clip rectangle. False when the region is undefined or the rectangle empty.
 bool clip_blit(const __ORBBlit2D__ *request);
 
-/// The routine for the blit state from the tables of an operation, with the effect's parameters
-/// and table rows set; null where the table has none. `column` is blit_column() but for tiles.
+/// The span routine of an operation for the blit state, null where the tables have none. Sets the
+/// effect's parameters and table rows. `column` is blit_column() except for tiles.
 span_routine *choose_routine(span_op op, int32_t column);
 
-/// Key mode by flags: 0 keyed, 1 ghost, 2 no key; -1 for flags 12..15.
+/// Key mode of the flags: 0 keyed, 1 ghost, 2 no key; -1 for flags 12..15.
 int32_t blit_column();
 
-/// Ends an operation: nothing drawn; or this inclusive box, written to the request and its owner.
+/// Ends an operation: nothing drawn, or this inclusive box, stored in the request and its owner.
 int32_t refuse_blit(__ORBBlit2D__ *request);
 int32_t finish_blit(__ORBBlit2D__ *request, int32_t x0, int32_t y0, int32_t x1, int32_t y1);
 
-// Positions and steps in 16.16. Positions in pictures wider than 32767 pixels use the sign bit;
-// they and their steps wrap as unsigned words do. i386 converts doubles to more than 31 bits by a
-// detour through another unit, which a call keeps out of the usual way.
+// Positions and steps in 16.16. In pictures wider than 32767 pixels, positions use the sign bit;
+// positions and steps wrap like unsigned words. i386 converts doubles to more than 31 bits through
+// the x87 unit; a separate call keeps that out of the fast path.
 
 /// Truncates toward zero, modulo 2^32.
 int32_t fixed_beyond_31_bits(double value);

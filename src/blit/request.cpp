@@ -6,8 +6,7 @@ namespace {
 
 constexpr int32_t max_directions = 256;
 
-/// QUIRK: clearing bit 0 alone would look more natural; scripts rely on bits 8 and above going
-/// with it whenever a direction graph is chosen.
+/// QUIRK: a direction graph clears bit 0 and also bits 8 and above; scripts rely on it.
 constexpr int32_t kept_by_xgraph = 254;
 
 } // namespace
@@ -45,7 +44,7 @@ bool apply_xgraph(orb_locals *locals) {
   locals->angle = angle;
   locals->flags &= kept_by_xgraph;
 
-  // With angle below 360000 and at most 256 directions the product stays below 2^28.
+  // angle < 360000 and at most 256 directions: the product stays below 2^28.
   const int32_t half_sector = full_turn / (2 * count);
   int32_t index = (half_sector + angle) * count / full_turn;
   if (index >= count) index = 0;

@@ -1,7 +1,7 @@
 // Sampling: source pixels at 16.16 positions that advance by a step, nearest neighbour.
 //
 // Positions and steps are unsigned words that wrap: in a picture wider than 32767 pixels a position
-// uses the sign bit. Whoever calls sees to it that every sampled position lies inside the picture.
+// uses the sign bit. Callers make sure that every sampled position lies inside the picture.
 #pragma once
 
 #include <emmintrin.h>
@@ -25,7 +25,7 @@ inline four_positions ramp(uint32_t start, uint32_t step) {
   return four_positions{start, start + step, start + 2 * step, start + 3 * step};
 }
 
-/// count pixels of one row; moves `x` on.
+/// Samples count pixels of one row; advances `x`.
 template <typename Word>
 inline void sample_row(Word *to, const Word *row, uint32_t &x, uint32_t step, int32_t count) {
   int32_t i = 0;
@@ -37,10 +37,10 @@ inline void sample_row(Word *to, const Word *row, uint32_t &x, uint32_t step, in
     to[i] = row[x >> 16];
 }
 
-/// count pixels along a line through a picture of this width; moves `x` and `y` on.
+/// Samples count pixels along a line through a picture of this width; advances `x` and `y`.
 ///
-/// Offsets y * width + x, four at a time: the multiply-and-add of 16-bit pairs takes both whole
-/// parts as they are, while width and positions fit its signed factors.
+/// Computes the offsets y * width + x four at a time: a multiply-and-add of 16-bit pairs takes both
+/// integer parts directly, as long as width and positions fit its signed factors.
 template <typename Word>
 inline void sample_line(Word *to, const Word *pixels, uint32_t width, uint32_t height, uint32_t &x,
                         uint32_t &y, uint32_t step_x, uint32_t step_y, int32_t count) {

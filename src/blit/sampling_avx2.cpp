@@ -11,7 +11,7 @@ inline eight ramp_of_eight(uint32_t start, uint32_t step) {
   return eight{0, 1, 2, 3, 4, 5, 6, 7} * step + start;
 }
 
-/// Stores the low ends of eight lanes as pixels.
+/// Stores the low part of each of eight lanes as a pixel.
 inline void store_pixels(uint32_t *to, eight v) {
   _mm256_storeu_si256(reinterpret_cast<__m256i *>(to), __m256i(v));
 }
@@ -29,7 +29,7 @@ inline void store_pixels(uint8_t *to, eight v) {
                    _mm256_castsi256_si128(_mm256_permutevar8x32_epi32(bytes, four_each)));
 }
 
-/// Fetches 32 bits from each offset; the lanes of the last, incomplete eight read nothing.
+/// Gathers 32 bits at each offset; in the last, incomplete group the unused lanes read nothing.
 template <typename Word, typename Offsets>
 inline void gather_run(Word *to, const Word *from, int32_t count, Offsets next_offsets) {
   const auto *base = reinterpret_cast<const int *>(from);

@@ -1,7 +1,7 @@
 // Sampling (see sampling.h) for CPUs with AVX2.
 //
-// A gather reads 32 bits from each sampled position, so narrower pixels need three readable bytes
-// behind every sampled one; `to` needs room for count rounded up to 8.
+// A gather reads 32 bits at each position, so narrower pixels need three readable bytes after the
+// last sampled one; `to` needs room for count rounded up to 8.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,7 @@ void gather_row(uint8_t *to, const uint8_t *row, uint32_t x, uint32_t step, int3
 void gather_row(uint16_t *to, const uint16_t *row, uint32_t x, uint32_t step, int32_t count);
 void gather_row(uint32_t *to, const uint32_t *row, uint32_t x, uint32_t step, int32_t count);
 
-/// Width, and the whole parts of all positions, below 32768.
+/// `width` and the integer parts of all positions must be below 32768.
 void gather_line(uint8_t *to, const uint8_t *pixels, uint32_t width, uint32_t x, uint32_t y,
                  uint32_t step_x, uint32_t step_y, int32_t count);
 void gather_line(uint16_t *to, const uint16_t *pixels, uint32_t width, uint32_t x, uint32_t y,

@@ -1,9 +1,8 @@
 // Span routines, their tables and their directory.
 //
-// A span routine takes nothing and returns nothing: it reads the blit state, gathers source pixels
-// as its operation says, and hands them to the kernel that does its pixel arithmetic. The tables
-// are constant, one set per instruction set; set_blitter_routines() points the names below at one
-// of the sets.
+// A span routine takes and returns nothing: it reads the blit state, gathers source pixels as its
+// operation requires, and passes them to the kernel that does the pixel arithmetic. The tables are
+// constant, one set per instruction set; set_blitter_routines() points the names below at one set.
 #pragma once
 
 #include <span>
@@ -13,9 +12,9 @@
 #include "blit/routine.h"
 #include "simd/cpu.h"
 
-/// The span tables in use. Draw, scale and rotscale tables hold 3 columns (keyed, ghost, no key) by
-/// effect; tile tables 2 (keyed, no key), their alpha-channel ones 1. 13 effects at 8 bits,
-/// else 42. Empty entries are null.
+/// The span tables in use. Draw, scale and rotscale tables have 3 columns (keyed, ghost, no key)
+/// per effect, tile tables 2 (keyed, no key), alpha-channel tile tables 1; 13 effects at 8 bits,
+/// else 42. Missing entries are null.
 // name(variable, operation, table)
 // clang-format off
 #define ORB_SPAN_TABLES(name)                                          \
@@ -53,13 +52,13 @@
 ORB_SPAN_TABLES(ORB_DECLARE_SPAN_TABLE)
 #undef ORB_DECLARE_SPAN_TABLE
 
-/// The constant table of an operation for an instruction set; `table_size(op, table)` entries.
+/// The constant table of an operation for an instruction set, with `table_size(op, table)` entries.
 span_routine *const *span_table_entries(instruction_set isa, span_op op, span_table table);
 
 /// The instruction set in use.
 instruction_set span_instruction_set();
 
-/// A routine of the directory. Names are made of operation, depths, key, alpha and effect:
+/// A routine of the directory. Names consist of operation, depths, key, alpha and effect:
 /// "scale_16to16_nokey_tint", "draw_32to32_alphasrc_alphachn".
 struct span_directory_entry {
   const char *name;
@@ -69,11 +68,11 @@ struct span_directory_entry {
 
 /// All 1452 routines.
 std::span<const span_directory_entry> span_directory();
-/// A directory entry's routine for an instruction set, whether the CPU has that or not.
+/// A directory entry's routine for an instruction set, whether or not the CPU supports it.
 span_routine *routine_of(const span_directory_entry &entry, instruction_set isa);
 
-/// The four ways to gather pixels for a kernel; what a span routine does once it has its kernel.
-/// draw: the whole rectangle; scale, rotscale: one row; tile: the clip rectangle.
+/// The four ways to gather pixels for a kernel: draw takes the whole rectangle, scale and rotscale
+/// one row, tile the clip rectangle.
 void span_draw(span_kernel *kernel);
 void span_scale(span_kernel *kernel, instruction_set isa);
 void span_rotscale(span_kernel *kernel, instruction_set isa);

@@ -1,4 +1,4 @@
-// The directory of span routines: a name for each, made from what it is.
+// The directory of span routines and their names.
 #include <utility>
 
 #include "blit/span_tables.h"
@@ -38,7 +38,7 @@ constexpr routine_name name_of(span_op op, span_routine_id id) {
 
 template <span_op op, int number> constexpr routine_name name = name_of(op, routine_at(number));
 
-/// The numbers of an operation's routines, in order.
+/// The numbers of an operation's routines, in ascending order.
 template <int count> struct number_list { int at[count]; };
 template <span_op op> constexpr auto list_numbers() {
   number_list<routine_set(op).count> list{};

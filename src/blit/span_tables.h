@@ -1,9 +1,9 @@
-// What each operation's file of routines gives to the tables and the directory.
+// What each operation's file contributes to the tables and the directory.
 #pragma once
 
 #include "blit/span.h"
 
-/// Routines by number (routine.h) and instruction set; null where there is none.
+/// Routines by number (routine.h) and instruction set; null where there is no routine.
 struct numbered_routines {
   span_routine *at[instruction_set_count][routine_numbers];
 };
