@@ -1,40 +1,40 @@
-// Collision: pixel tests between what processes show, and overlap, the same for their outlines.
+// Collision tests compare the pixels of two processes, overlap tests their outlines.
 //
-// Both pictures are drawn, as they are shown but without effects, onto two private surfaces of the
-// size of the boxes' intersection, and compared there. Owner of the variables:
-// collision_surfaces.cpp and collision_checks.cpp; alive from the first set depth to release.
+// Both pictures are drawn, as shown but without effects, onto two private surfaces the size of the
+// intersection of their boxes, and compared there. Owner of the variables: collision_surfaces.cpp
+// and collision_checks.cpp; alive from the first set depth to release.
 #pragma once
 
 #include "orb/graphics2d.h"
 
-/// What a pixel test draws into: the picture of the asking process and the candidate's. Null before
+/// The surfaces of the pixel test: the calling process's picture and the candidate's. Null before
 /// create_collision_surfaces.
 extern __ORBSurface2D__ *proc_surface, *scan_surface;
 
-/// Creates both collision surfaces, 1 x 1 at the mode's depth, in place of any former ones; a
-/// failure is reported as 100 under "COLLISION". 1, or 0.
+/// Creates both collision surfaces, 1 x 1 at the mode's depth, replacing existing ones. Returns 1,
+/// or 0 after reporting error 100 under "COLLISION".
 int32_t create_collision_surfaces();
 void delete_collision_surfaces();
-/// Brings both to this size (pixels, at least 1) and clears them, making them where they are
-/// missing; memory only ever grows. 1, or 0 when they can't.
+/// Resizes both to this size (pixels, at least 1) and clears them, creating them if missing; their
+/// memory only grows. Returns 1, or 0 when out of memory.
 int32_t fit_collision_surfaces(int32_t width, int32_t height);
 
-/// Alpha at or below which a pixel of a picture with an alpha channel isn't there, 0..254; and the
-/// same where the alpha byte stands in a pixel.
+/// Alpha at or below which a pixel of a picture with an alpha channel counts as transparent,
+/// 0..254; and the same value shifted into a pixel's alpha byte.
 extern int32_t collision_alphathreshold;
 extern uint32_t alphathreshold;
 
-/// The asking process's picture and the candidate's.
+/// The calling process's picture and the candidate's.
 extern __ORBBlit2D__ proc, scan;
 
-// Whether two pictures of `width` x `height` pixels without gaps between rows have a visible pixel
-// in the same place: not 0; at 32 bits, where proc_alpha or scan_alpha says that the picture has an
-// alpha channel, alpha above the threshold.
+// Whether two pictures of `width` x `height` pixels, stored without padding, have a visible pixel
+// at the same place. Visible means not 0; at 32 bits, if proc_alpha or scan_alpha marks the picture
+// as having an alpha channel, alpha above the threshold.
 extern uint8_t proc_alpha, scan_alpha;
 int32_t process_collision_8bits(const void *a, const void *b, int32_t width, int32_t height);
 int32_t process_collision_16bits(const void *a, const void *b, int32_t width, int32_t height);
 int32_t process_collision_32bits(const void *a, const void *b, int32_t width, int32_t height);
-// Whether a pixel of the candidate's picture, or of the pointer's, is visible by the same rule.
+// Whether a pixel of the candidate's or the pointer's picture is visible by the same rule.
 int32_t hit_collision_8bits(const void *pixel);
 int32_t hit_collision_16bits(const void *pixel);
 int32_t hit_collision_32bits(const void *pixel);
@@ -42,9 +42,9 @@ int32_t mouse_collision_8bits(const void *pixel);
 int32_t mouse_collision_16bits(const void *pixel);
 int32_t mouse_collision_32bits(const void *pixel);
 
-// The checks, on `proc` and `scan` as prepared: 1 when the two pictures touch, or when the
-// candidate's (the pointer's in the mouse forms) covers a point of the screen. An overlap compares
-// outlines instead of pixels.
+// The checks on the prepared `proc` and `scan`: 1 when the two pictures touch, or when the
+// candidate's (in the mouse forms the pointer's) covers a point of the screen. Overlap checks
+// compare outlines instead of pixels.
 int32_t check_process_collision();
 int32_t check_mouse_collision();
 int32_t check_hittest_collision(int32_t x, int32_t y);

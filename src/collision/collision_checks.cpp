@@ -1,4 +1,4 @@
-// The checks behind collision and overlap.
+// The collision and overlap checks.
 #include <algorithm>
 
 #include "collision/collision.h"
@@ -18,7 +18,7 @@ template <typename Kernel> Kernel *by_depth(Kernel *k8, Kernel *k16, Kernel *k32
   return proc_surface->depth == 8 ? k8 : proc_surface->depth == 16 ? k16 : k32;
 }
 
-/// A picture of another depth than the mode's, loaded before it changed, has no pixels to compare.
+/// A picture loaded before the mode's depth changed has no pixels to compare.
 bool comparable(const __ORBBlit2D__ &picture) {
   return picture.src->depth == mode.bpp && picture.src->pixels;
 }
@@ -29,7 +29,7 @@ int32_t compare_pictures() {
   const int32_t x0 = std::max(a.x0, b.x0), x1 = std::min(a.x1, b.x1);
   const int32_t y0 = std::max(a.y0, b.y0), y1 = std::min(a.y1, b.y1);
   if (x0 > x1 || y0 > y1) return 0;
-  // Sides above this are beyond what a surface has; so is the difference of far corners.
+  // No surface has a larger side; far corners may still be further apart.
   const int64_t w = int64_t(x1) - x0 + 1, h = int64_t(y1) - y0 + 1;
   if (w > largest_side || h > largest_side || !fit_collision_surfaces(int32_t(w), int32_t(h)))
     return 0;
@@ -42,7 +42,7 @@ int32_t compare_pictures() {
   return kernel(proc_surface->pixels, scan_surface->pixels, int32_t(w), int32_t(h));
 }
 
-/// A picture of size 0 is never drawn; its corners still lie about its position.
+/// A picture of size 0 is never drawn, though it has corners around its position.
 bool has_size(const __ORBBlit2D__ &picture) {
   return picture.size_x != 0 && picture.size_y != 0;
 }

@@ -1,4 +1,4 @@
-// The pixel comparisons, at each depth, and at 32 bits for each kind of picture.
+// The pixel comparisons for each depth; at 32 bits, for each kind of picture.
 #include <cstddef>
 
 #include "collision/collision.h"
@@ -17,7 +17,7 @@ struct above_threshold {
   bool operator()(uint32_t p) const { return (p & 0xFF000000) > threshold; }
 };
 
-/// Compares in blocks that vector registers take whole, and stops after the first with a hit.
+/// Compares in vector-sized blocks and stops after the first block with a hit.
 template <typename Pixel, typename SeenA, typename SeenB>
 bool touch(const void *first, const void *second, size_t count, SeenA seen_a, SeenB seen_b) {
   const auto *a = static_cast<const Pixel *>(first), *b = static_cast<const Pixel *>(second);
@@ -71,7 +71,7 @@ int32_t hit_collision_32bits(const void *pixel) {
   return seen_32bits(*static_cast<const uint32_t *>(pixel), scan_alpha);
 }
 
-// The pointer's picture stands in `scan` too.
+// The pointer's picture is also in `scan`.
 int32_t mouse_collision_8bits(const void *pixel) {
   return hit_collision_8bits(pixel);
 }

@@ -1,4 +1,4 @@
-// The two surfaces of the pixel test. They follow the depth of the mode and grow with the tests.
+// The two surfaces of the pixel test: they follow the mode's depth and grow on demand.
 #include "collision/collision.h"
 
 #include <cstring>
@@ -12,7 +12,7 @@ __ORBSurface2D__ *proc_surface, *scan_surface;
 
 namespace {
 
-/// Bytes that both surfaces have, of which they show as many as the last test needed.
+/// Bytes allocated for each surface; it uses as many as the last test needed.
 uint32_t capacity;
 
 void show(__ORBSurface2D__ *surface, int32_t width, int32_t height) {
@@ -47,12 +47,12 @@ void delete_collision_surfaces() {
 }
 
 int32_t fit_collision_surfaces(int32_t width, int32_t height) {
-  // The mode may have found no memory for them.
+  // There may have been no memory for them when the mode was set.
   if (!proc_surface && !create_collision_surfaces()) return 0;
   const uint64_t needed =
       uint64_t(uint32_t(width)) * uint32_t(height) * uint32_t(proc_surface->depth / 8);
   if (needed > capacity) {
-    capacity = 0; // until both have it
+    capacity = 0; // until both are resized
     if (!ORBGI2D_ResizeGFXSurface(proc_surface, width, height, 0, 0) ||
         !ORBGI2D_ResizeGFXSurface(scan_surface, width, height, 0, 0))
       return 0;

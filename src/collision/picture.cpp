@@ -18,8 +18,7 @@ bool is_library(int32_t file, picture_fault *fault) {
   return good;
 }
 
-/// The slot's surface in a library that is one, null for an empty slot and for a number
-/// out of range.
+/// A library slot's surface; null for an empty slot or a number out of range.
 __ORBSurface2D__ *find_surface(int32_t file, int32_t graph, picture_fault *fault) {
   if (graph < 1 || graph >= graph_bound(file)) {
     if (fault) *fault = {error_graph, graph};
@@ -33,7 +32,7 @@ bool is_plain(const __ORBBlit2D__ &r) {
   return r.angle == 0 && r.size_x == 100 && r.size_y == 100 && r.shear_x == 0 && r.shear_y == 0;
 }
 
-/// Calls `use` and gives the surface its pivot override back, which geometry and blits consume.
+/// Calls `use`, then restores the surface's pivot override, which geometry and blits consume.
 template <typename F> void keep_override(__ORBSurface2D__ *surface, F &&use) {
   const auto override = surface->pivot_override;
   use();
@@ -125,8 +124,8 @@ __ORBRegion__ picture_box(const __ORBBlit2D__ &r) {
     calculate_graph_bbox(&box, r.src, r.x, r.y, r.angle, r.flags, r.size_x, r.size_y, r.shear_x,
                          r.shear_y, r.tfmorder);
   });
-  // A natural picture with an overridden pivot mirrors about its last pixel: one to the right and
-  // below of where geometry has it.
+  // A natural-size picture with an overridden pivot is mirrored about its last pixel: one pixel
+  // further right and down than geometry places it.
   if (r.src->pivot_override && is_plain(r)) {
     if (r.flags & 1) ++box.x0, ++box.x1;
     if (r.flags & 2) ++box.y0, ++box.y1;

@@ -25,7 +25,7 @@ bool disjoint(const box &a, const box &b) {
   return a.x1 < b.x0 || b.x1 < a.x0 || a.y1 < b.y0 || b.y1 < a.y0;
 }
 
-/// On which side of the line a-b a point lies: the sign of the result.
+/// The sign says on which side of the line a-b the point lies.
 double side_of(const __FPoint__ &a, const __FPoint__ &b, const __FPoint__ &p) {
   return (double(b.x) - a.x) * (double(p.y) - a.y) - (double(b.y) - a.y) * (double(p.x) - a.x);
 }
@@ -37,8 +37,8 @@ bool within_extent(const __FPoint__ &p, const __FPoint__ &a, const __FPoint__ &b
   return within(p.x, a.x, b.x) && within(p.y, a.y, b.y);
 }
 
-/// Whether two edges meet. Rather than computing where their lines do, which rounds, this asks on
-/// which sides their ends lie; ends that lie on the other's line decide by their extents.
+/// Whether two edges meet. Computing the intersection of their lines would round; instead, tests on
+/// which sides the ends lie. Ends on the other's line are decided by its extent.
 bool edges_meet(const __FPoint__ &a, const __FPoint__ &b, const __FPoint__ &c,
                 const __FPoint__ &d) {
   const double ca = side_of(c, d, a), cb = side_of(c, d, b);
@@ -49,14 +49,14 @@ bool edges_meet(const __FPoint__ &a, const __FPoint__ &b, const __FPoint__ &c,
          (ac == 0 && within_extent(c, a, b)) || (ad == 0 && within_extent(d, a, b));
 }
 
-/// Corners of a polygon that is being cut: each of a box's four sides adds at most one.
+/// The corners of a polygon being clipped: each of a box's four sides adds at most one.
 struct polygon {
   __FPoint__ corners[8];
   int32_t count;
 };
 
-/// Keeps what lies where keep(corner) is not negative: Sutherland, Hodgman, "Reentrant Polygon
-/// Clipping", 1974.
+/// Clips to where keep(corner) is not negative: Sutherland, Hodgman, "Reentrant Polygon Clipping",
+/// 1974.
 template <typename F> void cut(polygon &p, F &&keep) {
   polygon left{{}, 0};
   for (int32_t i = 0; i < p.count; ++i) {
