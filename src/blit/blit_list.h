@@ -33,8 +33,7 @@ void SortBlitList();
 /// Copies most of a caller's request over request `index`. Returns the index, or -1.
 int32_t ChangeBlitList(int32_t index, const __ORBBlit2D__ *request);
 void ResetBlitList();
-/// Disables the pending requests of all lists that read or draw on this surface. Call before
-/// freeing it.
+/// Disables the pending requests, in any list, that read or draw on a surface about to be freed.
 void forget_surface(const __ORBSurface2D__ *surface);
 orb_blit_list *GetPtrBlitList();
 int32_t GetNumsBlitOnList();

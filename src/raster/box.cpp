@@ -17,13 +17,13 @@ void box_or_frame(Canvas &to, int32_t left, int32_t top, int32_t right, int32_t 
   }
 }
 
-/// The part of a side's extent that draw_rect draws, within 0..last; false when there is none.
+/// The part of a side that draw_rect draws, within 0..last; false when there is none.
 bool clip_side(int32_t &low, int32_t &high, int32_t last) {
   if (low > high) std::swap(low, high);
   if (high < 0 || low > last) return false;
   if (low < 0) {
-    // QUIRK: one would only cut off what lies outside. As much is taken off the far end as well,
-    // intentionally: -10..50 becomes 0..40. A side with nothing left is not drawn.
+    // QUIRK: what is cut off below 0 also comes off the far end: -10..50 becomes 0..40. A side with
+    // nothing left is not drawn.
     if (int64_t(high) + low < 0) return false;
     high += low;
     low = 0;
@@ -32,8 +32,7 @@ bool clip_side(int32_t &low, int32_t &high, int32_t last) {
   return true;
 }
 
-/// QUIRK: one would expect no edge where a rectangle goes on beyond the surface. Its outline is
-/// closed along the border instead, intentionally.
+/// QUIRK: a rectangle that continues beyond the surface gets an edge along the border.
 template <typename Pixel>
 void rect(__ORBSurface2D__ *surface, int32_t x0, int32_t y0, int32_t x1, int32_t y1,
           uint32_t colour, int32_t fill) {
@@ -43,14 +42,13 @@ void rect(__ORBSurface2D__ *surface, int32_t x0, int32_t y0, int32_t x1, int32_t
   });
 }
 
-/// The part of draw_srect and draw_csrect behind the corner, which may lie beyond 32 bits.
+/// draw_srect and draw_csrect, given the corner, which may lie beyond 32 bits.
 template <typename Pixel>
 void sized_rect(__ORBSurface2D__ *surface, int64_t left, int64_t top, int32_t width, int32_t height,
                 uint32_t colour, int32_t fill) {
   draw_on<Pixel>(surface, colour, [=](auto &to) {
     if (width < 1 || height < 1 || left > to.clip().right || top > to.clip().bottom) return;
-    // QUIRK: a rectangle whose last column or row is column or row 0 would naturally show there.
-    // It isn't drawn, intentionally.
+    // QUIRK: a rectangle whose last column or row is column or row 0 is not drawn.
     if (left + width < 2 || top + height < 2) return;
     box_or_frame(to, saturated(left), saturated(top), saturated(left + width - 1),
                  saturated(top + height - 1), fill);

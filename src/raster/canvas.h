@@ -1,5 +1,5 @@
-// What rasterisers draw on: a clip rectangle of a surface, seen through a pen, in coordinates whose
-// origin a shape chooses.
+// A canvas is what rasterisers draw on: a surface's clip rectangle, a pen, and an origin that the
+// shape chooses.
 #pragma once
 
 #include <algorithm>
@@ -11,7 +11,7 @@
 
 namespace {
 
-/// Inclusive; empty where an end lies before its beginning.
+/// Inclusive; empty when an end lies before its start.
 struct clip_rectangle {
   int32_t left, top, right, bottom;
 };
@@ -20,7 +20,7 @@ constexpr int32_t saturated(int64_t value) {
   return int32_t(std::clamp<int64_t>(value, -INT32_MAX, INT32_MAX));
 }
 
-/// Where an inclusive box lies against a clip rectangle.
+/// How an inclusive box lies relative to a clip rectangle.
 struct placement {
   bool misses, within;
 };
@@ -30,7 +30,7 @@ placement place(const clip_rectangle &clip, Int left, Int top, Int right, Int bo
           left >= clip.left && right <= clip.right && top >= clip.top && bottom <= clip.bottom};
 }
 
-/// `clips` is false for one on which only shapes that lie within the rectangle are drawn.
+/// With `clips` false nothing is clipped: shapes must lie within the rectangle.
 template <typename Pen, bool clips = true> class canvas {
 public:
   using pixel = typename Pen::pixel;
@@ -39,7 +39,7 @@ public:
       : clip_(clip), pen_(pen), origin_(reinterpret_cast<uintptr_t>(target.pixels)),
         stride_(uint32_t(target.row_length) * sizeof(pixel)) {}
 
-  /// Draws a shape that doesn't miss the rectangle, a function of a canvas; without clipping where
+  /// Draws a shape (a function of a canvas) that does not miss the rectangle, without clipping if
   /// it lies within.
   template <typename Shape> void draw(const placement &where, const Shape &shape) {
     if (!where.within) return shape(*this);
@@ -55,15 +55,15 @@ public:
   void mark_drawn() { drawn_ = true; }
   int32_t stride() const { return int32_t(stride_); }
 
-  /// Makes (x, y) the origin. A rectangle too far off for the new coordinates is moved within their
-  /// reach; who then draws on must know that the shape doesn't miss it.
+  /// Makes (x, y) the origin. A clip rectangle beyond the range of the new coordinates is clamped
+  /// to it, so callers must first reject shapes that miss it.
   void move_origin(int32_t x, int32_t y) {
     origin_ = address_of(x, y);
     clip_ = {saturated(int64_t(clip_.left) - x), saturated(int64_t(clip_.top) - y),
              saturated(int64_t(clip_.right) - x), saturated(int64_t(clip_.bottom) - y)};
   }
 
-  /// The pixel's address. The arithmetic wraps as addresses do, since the origin may lie anywhere.
+  /// The pixel's address. The origin may lie anywhere, so the arithmetic wraps.
   pixel *at(int32_t x, int32_t y) const { return reinterpret_cast<pixel *>(address_of(x, y)); }
 
   void dot(int32_t x, int32_t y) {
@@ -98,7 +98,7 @@ public:
     drawn_ = true;
   }
 
-  /// All of an inclusive box; x0 <= x1, y0 <= y1.
+  /// Fills an inclusive box; x0 <= x1, y0 <= y1.
   void box(int32_t x0, int32_t y0, int32_t x1, int32_t y1) {
     x0 = std::max(x0, clip_.left);
     x1 = std::min(x1, clip_.right);
@@ -106,7 +106,7 @@ public:
     y1 = std::min(y1, clip_.bottom);
     if (x0 > x1 || y0 > y1) return;
     uint32_t width = uint32_t(x1 - x0) + 1, height = uint32_t(y1 - y0) + 1;
-    if (width * sizeof(pixel) == stride_) { // the rows make one run
+    if (width * sizeof(pixel) == stride_) { // the rows are contiguous
       width *= height;
       height = 1;
     }
@@ -116,7 +116,7 @@ public:
     drawn_ = true;
   }
 
-  /// The edge of such a box, each pixel once.
+  /// The outline of an inclusive box, each pixel once.
   void frame(int32_t x0, int32_t y0, int32_t x1, int32_t y1) {
     run(x0, x1, y0);
     if (y0 == y1) return;
@@ -142,8 +142,8 @@ private:
   bool drawn_ = false;
 };
 
-/// Points the line target at a surface. False when there is nothing to draw on, or the pixels are
-/// of another depth, as a graph's may be that was made before a mode change.
+/// Makes a surface the line target. False when there is no surface, it has no pixels, or they are
+/// of another depth: a graph may have been created before a mode change.
 template <typename Pixel> bool aim(const __ORBSurface2D__ *surface) {
   if (!surface || !surface->pixels || surface->depth != int32_t(8 * sizeof(Pixel))) return false;
   line_target = {int32_t(surface->width) - 1, int32_t(surface->height) - 1, surface->pixels,
@@ -151,8 +151,8 @@ template <typename Pixel> bool aim(const __ORBSurface2D__ *surface) {
   return true;
 }
 
-/// Draws a shape, a function of a canvas, in one colour on the line target. A call of its own would
-/// cost a short run as much as the run does.
+/// Draws a shape (a function of a canvas) in one colour on the line target. Inlined, since a call
+/// costs as much as a short run.
 template <typename Pixel, typename Shape>
 [[gnu::always_inline]] inline bool draw_on_target(uint32_t colour, const Shape &shape) {
   if (!line_target.pixels) return false;
@@ -181,7 +181,7 @@ template <> struct alpha_drawing<uint8_t> {
   static table_pen pen() { return {pixelfx_table()}; }
 };
 
-/// Draws a shape on the line target as the drawing routines do.
+/// Draws a shape on the line target, clipped to the draw clip rectangle.
 template <typename Drawing, typename Shape> void draw_clipped(const Shape &shape) {
   if (!line_target.pixels) return;
   const clip_rectangle clip = {std::max(draw_clipx0, 0), std::max(draw_clipy0, 0),

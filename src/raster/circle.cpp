@@ -1,8 +1,7 @@
 // Circles and ellipses by centre and radii.
 //
-// Both traces are followed through one octant from (0, radius), and the other seven mirror it. What
-// is drawn on a row is settled by how far the trace reaches on it. No row is computed that isn't
-// visible, whatever the radius.
+// Both are traced through one octant from (0, radius) and mirrored into the other seven. A row is
+// drawn as far as the trace reaches on it. Only visible rows are computed, whatever the radius.
 #include <cmath>
 
 #include "raster/pens.h"
@@ -25,12 +24,12 @@ int64_t integer_root(uint64_t n) {
 
 /// How far a midpoint circle of radius r >= 1 reaches on row v, in closed form.
 ///
-/// The walk's decision is d = (x + 1)^2 + y^2 - y - r^2. So at column x it stands on the largest y
-/// with y^2 - y < r^2 - x^2, and it ends after the last x with y >= x. A row of the flat octant is
-/// reached as far as the last x that still stands on it.
+/// The decision variable is d = (x + 1)^2 + y^2 - y - r^2. So column x has the largest y with y^2 -
+/// y < r^2 - x^2, and the walk ends after the last x with y >= x. A row of the flat octant reaches
+/// to the last x on it.
 int32_t half_width_of_circle(int32_t r, int32_t v) {
-  // Doubles hold all that follows exactly; the root of a number that is no square is further from
-  // the next whole one than it is rounded.
+  // Doubles are exact for all of this; the root of a non-square differs from the next integer by
+  // more than its rounding error.
   constexpr int32_t exact = 1 << 24;
   if (r < exact) {
     const double rr = double(r) * r, vv = double(v) * v;
@@ -42,8 +41,8 @@ int32_t half_width_of_circle(int32_t r, int32_t v) {
   return int32_t(integer_root(uint64_t(rr - vv + v - 1)));
 }
 
-/// The walk itself, about the origin of a canvas that a surface holds all of. It stands on a new
-/// row with every step along x, and fills one of the flat octant as it leaves it.
+/// The midpoint walk about the origin of a canvas, for circles that lie within it. Each step along
+/// x enters a new row; a row of the flat octant is filled when the walk leaves it.
 template <typename Canvas> void trace_circle(Canvas &to, int32_t radius, bool fill) {
   int32_t decision = 1 - radius;
   for (int32_t x = 0, y = radius; y >= x; ++x) {
@@ -81,18 +80,18 @@ void circle(Canvas &to, int32_t x, int32_t y, int32_t radius, int32_t fill) {
 
 // ---- Ellipses ----------------------------------------------------------------------------------
 //
-// The trace runs around a circle of the larger radius r in units of 1/64 pixel: from a = 0,
-// b = 64 * r each step adds b / r to a and then takes the new a / r off b, the quotients truncated.
-// Its points are ((a + 32) >> 6, (b + 32) >> 6) and the same exchanged, up to the diagonal; the
-// coordinate along the smaller radius is scaled by smaller / r, truncated.
+// The trace runs around a circle of the larger radius r in units of 1/64 pixel. From a = 0, b = 64
+// * r, each step adds b / r to a, then subtracts the new a / r from b; both quotients are
+// truncated. The points are ((a + 32) >> 6, (b + 32) >> 6) and their mirror images, up to the
+// diagonal; the coordinate along the smaller radius is scaled by smaller / r, truncated.
 
-/// Radii from which a trace is followed by jumps.
+/// Larger radii are traced piecewise instead of step by step.
 constexpr int32_t walked_radius = 4096;
 
-/// How far the rows of a walked ellipse reach.
+/// The half width of each row of a walked ellipse.
 uint16_t walked_rows[walked_radius + 1];
 
-/// A whole number that goes up or down by one, and what smaller / larger of it is.
+/// An integer that changes by one, and that integer times smaller / larger.
 struct scaled_number {
   uint32_t whole, scaled, remainder;
 
@@ -114,7 +113,7 @@ struct scaled_number {
   }
 };
 
-/// Follows the trace step by step into walked_rows.
+/// Walks the trace step by step into walked_rows.
 template <bool wide> void walk_ellipse(uint32_t r, uint32_t smaller) {
   uint32_t a = 0, b = 64 * r;
   uint32_t a_whole = 0, b_whole = 64;                    // a / r, b / r
@@ -143,8 +142,8 @@ template <bool wide> void walk_ellipse(uint32_t r, uint32_t smaller) {
   }
 }
 
-/// The trace of a large ellipse as the straight pieces that it consists of: while neither quotient
-/// changes, a and b do by the same each step. One octant has some 70 pieces at any radius.
+/// The trace of a large ellipse as straight pieces: while neither quotient changes, a and b change
+/// by the same amounts each step. One octant has some 70 pieces at any radius.
 class ellipse_pieces {
 public:
   ellipse_pieces(uint32_t rx, uint32_t ry)
@@ -153,16 +152,16 @@ public:
     while (pixel(a) <= pixel(b)) {
       piece p = {a, b, b / larger_, 0, 0};
       p.b_step = (a + p.a_step) / larger_;
-      // Steps until b / r is another, and until a / r is.
+      // Steps until b / r or a / r changes.
       p.steps = ((p.b_step + 1) * larger_ - 1 - a) / p.a_step;
       if (p.b_step) p.steps = std::min(p.steps, (b - p.a_step * larger_) / p.b_step + 1);
       a = p.a_at(p.steps);
       b = p.b_at(p.steps);
       pieces_[count_++] = p;
     }
-    // The last point is the last that isn't beyond the diagonal.
+    // The trace ends at the last point not beyond the diagonal.
     piece &p = pieces_[count_ - 1];
-    int64_t low = 0, high = p.steps; // high is beyond
+    int64_t low = 0, high = p.steps; // high is beyond it
     while (high - low > 1) {
       const int64_t middle = (low + high) / 2;
       (pixel(p.a_at(middle)) <= pixel(p.b_at(middle)) ? low : high) = middle;
@@ -171,20 +170,20 @@ public:
     last_a_ = pixel(p.a_at(low));
   }
 
-  /// How far the ellipse reaches on a row.
+  /// The half width of a row.
   int32_t half_width(int32_t row) const {
-    // The least number of pixels across that scales to this row.
+    // The smallest unscaled coordinate that scales to this row.
     const int64_t least = wide_ ? (int64_t(row) * larger_ + smaller_ - 1) / smaller_ : int64_t(row);
     const int64_t bound = 64 * least - 32;
     int64_t reach;
     if (least <= last_a_) {
-      // The first point whose a is there.
+      // The first point whose a reaches it.
       const piece *const p = std::partition_point(
           pieces_, pieces_ + count_, [=](const piece &q) { return q.a_at(q.steps) < bound; });
       const int64_t step = bound > p->a ? (bound - p->a + p->a_step - 1) / p->a_step : 0;
       reach = pixel(p->b_at(step));
     } else {
-      // The last point whose b still is.
+      // The last point whose b still reaches it.
       const piece *const p = std::partition_point(pieces_, pieces_ + count_,
                                                   [=](const piece &q) { return q.b >= bound; }) -
                              1;
@@ -195,7 +194,7 @@ public:
   }
 
 private:
-  /// From (a, b) on, `steps` steps.
+  /// `steps` steps starting at (a, b).
   struct piece {
     int64_t a, b, a_step, b_step, steps;
     int64_t a_at(int64_t step) const { return a + a_step * step; }
@@ -207,7 +206,7 @@ private:
   bool wide_;
   int64_t last_a_ = 0;
   int32_t count_ = 0;
-  // Each piece but the first begins where a quotient has changed, and each of the two goes through
+  // Each piece but the first starts where a quotient changes, and each of the two quotients takes
   // at most 64 values.
   piece pieces_[130];
 };
@@ -222,7 +221,7 @@ void centred_ellipse(Canvas &to, int32_t x, int32_t y, int32_t rx, int32_t ry, i
   to.move_origin(x, y);
   if (std::max(rx, ry) > walked_radius) {
     const ellipse_pieces pieces(static_cast<uint32_t>(rx), static_cast<uint32_t>(ry));
-    // Too large to lie within any surface but the largest.
+    // Only the largest surfaces could contain it, so it is always clipped.
     draw_centred(
         to, ry, [&pieces](int32_t v) { return pieces.half_width(v); }, fill != 0);
     return;

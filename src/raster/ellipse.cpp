@@ -1,7 +1,7 @@
 // Ellipses in a box.
 //
-// Each pair of rows is computed by itself, from the angle at which it cuts the ellipse. There are
-// at most 2048 pairs, so that a box of any size and place takes no long time.
+// Each pair of rows is computed on its own, from the angle at which it cuts the ellipse. There are
+// at most 2048 pairs, which bounds the time for any box.
 #include <cmath>
 #include <utility>
 
@@ -16,15 +16,14 @@ constexpr int64_t max_height = 4096;
 /// The rows of the ellipse being drawn.
 row_pair ellipse_points[max_height / 2];
 
-/// trunc(cos(asin(t)) * a + a + x0 + 0.5) for 0 <= t < 1. The square root is that cosine, but
-/// sooner; their last digits may differ, which shows in no box narrower than millions of pixels.
+/// trunc(cos(asin(t)) * a + a + x0 + 0.5) for 0 <= t < 1. The square root computes that cosine
+/// faster; the last digits may differ, which shows only in boxes millions of pixels wide.
 int32_t right_end(double t, double a, double x0) {
-  // QUIRK: one would round down. Truncation moves ends left of column 0 one to the right, which is
-  // intended.
+  // QUIRK: truncates, which moves ends left of column 0 one pixel to the right.
   return int32_t(std::sqrt((1 - t) * (1 + t)) * a + a + x0 + 0.5);
 }
 
-/// Fills ellipse_points for a box with ordered corners; returns how many pairs there are.
+/// Fills ellipse_points for a box with ordered corners; returns the number of pairs.
 int32_t find_rows(int32_t x0, int32_t y0, int32_t x1, int32_t y1) {
   const int64_t width = int64_t(x1) - x0 + 1, height = int64_t(y1) - y0 + 1;
   const double a = (double(x1) - x0) * 0.5;
@@ -32,8 +31,7 @@ int32_t find_rows(int32_t x0, int32_t y0, int32_t x1, int32_t y1) {
 
   int32_t count = 0;
   for (double yc = y0 + 0.5; yc <= middle; yc += 1) {
-    // QUIRK: one would round down here too. Truncation moves rows above row 0 one down, and two
-    // around it fall together, which is intended.
+    // QUIRK: truncates, which moves rows above row 0 one down and merges two around it.
     const auto row = int32_t(yc);
     if (count && ellipse_points[count - 1].top == row) continue;
     const int32_t right = right_end(1 - (yc - y0) / (middle - y0), a, x0);
@@ -47,14 +45,14 @@ int32_t find_rows(int32_t x0, int32_t y0, int32_t x1, int32_t y1) {
     first.right = x1;
   } else if (height > 2 && width > 2 && count > 1 && first.left == ellipse_points[1].left &&
              first.left + 1 < first.right) {
-    // A corner looks rounder so.
+    // Rounds the corner off.
     ++first.left;
     --first.right;
   }
 
-  // Above row 0 truncation lets the upper rows meet the mirrored ones early, and the last pair can
-  // stand for rows that are there already: those of the pair before, which remain as they are, or
-  // of the one before that, which then reach as far as it does.
+  // Above row 0, truncation makes the upper rows meet the mirrored ones early, so the last pair may
+  // repeat rows of the pair before, which then stays as it is, or of the one before that, which
+  // then takes the last pair's ends.
   if (count > 1 && ellipse_points[count - 1].top == ellipse_points[count - 2].bottom) {
     --count;
   } else if (count > 2 && ellipse_points[count - 1].top == ellipse_points[count - 3].bottom) {

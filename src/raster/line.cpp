@@ -1,12 +1,12 @@
 // Lines and runs.
 //
-// Step k of a line that goes `major` steps along its longer axis and `minor` along the other stands
+// A line covers `major` steps along its longer axis and `minor` along the shorter. Its step k is
 //
 //   floor((minor * k + (major - 1) / 2) / major)
 //
-// steps along the shorter one. That is the walk whose decision starts at 2 * minor - major, adds
-// 2 * minor while it isn't positive, and else takes a minor step and adds 2 * (minor - major). So a
-// walk can start at any step, and a clipped line at the first that shows, with nothing to skip. All
+// steps along the shorter axis. This equals a Bresenham walk whose decision variable starts at
+// 2 * minor - major, adds 2 * minor while not positive, and otherwise takes a minor step and adds
+// 2 * (minor - major). The closed form lets a clipped line start at its first visible step. All
 // products fit 64 unsigned bits: both lengths are below 2^32.
 #include <utility>
 
@@ -16,7 +16,7 @@
 
 namespace {
 
-/// One axis of a line: where it starts, which way it goes, and how far.
+/// One axis of a line: start, direction, length.
 struct line_axis {
   int32_t start;
   int32_t direction; // 1 or -1
@@ -43,35 +43,35 @@ step_range steps_within(const line_axis &axis, int32_t low, int32_t high) {
   return {std::max<int64_t>(range.first, 0), std::min<int64_t>(range.last, axis.length)};
 }
 
-/// The steps along the major axis at which a line is within its bounds on both.
+/// The steps along the major axis where both coordinates are within bounds.
 step_range visible_steps(const line_axis &major, const line_axis &minor, step_range along,
                          step_range across) {
   if (along.last < along.first || across.last < across.first) return {0, -1};
   const uint32_t half = (major.length - 1) / 2;
   if (across.first > 0) {
-    // The first step that is so far across.
+    // The first step that is across.first across.
     const uint64_t total = uint64_t(major.length) * uint64_t(across.first) - half;
     const uint64_t step = total / minor.length + (total % minor.length != 0);
     along.first = std::max(along.first, int64_t(step));
   }
   if (across.last < int64_t(minor.length)) {
-    // The last step that isn't one further.
+    // The last step before across.last + 1.
     const uint64_t total = uint64_t(major.length) * uint64_t(across.last + 1) - half - 1;
     along.last = std::min(along.last, int64_t(total / minor.length));
   }
   return along;
 }
 
-/// A run of steps along a line whose pixels all show.
+/// A run of visible steps along a line.
 struct line_walk {
   uint8_t *at;
   uint32_t count;        // pixels
-  int32_t along, across; // bytes of a step along the major and the minor axis
-  uint32_t remainder;    // of the position across, in parts of a whole: `major`
-  uint32_t minor, major; // a step moves by minor / major across
+  int32_t along, across; // bytes per step along the major and the minor axis
+  uint32_t remainder;    // fraction of the position across, in units of 1 / major
+  uint32_t minor, major; // each step moves minor / major across
 };
 
-/// For any line; `Int` holds sums of its lengths.
+/// Works for any line; `Int` must hold sums of its lengths.
 template <typename Int, typename Dot> void walk_by_remainders(const line_walk &w, Dot dot) {
   const Int minor = w.minor, major = w.major;
   Int past_whole = Int(w.remainder) - major;
@@ -87,17 +87,18 @@ template <typename Int, typename Dot> void walk_by_remainders(const line_walk &w
   }
 }
 
-/// Faster, in fractions of 31 bits. These are rounded up, by 1 / 2^31 at most; so a position is
-/// never below the true one, and exceeds it by (count + 1) / 2^31 at most. The true one is short of
-/// the next whole by 1 / major at least, which must be more. A fraction that isn't a whole number
-/// of 1 / 2^31 is further from one than doubles round, as long as the major length is below 2^20.
+/// The faster walk, in fractions of 31 bits. They are rounded up by at most 1 / 2^31, so a position
+/// is never below the true one and exceeds it by at most (count + 1) / 2^31. This must be less than
+/// 1 / major, the least distance of the true position from the next integer. While the major length
+/// is below 2^20, a fraction that is no multiple of 1 / 2^31 is further from one than the rounding
+/// error of doubles.
 bool can_walk_by_fractions(const line_walk &w) {
   return w.major < uint32_t(1) << 20 && uint64_t(w.count) * w.major < uint64_t(1) << 30;
 }
 template <typename Dot> void walk_by_fractions(const line_walk &w, Dot dot) {
   const double unit = 2147483648.0 / int32_t(w.major);
   const auto fraction_of = [unit](uint32_t part) {
-    return (uint32_t(int32_t(int32_t(part) * unit)) + 1) * 2; // in 32 bits after all
+    return (uint32_t(int32_t(int32_t(part) * unit)) + 1) * 2; // wraps to 32 bits
   };
   const uint32_t step = fraction_of(w.minor);
   uint32_t position = fraction_of(w.remainder);
@@ -111,7 +112,7 @@ template <typename Dot> void walk_by_fractions(const line_walk &w, Dot dot) {
 
 template <typename Pen> void walk(Pen &to, line_walk w) {
   constexpr uint32_t worth_fractions = 24;
-  Pen pen = to; // in registers: a pixel stored through it might else be part of it
+  Pen pen = to; // a local copy stays in registers: pixel stores might alias `to`
   const auto dot = [&pen](uint8_t *p) { pen.dot(reinterpret_cast<typename Pen::pixel *>(p)); };
   if (w.minor == 0 || w.minor == w.major) {
     const int32_t step = w.minor ? w.along + w.across : w.along;
@@ -127,14 +128,14 @@ template <typename Pen> void walk(Pen &to, line_walk w) {
   to = pen;
 }
 
-/// The part of a line that shows.
+/// The visible part of a line.
 struct line_part {
   uint32_t first, count; // steps along the major axis
-  uint32_t across;       // whole steps across at the first, and
-  uint32_t remainder;    // of the next, in parts of the major length
+  uint32_t across;       // whole steps across at the first one
+  uint32_t remainder;    // fraction of the next, in units of 1 / major
 };
 
-/// Count 0 when nothing shows.
+/// Count 0 when nothing is visible.
 line_part visible_part(const line_axis &x, const line_axis &y, const clip_rectangle &clip) {
   const step_range columns = steps_within(x, clip.left, clip.right);
   const step_range rows = steps_within(y, clip.top, clip.bottom);
@@ -149,7 +150,7 @@ line_part visible_part(const line_axis &x, const line_axis &y, const clip_rectan
           uint32_t(total % major.length)};
 }
 
-/// Inlined with its canvas, which then stays in registers: most lines are short.
+/// Inlined so that the canvas stays in registers: most lines are short.
 template <typename Canvas>
 [[gnu::always_inline]] inline void line(Canvas &to, int32_t x0, int32_t y0, int32_t x1,
                                         int32_t y1) {

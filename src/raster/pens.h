@@ -1,7 +1,7 @@
-// Pens: how a rasteriser puts pixels down, one by one and in runs.
+// Pens: how a rasteriser writes pixels, singly and in runs.
 //
-// A pen has a `pixel` type, dot(address), run(address, count) with a count of at least 1, and
-// finish(), called once after the last pixel when there was one.
+// A pen has a `pixel` type, dot(address), run(address, count) with count >= 1, and finish(), called
+// once after the last pixel if there was one.
 #pragma once
 
 #include <algorithm>
@@ -20,8 +20,8 @@ template <typename Pixel> struct solid_pen {
 
   void dot(Pixel *at) const { *at = colour; }
 
-  /// Most runs are short and not aligned. So both ends are stored in the widest pieces that fit the
-  /// run, and overlap what is stored between them or each other.
+  /// Most runs are short and unaligned, so both ends are stored in the widest pieces that fit the
+  /// run; they may overlap each other and what lies between.
   void run(Pixel *at, uint32_t count) const {
     auto *const begin = reinterpret_cast<uint8_t *>(at);
     const uint32_t bytes_left = count * uint32_t(sizeof(Pixel));
@@ -52,7 +52,7 @@ private:
   }
 
   static void long_run(uint8_t *begin, uint8_t *end, group<Pixel> colours) {
-    constexpr size_t worth_a_call = 4096; // from there on the C library's wider stores gain
+    constexpr size_t worth_a_call = 4096; // from here on the C library's wider stores are faster
     if constexpr (sizeof(Pixel) == 1) {
       if (size_t(end - begin) >= worth_a_call) {
         memset(begin, colours[0], size_t(end - begin));
@@ -76,7 +76,7 @@ private:
   }
 };
 
-/// Looks every pixel up in a table.
+/// Maps every pixel through a table.
 struct table_pen {
   using pixel = uint8_t;
   const uint8_t *table;
@@ -89,8 +89,8 @@ struct table_pen {
   void finish() const {}
 };
 
-/// Blends `colorfx` at `alphafx`. d + ((s - d) * a >> 8) is (d * (256 - a) + s * a) >> 8, the shift
-/// of a sum that is never negative and fits 16 bits.
+/// Blends `colorfx` at `alphafx`: d + ((s - d) * a >> 8), computed as (d * (256 - a) + s * a) >> 8,
+/// whose sum is never negative and fits 16 bits.
 template <typename Pixel> class blend_pen {
 public:
   using pixel = Pixel;
@@ -128,7 +128,7 @@ private:
       const fields16 f = split(words{} + uint16_t(colour));
       source_ = {f.r * a, f.g * a, f.b * a};
     } else {
-      // The destination's alpha channel keeps all of itself.
+      // Keeps the destination's alpha channel.
       const words colour_channels = {0xFFFF, 0xFFFF, 0xFFFF, 0, 0xFFFF, 0xFFFF, 0xFFFF, 0};
       source_ = widen(dwords{} + colour).low * (a & colour_channels);
       rest_ = 256 - (a & colour_channels);

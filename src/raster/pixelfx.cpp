@@ -1,7 +1,7 @@
 // The blend of palette pixels: a table of 256 indices for a colour and an alpha.
 //
-// Making one searches the palette 256 times. As frames draw the same drawings again and again,
-// tables are kept until the palette changes: one for each colour, if all have the same alpha.
+// Building a table searches the palette 256 times. Frames repeat the same drawings, so tables are
+// kept until the palette changes: one per colour as long as all have the same alpha.
 #include <algorithm>
 #include <cstring>
 
@@ -20,7 +20,7 @@ struct fx_table {
 
 fx_table tables[256];
 
-/// Where the table of a colour and an alpha is kept; another pair may take the place.
+/// The slot for a colour and an alpha; other pairs may share it.
 fx_table &place_of(uint8_t colour, uint8_t alpha) {
   return tables[uint8_t(colour + 16 * alpha)];
 }

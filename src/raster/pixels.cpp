@@ -8,10 +8,10 @@ void (*draw_pixel)(__ORBSurface2D__ *, int32_t x, int32_t y, uint32_t colour,
 
 namespace {
 
-/// The pixel's address, or null when there is none: outside, or in a surface of another depth, as a
-/// graph may be that was made before a mode change.
+/// The pixel's address, or null outside the surface and for surfaces of another depth: a graph may
+/// have been created before a mode change.
 template <typename Pixel> Pixel *pixel_at(const __ORBSurface2D__ *surface, int32_t x, int32_t y) {
-  // Negative coordinates are huge as unsigned ones.
+  // As unsigned values, negative coordinates are too large.
   if (!surface || uint32_t(x) >= surface->width || uint32_t(y) >= surface->height) return nullptr;
   if (surface->depth != int32_t(8 * sizeof(Pixel)) || !surface->pixels) return nullptr;
   auto *rows = static_cast<uint8_t *>(surface->pixels);

@@ -1,4 +1,4 @@
-// What the rasterisers draw on and with, and the choice of the routines of a depth.
+// The rasterisers' state, and the selection of the routines of the mode's depth.
 #include "raster/raster.h"
 
 LineTarget line_target;

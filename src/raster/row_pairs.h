@@ -1,12 +1,11 @@
-// Round shapes as rows that mirror one another, from the outermost pair inwards.
+// Round shapes as pairs of mirrored rows, from the outermost pair inwards.
 #pragma once
 
 #include "raster/canvas.h"
 
 namespace {
 
-/// Two rows of a shape, which have their ends in the same columns; inclusive. They may be the same
-/// row.
+/// Two rows of a shape with the same end columns; inclusive. They may be the same row.
 struct row_pair {
   int32_t left, right, top, bottom;
 };
@@ -17,18 +16,18 @@ void run_in_both(Canvas &to, const row_pair &rows, int32_t left, int32_t right) 
   if (rows.bottom != rows.top) to.run(left, right, rows.bottom);
 }
 
-/// What an outline has on these rows: from each end to the column before which the next pair
-/// outwards ends, and the end itself at least. So neighbouring rows touch at a corner at least, and
-/// no pixel is drawn twice. `outer` gives that pair's ends.
+/// The outline on these rows: from each end up to the column before the next outer pair's end
+/// (`outer_left`, `outer_right`), and at least the end itself. So neighbouring rows touch at least
+/// at a corner, and no pixel is drawn twice.
 template <typename Canvas>
 void outline_in_both(Canvas &to, const row_pair &rows, int32_t outer_left, int32_t outer_right) {
-  // The larger and the smaller of two, without stepping over the end of the ints.
+  // Maximum and minimum, written so that they cannot overflow.
   const int32_t left_end = rows.left < outer_left ? outer_left - 1 : rows.left;
   const int32_t right_start = rows.right > outer_right ? outer_right + 1 : rows.right;
   if (left_end >= right_start) {
     run_in_both(to, rows, rows.left, rows.right);
   } else if (left_end == rows.left && right_start == rows.right) {
-    // Most rows of a large shape.
+    // The case of most rows of a large shape.
     for (const int32_t x : {left_end, right_start}) {
       to.dot(x, rows.top);
       if (rows.bottom != rows.top) to.dot(x, rows.bottom);
@@ -39,15 +38,15 @@ void outline_in_both(Canvas &to, const row_pair &rows, int32_t outer_left, int32
   }
 }
 
-/// Draws a shape about the canvas' origin, `height` rows to either side of the middle one, of which
-/// row v goes half_width(v) columns to either side. Only rows within the clip rectangle are asked
-/// for, from the outermost inwards.
+/// Draws a shape about the canvas's origin, `height` rows to either side of the middle one; row v
+/// extends half_width(v) columns to either side. half_width is called only for rows within the clip
+/// rectangle, from the outermost inwards.
 template <typename Canvas, typename HalfWidth>
 void draw_centred(Canvas &to, int32_t height, HalfWidth &&half_width, bool fill) {
   const auto &clip = to.clip();
   const int32_t outermost = std::min(height, std::max(-clip.top, clip.bottom));
   const int32_t innermost = std::max({0, clip.top, -clip.bottom});
-  // None beyond the first: its outline is all of the row.
+  // The outermost row has no outer neighbour: its outline is the whole row.
   int32_t outer = !fill && outermost < height ? half_width(outermost + 1) : -1;
   for (int32_t v = outermost; v >= innermost; --v) {
     const int32_t half = half_width(v);
