@@ -1,8 +1,7 @@
-// What the script functions that put a graph on the ground and on the screen share: the tail of
-// their arguments, and how a request is filled from them.
+// Arguments shared by the script functions that draw a graph, and the requests made from them.
 //
-// All end in one tail, of which a call gives none, one, two or three pairs: flags and region, alpha
-// and fxmode, fxcolor and fxintensity. What is missing is flags 0, region 0, alpha 255, fxmode 0.
+// Most end in a tail of up to three optional pairs: flags and region, alpha and fxmode, fxcolor and
+// fxintensity. Defaults: flags 0, region 0, alpha 255, fxmode 0, fxcolor 0, fxintensity 0.
 #pragma once
 
 #include "blit/request.h"
@@ -15,10 +14,10 @@ struct blit_tail {
   int32_t fxintensity = 0;
 };
 
-/// Fetches the tail of a call whose own arguments are `own` in number.
+/// Fetches the tail of a call that has `own` arguments before it.
 blit_tail pop_tail(int32_t own);
 
-/// How a graph is turned, scaled and sheared; as it stands, not at all.
+/// How a graph is rotated, scaled and sheared; by default not at all.
 struct blit_transform {
   int32_t angle = 0; // thousandths of a degree, any value
   int32_t size = 100, size_x = 100, size_y = 100;
@@ -37,8 +36,8 @@ struct blit_block {
 /// Fetches block_x, block_y, block_w, block_h.
 blit_block pop_block();
 
-/// The graph to draw, once it and the region are found good; null after reporting a bad graph (109,
-/// 110, 111, 121) or region (108 at `region_position`).
+/// Checks the graph and the region, and returns the graph's surface; null after reporting a bad
+/// graph (109, 110, 111, 121) or region (108 at `region_position`).
 __ORBSurface2D__ *check_source(const script_call &call, int32_t file, int32_t graph,
                                const blit_tail &tail, int32_t region_position);
 
@@ -50,5 +49,5 @@ void set_block(__ORBBlit2D__ &request, const blit_block &block);
 int32_t draw_transformed(__ORBBlit2D__ &request, const blit_transform &transform);
 int32_t draw_block(__ORBBlit2D__ &request, const blit_block &block);
 
-/// The request that script functions fill and run at once.
+/// The request of script functions that draw at once.
 extern __ORBBlit2D__ bltGraphics2D;

@@ -71,7 +71,7 @@ orb_fpg *check_library_graph(const script_call &call, int32_t file, int32_t file
 }
 
 orb_fpg *check_library_loaded(const script_call &call, int32_t file, int32_t position) {
-  // Slots alone don't do: a library that failed to load may have some.
+  // Having slots is not enough: a failed load may leave some.
   const bool loaded = file == 0 ? fpg[0].slots != nullptr : fpg[file].in_use != 0;
   return loaded ? &fpg[file] : call.bad(error_library_not_loaded, position, file);
 }

@@ -1,14 +1,14 @@
-// collision, overlap: who is asked about, and the walk over the processes.
+// collision and overlap: their targets, and the walk over candidate processes.
 //
-// Targets: -1 is the mouse pointer; the id of a living process is that process; anything else is a
-// type of process, 0 any. A type is walked in the order of the host's process list, and the walk
-// goes on where it stood when the same process asks the same question again in the same frame, so
-// that repeated calls give every hit once and then 0. Questions are the same when function, type,
-// point and alpha threshold are; another one about a type starts its own walk in place of the
-// former. Questions about one process or the pointer leave the walk alone.
+// Target -1 is the mouse pointer, the id of a living process that process, anything else a process
+// type, 0 any type. For a type, candidates are walked in the order of the host's process list. When
+// the same process repeats a query in the same frame the walk continues, so that repeated calls
+// return each hit once and then 0. Queries are the same if function, type, point and alpha
+// threshold are; a different query about a type starts a new walk. Queries about one process or the
+// pointer do not affect the walk.
 //
-// The asking process's record keeps the walk: what was asked, as a digest, and the id of the next
-// candidate. So it ends with the process, and costs no memory and no looking up.
+// The walk is kept in the record of the calling process, as a digest of the query and the id of the
+// next candidate. It thus ends with the process and needs no memory and no lookup.
 #include "collision/collision.h"
 #include "collision/picture.h"
 #include "script/checks.h"
@@ -18,10 +18,10 @@
 namespace {
 
 constexpr int32_t mouse_target = -1;
-/// In a walk's candidate word: it starts; it has come to its end with a hit.
+/// Special candidates of a walk: it starts; its last hit ended the process list.
 constexpr int32_t from_the_start = 0, at_the_end = -1;
 
-/// What tells a collision from an overlap. In the point forms x and y are that point.
+/// The tests of a collision or an overlap; at_point tests a point of the screen.
 struct test_kind {
   bool of_outlines;
   int32_t (*with_process)();
@@ -29,7 +29,7 @@ struct test_kind {
   int32_t (*at_point)(int32_t x, int32_t y);
 };
 
-/// One call: what is asked, and by whom.
+/// One call: the query and the calling process.
 struct question {
   const test_kind &test;
   orb_process *asking;
@@ -38,7 +38,7 @@ struct question {
   int32_t x, y;
 };
 
-/// Prepares the candidate and tests it; a candidate without a picture is passed over.
+/// Tests a candidate; one without a picture is no hit.
 bool hits(const question &q, const orb_process *candidate) {
   if (!process_picture(candidate, scan, nullptr)) return false;
   int32_t x, y;
@@ -57,7 +57,7 @@ const orb_process_node *first_node() {
   return services && services->proc_first ? services->proc_first(0) : nullptr;
 }
 
-/// The node at which a walk goes on; the first one when its candidate lives no more.
+/// The node where a walk continues; the first one when the candidate process has ended.
 const orb_process_node *resume(int32_t candidate) {
   const orb_process_node *const first = first_node();
   if (candidate == from_the_start) return first;
@@ -66,8 +66,8 @@ const orb_process_node *resume(int32_t candidate) {
   return first;
 }
 
-/// Spreads every bit of a word over all of them, without loss: the finaliser of SplitMix (Steele,
-/// Lea, Flood, "Fast Splittable Pseudorandom Number Generators", 2014).
+/// A bijective mix of all bits: the finaliser of SplitMix (Steele, Lea, Flood, "Fast Splittable
+/// Pseudorandom Number Generators", 2014).
 uint64_t mix(uint64_t word) {
   word = (word ^ word >> 30) * 0xBF58476D1CE4E5B9;
   word = (word ^ word >> 27) * 0x94D049BB133111EB;
@@ -78,8 +78,8 @@ uint64_t pair(int32_t high, int32_t low) {
   return uint64_t(uint32_t(high)) << 32 | uint32_t(low);
 }
 
-/// What a walk is about, in the 64 bits that a process has for it. That two questions of one frame
-/// fall together has a chance of 1 in 2^64; the second would then go on with the walk of the first.
+/// Digests a query to the 64 bits that a process record has for it. Two queries of one frame
+/// collide with probability 2^-64; the second then continues the walk of the first.
 uint64_t digest(const question &q) {
   const int32_t form = collision_alphathreshold << 2 | q.of_point << 1 | q.test.of_outlines;
   return mix(mix(mix(pair(q.x, q.y)) ^ pair(q.target, frame_number)) ^ uint64_t(form));
@@ -113,7 +113,7 @@ int32_t answer(const question &q) {
     return hit ? process_id(q.asking) : 0;
   }
   if (const orb_process *const one = find_process(q.target)) {
-    // A point may be asked of oneself.
+    // A process may test itself against a point.
     if (one == q.asking && !q.of_point) return 0;
     if (one->coordinates > 1 || (one->status != 2 && one->status < 4)) return 0;
     return hits(q, one) ? q.target : 0;
@@ -121,7 +121,7 @@ int32_t answer(const question &q) {
   return walk(q);
 }
 
-/// (target), (process, target), (x, y, target).
+/// Fetches (target), (process, target) or (x, y, target), and answers.
 int32_t run(const script_call &call, const test_kind &test) {
   question q{test, nullptr, 0, false, 0, 0};
   switch (rt_param_count()) {
@@ -158,15 +158,15 @@ constexpr test_kind overlaps{true, check_process_overlap, check_mouse_overlap,
 } // namespace
 
 /// collision(target), (process, target): the id of a process whose visible pixels touch those of
-/// the asking one; of the asking one itself when they touch the mouse pointer's; else 0.
-/// collision(x, y, target): one whose visible pixels cover that point of the screen.
+/// the calling (or given) process, or that process's own id when they touch the mouse pointer's;
+/// else 0. collision(x, y, target): a process whose visible pixels cover that point of the screen.
 int32_t ORB_collision() {
   return run(script_call{"COLLISION"}, collisions);
 }
 
-/// overlap(...): the same for the outlines of the pictures, transparent parts included.
+/// overlap(...): the same with the outlines of the pictures, transparent parts included.
 int32_t ORB_overlap() {
-  // QUIRK: its own name would look more natural in reports; they say "COLLISION", intentionally.
+  // QUIRK: overlap reports errors under the name "COLLISION".
   return run(script_call{"COLLISION"}, overlaps);
 }
 

@@ -1,14 +1,14 @@
 // rgb, rgbx, rgba, get_rgb, get_rgba.
 //
-// Colours of an 8-bit mode are palette indices and have no components to pack: there all five
-// return 0, and palette_find_color is the function to ask.
+// Colours of 8-bit modes are palette indices: there all five return 0, and palette_find_color does
+// the work.
 #include "script/handlers.h"
 #include "script/script_call.h"
 #include "surface/screen.h"
 
 namespace {
 
-/// Whether the mode's colours have components, and this one may be such a colour.
+/// Whether the mode's colours have components and this is one of them.
 bool has_components(uint32_t colour) {
   return mode.bpp == 32 || (mode.bpp == 16 && colour <= 0xFFFF);
 }
@@ -30,7 +30,7 @@ int32_t ORB_rgba() {
   return rt_return(mode.bpp == 8 ? 0 : int32_t(device2D.set_rgba(r, g, b, a)));
 }
 
-/// 1, or 0 for a colour that is none of the mode's; the targets then keep their values.
+/// 1, or 0 with the targets unchanged for a colour that is not one of the mode's.
 int32_t ORB_get_rgb() {
   auto [colour, r, g, b] = pop_args<uint32_t, int32_t *, int32_t *, int32_t *>();
   return rt_return(has_components(colour) ? device2D.get_rgb(colour, r, g, b) : 0);

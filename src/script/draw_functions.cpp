@@ -1,9 +1,8 @@
-// Script functions that make, change and delete draw objects (frame/draw_objects.h), and ask about
-// them.
+// Script functions that make, change, query and delete draw objects (frame/draw_objects.h).
 //
-// A script knows the object of record i as 2i + 1, and all of them as -1 where a function changes
-// objects. Unless told otherwise a function returns how many it changed, 0 while there are none, or
-// the failure value after reporting an id that isn't one (175, with the id) or of which there is no
+// The id of the object in record i is 2i + 1; functions that change objects take -1 for all of
+// them. Unless stated otherwise, a function returns how many objects it changed, 0 while there are
+// none, or the failure value after reporting an invalid id (175, with the id) or one without an
 // object (175, with its index).
 #include <algorithm>
 #include <cstdlib>
@@ -26,12 +25,12 @@ int32_t index_of(int32_t id) {
   return id >> 1;
 }
 
-/// Whether a record goes with the id, in use or not.
+/// Whether the id has a record, in use or not.
 bool is_id(int32_t id) {
   return id > 0 && id % 2 != 0 && id < 2 * max_draw;
 }
 
-// ---- Checks of arguments; each reports once ----------------------------------------------------
+// ---- Checks of arguments; each reports once -----------------------------------------------------
 
 bool check_id(const script_call &call, int32_t id) {
   if (is_id(id)) return true;
@@ -50,7 +49,7 @@ orb_draw *check_in_use(const script_call &call, int32_t id) {
   return &draw;
 }
 
-/// 0..15 in 8-bit modes, else 174; otherwise 0..255, failing silently.
+/// 0..15 in 8-bit modes, else reports 174; 0..255 in deeper modes, else fails silently.
 bool check_alpha(const script_call &call, int32_t alpha, int32_t position) {
   const int32_t most = mode.bpp == 8 ? 15 : 255;
   if (alpha >= 0 && alpha <= most) return true;
@@ -64,9 +63,10 @@ bool check_region(const script_call &call, int32_t region, int32_t position) {
   return false;
 }
 
-// ---- Changes -----------------------------------------------------------------------------------
+// ---- Changes ------------------------------------------------------------------------------------
 
-/// Applies `change` to the object of a checked id, or to all; the number for which it said true.
+/// Applies `change` to the object of a checked id, or to all; counts those for which it returns
+/// true.
 template <typename Change>
 int32_t change_draws(const script_call &call, int32_t id, Change change) {
   if (draws_painted == 0) return call.done(0);
@@ -80,7 +80,7 @@ int32_t change_draws(const script_call &call, int32_t id, Change change) {
   return call.done(changed);
 }
 
-/// The same for locked objects only: the others follow the script's globals.
+/// The same for locked objects only: unlocked ones follow the script's globals.
 template <typename Change>
 int32_t change_locked_draws(const script_call &call, int32_t id, Change change) {
   return change_draws(call, id, [&](orb_draw &draw) {
@@ -94,8 +94,7 @@ int32_t set_locked(const script_call &call, bool lock) {
   if (!check_id_or_all(call, id)) return call.fail();
   return change_draws(call, id, [lock](orb_draw &draw) {
     draw.locked = lock;
-    // QUIRK: counting only those that weren't in that state would look more natural. Each object
-    // that is looked at counts; that is intended.
+    // QUIRK: objects already in that state count again.
     draws_locked += lock ? 1 : -1;
     return true;
   });
@@ -138,7 +137,7 @@ int32_t ORB_draw_new() {
   return call.done(id_of(index));
 }
 
-/// draw_delete(id), delete_draw(id): deletes one object or all, but for fixed ones.
+/// draw_delete(id), delete_draw(id): deletes one object or all, except fixed ones.
 int32_t ORB_draw_delete() {
   const script_call call{"DRAW_DELETE"};
   const int32_t id = rt_pop_int();
@@ -147,16 +146,15 @@ int32_t ORB_draw_delete() {
     if (draw.fixed) return false;
     release_draw(int32_t(&draw - draws));
     --draws_painted;
-    // QUIRK: lowering these for fixed and locked objects only would look more natural. Each object
-    // that goes lowers both; that is intended.
+    // QUIRK: every deleted object lowers both counts, fixed or locked or not.
     --draws_fixed;
     --draws_locked;
     return true;
   });
 }
 
-/// draw_fix(id, on): protects objects from draw_delete (1), or no longer (0); any other `on` fails
-/// silently. Counts those that weren't in that state.
+/// draw_fix(id, on): protects objects from draw_delete (1) or stops protecting them (0); any other
+/// `on` fails silently. Counts the objects whose state changed.
 int32_t ORB_draw_fix() {
   const script_call call{"DRAW_FIX"};
   auto [id, on] = pop_ints<2>();
@@ -170,26 +168,26 @@ int32_t ORB_draw_fix() {
 }
 
 /// draw_lock(id): gives objects their own depth, destination and visibility instead of the script's
-/// globals: the depth and visibility of when they were made, and the screen, until they are
-/// changed. Counts those that were locked before, too.
+/// globals: at first the depth and visibility they were made with, and the screen. Counts objects
+/// that were locked already, too.
 int32_t ORB_draw_lock() {
   return set_locked({"DRAW_LOCK"}, true);
 }
-/// draw_unlock(id): takes that back.
+/// draw_unlock(id): undoes draw_lock.
 int32_t ORB_draw_unlock() {
   return set_locked({"DRAW_UNLOCK"}, false);
 }
 
-/// draw_move(id [, colour, alpha], x0, y0, x1, y1), move_draw(...): new corners, and a new look.
-/// Takes no -1. 1, or 0 while there are no objects.
+/// draw_move(id [, colour, alpha], x0, y0, x1, y1), move_draw(...): sets the corners, and colour
+/// and alpha if given. Does not take -1. 1, or 0 while there are no objects.
 int32_t ORB_draw_move() {
   const script_call call{"DRAW_MOVE"};
-  // QUIRK: the name above would look more natural for these reports too; that is intended.
+  // QUIRK: a bad alpha is reported under the older name.
   const script_call other_name{"MOVE_DRAW"};
   const bool with_look = rt_param_count() >= 7;
   auto [x0, y0, x1, y1] = pop_ints<4>();
-  // QUIRK: checking nothing where no alpha is given would look more natural. The one that the last
-  // longer call has stored is checked again, which may fail in another mode; that is intended.
+  // QUIRK: without an alpha, the alpha of the last call that had one is checked again, which may
+  // fail in another mode.
   int32_t alpha = draws_moved_alpha;
   uint32_t colour = 0;
   if (with_look) {
@@ -213,9 +211,9 @@ int32_t ORB_draw_move() {
   return call.done(1);
 }
 
-// ---- What locked objects have of their own -----------------------------------------------------
+// ---- Properties of locked objects ---------------------------------------------------------------
 
-/// draw_set_z(id, z): the depth.
+/// draw_set_z(id, z): sets the depth.
 int32_t ORB_draw_set_z() {
   const script_call call{"DRAW_SET_Z"};
   auto [id, z] = pop_ints<2>();
@@ -223,7 +221,7 @@ int32_t ORB_draw_set_z() {
   return change_locked_draws(call, id, [z = z](orb_draw &draw) { draw.z = z; });
 }
 
-/// draw_set_region(id, region): the clip region; 108 for one that isn't defined.
+/// draw_set_region(id, region): sets the clip region; reports 108 for an undefined one.
 int32_t ORB_draw_set_region() {
   const script_call call{"DRAW_SET_REGION"};
   auto [id, region] = pop_ints<2>();
@@ -231,7 +229,7 @@ int32_t ORB_draw_set_region() {
   return change_locked_draws(call, id, [region = region](orb_draw &draw) { draw.region = region; });
 }
 
-/// draw_set_alpha(id, alpha): checked as by draw_new.
+/// draw_set_alpha(id, alpha): sets the alpha, checked as by draw_new.
 int32_t ORB_draw_set_alpha() {
   const script_call call{"DRAW_SET_ALPHA"};
   auto [id, alpha] = pop_ints<2>();
@@ -239,7 +237,7 @@ int32_t ORB_draw_set_alpha() {
   return change_locked_draws(call, id, [alpha = alpha](orb_draw &draw) { draw.alpha = alpha; });
 }
 
-/// draw_set_color(id, colour): checked as by draw_new.
+/// draw_set_color(id, colour): sets the colour, checked as by draw_new.
 int32_t ORB_draw_set_color() {
   const script_call call{"DRAW_SET_COLOR"};
   auto [id, colour] = pop_args<int32_t, uint32_t>();
@@ -247,7 +245,7 @@ int32_t ORB_draw_set_color() {
   return change_locked_draws(call, id, [colour = colour](orb_draw &draw) { draw.colour = colour; });
 }
 
-/// draw_set_visible(id, visible): 0 hides.
+/// draw_set_visible(id, visible): 0 hides the object.
 int32_t ORB_draw_set_visible() {
   const script_call call{"DRAW_SET_VISIBLE"};
   auto [id, visible] = pop_ints<2>();
@@ -256,8 +254,8 @@ int32_t ORB_draw_set_visible() {
                              [on = uint8_t(visible)](orb_draw &draw) { draw.visible = on; });
 }
 
-/// draw_set_destination(id, file, graph): the graph to draw on; (0, 0) is the screen. Any other
-/// graph must be loaded (109, 110, 111, 121), and when it is unloaded later the object isn't drawn.
+/// draw_set_destination(id, file, graph): sets the graph to draw on; (0, 0) is the screen. Any
+/// other graph must be loaded (109, 110, 111, 121); once it is unloaded the object is not drawn.
 int32_t ORB_draw_set_destination() {
   const script_call call{"DRAW_SET_DESTINATION"};
   auto [id, file, graph] = pop_ints<3>();
@@ -276,11 +274,11 @@ int32_t ORB_draw_set_destination() {
   });
 }
 
-// ---- Questions about one object ----------------------------------------------------------------
+// ---- Queries about one object -------------------------------------------------------------------
 
 namespace {
 
-/// Ends a call that asks about the object of an id; -1 is none.
+/// Ends a query about the object of an id; -1 is not valid here.
 template <typename Answer> int32_t ask_draw(const script_call &call, Answer answer) {
   const int32_t id = rt_pop_int();
   const orb_draw *draw = check_id(call, id) ? check_in_use(call, id) : nullptr;
@@ -291,14 +289,14 @@ template <typename Field> int32_t get_field(const script_call &call, Field orb_d
   return ask_draw(call, [field](const orb_draw &draw) { return int32_t(draw.*field); });
 }
 
-/// Pixels from one end to the other, at most what an int holds.
+/// Pixels from one end to the other, clamped to INT32_MAX.
 int32_t extent(int32_t from, int32_t to) {
   return int32_t(std::min<int64_t>(llabs(int64_t(to) - from) + 1, INT32_MAX));
 }
 
 } // namespace
 
-/// draw_exists(id): 1 or 0, for anything.
+/// draw_exists(id): 1 or 0, for any value.
 int32_t ORB_draw_exists() {
   const int32_t id = rt_pop_int();
   return rt_return(is_id(id) && draws[index_of(id)].in_use);
@@ -316,11 +314,11 @@ int32_t ORB_draw_get_alpha() {
 int32_t ORB_draw_get_region() {
   return get_field({"DRAW_GET_REGION"}, &orb_draw::region);
 }
-/// draw_get_z(id): its own depth, which counts only while it is locked.
+/// draw_get_z(id): its own depth, used only while it is locked.
 int32_t ORB_draw_get_z() {
   return get_field({"DRAW_GET_Z"}, &orb_draw::z);
 }
-/// draw_get_visible(id): its own visibility, which counts only while it is locked.
+/// draw_get_visible(id): its own visibility, used only while it is locked.
 int32_t ORB_draw_get_visible() {
   return get_field({"DRAW_GET_VISIBLE"}, &orb_draw::visible);
 }
@@ -354,8 +352,7 @@ int32_t ORB_draw_get_height() {
                   [](const orb_draw &draw) { return extent(draw.y0, draw.y1); });
 }
 
-/// draw_get_box(id, &x0, &y0, &x1, &y1): the corners as they were given; null pointers are skipped.
-/// 1.
+/// draw_get_box(id, &x0, &y0, &x1, &y1): the corners as given; null pointers are skipped. 1.
 int32_t ORB_draw_get_box() {
   const script_call call{"DRAW_GET_BOX"};
   auto [x0, y0, x1, y1] = pop_args<int32_t *, int32_t *, int32_t *, int32_t *>();
@@ -368,7 +365,7 @@ int32_t ORB_draw_get_box() {
   });
 }
 
-// ---- How many there are ------------------------------------------------------------------------
+// ---- Counts -------------------------------------------------------------------------------------
 
 /// graphiclib_get_drawspainted(): draw objects that exist.
 int32_t ORB_graphiclib_get_drawspainted() {

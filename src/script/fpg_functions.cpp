@@ -1,4 +1,4 @@
-// Script functions on graph libraries: whole ones, the graphs in them, and their files.
+// Script functions on graph libraries: the libraries, their graphs, and their files.
 #include "formats/map_file.h"
 #include "script/checks.h"
 #include "script/handlers.h"
@@ -7,10 +7,10 @@
 
 namespace {
 
-constexpr int32_t most_graphs = graphs_per_library - 1; // code 0 is none
+constexpr int32_t most_graphs = graphs_per_library - 1; // code 0 is not used
 constexpr int32_t all_libraries = -1;
 
-/// A number told of a library, or the failure value after reporting 109.
+/// Returns a number about a library, or the failure value after reporting 109.
 template <typename Tell> int32_t tell(const script_call &call, Tell number_of) {
   const int32_t file = rt_pop_int();
   const orb_fpg *library = check_library(call, file, 1);
@@ -19,11 +19,11 @@ template <typename Tell> int32_t tell(const script_call &call, Tell number_of) {
 
 } // namespace
 
-// ---- Libraries ---------------------------------------------------------------------------------
+// ---- Libraries ----------------------------------------------------------------------------------
 
-/// fpg_new(): an empty library under the lowest free number. Number 0, free at the start, is the
-/// system library: its loose graphs stay. The number, or the failure value after reporting 104 when
-/// the list can't grow, 100 for lack of memory.
+/// fpg_new(): makes an empty library under the lowest free number. Number 0, free at the start, is
+/// the system library: its loose graphs stay. The number, or the failure value after reporting 104
+/// when the list can't grow, 100 for lack of memory.
 int32_t ORB_fpg_new() {
   const script_call call{"FPG_NEW"};
   const int32_t number = find_free_library();
@@ -33,13 +33,12 @@ int32_t ORB_fpg_new() {
   return call.done(number);
 }
 
-/// fpg_clone(file): copies of the graphs 1 to 999 at the screen's depth in a new library, which is
-/// empty when `file` is. The copy never takes the number of its source, should that be free. The
-/// number, or the failure value after reporting 109, 104, or 100 for lack of memory or a graph that
-/// is deeper than the screen.
+/// fpg_clone(file): copies the graphs 1 to 999, at the screen's depth, to a new library, which
+/// never gets the number of its source, even an unused one. The number, or the failure value after
+/// reporting 109, 104, or 100 for lack of memory or a graph deeper than the screen.
 int32_t ORB_fpg_clone() {
   const script_call call{"FPG_CLONE"};
-  // QUIRK: one would report under the name of the function. This is the older name, intentionally.
+  // QUIRK: a graph that cannot be copied is reported under the older name.
   const script_call copying{"CLONE_FPG"};
   const int32_t file = rt_pop_int();
   if (!check_library(call, file, 1)) return call.fail();
@@ -98,19 +97,19 @@ int32_t ORB_fpg_get_nummaps() {
 
 /// fpg_get_memoryusage(file): bytes counted for it.
 int32_t ORB_fpg_get_memoryusage() {
-  // QUIRK: the neighbours fail with the failure value. Here it is 0, intentionally.
+  // QUIRK: returns 0 on failure, not the failure value.
   return tell({"FPG_GET_MEMORYUSAGE", 0},
               [](const orb_fpg &library) { return library.memory_usage; });
 }
 
-// ---- Graphs in libraries -----------------------------------------------------------------------
+// ---- Graphs in libraries ------------------------------------------------------------------------
 
-/// fpg_add_map(destination file, destination graph, source file, source graph): a copy of a graph
-/// at the screen's depth in a loaded library; a graph there is freed. It counts the memory of its
-/// source. The destination graph, or the failure value: after reporting 109, 110, 111 for a
-/// destination that isn't loaded, 100 for lack of memory or a graph that is deeper than the screen;
-/// silently for a source that isn't there, or in the same library (but loose graphs may go to the
-/// others of library 0).
+/// fpg_add_map(destination file, destination graph, source file, source graph): copies a graph, at
+/// the screen's depth, to a loaded library; a graph there is freed. The copy counts the memory of
+/// its source. The destination graph, or the failure value: after reporting 109, 110, 111 for a
+/// destination that is not loaded, 100 for lack of memory or a graph deeper than the screen;
+/// silently for a missing source, or one in the same library (but loose graphs may be copied to the
+/// graphs 1 to 999 of library 0).
 int32_t ORB_fpg_add_map() {
   const script_call call{"FPG_ADD_MAP"};
   auto [file, graph, source_file, source_graph] = pop_ints<4>();
@@ -138,21 +137,21 @@ int32_t ORB_fpg_unload_map() {
   return call.done(1);
 }
 
-// ---- Files -------------------------------------------------------------------------------------
+// ---- Files --------------------------------------------------------------------------------------
 
 namespace {
 
-/// Reports why a library wasn't read. The key stands second among the arguments.
+/// Reports why a library was not read. The key is argument 2.
 int32_t fail_reading(const script_call &call, const library_fault &fault, const char *filename) {
   return call.refuse(script_error(fault.error), fault.error == error_library_key ? 2 : 1, filename);
 }
 
 } // namespace
 
-/// fpg_load(file name [, key]): a library under the lowest free number, 0 included. The number, or
-/// the failure value after reporting 104 when the list can't grow, 105 for a file that can't be
-/// opened, 193 for an enciphered one without a usable key, 106 for one that isn't a library, is
-/// deeper than the screen or ends within a graph, 100 for lack of memory.
+/// fpg_load(file name [, key]): loads a library under the lowest free number, 0 included. The
+/// number, or the failure value after reporting 104 when the list can't grow, 105 for a file that
+/// can't be opened, 193 for an enciphered one without a usable key, 106 for one that isn't a
+/// library, is deeper than the screen or ends within a graph, 100 for lack of memory.
 int32_t ORB_fpg_load() {
   const script_call call{"FPG_LOAD"};
   const char *key = rt_param_count() > 1 ? rt_pop_string() : nullptr;
@@ -160,14 +159,13 @@ int32_t ORB_fpg_load() {
   library_fault fault;
   const int32_t number = load_library(filename, key, fault);
   if (number >= 0) return call.done(number);
-  // QUIRK: this one report would naturally carry the name of the function that was called. It has
-  // the older name, intentionally.
+  // QUIRK: a failure to reopen the file is reported under the older name.
   return fail_reading(fault.reopening ? script_call{"LOAD_FPG"} : call, fault, filename);
 }
 
-/// fpg_load_map(file name, [key,] file, graph): one graph of a library file into a library, which
-/// is made when it isn't loaded; a graph there is freed. The graph, 0 when it isn't in the file, or
-/// the failure value after reporting 109, 110, or what fpg_load reports.
+/// fpg_load_map(file name, [key,] file, graph): loads one graph of a library file into a library,
+/// which is made if it is not loaded; a graph there is freed. The graph, 0 when it is not in the
+/// file, or the failure value after reporting 109, 110, or what fpg_load reports.
 int32_t ORB_fpg_load_map() {
   const script_call call{"FPG_LOAD_MAP"};
   const bool key_given = rt_param_count() > 3;
@@ -175,8 +173,7 @@ int32_t ORB_fpg_load_map() {
   const int32_t file = rt_pop_int();
   const char *key = key_given ? rt_pop_string() : nullptr;
   const char *filename = rt_pop_string();
-  // QUIRK: with a key the numbers are arguments 3 and 4. They are reported as 2 and 3 in both
-  // forms, intentionally.
+  // QUIRK: reported as arguments 2 and 3 also with a key, where they are 3 and 4.
   if (!check_library_graph(call, file, 2, graph, 3)) return call.fail();
   if (!filename) filename = "";
   library_fault fault;
@@ -185,9 +182,9 @@ int32_t ORB_fpg_load_map() {
 }
 
 /// fpg_save(file, file name [, compression, key]): writes the graphs 1 to 999 of a library at the
-/// screen's depth; a key that isn't empty enciphers. 1; 0 for an empty library, and then nothing is
-/// written; or the failure value after reporting 109, or 123 for a file that can't be written or a
-/// graph of another depth.
+/// screen's depth; a key that is not empty enciphers. 1; 0 for an empty library, of which nothing
+/// is written; or the failure value after reporting 109, or 123 for a file that can't be written or
+/// a graph of another depth.
 int32_t ORB_fpg_save() {
   const script_call call{"FPG_SAVE"};
   const char *key = nullptr;
@@ -201,14 +198,13 @@ int32_t ORB_fpg_save() {
   if (!library) return call.fail();
   if (library->map_count == 0 || !library->slots) return call.done(0);
   if (!filename) filename = "";
-  // QUIRK: map_save knows compressions -1 to 1, and only 1 compresses. Here everything but 0 does,
-  // intentionally.
+  // QUIRK: any compression but 0 compresses; in map_save only 1 does.
   if (!save_library(*library, filename, compression != 0, key))
     return call.refuse(error_save, 2, filename);
   return call.done(1);
 }
 
-// ---- How many there are ------------------------------------------------------------------------
+// ---- Counts -------------------------------------------------------------------------------------
 
 /// graphiclib_get_fpgsloaded(): libraries loaded or made.
 int32_t ORB_graphiclib_get_fpgsloaded() {

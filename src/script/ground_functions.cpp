@@ -1,9 +1,9 @@
-// Script functions on the ground, the background of every frame: its pixels, graphs that are put on
-// it (whole, transformed, as blocks and as tiles), and pictures that cover it.
+// Script functions on the ground, the background of every frame: its pixels, graphs drawn on it
+// (whole, transformed, as blocks and as tiles), and pictures that cover it.
 //
-// Where a call ends in a tail see script/blit_arguments.h. What puts a graph returns 1 when
-// something was drawn, else 0, or the failure value after reporting a bad graph (109, 110, 111,
-// 121) or region (108 at its position).
+// For `tail` see script/blit_arguments.h. Functions that draw a graph return 1 when something was
+// drawn, else 0, or the failure value after reporting a bad graph (109, 110, 111, 121) or region
+// (108 at its position).
 #include "formats/codec.h"
 #include "raster/pixels.h"
 #include "script/blit_arguments.h"
@@ -13,7 +13,7 @@
 #include "surface/registry.h"
 #include "surface/screen.h"
 
-// ---- Pixels ------------------------------------------------------------------------------------
+// ---- Pixels -------------------------------------------------------------------------------------
 
 /// ground_put_pixel(x, y, colour [, mode]): sets one pixel of the ground; outside it nothing
 /// happens. `mode` must be 0 or 1, and both do the same. 1, or the failure value for a bad
@@ -28,25 +28,25 @@ int32_t ORB_ground_put_pixel() {
   return call.done(1);
 }
 
-/// ground_get_pixel(x, y): the pixel of the ground as it stands there, 0 outside.
+/// ground_get_pixel(x, y): the pixel of the ground as stored, 0 outside.
 int32_t ORB_ground_get_pixel() {
   const script_call call{"GROUND_GET_PIXEL"};
   auto [x, y] = pop_ints<2>();
   return call.done(int32_t(get_pixel(ground, x, y)));
 }
 
-/// screen_clear(): fills the ground with the screen colour and forgets its picture. 1.
+/// screen_clear(): fills the ground with the screen colour; it no longer counts as a picture. 1.
 int32_t ORB_screen_clear() {
   const script_call call{"SCREEN_CLEAR"};
   return call.done(device2D.ORBGI2D_ClearScreen());
 }
 
-// ---- Graphs ------------------------------------------------------------------------------------
+// ---- Graphs -------------------------------------------------------------------------------------
 
 namespace {
 
-/// Checks graph and region and fills the shared request for the ground; null after reporting. The
-/// region stands second in a tail after `own` arguments.
+/// Checks graph and region and fills the shared request for the ground; null after reporting. `own`
+/// is the number of arguments before the tail.
 __ORBBlit2D__ *ground_request(const script_call &call, int32_t file, int32_t graph, int32_t x,
                               int32_t y, const blit_tail &tail, int32_t own) {
   __ORBSurface2D__ *source = check_source(call, file, graph, tail, own + 2);
@@ -65,7 +65,7 @@ int32_t ORB_ground_put() {
   return request ? call.done(device2D.ORBGI2D_Blit(request)) : call.fail();
 }
 
-/// ground_xput(file, graph, x, y, angle, size, flags, region): turned and scaled.
+/// ground_xput(file, graph, x, y, angle, size, flags, region): rotated and scaled.
 int32_t ORB_ground_xput() {
   const script_call call{"GROUND_XPUT"};
   const blit_tail tail = pop_tail(6);
@@ -97,7 +97,7 @@ int32_t ORB_ground_put_block() {
   return request ? call.done(draw_block(*request, block)) : call.fail();
 }
 
-/// ground_put_tile(file, graph, x, y, tail): the graph repeated over the region, one copy with its
+/// ground_put_tile(file, graph, x, y, tail): repeats the graph over the region, one copy with its
 /// pivot at (x, y).
 int32_t ORB_ground_put_tile() {
   const script_call call{"GROUND_PUT_TILE"};
@@ -107,22 +107,22 @@ int32_t ORB_ground_put_tile() {
   return request ? call.done(device2D.ORBGI2D_BlitTile(request)) : call.fail();
 }
 
-// ---- Pictures over the whole ground ------------------------------------------------------------
+// ---- Pictures over the whole ground -------------------------------------------------------------
 
 namespace {
 
-/// Clears the ground and puts the picture on it, zeros included, its middle at the ground's middle.
-/// 1, or 0 when nothing was drawn.
+/// Clears the ground and draws the picture centred on it, zeros included. 1, or 0 when nothing was
+/// drawn.
 int32_t cover_ground(__ORBSurface2D__ *picture) {
   constexpr int32_t nokey = 8;
   if (!ground) return 0;
   device2D.ORBGI2D_ClearScreen();
   const int32_t width = int32_t(picture->width), height = int32_t(picture->height);
   __ORBBlit2D__ &request = bltGraphics2D;
-  // As a block, since the pivot of the picture may be anywhere.
+  // As a block, because that ignores the pivot.
   request = blank_request(picture, ground, int32_t(ground->width / 2) - width / 2,
                           int32_t(ground->height / 2) - height / 2);
-  // All of the ground, however small a program has made region 0; blits on it need a region.
+  // Blits on the ground need a region, and region 0 may be smaller than the ground.
   request.region = 0;
   request.own_region = 1;
   request.own_region_x1 = int32_t(ground->width) - 1;
@@ -133,9 +133,8 @@ int32_t cover_ground(__ORBSurface2D__ *picture) {
 
 } // namespace
 
-/// ground_put_screen(file, graph), put_screen(...): clears the ground and puts the graph on it,
-/// zeros included, its middle at the ground's middle; what is larger than the ground is cut off on
-/// all sides.
+/// ground_put_screen(file, graph), put_screen(...): clears the ground and draws the graph centred
+/// on it, zeros included, cut to the ground.
 int32_t ORB_ground_put_screen() {
   const script_call call{"GROUND_PUT_SCREEN"};
   auto [file, graph] = pop_ints<2>();
@@ -143,9 +142,9 @@ int32_t ORB_ground_put_screen() {
   return slot ? call.done(cover_ground(slot->surface)) : call.fail();
 }
 
-/// screen_load(file name [, key]): covers the ground with a picture of any known format, as
-/// ground_put_screen does, and keeps no graph of it. 1, or the failure value: after reporting 143
-/// for a file that no codec takes, or whatever map_load or image_load, which do the work, report.
+/// screen_load(file name [, key]): covers the ground with a picture file of any known format, as
+/// ground_put_screen does, without keeping a graph. 1, or the failure value after reporting 143 for
+/// a file that no codec takes, or what map_load or image_load, which do the work, report.
 int32_t ORB_screen_load() {
   const script_call call{"SCREEN_LOAD"};
   const int32_t given = rt_param_count();

@@ -1,4 +1,4 @@
-// Prototypes of every script handler, made from the one list of functions.
+// Prototypes of all script handlers, made from the list of functions.
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,5 @@
-// Script functions on picture files: which codec takes a file and the graph that comes of it, a
-// graph handed to the writer of a format, and the pictures let go again.
+// Script functions that load picture files as graphs, save graphs as picture files, and unload
+// them.
 #include "formats/adopt_image.h"
 #include "formats/codec.h"
 #include "formats/map_file.h"
@@ -9,7 +9,7 @@
 #include "surface/registry.h"
 #include "surface/screen.h"
 
-// ---- Loading -----------------------------------------------------------------------------------
+// ---- Loading ------------------------------------------------------------------------------------
 
 namespace {
 
@@ -20,8 +20,8 @@ bool can_be_opened(const char *filename) {
   return true;
 }
 
-/// Reads a picture by the one codec that a function is for; null when it isn't built in, or doesn't
-/// take the file or refuses it.
+/// Reads a picture by the codec of one format; null when it is not built in or does not accept the
+/// file.
 const image_codec *read_only_by(image_format format, const char *filename) {
   reset_image();
   const image_codec *codec = codec_for(format);
@@ -30,8 +30,8 @@ const image_codec *read_only_by(image_format format, const char *filename) {
   return nullptr;
 }
 
-/// Makes a graph of library 0 of the picture that `read` reads, and ends the call. `read` returns
-/// the codec by which it did, or null.
+/// Makes a graph of library 0 from the picture that `read` reads, and ends the call. `read` returns
+/// the codec it used, or null.
 template <typename Read>
 int32_t load_graph(const script_call &call, const char *filename, Read read) {
   const int32_t code = GetMAPCode(0);
@@ -46,8 +46,8 @@ int32_t load_graph(const script_call &call, const char *filename, Read read) {
 
 } // namespace
 
-/// image_load(file name [, key]): a picture of any known format becomes a graph of library 0.
-/// The key serves enciphered files of the engine's own format only. Its code, or the failure value
+/// image_load(file name [, key]): loads a picture of any known format as a graph of library 0. The
+/// key is for enciphered files of the engine's own format. Its code, or the failure value
 /// after reporting 143 for a missing file, 144 for one that no codec reads, 100 for lack of memory.
 int32_t ORB_image_load() {
   const script_call call{"IMAGE_LOAD"};
@@ -56,23 +56,23 @@ int32_t ORB_image_load() {
   return load_graph(call, filename, [=] { return read_image(filename, key); });
 }
 
-/// load_pcx(file name): what image_load does for PCX files, and 144 for all others.
+/// load_pcx(file name): image_load for PCX files; reports 144 for all others.
 int32_t ORB_load_pcx() {
   const script_call call{"LOAD_PCX"};
   const char *filename = pop_filename();
   return load_graph(call, filename, [=] { return read_only_by(img_format_pcx, filename); });
 }
 
-// ---- Saving ------------------------------------------------------------------------------------
+// ---- Saving -------------------------------------------------------------------------------------
 
 namespace {
 
 constexpr int32_t filename_position = 3;
 
-/// Hands the graph to the writers through the image globals, which own none of it.
+/// Passes the graph to the writers through the image globals, which only borrow it.
 bool save_graph(const orb_map_slot &slot, const image_codec &codec, const char *filename,
                 int32_t parameter, const char *key) {
-  // A graph that was loaded before a mode change has no pixels that a writer would understand.
+  // Writers expect the screen's depth; a graph loaded before a mode change may have another.
   if (slot.surface->depth != mode.bpp) return false;
   reset_image();
   describe_graph(slot);
@@ -97,10 +97,10 @@ int32_t save_or_report(const script_call &call, const orb_map_slot &slot, image_
 
 /// image_save(file, graph, file name, format [, parameter [, key]]): writes a graph as one of
 /// img_format_map .. img_format_tga. The parameter, -1 to 1, is the format's own: 1 compresses MAP,
-/// BMP and TGA files; PNG takes it for a compression level, JPEG for what its quality lacks of 100,
-/// and -1 leaves both their defaults. The key enciphers MAP files. 1, or the failure value: after
-/// reporting a bad graph, or 123 for a file that can't be written, which leaves an old file as it
-/// was; silently for a bad format or parameter.
+/// BMP and TGA files; for PNG it is the compression level, for JPEG 100 minus the quality, and -1
+/// selects the default of both. The key enciphers MAP files. 1, or the failure value: after
+/// reporting a bad graph, or 123 for a file that can't be written, in which case an old file
+/// is kept; silently for a bad format or parameter.
 int32_t ORB_image_save() {
   const script_call call{"IMAGE_SAVE"};
   const int32_t given = rt_param_count();
@@ -125,10 +125,10 @@ int32_t ORB_save_pcx() {
   return save_or_report(call, *slot, img_format_pcx, filename, 0, nullptr);
 }
 
-// ---- Unloading ---------------------------------------------------------------------------------
+// ---- Unloading ----------------------------------------------------------------------------------
 
-/// image_unload(code): code -1 unloads all. How many were unloaded; a map read by image_load is
-/// not among them, map_unload is for those. The failure value for a code outside the run-time
+/// image_unload(code): code -1 unloads all. How many were unloaded; maps are not among them, even
+/// if image_load read them: use map_unload. The failure value for a code outside the run-time
 /// range.
 int32_t ORB_image_unload() {
   const int32_t code = rt_pop_int();

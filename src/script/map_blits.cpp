@@ -1,10 +1,10 @@
-// Script functions that put graphs on other graphs: whole, transformed, as blocks, as tiles, and as
-// effects.
+// Script functions that draw graphs on other graphs: whole, transformed, as blocks, as tiles, and
+// as effects.
 //
-// Each has forms with and without the source's library; without it the destination's is meant. What
-// a form leaves out is flags 0, alpha 255, fxmode 0, fxcolor 0, fxintensity 0. The clip region is
-// the whole destination. Each returns 1 when something was drawn, else 0, or the failure value
-// after reporting a bad library (109, 111) or graph (110, 121).
+// Each has forms with and without the source's library, which defaults to the destination's. Other
+// defaults are flags 0, alpha 255, fxmode 0, fxcolor 0, fxintensity 0. Drawing is clipped to the
+// destination only. Each returns 1 when something was drawn, else 0, or the failure value after
+// reporting a bad library (109, 111) or graph (110, 121).
 #include "script/blit_arguments.h"
 #include "script/handlers.h"
 #include "surface/registry.h"
@@ -14,7 +14,7 @@ namespace {
 /// Graph bounds of the last pair.
 int32_t max_graph_dst = 0, max_graph_src = 0;
 
-/// The graphs of a call. Without a library of its own the source is in the destination's.
+/// The graphs of a call. Without its own library the source is in the destination's.
 struct graph_pair {
   int32_t file, graph;
   int32_t source_file, source_graph;
@@ -30,22 +30,22 @@ graph_pair pop_source(bool has_file) {
   return pair;
 }
 
-/// Fetches the destination of a pair whose source is there.
+/// Fetches the destination of a pair, after its source.
 void pop_destination(graph_pair &pair) {
   pair.graph = rt_pop_int();
   pair.file = rt_pop_int();
   if (!pair.source_has_file) pair.source_file = pair.file;
 }
 
-/// Fetches both where they stand side by side.
+/// Fetches both where they are adjacent arguments.
 graph_pair pop_graphs(bool source_has_file) {
   graph_pair pair = pop_source(source_has_file);
   pop_destination(pair);
   return pair;
 }
 
-/// Where a source library stands among a function's arguments, its graph behind it; and which
-/// argument an unloaded destination is reported as.
+/// Argument positions for reports: the source library, with its graph next, and an unloaded
+/// destination.
 struct reported_places {
   int32_t source_file = 3;
   int32_t unloaded_destination = 2;
@@ -59,15 +59,15 @@ bool is_graph(int32_t graph, int32_t bound) {
   return graph >= 1 && graph < bound;
 }
 
-/// Checks the numbers of both graphs, and then whether they are loaded. Sets both bounds and both
+/// Checks the numbers of both graphs, then whether they are loaded. Sets both bounds and both
 /// cursors. False after reporting.
 bool check_graphs(const script_call &call, const graph_pair &pair, const reported_places &places) {
   const auto refuse = [&call](script_error error, int32_t position, int32_t value) {
     call.bad(error, position, value);
     return false;
   };
-  // QUIRK: in the forms without a source library one would expect the place where the source graph
-  // stands, 5 for a block. It is reported as argument 3 in all of them. Intended.
+  // QUIRK: without a source library, a bad source graph is always reported as argument 3, even for
+  // map_block_copy, where it is argument 5.
   const int32_t source_graph_place = pair.source_has_file ? places.source_file + 1 : 3;
   max_graph_dst = graph_bound(pair.file);
   max_graph_src = graph_bound(pair.source_file);
@@ -90,8 +90,7 @@ bool check_graphs(const script_call &call, const graph_pair &pair, const reporte
   return true;
 }
 
-/// What stands behind the geometry: nothing, or flags, alpha, fxmode, or these and fxcolor,
-/// fxintensity.
+/// Fetches the trailing arguments: none; flags, alpha, fxmode; or these and fxcolor, fxintensity.
 blit_tail pop_map_tail(int32_t given) {
   blit_tail tail{.region = -1};
   if (given >= 5) {
@@ -106,7 +105,7 @@ blit_tail pop_map_tail(int32_t given) {
   return tail;
 }
 
-/// The tail of functions that have no effect: colour and intensity stay those of the last request.
+/// The tail of functions without effects: colour and intensity stay those of the last request.
 blit_tail plain_tail(int32_t flags) {
   return {.flags = flags,
           .region = -1,
@@ -130,14 +129,14 @@ int32_t ORB_map_put() {
   const bool source_has_file = rt_param_count() > 5;
   auto [x, y] = pop_ints<2>();
   const graph_pair pair = pop_graphs(source_has_file);
-  // QUIRK: the other functions report a destination that isn't loaded as argument 2, where the
-  // graph stands. This one reports argument 1. Intended.
+  // QUIRK: an unloaded destination is reported as argument 1; the other functions report 2.
   __ORBBlit2D__ *request =
       map_request(call, pair, x, y, plain_tail(0), {.unloaded_destination = 1});
   return request ? call.done(device2D.ORBGI2D_Blit(request)) : call.fail();
 }
 
-/// map_xput(file, graph, [source file,] source graph, x, y, angle, size, flags): turned and scaled.
+/// map_xput(file, graph, [source file,] source graph, x, y, angle, size, flags): rotated and
+/// scaled.
 int32_t ORB_map_xput() {
   const script_call call{"MAP_XPUT"};
   const bool source_has_file = rt_param_count() > 8;
@@ -162,9 +161,9 @@ int32_t ORB_map_xxput() {
   return request ? call.done(draw_transformed(*request, transform)) : call.fail();
 }
 
-/// map_block_copy(file, graph, x, y, [source file,] source graph, block_x, block_y, block_w, block_h
-/// [, flags, alpha, fxmode [, fxcolor, fxintensity]]): a rectangle of the source, its top left
-/// corner at (x, y).
+/// map_block_copy(file, graph, x, y, [source file,] source graph, block_x, block_y, block_w,
+/// block_h [, flags, alpha, fxmode [, fxcolor, fxintensity]]): a rectangle of the source, its top
+/// left corner at (x, y).
 int32_t ORB_map_block_copy() {
   const script_call call{"MAP_BLOCK_COPY"};
   const int32_t count = rt_param_count();
@@ -179,7 +178,7 @@ int32_t ORB_map_block_copy() {
 }
 
 /// map_put_tile(file, graph, [source file,] source graph, x, y [, flags, alpha, fxmode [, fxcolor,
-/// fxintensity]]): the source repeated over the destination, one copy with its pivot at (x, y).
+/// fxintensity]]): repeats the source over the destination, one copy with its pivot at (x, y).
 int32_t ORB_map_put_tile() {
   const script_call call{"MAP_PUT_TILE"};
   const int32_t count = rt_param_count();
@@ -192,8 +191,8 @@ int32_t ORB_map_put_tile() {
 }
 
 /// map_apply_fx(file, graph, [source file,] source graph, alpha, fxmode [, fxcolor, fxintensity]):
-/// the source over the destination's top left corner with an effect. Both may be the same graph,
-/// which then has the effect applied in place.
+/// draws the source on the destination's top left corner with an effect. With one graph as both,
+/// the effect is applied in place.
 int32_t ORB_map_apply_fx() {
   const script_call call{"MAP_APPLY_FX"};
   const int32_t count = rt_param_count();

@@ -1,7 +1,6 @@
-// Script functions on the control points of single graphs. Point 0 is the pivot and always there; a
-// graph without one of its own turns about its middle. Each begins with the graph check (109, 110,
-// 111, 121) and returns the failure value when that or another check reports; 133 is a control
-// point that isn't there.
+// Script functions on the control points of graphs. Point 0 is the pivot, which every graph has;
+// where it is not set, it is the middle. Each function checks the graph (109, 110, 111, 121) and
+// the point (133), and returns the failure value after reporting.
 #include <cstdlib>
 
 #include "blit/geometry.h"
@@ -26,7 +25,7 @@ bool has_record(const __ORBSurface2D__ *surface, int32_t point) {
   return surface->cpoints && point >= 0 && uint32_t(point) <= surface->cpoint_last;
 }
 
-/// The record of a point that can be asked for: point 0, or a defined one. Null otherwise.
+/// The record of point 0 or of a defined point; null otherwise.
 const cpoint_record *find_point(const __ORBSurface2D__ *surface, int32_t point) {
   if (!has_record(surface, point)) return nullptr;
   const cpoint_record *record = &records_of(surface)[point];
@@ -39,7 +38,7 @@ void set_point(__ORBSurface2D__ *surface, int32_t point, int32_t x, int32_t y) {
   record = {uint32_t(x), uint32_t(y), 1};
 }
 
-/// Makes records up to `point`, the new ones undefined. False, and nothing changed, without memory.
+/// Adds undefined records up to `point`. False, and nothing changed, without memory.
 bool grow_points(__ORBSurface2D__ *surface, int32_t point) {
   const int32_t count = surface->cpoints ? int32_t(surface->cpoint_last) + 1 : 0;
   auto *records = static_cast<cpoint_record *>(
@@ -63,8 +62,8 @@ int32_t centre(uint32_t word, uint32_t side) {
 
 } // namespace
 
-/// map_get_cpoint(file, graph, point, &x, &y), get_point(...): where a point is, in pixels of the
-/// graph. Point 0 is given even when it isn't defined. Null targets are skipped. 1.
+/// map_get_cpoint(file, graph, point, &x, &y), get_point(...): the position of a point in the
+/// graph, in pixels. Point 0 need not be defined. Null targets are skipped. 1.
 int32_t ORB_map_get_cpoint() {
   const script_call call{"MAP_GET_CPOINT"};
   auto [file, graph, point, x, y] = pop_args<int32_t, int32_t, int32_t, int32_t *, int32_t *>();
@@ -77,7 +76,7 @@ int32_t ORB_map_get_cpoint() {
   return call.done(1);
 }
 
-/// map_set_cpoint(file, graph, point, x, y): moves a point that the graph has, and defines it. 1.
+/// map_set_cpoint(file, graph, point, x, y): moves a point that has a record, and defines it. 1.
 int32_t ORB_map_set_cpoint() {
   const script_call call{"MAP_SET_CPOINT"};
   auto [file, graph, point, x, y] = pop_ints<5>();
@@ -88,8 +87,8 @@ int32_t ORB_map_set_cpoint() {
   return call.done(1);
 }
 
-/// map_new_cpoint(file, graph, point, x, y): defines a point 0..4094, making room for it; points
-/// between stay undefined. 1, 0 when it is defined already, -1 when 1000 points are.
+/// map_new_cpoint(file, graph, point, x, y): defines a point 0..4094, adding records up to it;
+/// those between stay undefined. 1, 0 when it is already defined, -1 when 1000 points are.
 int32_t ORB_map_new_cpoint() {
   const script_call call{"MAP_NEW_CPOINT"};
   auto [file, graph, point, x, y] = pop_ints<5>();
@@ -105,7 +104,7 @@ int32_t ORB_map_new_cpoint() {
   return call.done(1);
 }
 
-/// map_delete_cpoint(file, graph, point): a defined point but 0 becomes undefined. 1.
+/// map_delete_cpoint(file, graph, point): makes a defined point, except 0, undefined. 1.
 int32_t ORB_map_delete_cpoint() {
   const script_call call{"MAP_DELETE_CPOINT"};
   auto [file, graph, point] = pop_ints<3>();
@@ -113,14 +112,14 @@ int32_t ORB_map_delete_cpoint() {
   if (!slot) return call.fail();
   __ORBSurface2D__ *surface = slot->surface;
   if (point == 0 || !find_point(surface, point)) return call.refuse(error_cpoint, 3, point);
-  // Not only the flag: in a file a point is undefined by its coordinate.
+  // The coordinates as well: files mark undefined points by them.
   records_of(surface)[point] = {unset_coordinate, unset_coordinate, 0};
   surface->has_cpoints--;
   return call.done(1);
 }
 
-/// map_cpoint_exists(file, graph, point): 1 when the point is defined, else 0; so is a number that
-/// no point has.
+/// map_cpoint_exists(file, graph, point): 1 when the point is defined, else 0, also for an
+/// invalid number.
 int32_t ORB_map_cpoint_exists() {
   const script_call call{"MAP_CPOINT_EXISTS"};
   auto [file, graph, point] = pop_ints<3>();
@@ -129,10 +128,10 @@ int32_t ORB_map_cpoint_exists() {
   return call.done(has_record(slot->surface, point) && records_of(slot->surface)[point].defined);
 }
 
-/// map_get_realcpoint([process,] point, &x, &y), get_real_point(...): where a point of a process's
-/// graph is on the screen as the next frame draws it, rounded to pixels. Without a process the
-/// calling one is meant. Mirrors turn the point about the pivot itself. Null targets are skipped.
-/// 1, or the failure value for an unknown process or one without a graph.
+/// map_get_realcpoint([process,] point, &x, &y), get_real_point(...): the position of a point of a
+/// process's graph on the screen, as the next frame draws it, rounded to pixels. The default is the
+/// calling process. Mirroring is about the pivot itself. Null targets are skipped. 1, or the
+/// failure value for an unknown process or one without a graph.
 int32_t ORB_map_get_realcpoint() {
   const script_call call{"MAP_GET_REALCPOINT"};
   const bool process_given = rt_param_count() > 3;
@@ -147,7 +146,7 @@ int32_t ORB_map_get_realcpoint() {
   const bool is_pivot = point == 0;
   const int32_t px = is_pivot ? centre(record->x, surface->width) : coordinate(record->x);
   const int32_t py = is_pivot ? centre(record->y, surface->height) : coordinate(record->y);
-  const uint8_t pivot_override = surface->pivot_override; // for the next blit, not for a question
+  const uint8_t pivot_override = surface->pivot_override; // kept for the next blit
   const __Vertex__ place = calculate_point(surface, px, py, picture.x, picture.y, picture.size_x,
                                            picture.size_y, picture.shear_x, picture.shear_y,
                                            picture.angle, picture.tfmorder, picture.flags);
@@ -158,8 +157,7 @@ int32_t ORB_map_get_realcpoint() {
 }
 
 /// map_set_center(file, graph, x, y): sets the pivot, inside the graph or not, and defines it as
-/// control point 0. A coordinate of -1, which is the same as 65535 to whatever reads it, stands for
-/// the middle. 1.
+/// control point 0. A coordinate of -1 (or 65535) stands for the middle. 1.
 int32_t ORB_map_set_center() {
   const script_call call{"MAP_SET_CENTER"};
   auto [file, graph, x, y] = pop_ints<4>();
@@ -182,7 +180,7 @@ int32_t ORB_map_get_xcenter() {
   return call.done(centre(surface.cpoints ? surface.cpoints[0] : unset_coordinate, surface.width));
 }
 
-/// map_get_ycenter(file, graph): its y.
+/// map_get_ycenter(file, graph): the pivot's y, the middle where it is unset.
 int32_t ORB_map_get_ycenter() {
   const script_call call{"MAP_GET_YCENTER"};
   auto [file, graph] = pop_ints<2>();

@@ -9,13 +9,13 @@
 #include "surface/screen.h"
 #include "surface/surface.h"
 
-// ---- New graphs --------------------------------------------------------------------------------
+// ---- New graphs ---------------------------------------------------------------------------------
 
 namespace {
 
 constexpr uint32_t new_graph_memory = 616; // whatever its size
 
-/// The arguments from the width on.
+/// The arguments of both functions from the width on.
 struct new_graph_arguments {
   int32_t width, height;
   int32_t centre_x, centre_y;
@@ -42,7 +42,7 @@ new_graph_arguments fetch_new_graph_arguments(int32_t count) {
   return arguments;
 }
 
-/// Reports the first argument that won't do; the width is argument `first`.
+/// Reports the first invalid argument; the width is argument `first`.
 bool check_new_graph(const script_call &call, const new_graph_arguments &a, int32_t first,
                      int32_t side_limit) {
   const auto refuse = [&call](script_error error, int32_t position, int32_t value) {
@@ -51,15 +51,14 @@ bool check_new_graph(const script_call &call, const new_graph_arguments &a, int3
   };
   if (a.width < 1 || a.width > side_limit) return refuse(error_size, first, a.width);
   if (a.height < 1 || a.height > side_limit) return refuse(error_size, first + 1, a.height);
-  // QUIRK: the shorter forms have the colour and no centre two arguments earlier, but the position
-  // in the longest form is reported for every form. Intended.
+  // QUIRK: the colour's position is that of the longest form, also in the forms without a centre.
   if (!check_colour(call, a.colour, first + 4)) return false;
   if (a.centre_x < 0 || a.centre_x >= a.width) return refuse(error_centre, first + 2, a.centre_x);
   if (a.centre_y < 0 || a.centre_y >= a.height) return refuse(error_centre, first + 3, a.centre_y);
   return a.alpha < 2;
 }
 
-/// The surface, or null without memory or for a size that none can have.
+/// The surface, or null without memory or for an impossible size.
 __ORBSurface2D__ *new_graph(const new_graph_arguments &a) {
   const bool clear = a.colour == 0;
   __ORBSurface2D__ *surface =
@@ -115,20 +114,20 @@ int32_t ORB_fpg_new_map() {
   __ORBSurface2D__ *surface = new_graph(arguments);
   if (!surface) return call.refuse(error_out_of_memory, 1, file);
   orb_map_slot *slot = &library->slots[graph];
-  // QUIRK: the memory of a graph that goes would naturally go as well. Only the count does,
-  // intentionally.
+  // QUIRK: the library keeps counting the memory of the graph that is replaced.
   if (slot->surface) free_graph(library, slot);
   fill_slot(slot, graph, uint32_t(graph), surface);
   count_graph(library, slot, new_graph_memory);
   return call.done(graph);
 }
 
-// ---- Graphs from files and from graphs ---------------------------------------------------------
+// ---- Loading, copying, saving, unloading
+// ---------------------------------------------------------
 
-/// map_load(file name [, key]): a MAP file becomes a graph of library 0. Its code, or the failure
-/// value: after reporting 144 for a file that is missing, isn't a MAP file, ends too early or is
-/// deeper than the screen, 105 when a compressed one can't be opened again, 194 for an enciphered
-/// one without a usable key, 100 for lack of memory; silently when library 0 can't grow.
+/// map_load(file name [, key]): loads a MAP file as a graph of library 0. Its code, or the failure
+/// value: after reporting 144 for a file that is missing, is not a MAP file, ends too early or is
+/// deeper than the screen, 105 when a compressed one cannot be reopened, 194 for an enciphered one
+/// without a usable key, 100 for lack of memory; silently when library 0 can't grow.
 int32_t ORB_map_load() {
   const script_call call{"MAP_LOAD"};
   const char *key = rt_param_count() > 1 ? rt_pop_string() : nullptr;
@@ -143,10 +142,10 @@ int32_t ORB_map_load() {
   return call.done(code);
 }
 
-/// map_clone(file, graph): a copy of a graph in library 0, at the screen's depth. It counts the
+/// map_clone(file, graph): copies a graph, at the screen's depth, to library 0. The copy counts the
 /// memory of its source. Its code, or the failure value after reporting a bad graph, 104 when
-/// library 0 can't grow, 100 for lack of memory or for a graph that is deeper than the screen, as
-/// one may be that was made before a mode change.
+/// library 0 cannot grow, 100 for lack of memory or a graph deeper than the screen (made before a
+/// mode change).
 int32_t ORB_map_clone() {
   const script_call call{"MAP_CLONE"};
   auto [file, graph] = pop_ints<2>();
@@ -163,8 +162,8 @@ int32_t ORB_map_clone() {
 }
 
 /// map_save(file, graph, file name [, compression, key]): writes a MAP file at the screen's depth;
-/// compression 1 compresses, 0 and -1 don't, a key that isn't empty enciphers. 1, or the failure
-/// value: after reporting a bad graph, or 123 for a file that can't be written or a graph of
+/// compression 1 compresses, 0 and -1 don't, a key that is not empty enciphers. 1, or the failure
+/// value: after reporting a bad graph, or 123 for a file that cannot be written or a graph of
 /// another depth; silently for another compression.
 int32_t ORB_map_save() {
   const script_call call{"MAP_SAVE"};
@@ -183,8 +182,9 @@ int32_t ORB_map_save() {
   return call.done(1);
 }
 
-/// map_unload(code): deletes a loose graph that is a map, loaded, made, cloned or recorded; code -1
-/// deletes all. How many, or the failure value for a code outside the run-time range.
+/// map_unload(code): deletes a loose graph that is a map (loaded, made, cloned or recorded); code
+/// -1 deletes all of them. The number deleted, or the failure value for a code outside the run-time
+/// range.
 int32_t ORB_map_unload() {
   const int32_t code = rt_pop_int();
   return rt_return(unload_graphs(code, [](int32_t mark) { return mark == img_format_map; }));

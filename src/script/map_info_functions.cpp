@@ -1,4 +1,4 @@
-// Script functions that tell what a graph is, and that name it.
+// Script functions that query a graph's properties, and get and set its texts.
 #include <iterator>
 
 #include "script/checks.h"
@@ -8,15 +8,15 @@
 
 namespace {
 
-/// A number told of a graph, or the failure value after reporting a bad graph.
-template <typename Tell> int32_t tell(const script_call &call, Tell number_of) {
+/// Returns a number about a graph, or the failure value after reporting a bad graph.
+template <typename Number> int32_t return_number(const script_call &call, Number number_of) {
   auto [file, graph] = pop_ints<2>();
   const orb_map_slot *slot = check_graph(call, file, graph);
   return slot ? call.done(int32_t(number_of(*slot))) : call.fail();
 }
 
-/// A text of a graph, or "(null)" after reporting a bad graph.
-int32_t tell_text(const script_call &call, char (orb_map_slot::*text)[256]) {
+/// Returns a text of a graph, or "(null)" after reporting a bad graph.
+int32_t return_text(const script_call &call, char (orb_map_slot::*text)[256]) {
   auto [file, graph] = pop_ints<2>();
   const orb_map_slot *slot = check_graph(call, file, graph);
   return call.done(slot ? slot->*text : "(null)");
@@ -44,7 +44,7 @@ uint32_t alphachannel(const orb_map_slot &slot) {
   return slot.surface->alpha_channel;
 }
 
-/// What graphic_info tells by number, in the order of its script constants.
+/// The values of graphic_info, in the order of its script constants.
 constexpr uint32_t (*infos[])(const orb_map_slot &) = {
     width,
     height,
@@ -65,22 +65,22 @@ int32_t ORB_map_exists() {
 
 /// map_get_width(file, graph): in pixels.
 int32_t ORB_map_get_width() {
-  return tell({"MAP_GET_WIDTH"}, width);
+  return return_number({"MAP_GET_WIDTH"}, width);
 }
 
 /// map_get_height(file, graph): in pixels.
 int32_t ORB_map_get_height() {
-  return tell({"MAP_GET_HEIGHT"}, height);
+  return return_number({"MAP_GET_HEIGHT"}, height);
 }
 
 /// map_get_numcpoints(file, graph): defined control points, point 0 among them.
 int32_t ORB_map_get_numcpoints() {
-  return tell({"MAP_GET_NUMCPOINTS"}, numcpoints);
+  return return_number({"MAP_GET_NUMCPOINTS"}, numcpoints);
 }
 
 /// map_has_alphachannel(file, graph): 1 or 0.
 int32_t ORB_map_has_alphachannel() {
-  return tell({"MAP_HAS_ALPHACHANNEL"}, alphachannel);
+  return return_number({"MAP_HAS_ALPHACHANNEL"}, alphachannel);
 }
 
 /// map_get_memoryusage(file, graph): bytes counted for the graph; 0 after reporting a bad library
@@ -88,8 +88,7 @@ int32_t ORB_map_has_alphachannel() {
 int32_t ORB_map_get_memoryusage() {
   script_call call{"MAP_GET_MEMORYUSAGE"};
   auto [file, graph] = pop_ints<2>();
-  // QUIRK: 0 would look more natural for every mistake. It is the answer to a bad library number
-  // only, intentionally.
+  // QUIRK: only a bad library number returns 0; other errors return the failure value.
   if (!GetFPG(file)) call.failure = 0;
   const orb_map_slot *slot = check_graph(call, file, graph);
   return slot ? call.done(int32_t(slot->memory_usage)) : call.fail();
@@ -97,12 +96,12 @@ int32_t ORB_map_get_memoryusage() {
 
 /// map_get_desc(file, graph): the description, or "(null)" after reporting a bad graph.
 int32_t ORB_map_get_desc() {
-  return tell_text({"MAP_GET_DESC"}, &orb_map_slot::description);
+  return return_text({"MAP_GET_DESC"}, &orb_map_slot::description);
 }
 
 /// map_get_name(file, graph): the name of its file, or "(null)" after reporting a bad graph.
 int32_t ORB_map_get_name() {
-  return tell_text({"MAP_GET_NAME"}, &orb_map_slot::name);
+  return return_text({"MAP_GET_NAME"}, &orb_map_slot::name);
 }
 
 /// map_set_desc(file, graph, text): the description, cut to 255 bytes.
@@ -123,8 +122,7 @@ int32_t ORB_graphic_info() {
   const orb_map_slot *slot = check_graph(call, file, graph);
   if (!slot) return call.fail();
   if (info < 0 || info >= int32_t(std::size(infos))) {
-    // QUIRK: the info is at fault, and a report of argument 3 would look more natural. The graph is
-    // reported, intentionally.
+    // QUIRK: a bad info is reported as a bad graph, argument 2.
     return call.refuse(error_graph, 2, graph);
   }
   return call.done(int32_t(infos[info](*slot)));

@@ -1,5 +1,5 @@
-// Script functions that read and change the pixels of single graphs. Each begins with the graph
-// check (109, 110, 111, 121) and returns the failure value when that or another check reports.
+// Script functions that read and change the pixels of graphs. Each checks the graph (109, 110, 111,
+// 121) and returns the failure value after reporting.
 #include <bit>
 
 #include "boundary/readable.h"
@@ -17,15 +17,15 @@ struct pixel_place {
   int32_t file, graph, x, y;
 };
 
-/// What functions on one pixel do: 1 and its components (the alpha 255 where the graph has none), 0
-/// with the targets as they were when (x, y) is outside or the graph isn't of the screen's depth,
-/// or the failure value. Null targets are skipped.
+/// Gets the components of one pixel; the alpha is 255 where the graph has none. 1; 0 with the
+/// targets unchanged when (x, y) is outside or the graph is not of the screen's depth; or the
+/// failure value. Null targets are skipped.
 int32_t give_components(const script_call &call, const pixel_place &at, int32_t *r, int32_t *g,
                         int32_t *b, int32_t *a) {
   const orb_map_slot *slot = check_graph(call, at.file, at.graph);
   if (!slot) return call.fail();
   const __ORBSurface2D__ &surface = *slot->surface;
-  // Negative coordinates are huge as unsigned ones.
+  // Negative coordinates become huge unsigned ones.
   if (uint32_t(at.x) >= surface.width || uint32_t(at.y) >= surface.height) return call.done(0);
   if (surface.depth != mode.bpp || !surface.pixels) return call.done(0);
 
@@ -107,7 +107,7 @@ int32_t ORB_map_set_color() {
 
 /// map_convert_palette(file, graph, address of 256 ints), convert_palette(...): replaces each index
 /// i of an 8-bit graph by the low byte of element i. 1, or the failure value for a graph of another
-/// depth or an address from which they can't be read.
+/// depth or an unreadable address.
 int32_t ORB_map_convert_palette() {
   const script_call call{"MAP_CONVERT_PALETTE"};
   auto [file, graph, address] = pop_ints<3>();

@@ -1,4 +1,4 @@
-// Script functions that set the video mode and ask about it.
+// Script functions that set and query the video mode.
 #include "blit/blit.h"
 #include "script/handlers.h"
 #include "script/script_call.h"
@@ -31,7 +31,7 @@ struct mode_request {
   int32_t width, height, bpp, flags, rate, scale, scanline, fx;
 };
 
-/// What a call leaves out stays as it is.
+/// The defaults of omitted arguments: the current values.
 mode_request current_request() {
   return {mode.width,
           mode.height,
@@ -44,8 +44,7 @@ mode_request current_request() {
 }
 
 void decode_packed(mode_request &request, int32_t code) {
-  // QUIRK: codes of sizes like 1600x900 are above the last one with three digits of height too, so
-  // 1600900 means 160x900. The threshold is intended.
+  // QUIRK: above 1280960 a code has four digits of height, so 1600900 means 160x900, not 1600x900.
   const int32_t base = code > 1280960 ? 10000 : 1000;
   request.width = code / base;
   request.height = code % base;
@@ -63,7 +62,7 @@ mode_request pop_request() {
   case 5: pop_into(width, height, bpp, flags, rate); break;
   case 6: pop_into(width, height, bpp, flags, scale, scanline); break;
   case 7: pop_into(width, height, bpp, flags, rate, scale, scanline); break;
-  // Decoded although no such form is registered.
+  // No form with 8 arguments is registered.
   case 8: pop_into(width, height, bpp, flags, rate, scale, scanline, fx); break;
   default: decode_packed(request, rt_pop_int()); break;
   }
@@ -104,14 +103,14 @@ void apply_flags(int32_t flags) {
   apply_pair(mode_fade, flags, flag_donotfade, 0, flag_fade, 1);
   apply_pair(mode.bufferbehaviour, flags, flag_buffercopy, 1024, flag_bufferflip, 2048);
   apply_pair(vsync, flags, flag_donotwaitvsync, 0, flag_waitvsync, 1);
-  // The frame hook takes `vsync` from the script's variable, so that has to follow.
+  // The frame hook reads `vsync` from the script's variable, so that is set too.
   if (_vsync_ && (flags & (flag_donotwaitvsync | flag_waitvsync))) *_vsync_ = vsync;
 }
 
 } // namespace
 
 /// mode_set(code), (width, height [, bpp [, flags [, rate]]]), (width, height, bpp, flags,
-/// [rate,] scale, scanline); set_mode(code). 1, 0 when the mode can't be opened (the one before
+/// [rate,] scale, scanline); set_mode(code). 1, 0 when the mode cannot be opened (the old one
 /// stays), or the failure value for arguments out of range.
 int32_t ORB_mode_set() {
   const script_call call{"MODE_SET"};
@@ -129,10 +128,9 @@ int32_t ORB_mode_set() {
   return call.done(result);
 }
 
-/// mode_change(flags [, rate]): the flags of mode_set but for the sizes and the filters, applied to
-/// the mode in force. 0 when that asks for nothing that the display must be set anew for, or when
-/// it can't be set (the mode before stays); 1; or the failure value for a negative argument. A rate
-/// counts in full screen only, where the display has one.
+/// mode_change(flags [, rate]): applies flags of mode_set to the current mode. 1; 0 when the
+/// display need not be set again, or cannot be (the old mode stays); or the failure value for a
+/// negative argument. The rate is used in full screen only.
 int32_t ORB_mode_change() {
   const script_call call{"MODE_CHANGE"};
   int32_t flags, rate = mode.rate;
@@ -156,8 +154,8 @@ int32_t ORB_mode_change() {
   return call.done(result);
 }
 
-/// mode_exists(width, height, bpp [, rate]): 1 when the display lists such a full screen. Any rate
-/// will do for 0; depths are 8, 16 and 32.
+/// mode_exists(width, height, bpp [, rate]): 1 when the display lists such a full-screen mode, else
+/// 0. Rate 0 matches any; depths are 8, 16 and 32.
 int32_t ORB_mode_exists() {
   int32_t width, height, bpp, rate = 0;
   if (rt_param_count() > 3)
@@ -167,8 +165,8 @@ int32_t ORB_mode_exists() {
   return rt_return(find_video_mode(width, height, bpp, rate) != nullptr);
 }
 
-/// mode_set_filter(scale [, scanline [, fx]]): the filters alone, as mode_set takes them, without
-/// fades and with the screen kept. 1, 0 when the larger window can't be opened (the filter before
+/// mode_set_filter(scale [, scanline [, fx]]): sets only the filters of mode_set, without fades and
+/// keeping the screen's contents. 1, 0 when the larger window cannot be opened (the old filter
 /// stays), or the failure value for arguments out of range.
 int32_t ORB_mode_set_filter() {
   const script_call call{"MODE_SET_FILTER"};
@@ -184,11 +182,11 @@ int32_t ORB_mode_set_filter() {
   return call.done(apply_change(filtering_mode));
 }
 
-/// mode_set_render([renderer,] type): renderer 0 (the default) draws in two dimensions; its types
-/// are 0 whatever suits the machine, 1 plain and 2 vector instructions. The type is only kept for
-/// mode_get_render: every type draws the same pixels, so the fastest that the CPU has is always
-/// taken. Renderer 1 doesn't belong to this module: its types 0 to 2 are taken and do nothing.
-/// Always 1, or the failure value for anything else.
+/// mode_set_render([renderer,] type): for renderer 0, the 2D renderer and the default, type 0 is
+/// automatic, 1 plain and 2 vector instructions. The type is only stored for mode_get_render: all
+/// types draw the same pixels, so the fastest routines of the CPU are always used. Renderer 1 is
+/// not part of this module: its types 0 to 2 are accepted and ignored. 1, or the failure value for
+/// other arguments.
 int32_t ORB_mode_set_render() {
   const script_call call{"MODE_SET_RENDER"};
   int32_t renderer = 0, type;
@@ -205,10 +203,10 @@ int32_t ORB_mode_set_render() {
   return call.done(1);
 }
 
-/// virtualresolution_set(width, height, aspect, apply): shows the screen stretched to this size,
-/// with `aspect` 1 by one factor on both axes and with borders. `apply` 1 sets the mode anew at
-/// once, 0 leaves that to the next change of the mode. 0, 0 ends it, at once. 1, 0 when the size
-/// can't be opened (everything before stays), or the failure value for arguments out of range.
+/// virtualresolution_set(width, height, aspect, apply): stretches the screen to this size; `aspect`
+/// 1 keeps its proportions and adds borders. `apply` 1 sets the mode again at once, 0 waits for the
+/// next mode change. Size 0, 0 ends the stretching at once. 1, 0 when the size cannot be opened
+/// (the old one stays), or the failure value for arguments out of range.
 int32_t ORB_virtualresolution_set() {
   const script_call call{"VIRTUALRESOLUTION_SET"};
   const auto [width, height, aspect, apply] = pop_ints<4>();
@@ -256,7 +254,7 @@ int32_t ORB_mode_is_emulated() {
   return rt_return(emulated_mode);
 }
 
-/// mode_get_filter(what): 0 scale, 1 scan lines, 2 their strength, 3 effect.
+/// mode_get_filter(what): 0 scale, 1 scanlines, 2 scanline intensity, 3 effect.
 int32_t ORB_mode_get_filter() {
   const script_call call{"MODE_GET_FILTER"};
   switch (rt_pop_int()) {

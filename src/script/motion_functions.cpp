@@ -1,4 +1,4 @@
-// Script functions that move processes along angles and measure between them.
+// Script functions that move processes, and measure angles and distances between them.
 #include <bit>
 #include <cmath>
 
@@ -11,26 +11,24 @@ namespace {
 /// Thousandths of a degree in a radian.
 constexpr double angle_units = 57295.77951;
 
-/// The optional first argument of these functions, fetched after the others: the process of the id
-/// that was given, else the caller. Null for an unknown one, or for one without locals.
+/// Fetches the optional process argument, which comes first and defaults to the calling process.
+/// Null for an unknown process or one without locals.
 orb_process *pop_process(bool given) {
   orb_process *const process = given ? find_process(rt_pop_int()) : calling_process();
   return process && process->locals ? process : nullptr;
 }
 
-/// Moves a process. Both steps are cut to whole pixels by themselves.
+/// Moves a process. The step along each axis is truncated to whole pixels.
 void step(orb_locals *locals, int32_t angle, int32_t distance) {
   const double radians = angle / angle_units;
-  // QUIRK: rounding would look more natural; short steps at shallow angles don't move along one
-  // axis at all, intentionally.
+  // QUIRK: not rounded: short steps at shallow angles do not move along one axis at all.
   const double dx = std::trunc(distance * std::cos(radians));
   const double dy = std::trunc(distance * std::sin(radians));
   locals->x = int32_t(uint32_t(locals->x) + uint32_t(int64_t(dx)));
   locals->y = int32_t(uint32_t(locals->y) - uint32_t(int64_t(dy)));
 }
 
-/// Between two positions: the differences, halved until their sum is small enough, and by how much
-/// they were divided.
+/// The differences of two positions, halved until their sum is small enough, and the divisor.
 struct separation {
   int64_t dx, dy, factor;
 };
@@ -46,7 +44,8 @@ separation separate(const orb_locals *from, const orb_locals *to) {
   return s;
 }
 
-/// (to) or (from, to): calls result(locals, locals); the failure value for an unknown process.
+/// Fetches (to) or (from, to) and returns result(from, to); the failure value for an unknown
+/// process.
 template <typename F> int32_t between(const script_call &call, F &&result) {
   const bool given = rt_param_count() > 1;
   const orb_process *const to = pop_process(true);
@@ -56,8 +55,8 @@ template <typename F> int32_t between(const script_call &call, F &&result) {
 
 } // namespace
 
-/// advance([process,] distance): along its own angle. 1, or the failure value for an unknown
-/// process.
+/// advance([process,] distance): moves along the process's own angle. 1, or the failure value for
+/// an unknown process.
 int32_t ORB_advance() {
   const script_call call{"ADVANCE"};
   const bool given = rt_param_count() > 1;
@@ -68,7 +67,7 @@ int32_t ORB_advance() {
   return call.done(1);
 }
 
-/// xadvance([process,] angle, distance): along any angle.
+/// xadvance([process,] angle, distance): moves along a given angle.
 int32_t ORB_xadvance() {
   const script_call call{"XADVANCE"};
   const bool given = rt_param_count() > 2;
@@ -79,7 +78,7 @@ int32_t ORB_xadvance() {
   return call.done(1);
 }
 
-/// get_angle([from,] to): where `to` lies, -180000..180000; 0 for the same place.
+/// get_angle([from,] to): the angle towards `to`, -180000..180000; 0 for the same position.
 int32_t ORB_get_angle() {
   return between(script_call{"GET_ANGLE"}, [](const orb_locals *from, const orb_locals *to) {
     const double dy = double(from->y) - to->y, dx = double(to->x) - from->x;
@@ -87,8 +86,8 @@ int32_t ORB_get_angle() {
   });
 }
 
-/// get_dist([from,] to): in pixels, cut to whole ones; above 45999 only as exact as the halved
-/// differences.
+/// get_dist([from,] to): the distance in whole pixels, truncated. Above 45999 it is as inexact as
+/// the halved differences.
 int32_t ORB_get_dist() {
   return between(script_call{"GET_DIST"}, [](const orb_locals *from, const orb_locals *to) {
     const separation s = separate(from, to);
@@ -96,11 +95,11 @@ int32_t ORB_get_dist() {
   });
 }
 
-/// get_distsq([from,] to): the square of it.
+/// get_distsq([from,] to): the square of the distance.
 int32_t ORB_get_distsq() {
   return between(script_call{"GET_DISTSQ"}, [](const orb_locals *from, const orb_locals *to) {
     const separation s = separate(from, to);
-    // QUIRK: the factor squared would look more natural; it is applied once, intentionally.
+    // QUIRK: multiplied by the factor once, not by its square.
     return int32_t(uint32_t(uint64_t((s.dx * s.dx + s.dy * s.dy) * s.factor)));
   });
 }

@@ -1,5 +1,5 @@
-// Script functions on the palette. They work in 8-bit modes only; in others, as for bad arguments,
-// they return the failure value and nothing is reported but what each says.
+// Script functions on the palette. They work in 8-bit modes only. In other modes, and for bad
+// arguments, they return the failure value; they report only the errors that each names.
 #include <cstring>
 
 #include "boundary/readable.h"
@@ -22,10 +22,9 @@ bool is_range(int32_t first, int32_t count) {
   return first >= 0 && first <= 255 && count >= 0 && count <= 256 - first;
 }
 
-/// Puts a palette read from a file into force. One that is in force already changes nothing to be
-/// seen, so the picture isn't faded out for it.
-/// QUIRK: marking the palette as loaded in either case would look more natural. One that looks like
-/// the palette in force leaves that mark alone, intentionally.
+/// Makes a palette read from a file the current one; if the colours differ, the picture is faded
+/// out first.
+/// QUIRK: a palette with the current colours is not marked as loaded.
 void take_palette(const palette_in_file &file) {
   if (memcmp(palette, &file.colours, sizeof file.colours) != 0) {
     fade_off();
@@ -37,11 +36,11 @@ void take_palette(const palette_in_file &file) {
 
 } // namespace
 
-/// palette_load(file name), load_pal(file name): the palette of a palette, library, font or graph
-/// file or of a picture. A palette that differs from the one in force fades the picture out first;
-/// screen_fade_in brings it back in the new colours. 1, or the failure value: after reporting 183
-/// while a palette is forced or 103 for a file that can't be opened or has no palette; silently for
-/// no name.
+/// palette_load(file name), load_pal(file name): loads the palette of a palette, library, font,
+/// graph or picture file. If it differs from the current one, the picture is faded out first;
+/// screen_fade_in shows it in the new colours. 1, or the failure value: after reporting 183 while a
+/// palette is forced or 103 for a file that cannot be opened or has no palette; silently for no
+/// name.
 int32_t ORB_palette_load() {
   const script_call call{"PALETTE_LOAD"};
   const char *filename = rt_pop_string();
@@ -53,8 +52,8 @@ int32_t ORB_palette_load() {
   return call.done(1);
 }
 
-/// palette_save(file name): writes the palette in force as a palette file. 1, or the failure value:
-/// after reporting 123 for a file that can't be written; silently for no name.
+/// palette_save(file name): writes the current palette as a palette file. 1, or the failure value:
+/// after reporting 123 for a file that cannot be written; silently for no name.
 int32_t ORB_palette_save() {
   const script_call call{"PALETTE_SAVE"};
   const char *filename = rt_pop_string();
@@ -64,9 +63,9 @@ int32_t ORB_palette_save() {
 }
 
 /// palette_force(file name), force_pal(file name): loads a palette as palette_load does, under
-/// whose name mistakes are reported, and forces it on all graphs loaded from now on: their pixels
-/// become the indices of the nearest colours. No name, or an empty one, ends that. 1, or what
-/// palette_load returned; a palette forced before then stays forced.
+/// whose name errors are reported, and forces it on all graphs loaded from now on: their pixels
+/// become the indices of the nearest colours. No name, or an empty one, ends forcing. 1, or the
+/// result of a failed palette_load; a palette forced earlier then stays forced.
 int32_t ORB_palette_force() {
   const script_call call{"PALETTE_FORCE"};
   const char *filename = rt_peek_string();
@@ -80,14 +79,14 @@ int32_t ORB_palette_force() {
   ORB_palette_load();
   const int32_t loaded = rt_take_return();
   palette_forced = loaded == 1 ? 1 : forced_before;
-  // Even one that looks like the palette in force must not give way to the first picture's.
+  // Even with unchanged colours, so that the first picture's palette does not replace it.
   if (loaded == 1) palette_loaded = 1;
   return call.done(loaded);
 }
 
-/// palette_roll(first, count, step), roll_palette(...): turns a range of entries: each goes `step`
-/// places up, or down for a negative step, around the end of the range. 1, or the failure value for
-/// a range that isn't within the palette; a range of none does nothing.
+/// palette_roll(first, count, step), roll_palette(...): rotates a range of entries by `step` places
+/// up, or down for a negative step. 1, or the failure value for a range outside the palette; an
+/// empty range does nothing.
 int32_t ORB_palette_roll() {
   const script_call call{"PALETTE_ROLL"};
   const auto [first, count, step] = pop_ints<3>();
@@ -102,8 +101,8 @@ int32_t ORB_palette_roll() {
   return call.done(1);
 }
 
-/// palette_set_color(index, r, g, b), set_color(...): one entry, components 0..63; larger ones
-/// wrap, negative ones count as positive. 1, or the failure value for an index that is none.
+/// palette_set_color(index, r, g, b), set_color(...): sets an entry, components 0..63; larger ones
+/// wrap, negative ones count as positive. 1, or the failure value for an invalid index.
 int32_t ORB_palette_set_color() {
   const script_call call{"PALETTE_SET_COLOR"};
   const auto [index, r, g, b] = pop_ints<4>();
@@ -111,9 +110,9 @@ int32_t ORB_palette_set_color() {
   return call.done(device2D.set_color(uint8_t(index), r, g, b));
 }
 
-/// palette_set_colors(first, count, ints): `count` entries from an array of red, green, blue, each
-/// as in palette_set_color. 1, or the failure value for a range that isn't within the palette or an
-/// array that can't be read.
+/// palette_set_colors(first, count, ints): sets `count` entries from an array of red, green, blue,
+/// each as in palette_set_color. 1, or the failure value for a range outside the palette or an
+/// unreadable array.
 int32_t ORB_palette_set_colors() {
   const script_call call{"PALETTE_SET_COLORS"};
   const auto [first, count, components] = pop_args<int32_t, int32_t, int32_t *>();

@@ -1,5 +1,5 @@
-// Script functions that draw primitives: on a graph (file, graph, then the rasteriser's own
-// arguments) and on the ground (those alone). The geometry is in pixels, `fill` 0 draws an outline.
+// Script functions that draw primitives on a graph (file, graph, then the rasteriser's arguments)
+// and on the ground (the rasteriser's arguments only). Units are pixels; `fill` 0 draws an outline.
 // Each returns 1, or the failure value for a bad graph (109, 110, 111, 121) or colour (154 at its
 // own position).
 #include <tuple>
@@ -12,7 +12,7 @@
 
 namespace {
 
-/// The place of the colour, which alone is unsigned, among a rasteriser's arguments; from 1.
+/// The 1-based position of the colour, the one unsigned argument of a rasteriser.
 template <typename... Arguments> constexpr int32_t colour_position() {
   int32_t position = 1;
   (void)((std::is_same_v<Arguments, uint32_t> || (++position, false)) || ...);
@@ -48,7 +48,7 @@ int32_t draw_on_ground(const char *name, void (*draw)(__ORBSurface2D__ *, Argume
 int32_t ORB_map_put_line() {
   return draw_on_graph("MAP_PUT_LINE", draw_line);
 }
-/// map_put_rect(file, graph, x0, y0, x1, y1, colour, fill): a rectangle by two corners. What lies
+/// map_put_rect(file, graph, x0, y0, x1, y1, colour, fill): a rectangle by two corners. The part
 /// left of the graph or above it is also taken off the other side.
 int32_t ORB_map_put_rect() {
   return draw_on_graph("MAP_PUT_RECT", draw_rect);

@@ -1,4 +1,4 @@
-// Script functions on regions, the clip rectangles that programs number.
+// Script functions on regions, the numbered clip rectangles of a script.
 #include <algorithm>
 #include <bit>
 #include <cstdlib>
@@ -16,7 +16,7 @@ namespace {
 constexpr uint32_t last_region = 65536;
 constexpr int64_t unbounded = INT32_MAX;
 
-/// One axis of a box. 64 bits, because scripts pass any start with any length.
+/// One axis of a box, in 64 bits because scripts pass any start and length.
 struct span {
   int64_t start, length;
 
@@ -42,8 +42,8 @@ struct span {
 } // namespace
 
 /// region_define(region, x, y, width, height): region 0, the screen, is clipped to the mode; any
-/// other may reach beyond it. A width or height of 2147483647 means "as far as it goes". A box
-/// without pixels is stored as it is and lets nothing through. 1, or the failure value after 108.
+/// other may reach beyond it. A width or height of 2147483647 means unlimited. An empty box is
+/// stored as it is and clips everything. 1, or the failure value after reporting 108.
 int32_t ORB_region_define() {
   const script_call call{"REGION_DEFINE"};
   auto [region, x, y, width, height] = pop_ints<5>();
@@ -68,26 +68,27 @@ int32_t ORB_region_define() {
 
 namespace {
 
-/// A region number that the list holds, from the script's first argument; null after reporting 108.
+/// The region of the only argument; null after reporting 108.
 const __ORBRegion__ *check_region(const script_call &call, int32_t region) {
   if (region >= 0 && region < max_region) return &regions[region];
   return call.bad(error_region, 1, region);
 }
 
-/// region_get_...(region): what `value` makes of the bounds. An undefined region's are all -1.
+/// region_get_...(region): value(bounds); the bounds of an undefined region are all -1.
 template <typename F> int32_t region_value(const script_call &call, F &&value) {
   const __ORBRegion__ *const region = check_region(call, rt_pop_int());
   return region ? call.done(value(*region)) : call.fail();
 }
 
-/// How many pixels an axis has; wraps for a region as wide as numbers go.
+/// The pixels along an axis; wraps for a region of 2^31 or more.
 int32_t length(int32_t first, int32_t last) {
   return int32_t(uint32_t(last) - uint32_t(first) + 1);
 }
 
 } // namespace
 
-/// region_undefine(region): 1 when it was defined, else 0. Region 0 is always defined: 108.
+/// region_undefine(region): 1 when it was defined, else 0. Region 0 cannot be undefined: reports
+/// 108.
 int32_t ORB_region_undefine() {
   const script_call call{"REGION_UNDEFINE"};
   const int32_t region = rt_pop_int();
@@ -105,7 +106,7 @@ int32_t ORB_region_is_defined() {
   return check_region(call, region) ? call.done(regions_def[region]) : call.fail();
 }
 
-/// region_get_box(region, &x0, &y0, &x1, &y1): inclusive bounds; null pointers are passed over. 1.
+/// region_get_box(region, &x0, &y0, &x1, &y1): inclusive bounds; null pointers are skipped. 1.
 int32_t ORB_region_get_box() {
   const script_call call{"REGION_GET_BOX"};
   const auto [region, x0, y0, x1, y1] =
@@ -140,19 +141,19 @@ int32_t ORB_region_get_y1() {
   return region_value(script_call{"REGION_GET_Y1"}, [](const __ORBRegion__ &r) { return r.y1; });
 }
 
-/// graphiclib_get_regionsdefined(): regions defined by the program.
+/// graphiclib_get_regionsdefined(): the number of regions that scripts have defined.
 int32_t ORB_graphiclib_get_regionsdefined() {
   return rt_return(regions_defined);
 }
 
-// ---- Whether a picture has left a region -------------------------------------------------------
+// ---- Whether a picture has left a region --------------------------------------------------------
 
 namespace {
 
 enum class subject { refused, without_picture, region_empty, there };
 
-/// Fetches (process, region) or (file, graph, x, y, region): the quadrilaterals of the picture and
-/// of the region. A process in a scroll is looked for where the scroll shows it.
+/// Fetches (process, region) or (file, graph, x, y, region) and gets the quadrilaterals of the
+/// picture and of the region. A process in a scroll is where the scroll shows it.
 subject pop_subject(const script_call &call, __FPoint__ picture[4], __FPoint__ region[4]) {
   __ORBBlit2D__ request;
   bool found;
@@ -188,8 +189,8 @@ subject pop_subject(const script_call &call, __FPoint__ picture[4], __FPoint__ r
   return subject::there;
 }
 
-/// The common shape: `answer(picture, region)` as a result word; 0 for what shows no picture, and
-/// `outside` for any picture when the region is empty.
+/// Returns answer(picture, region) as a result word; 0 without a picture, and `outside` when the
+/// region is empty.
 template <typename F> int32_t test_region(const script_call &call, int32_t outside, F &&answer) {
   __FPoint__ picture[4], region[4];
   switch (pop_subject(call, picture, region)) {
@@ -204,9 +205,9 @@ template <typename F> int32_t test_region(const script_call &call, int32_t outsi
 } // namespace
 
 /// region_is_out(process, region), (file, graph, x, y, region): 1 when the picture of the process,
-/// or the graph at natural size, lies wholly outside the region; its corner pixels count, so one
-/// that is inside by its outermost pixels is not out. 0 for what shows no picture; the failure
-/// value after 108 for an undefined region.
+/// or the graph at natural size, lies wholly outside the region; one that reaches inside with its
+/// outermost pixels does not. 0 without a picture; the failure value after reporting 108 for an
+/// undefined region.
 int32_t ORB_region_is_out() {
   return test_region(script_call{"REGION_IS_OUT"}, 1,
                      [](const __FPoint__ *picture, const __FPoint__ *region) {
@@ -214,7 +215,7 @@ int32_t ORB_region_is_out() {
                      });
 }
 
-/// region_is_xout, likewise: how many percent of the picture lie outside, as a float.
+/// region_is_xout, likewise: the percentage of the picture that lies outside, as a float.
 int32_t ORB_region_is_xout() {
   return test_region(script_call{"REGION_IS_XOUT"}, std::bit_cast<int32_t>(100.0f),
                      [](const __FPoint__ *picture, const __FPoint__ *region) {

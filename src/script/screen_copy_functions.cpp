@@ -1,5 +1,4 @@
-// Script functions that copy the ground or the screen onto a graph. The screen holds the frame that
-// was drawn last.
+// Script functions that copy the ground or the screen to a graph. The screen holds the last frame.
 #include <algorithm>
 #include <cstring>
 
@@ -11,9 +10,9 @@
 
 namespace {
 
-/// One axis of a stretched copy: which source pixel lies under the middle of a destination pixel.
-/// That of pixel i is start + floor((2i + 1) * length / (2 * size)); the division is made once, and
-/// every further pixel adds its quotient and carries its rest.
+/// One axis of a stretched copy: the source pixel under the middle of destination pixel i is
+/// start + floor((2i + 1) * length / (2 * size)). It is divided once; each further pixel adds the
+/// quotient and carries the remainder.
 class stretched_axis {
 public:
   /// `length` source pixels from `start` on become `size` destination pixels from `to` on, of which
@@ -79,10 +78,9 @@ bool copy_corner(const __ORBSurface2D__ *from, __ORBSurface2D__ *to) {
   return true;
 }
 
-/// Draws the part of `from` that lies in a box, stretched to w x h, with its top left corner at
-/// (x, y) of `to` and clipped to it. Each pixel is the source pixel under its middle. Returns
-/// whether any was drawn: sizes below 1 draw nothing, and so does a box outside `from`. Both
-/// surfaces have pixels of one depth.
+/// Stretches the part of `from` inside a box to w x h pixels at (x, y) of `to`, clipped to it. Each
+/// pixel is the source pixel under its middle. False when nothing is drawn: a size below 1, or a
+/// box outside `from`. Both surfaces have pixels and the same depth.
 bool stretch_copy(const __ORBSurface2D__ *from, const __ORBRegion__ &box, __ORBSurface2D__ *to,
                   int32_t x, int32_t y, int32_t w, int32_t h) {
   const int32_t x0 = std::max(box.x0, 0), x1 = std::min(box.x1, int32_t(from->width) - 1);
@@ -119,8 +117,8 @@ int32_t copy_region(const script_call &call, const __ORBSurface2D__ *from) {
 
 } // namespace
 
-/// ground_get(file, graph): copies the top left corner of the ground onto the graph, as much as
-/// both have. 1, or the failure value: after reporting a bad graph, or for one of another depth.
+/// ground_get(file, graph): copies the top left rectangle that ground and graph share to the graph.
+/// 1, or the failure value: after reporting a bad graph, or for one of another depth.
 int32_t ORB_ground_get() {
   return get_surface({"GROUND_GET"}, ground);
 }
@@ -129,9 +127,9 @@ int32_t ORB_screen_get() {
   return get_surface({"SCREEN_GET"}, screen);
 }
 
-/// ground_copy(region, file, graph, x, y, w, h): copies what the ground has in the region onto the
-/// graph, zeros included, stretched to w x h pixels, its top left corner at (x, y). What of the
-/// region lies outside the ground doesn't count. 1 when something was drawn, else 0; the failure
+/// ground_copy(region, file, graph, x, y, w, h): copies the part of the ground inside the region to
+/// the graph, zeros included, stretched to w x h pixels at (x, y). The region is clipped to the
+/// ground first. 1 when something was drawn, else 0; the failure
 /// value after reporting a bad region (120) or graph, or for a graph of another depth.
 int32_t ORB_ground_copy() {
   return copy_region({"GROUND_COPY"}, ground);

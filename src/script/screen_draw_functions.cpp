@@ -1,9 +1,9 @@
-// Script functions that draw a graph over the next frame: each puts one request into the frame's
-// list, where it is sorted by z with everything else, drawn once and forgotten.
+// Script functions that draw a graph in the next frame only: each adds one request to the frame's
+// list, which is sorted by z with all others.
 //
-// Where a call ends in a tail see script/blit_arguments.h. Each returns 1, drawn or not, or the
-// failure value after reporting a bad graph (109, 110, 111, 121) or region (108 at its position). A
-// graph that is unloaded before the frame isn't drawn.
+// For `tail` see script/blit_arguments.h. Each returns 1, drawn or not, or the failure value after
+// reporting a bad graph (109, 110, 111, 121) or region (108 at its position). A graph that is
+// unloaded before the frame is not drawn.
 #include "blit/blit_list.h"
 #include "script/blit_arguments.h"
 #include "script/handlers.h"
@@ -11,8 +11,8 @@
 
 namespace {
 
-/// A request of the frame's list, filled for the screen but for its operation. The frame's list
-/// becomes current, as the frame hook makes it too. Null when the list takes no more.
+/// A new request in the frame's list, complete except for its operation. Makes the frame's list
+/// current, as the frame hook does. Null when the list cannot grow.
 __ORBBlit2D__ *screen_request(__ORBSurface2D__ *source, int32_t x, int32_t y, int32_t z,
                               const blit_tail &tail) {
   if (!device2D.UseBlitList(graphics2D_blitlist)) return nullptr;
@@ -23,8 +23,8 @@ __ORBBlit2D__ *screen_request(__ORBSurface2D__ *source, int32_t x, int32_t y, in
   return request;
 }
 
-/// The arguments of screen_draw_graphic. Its tail is grouped in another way than the others': flags
-/// go with angle and size, and the region with alpha and fxmode.
+/// The arguments of screen_draw_graphic, whose tail is grouped differently: flags go with angle and
+/// size, and the region with alpha and fxmode.
 struct graphic_arguments {
   int32_t file, graph, x, y, z, resolution;
   blit_transform transform;
@@ -96,7 +96,7 @@ int32_t ORB_screen_draw_block() {
   return call.done(1);
 }
 
-/// screen_draw_tile(file, graph, x, y, z, tail): the graph repeated over the region, one copy with
+/// screen_draw_tile(file, graph, x, y, z, tail): repeats the graph over the region, one copy with
 /// its pivot at (x, y).
 int32_t ORB_screen_draw_tile() {
   const script_call call{"SCREEN_DRAW_TILE"};

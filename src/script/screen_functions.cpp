@@ -1,5 +1,4 @@
-// Script functions on the screen: its pixels, the colour that clears it, its fades, and how often a
-// frame is drawn.
+// Script functions on the screen: its pixels, its clear colour, its fades and the frame rate.
 #include <algorithm>
 
 #include "raster/pixels.h"
@@ -13,7 +12,7 @@
 
 namespace {
 
-/// A colour of the mode, from components. 8-bit modes have the nearest one of the palette.
+/// Packs components to a colour of the mode; in 8-bit modes the nearest palette entry.
 uint32_t pack(orb_rgb c) {
   if (mode.bpp != 8) return device2D.set_rgb(c.r, c.g, c.b);
   return palette ? find_nearest(palette, c.r, c.g, c.b) : 0;
@@ -26,7 +25,7 @@ orb_rgb unpack(uint32_t colour) {
   return {uint8_t(r), uint8_t(g), uint8_t(b)};
 }
 
-/// The whole screen gets the colour with the next frame, wherever the ground holds no picture.
+/// Sets the clear colour and makes the next frame repaint the whole screen.
 void take_screen_colour(uint32_t colour, orb_rgb components) {
   screen_color = colour;
   screen_color_rgb = components;
@@ -37,16 +36,16 @@ void take_screen_colour(uint32_t colour, orb_rgb components) {
 
 } // namespace
 
-/// screen_get_pixel(x, y): the pixel of the frame drawn last, 0 outside the screen.
+/// screen_get_pixel(x, y): a pixel of the last frame, 0 outside the screen.
 int32_t ORB_screen_get_pixel() {
   const script_call call{"SCREEN_GET_PIXEL"};
   auto [x, y] = pop_ints<2>();
   return call.done(int32_t(get_pixel(screen, x, y)));
 }
 
-/// screen_set_color(colour) or screen_set_color(red, green, blue), components of 0..255: what the
-/// screen is cleared with. Another depth of the mode packs its components anew. 1, or the failure
-/// value for a colour that is none of the mode's (154 in 8-bit modes).
+/// screen_set_color(colour) or screen_set_color(red, green, blue), components of 0..255: sets
+/// the colour that clears the screen. It is packed again when the depth changes. 1, or the failure
+/// value for a colour outside the mode's range (reports 154 in 8-bit modes).
 int32_t ORB_screen_set_color() {
   const script_call call{"SCREEN_SET_COLOR"};
   if (rt_param_count() >= 3) {
@@ -63,7 +62,7 @@ int32_t ORB_screen_set_color() {
 }
 
 /// screen_get_color(): the colour that clears the screen, 0 at first. screen_get_color(&red,
-/// &green, &blue): its components as they were given, and 1; a null pointer is skipped.
+/// &green, &blue): its components as given, and 1; null pointers are skipped.
 int32_t ORB_screen_get_color() {
   const script_call call{"SCREEN_GET_COLOR"};
   if (rt_param_count() < 3) return call.done(int32_t(screen_color));
@@ -74,21 +73,21 @@ int32_t ORB_screen_get_color() {
   return call.done(1);
 }
 
-// ---- Fades and the frame rate ------------------------------------------------------------------
+// ---- Fades and the frame rate -------------------------------------------------------------------
 
-/// screen_fade(red, green, blue, speed), fade(...): percentages 0..200 and 64ths of the way a
-/// frame. 1, or 0 when that is the target already.
+/// screen_fade(red, green, blue, speed), fade(...): fades to percentages 0..200, at `speed` 64ths
+/// of the way per frame. 1, or 0 when that is the target already.
 int32_t ORB_screen_fade() {
   const auto [r, g, b, speed] = pop_ints<4>();
   return rt_return(start_fade(r, g, b, speed));
 }
 
-/// screen_fade_in(), fade_on(): to the normal picture.
+/// screen_fade_in(), fade_on(): fades to the normal picture.
 int32_t ORB_screen_fade_in() {
   return rt_return(start_fade(100, 100, 100, 8));
 }
 
-/// screen_fade_out(), fade_off(): to black, finished when it returns. 0 when black already.
+/// screen_fade_out(), fade_off(): fades to black before it returns. 0 when already black.
 int32_t ORB_screen_fade_out() {
   if (!start_fade(0, 0, 0, 8)) {
     *fading = 0;
@@ -100,8 +99,8 @@ int32_t ORB_screen_fade_out() {
   return rt_return(1);
 }
 
-/// set_fps(fps, skip): frames a second (0 no limit, at most 1000) and how many frames in a row may
-/// be skipped (0..100), for the host's timing. Always 1.
+/// set_fps(fps, skip): sets the host's frames per second (0 no limit, at most 1000) and how many
+/// frames in a row it may skip (0..100). Always 1.
 int32_t ORB_set_fps() {
   const auto [fps, skip] = pop_ints<2>();
   host_timing_set_fps(fps < 0 ? 1 : std::min(fps, 1000), std::clamp(skip, 0, 100));

@@ -1,4 +1,4 @@
-// The shape of every script handler: fetch, check with a position, work, return.
+// The pattern of every script handler: fetch arguments, check them, work, return.
 //
 //   int32_t ORB_map_get_width() {
 //     const script_call call{"MAP_GET_WIDTH"};
@@ -17,12 +17,12 @@
 #include "boundary/errors.h"
 #include "boundary/runtime.h"
 
-/// One call of a handler: knows the name under which it reports, and how to end.
+/// One call of a handler: reports errors under its name, and ends it.
 struct script_call {
   const char *name;                 ///< the function's name in capitals
   int32_t failure = script_failure; ///< what a failed call returns
 
-  /// Reports an int argument (1-based position). Returns null, so that checkers can hand it on.
+  /// Reports an int argument (1-based position). Returns null, for checks to return.
   std::nullptr_t bad(script_error code, int32_t position, int32_t value) const {
     rt_error(code, name, position, value);
     return nullptr;
@@ -39,8 +39,7 @@ struct script_call {
   }
   int32_t fail() const { return rt_return(failure); }
   int32_t done(int32_t value) const { return rt_return(value); }
-  /// Ends with a text, cut to what the host's result buffer takes; with no text where the host has
-  /// no buffer.
+  /// Returns a text, cut to the host's result buffer; null where the host has none.
   int32_t done(const char *text) const {
     char *const out = orbre->rt_new_return_string();
     orbre->rt_commit_return_string();
