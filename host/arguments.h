@@ -45,10 +45,10 @@ private:
 
 // The argument stack: arguments are fetched from the last to the first. A fetch beyond the first
 // yields 0 or null and is counted, so that a handler's mistake shows in a test and never reads
-// wild memory; so does a fetch of the wrong kind (a text asked of an int is null).
+// wild memory; so does a fetch of the wrong kind (fetching a text from an int gives null).
 class CallFrame {
 public:
-  // Starts a call; what the call before it returned (texts included) ends here.
+  // Starts a call. Results of the previous call, texts included, become invalid.
   void begin(std::vector<Argument> arguments);
 
   std::int32_t pop_int();
@@ -58,9 +58,9 @@ public:
   [[nodiscard]] const char *peek_string() const;
   // Puts the last `count` fetched arguments back; more than were fetched puts all back.
   void unpop(std::int32_t count);
-  // Disposes of up to `count` arguments that are still to be fetched.
+  // Discards up to `count` arguments that haven't been fetched yet.
   void drop(std::int32_t count);
-  // Arguments of the call, however many have been fetched.
+  // All arguments of the call, fetched or not.
   [[nodiscard]] const std::vector<Argument> &arguments() const { return arguments_; }
   [[nodiscard]] std::int32_t count() const { return static_cast<std::int32_t>(arguments_.size()); }
 

@@ -9,7 +9,7 @@ std::string describe_failure(std::string_view function, const std::vector<ErrorR
   return reports.empty() ? std::string(function) + ": failed" : describe(reports.front());
 }
 
-// Takes the reports that come while it lives.
+// Collects the reports made during its lifetime.
 class Collector {
 public:
   explicit Collector(Host &host) : host_(host), before_(std::move(host.on_error)) {

@@ -1,4 +1,4 @@
-// Script calls from C++ that insist on success.
+// Script calls from C++ that throw on failure.
 #pragma once
 
 #include "host/host.h"
@@ -9,7 +9,7 @@
 
 namespace orbhost {
 
-// A script function that reported a mistake, or returned the failure value without a report.
+// A script function that reported an error, or returned the failure value without a report.
 class CallError : public HostError {
 public:
   CallError(std::string_view function, std::vector<ErrorReport> given);
@@ -19,8 +19,8 @@ public:
 };
 
 // host.call(), with reports collected instead of printed. Throws CallError for any report and for
-// the failure value, HostError when no form fits. Not for functions whose result may be the failure
-// value rightly, as a colour or an address may.
+// the failure value, HostError when no form fits. Not for functions that may validly return the
+// failure value, such as a colour or an address.
 std::int32_t checked_call(Host &host, std::string_view name, std::vector<Argument> arguments = {});
 
 } // namespace orbhost

@@ -13,7 +13,7 @@ constexpr std::array<std::uint8_t, crypto_stream_chacha20_NONCEBYTES> nonce{};
 Cipher::Cipher(const char *text) : has_key_(text && *text) {
   static_assert(std::tuple_size_v<decltype(key_)> == crypto_stream_chacha20_KEYBYTES);
   if (!has_key_) return;
-  // Chooses the fastest routines; the two that are used here work without it, too.
+  // Selects the fastest routines; the two used here also work without it.
   static_cast<void>(sodium_init());
   crypto_generichash(key_.data(), key_.size(), reinterpret_cast<const unsigned char *>(text),
                      std::strlen(text), nullptr, 0);
@@ -27,8 +27,7 @@ void Cipher::apply(void *data, std::size_t bytes, std::uint64_t position) const 
   if (!has_key_ || bytes == 0) return;
   auto *at = static_cast<std::uint8_t *>(data);
   std::uint64_t block = position / block_size;
-  // The counter counts whole blocks: the rest of one that begins before `position` is taken by
-  // hand.
+  // The counter counts whole blocks, so a block that begins before `position` is applied by hand.
   if (const auto skip = static_cast<std::size_t>(position % block_size)) {
     std::array<std::uint8_t, block_size> stream{};
     crypto_stream_chacha20_xor_ic(stream.data(), stream.data(), stream.size(), nonce.data(), block,

@@ -11,14 +11,14 @@ namespace orbhost {
 
 // The key is the 32-byte generic hash (BLAKE2b) of the text, the nonce is zero, and the byte at
 // position p of a stream is combined with byte p of the key stream. So bytes can be enciphered and
-// deciphered in any order and in pieces of any size, and what lies between them stays plain.
+// deciphered in any order and in pieces of any size, and bytes between them can stay plain.
 //
 // The formats have no room for a nonce, so two files under one text share a key stream: the cipher
-// keeps a game's pictures from the curious, not secrets from somebody who holds a plain copy of one
-// of them. Nothing tells a wrong key from the right one; the formats' own markers can.
+// hides a game's pictures from the curious, but anyone who has a plain copy of one file can
+// decipher the others. The cipher can't detect a wrong key; the formats' own markers can.
 class Cipher {
 public:
-  // A null or empty text is no key: apply() then leaves bytes as they are.
+  // A null or empty text means no key: apply() then leaves bytes as they are.
   explicit Cipher(const char *text);
   ~Cipher(); // clears the key
   Cipher(const Cipher &) = delete;
@@ -26,11 +26,12 @@ public:
 
   [[nodiscard]] bool has_key() const { return has_key_; }
 
-  // Enciphers, or deciphers, `bytes` bytes in place that stand at `position` of a stream.
+  // Enciphers or deciphers in place the `bytes` bytes that start at `position` of a stream.
   void apply(void *data, std::size_t bytes, std::uint64_t position) const;
 
-  // Hands the enciphered form of `data` to put(piece, bytes), which returns how many it took, piece
-  // by piece until all is taken or one isn't taken whole. The number of bytes taken.
+  // Passes the enciphered form of `data` in pieces to put(piece, bytes), which returns how many
+  // bytes it took, until all are taken or a piece is taken only in part. Returns the number of
+  // bytes taken.
   template <typename Put>
   std::size_t put_enciphered(const void *data, std::size_t bytes, std::uint64_t position,
                              Put put) const {

@@ -51,7 +51,7 @@ bool Clock::next_frame() {
     ++skipped_;
     return true;
   }
-  // Late, and no frame may be skipped: time lost stays lost, play doesn't run faster to catch up.
+  // Late, and no frame may be skipped: play doesn't run faster to make up for lost time.
   if (now - due_ > frame) due_ = now;
   skipped_ = 0;
   return false;

@@ -1,4 +1,4 @@
-// Frame timing: real pacing, or a virtual clock on which every run is the same.
+// Frame timing: real time, or a virtual clock that makes every run the same.
 #pragma once
 
 #include <chrono>
@@ -8,18 +8,18 @@ namespace orbhost {
 
 class Clock {
 public:
-  // `virtual_time`: frames take exactly 1/fps of virtual time and nobody waits.
+  // `virtual_time`: frames take exactly 1/fps of virtual time, without waiting.
   explicit Clock(bool virtual_time) : virtual_(virtual_time) {}
 
   // fps 0: as fast as possible (a virtual clock then counts 60 frames a second). skip: how many
-  // frames in a row may go undrawn when play is late, 0 to 100. Ignored once fix() has been
+  // frames in a row may be skipped when play is late, 0 to 100. fps is ignored once fix() has been
   // called.
   void set_fps(std::int32_t fps, std::int32_t skip);
-  // Holds the rate whatever set_fps() asks later.
+  // Fixes the rate: later calls of set_fps() don't change it.
   void fix(std::int32_t fps);
 
-  // Ends a frame: waits until the next one is due. Returns true when the next frame should go
-  // undrawn, because play is late and skipping is allowed. The virtual clock never skips.
+  // Ends a frame: waits until the next one is due. Returns true if the next frame should be
+  // skipped, because play is late and skipping is allowed. The virtual clock never skips.
   bool next_frame();
 
   // Frames a second: the set rate on a virtual clock, a measured rate otherwise.

@@ -1,10 +1,10 @@
-// Declaration texts: how a module names the script's variables, and where they stand in memory.
+// Declaration texts: a module's names for the script's variables, and their place in memory.
 //
 //   int dump_type = 1; int *xgraph = 0; struct video_modes[64] int wide = 0; int mode = 0; end
 //
-// A text is a run of variables (`int` or `int *`, each ended by ";") and structs (ended by "end").
-// Every variable takes one 32-bit word, in declaration order; an array of n structs takes n times
-// its fields.
+// A text is a sequence of variables (`int` or `int *`, each ended by ";") and structs (ended by
+// "end"). Every variable takes one 32-bit word, in declaration order; an array of n structs takes n
+// times its fields.
 #pragma once
 
 #include <cstdint>
@@ -16,7 +16,7 @@
 
 namespace orbhost {
 
-// A declaration text that doesn't follow the form above; what() names the place.
+// A malformed declaration text; what() names the place.
 class DeclarationError : public std::runtime_error {
 public:
   using std::runtime_error::runtime_error;
@@ -45,7 +45,7 @@ struct Declaration {
 
 class Layout {
 public:
-  // Parses `text` and adds its declarations after those already here. Throws DeclarationError on
+  // Parses `text` and appends its declarations. Throws DeclarationError on
   // a malformed text, a name declared twice, or more than 1,000,000 words; the layout then stays
   // as it was.
   void append(std::string_view text);

@@ -54,7 +54,7 @@ Stream *Files::open(const char *name, std::int32_t mode, const char *key) {
   const bool writing = mode == ORB_OPEN_WRITE || mode == ORB_OPEN_WRITE_COMPRESSED;
   const std::optional<std::string> path = resolve(name, writing);
   if (!path) return nullptr;
-  // A pipe would block and a folder can't be read: only regular files are opened.
+  // Only regular files are opened: a pipe would block, and a folder can't be read.
   std::error_code ignored;
   const fs::file_status status = fs::status(*path, ignored);
   if (fs::exists(status) && !fs::is_regular_file(status)) return nullptr;

@@ -15,36 +15,36 @@ namespace orbhost {
 
 class Files {
 public:
-  // The folder that relative names are looked up in first: the script's. Empty: only the current
+  // The script's folder, in which relative names are looked up first. Empty: only the current
   // directory.
   void set_folder(const std::filesystem::path &folder);
 
-  // The path behind a script's file name. Relative names stand for a file in the script's folder,
-  // or else in the current directory: for reading the first that exists; for writing the script's
-  // folder, unless the file's folder isn't there, or can't be written to, and the current
-  // directory's is. Nothing for a null or empty name. Reading a file that exists nowhere gives
-  // the current directory's name, which then fails to open.
+  // The path for a script's file name. A relative name is looked up in the script's folder, then in
+  // the current directory. For reading, the first file that exists; if there is none, the path in
+  // the current directory, which then fails to open. For writing, the path in the script's folder,
+  // unless its folder is missing or not writable and the one in the current directory is writable.
+  // Nothing for a null or empty name.
   [[nodiscard]] std::optional<std::string> resolve(const char *name, bool writing) const;
 
-  // As resolve(); the text stays valid until the next call of path(). Null where nothing.
+  // As resolve(), or null; the text stays valid until the next call of path().
   const char *path(const char *name, bool writing);
 
   // Opens a stream for mode 1 (read), 2 (write), 7 (read compressed) or 8 (write compressed). Null
-  // when the file can't be opened, isn't a regular file, isn't a compressed one for mode 7, or the
-  // mode is another one. `key` is the script's cipher key or null.
+  // when the file can't be opened, isn't a regular file, isn't compressed (mode 7), or the mode is
+  // none of these. `key` is the script's cipher key or null.
   Stream *open(const char *name, std::int32_t mode, const char *key);
-  // The stream of a handle that open() gave and close() hasn't taken; null otherwise.
+  // The stream of a handle that open() returned and that isn't closed yet; null otherwise.
   [[nodiscard]] Stream *find(void *handle) const;
-  // Ends a stream. Only here does a written file take its name, with everything in it: until then,
-  // and for good when a write has failed, the file that had the name stays as it was. The service
-  // has no result that could say so; on_loss and losses() do.
+  // Closes a stream. A written file replaces the old one only here, and only if every write has
+  // succeeded; otherwise the old file stays. The service has no result to report that; on_loss and
+  // losses() do.
   void close(void *handle);
-  // Called with the path and the reason when a written file is lost; by default a line on stderr.
+  // Called with the path and the reason when a written file is lost; by default prints on stderr.
   std::function<void(const std::string &path, const std::string &reason)> on_loss;
-  // Written files that were lost so far.
+  // Number of written files that were lost.
   [[nodiscard]] std::size_t losses() const { return losses_; }
 
-  // Streams that are open now.
+  // Number of open streams.
   [[nodiscard]] std::size_t open_count() const { return streams_.size(); }
 
 private:

@@ -12,7 +12,7 @@
 namespace orbhost {
 namespace {
 
-// The host's own declarations: the mouse belongs to it, and the module reads it by this name.
+// The host's own declarations: it owns the mouse, and the module reads it by this name.
 constexpr const char *host_globals = "struct mouse int file = 0; int graph = 0; int x = 0; "
                                      "int y = 0; int angle = 0; int size = 100; int flags = 0; "
                                      "end ";
@@ -67,11 +67,11 @@ void Host::prepare_video() {
     setenv("SDL_VIDEODRIVER", "dummy", 1);
     return;
   }
-  // Without a display SDL would go on to draw with characters in the terminal.
+  // Without a display SDL would fall back to drawing with characters in the terminal.
   setenv("SDL_VIDEODRIVER", "x11", 0);
   setenv("SDL_VIDEO_CENTERED", "1", 0);
-  // Opening SDL here tells the desktop's size before the module sets a mode, and says in plain
-  // words that there is no display.
+  // Opening SDL here gives the desktop's size before the module sets a mode, and a clear error if
+  // there is no display.
   if (SDL_InitSubSystem(SDL_INIT_VIDEO) != 0) {
     throw HostError(std::string("no display: ") + SDL_GetError());
   }
@@ -99,7 +99,7 @@ void Host::update_mouse() {
   const __ORBSurface2D__ *logical = screen();
   const SDL_Surface *display = SDL_WasInit(SDL_INIT_VIDEO) ? SDL_GetVideoSurface() : nullptr;
   if (!logical || !display) return;
-  // The picture stands in the middle of the display, scaled, with equal borders.
+  // The picture is scaled and centred on the display, with equal borders.
   int left = 0, top = 0;
   if (const orb_device2d *record = device()) {
     if (record->GetEmulatedMode && record->GetEmulatedMode()) {
@@ -169,13 +169,13 @@ std::int32_t Host::call_form(const Function &function, std::vector<Argument> arg
   return files_.losses() == losses || result == failure_value ? result : fail_save(function);
 }
 
-// Closing tells the module nothing: it takes a file for saved that was lost then. The caller hears
-// of it as of any other file that couldn't be written.
+// The close service has no result, so the module takes a file that is lost on closing for saved.
+// The caller gets the report of any other file that couldn't be written.
 std::int32_t Host::fail_save(const Function &function) {
   ErrorReport loss{not_saved, function.name, ORB_VALUE_STRING, 0, 0, {}};
   for (char &c : loss.function)
     c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-  // The first text of every call that saves is the file's name.
+  // In every call that saves, the first text is the file's name.
   for (const Argument &argument : call_.arguments()) {
     ++loss.position;
     if (const char *text = argument.text()) {

@@ -1,4 +1,4 @@
-// A host: what a graphics module runs in.
+// A host: the environment in which a graphics module runs.
 //
 //   orbhost::Host host;                                     // headless, virtual clock
 //   host.attach(ORB_mod_graphics2D_MainLibraryExports);     // or host.load("lib....so.1")
@@ -10,7 +10,7 @@
 //
 // The tables between host and module carry no context, so one Host is active at a time: the
 // constructor throws while another exists. Everything runs on one thread. The module is compiled
-// without exceptions: nothing that it calls may throw, the handlers below included.
+// without exceptions, so nothing that it calls may throw, including the handlers below.
 #pragma once
 
 #include "host/arguments.h"
@@ -34,7 +34,7 @@
 
 namespace orbhost {
 
-// What most script functions return that fail.
+// What most script functions return on failure.
 inline constexpr std::int32_t failure_value = INT32_MIN;
 
 // Misuse of a Host, or a module that can't be loaded.
@@ -44,16 +44,16 @@ public:
 };
 
 struct Options {
-  std::string title = "orbhost"; // what rt_program_name gives
+  std::string title = "orbhost"; // returned by rt_program_name
   // SDL's dummy video: no display is needed or touched.
   bool headless = true;
-  // Frames don't wait, and take the same time every time. Usual with headless.
+  // Frames don't wait, and always take the same virtual time. Usual with headless.
   bool virtual_clock = true;
   bool full_screen = false;
-  int desktop_width = 1024, desktop_height = 768; // told to the module when headless
+  int desktop_width = 1024, desktop_height = 768; // reported to the module when headless
 };
 
-// What the module asked of the window and input services, in numbers.
+// Counts of the module's calls to the window and input services.
 struct ServiceLog {
   int window_shown = 0;
   int window_moved = 0, window_x = 0, window_y = 0;
@@ -69,31 +69,31 @@ public:
   Host(const Host &) = delete;
   Host &operator=(const Host &) = delete;
 
-  // Loads the shared library and lets it register. A path without a slash is looked up in the
+  // Loads the shared library and has it register. A path without a slash is looked up in the
   // loader's folders. Throws HostError with the loader's message.
   void load(const std::string &path);
-  // Lets a module register through its entry function. Throws HostError when it returns anything
-  // but 1 or registers a malformed text, or when a module is attached already.
+  // Has a module register through its entry function. Throws HostError if it returns anything but 1
+  // or registers a malformed text, or if a module is already attached.
   void attach(orb_main_library_exports *entry);
 
   // Runs the module's init hooks.
   void init();
-  // One frame: takes events, updates the mouse, runs the frame hooks, waits as the clock says.
-  // The two halves are for a host whose processes run in between: begin_frame() takes events and
-  // updates the mouse, end_frame() does the rest.
+  // One frame: handles events, updates the mouse, runs the frame hooks, waits for the clock. Hosts
+  // whose processes run in between call the two halves: begin_frame() handles events and updates
+  // the mouse, end_frame() does the rest.
   void frame();
   void begin_frame();
   void end_frame();
   // Runs the release hooks; a second call does nothing. Processes end first.
   void release();
 
-  // Calls a script function. The form is the one with that many arguments whose types fit best
-  // (see best_form); throws HostError when none fits. A text result stays valid until the next
-  // call; call_text copies it. A call that loses a file at its closing reports 123 and fails, even
-  // though the module knows nothing of it.
+  // Calls a script function. The form is the one with that many arguments whose types fit best (see
+  // best_form); throws HostError when none fits. A text result stays valid until the next call;
+  // call_text copies it. A call that loses a file on closing it reports 123 and fails, although the
+  // module doesn't notice.
   std::int32_t call(std::string_view name, std::vector<Argument> arguments = {});
   std::string call_text(std::string_view name, std::vector<Argument> arguments = {});
-  // Calls a form outright, without looking at types.
+  // Calls a given form without checking types.
   std::int32_t call_form(const Function &function, std::vector<Argument> arguments);
 
   // A new process of that type: status running, locals with their declared values.
@@ -112,14 +112,14 @@ public:
   std::vector<ErrorReport> take_errors();
 
   // Called for rt_fatal and rt_exit. By default the message is printed and the program ends with
-  // status 4: unwinding through the module isn't possible. A handler that returns lets the module
-  // go on as best it can.
+  // status 4: unwinding through the module isn't possible. If a handler returns, the module
+  // continues as best it can.
   std::function<void(std::int32_t level, const std::string &message)> on_fatal;
   std::function<void(std::int32_t code)> on_exit;
-  // Called for the message box; by default "title: text" on stderr.
+  // Called for the message box; by default prints "title: text" on stderr.
   std::function<void(const std::string &text, const std::string &title)> on_message;
 
-  // The tables as the module sees them. A test may empty or replace entries before init().
+  // The tables that the module sees. A test may clear or replace entries before init().
   orb_runtime runtime{};
   orb_device_system device_system{};
   orb_process_services process_services{};
@@ -127,7 +127,7 @@ public:
   orb_file_services file_services{};
   orb_input_services input_services{};
   orb_timing_services timing_services{};
-  orb_scroll_services scroll_services{}; // all null, and not handed out by default
+  orb_scroll_services scroll_services{}; // all null; not passed to the module by default
   orb_video_hooks video_hooks{};
   // Words that the device-system record points to.
   std::uint8_t full_screen = 0;
@@ -172,9 +172,9 @@ private:
   bool attached_ = false, initialised_ = false, released_ = false;
 };
 
-// The index, in Registration::functions, of the form of `name` that `arguments` call: as many
-// arguments, a text or null for each "S", a pointer or null for each "IP", an int for each "I".
-// Nothing when no form fits. (An int 0 isn't a null; a null text fits "S" and "IP".)
+// The index, in Registration::functions, of the form of `name` that fits `arguments`: the same
+// count, a text or null for each "S", a pointer or null for each "IP", an int for each "I". Nothing
+// when no form fits. (An int 0 isn't a null; a null text fits "S" and "IP".)
 std::optional<std::size_t> best_form(const Registration &registration, std::string_view name,
                                      const std::vector<Argument> &arguments);
 

@@ -44,7 +44,7 @@ constexpr std::array key_names{
     KeyName{"pause", SDLK_PAUSE},
 };
 
-// The other side of a key that exists twice, for "shift", "ctrl" and "alt".
+// The right-hand key for "shift", "ctrl" and "alt", which exist on both sides.
 int other_side(std::string_view name) {
   if (name == "shift") return SDLK_RSHIFT;
   if (name == "ctrl") return SDLK_RCTRL;
@@ -73,7 +73,7 @@ std::optional<int> Input::key_symbol(std::string_view name) {
   if (const auto n = numbered(name, "f"); n && *n >= 1 && *n <= 15) return SDLK_F1 + *n - 1;
   if (const auto n = numbered(name, "kp"); n && *n <= 9) return SDLK_KP0 + *n;
   if (name.size() == 1 && name[0] > ' ' && name[0] < 127) {
-    return std::tolower(static_cast<unsigned char>(name[0])); // SDL's symbols are ASCII there
+    return std::tolower(static_cast<unsigned char>(name[0])); // these SDL symbols are ASCII
   }
   return std::nullopt;
 }

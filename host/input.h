@@ -15,12 +15,12 @@ struct Pointer {
 
 class Input {
 public:
-  // Takes SDL's waiting events, if the video is open. Call once a frame.
+  // Handles SDL's pending events, if the video is open. Call once a frame.
   void pump();
-  // Forgets keys and buttons that are down.
+  // Treats all keys and buttons as released.
   void reset();
 
-  // A key name to its SDL 1.2 key symbol: letters and digits ("a", "7"), "left", "right", "up",
+  // The SDL 1.2 key symbol of a key name: letters and digits ("a", "7"), "left", "right", "up",
   // "down", "space", "enter", "escape" ("esc"), "tab", "backspace", "insert", "delete", "home",
   // "end", "pageup", "pagedown", "f1" to "f15", "lshift", "rshift", "lctrl", "rctrl", "lalt",
   // "ralt", "pause", "kp0" to "kp9"; "shift", "ctrl" and "alt" for either side; and the
@@ -29,7 +29,7 @@ public:
   // Whether the key of that name is down, or was pressed and released again since the last pump();
   // nothing for an unknown name.
   [[nodiscard]] std::optional<bool> key(std::string_view name) const;
-  // Presses or releases a key as if the keyboard had.
+  // Presses or releases a key as the keyboard would.
   void set_key(int symbol, bool down);
 
   Pointer pointer;

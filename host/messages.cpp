@@ -14,7 +14,7 @@ struct Message {
   std::string_view text;
 };
 
-// Sorted by code. Some codes have two causes; their texts name both.
+// Sorted by code. If a code has two causes, the text names both.
 constexpr std::array messages{
     Message{100, "out of memory"},
     Message{103, "no palette can be read from this file"},

@@ -1,4 +1,4 @@
-// Script errors: what a module reports through rt_error, in words.
+// The texts of script errors, which a module reports through rt_error.
 #pragma once
 
 #include <cstdint>
@@ -16,11 +16,11 @@ struct ErrorReport {
   std::string text;          // for kind ORB_VALUE_STRING
 };
 
-// One plain sentence for a code; codes without one read "script error N".
+// The message for a code; "script error N" for codes without one.
 std::string message_text(std::int32_t code);
 
-// `MAP_LOAD: argument 1 ("x.map"): not a MAP file, or deeper than the screen`. A position below 1
-// leaves the argument out.
+// `MAP_LOAD: argument 1 ("x.map"): not a MAP file, or deeper than the screen`. Without the
+// argument if the position is below 1.
 std::string describe(const ErrorReport &report);
 
 } // namespace orbhost

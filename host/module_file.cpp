@@ -9,8 +9,8 @@ namespace orbhost {
 std::string find_module(const char *program) {
   namespace fs = std::filesystem;
   constexpr const char *module_file = "libORB_mod_graphics2D.so.1";
-  // The program may have been started by the dynamic loader, which /proc/self/exe then names:
-  // argv[0] comes first.
+  // If the dynamic loader started the program, /proc/self/exe names the loader: argv[0] comes
+  // first.
   std::vector<fs::path> programs;
   std::error_code ignored;
   if (std::string_view(program).find('/') != std::string_view::npos) programs.emplace_back(program);

@@ -1,12 +1,12 @@
-// Where programs find the graphics module.
+// Finds the graphics module.
 #pragma once
 
 #include <string>
 
 namespace orbhost {
 
-// The module's file for a program started as `program` (argv[0]): beside it in ../lib, or its bare
-// name, for which the loader looks in its own folders.
+// The module's path for a program started as `program` (argv[0]): in ../lib beside it, or else the
+// bare name, which the loader looks up in its own folders.
 std::string find_module(const char *program);
 
 } // namespace orbhost

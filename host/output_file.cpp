@@ -12,12 +12,12 @@ namespace {
 
 constexpr int most_links = 40, most_names = 100;
 
-// Gives the new file the rights of the old one, and its owner or at least its group where the
-// system lets us.
+// Gives the new file the permissions of the old one, and its owner or at least its group if the
+// system permits.
 void keep_rights(int descriptor, const struct statx &old) {
   if (::fchown(descriptor, old.stx_uid, old.stx_gid) != 0 &&
       ::fchown(descriptor, static_cast<uid_t>(-1), old.stx_gid) != 0) {
-    // Then it belongs to who saves it.
+    // Then it belongs to the user who saves it.
   }
   static_cast<void>(::fchmod(descriptor, old.stx_mode & 0777u));
 }
@@ -43,14 +43,14 @@ OutputFile::~OutputFile() {
 }
 
 bool OutputFile::open(const std::string &path) {
-  // stat() fails at 32 bits on long files, large inode numbers and late dates.
+  // A 32-bit stat() fails on long files, large inode numbers and late dates.
   struct statx old {};
   const bool exists = ::statx(AT_FDCWD, path.c_str(), 0, STATX_BASIC_STATS, &old) == 0;
   if (!exists && errno != ENOENT) return false;
   if (exists && !S_ISREG(old.stx_mode)) return refuse(S_ISDIR(old.stx_mode) ? EISDIR : ENOTSUP);
   if (!find_place(path)) return false;
-  // Renaming asks for no right to the file itself: one that is protected stays so. A link of /proc
-  // may lead to a file that has lost its name: that one isn't in the folder.
+  // Renaming needs no permission for the file itself, so a write-protected file is refused here. A
+  // link in /proc may lead to a file that has been unlinked: that one isn't in the folder.
   if (exists && ::faccessat(folder_, name_.c_str(), W_OK, 0) != 0) return false;
   const int descriptor = create_new_file(exists ? old.stx_mode & 0777u : 0666u);
   if (descriptor < 0) return false;
@@ -60,8 +60,8 @@ bool OutputFile::open(const std::string &path) {
   return file_ != nullptr;
 }
 
-// Links at the end of the path are followed, the one that leads to no file yet as well: the new
-// file belongs beside its target, where a rename reaches it.
+// Links at the end of the path are followed, even if the target doesn't exist yet: the new file
+// belongs beside the target, so that the rename stays within a file system.
 bool OutputFile::find_place(std::string path) {
   for (int links = 0; links <= most_links; ++links) {
     const std::size_t name = path.rfind('/') + 1; // 0 without a slash
@@ -114,7 +114,7 @@ void OutputFile::fail(int error) {
 
 int OutputFile::commit() {
   if (!file_) return error_;
-  // stdio drops what it couldn't write and closes well afterwards.
+  // stdio drops what it couldn't write, and then closes without an error.
   if (std::ferror(file_)) fail(EIO);
   if (std::fclose(file_) != 0) fail(errno);
   file_ = nullptr;

@@ -5,8 +5,8 @@
 namespace orbhost {
 namespace {
 
-// Ended records kept before the oldest is used again, so that a script's stale id doesn't soon
-// name another process.
+// Number of ended records kept before the oldest is reused, so that a script's stale id doesn't
+// soon name another process.
 constexpr std::size_t resting_records = 1024;
 
 } // namespace

@@ -31,26 +31,27 @@ public:
   // The layout of the locals block; set before the first create().
   void set_locals(const Layout *layout) { locals_ = layout; }
 
-  // A new running process at the end of the list, with the declared values in its locals.
+  // Appends a new running process, with the declared values in its locals.
   orb_process *create(std::int32_t type);
-  // Ends a process: out of the list, status 0. Its record stays readable, and its id unused, for
-  // at least the rest of the frame and the next 1024 deaths. Ending a dead process does nothing.
+  // Ends a process: removes it from the list and sets status 0. Its record stays readable, and its
+  // id isn't reused, until the frame and the next 1024 deaths are over. Ending a dead process does
+  // nothing.
   void kill(orb_process *process);
   void kill_all();
 
-  // Exact: an id of an ended process, or any other number, is false.
+  // Exact: false for the id of an ended process, or any other number.
   [[nodiscard]] bool exists(std::int32_t id) const { return live_.contains(id); }
   [[nodiscard]] std::size_t size() const { return live_.size(); }
   [[nodiscard]] orb_process_node *first() const { return first_; }
 
-  // Gives the process's `xgraph` an array of its own (the count, then the codes); an empty list
-  // clears it. Negative counts can't be made this way.
+  // Sets the process's `xgraph` to an array of its own (the count, then the codes); an empty list
+  // clears it. This can't make a negative count.
   void set_xgraph(orb_process *process, std::span<const std::int32_t> codes);
 
   // The process on whose behalf script calls are made; may be null.
   orb_process *current = nullptr;
 
-  // A frame has ended: nothing in the module refers to processes that died before it.
+  // Call after each frame: the module no longer refers to processes that died before it.
   void frame_ended() { ++frame_; }
 
   static std::int32_t id(const orb_process *process) {

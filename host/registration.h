@@ -1,4 +1,4 @@
-// What a module registered: copies of its tables, in the order of its calls.
+// What a module has registered: copies of its tables, in the order of its calls.
 #pragma once
 
 #include "orb/graphics2d.h"
@@ -24,15 +24,14 @@ struct Signature {
   std::vector<ArgumentType> arguments;
 };
 
-// Splits "map_set_desc(I,I,S)"; nothing when the text isn't of that form.
+// Parses "map_set_desc(I,I,S)"; nothing for a text that isn't of that form.
 std::optional<Signature> parse_signature(std::string_view text);
 
-// QUIRK: the functions that read and write palette files are registered with an int argument and
-// fetch a text: "load_pal(I)", "palette_load(I)", "palette_save(I)". "S" would look more natural;
-// the registered type is intended, and a text is accepted in its place.
+// QUIRK: palette file functions are registered with an int argument but fetch a text:
+// "load_pal(I)", "palette_load(I)", "palette_save(I)". A text is accepted in place of that int.
 bool takes_text_for_int(std::string_view name);
 
-// One form of a script function. Forms of one name are overloads.
+// One form of a script function. Forms with the same name are overloads.
 struct Function {
   std::string signature; // as registered
   std::string name;
@@ -51,13 +50,13 @@ struct Hook {
 // Filled by the registration calls of one module.
 struct Registration {
   std::vector<Constant> constants;
-  std::string globals; // declaration texts as registered; several are joined
+  std::string globals; // the registered declaration texts, joined
   std::string locals;
   std::vector<Function> functions;
   std::vector<Hook> hooks;
   std::int32_t flags = 0;
-  std::vector<int> calls;            // positions of the registration table, in call order
-  std::vector<std::string> mistakes; // entries that were refused, in words
+  std::vector<int> calls;            // positions in the registration table, in call order
+  std::vector<std::string> mistakes; // messages on refused entries
 
   void add_constants(const orb_constant *table);
   void add_functions(const orb_function *table);
@@ -65,7 +64,7 @@ struct Registration {
 
   // Indices into `functions` of all forms of `name`, in registration order.
   [[nodiscard]] std::vector<std::size_t> forms(std::string_view name) const;
-  // "map_new(I,I), map_new(I,I,I)": the forms of a name for a message.
+  // The forms of a name for a message: "map_new(I,I), map_new(I,I,I)".
   [[nodiscard]] std::string describe_forms(std::string_view name) const;
 };
 

@@ -10,8 +10,8 @@
 namespace orbhost {
 namespace {
 
-// The tables carry no context: this is the host that every function below serves. noexcept on
-// each of them, since an exception can't pass through the module.
+// The tables carry no context: every function below serves this host. All are noexcept, since an
+// exception can't pass through the module.
 Host *active = nullptr;
 
 constexpr std::size_t kept_log = 64;
@@ -26,8 +26,8 @@ void remember(std::vector<std::int32_t> &log, std::int32_t value) {
   log.push_back(value);
 }
 
-// rt_fatal and rt_exit don't return unless a handler was set. Buffers are flushed by hand because
-// _exit leaves the module's own end-of-program code, which expects a working module, alone.
+// rt_fatal and rt_exit don't return unless a handler is set. _exit skips the module's exit code,
+// which expects a working module, so buffers are flushed by hand.
 [[noreturn]] void end_program() {
   std::fflush(nullptr);
   _exit(exit_status_video);
@@ -100,7 +100,7 @@ void rt_exit(std::int32_t code) noexcept {
 std::int32_t rt_global_offset(std::int32_t /*zero*/, const char *name) noexcept {
   const Declaration *declaration = active->globals().find(or_empty(name));
   if (declaration) return static_cast<std::int32_t>(4 * declaration->word);
-  // An offset can't say "unknown"; a wrong address would hide the mistake.
+  // No offset means "unknown", and a wrong address would hide the mistake.
   std::fprintf(stderr, "%s: the module asks for a script global \"%s\" that nobody declared\n",
                active->options().title.c_str(), or_empty(name));
   end_program();

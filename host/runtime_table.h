@@ -1,4 +1,4 @@
-// The C functions behind the tables that a module is handed. They find the active Host here.
+// The C functions in the tables that a module gets. They find the active Host here.
 #pragma once
 
 #include "orb/graphics2d.h"
@@ -17,7 +17,7 @@ struct RuntimeTable {
   static orb_registration registration();
 
 private:
-  // Those that reach the Host's private parts; the others are file-local.
+  // These use the Host's private members; the others are file-local.
   static void rt_error(std::int32_t code, const char *function, std::int32_t kind,
                        std::int32_t position, std::int32_t value) noexcept;
   static void reg_constants(const orb_constant *table) noexcept;

@@ -11,7 +11,7 @@
 namespace orbhost {
 namespace {
 
-// n bits to 8, so that the largest value gives 255.
+// Widens n bits to 8 so that the largest value gives 255.
 constexpr std::uint8_t widen(std::uint32_t value, int bits) {
   value <<= 8 - bits;
   return static_cast<std::uint8_t>(value | value >> bits);
@@ -79,7 +79,7 @@ Picture take_display_picture() {
     const auto *from = static_cast<const std::uint8_t *>(shown->pixels) + y * shown->pitch;
     for (int x = 0; x < shown->w; ++x, from += pixel_bytes, out += 3) {
       Uint32 pixel = 0;
-      std::memcpy(&pixel, from, pixel_bytes); // little-endian, as all of this is
+      std::memcpy(&pixel, from, pixel_bytes); // little-endian, like everything here
       SDL_GetRGB(pixel, shown->format, &out[0], &out[1], &out[2]);
     }
   }

@@ -15,13 +15,13 @@ struct Picture {
   std::vector<std::uint8_t> rgb;
 };
 
-// The screen surface as it stands, at its own size and before any presentation filter or fade.
-// 8-bit pixels go through the palette in force, 16-bit ones are widened by repeating their high
-// bits. Throws HostError when there is no screen.
+// The screen surface at its own size, before any presentation filter or fade. 8-bit pixels go
+// through the current palette, 16-bit ones are widened by repeating their high bits. Throws
+// HostError when there is no screen.
 Picture take_picture(const Host &host);
 
-// What the window or the full screen shows: the screen after the presentation filter and the fade of
-// an 8-bit palette, at the display's size, borders included. Throws HostError without a display.
+// The contents of the window or full screen: the screen after the presentation filter and the fade
+// of an 8-bit palette, at the display's size, borders included. Throws HostError without a display.
 Picture take_display_picture();
 
 // Writes a PNG. Throws HostError with the reason.

@@ -20,8 +20,8 @@ void set_arguments(ScriptState &state, const std::string &name) {
   lua_setglobal(L, "arg");
 }
 
-// `require` finds modules beside the script, then in a folder lib beside the script's folder, before
-// those of the system.
+// `require` finds modules beside the script, then in a folder lib beside the script's folder,
+// before those of the system.
 void set_module_path(lua_State *L, const std::string &folder) {
   lua_getglobal(L, "package");
   lua_getfield(L, -1, "path");
