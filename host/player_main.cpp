@@ -26,8 +26,8 @@ namespace fs = std::filesystem;
 
 enum ExitStatus { exit_ok, exit_script, exit_usage, exit_not_found, exit_video };
 
-// Ctrl-C ends play with the frame, so that the display is put back; a second time, at once. SDL
-// would swallow it, and a script in an endless loop couldn't be stopped.
+// Ctrl-C ends play after the frame, so that the display is restored; a second Ctrl-C, at once. SDL
+// would swallow the signal, and a script in an endless loop couldn't be stopped.
 volatile std::sig_atomic_t interrupted = 0;
 
 extern "C" void on_interrupt(int number) {
@@ -35,7 +35,7 @@ extern "C" void on_interrupt(int number) {
   interrupted = number;
 }
 
-// A failure with the exit status that goes with it.
+// A failure with its exit status.
 struct PlayError : std::runtime_error {
   PlayError(ExitStatus with, const std::string &text) : std::runtime_error(text), status(with) {}
   ExitStatus status;
@@ -54,11 +54,11 @@ struct Settings {
   bool display_pictures = false; // screenshots of the display instead of the script's screen
   std::uint64_t frames = 0;      // 0: no limit
   int fps = -1;                  // negative: the script's choice
-  std::int64_t seed = -1;        // negative: 1 when headless, else another one every time
+  std::int64_t seed = -1;        // negative: 1 when headless, else a new one every time
   std::vector<Screenshot> screenshots;
 };
 
-// "FILE@12" is FILE at frame 12; without digits after the last "@" all of it is a name.
+// "FILE@12" is FILE at frame 12; without digits after the last "@" the whole text is a name.
 Screenshot parse_screenshot(const std::string &text) {
   const std::size_t at = text.rfind('@');
   if (at == std::string::npos || at == 0 || at + 1 == text.size() || text.size() - at > 10 ||
@@ -78,7 +78,7 @@ public:
   }
 };
 
-// Ends the program for a usage error, and after --help and --version.
+// Exits on a usage error, and after --help and --version.
 Settings parse_options(int argc, char **argv) {
   Settings settings;
   std::vector<std::string> screenshots;
@@ -94,7 +94,7 @@ Settings parse_options(int argc, char **argv) {
   app.add_option("arguments", settings.arguments,
                  "the script's own arguments; those that begin with \"-\" after \"--\"");
   app.add_flag("--headless", settings.headless,
-               "no window and no waiting; every run gives the same frames");
+               "no window, no waiting; every run draws the same frames");
   app.add_option("--frames", settings.frames, "stop after N frames")
       ->type_name("N")
       ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{0xFFFFFFFF}));
@@ -105,7 +105,7 @@ Settings parse_options(int argc, char **argv) {
       ->type_name("N")
       ->check(CLI::Range(std::int64_t{0}, std::int64_t{0xFFFFFFFF}));
   app.add_option("--screenshot", screenshots,
-                 "save the screen as a PNG at that frame, or the last one; may be repeated")
+                 "save the screen as a PNG at that frame, or at the end; may be repeated")
       ->type_name("FILE[@FRAME]")
       ->type_size(1)
       ->allow_extra_args(false)
@@ -113,10 +113,10 @@ Settings parse_options(int argc, char **argv) {
   app.add_flag("--display", settings.display_pictures,
                "screenshots show the display, with filters, borders and 8-bit fades");
   app.add_flag("--fullscreen", settings.full_screen, "start in full screen");
-  app.add_flag("--strict", settings.strict, "stop at the first mistake the module reports");
+  app.add_flag("--strict", settings.strict, "stop at the first error that the module reports");
   app.add_flag("--list-functions", settings.list_functions,
-               "list the script functions with their forms, and end");
-  app.add_option("--module", settings.module, "the module's file")->type_name("PATH");
+               "list the script functions with their forms, and exit");
+  app.add_option("--module", settings.module, "load this module file")->type_name("PATH");
   try {
     app.parse(argc, argv);
     for (const std::string &text : screenshots) {

@@ -38,7 +38,7 @@ void set_seed(ScriptState &state) {
   lua_call(state.L, 1, 0);
 }
 
-// Takes the compiled chunk (or the message) from the stack and makes the main process.
+// Pops the compiled chunk (or the message) and creates the main process.
 void start(ScriptState &state, int status, const std::string &name) {
   lua_State *L = state.L;
   if (status != LUA_OK) {
@@ -79,7 +79,7 @@ int call_catching(lua_CFunction function, lua_State *L) {
     return function(L);
   } catch (const std::exception &error) {
     const std::string message = where(L) + error.what();
-    lua_settop(L, 0); // room for one more, whatever the function left
+    lua_settop(L, 0); // makes room for the message
     lua_pushlstring(L, message.data(), message.size());
     return -1;
   }
@@ -102,7 +102,7 @@ Script::Script(Host &host, ScriptOptions options)
       state->call_reports.push_back(report);
       return;
     }
-    // From a hook: there is no line of the script to name.
+    // From a hook, so no line of the script belongs to it.
     std::fprintf(stderr, "%s\n", describe(report).c_str());
     if (state->options.strict && state->frame_mistake.empty()) {
       state->frame_mistake = describe(report);

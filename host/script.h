@@ -1,29 +1,28 @@
-// A Lua 5.4 script that plays in a Host: its processes are coroutines.
+// A Lua 5.4 script that runs in a Host, with processes as coroutines.
 //
 // What a script sees:
 //
-// - Every registered function under its name. The form is chosen by the number and kinds of the
-//   arguments: a number for "I" (a fraction is cut off, a large one wraps to 32 bits) or a process
-//   (its id); a string or nil for "S"; a table or nil for "IP". The elements 1..#t of a table are
-//   read before the call and written after it (an empty table gets one). "IP"s left out at the end
-//   come back as further results. Results: "I" signed, "DW" unsigned, "F" a float, "S" a string.
+// - Every registered function under its name. The number and kinds of the arguments select the
+//   form: a number for "I" (a fraction is cut off, a large one wraps to 32 bits) or a process (its
+//   id); a string or nil for "S"; a table or nil for "IP". The elements 1..#t of a table are read
+//   before the call and written after it (an empty table gets one). "IP"s left out at the end are
+//   returned as further results. Results: "I" signed, "DW" unsigned, "F" a float, "S" a string.
 // - Constants, which can't be assigned, and script globals, which can: `fps`, `draw_z`. Arrays
-//   count from 0 as the engine's do: `video_modes[0].width`, `#video_modes`. `mouse` has the
+//   count from 0, as in the engine: `video_modes[0].width`, `#video_modes`. `mouse` has the
 //   fields of its struct, and `left`, `middle`, `right` (booleans).
-// - Processes. `spawn(body, {x = 10}, ...)` makes one, which runs body(self, ...): for the first
-//   time in the frame in which it was spawned, after all older processes had their turn. `frame()`
-//   ends the turn; a body that returns ends the process. A process has its locals (`p.x`;
-//   `p.xgraph` takes a table of graph codes or nil and gives a copy), `p.id`, `p.type`, and any
-//   other field, which is the script's own. The script itself is a process, `main`: without a
-//   graph, and with the turns that its top level takes by calling frame(). Play ends when no
-//   process is left.
+// - Processes. `spawn(body, {x = 10}, ...)` creates one, which runs body(self, ...). It gets its
+//   first turn in the same frame, after all older processes. `frame()` ends the turn; when the body
+//   returns, the process ends. A process has its locals (`p.x`; `p.xgraph` is set from a table of
+//   graph codes or nil, and read as a copy), `p.id`, `p.type`, and any other field, which is the
+//   script's own. The script itself is a process, `main`, without a graph; its top level ends its
+//   turns with frame(), too. Play ends when no process is left.
 // - kill(p), sleep(p) (neither drawn nor run), freeze(p) (drawn, not run), wake(p), alive(p), also
-//   as methods; p may be an id. process(id) is the process of an id, or nil; type_of(body) the type
-//   of the processes that run that function, type_of(p) a process's.
+//   as methods; p may be an id. process(id) returns the process with that id, or nil; type_of(body)
+//   the type of the processes that run that function, type_of(p) that of a process.
 // - key(name), quit() (play ends with this frame), seed(n), list_folder(name) (the sorted names of
 //   the files in a folder, or nil and a message).
-// - `arg`, and `...` of the script: the script's arguments. `require` looks beside the script
-// first, then in ../lib.
+// - The script's arguments, in `arg` and as the script's `...`. `require` looks beside the script
+//   first, then in ../lib.
 #pragma once
 
 #include <cstddef>
@@ -37,24 +36,24 @@ namespace orbhost {
 
 class Host;
 
-// A script that can't be loaded or has failed. what() is the message and the traceback; its first
-// line is `file.lua:12: …`.
+// A script can't be loaded or has failed. what() is the message and the traceback; it begins with
+// `file.lua:12: `.
 class ScriptError : public std::runtime_error {
 public:
   using std::runtime_error::runtime_error;
 };
 
 struct ScriptOptions {
-  bool strict = false;    // a mistake reported by the module is a Lua error
+  bool strict = false;    // errors that the module reports become Lua errors
   std::uint32_t seed = 1; // of math.random
   std::vector<std::string> arguments;
-  std::size_t most_processes = 200'000; // spawn() fails beyond; a body may spawn itself forever
+  std::size_t most_processes = 200'000; // spawn() fails beyond it: bodies may spawn themselves
 };
 
 struct ScriptState;
 
-// One script in one Host, which has a module attached and outlives it. Takes over the Host's
-// on_error: a report made by a call is printed with the script's line in front.
+// One script in one Host, which has a module attached and must outlive the script. Takes over the
+// Host's on_error: a report from a call is printed with the script's line in front.
 class Script {
 public:
   Script(Host &host, ScriptOptions options);
@@ -62,14 +61,14 @@ public:
   Script(const Script &) = delete;
   Script &operator=(const Script &) = delete;
 
-  // Compiles the file, or a text under a name for messages, and makes the main process. The file's
-  // folder becomes the Host's. Throws ScriptError.
+  // Compiles the file, or a text with a name for messages, and creates the main process. The file's
+  // folder becomes the folder of the Host's files. Throws ScriptError.
   void load_file(const std::string &path);
   void load_text(const std::string &text, const std::string &name);
 
-  // One frame: events and mouse, a turn of every running process in list order, then the module's
+  // One frame: events and mouse, a turn for every running process in list order, then the module's
   // frame hook and the clock. False when play is over: no process is left, or the script or the
-  // window asked to quit; the frame was still drawn. Throws ScriptError; nothing runs after that.
+  // window asked to quit; this frame is still drawn. Throws ScriptError; nothing runs after that.
   bool frame();
 
 private:

@@ -1,4 +1,4 @@
-// What Lua's library lacks about files.
+// File functions that Lua's library lacks.
 #include "host/script_state.h"
 
 #include <algorithm>
@@ -14,7 +14,7 @@ std::vector<std::string> file_names(const std::string &folder, std::error_code &
   std::vector<std::string> names;
   fs::directory_iterator entry(folder, error);
   while (!error && entry != fs::directory_iterator()) {
-    std::error_code ignored; // an entry that can't be looked at is no file for us
+    std::error_code ignored; // entries that can't be examined are left out
     if (entry->is_regular_file(ignored)) names.push_back(entry->path().filename().string());
     entry.increment(error);
   }
@@ -22,8 +22,8 @@ std::vector<std::string> file_names(const std::string &folder, std::error_code &
   return names;
 }
 
-// list_folder(name): the names of the files in a folder, sorted by their bytes; nil and a message
-// when it can't be read. Folders in it are left out.
+// list_folder(name): the names of the files in a folder, sorted by bytes, without its subfolders;
+// nil and a message if the folder can't be read.
 int list_folder(lua_State *L) {
   const char *name = luaL_checkstring(L, 1);
   const std::string folder = state_of(L).host.files().resolve(name, false).value_or("");

@@ -15,7 +15,7 @@ const char *kind_name(lua_State *L, int index) {
   return is_process(L, index, id) ? "process" : luaL_typename(L, index);
 }
 
-// 256 integers 0 to 255.
+// Reads 256 integers from 0 to 255.
 std::vector<std::int32_t> read_indices(lua_State *L, int index, const std::string &where) {
   const std::string wanted = where + "a table of 256 integers 0 to 255 expected, got ";
   if (!lua_istable(L, index)) throw HostError(wanted + kind_name(L, index));
@@ -34,8 +34,8 @@ std::vector<std::int32_t> read_indices(lua_State *L, int index, const std::strin
   return indices;
 }
 
-// Three numbers for each colour; the argument before says how many colours. The function refuses
-// more than a palette has.
+// Reads three numbers for each colour; the argument before is the number of colours. The function
+// refuses more than a palette has.
 std::vector<std::int32_t> read_colours(lua_State *L, int index, const std::string &where) {
   const std::int32_t colours = check_word(L, index - 1, "argument");
   const std::size_t count = colours >= 0 && colours <= 256 ? 3 * std::size_t(colours) : 0;
@@ -44,7 +44,7 @@ std::vector<std::int32_t> read_colours(lua_State *L, int index, const std::strin
   if (!lua_istable(L, index)) throw HostError(wanted + kind_name(L, index));
   if (const auto length = lua_rawlen(L, index); length < count)
     throw HostError(wanted + "one of " + std::to_string(length));
-  std::vector<std::int32_t> components(count + 1); // not empty, or it has no address
+  std::vector<std::int32_t> components(count + 1); // never empty: it needs an address
   for (std::size_t i = 0; i < count; ++i) {
     lua_rawgeti(L, index, static_cast<lua_Integer>(i) + 1);
     components[i] = check_word(L, -1, "table element");
@@ -107,7 +107,7 @@ int wrong_call(lua_State *L, const FunctionGroup &group) {
 // One "IP" argument of a call.
 struct Buffer {
   int index = 0;                         // of the script's table; 0: left out, a further result
-  std::vector<std::int32_t> words = {0}; // of an empty table, one as well
+  std::vector<std::int32_t> words = {0}; // one even for an empty table
 };
 
 Buffer read_table(lua_State *L, int index) {
@@ -149,7 +149,7 @@ void push_result(lua_State *L, ResultType type, std::int32_t word) {
   }
 }
 
-// Prints what the module reported during the call, or makes it a Lua error.
+// Prints the module's reports from the call or, with strict, raises them as a Lua error.
 void handle_reports(lua_State *L, ScriptState &state) {
   const std::vector<ErrorReport> reports = std::exchange(state.call_reports, {});
   for (const ErrorReport &report : reports) {
@@ -169,7 +169,8 @@ int call_function(lua_State *L) {
   std::vector<std::int32_t> array;
   std::vector<Argument> arguments;
   arguments.reserve(form->arguments.size());
-  // The words of a buffer stay where they are when `buffers` grows: moving a vector keeps them.
+  // Pointers to a buffer's words stay valid when `buffers` grows: moving a vector keeps its
+  // elements.
   for (int i = 1; i <= static_cast<int>(form->arguments.size()); ++i) {
     const ArgumentType type = form->arguments[static_cast<std::size_t>(i) - 1];
     if (group.array && group.array->argument == i) {

@@ -86,8 +86,8 @@ int record_assign(lua_State *L) {
   return 0;
 }
 
-// Upvalue 1 of the two below: name to integer (a constant), light userdata (a variable's word), or
-// a view. Names that it doesn't have are the script's own globals.
+// Upvalue 1 of the two functions below maps a name to an integer (a constant), light userdata (a
+// variable's word), or a view. All other names are the script's own globals.
 int global_index(lua_State *L) {
   lua_settop(L, 2);
   lua_rawget(L, lua_upvalueindex(1));
@@ -120,7 +120,7 @@ void make_type(lua_State *L, const char *name, const luaL_Reg *methods) {
   luaL_newmetatable(L, name);
   luaL_setfuncs(L, methods, 0);
   lua_pushboolean(L, 0);
-  lua_setfield(L, -2, "__metatable"); // scripts can't take it apart
+  lua_setfield(L, -2, "__metatable"); // scripts can't change it
   lua_pop(L, 1);
 }
 

@@ -1,4 +1,4 @@
-// Processes as Lua objects and coroutines: making, running and ending them.
+// Processes as Lua objects and coroutines: creating, running and ending them.
 #include "host/script_state.h"
 
 #include <algorithm>
@@ -13,9 +13,9 @@ constexpr std::size_t most_xgraph = 65'536;
 // Registry keys, by address.
 const char types_key = 0;
 
-// The script's object of a process: full userdata with one user value, the table of its own
-// fields (nil until the first). A record is used again some time after its process has ended; the
-// serial number tells the two apart.
+// The script's object for a process: full userdata with one user value, the table of the script's
+// own fields (nil until the first). Records are reused some time after their process has ended; the
+// serial number distinguishes the old process from the new one.
 struct ProcessObject {
   orb_process *record;
   std::uint32_t serial;
@@ -83,11 +83,11 @@ void assign_xgraph(ScriptState &state, lua_State *L, orb_process *process, int i
   state.host.processes().set_xgraph(process, codes);
 }
 
-// What the table of members holds for a name: a method, the word of a local (0 and up), or one of
+// The value of a name in the table of members: a method, the word of a local (0 and up), or one of
 // these.
 enum Member : lua_Integer { member_id = -1, member_type = -2, member_xgraph = -3 };
 
-// The two below have the stack: object, name [, value]; upvalue 1 is the table of members, upvalue
+// Stack of the functions below: object, name [, value]. Upvalue 1 is the table of members, upvalue
 // 2 the metatable of process objects.
 const ProcessObject &check_object(lua_State *L) {
   const bool right = lua_getmetatable(L, 1) && lua_rawequal(L, -1, lua_upvalueindex(2));
@@ -186,7 +186,7 @@ int spawn(lua_State *L) {
     lua_pushcfunction(L, set_fields);
     lua_pushvalue(L, object);
     lua_pushvalue(L, 2);
-    if (lua_pcall(L, 2, 0, 0) != LUA_OK) { // no half-made process stays behind
+    if (lua_pcall(L, 2, 0, 0) != LUA_OK) { // leaves no half-made process
       end_process(state, process);
       return lua_error(L);
     }
@@ -204,8 +204,8 @@ int spawn(lua_State *L) {
   return 1;
 }
 
-// The turn's end must come from the body itself: a yield inside a coroutine of the script's own
-// would end that one.
+// A turn must be ended by the process's own coroutine: inside a coroutine that the script created,
+// a yield would end that one instead.
 void check_own_thread(ScriptState &state, lua_State *L, const char *what) {
   if (!state.running || state.running->thread != L || !lua_isyieldable(L)) {
     throw HostError(std::string(what) + " must be called by the process's own code, not inside "
@@ -244,7 +244,7 @@ int kill_other(lua_State *L) {
   return 0;
 }
 
-// A process that kills itself doesn't come back from the call.
+// For a process that kills itself the call doesn't return.
 int kill(lua_State *L) {
   guarded<kill_other>(L);
   const ScriptState &state = state_of(L);
@@ -323,7 +323,7 @@ constexpr luaL_Reg functions[] = {
 
 // The message of the error on top of the coroutine's stack, with its traceback.
 std::string failure(lua_State *L, lua_State *thread) {
-  // An error value that isn't a text doesn't carry its place.
+  // An error value that isn't a string doesn't contain its position.
   std::string message = lua_isstring(thread, -1) ? std::string() : where(thread);
   // Protected, since the value may have a __tostring of its own.
   lua_pushcfunction(L, [](lua_State *state) {
@@ -356,8 +356,8 @@ void run_turn(ScriptState &state, ScriptProcess &process) {
     lua_pop(process.thread, results);
 }
 
-// Forgets ended processes: their coroutines are closed and released. What a script does while one
-// is closed (a to-be-closed variable) may spawn, so the list is put in order first.
+// Removes ended processes, and closes and releases their coroutines. Closing runs to-be-closed
+// variables, which may spawn, so the list is updated first.
 void sweep(ScriptState &state) {
   const auto ended = std::stable_partition(
       state.order.begin(), state.order.end(),
@@ -424,7 +424,7 @@ bool is_process(lua_State *L, int index, std::int32_t &id) {
 }
 
 void run_turns(ScriptState &state) {
-  // By index: the list grows while processes spawn others.
+  // By index, since processes may spawn others.
   bool ended = false;
   for (std::size_t i = 0; i < state.order.size() && !state.quit; ++i) {
     ScriptProcess &process = *state.order[i];
@@ -437,7 +437,7 @@ void run_turns(ScriptState &state) {
 
 void open_processes(ScriptState &state) {
   lua_State *L = state.L;
-  // Functions that nobody holds any more don't keep their number.
+  // Weak keys: a function that is collected gives up its type number.
   lua_newtable(L);
   lua_newtable(L);
   lua_pushliteral(L, "k");

@@ -1,11 +1,11 @@
-// Inside of the Lua binding: what its parts share.
+// Internals of the Lua binding that its files share.
 //
-// Lua is the C library: its errors are longjmps, which skip destructors. So a function that a
-// script calls raises its own errors as C++ exceptions, which guarded() turns into Lua errors when
-// every object is gone, and calls of the Lua API that may raise are made only where no object with
-// a destructor is alive. (Running out of memory isn't counted: play ends there.) A Lua error never
-// passes through the module, because the module never calls back into Lua: reports are collected
-// during a call and handled when it has returned.
+// Lua is the C library: its errors are longjmps, which skip destructors. So functions that a script
+// calls throw C++ exceptions, which guarded() turns into Lua errors after all objects are
+// destroyed, and Lua API functions that may raise are called only while no object with a destructor
+// is alive. (Except for lack of memory, which ends play.) A Lua error never passes through the
+// module, because the module never calls back into Lua: reports are collected during a call and
+// handled after it.
 #pragma once
 
 #include "host/host.h"
@@ -32,13 +32,13 @@ struct ScriptProcess {
   int first_arguments = 0;          // on the coroutine's stack, until its first turn
 };
 
-// An argument through which a function reads an array. It is registered as an address, which no
-// script has: in Lua it is a table, which the call leaves as it is.
+// An argument through which a function reads an array. It is registered as an address; in Lua it is
+// a table, which the call doesn't change.
 struct InputArray {
   std::string_view function;
   int argument; // from 1
-  // The words of the table at `index`. Throws HostError for anything else, the text beginning with
-  // `where`.
+  // The words of the table at `index`. Throws HostError for anything else, with a text that begins
+  // with `where`.
   std::vector<std::int32_t> (*read)(lua_State *L, int index, const std::string &where);
 };
 
@@ -47,7 +47,7 @@ struct FunctionGroup {
   std::string name;
   std::vector<const Function *> forms; // in registration order
   bool text_for_int = false;
-  const InputArray *array = nullptr; // the argument that is one, if any
+  const InputArray *array = nullptr; // its array argument, if any
 };
 
 struct ScriptState {
@@ -56,12 +56,12 @@ struct ScriptState {
   Host &host;
   ScriptOptions options;
   lua_State *L = nullptr;
-  std::vector<std::unique_ptr<ScriptProcess>> order; // creation order; ended ones are swept
+  std::vector<std::unique_ptr<ScriptProcess>> order; // in creation order; ended ones are removed
   std::unordered_map<orb_process *, ScriptProcess *> by_record;
   ScriptProcess *running = nullptr;
   bool quit = false;
   std::deque<FunctionGroup> groups;
-  std::int32_t types = 0; // process types given out
+  std::int32_t types = 0; // number of process types so far
   bool in_call = false;
   std::vector<ErrorReport> call_reports; // of the call in progress
   std::string frame_mistake;             // with strict: a report outside a call
@@ -73,8 +73,8 @@ ScriptState &state_of(lua_State *L);
 // "file.lua:12: " of the innermost Lua code that is running; empty when there is none.
 std::string where(lua_State *L);
 
-// Calls `function`; when it throws, leaves the message on the stack, with the script's line in
-// front, and returns -1.
+// Calls `function`. If it throws, pushes the message with the script's line in front and returns
+// -1.
 int call_catching(lua_CFunction function, lua_State *L);
 
 // Turns a C++ exception in a function into a Lua error.
@@ -102,16 +102,16 @@ void open_globals(ScriptState &state);
 // ---- script_processes.cpp -----------------------------------------------------------------------
 
 void open_processes(ScriptState &state);
-// Makes a process whose coroutine runs the function at the top of L's stack, which is popped, and
-// leaves the process's object on the stack. `type` as type_number() gives it.
+// Creates a process whose coroutine runs the function at the top of L's stack. Pops the function
+// and pushes the process's object. `type` is a type_number().
 ScriptProcess &make_process(ScriptState &state, lua_State *L, std::int32_t type);
 // The type number of the function (or any value) at `index`.
 std::int32_t type_number(ScriptState &state, lua_State *L, int index);
 // Ends a process; its coroutine is closed unless it is running now.
 void end_process(ScriptState &state, ScriptProcess &process);
-// Gives every running process its turn. Throws ScriptError.
+// Gives every running process a turn. Throws ScriptError.
 void run_turns(ScriptState &state);
-// The record of the process object at `index`, alive or not; false when it is no such object.
+// Whether there is a process object at `index`; sets the id of its process, alive or not.
 bool is_process(lua_State *L, int index, std::int32_t &id);
 
 } // namespace orbhost

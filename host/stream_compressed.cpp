@@ -1,4 +1,4 @@
-// Compressed streams: eight bytes of ours, eight of the stream as they are, and zlib's.
+// Compressed streams: a header of eight bytes, eight plain bytes of the stream, and a zlib stream.
 #include "host/cipher.h"
 #include "host/output_file.h"
 #include "host/stream.h"
@@ -11,11 +11,11 @@
 namespace orbhost {
 namespace {
 
-// Our eight bytes: a mark, and the length of the stream as a little-endian number.
+// The header: a mark, and the length of the stream as a little-endian number.
 using Eight = std::array<std::uint8_t, 8>;
 constexpr std::array<std::uint8_t, 4> mark{'o', 'r', 'b', 'z'};
 
-constexpr std::size_t plain_size = 8; // bytes of the stream that stay as they are
+constexpr std::size_t plain_size = 8; // bytes of the stream that aren't compressed
 constexpr std::size_t buffer_size = std::size_t{64} * 1024;
 using Buffer = std::array<std::uint8_t, buffer_size>;
 
@@ -24,8 +24,8 @@ struct CloseFile {
 };
 
 // The window holds the bytes of the stream from start_ on. The first window is the eight plain
-// bytes; each further one is what fits into it of the inflated rest. Nothing is done until a read
-// or a look at the end asks for it, so a seek costs nothing by itself.
+// bytes; each further one is filled by inflating. Only reads and at_end() do any work, so a seek by
+// itself costs nothing.
 class CompressedReader final : public Stream {
 public:
   CompressedReader(std::FILE *file, const char *key) : file_(file), cipher_(key) {}
@@ -74,7 +74,7 @@ public:
 private:
   enum class State { more, ended, damaged };
 
-  // The last byte of a window is held back until what follows it is known: at the end of the stream
+  // The last byte of a window is held back until it is known what follows. At the end of the stream
   // that is the checksum, so a damaged stream never seems complete.
   [[nodiscard]] std::size_t readable() const { return count_ - held_; }
 
@@ -95,7 +95,7 @@ private:
     return true;
   }
 
-  // Makes the byte at position_ readable; false where there is none.
+  // Makes the byte at position_ readable; false if there is none.
   bool reach() {
     if (position_ < start_ && !restart()) return false;
     while (position_ >= start_ + readable()) {
@@ -104,7 +104,7 @@ private:
     return true;
   }
 
-  // Goes on to the next window; false when this is the last.
+  // Moves on to the next window; false if this is the last.
   bool advance() {
     if (state_ != State::more) return false;
     std::copy_n(window_.begin() + static_cast<std::ptrdiff_t>(readable()), held_, window_.begin());
@@ -143,7 +143,7 @@ private:
   std::uint64_t position_ = 0; // of the next byte read
   std::uint64_t start_ = 0;
   std::size_t count_ = 0; // bytes in the window
-  std::size_t held_ = 0;  // of these, the last, or none
+  std::size_t held_ = 0;  // of these, how many are held back: 0 or 1
   Buffer input_, window_;
 };
 
@@ -168,7 +168,7 @@ public:
                   : put_plain(buffer, bytes);
   }
 
-  // Only to where it is.
+  // Only to the current position.
   bool seek(std::int32_t offset, int whence) override {
     const auto here = static_cast<std::int64_t>(position_);
     return whence == SEEK_SET ? offset == here : offset == 0;

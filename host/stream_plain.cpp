@@ -1,4 +1,4 @@
-// Plain streams: the bytes of a file, enciphered where the caller says so.
+// Plain streams: the bytes of a file, enciphered on request.
 #include "host/cipher.h"
 #include "host/output_file.h"
 #include "host/stream.h"
