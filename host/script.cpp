@@ -25,8 +25,7 @@ void set_arguments(ScriptState &state, const std::string &name) {
 void set_module_path(lua_State *L, const std::string &folder) {
   lua_getglobal(L, "package");
   lua_getfield(L, -1, "path");
-  const std::string path =
-      folder + "/?.lua;" + folder + "/../lib/?.lua;" + lua_tostring(L, -1);
+  const std::string path = folder + "/?.lua;" + folder + "/../lib/?.lua;" + lua_tostring(L, -1);
   lua_pushlstring(L, path.data(), path.size());
   lua_setfield(L, -3, "path");
   lua_pop(L, 2);
