@@ -241,23 +241,23 @@ TEST_F(Orbgfx, SideFilesKeepWhatPicturesDont) {
   EXPECT_EQ(parse_library(read("no.fpg"), 32).at(0).name, "2_a.png");
 
   const std::pair<std::string, std::string> mistakes[] = {
-      {"point 1 2 3\n", "1: a line \"graph NUMBER\" has to come first"},
-      {"graph\n", "1: a number is expected"},
-      {"graph 1x\n", "1: a number is expected"},
-      {"graph 1 2\n", "1: one number is expected behind \"graph\""},
-      {"graph 1\n\ngraph 1\n", "3: graph 1 comes a second time"},
-      {"graph 1\npoint 1 2\n", "2: a number is expected"},
-      {"graph 1\npoint 1 2 99999\n", "2: a point's number, x and y are expected"},
-      {"graph 1\npoint 1 -1 2\n", "2: x -1 stands for a point that is missing"},
-      {"graph 1\npoint 4095 2 3\n", "2: a point's number, x and y are expected"},
-      {"graph 1\npoint 1 2 3\npoint 1 2 3\n", "3: point 1 comes a second time"},
+      {"point 1 2 3\n", "1: a line \"graph NUMBER\" must come first"},
+      {"graph\n", "1: a number expected"},
+      {"graph 1x\n", "1: a number expected"},
+      {"graph 1 2\n", "1: one number expected after \"graph\""},
+      {"graph 1\n\ngraph 1\n", "3: graph 1 is defined twice"},
+      {"graph 1\npoint 1 2\n", "2: a number expected"},
+      {"graph 1\npoint 1 2 99999\n", "2: a point's number, x and y expected"},
+      {"graph 1\npoint 1 -1 2\n", "2: x can't be -1, which marks a missing point"},
+      {"graph 1\npoint 4095 2 3\n", "2: a point's number, x and y expected"},
+      {"graph 1\npoint 1 2 3\npoint 1 2 3\n", "3: point 1 is defined twice"},
       {"graph 1\nname \\q\n",
-       "2: \"\\\\\", \"\\n\" or \"\\x\" and two digits are expected behind a backslash"},
+       "2: \"\\\\\", \"\\n\" or \"\\x\" and two digits expected after a backslash"},
       {"graph 1\nname \\x00\n", "2: a text can't hold a zero byte"},
       {"graph 1\nname " + std::string(256, 'x'), "2: the text is longer than 255 bytes"},
       {std::string(5000, 'x'), "1: the line is too long"},
-      {"depth 9\n", "1: 8, 16 or 32 is expected behind \"depth\""},
-      {"colour 9\n", "1: \"depth\", \"graph\", \"name\", \"description\" or \"point\" is expected"},
+      {"depth 9\n", "1: 8, 16 or 32 expected after \"depth\""},
+      {"colour 9\n", "1: \"depth\", \"graph\", \"name\", \"description\" or \"point\" expected"},
   };
   for (const auto &[text, message] : mistakes) {
     write("bad.txt", text);
@@ -297,7 +297,7 @@ TEST_F(Orbgfx, NamesOfAnyKind) {
   make_png("001_b.png", 3, 4, PNG_FORMAT_BGR);
   make_png("000_c.png", 3, 4, PNG_FORMAT_BGR);
   fail("pack -o m.fpg 1_a.png 001_b.png", 1, "001_b.png: code 1 is taken by 1_a.png");
-  fail("pack -o m.fpg 000_c.png", 1, "000_c.png: code 0 isn't within 1 to 999");
+  fail("pack -o m.fpg 000_c.png", 1, "000_c.png: code 0 isn't in 1 to 999");
   EXPECT_FALSE(fs::exists(folder / "m.fpg"));
 }
 

@@ -15,11 +15,11 @@ bool is_map_name(const std::string &path) {
   return format_of(path) == "img_format_map";
 }
 
-// Depth and palette for the input; a palette that was named means 8 bits.
+// Sets depth and palette for the input; --palette implies 8 bits.
 void prepare(Session &session, const ConvertOptions &options) {
   if (!options.palette.empty()) {
     if (options.depth != 0 && options.depth != 8) {
-      throw ToolError("--palette needs the depth 8", exit_usage);
+      throw ToolError("--palette needs --depth 8", exit_usage);
     }
     if (!session.force_palette(options.palette)) {
       throw ToolError(options.palette + ": no palette can be read from this file");
@@ -38,11 +38,11 @@ void convert_picture(Session &session, const ConvertOptions &options, const Outp
     session.save_picture(0, code, output);
     return;
   }
-  // A MAP file holds what the side file says; every other picture has it beside it.
+  // A MAP file stores the notes itself; every other picture needs a side file.
   if (is_map_name(options.output)) {
     const SideFile notes = load_side_file(options.side_file);
     if (notes.graphs.size() != 1) {
-      throw ToolError(options.side_file + ": one graph is expected in it");
+      throw ToolError(options.side_file + ": must describe one graph");
     }
     const auto &[id, graph] = *notes.graphs.begin();
     apply_notes(session, options.input, 0, code, graph);
@@ -68,11 +68,12 @@ void convert_library(Session &session, const ConvertOptions &options, const Outp
 
 int convert(const ConvertOptions &options, const Common &common) {
   if (!is_library_name(options.output) && !format_of(options.output)) {
-    throw ToolError(options.output + ": .map, .bmp, .jpg, .pcx, .png, .tga or .fpg is expected",
+    throw ToolError(options.output +
+                        ": its extension must be .map, .bmp, .jpg, .pcx, .png, .tga or .fpg",
                     exit_usage);
   }
   Session session(common);
-  examine(session.files(), options.input, common); // says first that there is no such file
+  examine(session.files(), options.input, common); // first reports a missing file
   check_overwrite(options.output, common);
   if (!options.side_file.empty() && !is_map_name(options.output)) {
     check_overwrite(options.side_file, common);

@@ -10,8 +10,8 @@
 namespace orbgfx {
 namespace {
 
-// Copies of what was loaded: the next file is loaded by a new run of the module, so that its
-// palette doesn't meet the first one's.
+// Copies of what was loaded: the second file is loaded by a new run of the module, so that the two
+// palettes don't mix.
 struct Graph {
   std::uint32_t width, height;
   bool alpha;
@@ -58,7 +58,7 @@ public:
   Comparison(const DiffOptions &options, const Content &first, const Content &second)
       : options_(options), first_(first), second_(second) {}
 
-  // What differs, as lines and as JSON.
+  // The differences, as lines and as JSON.
   struct Difference {
     std::string line;
     Json json;
@@ -126,7 +126,7 @@ private:
       differ("", "alpha channel", std::string(a.alpha ? "yes" : "no"),
              std::string(b.alpha ? "yes" : "no"));
     }
-    // The name of a picture is its file's.
+    // A picture is named after its file.
     if (first_.library && a.notes.name != b.notes.name) {
       differ("\"", "name", *a.notes.name, *b.notes.name);
     }
@@ -176,7 +176,7 @@ int diff(const DiffOptions &options, const Common &common) {
   const Content first = load_content(options.first, options.depth, common);
   const Content second = load_content(options.second, options.depth, common);
   if (first.library != second.library) {
-    throw ToolError("one of the two is a library, the other a picture", exit_usage);
+    throw ToolError("a library can't be compared with a picture", exit_usage);
   }
   const auto differences = Comparison(options, first, second).run();
   Json list = Json::array();

@@ -1,4 +1,4 @@
-// info, list and verify: what is in a file, and whether all of it can be read.
+// info, list and verify: the contents of a file, and whether all of it can be read.
 #include "tools/orbgfx/commands.h"
 #include "tools/orbgfx/graph_notes.h"
 #include "tools/orbgfx/session.h"
@@ -15,7 +15,7 @@ struct Loaded {
   Container container;
   int depth = 0;
   int library = 0;
-  std::vector<int> codes; // none, too, where the key of a file is missing
+  std::vector<int> codes; // empty also if the file's key is missing
 };
 
 Loaded load(Session &session, const std::string &path, const Common &common) {
@@ -103,8 +103,8 @@ std::string summary(Session &session, const std::string &path, const Loaded &loa
   return text;
 }
 
-// What of a library's file isn't in the graphs that were loaded. The loader takes an entry with a
-// code out of range for the end of sense and says nothing; twins and derailed rests show here.
+// Bytes of a library's file that belong to none of the loaded graphs. The loader reports neither
+// codes out of range, after which it is out of step, nor codes that occur twice; both show here.
 std::string unaccounted(Session &session, const std::string &path, const Loaded &loaded) {
   const bool old = loaded.container.old_layout;
   const std::uint64_t header = 4 + 4 + (old ? 32 + 12 : 256 + 260) + 12;
@@ -129,7 +129,7 @@ int info(const std::vector<std::string> &files, const Common &common) {
   for (const std::string &path : files) {
     Session session(common);
     Loaded loaded{examine(session.files(), path, common), 0, 0, {}};
-    // Kind and depth of an enciphered file can be told without its key.
+    // Kind and depth of an enciphered file are known without its key.
     if (loaded.container.key_fits)
       loaded = load(session, path, common);
     else

@@ -11,7 +11,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The graph behind one input.
+// The graph of one input file.
 struct Input {
   std::string path;
   const GraphNotes *notes = nullptr;
@@ -20,7 +20,7 @@ using Inputs = std::map<int, Input>; // by code
 
 void add_input(Inputs &inputs, int code, const std::string &path) {
   if (code < first_code || code > last_code) {
-    throw ToolError(path + ": code " + std::to_string(code) + " isn't within 1 to 999");
+    throw ToolError(path + ": code " + std::to_string(code) + " isn't in 1 to 999");
   }
   const auto [place, added] = inputs.try_emplace(code, Input{path});
   if (!added) {
@@ -28,7 +28,7 @@ void add_input(Inputs &inputs, int code, const std::string &path) {
   }
 }
 
-// Codes from the names; the rest takes the lowest codes that are free, in the order of the command
+// Takes codes from the names; other pictures get the lowest free codes, in the order of the command
 // line. Side files among the inputs are left out.
 Inputs assign_codes(const std::vector<std::string> &paths) {
   Inputs inputs;
@@ -52,7 +52,7 @@ Inputs assign_codes(const std::vector<std::string> &paths) {
   return inputs;
 }
 
-// The side files that apply, by folder; the one that was named is that of every folder.
+// The side files that apply, by folder; one named by option applies to every folder.
 class SideFiles {
 public:
   SideFiles(const PackOptions &options, const Inputs &inputs) : common_(options.side_file) {
@@ -76,7 +76,7 @@ public:
     return notes == file->second.graphs.end() ? nullptr : &notes->second;
   }
 
-  // The first depth that one of them says; 0 when none does.
+  // The first depth that one of them gives, or 0.
   [[nodiscard]] int depth() const {
     for (const auto &[folder, file] : files_) {
       if (file.depth) return file.depth;
@@ -89,8 +89,8 @@ private:
   std::map<std::string, SideFile> files_;
 };
 
-// The palette of an 8-bit library: the one that was named, or that of the first picture with one,
-// or the module's own.
+// Sets the palette of an 8-bit library: that of --palette, that of the first picture with one, or
+// the module's own.
 void choose_palette(Session &session, const PackOptions &options, const Inputs &inputs) {
   if (!options.palette.empty()) {
     if (!session.force_palette(options.palette)) {
@@ -106,7 +106,7 @@ void choose_palette(Session &session, const PackOptions &options, const Inputs &
 void pack_picture(Session &session, int library, int code, const Input &input) {
   const int loose = session.load_picture(input.path);
   session.call(input.path, "fpg_add_map", {library, code, 0, loose});
-  // Either frees what its own kind of file gave, and leaves the other's alone.
+  // Each frees only graphs from its own kind of file.
   session.call(input.path, "image_unload", {loose});
   session.call(input.path, "map_unload", {loose});
   if (input.notes) apply_notes(session, input.path, library, code, *input.notes);
@@ -157,7 +157,7 @@ int unpack(const UnpackOptions &options, const Common &common) {
 
   std::error_code error;
   fs::create_directories(folder, error);
-  if (error) throw ToolError(folder.string() + ": can't be made: " + error.message());
+  if (error) throw ToolError(folder.string() + ": can't be created: " + error.message());
   Progress progress("unpacking", paths.size());
   for (const auto &[code, path] : paths) {
     progress.step(path);

@@ -22,7 +22,7 @@ int pack(const PackOptions &options, const Common &common);
 
 struct UnpackOptions {
   std::string input;
-  std::string folder; // empty: the library's name without its ending
+  std::string folder; // empty: the library's name without its extension
   std::string format = "png";
 };
 int unpack(const UnpackOptions &options, const Common &common);
@@ -48,7 +48,7 @@ int palette(const PaletteOptions &options, const Common &common);
 
 struct DiffOptions {
   std::string first, second;
-  int depth = 0; // 0: each its own
+  int depth = 0; // 0: each file's own
 };
 int diff(const DiffOptions &options, const Common &common);
 

@@ -13,13 +13,13 @@ namespace {
 
 using namespace std::string_view_literals;
 
-// The markers that the module puts before the magic.
+// The markers that the module writes before the magic.
 constexpr auto compressed_marker = "gz!\x1A\x0D\x0A\xFF\0"sv;
 constexpr auto enciphered_marker = "ge!\x1A\x0D\x0A\xFF\0"sv;
-constexpr auto cipher_check = "ge!encrypt7\x1A\x0D\x0A\xFF\0"sv; // goes through the cipher
+constexpr auto cipher_check = "ge!encrypt7\x1A\x0D\x0A\xFF\0"sv; // enciphered
 constexpr std::size_t magic_size = 8;
 
-// A stream of the host that closes itself.
+// A host stream that closes itself.
 class Reader {
 public:
   Reader(orbhost::Files &files, const std::string &path, int mode, const char *key)
@@ -30,7 +30,7 @@ public:
   Reader(const Reader &) = delete;
   Reader &operator=(const Reader &) = delete;
 
-  // Up to `count` bytes.
+  // Reads up to `count` bytes.
   std::string read(std::size_t count, bool cipher = false) {
     std::string bytes(count, '\0');
     bytes.resize(stream_->read(bytes.data(), count, cipher));

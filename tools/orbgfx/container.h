@@ -1,4 +1,4 @@
-// What kind of file it is, from its first bytes: enough to choose a depth and to say what is wrong.
+// The kind of a file, from its first bytes: enough to choose a depth and to report what is wrong.
 #pragma once
 
 #include "host/files.h"
@@ -15,16 +15,16 @@ struct Container {
   int depth = 0;           // of MAP and FPG files: 8, 16 or 32
   bool old_layout = false; // texts of 32 bytes; 8 bits only
   bool compressed = false, enciphered = false;
-  bool key_fits = true; // false when enciphered, and there is no key or another one
+  bool key_fits = true; // false if enciphered and the key is missing or wrong
 };
 
-// Throws ToolError when the file isn't there or can't be read.
+// Throws ToolError if the file doesn't exist or can't be read.
 Container examine(orbhost::Files &files, const std::string &path, const Common &common);
 
-// Throws ToolError where examine() found the key missing or wrong.
+// Throws ToolError if examine() found the key missing or wrong.
 void check_key(const Container &container, const std::string &path, const Common &common);
 
-// The bytes of a MAP or FPG file, uncompressed, behind its markers and its magic.
+// The uncompressed size of a MAP or FPG file in bytes, without its markers and its magic.
 std::uint64_t content_size(orbhost::Files &files, const std::string &path,
                            const Container &container);
 

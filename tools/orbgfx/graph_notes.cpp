@@ -10,11 +10,11 @@
 namespace orbgfx {
 namespace {
 
-constexpr int most_points = 4095; // a file's count has 12 bits
+constexpr int most_points = 4095; // files store the count in 12 bits
 constexpr std::size_t text_size = 255;
 constexpr std::size_t longest_line = 4 * text_size + 100;
 
-// A coordinate as files hold it, 16 bits.
+// A coordinate as files store it, in 16 bits.
 bool is_coordinate(std::int64_t value) {
   return value >= INT16_MIN && value <= INT16_MAX;
 }
@@ -50,7 +50,7 @@ private:
     if (word == "depth") {
       const std::int64_t depth = number();
       if (!rest_.empty() || (depth != 8 && depth != 16 && depth != 32)) {
-        fail("8, 16 or 32 is expected behind \"depth\"");
+        fail("8, 16 or 32 expected after \"depth\"");
       }
       notes_.depth = static_cast<int>(depth);
       return;
@@ -58,16 +58,16 @@ private:
     if (word == "graph") {
       const std::int64_t code = number();
       if (!rest_.empty() || code < 0 || code > UINT32_MAX)
-        fail("one number is expected behind \"graph\"");
+        fail("one number expected after \"graph\"");
       const auto [place, added] = notes_.graphs.try_emplace(static_cast<std::uint32_t>(code));
-      if (!added) fail("graph " + std::to_string(code) + " comes a second time");
+      if (!added) fail("graph " + std::to_string(code) + " is defined twice");
       graph_ = &place->second;
       return;
     }
     if (word != "name" && word != "description" && word != "point") {
-      fail("\"depth\", \"graph\", \"name\", \"description\" or \"point\" is expected");
+      fail("\"depth\", \"graph\", \"name\", \"description\" or \"point\" expected");
     }
-    if (!graph_) fail("a line \"graph NUMBER\" has to come first");
+    if (!graph_) fail("a line \"graph NUMBER\" must come first");
     if (word == "point")
       point();
     else
@@ -78,19 +78,19 @@ private:
     const std::int64_t index = number(), x = number(), y = number();
     if (!rest_.empty() || index < 0 || index >= most_points || !is_coordinate(x) ||
         !is_coordinate(y)) {
-      fail("a point's number, x and y are expected");
+      fail("a point's number, x and y expected");
     }
-    if (x == -1) fail("x -1 stands for a point that is missing");
+    if (x == -1) fail("x can't be -1, which marks a missing point");
     if (!graph_->points
              .try_emplace(static_cast<int>(index), Point{static_cast<int>(x), static_cast<int>(y)})
              .second) {
-      fail("point " + std::to_string(index) + " comes a second time");
+      fail("point " + std::to_string(index) + " is defined twice");
     }
   }
 
   std::string text() {
     std::optional<std::string> text = unescape_line(rest_);
-    if (!text) fail("\"\\\\\", \"\\n\" or \"\\x\" and two digits are expected behind a backslash");
+    if (!text) fail("\"\\\\\", \"\\n\" or \"\\x\" and two digits expected after a backslash");
     if (text->size() > text_size) fail("the text is longer than 255 bytes");
     if (text->find('\0') != std::string::npos) fail("a text can't hold a zero byte");
     return *text;
@@ -104,7 +104,7 @@ private:
     skip();
     std::int64_t value = 0;
     const auto [end, error] = std::from_chars(rest_.begin(), rest_.end(), value);
-    if (error != std::errc() || (end != rest_.end() && *end != ' ')) fail("a number is expected");
+    if (error != std::errc() || (end != rest_.end() && *end != ' ')) fail("a number expected");
     rest_.remove_prefix(static_cast<std::size_t>(end - rest_.begin()));
     skip();
     return value;
@@ -139,7 +139,7 @@ void apply_notes(Session &session, const std::string &path, int library, int cod
   if (notes.name) session.call(path, "map_set_name", {library, code, *notes.name});
   if (notes.description) session.call(path, "map_set_desc", {library, code, *notes.description});
   for (const auto &[index, point] : notes.points) {
-    // A new point is defined by the one, a point that is there is moved by the other.
+    // The first defines a new point, the second moves an existing one.
     session.call(path, "map_new_cpoint", {library, code, index, point.x, point.y});
     session.call(path, "map_set_cpoint", {library, code, index, point.x, point.y});
   }
@@ -154,7 +154,7 @@ void save_side_file(const std::string &path, const SideFile &notes, const std::s
   if (notes.depth) text += "depth " + std::to_string(notes.depth) + "\n";
   for (const auto &[code, graph] : notes.graphs) {
     text += "\ngraph " + std::to_string(code) + "\n";
-    // The name is said even when it is empty: a picture would bring its file's.
+    // Even an empty name is written, or the picture would be named after its file.
     if (graph.name) text += ("name " + escape_line(*graph.name)) + "\n";
     if (graph.description && !graph.description->empty()) {
       text += "description " + escape_line(*graph.description) + "\n";

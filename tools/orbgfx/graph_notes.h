@@ -1,4 +1,4 @@
-// What a graph has besides its pixels, and the side file that keeps it beside pictures.
+// What a graph has besides its pixels, and the side file that keeps it for pictures.
 //
 //   # graphs of ship.fpg
 //   depth 8
@@ -8,9 +8,9 @@
 //   point 0 16 16
 //   point 3 4 10
 //
-// One statement a line; a line that begins with "#" and an empty one say nothing. Texts go to the
-// end of the line, with the escapes of escape_line(). Point 0 is the centre. What isn't said about
-// a graph stays as it is.
+// One statement a line; empty lines and lines that begin with "#" are ignored. Texts go to the end
+// of the line, with the escapes of escape_line(). Point 0 is the centre. What isn't given for a
+// graph stays as it is.
 #pragma once
 
 #include "orb/graphics2d.h"
@@ -35,18 +35,18 @@ struct GraphNotes {
 };
 
 GraphNotes read_notes(const orb_map_slot &slot);
-// Gives a graph the texts and points.
+// Sets a graph's texts and points.
 void apply_notes(Session &session, const std::string &path, int library, int code,
                  const GraphNotes &notes);
 
 struct SideFile {
-  int depth = 0;                              // of the library; 0: not said
+  int depth = 0;                              // of the library; 0: not given
   std::map<std::uint32_t, GraphNotes> graphs; // by code, or by the id of a MAP file
 };
 
-// Throws ToolError with the line's number for what isn't such a file.
+// Throws ToolError with the line's number for a malformed file.
 SideFile load_side_file(const std::string &path);
-// `about` is a word on what the graphs belong to. The file is replaced whole or not at all.
+// `about` names what the graphs belong to. The file is replaced completely or not at all.
 void save_side_file(const std::string &path, const SideFile &notes, const std::string &about);
 
 } // namespace orbgfx

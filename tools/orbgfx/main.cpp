@@ -1,4 +1,4 @@
-// orbgfx: graph libraries and pictures from a shell.
+// orbgfx: graph libraries and pictures from the shell.
 #include "host/module_file.h"
 #include "tools/orbgfx/commands.h"
 
@@ -16,7 +16,7 @@ namespace {
 
 using namespace orbgfx;
 
-// Options and the command that was chosen.
+// The options and the chosen command.
 struct CommandLine {
   Common common;
   std::function<int()> run;
@@ -28,7 +28,7 @@ struct CommandLine {
   std::vector<std::string> files;
 };
 
-// CLI11's help without its remarks on what is required and what excludes what.
+// CLI11's help without its notes on required and excluded options.
 class Formatter : public CLI::Formatter {
 public:
   Formatter() { label("Subcommands", "Commands"); }
@@ -67,7 +67,7 @@ void add_key(CLI::App *command, CommandLine &line, const char *what) {
   command->add_option("--key", line.common.key, what)->type_name("KEY");
 }
 void add_force(CLI::App *command, CommandLine &line) {
-  command->add_flag("-f,--force", line.common.force, "overwrite files");
+  command->add_flag("-f,--force", line.common.force, "overwrite existing files");
 }
 void add_json(CLI::App *command, CommandLine &line) {
   command->add_flag("--json", line.common.json, "print JSON");
@@ -89,8 +89,8 @@ void add_pack(CLI::App &app, CommandLine &line) {
   add_depth(command, options.depth, "bits a pixel; else as the side file says, or 32");
   command
       ->add_option("--palette", options.palette,
-                   "the colours at 8 bits, from a palette, library or picture;\nelse those of the "
-                   "first picture that has a palette")
+                   "the colours at 8 bits, from a palette, library or picture;\ndefault: those of "
+                   "the first picture that has a palette")
       ->type_name("FILE");
   command->add_flag("--compress", options.compress, "compress the library");
   add_key(command, line, "encipher the pixels");
@@ -109,7 +109,7 @@ void add_unpack(CLI::App &app, CommandLine &line) {
   command->add_option("library", options.input, "an FPG file")->required()->type_name("FILE");
   command->add_option("-o,--output", options.folder, "where to; else the library's name")
       ->type_name("FOLDER");
-  command->add_option("--format", options.format, "of the pictures; else png")
+  command->add_option("--format", options.format, "of the pictures; default: png")
       ->type_name("png|map|bmp|pcx|tga|jpg")
       ->check(CLI::IsMember({"png", "map", "bmp", "pcx", "tga", "jpg"}).description(""));
   add_key(command, line, "of an enciphered library");
@@ -125,11 +125,11 @@ void add_convert(CLI::App &app, CommandLine &line) {
       ->type_name("IN");
   command
       ->add_option("output", options.output,
-                   "the format is that of its ending: .map .bmp .jpg .pcx .png\n.tga .fpg")
+                   "its extension selects the format: .map .bmp .jpg .pcx .png\n.tga .fpg")
       ->required()
       ->type_name("OUT");
-  add_depth(command, options.depth, "bits a pixel; else those of the input");
-  command->add_option("--palette", options.palette, "make it an 8-bit picture in these colours")
+  add_depth(command, options.depth, "bits a pixel; default: those of the input");
+  command->add_option("--palette", options.palette, "make an 8-bit picture in these colours")
       ->type_name("FILE");
   command->add_flag("--compress", options.compress, "compress .map, .fpg, .bmp and .tga");
   add_key(command, line, "of an enciphered input");
@@ -143,11 +143,11 @@ void add_convert(CLI::App &app, CommandLine &line) {
 }
 
 void add_inspection(CLI::App &app, CommandLine &line) {
-  CLI::App *info_command = add_command(app, line, "info", "Tell what files are.",
+  CLI::App *info_command = add_command(app, line, "info", "Print what files are.",
                                        [&line] { return info(line.files, line.common); });
   CLI::App *list_command = add_command(app, line, "list", "List the graphs of a file.",
                                        [&line] { return list(line.files.front(), line.common); });
-  CLI::App *verify_command = add_command(app, line, "verify", "Check that files can be read whole.",
+  CLI::App *verify_command = add_command(app, line, "verify", "Check that files are complete.",
                                          [&line] { return verify(line.files, line.common); });
   for (CLI::App *command : {info_command, list_command, verify_command}) {
     CLI::Option *files = command->add_option("files", line.files, "library or picture");
@@ -181,23 +181,23 @@ void add_diff(CLI::App &app, CommandLine &line) {
   add_json(command, line);
 }
 
-// Ends the program for a usage error, and after --help and --version.
+// Exits on a usage error, and after --help and --version.
 void parse(CommandLine &line, int argc, char **argv) {
   CLI::App app{
       "Makes, takes apart and compares graph libraries (FPG files), and converts pictures.",
       "orbgfx"};
   app.footer("Exit status: 0 ok, 1 failure or difference, 2 usage, 3 file not found.\n"
-             "\"orbgfx COMMAND --help\" tells about a command.");
+             "\"orbgfx COMMAND --help\" explains a command.");
   app.formatter(std::make_shared<Formatter>());
   app.failure_message([](const CLI::App *, const CLI::Error &error) {
     std::string what = error.what();
-    if (what == "A subcommand is required") what = "a command is expected";
+    if (what == "A subcommand is required") what = "a command is required";
     return "orbgfx: " + what + "\nRun with --help for more information.\n";
   });
   app.set_version_flag("--version", "orbgfx " ORB_VERSION);
   app.require_subcommand(1);
   app.fallthrough();
-  app.add_option("--module", line.common.module, "the module's file")->type_name("PATH");
+  app.add_option("--module", line.common.module, "load this module file")->type_name("PATH");
   add_pack(app, line);
   add_unpack(app, line);
   add_inspection(app, line);

@@ -25,7 +25,7 @@ bool is_digit(char c) {
   return c >= '0' && c <= '9';
 }
 
-// What stands behind the last dot of a file's name, in small letters; empty without one.
+// The extension of a file's name in lower case, without the dot; empty if there is none.
 std::string ending_of(std::string_view path) {
   const std::string_view name = path.substr(path.rfind('/') + 1);
   const std::size_t dot = name.rfind('.');
@@ -37,7 +37,7 @@ std::string ending_of(std::string_view path) {
   return ending;
 }
 
-// The characters of a name's code and of what parts it from the rest.
+// The length of a name's code and its separator.
 std::size_t code_length(std::string_view name) {
   std::size_t digits = 0;
   while (digits < name.size() && is_digit(name[digits]))

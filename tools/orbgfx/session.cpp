@@ -13,7 +13,7 @@
 namespace orbgfx {
 namespace {
 
-// The codes of script errors that are put in other words here.
+// Codes of script errors that get other texts here.
 enum : std::int32_t {
   no_palette = 103,
   not_an_fpg = 106,
@@ -26,12 +26,12 @@ std::string depth_name(int depth) {
   return std::to_string(depth) + " bits";
 }
 
-// An empty file in the system's folder for such files.
+// An empty file in the system's folder for temporary files.
 class TemporaryFile {
 public:
   TemporaryFile() : name((std::filesystem::temp_directory_path() / "orbgfx-XXXXXX").string()) {
     const int descriptor = ::mkstemp(name.data());
-    if (descriptor < 0) throw ToolError(name + ": can't be made: " + std::strerror(errno));
+    if (descriptor < 0) throw ToolError(name + ": can't be created: " + std::strerror(errno));
     ::close(descriptor);
   }
   ~TemporaryFile() { ::unlink(name.c_str()); }
@@ -40,7 +40,7 @@ public:
   std::string name;
 };
 
-// Why a file can't be saved at all, behind ": "; empty when it could be. The module doesn't say.
+// ": " and why a file can't be saved, which the module doesn't report; empty if it can.
 std::string why_not_saved(const std::string &path) {
   return orbhost::OutputFile::create(path) ? "" : std::string(": ") + std::strerror(errno);
 }
@@ -118,7 +118,7 @@ int Session::load_picture(const std::string &path) {
 }
 
 int Session::new_library() {
-  // Library 0 holds the loose pictures, too.
+  // Library 0 also holds the loose pictures.
   int library = 0;
   while (library == 0)
     library = call("new library", "fpg_new");
@@ -131,7 +131,7 @@ const orb_map_slot *Session::graph(int library, int code) const {
 }
 
 void Session::set_id(int library, int code, std::uint32_t id) {
-  // No script function does it.
+  // No script function does this.
   host_.device()->GetMAP(library, code)->id = id;
 }
 
@@ -157,7 +157,7 @@ bool Session::has_alpha_channel(const std::string &path) {
     call(path, "image_unload", {code});
     return alpha;
   } catch (const ToolError &) {
-    return false; // whoever loads it for its own sake says why it can't be
+    return false; // loading the picture itself will report the error
   }
 }
 
@@ -174,8 +174,8 @@ bool Session::load_palette(const std::string &path) {
     }
   }
   if (container.depth != 8) return false;
-  // palette_load looks into plain files only, and finds the colours of a MAP file in a wrong place.
-  // A graph file that is loaded first brings its palette along, though.
+  // palette_load reads only plain files, and finds the colours of a MAP file in the wrong place.
+  // But a graph file that is loaded first brings its palette along.
   if (container.kind == Kind::fpg)
     call(path, "fpg_unload", {load_library(path, 8)});
   else
@@ -211,13 +211,13 @@ void Session::save_library(int library, const Output &output) {
 
 void Session::save_picture(int library, int code, const Output &output) {
   const auto format = format_of(output.path);
-  if (!format) throw ToolError(output.path + ": not the ending of a picture format", exit_usage);
+  if (!format) throw ToolError(output.path + ": not the extension of a picture format", exit_usage);
   if (*format == "img_format_map") {
     call(output.path, "map_save",
          {library, code, output.path, output.compress ? 1 : 0, output.key});
     return;
   }
-  // PNG has its usual compression and JPEG its usual quality; the others know 0 and 1.
+  // Default compression for PNG, default quality for JPEG; the other formats take 0 or 1.
   const bool own = *format == "img_format_png" || *format == "img_format_jpeg";
   const int parameter = own ? -1 : output.compress ? 1 : 0;
   call(output.path, "image_save", {library, code, output.path, constant(*format), parameter});

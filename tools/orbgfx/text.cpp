@@ -8,7 +8,7 @@
 namespace orbgfx {
 namespace {
 
-// The length of the valid UTF-8 character that `text` begins with; 0 when there is none.
+// The length of the valid UTF-8 character at the start of `text`; 0 if there is none.
 std::size_t utf8_length(std::string_view text) {
   const auto byte = [&](std::size_t at) -> std::uint32_t {
     return at < text.size() ? static_cast<std::uint8_t>(text[at]) : 0;

@@ -1,4 +1,4 @@
-// What the parts of orbgfx share: exit statuses, failures, options, the progress line.
+// Shared by all parts of orbgfx: exit statuses, failures, options, the progress line.
 #pragma once
 
 #include <chrono>
@@ -10,14 +10,14 @@ namespace orbgfx {
 
 enum ExitStatus { exit_ok, exit_failure, exit_usage, exit_not_found };
 
-// A failure with its exit status; the text reads well behind "orbgfx: ".
+// A failure with its exit status. The text is printed after "orbgfx: ".
 struct ToolError : std::runtime_error {
   explicit ToolError(const std::string &text, ExitStatus with = exit_failure)
       : std::runtime_error(text), status(with) {}
   ExitStatus status;
 };
 
-// Options that several commands take.
+// Options of several commands.
 struct Common {
   std::string module;
   std::optional<std::string> key; // of the files that are read
@@ -25,15 +25,15 @@ struct Common {
   bool json = false;
 };
 
-// Throws ToolError when a file is there and isn't to be overwritten.
+// Throws ToolError if a file exists and must not be overwritten.
 void check_overwrite(const std::string &path, const Common &common);
 
-// "orbgfx: unpacking 12/300 012_ship.png" on one line of a terminal, from the first half second on.
-// Nothing where stderr is no terminal.
+// Shows "orbgfx: unpacking 12/300 012_ship.png" on one line of a terminal after half a second.
+// Shows nothing if stderr isn't a terminal.
 class Progress {
 public:
   Progress(std::string what, std::size_t total);
-  ~Progress(); // takes the line away
+  ~Progress(); // erases the line
   Progress(const Progress &) = delete;
   Progress &operator=(const Progress &) = delete;
 
