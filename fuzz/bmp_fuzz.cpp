@@ -8,7 +8,7 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-  // Coded pictures may be big in short files.
+  // A short file may hold a big run-length coded picture.
   if (size >= 34 && word32(data + 30) != 0 &&
       uint64_t(word32(data + 18)) * word32(data + 22) > fuzz::max_pixels)
     return 0;

@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 constexpr uint64_t most_pixels = 1 << 16;
 constexpr size_t most_bytes = 16384;
 
-/// Files by a hash of their names.
+/// Files by the hash of their names.
 using file_ring = std::map<uint32_t, std::string>;
 
 void add_files(file_ring &files, const fs::path &folder, const std::string &ending) {
@@ -60,7 +60,7 @@ const std::string &foreign_file(foreign_kind kind, uint16_t number) {
 }
 
 bool claims_too_much(const std::string &file) {
-  // Words at `at`, of two bytes, the lower one first; 0 beyond the end.
+  // The little-endian 16-bit word at `at`; 0 beyond the end.
   const auto word = [&file](size_t at) -> uint64_t {
     if (at + 2 > file.size()) return 0;
     return uint8_t(file[at]) | uint64_t(uint8_t(file[at + 1])) << 8;
@@ -79,8 +79,7 @@ bool claims_too_much(const std::string &file) {
     }
   if (file.starts_with('\x0A'))
     return many(word(8) - word(4) + 1 & 0xFFFF, word(10) - word(6) + 1 & 0xFFFF);
-  // Others are taken for TGA, which has no signature, unless they are long enough to be what they
-  // are.
+  // Any other file may be read as TGA, which has no signature. A long file may claim as much.
   return file.size() < most_bytes && many(word(12), word(14)) && (file.size() > 2) &&
          uint8_t(file[2]) <= 11;
 }

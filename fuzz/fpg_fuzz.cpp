@@ -14,7 +14,7 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***) {
 
 namespace {
 
-/// Every byte of every graph must be there, and the library's sums must be theirs.
+/// Every byte of every graph must be readable, and the library's totals must match its graphs.
 void use_library(int32_t file) {
   uint32_t memory = empty_library_memory;
   int32_t count = 0;
@@ -53,7 +53,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         use_library(2);
         unload_library(2);
       }
-      // What a failed load has left goes with the next one.
+      // The next load frees what a failed one left.
       if (!open_library(0) || gfxsurfaces->count != surfaces) abort();
     }
   fuzz::check_streams();

@@ -1,5 +1,5 @@
-// What every fuzz target needs: the module with a host whose files are stdio, and a file that holds
-// the input. For one source file a program.
+// Needed by every fuzz target: the module with a host whose files are stdio, and a file that holds
+// the input. Include it in one source file of a program.
 #pragma once
 
 #include <sys/mman.h>
@@ -18,7 +18,7 @@ namespace fuzz {
 inline char input_path[32];
 inline int input_descriptor;
 
-/// Brings the module up at 8 bits, with the palette of that depth.
+/// Starts the module at 8 bits, with the palette of that depth.
 inline void start_module() {
   static orb_file_services files;
   static orb_device_system device_system;
@@ -41,7 +41,7 @@ inline void start_module() {
   do_tables(8);
 }
 
-/// Makes the input a file; its path.
+/// Writes the input to a file and returns its path.
 inline const char *put_input(const uint8_t *data, size_t size) {
   if (ftruncate(input_descriptor, 0) != 0 ||
       pwrite(input_descriptor, data, size, 0) != ssize_t(size))

@@ -1,6 +1,5 @@
-// What the targets of the engine's own formats need besides: streams as a host has them, over the
-// input itself. A compressed stream is the file behind the host's eight bytes; the cipher turns
-// every bit over.
+// Also needed by the targets of the engine's own formats: host streams over the input. A compressed
+// stream is the file after the host's eight bytes; the cipher inverts every bit.
 #pragma once
 
 #include <cstring>
@@ -46,7 +45,7 @@ inline void serve_streams() {
   };
 }
 
-/// Makes the input what every file name opens.
+/// Sets the input, which every file name opens.
 inline void put_streams(const uint8_t *data, size_t size) {
   input = data;
   input_size = size;

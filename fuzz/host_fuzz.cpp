@@ -1,4 +1,4 @@
-// A host's odd replies: null tables, streams that lie, processes and places out of this world.
+// A host's odd replies: null tables, streams that lie, invalid processes and positions.
 #include <cstdio>
 #include <cstdlib>
 

@@ -1,4 +1,4 @@
-// The JPEG reader and its palette reader, with profiles where a picture in inks brings one.
+// The JPEG reader and its palette reader, including profiles of CMYK pictures.
 #include "picture_fuzz.h"
 
 namespace {

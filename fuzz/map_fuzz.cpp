@@ -16,7 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
       reset_image();
       if (ORB_LoadMAP("input", key) && !ORB_CheckMAPHeader("input", key)) abort();
       fuzz::use_picture(image_data != nullptr);
-      // Every point must be there, and the counts must be theirs.
+      // Every point must be readable, and the counts must match.
       int32_t defined = 0;
       for (int32_t i = 0; image_cpoint && i <= image_max_cpoint_defined; i++)
         defined += int32_t(image_cpoint[i].defined);

@@ -23,11 +23,11 @@ namespace fuzz {
 namespace {
 
 constexpr int most_steps = 120;
-/// Reads that give nothing, in one call: more than any loader tries.
+/// Reads in one call that may return nothing: more than any loader tries.
 constexpr int most_empty_reads = 100;
 constexpr size_t global_words = 4096;
 
-/// Functions that ask the host for something; the others are called less often.
+/// Functions that use the host's services; the others are called less often.
 constexpr const char *asking[] = {
     "map_load",     "fpg_load",     "fpg_load_map",  "image_load",      "load_pcx",
     "screen_load",  "palette_load", "palette_force", "palette_save",    "map_save",
@@ -41,7 +41,7 @@ constexpr int32_t odd_numbers[] = {0,    -1,  1,     2,       3,        255,    
                                    1003, 256, 65536, 1 << 20, -1 << 20, INT_MAX, INT_MIN};
 
 class odd_host;
-odd_host *playing; // the tables of a host know nothing of whose they are
+odd_host *playing; // a host's tables carry no context
 
 class odd_host {
 public:
@@ -51,7 +51,7 @@ public:
     playing = this;
     host_.on_error = [](const orbhost::ErrorReport &) {};
     host_.on_fatal = [this](int32_t, const std::string &message) {
-      // A display that can't be opened is one; hosts go on. While nothing is up, none can be used.
+      // Fatal, but hosts may continue: a display that can't be opened, or none while nothing is up.
       const bool refused = message.starts_with("SetVideoMode") ||
                            (!is_up_ && message == "Error to Create Buffer 2D Surface");
       if (!refused) broken("fatal: " + message);
@@ -101,13 +101,13 @@ private:
   void broken(const std::string &what) {
     if (mistake_.empty()) mistake_ = what;
   }
-  /// Whether the next reply is an odd one.
+  /// Whether the next reply is odd.
   bool odd() { return lying_ && replies_.byte() >= 180; }
   int32_t odd_number() { return odd_numbers[replies_.below(std::size(odd_numbers))]; }
 
-  // ---- What is missing -------------------------------------------------------------------------
+  // ---- Missing entries -------------------------------------------------------------------------
 
-  /// Empties some of the pointers that a host may leave out, or all.
+  /// Sets some or all of the optional pointers to null.
   void leave_out(uint8_t which) {
     std::vector<void *> places;
     const auto add = [&](auto &table) {
@@ -164,7 +164,7 @@ private:
       const int32_t value = playing->honest_.rt_pop_int();
       if (!playing->odd()) return value;
       const int32_t number = playing->odd_number();
-      return playing->address_in_int_ ? number % 4096 : number; // where nothing is
+      return playing->address_in_int_ ? number % 4096 : number; // nothing is mapped there
     };
     table.rt_pop_string = [] {
       const char *text = playing->honest_.rt_pop_string();
@@ -187,7 +187,7 @@ private:
 
   // ---- Processes -------------------------------------------------------------------------------
 
-  /// The host's list with gaps, one process without locals and one that has ended.
+  /// The host's list with gaps, one process without locals and one ended process.
   orb_process_node *odd_list() {
     static orb_process empty;
     empty = {};
@@ -241,7 +241,7 @@ private:
     return place;
   }
 
-  /// Its record stays readable until the frame has ended.
+  /// The record stays readable until the frame has ended.
   void kill(size_t index) {
     orb_process *&place = processes_[index % processes_.size()];
     if (!place) return;
@@ -283,7 +283,7 @@ private:
     stream *from = opened(handle);
     if (!from) return 0;
     if (!to || size != 1 || count < 1) broken("reads no bytes");
-    memset(to, 0xCD, size_t(count)); // there is room for so many
+    memset(to, 0xCD, size_t(count)); // the buffer must have room for them
     int32_t wanted = count, more = 0;
     if (odd()) switch (const uint8_t what = replies_.byte(); what % 6) {
       case 0: wanted = 1; break;
@@ -307,7 +307,7 @@ private:
     if (!bytes || size != 1 || count < 1) broken("writes no bytes");
     uint32_t sum = 0;
     for (int32_t i = 0; i < count; i++)
-      sum += bytes[i]; // they are all there
+      sum += bytes[i]; // all must be readable
     if (odd()) switch (const uint8_t what = replies_.byte(); what % 5) {
       case 0: return 0;
       case 1: return what % 2 ? -1 : INT_MIN;
@@ -337,7 +337,7 @@ private:
     delete closed;
   }
 
-  /// A module that isn't given a way to close streams leaves them to the host.
+  /// Without a close service the module leaves streams to the host.
   void close_left_over() {
     while (!open_.empty())
       close(*open_.begin());
@@ -364,8 +364,7 @@ private:
 
   // ---- Windows, modes --------------------------------------------------------------------------
 
-  /// A host that draws a frame when it is told something, or calls a function, for which a mode
-  /// must be there.
+  /// Lets the host draw a frame, or call a function that needs a mode, from inside a service.
   void interrupt() {
     if (inside_ || !lying_ || !is_up_ || !odd()) return;
     inside_ = true;
@@ -458,7 +457,7 @@ private:
       *numbers[which % 6] = value('x');
   }
 
-  /// Hooks that come again, or in another order, and calls while nothing is up.
+  /// Calls hooks again or in another order, and functions while the module isn't initialised.
   void call_hooks(uint8_t which) {
     is_up_ = false;
     if (which % 2) ORB_mod_graphics2D_release();
@@ -509,7 +508,7 @@ private:
   bool has_written_ = false;
   int empty_reads_ = 0;
   std::string mistake_;
-  orbhost::Host host_; // last: its end releases the module, which may look at all the others
+  orbhost::Host host_; // last: its destructor releases the module, which may use all the others
 };
 
 } // namespace

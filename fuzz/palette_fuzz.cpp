@@ -1,7 +1,6 @@
 // The palette readers behind palette_load: the engine's own files and the palettes of pictures.
 //
-// Inputs are files of any of those formats; the checksums of PNG chunks are put right, or libpng
-// would refuse nearly every mutated file at the first chunk.
+// Inputs are files of any of those formats, mostly with corrected checksums of PNG chunks.
 #include <cstring>
 
 #include "formats/palette_file.h"
@@ -25,7 +24,7 @@ extern "C" size_t LLVMFuzzerCustomMutator(uint8_t *data, size_t size, size_t max
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   palette_in_file found;
-  // Every colour must be there, and decided.
+  // Every colour must be initialised.
   if (read_palette_file(fuzz::put_input(data, size), &found) &&
       found.checksum != palette_checksum(&found.colours) &&
       found.checksum != palette_checksum_6bits(&found.colours))

@@ -1,4 +1,4 @@
-// The fuzz targets of the picture readers: an input goes through a format's probe, its reader at
+// For the fuzz targets of the picture readers: passes an input to a format's probe, its reader at
 // every depth, and its palette reader.
 #pragma once
 
@@ -17,7 +17,7 @@ inline constexpr uint32_t max_pixels = 1u << 18;
 inline void use_picture(int32_t loaded) {
   if (loaded != (image_data != nullptr)) abort();
   if (!loaded) return;
-  // Every byte of the picture must be there, and decided.
+  // Every byte of the picture must be mapped and initialised.
   const size_t size = size_t(image_w) * size_t(image_h) * size_t(image_bpp / 8);
   if (crc32(0, static_cast<const uint8_t *>(image_data), uInt(size)) == 0x12345678) putchar(' ');
 }
@@ -26,7 +26,7 @@ inline void read_picture(image_format format, const uint8_t *data, size_t size) 
   const char *path = put_input(data, size);
   const image_codec &codec = *codec_for(format);
   for (int32_t depth : {32, 16, 8}) {
-    mode.bpp = depth; // the tables stay those of 8 bits: the readers need no others
+    mode.bpp = depth; // the tables stay those of 8 bits, which is enough for the readers
     reset_image();
     use_picture(codec.check(path, nullptr) ? codec.load(path, nullptr) : 0);
   }

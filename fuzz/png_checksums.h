@@ -1,5 +1,5 @@
-// Puts the checksums of a PNG file's chunks right: libpng would refuse nearly every mutated file at
-// the first chunk.
+// Corrects the checksums of a PNG file's chunks: otherwise libpng refuses nearly every mutated file
+// at the first chunk.
 #pragma once
 
 #include <cstddef>
@@ -9,7 +9,7 @@
 
 namespace fuzz {
 
-/// A word as PNG has it, most significant byte first.
+/// A big-endian word, as PNG stores it.
 inline uint32_t png_word(const uint8_t *at) {
   return uint32_t(at[0]) << 24 | uint32_t(at[1]) << 16 | uint32_t(at[2]) << 8 | at[3];
 }

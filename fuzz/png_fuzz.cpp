@@ -1,4 +1,4 @@
-// The PNG reader and its palette reader. A mutated file mostly gets its checksums put right.
+// The PNG reader and its palette reader. The checksums of most mutated files are corrected.
 #include "picture_fuzz.h"
 #include "png_checksums.h"
 

@@ -9,11 +9,11 @@
 namespace fuzz {
 namespace {
 
-/// The last word of the memory that a pointer may lead to.
+/// The last word of memory that a pointer may point to.
 constexpr size_t most_offset = 64;
 
-/// Names of files that suit functions, by a part of the function's name; the first row that fits
-/// counts. "f" is where scripts put foreign files.
+/// File names that suit a function, by a part of its name; the first matching row counts. Scripts
+/// write foreign files to "f".
 constexpr struct {
   const char *part;
   const char *names[8];
@@ -41,7 +41,7 @@ int32_t *read_pointer(script_reader &script, std::span<int32_t> memory) {
   return choice >= 240 ? nullptr : memory.data() + choice % most_offset;
 }
 
-/// Numbers that a script may give for an address. No program has anything there.
+/// Numbers that a script may pass as an address. No program maps anything there.
 constexpr int32_t nowhere[] = {0,    1,    2,    3,     4,     7,  255, 256,
                                1000, 1003, 4095, 32767, 65535, -1, -4,  -1000};
 

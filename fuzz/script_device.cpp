@@ -1,4 +1,4 @@
-// What a host may do by itself through the device record: surfaces, requests, colours, modes.
+// What a host may do through the device record: surfaces, requests, colours, modes.
 #include <algorithm>
 #include <cstdlib>
 #include <iterator>
@@ -101,7 +101,7 @@ void player::request_call() {
     break;
   case 3: device.UseBlitList(script_.byte() % 16 - 1); break;
   case 4: device.SortBlitList(); break;
-  default: // taken between two frames, drawn in the next one
+  default: // queued between two frames, drawn in the next one
     for (int count = 1 + script_.byte() % 4; count > 0; count--) {
       const __ORBBlit2D__ filled = random_request();
       if (__ORBBlit2D__ *request = device.GetAndUpdateBlitList()) *request = filled;
@@ -109,7 +109,7 @@ void player::request_call() {
   }
 }
 
-/// A surface whose pixels stand in memory of the host's, or nowhere yet.
+/// A surface whose pixels are in the host's memory, or not set yet.
 void player::make_wrapper(int32_t width, int32_t height) {
   if (surfaces_.size() >= most_surfaces || width > 64 || height > 64) return;
   auto *made = host_.device()->ORBGI2D_CreateGFXSurfaceWrapper(width, height, value('b'));
@@ -125,7 +125,7 @@ void player::make_wrapper(int32_t width, int32_t height) {
 
 void player::delete_surface() {
   if (surfaces_.empty()) return;
-  if (surfaces_.back()->is_wrapper) { // its control points are its owner's, too
+  if (surfaces_.back()->is_wrapper) { // the owner frees its control points, too
     free(surfaces_.back()->cpoints);
     surfaces_.back()->cpoints = nullptr;
   }
@@ -202,7 +202,7 @@ void player::surface_call() {
   }
 }
 
-/// Everything that can be asked.
+/// Calls all queries.
 void player::ask() {
   const orb_device2d &device = *host_.device();
   const auto *const list = device.GetPtrBlitList();

@@ -9,7 +9,7 @@ fuzz::display_manner fuzz::display;
 
 namespace {
 
-/// SDL's own function behind the one of that name here.
+/// SDL's own function, which the one of that name here replaces.
 template <typename F> F *in_sdl(const char *name) {
   return reinterpret_cast<F *>(dlsym(RTLD_NEXT, name));
 }

@@ -1,9 +1,9 @@
-// script_play [--sse2] [--tell] FILE...: plays random scripts and prints, for each, the sum over
-// its results and pictures, its name, and what went wrong.
+// script_play [--sse2] [--trace] FILE...: plays random scripts and prints, for each, the checksum
+// over its results and pictures, its name, and what went wrong.
 //
-// For looking at one script in a debugger, for comparing builds (the sums are the same in all of
-// them), and for measuring what scripts reach (tools/script_coverage.py). --sse2 leaves AVX2 aside,
-// --tell tells of every call and frame.
+// For debugging one script, for comparing builds (all give the same checksums), and for measuring
+// what scripts reach (tools/script_coverage.py). --sse2 disables AVX2, --trace prints every call
+// and frame.
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -22,8 +22,8 @@ int main(int argc, char **argv) {
       mask_instruction_sets(instruction_set::sse2);
       continue;
     }
-    if (std::string_view(argv[i]) == "--tell") {
-      fuzz::tells_steps = true;
+    if (std::string_view(argv[i]) == "--trace") {
+      fuzz::trace_steps = true;
       continue;
     }
     std::ifstream in(argv[i], std::ios::binary);

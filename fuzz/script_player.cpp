@@ -19,15 +19,15 @@
 #include "surface/registry.h"
 #include "surface/surface.h"
 
-bool fuzz::tells_steps;
+bool fuzz::trace_steps;
 
 namespace fuzz {
 namespace {
 
-/// Steps of one script: it must end before the next one can begin.
+/// Limits for one script, since it must end.
 constexpr int most_steps = 300, most_repeats = 600;
 
-/// The script that is being played; services of a host know nothing of whose they are.
+/// The script that is being played, since a host's services carry no context.
 player *playing;
 
 } // namespace
@@ -41,7 +41,7 @@ player::player(std::span<const uint8_t> script, const std::filesystem::path &fol
   playing = this;
   lent_.resize(lent_bytes);
   host_.on_error = [this](const orbhost::ErrorReport &) { interrupt(); };
-  // A display that SDL won't open ends a program; where the host goes on, so does the module.
+  // A display that SDL won't open is fatal, but if the host continues, so does the module.
   host_.on_fatal = [this](int32_t, const std::string &message) {
     if (!message.starts_with("SetVideoMode") && !message.starts_with("Unsupported Video Buffer"))
       broken("fatal", message);
@@ -95,8 +95,7 @@ void player::step() {
   }
 }
 
-// ---- Sums
-// ----------------------------------------------------------------------------------------
+// ---- Checksums ----------------------------------------------------------------------------------
 
 void player::sum_up(const void *bytes, size_t size) {
   checksum_ = uint32_t(crc32(checksum_, static_cast<const uint8_t *>(bytes), uInt(size)));
@@ -109,7 +108,7 @@ void player::sum_up(const __ORBSurface2D__ &surface) {
   if (surface.pixels) sum_up(surface.pixels, surface.byte_size);
 }
 
-/// What is to be seen: rows of the display without what pads them.
+/// The visible picture: rows of the display without their padding.
 void player::sum_up_display() {
   const SDL_Surface *shown = SDL_WasInit(SDL_INIT_VIDEO) ? SDL_GetVideoSurface() : nullptr;
   if (!shown || !shown->pixels) return;
@@ -122,11 +121,10 @@ void player::frame() {
   host_.frame();
   if (const __ORBSurface2D__ *screen = host_.screen()) sum_up(screen->pixels, screen->byte_size);
   sum_up_display();
-  if (tells_steps) std::fprintf(stderr, "%08x frame\n", checksum_);
+  if (trace_steps) std::fprintf(stderr, "%08x frame\n", checksum_);
 }
 
-// ---- Processes
-// -----------------------------------------------------------------------------------
+// ---- Processes ----------------------------------------------------------------------------------
 
 orb_process *player::spawn(int32_t type) {
   const size_t place = next_process_++ % processes_.size();
@@ -201,10 +199,9 @@ void player::set_global() {
   host_.global(global.name, global.index) = value(global.kind);
 }
 
-// ---- Calls
-// ---------------------------------------------------------------------------------------
+// ---- Calls --------------------------------------------------------------------------------------
 
-/// One call, and the same again as often as asked: lists must grow.
+/// Makes one call, repeated `again` times so that lists grow.
 void player::call(int again) {
   const auto &functions = host_.registration().functions;
   const orbhost::Function &function = functions[script_.word() % functions.size()];
@@ -239,7 +236,7 @@ int32_t player::make_call(const orbhost::Function &function,
     if (result != script_failure) handles_.add_result(result);
     sum_up(&result, sizeof result);
   }
-  if (tells_steps) {
+  if (trace_steps) {
     std::fprintf(stderr, "%08x %s", checksum_, function.signature.c_str());
     for (const orbhost::Argument &argument : arguments)
       argument.text() ? std::fprintf(stderr, " \"%s\"", argument.text())
@@ -256,9 +253,9 @@ bool player::is_process(int32_t id) const {
   return std::ranges::find(handles_.processes, id) != handles_.processes.end() && id != 0;
 }
 
-/// What the module says that it holds is what it holds. Its counts of fixed and of locked draw
-/// objects are intentionally others, and it doesn't count a graph that the host has recorded, but
-/// does count its end.
+/// Compares the module's counts with what it holds. Its counts of fixed and locked draw objects
+/// differ intentionally. It doesn't count a graph that the host has recorded, but does count its
+/// deletion.
 void player::check_counts() {
   const auto expect = [this](const char *counter, int32_t held) {
     const int32_t counted = host_.call(counter);

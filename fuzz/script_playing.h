@@ -12,14 +12,14 @@
 
 namespace fuzz {
 
-/// Bytes of the memory that wrappers' pixels stand in: 64 x 64 pixels of 32 bits, with wide rows.
+/// Bytes of memory for the pixels of wrappers: 64 x 64 pixels of 32 bits, with wide rows.
 inline constexpr size_t lent_bytes = 64 * (64 * 4 + 64);
 
 class player {
 public:
   player(std::span<const uint8_t> script, const std::filesystem::path &folder, bool full_screen);
 
-  /// The whole script, in a world of that depth.
+  /// Plays the whole script in a world of that depth.
   void play(int32_t depth);
 
   /// Whether the script has changed the folder.
@@ -50,13 +50,12 @@ private:
   void sum_up(const void *bytes, size_t size);
   void sum_up(const __ORBSurface2D__ &surface);
   void sum_up_display();
-  /// The module has called in the middle of something: at the moment that the script has chosen, a
-  /// process ends.
+  /// Called from inside a service: at the moment that the script has chosen, a process ends.
   void interrupt();
   orb_process *&chosen_process() { return processes_[script_.below(processes_.size())]; }
   bool is_process(int32_t id) const;
 
-  // Sequences that single random steps seldom make: script_scenes.cpp
+  // Sequences that single random steps seldom produce: script_scenes.cpp
   void scene();
   void library_and_modes();
   void virtual_resolution();
@@ -92,7 +91,7 @@ private:
   std::array<orb_process *, 16> processes_{};
   size_t next_process_ = 0;
   int repeats_ = 0, crowds_ = 0, lists_ = 0;
-  int recorded_ = 0; // graphs made of surfaces by the host
+  int recorded_ = 0; // graphs that the host made from surfaces
   int interrupts_until_kill_ = 0;
   size_t victim_ = 0;
   struct {
@@ -103,7 +102,7 @@ private:
   bool has_written_ = false;
   std::string mistake_;
   uint32_t checksum_ = 0;
-  orbhost::Host host_; // last: its end releases the module, which may look at all the others
+  orbhost::Host host_; // last: its destructor releases the module, which may use all the others
 };
 
 } // namespace fuzz

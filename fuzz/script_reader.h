@@ -1,4 +1,4 @@
-// The bytes of a random script, and the values that they stand for.
+// The bytes of a random script, and the values that they encode.
 #pragma once
 
 #include <array>
@@ -8,7 +8,7 @@
 
 namespace fuzz {
 
-/// Takes a script's bytes from the front. Zeros follow its end.
+/// Reads a script's bytes in order. Zeros follow its end.
 class script_reader {
 public:
   explicit script_reader(std::span<const uint8_t> bytes) : rest_(bytes) {}
@@ -36,8 +36,8 @@ private:
   std::span<const uint8_t> rest_;
 };
 
-/// What calls have returned, the last ones, and which processes there are: values that mean
-/// something to later calls, while they are alive and afterwards.
+/// The last results of calls, and the ids of processes: values that later calls may use, valid or
+/// stale.
 struct script_handles {
   std::array<int32_t, 16> results{};
   std::array<int32_t, 16> processes{};
@@ -46,18 +46,18 @@ struct script_handles {
   void add_result(int32_t value) { results[next_result++ % results.size()] = value; }
 };
 
-/// An int argument. `kind` is what the argument is, as letters have it:
+/// An int argument. `kind` is a letter for its meaning:
 ///   f library, g graph, d draw object, y type of one, r region, p process, s side of a graph,
 ///   w side of a screen, b depth, m packed mode, k flags of a mode, q scale and j scan lines of a
 ///   filter, c colour, l alpha, a angle, n flags, e effect, z size in percent, h shear, o order of
 ///   the transformations, t target of a collision, v percent of a fade, u switch, i format of a
 ///   picture;
-/// of anything else nothing is known. Three in four values suit the kind; the others are whatever
-/// is extreme, or anything at all.
+/// any other letter: unknown. Three in four values suit the kind; the others are extreme or
+/// arbitrary.
 int32_t read_value(script_reader &script, const script_handles &handles, char kind);
 
-/// The kinds of a function's arguments, by its signature; shorter than its arguments where nothing
-/// is known about the last ones.
+/// The kinds of a function's arguments, by its signature; shorter than its arguments if nothing is
+/// known about the last ones.
 const char *argument_kinds(const char *signature);
 
 } // namespace fuzz

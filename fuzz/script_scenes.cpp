@@ -1,4 +1,4 @@
-// Sequences that single random steps seldom make: each takes its values from the script, too.
+// Sequences that single random steps seldom produce. They also take their values from the script.
 #include <algorithm>
 #include <cstring>
 #include <fstream>
@@ -52,7 +52,7 @@ void player::scene() {
   (this->*script_.one_of(scenes))();
 }
 
-/// A process with that graph, which becomes the current one.
+/// Spawns a process with that graph, and makes it the current one.
 orb_process *player::show(int32_t file, int32_t graph) {
   orb_process *process = spawn(script_.byte() % 3);
   process->locals->file = file;
@@ -62,7 +62,7 @@ orb_process *player::show(int32_t file, int32_t graph) {
   return process;
 }
 
-/// A library is loaded and shown, the depth changes under it, and it goes while it is shown.
+/// Loads and shows a library, changes the depth, and unloads the library while it is shown.
 void player::library_and_modes() {
   static constexpr const char *names[] = {"8.fpg", "16.fpg", "32.fpg", "c.fpg"};
   const int32_t library = call("fpg_load", {script_.one_of(names)});
@@ -112,14 +112,14 @@ void player::filters() {
   }
 }
 
-/// More processes than the list of requests begins with; they go after two frames.
+/// More processes than the initial capacity of the request list; they end after two frames.
 void player::crowd() {
   if (crowds_++ >= most_crowds) return;
   static constexpr size_t counts[] = {50, 200, 700, 1100, 1400};
   const size_t count = script_.one_of(counts);
   const int32_t graph = value('g'), z_step = int8_t(script_.byte());
   const size_t local = script_.below(sizeof(orb_locals) / 4);
-  // Apart from each other on a grid, single pixels leave more boxes than a frame has zones for.
+  // Single pixels on a grid leave more boxes than a frame has zones.
   const uint8_t manner = script_.byte();
   const int32_t common = manner % 2 ? 1003 : 1000, columns = manner & 2 ? 21 : 64;
   if (manner & 4) host_.global("dump_type") = host_.global("restore_type") = 0;
@@ -167,7 +167,7 @@ void player::drawing_on_graph() {
   frame();
 }
 
-/// Processes one over the other, and the mouse; one may end in the middle of a walk.
+/// Overlapping processes, and the mouse; one process may end in the middle of a walk.
 void player::collisions() {
   for (int i = script_.byte() % 3; i >= 0; i--) {
     orb_process *process = show(0, 1000 + script_.byte() % 4);
@@ -197,7 +197,7 @@ void player::collisions() {
     switch (form / 2 % 4) {
     case 0: call(name, {value('x'), value('x'), target}); break;
     case 1: call(name, {value('p'), target}); break;
-    default: // hits come one by one, then none
+    default: // one hit a call, then none
       for (int again = form / 8 % 8; again >= 0; again--)
         call(name, {target});
     }
@@ -205,7 +205,7 @@ void player::collisions() {
   interrupts_until_kill_ = 0;
 }
 
-/// Pixels written through the address that a script can ask for, and what is then done with them.
+/// Writes pixels through the address that a script can get, and uses them.
 void player::own_pixels() {
   const int32_t width = value('s') % 256, height = value('s') % 256;
   const int32_t graph = call("map_new", {width, height, 0, script_.byte() % 2});
@@ -245,7 +245,7 @@ void player::fade() {
   frame();
 }
 
-/// Colours that change under ghosts, drawings and a filled screen.
+/// Changes colours under ghosts, drawings and a filled screen.
 void player::palette_change() {
   static constexpr const char *names[] = {"8.pal", "8.png", "8.pcx", "8.bmp", "8.fpg", "8.map"};
   show(0, 1000 + script_.byte() % 4)->locals->flags = 4 | value('n');
@@ -263,7 +263,7 @@ void player::palette_change() {
   }
 }
 
-/// One process with many of its properties set, and the same on a graph.
+/// A process with many properties set, and the same drawn on a graph.
 void player::blends() {
   orb_process *process = show(0, 1000 + script_.byte() % 4);
   for (int changed = script_.byte() % 8; changed > 0; changed--)
@@ -297,7 +297,7 @@ void player::blends() {
   frame();
 }
 
-/// A file of somebody else's, whole or damaged, and what reads such files.
+/// A foreign file, whole or damaged, and the functions that read such files.
 void player::foreign_file() {
   static constexpr struct {
     const char *function;
@@ -324,7 +324,7 @@ void player::foreign_file() {
   frame();
 }
 
-/// A graph of some size in a file of each kind, and back again, at another depth or the same.
+/// Saves a graph in each kind of file and loads it, at another depth or the same.
 void player::saving() {
   const int32_t width = value('s'), height = fitting_height(width, value('s'));
   const int32_t graph = call("map_new", {width, height, value('c')});
@@ -340,7 +340,7 @@ void player::saving() {
   frame();
 }
 
-/// More draw objects than their list begins with.
+/// More draw objects than the initial capacity of their list.
 void player::many_draws() {
   if (crowds_++ >= most_crowds) return;
   const int32_t type = value('y'), alpha = value('l'), region = value('r');
@@ -351,7 +351,7 @@ void player::many_draws() {
   if (script_.byte() % 2) call("draw_delete", {-1});
 }
 
-/// The display is another one from the next mode on.
+/// Changes the display from the next mode on.
 void player::display_change() {
   display.depth = script_.one_of({8, 16, 32, 16, 32, 24});
   display.refusals = std::max(0, script_.byte() % 16 - 8);

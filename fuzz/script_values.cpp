@@ -44,7 +44,7 @@ constexpr int32_t anything[] = {
     1 << 24, 1 << 30, INT_MAX - 1, INT_MAX, INT_MIN, INT_MIN + 1, -1, -2, -3, -8, -10, -16, -50,
     -64, -100, -101, -255, -256, -1000, -32768, -32769, -65535, -65536, -90000, -(1 << 24)};
 
-/// By the first letters of a signature; the first row that fits counts.
+/// By the start of a signature; the first matching row counts.
 constexpr struct {
   const char *start, *kinds;
 } kinds_of[] = {
@@ -165,7 +165,7 @@ constexpr struct {
 };
 // clang-format on
 
-/// The values of a kind, and whether earlier results are of it, too.
+/// The values of a kind, and whether earlier results belong to it, too.
 struct value_pool {
   std::span<const int32_t> values;
   bool results;
@@ -215,7 +215,7 @@ int32_t read_value(script_reader &script, const script_handles &handles, char ki
     if (kind != 'x') return pool.values[index % pool.values.size()];
     if (choice % 2 == 0) return int32_t(index) - 8; // on the screen, or just beside it
   }
-  // No process here: addresses would make a script's pictures differ from run to run.
+  // No process ids: addresses would make a script's pictures differ from run to run.
   switch (choice / 4 % 8) {
   case 0: return script.number();
   case 1: return handles.results[script.below(handles.results.size())];

@@ -15,7 +15,7 @@ namespace {
 namespace fs = std::filesystem;
 
 /// Saves the world in every format, under the names of its depth. Its library has number 0, the
-/// first that is free.
+/// first free one.
 void save_world(orbhost::Host &host, int32_t depth) {
   const std::string name = std::to_string(depth);
   host.call("map_save", {0, 1000, name + ".map"});
@@ -85,7 +85,7 @@ void make_world(orbhost::Host &host, int32_t depth,
   uint32_t random = 1;
   for (const auto &size : sizes) {
     const int32_t graph = host.call("map_new", {size.width, size.height, 0, int(depth == 32)});
-    // A host whose replies are odd may have kept the graph from coming.
+    // An odd host may have made creating the graph fail.
     const orb_map_slot *slot = GetMAP(0, graph);
     if (!slot || !slot->surface) continue;
     auto *bytes = static_cast<uint8_t *>(slot->surface->pixels);
