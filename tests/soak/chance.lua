@@ -1,4 +1,4 @@
--- Random numbers of the soak's own: a seed gives the same ones on every machine.
+-- The soak's own random numbers: a seed gives the same ones on every machine.
 
 local chance = {}
 
@@ -28,7 +28,7 @@ function chance.pick(list)
   return list[below(#list) + 1]
 end
 
--- Takes an element out of a list; nil from an empty one.
+-- Removes and returns a random element of a list; nil if it is empty.
 function chance.take(list)
   if #list == 0 then return nil end
   local i = below(#list) + 1
@@ -38,12 +38,12 @@ function chance.take(list)
   return element
 end
 
--- Four digits that two runs share as long as they have gone the same way.
+-- Four digits that are equal in two runs as long as both have done the same.
 function chance.trace()
   return string.format("%04x", state >> 48)
 end
 
--- A list of acts, { weight, run } each, from which soak.lua draws; and the function that adds one.
+-- A list of acts, each { weight, run }, from which soak.lua chooses; and a function that adds one.
 function chance.acts()
   local acts = {}
   return acts, function(weight, run) acts[#acts + 1] = { weight, run } end

@@ -11,7 +11,7 @@ local keys = { "", "key", "a longer key with spaces in it" }
 
 -- ---- Writing ------------------------------------------------------------------------------------
 
--- A name for a new file of some kind. Names come again, so that files are written over.
+-- A name for a new file of some kind. Names repeat, so that files are overwritten.
 local function new_name(kind)
   return string.format("%s/%d.%s", world.folder, below(8), kind)
 end
@@ -85,7 +85,7 @@ act(1, function()
   if world.ok(save_pcx(file, graph, name)) then enter_file(name, "picture") end
 end)
 
--- Cuts a file, or changes some of its bytes. It may be taken for what it was even so.
+-- Truncates a file, or changes some of its bytes. It may still be read as before.
 act(1, function()
   if #world.files == 0 then return end
   local file = pick(world.files)
@@ -112,7 +112,7 @@ end)
 
 -- ---- Reading ------------------------------------------------------------------------------------
 
--- A file of a kind, most of the time, and a key, mostly the right one.
+-- Usually a file of a kind, and usually the right key.
 local function saved_file(kind)
   if one_in(40) then return world.folder .. "/missing", nil end
   for _ = 1, 8 do

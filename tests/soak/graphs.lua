@@ -1,4 +1,4 @@
--- Acts on graphs and libraries: making, drawing on, asking, taking down.
+-- Acts on graphs and libraries: creating, drawing on, querying, unloading.
 
 local chance = require "chance"
 local world = require "world"
@@ -44,7 +44,7 @@ act(30, function()
   world.unload_graph(chance.take(world.graphs))
 end)
 
--- All of one kind.
+-- Unloads all graphs of one kind.
 act(1, function()
   if not one_in(10) then return end
   local unloaded = one_in(2) and map_unload(all_map) or image_unload(all_image)
@@ -204,7 +204,7 @@ act(8, function()
   end
 end)
 
--- ---- Asking -------------------------------------------------------------------------------------
+-- ---- Queries ------------------------------------------------------------------------------------
 
 act(8, function()
   local file, graph = any()

@@ -1,4 +1,4 @@
--- Calls that must fail: what the module reports to the player, and what the player itself refuses.
+-- Calls that must fail: errors that the module reports, and calls that the player itself refuses.
 
 local chance = require "chance"
 local world = require "world"
@@ -7,7 +7,7 @@ local below, between, one_in, pick = chance.below, chance.between, chance.one_in
 
 local failure <const> = -2147483648
 
--- Each returns what the module returned.
+-- Each returns the module's result.
 local reported = {
   function() return map_get_width(pick { -1, 4000 }, 1) end,
   function() return map_put(0, pick { 0, -1, 100000 }, 0, 1000, 1, 1) end,

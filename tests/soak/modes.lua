@@ -21,7 +21,7 @@ local function any_flags()
     pick { 0, mode_centerwindow, mode_donotcenterwindow, mode_centermouse, mode_donotcentermouse }
 end
 
--- A small full screen shows in the middle of the smallest that the display has.
+-- A small full screen is centred in the smallest one that the display has.
 act(4, function()
   local w, h, depth = between(32, 160), between(32, 120), any_depth()
   local form = below(6)
@@ -66,12 +66,12 @@ act(1, function()
   if one_in(20) then set_fps(below(100), below(10)) end
 end)
 
--- The mode that the player starts with, and everything that stays beyond a mode as it was then.
+-- Restores the player's initial mode, and everything that outlives a mode.
 function acts.restore()
   virtualresolution_set(0, 0, 0, 0)
   palette_force(nil)
   screen_set_color(0)
-  -- Another depth first: the surfaces of pixel tests, which grow with the tests, are made anew for it.
+  -- Another depth first: it recreates the surfaces of pixel tests, which grow with the tests.
   mode_set(64, 48, 16, mode_window | mode_donotfade)
   mode_set(320, 200, 8, mode_window | mode_buffercopy | mode_fade | mode_centerwindow |
     mode_donotcentermouse, 0, filter_scale_noscale, filter_scanline_noscanline)

@@ -1,4 +1,5 @@
--- Processes: bodies that move, turn, ask and end in every way, and acts that make and end them.
+-- Processes: bodies that move, rotate, query and end in every way, and acts that create and end
+-- them.
 
 local chance = require "chance"
 local world = require "world"
@@ -48,7 +49,7 @@ local function other(self)
   return #world.processes > 0 and pick(world.processes) or self
 end
 
--- What is asked changes nothing in the run: ids are addresses, which differ from run to run.
+-- Queries don't influence the run: ids are addresses, which differ from run to run.
 local function ask(self)
   local form = below(9)
   if form == 0 then
@@ -95,7 +96,7 @@ local function walker(self, life)
   if one_in(4) then kill(self) end
 end
 
--- Has a variable that is closed however the process ends.
+-- Has a to-be-closed variable, which is closed however the process ends.
 local closing = { __close = function() world.closed = world.closed + 1 end }
 local function closer(self, life)
   world.opened = world.opened + 1
@@ -103,7 +104,7 @@ local function closer(self, life)
   walker(self, life)
 end
 
--- Has fields of its own, a coroutine of its own, and children.
+-- Has its own fields, its own coroutine, and children.
 local function parent(self, life)
   self.notes = { string.rep("note", below(20)) }
   local count = coroutine.wrap(function()

@@ -1,5 +1,4 @@
--- Acts on the screen: the ground, what is drawn for one frame, draw objects, regions, the palette
--- and fades.
+-- Acts on the screen: the ground, drawings for one frame, draw objects, regions, palette and fades.
 
 local chance = require "chance"
 local world = require "world"

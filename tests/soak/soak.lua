@@ -1,11 +1,10 @@
--- The soak: processes, graphs, libraries, files, modes and draw objects come and go under a seeded
--- script for as many frames as wanted. Now and then everything is taken down. Then the module must
--- count what it counted at the start, and hold no more memory and no more descriptors than the
--- first time.
+-- Soak test: creates and destroys processes, graphs, libraries, files, modes and draw objects for N
+-- frames, chosen by a seed. Now and then it unloads everything. Then the module's counters must be
+-- back at their start, with no more memory and descriptors in use than the first time.
 --
--- Arguments, NAME=VALUE: frames (1000000), every (100000) frames it is taken down, seed (1), folder
--- for files (that of the script), memory, the library soak_memory.so; without one only the counters
--- and Lua's own heap are looked at. What the module reports goes to the error output.
+-- Arguments, NAME=VALUE: frames (1000000); every (100000): frames until everything is unloaded;
+-- seed (1); folder for files (that of the script); memory: the library soak_memory.so, without
+-- which only the counters and Lua's heap are checked. The module's reports go to standard error.
 
 local chance = require "chance"
 local world = require "world"
@@ -23,12 +22,12 @@ end
 world.folder = options.folder or "."
 local memory = options.memory and assert(package.loadlib(options.memory, "luaopen_soak_memory"))()
 
--- How much more than at the first measurement each later one may find. Lists have their largest
--- size by then, since the peak is part of every round.
+-- The allowed increase over the first measurement. Lists have reached their largest size by then,
+-- since every round includes the peak.
 local slack = {
   lua = 4096, -- bytes in use by Lua
-  heap = 8192, -- bytes in use of all that malloc gave out
-  resident = 2 << 20, -- bytes of the process in memory: pages that malloc keeps for itself move
+  heap = 8192, -- bytes allocated by malloc
+  resident = 2 << 20, -- bytes of the process in memory: the pages that malloc keeps vary
   descriptors = 0,
 }
 
@@ -41,9 +40,9 @@ for _, name in ipairs { "graphs", "files", "screen", "processes", "modes", "mist
   end
 end
 
--- More of everything than at any other time. Processes come in two waves: the player uses the
--- records of ended ones again, with what they hold, once more than 1024 are at rest. Each wave also
--- makes more requests in a frame than the module's list begins with.
+-- Creates more of everything than at any other time. Processes come in two waves, because the
+-- player reuses records of ended ones, with their memory, once there are more than 1024. Each wave
+-- also makes more requests in a frame than the initial capacity of the module's list.
 local function peak()
   for _ = 1, 300 do world.enter("graphs", map_new(4, 4, 1)) end
   for _ = 1, 12 do world.enter("libraries", fpg_new()) end
@@ -71,7 +70,7 @@ local first, flat = nil, true
 local function measure()
   world.check_counters()
   world.agree("closed variables", world.closed, world.opened)
-  -- The player keeps the last 1000 reports: let them be the same ones every time.
+  -- The player keeps the last 1000 reports: make them the same every time.
   for _ = 1, 1000 do map_get_width(0, -1) end
   collectgarbage()
   collectgarbage()
@@ -127,6 +126,6 @@ while frames < options.frames do
 end
 
 if not flat then error("memory isn't flat", 0) end
-print("every counter is back at its start, every handle was found and taken down, " ..
+print("every counter is back at its start, every handle was found and freed, " ..
   (memory and "memory" or "Lua's heap") .. " is flat")
 quit()

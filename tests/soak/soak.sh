@@ -1,7 +1,7 @@
 #!/bin/sh
-# Plays soak.lua with a folder for its files that goes with it, and shows what was said beside the
-# reports of the module, which the soak provokes by the thousand.
-# usage: soak.sh PLAYER [NAME=VALUE ...]     the names: see soak.lua
+# Plays soak.lua with a temporary folder for its files. After a failure, shows its error output
+# without the module's reports, which the soak provokes by the thousand. usage: soak.sh PLAYER
+# [NAME=VALUE ...]     the names: see soak.lua
 here=$(cd -- "$(dirname -- "$0")" && pwd) || exit 1
 player=$1
 shift
@@ -10,7 +10,7 @@ trap 'rm -rf "$work"' EXIT
 trap 'exit 130' INT TERM HUP
 mkdir "$work/files" || exit 1
 
-# Blocks that a thread keeps for its next request would count as in use.
+# Freed blocks in a thread's cache would count as in use.
 GLIBC_TUNABLES=glibc.malloc.tcache_count=0 "$here/../../tools/run32" "$player" \
   --headless "$here/soak.lua" -- "folder=$work/files" "$@" 2>"$work/log"
 status=$?

@@ -1,5 +1,5 @@
-/* What this process holds, for the soak: memory() gives a table of bytes of the heap in use, bytes
-   resident, and open file descriptors. */
+/* For the soak: memory() returns a table of this process's heap bytes in use, resident bytes and
+   open file descriptors. */
 #include <dirent.h>
 #include <lauxlib.h>
 #include <lua.h>
@@ -17,7 +17,7 @@ static lua_Integer resident_bytes(void) {
 }
 
 static lua_Integer descriptors(void) {
-  lua_Integer count = -1; /* without the one that looks */
+  lua_Integer count = -1; /* without the one of opendir() */
   DIR *folder = opendir("/proc/self/fd");
   if (!folder) return -1;
   for (const struct dirent *entry; (entry = readdir(folder));)
@@ -35,7 +35,7 @@ static int memory(lua_State *L) {
   const struct mallinfo2 info = mallinfo2();
   lua_newtable(L);
   set(L, "heap", (lua_Integer)(info.uordblks + info.hblkhd));
-  malloc_trim(0); /* free pages are no use of memory */
+  malloc_trim(0); /* free pages don't count */
   set(L, "resident", resident_bytes());
   set(L, "descriptors", descriptors());
   return 1;

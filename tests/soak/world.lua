@@ -1,5 +1,5 @@
--- What the soak has made and not yet taken down, as its own books say, and whether the module's
--- counters and the handles agree with them.
+-- The soak's own records of what it has created and not yet deleted, and checks that the module's
+-- counters and handles agree with them.
 
 local chance = require "chance"
 
@@ -9,18 +9,18 @@ local world = {
   folder = ".",
   graphs = {}, -- codes of loose graphs
   libraries = {},
-  regions = {}, -- numbers, region 0 not among them
+  regions = {}, -- numbers, without region 0
   draws = {}, -- ids
   processes = {},
   files = {}, -- { name, key } of each file that was written
-  locks = 0, fixes = 0, -- what the draw functions said they changed, see world.counters
+  locks = 0, fixes = 0, -- changes that the draw functions returned, see world.counters
   closed = 0, opened = 0, -- to-be-closed variables of processes
 }
 
--- No list grows beyond these, but for the peak.
+-- No list grows beyond these, except in the peak.
 world.most = { graphs = 70, libraries = 6, regions = 12, draws = 14, processes = 14,
   files = 24 }
-local library_numbers <const> = 24 -- more than are ever in use, the peak's included
+local library_numbers <const> = 24 -- more than are ever in use, even in the peak
 
 local failure <const> = -2147483648
 
@@ -63,7 +63,7 @@ function world.colour()
     rgba(below(256), below(256), below(256), pick { 0, 80, 255 })
 end
 
--- An opacity: of draw objects in 8-bit modes up to 15.
+-- An opacity; for draw objects in 8-bit modes up to 15.
 function world.alpha(most)
   return one_in(2) and most or below(most + 1)
 end
@@ -88,13 +88,13 @@ function world.shear()
   return one_in(2) and 0 or between(-100, 100)
 end
 
--- A region that is defined, most of the time.
+-- Usually a region that is defined.
 function world.region()
   if one_in(2) or #world.regions == 0 then return 0 end
   return one_in(40) and between(-1, 80) or pick(world.regions)
 end
 
--- flags, alpha, effect, tint: the tail of the longest form of many calls.
+-- Flags, alpha, effect, colour and intensity: the last arguments of many calls.
 function world.look()
   return world.flags(), world.alpha(255), world.effect(), world.colour(), below(256)
 end
@@ -108,12 +108,12 @@ local function code_in_library(library)
   return code
 end
 
--- A loose graph: its code alone.
+-- The code of a loose graph.
 function world.loose()
   return #world.graphs > 0 and pick(world.graphs) or 1000
 end
 
--- File and code of a graph that exists, most of the time.
+-- File and code of a graph that usually exists.
 function world.graph()
   local kind = below(32)
   if kind < 9 and #world.libraries > 0 then
@@ -125,9 +125,9 @@ function world.graph()
   return 0, world.loose()
 end
 
--- ---- Books --------------------------------------------------------------------------------------
+-- ---- Records ------------------------------------------------------------------------------------
 
--- Enters the result of a call that makes a handle into one of the lists.
+-- Adds the result of a call that creates a handle to one of the lists.
 function world.enter(name, handle)
   if not world.ok(handle) then return nil end
   local list = world[name]
@@ -135,7 +135,7 @@ function world.enter(name, handle)
   return handle
 end
 
--- A library that a call may have made by the way.
+-- Adds a library that a call may have created as a side effect.
 function world.enter_library(number)
   for _, known in ipairs(world.libraries) do
     if known == number then return end
@@ -156,9 +156,8 @@ end
 
 -- The module's counters, by the names of their functions.
 --
--- Each draw object that is deleted lowers the counts of fixed and locked ones, whatever it was, and
--- a lock counts each time: that is how they are meant to count. So these two are compared with what
--- the calls said.
+-- Deleting any draw object lowers the counts of fixed and locked ones, and every lock counts, even
+-- of a locked object. Both are intended, so these two are compared with what the calls returned.
 local counters = { "drawsfixed", "drawslocked", "drawspainted", "fpgsloaded", "mapsloaded",
   "regionsdefined" }
 
@@ -183,7 +182,7 @@ local function agree(what, found, expected)
 end
 world.agree = agree
 
--- Raises an error unless every counter is at its start plus what the books hold.
+-- Raises an error unless every counter is at its start plus the recorded objects.
 function world.check_counters()
   local held = { world.fixes, world.locks, #world.draws, #world.libraries,
     #world.graphs, #world.regions }
@@ -198,7 +197,7 @@ local function graphs_in(library)
   return count
 end
 
--- Raises an error unless each handle is what the books say, and the libraries count their graphs.
+-- Raises an error unless each recorded handle exists and the libraries count their graphs.
 function world.audit()
   world.check_counters()
   for _, code in ipairs(world.graphs) do agree("map_exists of " .. code, map_exists(0, code), 1) end
@@ -215,9 +214,9 @@ function world.audit()
   end
 end
 
--- ---- Taking down single things ------------------------------------------------------------------
+-- ---- Deleting single objects --------------------------------------------------------------------
 
--- A graph from a picture file is image_unload's, any other map_unload's.
+-- image_unload unloads graphs from picture files, map_unload all others.
 function world.unload_graph(code)
   agree("unloading graph " .. code, map_unload(code) + image_unload(code), 1)
   agree("map_exists of an unloaded graph", map_exists(0, code), 0)
@@ -229,7 +228,7 @@ function world.delete_draw(id)
   world.fixes, world.locks = world.fixes - 1, world.locks - 1
 end
 
--- ---- Taking down everything ---------------------------------------------------------------------
+-- ---- Unloading everything -----------------------------------------------------------------------
 
 local function kill_processes()
   local ids = {}
@@ -251,7 +250,7 @@ local function unload_libraries()
     end
   end
   world.libraries = {}
-  for code = 1, 999 do fpg_unload_map(0, code) end -- library 0 has them without being loaded
+  for code = 1, 999 do fpg_unload_map(0, code) end -- library 0 holds graphs without being loaded
 end
 
 local function unload_graphs()
@@ -276,8 +275,8 @@ local function undefine_regions()
   world.regions = {}
 end
 
--- Takes everything down, in any order, with a frame between some of the steps: libraries and graphs
--- may go while processes and draw objects still show them.
+-- Unloads everything, in any order, with a frame between some of the steps: libraries and graphs
+-- may be unloaded while processes and draw objects still show them.
 function world.take_down()
   world.forget_dead()
   local steps = { kill_processes, unload_libraries, unload_graphs, delete_draws, undefine_regions }
@@ -285,7 +284,7 @@ function world.take_down()
     chance.take(steps)()
     if one_in(2) then frame() end
   end
-  -- A library that could not be loaded whole stays under its number until that is taken again.
+  -- A library that failed to load keeps its graphs until its number is taken again.
   local numbers = {}
   for i = 1, library_numbers do numbers[i] = fpg_new() end
   for _, number in ipairs(numbers) do fpg_unload(number) end
