@@ -1,4 +1,4 @@
--- First light: a background, and three hundred processes that move over it.
+-- First light: three hundred processes that move over a background.
 --
 -- What to look at: every picture on the screen is a process. It has locals (x, y, z, graph, flags,
 -- alpha ...) that the engine reads once a frame; the script only changes them. Higher z is further
@@ -9,7 +9,7 @@
 local depths = { ["8"] = 8, ["1"] = 16, ["3"] = 32 }
 local bits = tonumber(arg[1]) or 32
 
--- Pictures belong to the mode they were loaded in: a mode change loads them anew.
+-- Pictures belong to the mode they were loaded in, so a mode change reloads them.
 local graphs = {}
 local function set_screen(depth)
   image_unload(all_image)
@@ -22,7 +22,7 @@ end
 
 local width, height = 640, 480
 
--- Flies across the screen, facing where it goes, and turns round beyond the edges.
+-- Flies across the screen, facing its direction, and turns round beyond the edges.
 local function bird(self, speed)
   local phase = math.random() * 6
   local base = self.y

@@ -1,12 +1,12 @@
--- What collision, overlap and the region tests answer, live.
+-- The results of collision, overlap and the region tests, live.
 --
--- Two pictures that can be dragged with the mouse, turned and scaled. The frames around them are
--- the quadrilaterals that overlap() compares; collision() compares the pixels inside them. The
--- panel tells both answers, how much of the chosen picture lies outside the region in the middle,
--- and whether the pointer is on a pixel of it.
+-- Two pictures can be dragged with the mouse, rotated and scaled. The frames around them are the
+-- quadrilaterals that overlap() compares; collision() compares the pixels inside them. The panel
+-- shows both results, how much of the chosen picture lies outside the region in the middle, and
+-- whether the pointer is on one of its pixels.
 --
--- Mouse: drag with the left button. Keys: tab chooses the other picture, left and right turn it, up
--- and down scale it, m mirrors it, space starts and stops the demonstration, escape ends.
+-- Mouse: drag with the left button. Keys: tab chooses the other picture, left and right rotate it,
+-- up and down scale it, m mirrors it, space starts and stops the demonstration, escape ends.
 
 local pressed = require("keys").pressed
 local text = require "text"
@@ -40,7 +40,7 @@ local function move_frame(lines, corners, colour)
   end
 end
 
--- Where the corners of a picture are: control points 1 to 4 of it, put through its transform.
+-- The corners of a picture: its control points 1 to 4, transformed as the picture is.
 local function corners_of(shape)
   local corners = {}
   for point = 1, 4 do
@@ -77,7 +77,7 @@ draw_new(2, plain, 110, whole_screen, region_box.x, region_box.y, x1, y1)
 
 -- ---- The panel ----------------------------------------------------------------------------------
 
--- A line of text that is drawn anew when it changes.
+-- A line of text that is redrawn when it changes.
 local function panel_line(self, line)
   local shown
   self.z = -100

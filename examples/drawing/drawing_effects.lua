@@ -1,11 +1,11 @@
 -- Every effect on one sheet.
 --
--- What to look at: in each cell a piece of a landscape (the destination) covers the left two thirds,
--- and nothing, colour 0, the rest. A bird (the source) is put over both with the effect whose name
--- stands below. The compositing effects, from src to srcxordst, show which of the two remains where;
--- the blends mix the two; the last ones change the bird's own colours. dst keeps the destination and
--- so draws nothing, and 8-bit modes end with srcxordst. At 32 bits the bird has an alpha channel, so
--- that the compositing effects also say what becomes of the destination around it.
+-- What to look at: in each cell a piece of a landscape (the destination) covers the left two
+-- thirds; the rest is empty, colour 0. A bird (the source) is drawn over both with the effect named
+-- below. The compositing effects, from src to srcxordst, choose which of the two remains where; the
+-- blends mix them; the last effects change the bird's own colours. dst keeps the destination and so
+-- draws nothing, and 8-bit modes end with srcxordst. At 32 bits the bird has an alpha channel, so
+-- the compositing effects also change the destination around it.
 --
 -- Keys: 8, 1 and 3 switch to 8, 16 and 32 bits a pixel, escape ends.
 

@@ -1,13 +1,14 @@
--- Draw objects: shapes that are made once and drawn with every frame, by depth among the processes.
+-- Draw objects: shapes that are created once and drawn in every frame, sorted by depth with the
+-- processes.
 --
--- What to look at: three panes of coloured glass stand at depths of their own, and birds fly between
--- them. Behind everything a fan of lines turns. In the window on the right rings grow, cut off by
--- its region. A frame keeps to one of the birds, and sparks fade where the ball has been.
+-- What to look at: three panes of coloured glass have different depths, and birds fly between them.
+-- Behind everything a fan of lines turns. In the window on the right rings grow, clipped by its
+-- region. A frame follows one of the birds, and sparks fade where the ball has been.
 --
--- A locked object has its own z. One that isn't follows the script's draw_z, draw_visible and
--- draw_destination: here the frame and the sparks, all of them at once.
+-- A locked object has its own z. Unlocked objects, here the frame and the sparks, all follow the
+-- script's draw_z, draw_visible and draw_destination.
 --
--- Keys: space hides and shows what isn't locked; 8, 1 and 3 switch to 8, 16 and 32 bits a pixel,
+-- Keys: space hides and shows the unlocked objects; 8, 1 and 3 switch to 8, 16 and 32 bits a pixel,
 -- escape ends.
 
 local text = require "text"
@@ -25,12 +26,12 @@ local function colour(r, g, b)
   return rgb(r, g, b)
 end
 
--- An opacity in percent, as the mode counts it: 8-bit modes have 16 steps.
+-- Converts an opacity in percent to the mode's range: 8-bit modes have 16 steps.
 local function alpha(percent)
   return percent * (mode_get_bpp() == 8 and 15 or 255) // 100
 end
 
--- An object of its own depth.
+-- Locks a draw object and sets its depth.
 local function locked(z, ...)
   local id = draw_new(...)
   draw_lock(id)
@@ -45,12 +46,12 @@ local function pane(x, z, r, g, b)
   local edge = locked(z - 1, rectangle, white, alpha(100), screen_region, x, 90, x + 110, 330)
   local ink = mode_get_bpp() == 8 and 15 or rgbx(255, 255, 255)
   text.centre(x + 55, 338, "pane at z " .. z, ink)
-  -- The short form of draw_move checks the opacity that the long one was given last, which may have
-  -- been in another mode. After this it is one of this mode.
+  -- The short form of draw_move checks the last opacity passed to the long form, perhaps in another
+  -- mode. This call sets it to one of this mode.
   draw_move(edge, white, alpha(100), x, 90, x + 110, 330)
 end
 
--- Flies from left to right and begins anew.
+-- Flies from left to right and starts again.
 local function bird(self, speed)
   local base = self.y
   while true do
@@ -65,7 +66,7 @@ end
 local function fan()
   local objects, step, bits = {}, 0, 0
   while true do
-    if bits ~= mode_get_bpp() then -- made anew in every mode
+    if bits ~= mode_get_bpp() then -- recreated in every mode
       bits = mode_get_bpp()
       for i = 1, 12 do
         objects[i] = locked(100, line, colour(255, 200, 20 * i), alpha(60), screen_region, 0, 0, 0, 0)
@@ -81,7 +82,7 @@ local function fan()
   end
 end
 
--- Rings that grow inside a window; what reaches out of its region isn't drawn.
+-- Rings that grow inside a window; its region clips them.
 local function rings()
   local objects, step, bits = {}, 0, 0
   while true do
@@ -103,7 +104,7 @@ local function rings()
   end
 end
 
--- A frame around a process: not locked, so in front of everything as draw_z says.
+-- A frame around a process. It isn't locked, so draw_z puts it in front of everything.
 local function follow(_, whom)
   local object, bits = nil, 0
   while true do
@@ -116,12 +117,12 @@ local function follow(_, whom)
   end
 end
 
--- One spark: it fades, and is deleted.
+-- One spark, which fades and is deleted.
 local function spark(_, x, y)
   local bits = mode_get_bpp()
   local object
   for percent = 90, 10, -4 do
-    if bits ~= mode_get_bpp() then return end -- went with the mode
+    if bits ~= mode_get_bpp() then return end -- deleted by the mode change
     local r = (100 - percent) // 8
     if not object then
       object = draw_new(filled_ellipse, colour(255, 160, 60), alpha(percent), screen_region, x, y, x, y)

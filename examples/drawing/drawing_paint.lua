@@ -2,20 +2,20 @@
 --
 --   ./orb play examples/drawing/drawing_paint.lua [-- [DEPTH] [demo]]
 --
--- A shape is drawn on a layer of its own. The layer is put, with the chosen effect and opacity, on
--- the copy of the picture that is shown, and when the button is released on the picture itself: the
--- calls that preview are the calls that paint. The tools are in paint_tools.lua.
+-- A shape is drawn on a separate layer. With the chosen effect and opacity the layer is drawn on
+-- the displayed copy of the picture and, when the button is released, on the picture itself: the
+-- same calls preview and paint. The tools are in paint_tools.lua.
 --
--- Mouse: the left button uses the tool and the panels; a setting goes down on the left half of its
--- box, up on the right half. The right button takes the colour under the pointer.
+-- Mouse: the left button uses the tool and the panels; the left half of a setting's box lowers it,
+-- the right half raises it. The right button takes the colour under the pointer.
 -- Keys, tools: p pen, l line, r rectangle, c circle, e ellipse, f fill, s stamp, t tile, b block
 -- (what it takes is the next stamp), i takes a colour. Settings, with shift the other way: x
 -- filled, w width, d size of stamps, a angle, m flags, o opacity, k effect.
--- z undoes, y does it again, n begins a new sheet, g saves a PNG under a new name, escape ends.
+-- z undoes, y redoes, n starts a new sheet, g saves a PNG under a new name, escape ends.
 --
--- Compositing effects (src to srcxordst) reach what is around a shape, too: dstinsrc leaves of the
--- picture only what the shape covers. 8-bit modes know no opacity but that of the ghost flags, and
--- no effects from additiveblend on.
+-- Compositing effects (src to srcxordst) also change what is around a shape: dstinsrc keeps only
+-- the part of the picture that the shape covers. 8-bit modes have no opacity except that of the
+-- ghost flags, and no effects from additiveblend on.
 --
 -- Arguments: the depth, 8, 16 or 32 bits a pixel; "demo" paints a landscape by itself
 -- before the mouse takes over.
@@ -43,7 +43,7 @@ local function words(line)
   return list
 end
 
--- ---- What can be chosen -------------------------------------------------------------------------
+-- ---- Choices ------------------------------------------------------------------------------------
 
 local colours = words [[
   1c1c24 4a4a58 8a8a98 c8c8d4 ffffff 5a2a1e 8a4a2a b87848 e0b080 f8e0c0 8a1c2c d83838 f07838 f8b830
@@ -57,7 +57,7 @@ local effects = words [[
   srccleardst srcxordst additiveblend subtractiveblend multiplyblend averageblend screenblend rblend
   gblend bblend rgblend rbblend gbblend andblend orblend xorblend invert rinvert ginvert binvert
   rginvert rbinvert gbinvert grayscale rscale gscale bscale rgscale rbscale gbscale tint]]
-if depth == 8 then effects = table.move(effects, 1, 13, 1, {}) end -- 8-bit modes end there
+if depth == 8 then effects = table.move(effects, 1, 13, 1, {}) end -- 8-bit modes have no more
 
 local widths = { 1, 2, 3, 4, 6, 8, 12, 16, 24, 32, 48, 64 }
 local sizes = { 10, 20, 35, 50, 75, 100, 125, 150, 200, 300, 400 }
@@ -87,7 +87,7 @@ local stamps = {}
 for i, name in ipairs { "bird", "cloud", "star", "ball", "meteor1", "ship", "spark" } do
   stamps[i] = { name = name, graph = image_load("../assets/" .. name .. ".png") }
 end
-stamps[8] = { name = "block" } -- has a graph when a block has been taken
+stamps[8] = { name = "block" } -- has a graph once a block has been taken
 
 -- ---- The picture --------------------------------------------------------------------------------
 
@@ -95,16 +95,16 @@ local white = colour_of "ffffff"
 local paint = {
   sheet = sheet,
   picture = map_new(sheet.w, sheet.h, white),
-  layer = map_new(sheet.w, sheet.h), -- the shape in hand; 0 is nothing
+  layer = map_new(sheet.w, sheet.h), -- the current shape; 0 is empty
   colour = colour_of(colours[1]),
   stamp = stamps[1],
   block = stamps[8],
-  colours = colours, stamps = stamps, settings = settings, -- what the panels offer
+  colours = colours, stamps = stamps, settings = settings, -- the choices in the panels
   colour_of = colour_of,
   step = step,
 }
 function paint.value(name) return settings[name].values[settings[name].at] end
--- Opacity, effect and the effect's colour and intensity, as drawing functions want them.
+-- Opacity, effect and the effect's colour and intensity, as arguments of drawing functions.
 function paint.effect()
   return paint.value "opacity", _G["fx_" .. paint.value "effect"], paint.colour, 160
 end
@@ -112,7 +112,7 @@ end
 local tools = require "paint_tools" (paint)
 paint.tool = tools.pen
 
-local shown = map_new(sheet.w, sheet.h, white) -- the picture with the stroke in hand
+local shown = map_new(sheet.w, sheet.h, white) -- the picture with the current stroke
 
 local function put_stroke(graph, s)
   if s.tool.put then
@@ -143,9 +143,9 @@ local function go(from, to)
   paint.picture = table.remove(from)
 end
 
-local notice -- stands in the title until the next click or key
+local notice -- shown in the title until the next click or key
 
--- The first of paint_001.png, paint_002.png ... that isn't there yet: neither beside the script,
+-- The first of paint_001.png, paint_002.png ... that doesn't exist yet, neither beside the script,
 -- where a name is looked up first, nor in the current folder.
 local function free_name()
   local taken = {}
@@ -159,7 +159,7 @@ end
 
 local function save()
   local name = free_name()
-  -- With --strict the player makes an error of what otherwise is a failure value.
+  -- With --strict a failure value becomes an error.
   local called, result = pcall(image_save, 0, paint.picture, name, img_format_png)
   notice = called and result == 1 and "saved as " .. name or "could not be saved"
 end
@@ -173,10 +173,10 @@ paint.actions = {
 
 local panels = require "paint_panels" (paint, tools)
 
--- ---- What moves ---------------------------------------------------------------------------------
+-- ---- Processes ----------------------------------------------------------------------------------
 
 local pointer = { x = 320, y = 200, left = false, right = false }
-local stroke -- from the button's going down until it is released
+local stroke -- from the press of the button until its release
 
 local function on_sheet()
   return pointer.x >= sheet.x and pointer.y >= sheet.y and pointer.y < sheet.y + sheet.h
@@ -193,7 +193,7 @@ local function title_line()
   return line
 end
 
--- The title, as a process that is drawn anew when it changes.
+-- The title, a process that is redrawn when it changes.
 local function title(self)
   local line
   self.x, self.y = 6, 6
@@ -221,8 +221,8 @@ local function arrow(self)
   end
 end
 
--- Around the pointer a ring as wide as the brush, and around a stroke that takes or covers a
--- rectangle its border: draw objects, shown while they mean something.
+-- Draw objects: a ring around the pointer, as wide as the brush, and the border of a stroke that
+-- takes or covers a rectangle. Shown only while they apply.
 local rectangle, ellipse = 2, 4
 local opaque = depth == 8 and 15 or 255
 region_define(1, sheet.x, sheet.y, sheet.w, sheet.h)

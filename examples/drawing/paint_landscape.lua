@@ -2,8 +2,7 @@
 --
 --   spawn(require "paint_landscape", {}, paint, tools, panels, pointer)
 
--- One stroke a row: the tool, the points that it goes through, and the settings that differ from
--- the plain ones.
+-- One stroke a row: the tool, its points, and the settings that differ from the defaults.
 local plain = {
   filled = "yes", width = 1, size = 100, angle = 0, flags = "normal", opacity = 255,
   effect = "solid",
@@ -24,13 +23,13 @@ local steps = {
   { tool = "stamp", 372, 100, stamp = "cloud", size = 150, opacity = 192, flags = "hmirror" },
   { tool = "stamp", 500, 50, stamp = "cloud", size = 200, flags = "ghost_hmirror" },
 
-  -- Hills, the further the paler.
+  -- Hills, paler with distance.
   { tool = "ellipse", 300, 170, -120, 420, colour = "38a0b8", opacity = 160 },
   { tool = "ellipse", 150, 190, 480, 420, colour = "1c6880", opacity = 160 },
   { tool = "ellipse", 230, 140, 650, 460, colour = "389040" },
   { tool = "ellipse", 330, 210, -180, 460, colour = "70c048" },
 
-  -- A brick wall: two courses painted below, where the lake will be, taken and tiled.
+  -- A brick wall: two courses are painted where the lake will be, then taken and tiled.
   { tool = "rectangle", 20, 330, 35, 341, colour = "b87848" },
   { tool = "line", 20, 335, 35, 335, colour = "e0b080" },
   { tool = "line", 20, 341, 35, 341, colour = "e0b080" },
@@ -39,7 +38,7 @@ local steps = {
   { tool = "block", 20, 330, 35, 341 },
   { tool = "tile", 380, 220, 475, 279 },
 
-  -- The roof is filled within its outline. A window, taken for the other one; a door, a chimney.
+  -- The roof is filled inside its outline. A window, copied for the other one; a door, a chimney.
   { tool = "line", 368, 222, 428, 176, colour = "8a1c2c", width = 4 },
   { tool = "line", 428, 176, 488, 222, colour = "8a1c2c", width = 4 },
   { tool = "line", 368, 222, 488, 222, colour = "8a1c2c", width = 4 },
@@ -53,7 +52,7 @@ local steps = {
   { tool = "rectangle", 419, 240, 437, 279, colour = "5a2a1e" },
   { tool = "circle", 433, 262, 433, 263, colour = "f8b830" },
 
-  -- A tree, taken with the green around it for others, smaller and mirrored.
+  -- A tree, taken with the green around it and repeated smaller and mirrored.
   { tool = "rectangle", 116, 250, 123, 284, colour = "5a2a1e" },
   { tool = "circle", 118, 238, 118, 258, colour = "205c30" },
   { tool = "circle", 108, 246, 108, 256, colour = "205c30" },
@@ -74,7 +73,7 @@ local steps = {
   { tool = "stamp", 520, 270, stamp = "star", size = 35, effect = "tint", colour = "e888c8" },
   { tool = "stamp", 540, 286, stamp = "star", size = 35, effect = "invert" },
 
-  -- The lake is what stands above it, upside down under ghostly blue.
+  -- The lake mirrors what is above it, under translucent blue.
   { tool = "rectangle", 0, 300, 567, 399, colour = "2848a8" },
   { tool = "block", 0, 200, 567, 299 },
   { tool = "stamp", 284, 350, stamp = "block", flags = "ghost_vmirror" },

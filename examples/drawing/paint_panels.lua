@@ -82,7 +82,7 @@ return function(paint, tools)
     end
   end
 
-  -- Presses what is at (x, y), if anything is.
+  -- Presses the button at (x, y), if there is one.
   function panels.press(x, y)
     for _, b in ipairs(buttons) do
       local dx, dy = x - b.x, y - b.y

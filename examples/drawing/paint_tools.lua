@@ -2,16 +2,16 @@
 --
 --   local tools = require "paint_tools" (paint)
 --
--- `paint` holds what they work on: the graphs `picture` and `layer`, as large as `sheet` says, the
--- `colour`, the `stamp`, and value(name) of a setting. What a tool has says how it is used:
+-- `paint` holds what they work on: the graphs `picture` and `layer` in the size of `sheet`, the
+-- `colour`, the `stamp`, and value(name) of a setting. A tool may have these fields:
 --
---   shape(s)       draws the stroke s on the layer, where 0 is nothing
---   put(graph, s)  draws it on the picture, or on the copy that is shown
---   done(s)        what else happens at the end of a stroke
+--   shape(s)       draws the stroke s on the layer, where 0 is empty
+--   put(graph, s)  draws it on the picture, or on the displayed copy
+--   done(s)        called at the end of a stroke
 --   icon(x, y, ink) draws its icon on the ground, around (x, y)
---   grows          the layer isn't cleared while the stroke goes on
---   once           the shape is drawn when the button goes down, and stays
---   hovers         it shows without a button
+--   grows          the layer isn't cleared during a stroke
+--   once           the shape is drawn once, when the button is pressed
+--   hovers         shown without a button
 --   marks          the rectangle of the stroke is marked
 --
 -- A stroke goes from (x0, y0) to (x, y), and was at (last_x, last_y) a frame ago.
@@ -31,7 +31,7 @@ return function(paint)
     if x1 >= x0 and y1 >= y0 then return x0, y0, x1 - x0 + 1, y1 - y0 + 1 end
   end
 
-  -- A line as wide as chosen: a row of discs.
+  -- A line of the chosen width: a row of discs.
   local function brush(x0, y0, x1, y1)
     map_put_line(0, layer, x0, y0, x1, y1, paint.colour)
     local radius = value "width" // 2
@@ -44,8 +44,8 @@ return function(paint)
     end
   end
 
-  -- A filled shape; unless it is to stay filled, nothing is put over all but its border.
-  -- put(inset, colour) draws it, smaller by the inset on every side.
+  -- Draws a filled shape and, unless it should stay filled, clears all but its border. put(inset,
+  -- colour) draws it smaller by the inset on every side.
   local function outlined(put)
     put(0, paint.colour)
     if value "filled" == "no" then put(value "width", 0) end
@@ -67,8 +67,8 @@ return function(paint)
     end)
   end
 
-  -- Everything of one colour that hangs together. Rows are filled from end to end, so one pixel of
-  -- the layer tells whether a run has been.
+  -- Fills a connected area of one colour. Runs are filled from end to end, so one pixel of the
+  -- layer shows whether a run is done.
   local function flood(s)
     if s.x < 0 or s.y < 0 or s.x >= sheet.w or s.y >= sheet.h then return end
     local from = map_get_pixel(0, paint.picture, s.x, s.y)
@@ -102,9 +102,9 @@ return function(paint)
       tfm_hsr, _G["flg_" .. value "flags"], paint.effect())
   end
 
-  -- Repeats the stamp over a graph w x h, the first one in its corner. The tile functions know
-  -- neither size nor angle nor mirrors, and number the effects otherwise for graphs with an alpha
-  -- channel: a stamp that isn't plain is put again and again.
+  -- Repeats the stamp over a graph of w x h, starting in its corner. The tile functions support no
+  -- size, angle or mirrors, and number the effects differently for graphs with an alpha channel, so
+  -- a stamp that isn't plain is drawn one by one.
   local function tile_all(graph, w, h)
     local one, size, flags = paint.stamp.graph, value "size", value "flags"
     local x, y = map_get_xcenter(0, one), map_get_ycenter(0, one)
@@ -122,7 +122,7 @@ return function(paint)
     end
   end
 
-  -- Tiles cover a whole graph, so the rectangle becomes one for the time.
+  -- Tiles cover a whole graph, so the rectangle becomes a temporary graph.
   local function put_tiles(graph, s)
     local x, y, w, h = box_of(s)
     if not x then return end

@@ -1,11 +1,11 @@
--- A folder as a picture book: every picture in it, whatever its format, and all of them in one file.
+-- Shows every picture in a folder, whatever its format, and packs them all into one file.
 --
 --   ./orb play examples/files/files_gallery.lua [FOLDER [DEPTH]]
 --
--- What to look at: the pictures, with their names and sizes and an A where there is an alpha
--- channel. Below, the library that they are packed into, saved plain, compressed and enciphered
--- under a key; each file is loaded again, and what came back is shown and compared with what went
--- in, to the last pixel, control point and letter.
+-- What to look at: the pictures, with their names and sizes, and an A for an alpha channel. Below,
+-- the library that they are packed into, saved plain, compressed and enciphered with a key. Each
+-- file is loaded again, shown, and compared with the original, to the last pixel, control point and
+-- letter.
 --
 -- Keys: left and right turn the pages, escape ends.
 
@@ -26,15 +26,17 @@ local function colour(r, g, b)
   return rgb(r, g, b)
 end
 
--- ---- Loading --------------------------------------------------------------------------------------
+-- ---- Loading
+-- --------------------------------------------------------------------------------------
 
--- The pictures of the folder, and the names of the files that aren't any, or too deep for the mode.
+-- The pictures of the folder, and the names of files that aren't pictures or are too deep for the
+-- mode.
 local function load_pictures()
   local pictures, others = {}, {}
   local names, problem = list_folder(folder)
   if not names then error(problem, 0) end
   for _, name in ipairs(names) do
-    -- With --strict the player makes an error of what otherwise is a failure value.
+    -- With --strict a failure value becomes an error.
     local called, graph = pcall(image_load, folder .. "/" .. name)
     if called and graph >= 0 then
       pictures[#pictures + 1] = { name = name, graph = graph }
@@ -45,25 +47,26 @@ local function load_pictures()
   return pictures, others
 end
 
--- A MAP file, wherever it came from, is freed by the function for maps.
+-- map_unload frees graphs from MAP files, even those that image_load has loaded.
 local function unload(graph)
   return image_unload(graph) + map_unload(graph)
 end
 
--- ---- Pages ----------------------------------------------------------------------------------------
+-- ---- Pages
+-- ----------------------------------------------------------------------------------------
 
 -- A graph, scaled to fit a box about (x, y).
 local function put_fitting(file, graph, x, y, width, height)
   local w, h = map_get_width(file, graph), map_get_height(file, graph)
   local size = math.max(1, math.min(100 * width // w, 100 * height // h, 200))
-  -- It is placed by its pivot, which may be anywhere.
+  -- A graph is positioned by its pivot, which may be anywhere.
   local dx = (graphic_info(file, graph, 2) - w // 2) * size // 100
   local dy = (graphic_info(file, graph, 3) - h // 2) * size // 100
   local opaque = depth == 32 and map_has_alphachannel(file, graph) == 0
   ground_xput(file, graph, x + dx, y + dy, 0, size, opaque and flg_nokey or flg_normal, 0)
 end
 
--- Squares of two greys, so that what is transparent shows.
+-- Squares of two greys, which show through transparent pixels.
 local function put_squares(x, y, width, height)
   local side = 12
   ground_put_rect(x, y, x + width - 1, y + height - 1, colour(88, 88, 96), 1)
@@ -75,7 +78,7 @@ local function put_squares(x, y, width, height)
   end
 end
 
--- The last letters of a name that fit a cell.
+-- As many last letters of a name as fit a cell.
 local function shortened(name)
   local most = frame_width // text.width
   return #name <= most and name or ".." .. name:sub(-(most - 2))
@@ -105,7 +108,8 @@ local function put_page(pictures, others, page)
   end
 end
 
--- ---- One file -------------------------------------------------------------------------------------
+-- ---- One file
+-- -------------------------------------------------------------------------------------
 
 local ways = {
   { name = "plain", compression = 0 },
@@ -120,14 +124,14 @@ local function bytes_of(file_name)
   return bytes
 end
 
--- Everything that a graph is: its MAP file, but for the id, which libraries don't keep.
+-- The whole graph as its MAP file, except for the id, which libraries don't store.
 local function contents(library, code, scratch)
   map_save(library, code, scratch)
   local bytes = bytes_of(scratch)
   return bytes:sub(1, 12) .. bytes:sub(17)
 end
 
--- Saves the library in one way, loads it again and puts what came back in a strip.
+-- Saves the library in one way, loads it again and shows the result in a strip.
 local function show_way(library, count, way, y)
   local file_name, scratch = os.tmpname(), os.tmpname()
   fpg_save(library, file_name, way.compression, way.key)

@@ -1,8 +1,8 @@
 -- Meteors: shoot the rocks before they hit you.
 --
--- A complete small game. Every rock, shot, spark and the ship is a process; whether two of them
--- touch is asked of their pixels with collision(). Large rocks break into small ones, small ones
--- into dust; each wave has one rock more.
+-- A complete small game. Every rock, shot, spark and the ship is a process; collision() compares
+-- their pixels to find whether two of them touch. Large rocks break into small ones, small ones
+-- into dust; each wave has one more rock.
 --
 -- Keys: left and right turn, up accelerates, space shoots, p pauses, return starts again after the
 -- end, escape ends. Argument: "demo" lets the game play by itself.
@@ -27,19 +27,19 @@ ground_put(0, picture "space", width // 2, height // 2)
 local score, lives, wave, best = 0, 3, 0, 0
 local over, paused = false, false
 local ship
-local rocks = {} -- those that fly: process -> true
+local rocks = {} -- the flying ones: process -> true
 
 local random = math.random
 local function between(low, high) return low + random() * (high - low) end
 
--- Ends a turn; in a pause no turn begins.
+-- Ends a turn, and waits during a pause.
 local function turn()
   repeat frame() until not paused
 end
 
--- ---- Things that fly ----------------------------------------------------------------------------
+-- ---- Flying things ------------------------------------------------------------------------------
 
--- One step of a body, which comes back on the other side of the screen.
+-- Moves a body one step; it reappears on the other side of the screen.
 local function fly(self, body, margin)
   body.x = (body.x + body.dx + margin) % (width + 2 * margin) - margin
   body.y = (body.y + body.dy + margin) % (height + 2 * margin) - margin
@@ -110,13 +110,13 @@ end
 
 -- ---- The ship -----------------------------------------------------------------------------------
 
--- What the player wants: turn (-1, 0, 1), thrust and fire.
+-- The player's input: turn (-1, 0, 1), thrust and fire.
 local function read_keys()
   local turning = (key "left" and 1 or 0) - (key "right" and 1 or 0)
   return turning, key "up", key "space"
 end
 
--- The demo turns to where the nearest rock is, and fires when it points there.
+-- The demo turns towards the nearest rock, and fires when it points there.
 local function autopilot(self)
   local nearest, distance = nil, 1e9
   for other in pairs(rocks) do
@@ -157,7 +157,7 @@ end
 
 -- ---- The course of the game ---------------------------------------------------------------------
 
--- A line of text as a process, drawn anew when it changes.
+-- A line of text as a process, redrawn when it changes.
 local function label(self, line, size)
   local shown
   while true do
@@ -181,7 +181,7 @@ end
 local function start_wave()
   wave = wave + 1
   for _ = 1, wave + 3 do
-    -- Away from the middle, where the ship is.
+    -- Away from the centre, where the ship is.
     local angle = between(0, 2 * math.pi)
     spawn(rock, {}, width / 2 + 300 * math.cos(angle), height / 2 + 220 * math.sin(angle), 100)
   end

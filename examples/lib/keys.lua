@@ -1,7 +1,7 @@
--- Keys that do something once a press.
+-- Keys that act once a press.
 --
 --   local keys = require "keys"
---   if keys.pressed "p" then ... end      asked once a frame
+--   if keys.pressed "p" then ... end      call it once a frame
 
 local keys = {}
 

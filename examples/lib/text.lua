@@ -4,7 +4,7 @@
 --   text.put(10, 20, "hello", rgb(255, 255, 255))            on the ground
 --   local graph = text.graph("score", 3, rgb(255, 255, 255)) as a graph for a process
 --
--- Capitals, digits and some signs, 5 x 7 pixels each; small letters are drawn as capitals.
+-- Capitals, digits and some signs, 5 x 7 pixels each; lower case is drawn as capitals.
 
 local text = { width = 6, height = 9 }
 

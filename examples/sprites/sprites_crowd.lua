@@ -1,4 +1,4 @@
--- Ten thousand sprites with effects, and the frames a second that come of it.
+-- Ten thousand sprites with effects, and the resulting frames a second.
 --
 -- Usage: ./orb play examples/sprites/sprites_crowd.lua [-- SPRITES [BITS]]
 -- The number in the corner is the module's own count; set_fps(0, 0) lets it run as fast as it can.
@@ -15,7 +15,7 @@ local ball = image_load("../assets/ball.png")
 ground_put(0, back, 320, 240)
 set_fps(0, 0)
 
--- What a sprite may look like. 8-bit modes have copies, ghosts and compositing only.
+-- The looks of sprites. 8-bit modes have only copies, ghosts and compositing.
 local looks = {
   {}, { flags = flg_ghost }, { flags = flg_hmirror }, { flags = flg_vmirror, size = 60 },
 }

@@ -1,8 +1,8 @@
--- One sprite in every way that a picture can be put on a surface.
+-- One sprite, drawn in every way.
 --
 -- Rows: natural and mirrored; scaled; rotated; sheared, in all six orders of shear (h), scale (s)
--- and rotation (r); ghost and no key; blocks and tiles. Everything is drawn on the ground at once;
--- the turning bird on the right is a process.
+-- and rotation (r); ghost and no key; blocks and tiles. All of it is drawn on the ground once; the
+-- rotating bird on the right is a process.
 --
 -- Keys: 8, 1 and 3 switch to 8, 16 and 32 bits a pixel, escape ends.
 
@@ -59,7 +59,7 @@ local function draw_sheet()
   put(530, 140, "alpha 128", { alpha = 128 })
   put(530, 230, "ghost turned", { flags = flg_ghost, angle = 315000 })
 
-  -- Blocks: the bird cut into four, and the four put back a little apart.
+  -- Blocks: the bird cut into four pieces, drawn a little apart.
   for column = 0, 1 do
     for row = 0, 1 do
       ground_put_block(0, bird, 30 + column * 36, 385 + row * 28, column * 30, row * 22, 30, 22)
@@ -72,7 +72,7 @@ local function draw_sheet()
   label(370, 450, "tiles")
 end
 
--- Turns, grows and shrinks.
+-- Rotates, grows and shrinks.
 local function acrobat(self)
   local step = 0
   while true do

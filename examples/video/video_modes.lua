@@ -1,11 +1,11 @@
 -- Every kind of display mode, one after the other.
 --
--- A walk through windows at each depth, 2x and Scale2x, scan lines of all strengths, virtual
+-- A tour of windows at each depth, 2x and Scale2x, scan lines of all strengths, virtual
 -- resolutions with and without their aspect ratio, the full screens that the display offers, one
 -- with borders, one that flips its pages, and fades to black, to a tint and to full brightness.
--- The line at the top says what is shown and what the display made of it.
+-- The line at the top names the mode and what the display made of it.
 --
--- Keys: right and left go on and back, space stops and starts the walk, escape ends.
+-- Keys: right and left go on and back, space stops and starts the tour, escape ends.
 -- Arguments: frames that a step lasts (60), and "window" to leave full screens out.
 
 local pressed = require("keys").pressed
@@ -17,7 +17,7 @@ local windows_only = arg[2] == "window"
 local depths = { 8, 16, 32 }
 local graphs = {}
 
--- ---- What is shown ------------------------------------------------------------------------------
+-- ---- The picture --------------------------------------------------------------------------------
 
 -- An 8-bit mode has no rgb(); the default palette has white at 15.
 local function white()
@@ -41,7 +41,7 @@ local function load_pictures()
 end
 
 -- A background of the mode's size with steps of red, green, blue and grey at the bottom, and rings
--- whose stairs tell Scale2x from plain doubling.
+-- whose steps distinguish Scale2x from plain doubling.
 local function draw_ground(title)
   load_pictures()
   local w, h = mode_get_width(), mode_get_height()
@@ -94,7 +94,7 @@ end
 
 -- ---- The steps ----------------------------------------------------------------------------------
 
--- Each has a title and a function that sets its mode and returns whether the display has it.
+-- Each has a title and a function that sets its mode and returns whether the display supports it.
 local steps = {}
 local function step(title, set)
   steps[#steps + 1] = { title = title, set = set }
@@ -139,7 +139,7 @@ for _, depth in ipairs(depths) do
   end
 end
 
--- Full screens: whatever sizes this display lists at each depth.
+-- Full screens: the sizes that this display lists at each depth.
 local sizes = { { 320, 200 }, { 320, 240 }, { 320, 400 }, { 360, 240 }, { 360, 360 }, { 376, 282 },
   { 400, 300 }, { 512, 384 }, { 640, 400 }, { 640, 480 }, { 800, 600 }, { 848, 480 }, { 960, 600 },
   { 1024, 768 }, { 1152, 864 }, { 1280, 720 }, { 1280, 768 }, { 1280, 800 }, { 1280, 960 },
@@ -200,7 +200,7 @@ for _, depth in ipairs(depths) do
   end
 end
 
--- ---- The walk -----------------------------------------------------------------------------------
+-- ---- The tour -----------------------------------------------------------------------------------
 
 local at, age, stopped = 1, 0, false
 
@@ -211,7 +211,7 @@ local function show(direction)
       draw_ground(current.title)
       break
     end
-    at = (at - 1 + direction) % #steps + 1 -- a size that the display can't show after all
+    at = (at - 1 + direction) % #steps + 1 -- the display can't show this size after all
   end
   age = 0
 end

@@ -1,9 +1,9 @@
--- What 256 colours can do: pictures that move although no pixel changes.
+-- Palette effects: pictures that move although no pixel changes.
 --
 -- Three pictures, one after the other: a plasma whose colours roll; a waterfall whose water flows
--- because its ranges of the palette roll, with the palette of its own picture; and the same pixels by
--- night, with a palette taken from another picture. Between them the 8-bit screen fades to black and
--- back. The strip at the bottom shows the palette.
+-- because its ranges of the palette roll, with the palette of its own picture; and the same pixels
+-- by night, with a palette taken from another picture. Between them the 8-bit screen fades to black
+-- and back. The strip at the bottom shows the palette.
 --
 -- Keys: 1, 2 and 3 go to a picture, space stops and starts the rolling, f flashes, escape ends.
 -- Argument: frames that a picture lasts (300).
@@ -67,7 +67,7 @@ local scenes = {
     palette = function() palette_load("../assets/night.png") end },
 }
 
--- ---- What stays on the ground ------------------------------------------------------------------
+-- ---- The ground -------------------------------------------------------------------------------
 
 local function fill(x0, y0, width, height, colour)
   for y = y0, y0 + height - 1 do
@@ -92,7 +92,7 @@ local function turn(scene)
   frame()
 end
 
--- Fades all three channels to a percentage while the colours go on rolling.
+-- Fades all three channels to a percentage while the colours keep rolling.
 local function fade_to(percent, speed, scene)
   screen_fade(percent, percent, percent, speed)
   while fading ~= 0 do turn(scene) end
