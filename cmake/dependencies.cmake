@@ -1,7 +1,7 @@
-# The libraries everything stands on, each as an imported target orb::NAME.
+# The libraries that everything uses, each as an imported target orb::NAME.
 #
-# They are looked up by header and library file: in a sysroot, on an i386 system and among
-# multiarch packages that finds the 32-bit ones, where sdl-config and the like would not.
+# They are looked up by header and library file. In a sysroot, on an i386 system and among multiarch
+# packages that finds the 32-bit ones; sdl-config and the like would not.
 
 if(NOT CMAKE_LIBRARY_ARCHITECTURE MATCHES "^i[3-6]86-")
   set(CMAKE_LIBRARY_ARCHITECTURE i386-linux-gnu)
@@ -9,7 +9,7 @@ endif()
 
 # orb_find(NAME name HEADER header LIBRARIES lib... [SUFFIXES dir...] [PACKAGE debian-package]
 #          [OPTIONAL])
-# Makes orb::name, or stops with the package to install; optional ones are just left out.
+# Defines orb::name, or stops and names the package to install; optional ones are skipped.
 function(orb_find)
   cmake_parse_arguments(arg "OPTIONAL" "NAME;HEADER;PACKAGE" "LIBRARIES;SUFFIXES" ${ARGN})
   string(TOUPPER "ORB_${arg_NAME}" prefix)
@@ -37,20 +37,20 @@ function(orb_find)
   endif()
 endfunction()
 
-# The module's.
+# The module.
 orb_find(NAME sdl HEADER SDL.h SUFFIXES SDL LIBRARIES SDL SDL-1.2 PACKAGE libsdl1.2-dev)
 orb_find(NAME png HEADER png.h LIBRARIES png16 png PACKAGE libpng-dev)
 orb_find(NAME zlib HEADER zlib.h LIBRARIES z PACKAGE zlib1g-dev)
 orb_find(NAME jpeg HEADER jpeglib.h LIBRARIES jpeg PACKAGE libjpeg62-turbo-dev)
 orb_find(NAME lcms2 HEADER lcms2.h LIBRARIES lcms2 PACKAGE liblcms2-dev)
 
-# The reference host's. Lua's C build, not its C++ one: a coroutine that yields, as every process
-# does every frame, costs a longjmp there, and a C++ exception in the other.
+# The reference host. Lua's C build, not its C++ one: when a coroutine yields, as every process does
+# every frame, the C build uses longjmp, the other a C++ exception.
 orb_find(NAME lua HEADER lua.hpp SUFFIXES lua5.4 LIBRARIES lua5.4 lua PACKAGE liblua5.4-dev)
 orb_find(NAME sodium HEADER sodium.h LIBRARIES sodium PACKAGE libsodium-dev)
 orb_find(NAME cli11 HEADER CLI/CLI.hpp PACKAGE libcli11-dev)
 
-# The tests' and the benchmarks'.
+# Tests and benchmarks.
 find_package(Threads REQUIRED)
 orb_find(NAME x11 HEADER X11/Xlib.h LIBRARIES X11 PACKAGE libx11-dev OPTIONAL)
 orb_find(NAME gtest HEADER gtest/gtest.h LIBRARIES gtest PACKAGE libgtest-dev OPTIONAL)

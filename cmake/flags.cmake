@@ -9,20 +9,20 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 if(NOT CMAKE_BUILD_TYPE)
   set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "Build type" FORCE)
 endif()
-# The default adds NDEBUG, which would take the assertions out of what we test.
+# The default adds NDEBUG, which would remove the assertions from the tested code.
 set(CMAKE_C_FLAGS_RELWITHDEBINFO "-O2 -g")
 set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O2 -g")
 
 add_library(orb_common INTERFACE)
 target_compile_options(orb_common INTERFACE
-  # SSE arithmetic gives the same floating-point results in every build; the x87 unit does not.
+  # SSE arithmetic gives the same floating-point results in every build; x87 does not.
   -march=i686 -msse2 -mfpmath=sse -ffp-contract=off
-  # Surfaces, process locals and the host's tables are raw memory seen through several types.
+  # Surfaces, process locals and the host's tables are raw memory accessed as several types.
   -fno-strict-aliasing
   -Wall -Wextra -Wpedantic -Wshadow -Wvla -Wundef)
 target_link_options(orb_common INTERFACE -Wl,--as-needed)
 
-# valgrind 3.19 doesn't read the version 5 that clang writes by default.
+# valgrind 3.19 can't read DWARF 5, which clang writes by default.
 if(ORB_DWARF)
   target_compile_options(orb_common INTERFACE -gdwarf-${ORB_DWARF})
 endif()
@@ -35,8 +35,9 @@ if(ORB_SANITIZE)
   target_compile_options(orb_common INTERFACE
     -fsanitize=${ORB_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(orb_common INTERFACE -fsanitize=${ORB_SANITIZE})
-  # The sanitizers take /proc/self/exe for the program. Started through a loader that would be the
-  # loader, and reports would name no lines; so these programs name the sysroot's loader themselves.
+  # The sanitizers read symbols from /proc/self/exe. For a program started through a loader that is
+  # the loader, and reports have no line numbers; so these programs name the sysroot's loader
+  # themselves.
   if(CMAKE_SYSROOT)
     target_link_options(orb_common INTERFACE
       "-Wl,--dynamic-linker,${CMAKE_SYSROOT}/lib/ld-linux.so.2")
@@ -53,15 +54,15 @@ add_library(orb_module_flags INTERFACE)
 target_link_libraries(orb_module_flags INTERFACE orb_common)
 target_compile_options(orb_module_flags INTERFACE
   -fvisibility=hidden
-  # The i386 ABI lets a host call with the stack aligned to 4 bytes; SSE spills want 16.
+  # The i386 ABI lets a host call with a stack aligned to 4 bytes; SSE spills need 16.
   -mstackrealign
   -fno-math-errno
   $<$<COMPILE_LANGUAGE:CXX>:-fvisibility-inlines-hidden -fno-exceptions -fno-rtti
                             -fno-threadsafe-statics>)
 
 # Compiles the files whose names end in _avx2.cpp for AVX2. No -mfma: a fused multiply-add rounds
-# differently from the plain routines. The generated routines keep line numbers only: all they could
-# say in a debugger is names of template arguments, and those fill megabytes.
+# differently from the plain routines. The generated routines keep only line numbers: full debug
+# information would be megabytes of template arguments.
 function(orb_set_isa_flags)
   foreach(file IN LISTS ARGN)
     set(options)

@@ -1,5 +1,5 @@
-# Toolchain: clang for i686 Linux against the private sysroot that `./orb` makes in `.sysroot/`.
-# ORB_SYSROOT (cache or environment) points elsewhere.
+# Toolchain: clang for i686 Linux against the private sysroot that `./orb` creates in `.sysroot/`.
+# ORB_SYSROOT (cache or environment) selects another one.
 
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR i686)
@@ -12,7 +12,7 @@ if(NOT ORB_SYSROOT)
   endif()
 endif()
 set(ORB_SYSROOT "${ORB_SYSROOT}" CACHE PATH "i386 sysroot")
-# try_compile reads this file again and must see the same sysroot.
+# try_compile reads this file again and must use the same sysroot.
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES ORB_SYSROOT)
 
 set(CMAKE_SYSROOT "${ORB_SYSROOT}")
@@ -28,5 +28,5 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
-# Tests are started through this, so that they find the sysroot's loader and libraries.
+# Starts the tests, so that they find the sysroot's loader and libraries.
 set(CMAKE_CROSSCOMPILING_EMULATOR "${CMAKE_CURRENT_LIST_DIR}/../tools/run32")

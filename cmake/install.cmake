@@ -15,7 +15,7 @@ if(TARGET orbgfx)
   install(TARGETS orbgfx RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
 endif()
 
-# Relative, so that `cmake --install --prefix` may choose another place.
+# Relative, so that `cmake --install --prefix` can choose another place.
 file(RELATIVE_PATH ORB_PC_TO_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 string(REGEX REPLACE "/$" "" ORB_PC_TO_PREFIX "${ORB_PC_TO_PREFIX}")
 configure_file(cmake/orb_graphics2d.pc.in orb_graphics2d.pc @ONLY)
