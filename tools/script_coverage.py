@@ -1,15 +1,14 @@
 #!/usr/bin/env python3
-"""What random scripts reach of src/, by line and by branch.
+"""Measures what random scripts reach of src/, by line and by branch.
 
 tools/script_coverage.py [--show PART] [FILE|FOLDER]...
 
-Plays the scripts (those kept in the repository, when none are named) in a build of its own,
-build/coverage, with and without AVX2, and prints a line for each file of src/, the least reached
-first. Lines and branches of templates and macros count once, however often they are instantiated.
-A branch counts twice, once for each way. --show lists what isn't reached in the files whose path
-contains PART.
+Plays the scripts (by default those kept in the repository) in a separate build, build/coverage,
+with and without AVX2, and prints a line for each file of src/, the least reached first. Lines and
+branches of templates and macros count once, however often they are instantiated. A branch counts
+twice, once for each outcome. --show lists what isn't reached in the files whose path contains PART.
 
-Needs clang's profile library and llvm-profdata, llvm-cov; the tree must have been built before.
+Needs clang's profile library, llvm-profdata and llvm-cov; build the tree first.
 """
 import argparse
 import collections
@@ -41,7 +40,7 @@ def make_program():
 
 
 def play(scripts):
-    """The merged profile of all scripts. A batch of them for each process: command lines end."""
+    """The merged profile of all scripts, played in batches because command lines are limited."""
     profiles = []
     for first in range(0, len(scripts), 1000):
         for options in [[], ["--sse2"]]:
@@ -73,7 +72,7 @@ def read_lines(profile):
 
 
 def read_branches(profile):
-    """For each place of a branch, how often it went each way over all instantiations."""
+    """For each branch, the counts of both outcomes over all instantiations."""
     branches = collections.defaultdict(lambda: collections.defaultdict(lambda: [0, 0]))
     for file in json.loads(export(profile, "-skip-functions"))["data"][0]["files"]:
         for branch in file["branches"]:

@@ -1,7 +1,7 @@
 #!/bin/sh
 # Plays soak.lua with a temporary folder for its files. After a failure, shows its error output
-# without the module's reports, which the soak provokes by the thousand. usage: soak.sh PLAYER
-# [NAME=VALUE ...]     the names: see soak.lua
+# without the module's reports, which the soak provokes by the thousand.
+# usage: soak.sh PLAYER [NAME=VALUE ...]     the names: see soak.lua
 here=$(cd -- "$(dirname -- "$0")" && pwd) || exit 1
 player=$1
 shift

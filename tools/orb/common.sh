@@ -1,13 +1,13 @@
-# Messages, signals, steps and the lock. Read by `orb`, which sets root and logs.
+# Messages, signals, steps and the lock. Sourced by `orb`, which sets root and logs.
 
-# The terminal's own error output: a signal may arrive while a step's goes to its log.
+# The original standard error: a signal may arrive while a step's output goes to its log.
 exec 8>&2
 
 say() {
   printf 'orb: %s\n' "$*" >&8
 }
 
-# die MESSAGE: what failed and what to do, in one line.
+# die MESSAGE: exits; the message says in one line what failed and what to do.
 die() {
   say "FAILED: $*"
   exit 1
@@ -16,8 +16,8 @@ die() {
 trap 'say interrupted; exit 130' INT
 trap 'exit 143' TERM HUP
 
-# step NAME TITLE ADVICE COMMAND...: says TITLE, runs COMMAND with its output in NAME's log, and on
-# failure ends with TITLE, ADVICE and the log's path.
+# step NAME TITLE ADVICE COMMAND...: prints TITLE and runs COMMAND with its output in NAME's log. On
+# failure exits with TITLE, ADVICE and the log's path.
 step() {
   local name=$1 title=$2 advice=$3
   shift 3
@@ -26,8 +26,8 @@ step() {
   "$@" >"$logs/$name.log" 2>&1 </dev/null || die "$title: $advice (log: $logs/$name.log)"
 }
 
-# The lock keeps two ./orb from making the same sysroot or build at once. It belongs to file
-# descriptor 9, so it ends with the process however that ends.
+# The lock prevents two ./orb from creating the same sysroot or build at once. It belongs to file
+# descriptor 9, so it is released however the process ends.
 lock() {
   mkdir -p "$root/build"
   exec 9>"$root/build/.lock"

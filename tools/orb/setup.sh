@@ -4,8 +4,8 @@ is_debian() {
   command -v dpkg-query >/dev/null && command -v apt-get >/dev/null
 }
 
-# Where the system itself is i386, or ORB_NATIVE=1 says that its 32-bit packages are installed,
-# the system's own libraries serve and no sysroot is made.
+# On an i386 system, or with ORB_NATIVE=1 (the i386 packages are installed), the system's own
+# libraries are used and no sysroot is created.
 is_native() {
   [ "${ORB_NATIVE-}" = 1 ] || [ "$(dpkg --print-architecture 2>/dev/null)" = i386 ]
 }
@@ -22,9 +22,9 @@ apt() {
   as_root env DEBIAN_FRONTEND=noninteractive apt-get -qy -o DPkg::Lock::Timeout=300 "$@"
 }
 
-# The packages among the arguments (NAME or NAME:ARCHITECTURE) that are not installed. dpkg also
-# lists packages that it knows only by name ("not-installed") or that left their configuration
-# ("config-files"), and packages for "all" architectures under no other.
+# Prints those of the packages (NAME or NAME:ARCHITECTURE) that aren't installed. dpkg also lists
+# packages that it knows only by name ("not-installed") or that left their configuration
+# ("config-files"), and lists packages for "all" architectures only as such.
 missing_packages() {
   local package architecture native
   native=$(dpkg --print-architecture)
@@ -36,7 +36,7 @@ missing_packages() {
   done
 }
 
-# An index that is missing, or names files that the archive has since replaced, is refreshed once.
+# If the package index is missing or outdated, refreshes it once.
 install_packages() {
   as_root dpkg --configure -a || return
   if apt install --simulate --no-install-recommends "$@" &&
@@ -48,27 +48,27 @@ install_packages() {
 
 # need_packages NAME...: installs those that are missing.
 need_packages() {
-  is_debian || return 0 # elsewhere CMake says what it does not find
+  is_debian || return 0 # elsewhere CMake reports what is missing
   local missing
   mapfile -t missing < <(missing_packages "$@")
   [ ${#missing[@]} -eq 0 ] && return
   if [ "$(id -u)" != 0 ]; then
     command -v sudo >/dev/null ||
       die "no root and no sudo: as root, run: apt-get install ${missing[*]}"
-    # Ask for the password, where one is needed, before the output goes to the log.
+    # Ask for a password before the output goes to the log.
     sudo -n true 2>/dev/null || sudo -v || die "sudo refused: as root, run: apt-get install ${missing[*]}"
   fi
-  step packages "installing ${missing[*]}" "check the network and repeat" \
+  step packages "installing ${missing[*]}" "check the network and try again" \
     install_packages "${missing[@]}"
 }
 
-# What the sysroot is made of; it is remade when this changes.
+# Identifies the contents of the sysroot, which is recreated when this changes.
 sysroot_id() {
   list_of "$sysroot_list" | sort | sha256sum | cut -d' ' -f1
 }
 
-# The archive as apt's one-line form, for i386. Only the release itself, not its updates: indexes
-# of those change daily and can be stale on a mirror, and nothing here faces the network.
+# The archive in apt's one-line form, for i386. Only the release itself, without updates: their
+# indexes change daily and can be stale on a mirror, and nothing here is exposed to the network.
 archive_line() {
   local format='$(REPO_URI) $(CODENAME) $(COMPONENT) $(SIGNED_BY)'
   apt-get indextargets --format "$format" 'Created-By: Packages' 'Component: main' \
@@ -78,8 +78,8 @@ archive_line() {
     }'
 }
 
-# extract_i386 DIR PACKAGE...: extracts i386 packages and what they depend on. Nothing of them is
-# run.
+# extract_i386 DIR PACKAGE...: extracts i386 packages and their dependencies, without running any of
+# their code.
 extract_i386() {
   local dir=$1 suite line proxy options=()
   shift
@@ -98,7 +98,7 @@ extract_i386() {
     --include="$(IFS=,; echo "$*")" "${options[@]}" "$suite" "$dir" "$line"
 }
 
-# make_sysroot DIR: the listed packages.
+# make_sysroot DIR: creates a sysroot of the listed packages.
 make_sysroot() {
   local dir=$1 packages
   mapfile -t packages < <(list_of "$sysroot_list")
@@ -114,21 +114,21 @@ make_sysroot() {
   sysroot_id >"$dir/.id"
 }
 
-# The new sysroot is made beside the old one and then takes its place.
+# Creates the new sysroot beside the old one, then replaces it.
 need_sysroot() {
   local id new=$root/.sysroot.new
   id=$(sysroot_id)
   [ "$(cat "$sysroot/.id" 2>/dev/null)" = "$id" ] && return
   if [ "$(cat "$new/.id" 2>/dev/null)" != "$id" ]; then
-    step sysroot "making the i386 sysroot (about half a minute)" \
-      "check the network and ${sysroot_list#"$root"/}, and repeat" make_sysroot "$new"
+    step sysroot "creating the i386 sysroot (about half a minute)" \
+      "check the network and ${sysroot_list#"$root"/}, and try again" make_sysroot "$new"
   fi
   rm -rf "$sysroot"
-  mv "$new" "$sysroot" || die "$new could not be renamed to $sysroot: check that folder's rights"
+  mv "$new" "$sysroot" || die "$new could not be renamed to $sysroot: check that folder's permissions"
 }
 
-# Debugging symbols of the sysroot's C library, for valgrind alone. They lie within the sysroot, so
-# that a new one gets new ones.
+# Fetches debugging symbols of the sysroot's C library, only for valgrind. They are stored in the
+# sysroot, so that a new sysroot gets new ones.
 make_debug_symbols() {
   local new=$sysroot/debug.new
   extract_i386 "$new" libc6-dbg && rm -rf "$sysroot/debug" && mv "$new/usr/lib/debug" "$sysroot/debug" &&
@@ -137,10 +137,10 @@ make_debug_symbols() {
 
 need_debug_symbols() {
   [ -d "$sysroot/debug" ] || step debug-symbols "fetching debugging symbols of the i386 C library" \
-    "check the network and repeat" make_debug_symbols
+    "check the network and try again" make_debug_symbols
 }
 
-# need_setup [PACKAGE...]: the system's packages, those named beside, and the sysroot.
+# need_setup [PACKAGE...]: provides the system's packages, the given ones, and the sysroot.
 need_setup() {
   local packages
   mapfile -t packages < <(list_of "$root/tools/packages.txt")
@@ -155,8 +155,8 @@ need_setup() {
   fi
 }
 
-# need_configured PRESET: a configured build/PRESET. It starts anew when the sysroot was remade,
-# and is configured again when its options changed; CMake itself sees to all else.
+# need_configured PRESET: configures build/PRESET. Starts from scratch if the sysroot is new, and
+# configures again if the options have changed; CMake handles all else.
 need_configured() {
   local preset=$1 dir=$root/build/$1 options=() source=$1 id=native wanted
   if is_native; then
@@ -183,7 +183,7 @@ need_configured() {
   printf '%s\n' "$wanted" >"$dir/.configured"
 }
 
-# Shows ninja's progress tersely, and everything that is not progress as it is.
+# Shortens ninja's progress, and shows all other output unchanged.
 show_progress() {
   awk -v terminal="$([ -t 2 ] && echo 1)" '
     function clear() { if (terminal && shown) { printf "\r\033[K"; shown = 0 } }
@@ -214,10 +214,10 @@ need_built() {
   mkdir -p "$logs"
   ninja -C "$dir" "$@" 2>&1 </dev/null | tee "$log" | show_progress
   [ "${PIPESTATUS[0]}" = 0 ] ||
-    die "building build/$preset: mend the errors above and repeat (log: $log)"
+    die "building build/$preset: fix the errors above and try again (log: $log)"
 }
 
-# prepare PRESET TARGET...: everything up to the built targets.
+# prepare PRESET TARGET...: installs, configures and builds what the targets need.
 prepare() {
   local preset=$1 extra=()
   case $preset in

@@ -1,33 +1,33 @@
-# The verbs. Read by `orb`.
+# The verbs. Sourced by `orb`.
 
 verb_help() {
   cat <<'END'
 usage: ./orb VERB [ARGUMENTS]
 
   play [OPTIONS] SCRIPT   play a Lua script; --help lists the player's options
-  gfx COMMAND ...         make, take apart and compare graph libraries; --help
+  gfx COMMAND ...         pack, unpack and compare graph libraries; --help
   test [--sanitize] [PATTERN | CTEST OPTIONS]
                           run all tests, or those whose suite matches PATTERN;
                           --sanitize: under AddressSanitizer and UBSan
   bench [NAME] [OPTIONS]  run all benchmarks, or those whose name matches NAME;
                           --sse2: without AVX2; --check: compare the pictures only
   fuzz [TARGET [SECONDS]] [OPTIONS]
-                          look for inputs that break a target, for 60 seconds or as
-                          many as given; alone: list the targets
-  soak [FRAMES] [SEED]    let everything come and go for 1000000 frames, or as many as
-                          given, and look whether memory, handles and counters hold;
+                          look for inputs that break a target, for 60 seconds unless
+                          given; without a target: list the targets
+  soak [FRAMES] [SEED]    create and destroy everything for 1000000 frames, unless given,
+                          and check that memory, handles and counters hold;
                           --valgrind: a few thousand frames under valgrind
   build                   build everything
   install PREFIX          install module, header and programs under PREFIX
   clean [--all]           remove what was built; --all: the sysroot too
   help                    show this list
 
-Each verb first installs what is missing and builds what changed.
+Each verb first installs what is missing and builds what has changed.
 END
 }
 
-# Whether the arguments of the player (those before "--") hold one of the options $1 names,
-# as in has_option "--frames --headless" ARGUMENTS.
+# has_option OPTIONS ARGUMENTS...: whether the player's arguments (those before "--") contain one of
+# the options, as in has_option "--frames --headless" "$@".
 has_option() {
   local names=" $1 " argument
   shift
@@ -38,7 +38,7 @@ has_option() {
   return 1
 }
 
-# A named video driver is taken to know what it does; otherwise an X display must open.
+# Whether a display opens. A video driver chosen by the user is trusted; otherwise X must open.
 display_opens() {
   [ -n "${SDL_VIDEODRIVER-}" ] ||
     { [ -n "${DISPLAY-}" ] && run32 "$root/build/$1/bin/can_open_display" 2>/dev/null; }
@@ -67,7 +67,7 @@ verb_play() {
   rm -f "$picture"
   "${player[@]}" "${options[@]}" --screenshot "$picture" "$@"
   local status=$?
-  [ ! -e "$picture" ] || say "the last frame: $picture"
+  [ ! -e "$picture" ] || say "last frame: $picture"
   exit $status
 }
 
@@ -80,8 +80,8 @@ verb_gfx() {
   exec "${tool[@]}" "$@"
 }
 
-# A private X server on a free display, so that window tests need no display of the user's and
-# open no windows on it.
+# A private X server on a free display, so that window tests don't need the user's display or open
+# windows on it.
 xvfb=
 stop_xvfb() {
   [ -z "$xvfb" ] || kill "$xvfb" 2>/dev/null
@@ -98,15 +98,15 @@ start_xvfb() {
   xvfb=$!
   until [ -s "$number" ]; do
     kill -0 "$xvfb" 2>/dev/null && [ $((waited += 1)) -lt 300 ] ||
-      die "Xvfb did not start: see what it says (log: $logs/xvfb.log)"
+      die "Xvfb did not start: read its log (log: $logs/xvfb.log)"
     sleep 0.1
   done
   export DISPLAY=:$(cat "$number")
   unset SDL_VIDEODRIVER XAUTHORITY WAYLAND_DISPLAY
 }
 
-# summarize LOG STATUS: adds up ctest's log: the test cases of the GoogleTest suites, and every
-# other entry as one case. Where ctest failed without a case to show for it, it counts as one.
+# summarize LOG STATUS: counts the results in ctest's log: the test cases of GoogleTest suites, and
+# every other entry as one case. A failure of ctest without a failed case counts as one.
 summarize() {
   awk -v status="$2" '
     /^[0-9]+\/[0-9]+ Testing: / { suite = 0; lost = 0 }
@@ -156,7 +156,7 @@ verb_bench() {
   run32 "$root/build/$preset/bin/orb_bench" "${options[@]}" "$@"
 }
 
-# The fuzz targets: fuzz/NAME_fuzz.cpp, each with its title, the first line of that file.
+# Lists the fuzz targets, fuzz/NAME_fuzz.cpp, with the first line of each file as its title.
 list_targets() {
   local file name
   for file in "$root"/fuzz/*_fuzz.cpp; do
@@ -165,8 +165,8 @@ list_targets() {
   done
 }
 
-# One target, from the inputs that the repository keeps. What a run adds to its corpus stays in
-# build/fuzz/corpus/TARGET, and the next run starts from there.
+# Runs one target, starting from the inputs in the repository. What a run adds to its corpus stays
+# in build/fuzz/corpus/TARGET, and the next run starts from there.
 verb_fuzz() {
   local target=${1-} seconds=60
   if [ -z "$target" ]; then
@@ -175,13 +175,13 @@ verb_fuzz() {
     return
   fi
   [ -e "$root/fuzz/${target}_fuzz.cpp" ] || {
-    say "unknown target '$target'; ./orb fuzz alone lists the targets"
+    say "unknown target '$target'; './orb fuzz' lists the targets"
     exit 2
   }
   shift
   case ${1-} in
     '' | -*) ;;
-    *[!0-9]*) say "'$1' is no number of seconds"; exit 2 ;;
+    *[!0-9]*) say "'$1' isn't a number of seconds"; exit 2 ;;
     *) seconds=$1; shift ;;
   esac
   prepare fuzz "${target}_fuzz"
@@ -191,7 +191,7 @@ verb_fuzz() {
   mkdir -p "$corpus" "$found"
   for kept in "$root/tests/data/corpus/$target" "$root/tests/data/$target"; do
     [ ! -d "$kept" ] || cp -n "$kept"/* "$corpus/" ||
-      die "copying $kept to $corpus: check that folder's rights"
+      die "copying $kept to $corpus: check that folder's permissions"
   done
   local before=$dir/found/.$target
   touch "$before"
@@ -203,17 +203,17 @@ verb_fuzz() {
   local status=$? finds
   mapfile -t finds < <(find "$found" -type f -newer "$before" | sort)
   if [ ${#finds[@]} -gt 0 ]; then
-    say "FAILED: inputs that break '$target' (once mended, keep them in tests/data/corpus/$target):"
+    say "FAILED: inputs that break '$target' (once fixed, keep them in tests/data/corpus/$target):"
     printf '%s\n' "${finds[@]}"
     exit 1
   fi
   [ $status = 0 ] || die "the target '$target' ended with status $status: see above"
-  say "nothing found in $seconds seconds; the corpus: $corpus"
+  say "nothing found in $seconds seconds; corpus: $corpus"
 }
 
-# What starts a program of the sysroot under valgrind, from the root: paths in ORB_RUN_UNDER can't
-# have spaces in them. A library's symbols are looked up in a folder of extra symbols, under the
-# library's own path.
+# valgrind_command LOG: prints the command that runs a program under valgrind. Its paths are
+# relative to the root, since paths in ORB_RUN_UNDER can't contain spaces. valgrind looks a
+# library's symbols up in a folder of extra symbols, under the library's own path.
 valgrind_command() {
   local symbols=build/valgrind/symbols folder
   printf 'valgrind --error-exitcode=9 --leak-check=full --num-callers=30 --log-file=%s' "$1"
@@ -221,7 +221,7 @@ valgrind_command() {
   folder=$root/$symbols$(realpath "$sysroot/lib/i386-linux-gnu")
   rm -rf "${root:?}/$symbols"
   mkdir -p "$folder" && ln -s "$sysroot"/debug/.build-id/*/*.debug "$folder" ||
-    die "linking symbols in $symbols: check that folder's rights"
+    die "linking symbols in $symbols: check that folder's permissions"
   printf ' --extra-debuginfo-path=%s' "$symbols"
 }
 
@@ -255,9 +255,9 @@ verb_soak() {
     "every=$(((frames + 9) / 10))" "seed=${numbers[1]-1}" "${options[@]}" </dev/null
   status=$?
   [ -z "$with_valgrind" ] || sed -n 's/^==[0-9]*== *//; /lost: /p; /^ERROR SUMMARY/p' "$log"
-  [ $status != 9 ] || say "valgrind has found something (log: $root/$log)"
+  [ $status != 9 ] || say "valgrind has found errors (log: $root/$log)"
   [ $status = 0 ] || {
-    say "FAILED: the soak didn't hold: see above"
+    say "FAILED: the soak test failed: see above"
     exit 1
   }
 }
@@ -274,7 +274,7 @@ verb_install() {
   preset=$(default_preset)
   prepare "$preset" all
   cmake --install "$root/build/$preset" --strip --prefix "$1" >"$logs/install.log" 2>&1 ||
-    die "installing under $1: check that folder's rights (log: $logs/install.log)"
+    die "installing under $1: check that folder's permissions (log: $logs/install.log)"
 }
 
 verb_clean() {
