@@ -1,12 +1,12 @@
-/* orb/graphics2d.h: everything a host and libORB_mod_graphics2D.so.1 share.
+/* orb/graphics2d.h: the interface between a host and libORB_mod_graphics2D.so.1.
  *
  * The module is a 32-bit i386 shared library. A host loads it, looks up
- * ORB_mod_graphics2D_MainLibraryExports and hands it a registration table; from then on the two
- * talk through the tables and records below, word by word in shared memory. A word is 32 bits;
- * every function is an ordinary cdecl function; every text is NUL-terminated bytes.
+ * ORB_mod_graphics2D_MainLibraryExports and passes it a registration table. From then on the two
+ * communicate through the tables and records below. A word is 32 bits; every function is cdecl;
+ * every text is NUL-terminated.
  *
- * The header is plain C99 and C++; the assertions at its end hold the layout. A member called
- * `unused...` or `host...` is a place that the module neither reads nor writes.
+ * The header is plain C99 and C++; the assertions at its end check the layout. The module neither
+ * reads nor writes members called `unused...` or `host...`.
  */
 #ifndef ORB_GRAPHICS2D_H
 #define ORB_GRAPHICS2D_H
@@ -23,7 +23,7 @@ extern "C" {
 /* A picture: every graph, the screen, the ground and the display buffer.
  * 8-bit pixels are palette indices, 16-bit pixels 5-6-5, 32-bit pixels 0xAARRGGBB. */
 typedef struct __ORBSurface2D__ {
-  uint8_t is_wrapper;      /* 1: describes pixels owned by somebody else */
+  uint8_t is_wrapper;      /* 1: its pixels belong to another owner */
   uint32_t width, height;  /* pixels, 1..65535 */
   int32_t depth;           /* 8, 16 or 32 bits a pixel */
   uint32_t pitch;          /* bytes a row: width * depth / 8 (a display wrapper's may be more) */
@@ -40,7 +40,7 @@ typedef struct __ORBSurface2D__ {
   struct __ORBSurface2D__ *prev, *next; /* the list of all surfaces */
 } __ORBSurface2D__;
 
-/* A clip rectangle in pixels, inclusive; both x bounds come first. */
+/* A clip rectangle in pixels, bounds included; both x bounds come first. */
 typedef struct __ORBRegion__ {
   int32_t x0, x1, y0, y1;
 } __ORBRegion__;
@@ -49,15 +49,15 @@ struct orb_process;
 
 /* One blit request. Angles are thousandths of a degree, sizes and shears percent. */
 typedef struct __ORBBlit2D__ {
-  int32_t link;                /* index of the draw object that made the request */
+  int32_t link;                /* index of the draw object of the request */
   struct orb_process *owner;   /* process that receives the drawn box, or null */
-  int32_t drawn;               /* out: 1 when the request produced pixels */
+  int32_t drawn;               /* out: 1 if the request drew pixels */
   int32_t drawn_x0, drawn_x1, drawn_y0, drawn_y1; /* out: clipped box, inclusive */
   int32_t reserved0[5];
-  int32_t x, y, z;             /* where the pivot goes; depth for sorting */
+  int32_t x, y, z;             /* position of the pivot; depth for sorting */
   int32_t reserved1;
   int32_t region;              /* clip region; -1 or less: the whole destination */
-  int32_t resolution;          /* coordinate divisor already applied by the producer */
+  int32_t resolution;          /* coordinate divisor, already applied */
   int32_t destination_file, destination_graph;
   int32_t tfmorder;            /* order of shear, scale and rotation, 0..5 */
   int32_t angle;
@@ -126,7 +126,7 @@ typedef struct __ORBPalette2D__ {
   orb_rgb colours[256];
 } __ORBPalette2D__;
 
-/* ---- Registration: what the module hands to its host ---------------------------------------- */
+/* ---- Registration: what the module passes to its host --------------------------------------- */
 
 typedef struct orb_constant {
   const char *name;         /* null ends the table */
@@ -149,7 +149,7 @@ typedef struct orb_hook {
 
 struct orb_runtime;
 
-/* The registration interface. The host copies what it is handed before each call returns. */
+/* The registration interface. The host copies the tables and texts before each call returns. */
 typedef struct orb_registration {
   void (*reg_constants)(const orb_constant *table);
   uint32_t unused1[3];
@@ -179,12 +179,12 @@ typedef struct orb_locals {
   int32_t fxintensity;
 } orb_locals;
 
-/* A process. Its id is its record's address. */
+/* A process. Its id is the address of its record. */
 typedef struct orb_process {
   uint32_t host0;
   int32_t type;
   int32_t status;           /* 2 or above 3: alive and drawable */
-  int32_t coordinates;      /* 0 screen, 1 scroll, 2 takes part in nothing */
+  int32_t coordinates;      /* 0 screen, 1 scroll, 2 takes no part in collisions */
   uint32_t walk_question[2]; /* these three are the module's; the host zeroes them once */
   int32_t walk_candidate;
   uint32_t host7[6];
@@ -206,7 +206,7 @@ typedef struct orb_process_services {
 } orb_process_services;
 
 /* ---- Device system: the host's windows, files, input, timing --------------------------------- */
-/* A host may leave any service pointer null; the module then skips the call. */
+/* Any service pointer may be null; the module then skips the call. */
 
 typedef struct orb_window_services {
   void (*message_box)(const char *text, const char *title);
@@ -225,7 +225,7 @@ typedef struct orb_file_services {
   int32_t (*read)(void *buffer, int32_t size, int32_t count, int32_t cipher, void *handle);
   int32_t (*write)(const void *buffer, int32_t size, int32_t count, int32_t cipher, void *handle);
   int32_t (*seek)(void *handle, int32_t offset, int32_t whence); /* 0 on success */
-  int32_t (*at_end)(void *handle); /* nonzero once no further byte can be read */
+  int32_t (*at_end)(void *handle); /* nonzero if no byte is left */
   void (*close)(void *handle);
 } orb_file_services;
 
@@ -241,7 +241,7 @@ typedef struct orb_timing_services {
 } orb_timing_services;
 
 typedef struct orb_scroll_services {
-  /* 1 and the offset to add to the process's position when it is shown in that scroll, else 0 */
+  /* Returns 1 and the offset to add to the process's position if that scroll shows it, else 0. */
   int32_t (*offset)(int32_t process_id, int32_t scroll, int32_t *x, int32_t *y);
 } orb_scroll_services;
 
@@ -312,14 +312,14 @@ typedef struct orb_runtime {
   const orb_video_hooks *rt_video_hooks;            /* 82: may be null */
 } orb_runtime;
 
-/* The size in bytes of the buffer behind rt_new_return_string, at least: the module's longest
- * text (255 bytes) and its NUL. */
+/* Least size in bytes of the buffer that rt_new_return_string returns: the module's longest text
+ * (255 bytes) and its NUL. */
 enum { ORB_RETURN_STRING_SIZE = 256 };
 
 /* ---- The device record that the module publishes ---------------------------------------------- */
-/* The process scan takes its requests from slot 31 and its operations from slots 19 to 24, the
- * frame hook uses slots 30 and 34, init opens the display through slot 9: a host may replace
- * those entries. */
+/* A host may replace these entries: the process scan takes its requests from slot 31 and its
+ * operations from slots 19 to 24, the frame hook uses slots 30 and 34, and init opens the display
+ * through slot 9. */
 
 typedef int32_t orb_blit_operation(__ORBBlit2D__ *request);
 
