@@ -55,6 +55,18 @@ void sized_rect(__ORBSurface2D__ *surface, int64_t left, int64_t top, int32_t wi
   });
 }
 
+template <typename Pixel>
+void corner_rect(__ORBSurface2D__ *surface, int32_t x, int32_t y, int32_t width, int32_t height,
+                 uint32_t colour, int32_t fill) {
+  sized_rect<Pixel>(surface, x, y, width, height, colour, fill);
+}
+template <typename Pixel>
+void centred_rect(__ORBSurface2D__ *surface, int32_t x, int32_t y, int32_t width, int32_t height,
+                  uint32_t colour, int32_t fill) {
+  sized_rect<Pixel>(surface, int64_t(x) - (width >> 1), int64_t(y) - (height >> 1), width, height,
+                    colour, fill);
+}
+
 template <typename Drawing>
 void rect_drawing(__ORBSurface2D__ *surface, int32_t x0, int32_t y0, int32_t x1, int32_t y1,
                   int32_t fill) {
@@ -65,30 +77,18 @@ void rect_drawing(__ORBSurface2D__ *surface, int32_t x0, int32_t y0, int32_t x1,
 
 } // namespace
 
-// The same set for each depth.
-#define ORB_RECTANGLES(depth, pixel)                                                               \
-  void draw_rect##depth(__ORBSurface2D__ *surface, int32_t x0, int32_t y0, int32_t x1, int32_t y1, \
-                        uint32_t colour, int32_t fill) {                                           \
-    rect<pixel>(surface, x0, y0, x1, y1, colour, fill);                                            \
-  }                                                                                                \
-  void draw_srect##depth(__ORBSurface2D__ *surface, int32_t x, int32_t y, int32_t width,           \
-                         int32_t height, uint32_t colour, int32_t fill) {                          \
-    sized_rect<pixel>(surface, x, y, width, height, colour, fill);                                 \
-  }                                                                                                \
-  void draw_csrect##depth(__ORBSurface2D__ *surface, int32_t x, int32_t y, int32_t width,          \
-                          int32_t height, uint32_t colour, int32_t fill) {                         \
-    sized_rect<pixel>(surface, int64_t(x) - (width >> 1), int64_t(y) - (height >> 1), width,       \
-                      height, colour, fill);                                                       \
-  }                                                                                                \
-  void drawing_rect##depth(__ORBSurface2D__ *surface, int32_t x0, int32_t y0, int32_t x1,          \
-                           int32_t y1, int32_t fill) {                                             \
-    rect_drawing<plain_drawing<pixel>>(surface, x0, y0, x1, y1, fill);                             \
-  }                                                                                                \
-  void drawing_rect##depth##_alpha(__ORBSurface2D__ *surface, int32_t x0, int32_t y0, int32_t x1,  \
-                                   int32_t y1, int32_t fill) {                                     \
-    rect_drawing<alpha_drawing<pixel>>(surface, x0, y0, x1, y1, fill);                             \
-  }
-ORB_RECTANGLES(8, uint8_t)
-ORB_RECTANGLES(16, uint16_t)
-ORB_RECTANGLES(32, uint32_t)
-#undef ORB_RECTANGLES
+draw_box_routine &draw_rect8 = rect<uint8_t>, &draw_rect16 = rect<uint16_t>,
+                 &draw_rect32 = rect<uint32_t>;
+draw_box_routine &draw_srect8 = corner_rect<uint8_t>, &draw_srect16 = corner_rect<uint16_t>,
+                 &draw_srect32 = corner_rect<uint32_t>;
+draw_box_routine &draw_csrect8 = centred_rect<uint8_t>, &draw_csrect16 = centred_rect<uint16_t>,
+                 &draw_csrect32 = centred_rect<uint32_t>;
+drawing_box_routine &drawing_rect8 = rect_drawing<plain_drawing<uint8_t>>,
+                    &drawing_rect16 = rect_drawing<plain_drawing<uint16_t>>,
+                    &drawing_rect32 = rect_drawing<plain_drawing<uint32_t>>;
+drawing_box_routine &drawing_rect8_alpha = rect_drawing<alpha_drawing<uint8_t>>,
+                    &drawing_rect16_alpha = rect_drawing<alpha_drawing<uint16_t>>,
+                    &drawing_rect32_alpha = rect_drawing<alpha_drawing<uint32_t>>;
+
+draw_box_routine *draw_rect = draw_rect8, *draw_srect = draw_srect8, *draw_csrect = draw_csrect8;
+drawing_box_routine *drawing_rect = drawing_rect8, *drawing_rect_alpha = drawing_rect8_alpha;

@@ -24,9 +24,9 @@ int64_t integer_root(uint64_t n) {
 
 /// How far a midpoint circle of radius r >= 1 reaches on row v, in closed form.
 ///
-/// The decision variable is d = (x + 1)^2 + y^2 - y - r^2. So column x has the largest y with y^2 -
-/// y < r^2 - x^2, and the walk ends after the last x with y >= x. A row of the flat octant reaches
-/// to the last x on it.
+/// The decision variable is d = (x + 1)^2 + y^2 - y - r^2. So column x has the largest y with
+/// y^2 - y < r^2 - x^2, and the walk ends after the last x with y >= x. A row of the flat octant
+/// reaches to the last x on it.
 int32_t half_width_of_circle(int32_t r, int32_t v) {
   // Doubles are exact for all of this; the root of a non-square differs from the next integer by
   // more than its rounding error.
@@ -80,8 +80,8 @@ void circle(Canvas &to, int32_t x, int32_t y, int32_t radius, int32_t fill) {
 
 // ---- Ellipses ----------------------------------------------------------------------------------
 //
-// The trace runs around a circle of the larger radius r in units of 1/64 pixel. From a = 0, b = 64
-// * r, each step adds b / r to a, then subtracts the new a / r from b; both quotients are
+// The trace runs around a circle of the larger radius r in units of 1/64 pixel. From a = 0 and
+// b = 64 * r, each step adds b / r to a, then subtracts the new a / r from b; both quotients are
 // truncated. The points are ((a + 32) >> 6, (b + 32) >> 6) and their mirror images, up to the
 // diagonal; the coordinate along the smaller radius is scaled by smaller / r, truncated.
 
@@ -250,17 +250,11 @@ void centred_ellipse_on(__ORBSurface2D__ *surface, int32_t x, int32_t y, int32_t
 
 } // namespace
 
-// The same set for each depth.
-#define ORB_CENTRED(depth, pixel)                                                                  \
-  void draw_circle##depth(__ORBSurface2D__ *surface, int32_t x, int32_t y, int32_t radius,         \
-                          uint32_t colour, int32_t fill) {                                         \
-    circle_on<pixel>(surface, x, y, radius, colour, fill);                                         \
-  }                                                                                                \
-  void draw_csellipse##depth(__ORBSurface2D__ *surface, int32_t x, int32_t y, int32_t rx,          \
-                             int32_t ry, uint32_t colour, int32_t fill) {                          \
-    centred_ellipse_on<pixel>(surface, x, y, rx, ry, colour, fill);                                \
-  }
-ORB_CENTRED(8, uint8_t)
-ORB_CENTRED(16, uint16_t)
-ORB_CENTRED(32, uint32_t)
-#undef ORB_CENTRED
+draw_circle_routine &draw_circle8 = circle_on<uint8_t>, &draw_circle16 = circle_on<uint16_t>,
+                    &draw_circle32 = circle_on<uint32_t>;
+draw_box_routine &draw_csellipse8 = centred_ellipse_on<uint8_t>,
+                 &draw_csellipse16 = centred_ellipse_on<uint16_t>,
+                 &draw_csellipse32 = centred_ellipse_on<uint32_t>;
+
+draw_circle_routine *draw_circle = draw_circle8;
+draw_box_routine *draw_csellipse = draw_csellipse8;

@@ -92,27 +92,21 @@ template <typename Drawing> void ellipse_linec_drawing(int32_t x0, int32_t x1, i
 
 } // namespace
 
-// The same set for each depth.
-#define ORB_ELLIPSES(depth, pixel)                                                                 \
-  void draw_ellipse##depth(__ORBSurface2D__ *surface, int32_t x0, int32_t y0, int32_t x1,          \
-                           int32_t y1, uint32_t colour, int32_t fill) {                            \
-    ellipse_on<pixel>(surface, x0, y0, x1, y1, colour, fill);                                      \
-  }                                                                                                \
-  void drawing_ellipse##depth(__ORBSurface2D__ *surface, int32_t x0, int32_t y0, int32_t x1,       \
-                              int32_t y1, int32_t fill) {                                          \
-    ellipse_drawing<plain_drawing<pixel>>(surface, x0, y0, x1, y1, fill);                          \
-  }                                                                                                \
-  void drawing_ellipse##depth##_alpha(__ORBSurface2D__ *surface, int32_t x0, int32_t y0,           \
-                                      int32_t x1, int32_t y1, int32_t fill) {                      \
-    ellipse_drawing<alpha_drawing<pixel>>(surface, x0, y0, x1, y1, fill);                          \
-  }                                                                                                \
-  void ellipse_linec##depth##_drawing(int32_t x0, int32_t x1, int32_t y) {                         \
-    ellipse_linec_drawing<plain_drawing<pixel>>(x0, x1, y);                                        \
-  }                                                                                                \
-  void ellipse_linec##depth##_drawing_alpha(int32_t x0, int32_t x1, int32_t y) {                   \
-    ellipse_linec_drawing<alpha_drawing<pixel>>(x0, x1, y);                                        \
-  }
-ORB_ELLIPSES(8, uint8_t)
-ORB_ELLIPSES(16, uint16_t)
-ORB_ELLIPSES(32, uint32_t)
-#undef ORB_ELLIPSES
+draw_box_routine &draw_ellipse8 = ellipse_on<uint8_t>, &draw_ellipse16 = ellipse_on<uint16_t>,
+                 &draw_ellipse32 = ellipse_on<uint32_t>;
+drawing_box_routine &drawing_ellipse8 = ellipse_drawing<plain_drawing<uint8_t>>,
+                    &drawing_ellipse16 = ellipse_drawing<plain_drawing<uint16_t>>,
+                    &drawing_ellipse32 = ellipse_drawing<plain_drawing<uint32_t>>;
+drawing_box_routine &drawing_ellipse8_alpha = ellipse_drawing<alpha_drawing<uint8_t>>,
+                    &drawing_ellipse16_alpha = ellipse_drawing<alpha_drawing<uint16_t>>,
+                    &drawing_ellipse32_alpha = ellipse_drawing<alpha_drawing<uint32_t>>;
+ellipse_run &ellipse_linec8_drawing = ellipse_linec_drawing<plain_drawing<uint8_t>>,
+            &ellipse_linec16_drawing = ellipse_linec_drawing<plain_drawing<uint16_t>>,
+            &ellipse_linec32_drawing = ellipse_linec_drawing<plain_drawing<uint32_t>>;
+ellipse_run &ellipse_linec8_drawing_alpha = ellipse_linec_drawing<alpha_drawing<uint8_t>>,
+            &ellipse_linec16_drawing_alpha = ellipse_linec_drawing<alpha_drawing<uint16_t>>,
+            &ellipse_linec32_drawing_alpha = ellipse_linec_drawing<alpha_drawing<uint32_t>>;
+
+draw_box_routine *draw_ellipse = draw_ellipse8;
+drawing_box_routine *drawing_ellipse = drawing_ellipse8;
+drawing_box_routine *drawing_ellipse_alpha = drawing_ellipse8_alpha;

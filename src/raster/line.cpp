@@ -191,40 +191,56 @@ auto line_of(int32_t x0, int32_t y0, int32_t x1, int32_t y1) {
   };
 }
 
+template <typename Pixel> bool row_on_target(int32_t x0, int32_t x1, int32_t y, uint32_t colour) {
+  return draw_on_target<Pixel>(colour, row_of(x0, x1, y));
+}
+template <typename Pixel>
+bool column_on_target(int32_t y0, int32_t y1, int32_t x, uint32_t colour) {
+  return draw_on_target<Pixel>(colour, column_of(y0, y1, x));
+}
+template <typename Pixel>
+bool line_on_target(int32_t x0, int32_t y0, int32_t x1, int32_t y1, uint32_t colour) {
+  return draw_on_target<Pixel>(colour, line_of(x0, y0, x1, y1));
+}
+template <typename Pixel>
+void row_on(__ORBSurface2D__ *surface, int32_t x0, int32_t x1, int32_t y, uint32_t colour) {
+  draw_on<Pixel>(surface, colour, row_of(x0, x1, y));
+}
+template <typename Pixel>
+void column_on(__ORBSurface2D__ *surface, int32_t y0, int32_t y1, int32_t x, uint32_t colour) {
+  draw_on<Pixel>(surface, colour, column_of(y0, y1, x));
+}
+template <typename Pixel>
+void line_on(__ORBSurface2D__ *surface, int32_t x0, int32_t y0, int32_t x1, int32_t y1,
+             uint32_t colour) {
+  draw_on<Pixel>(surface, colour, line_of(x0, y0, x1, y1));
+}
+template <typename Drawing>
+void line_drawing(__ORBSurface2D__ *surface, int32_t x0, int32_t y0, int32_t x1, int32_t y1) {
+  drawing_on<Drawing>(surface, line_of(x0, y0, x1, y1));
+}
+
 } // namespace
 
-// The same set for each depth.
-#define ORB_LINES(depth, pixel)                                                                    \
-  bool hline##depth(int32_t x0, int32_t x1, int32_t y, uint32_t colour) {                          \
-    return draw_on_target<pixel>(colour, row_of(x0, x1, y));                                       \
-  }                                                                                                \
-  bool vline##depth(int32_t y0, int32_t y1, int32_t x, uint32_t colour) {                          \
-    return draw_on_target<pixel>(colour, column_of(y0, y1, x));                                    \
-  }                                                                                                \
-  bool linec##depth(int32_t x0, int32_t y0, int32_t x1, int32_t y1, uint32_t colour) {             \
-    return draw_on_target<pixel>(colour, line_of(x0, y0, x1, y1));                                 \
-  }                                                                                                \
-  void draw_hline##depth(__ORBSurface2D__ *surface, int32_t x0, int32_t x1, int32_t y,             \
-                         uint32_t colour) {                                                        \
-    draw_on<pixel>(surface, colour, row_of(x0, x1, y));                                            \
-  }                                                                                                \
-  void draw_vline##depth(__ORBSurface2D__ *surface, int32_t y0, int32_t y1, int32_t x,             \
-                         uint32_t colour) {                                                        \
-    draw_on<pixel>(surface, colour, column_of(y0, y1, x));                                         \
-  }                                                                                                \
-  void draw_line##depth(__ORBSurface2D__ *surface, int32_t x0, int32_t y0, int32_t x1, int32_t y1, \
-                        uint32_t colour) {                                                         \
-    draw_on<pixel>(surface, colour, line_of(x0, y0, x1, y1));                                      \
-  }                                                                                                \
-  void drawing_line##depth(__ORBSurface2D__ *surface, int32_t x0, int32_t y0, int32_t x1,          \
-                           int32_t y1) {                                                           \
-    drawing_on<plain_drawing<pixel>>(surface, line_of(x0, y0, x1, y1));                            \
-  }                                                                                                \
-  void drawing_line##depth##_alpha(__ORBSurface2D__ *surface, int32_t x0, int32_t y0, int32_t x1,  \
-                                   int32_t y1) {                                                   \
-    drawing_on<alpha_drawing<pixel>>(surface, line_of(x0, y0, x1, y1));                            \
-  }
-ORB_LINES(8, uint8_t)
-ORB_LINES(16, uint16_t)
-ORB_LINES(32, uint32_t)
-#undef ORB_LINES
+run_helper &hline8 = row_on_target<uint8_t>, &hline16 = row_on_target<uint16_t>,
+           &hline32 = row_on_target<uint32_t>;
+run_helper &vline8 = column_on_target<uint8_t>, &vline16 = column_on_target<uint16_t>,
+           &vline32 = column_on_target<uint32_t>;
+line_helper &linec8 = line_on_target<uint8_t>, &linec16 = line_on_target<uint16_t>,
+            &linec32 = line_on_target<uint32_t>;
+draw_run_routine &draw_hline8 = row_on<uint8_t>, &draw_hline16 = row_on<uint16_t>,
+                 &draw_hline32 = row_on<uint32_t>;
+draw_run_routine &draw_vline8 = column_on<uint8_t>, &draw_vline16 = column_on<uint16_t>,
+                 &draw_vline32 = column_on<uint32_t>;
+draw_line_routine &draw_line8 = line_on<uint8_t>, &draw_line16 = line_on<uint16_t>,
+                  &draw_line32 = line_on<uint32_t>;
+drawing_line_routine &drawing_line8 = line_drawing<plain_drawing<uint8_t>>,
+                     &drawing_line16 = line_drawing<plain_drawing<uint16_t>>,
+                     &drawing_line32 = line_drawing<plain_drawing<uint32_t>>;
+drawing_line_routine &drawing_line8_alpha = line_drawing<alpha_drawing<uint8_t>>,
+                     &drawing_line16_alpha = line_drawing<alpha_drawing<uint16_t>>,
+                     &drawing_line32_alpha = line_drawing<alpha_drawing<uint32_t>>;
+
+draw_line_routine *draw_line = draw_line8;
+draw_run_routine *draw_hline = draw_hline8, *draw_vline = draw_vline8;
+drawing_line_routine *drawing_line = drawing_line8, *drawing_line_alpha = drawing_line8_alpha;

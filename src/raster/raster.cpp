@@ -7,16 +7,6 @@ uint32_t colorfx = 0;
 int32_t alphafx = 255;
 int32_t dR = 0, dG = 0, dB = 0;
 
-draw_line_routine *draw_line = draw_line8;
-draw_run_routine *draw_hline = draw_hline8, *draw_vline = draw_vline8;
-draw_box_routine *draw_rect = draw_rect8, *draw_srect = draw_srect8, *draw_csrect = draw_csrect8;
-draw_box_routine *draw_ellipse = draw_ellipse8, *draw_csellipse = draw_csellipse8;
-draw_circle_routine *draw_circle = draw_circle8;
-drawing_line_routine *drawing_line = drawing_line8, *drawing_line_alpha = drawing_line8_alpha;
-drawing_box_routine *drawing_rect = drawing_rect8, *drawing_rect_alpha = drawing_rect8_alpha;
-drawing_box_routine *drawing_ellipse = drawing_ellipse8;
-drawing_box_routine *drawing_ellipse_alpha = drawing_ellipse8_alpha;
-
 void set_raster_routines(int32_t depth) {
   const auto of_depth = [depth](auto *of8, auto *of16, auto *of32) {
     return depth == 16 ? of16 : depth == 32 ? of32 : of8;

@@ -28,26 +28,26 @@ using draw_circle_routine = void(__ORBSurface2D__ *, int32_t, int32_t, int32_t, 
 
 /// A line, both ends included. One of 45 degrees steps along x; where the minor axis steps depends
 /// on the starting end.
-draw_line_routine draw_line8, draw_line16, draw_line32;
+extern draw_line_routine &draw_line8, &draw_line16, &draw_line32;
 /// x0, x1, y: a horizontal run.
-draw_run_routine draw_hline8, draw_hline16, draw_hline32;
+extern draw_run_routine &draw_hline8, &draw_hline16, &draw_hline32;
 /// y0, y1, x: a vertical run.
-draw_run_routine draw_vline8, draw_vline16, draw_vline32;
+extern draw_run_routine &draw_vline8, &draw_vline16, &draw_vline32;
 /// x0, y0, x1, y1: a rectangle by two corners in any order. What is cut off at the left or top is
 /// also cut off the opposite side.
-draw_box_routine draw_rect8, draw_rect16, draw_rect32;
+extern draw_box_routine &draw_rect8, &draw_rect16, &draw_rect32;
 /// x, y, width, height: a rectangle by its top left corner and size.
-draw_box_routine draw_srect8, draw_srect16, draw_srect32;
+extern draw_box_routine &draw_srect8, &draw_srect16, &draw_srect32;
 /// x, y, width, height: a rectangle by centre and size; an even size extends one pixel further left
 /// and up.
-draw_box_routine draw_csrect8, draw_csrect16, draw_csrect32;
+extern draw_box_routine &draw_csrect8, &draw_csrect16, &draw_csrect32;
 /// A circle; radius 0 is one pixel, a negative radius nothing.
-draw_circle_routine draw_circle8, draw_circle16, draw_circle32;
+extern draw_circle_routine &draw_circle8, &draw_circle16, &draw_circle32;
 /// x0, y0, x1, y1: the ellipse in the box of two corners in any order; nothing for boxes higher
 /// than 4096 rows.
-draw_box_routine draw_ellipse8, draw_ellipse16, draw_ellipse32;
+extern draw_box_routine &draw_ellipse8, &draw_ellipse16, &draw_ellipse32;
 /// x, y, x radius, y radius: an ellipse by its centre; radii below 1 count as 1.
-draw_box_routine draw_csellipse8, draw_csellipse16, draw_csellipse32;
+extern draw_box_routine &draw_csellipse8, &draw_csellipse16, &draw_csellipse32;
 
 // Those of the mode's depth, like get_pixel and draw_pixel.
 extern draw_line_routine *draw_line;
@@ -70,16 +70,11 @@ extern LineTarget line_target;
 // Each draws what lies within the line target and returns whether that was anything.
 
 /// Row y from x0 to x1, or column x from y0 to y1; the ends in any order.
-bool hline8(int32_t x0, int32_t x1, int32_t y, uint32_t colour);
-bool hline16(int32_t x0, int32_t x1, int32_t y, uint32_t colour);
-bool hline32(int32_t x0, int32_t x1, int32_t y, uint32_t colour);
-bool vline8(int32_t y0, int32_t y1, int32_t x, uint32_t colour);
-bool vline16(int32_t y0, int32_t y1, int32_t x, uint32_t colour);
-bool vline32(int32_t y0, int32_t y1, int32_t x, uint32_t colour);
+using run_helper = bool(int32_t, int32_t, int32_t, uint32_t colour);
+extern run_helper &hline8, &hline16, &hline32, &vline8, &vline16, &vline32;
 /// The same line as draw_line.
-bool linec8(int32_t x0, int32_t y0, int32_t x1, int32_t y1, uint32_t colour);
-bool linec16(int32_t x0, int32_t y0, int32_t x1, int32_t y1, uint32_t colour);
-bool linec32(int32_t x0, int32_t y0, int32_t x1, int32_t y1, uint32_t colour);
+using line_helper = bool(int32_t x0, int32_t y0, int32_t x1, int32_t y1, uint32_t colour);
+extern line_helper &linec8, &linec16, &linec32;
 
 // ---- Drawing routines --------------------------------------------------------------------------
 
@@ -102,12 +97,13 @@ using drawing_box_routine = void(__ORBSurface2D__ *, int32_t, int32_t, int32_t, 
 // The shapes of draw_line and draw_ellipse, and a rectangle with ordinary clipping. The alpha forms
 // blend each pixel of a shape once, d + ((s - d) * alpha >> 8) per channel, keeping the
 // destination's alpha channel; at 8 bits they use do_pixelfx_8bits.
-drawing_line_routine drawing_line8, drawing_line16, drawing_line32;
-drawing_line_routine drawing_line8_alpha, drawing_line16_alpha, drawing_line32_alpha;
-drawing_box_routine drawing_rect8, drawing_rect16, drawing_rect32;
-drawing_box_routine drawing_rect8_alpha, drawing_rect16_alpha, drawing_rect32_alpha;
-drawing_box_routine drawing_ellipse8, drawing_ellipse16, drawing_ellipse32;
-drawing_box_routine drawing_ellipse8_alpha, drawing_ellipse16_alpha, drawing_ellipse32_alpha;
+extern drawing_line_routine &drawing_line8, &drawing_line16, &drawing_line32;
+extern drawing_line_routine &drawing_line8_alpha, &drawing_line16_alpha, &drawing_line32_alpha;
+extern drawing_box_routine &drawing_rect8, &drawing_rect16, &drawing_rect32;
+extern drawing_box_routine &drawing_rect8_alpha, &drawing_rect16_alpha, &drawing_rect32_alpha;
+extern drawing_box_routine &drawing_ellipse8, &drawing_ellipse16, &drawing_ellipse32;
+extern drawing_box_routine &drawing_ellipse8_alpha, &drawing_ellipse16_alpha,
+    &drawing_ellipse32_alpha;
 
 // Those of the mode's depth.
 extern drawing_line_routine *drawing_line, *drawing_line_alpha;
@@ -115,12 +111,10 @@ extern drawing_box_routine *drawing_rect, *drawing_rect_alpha;
 extern drawing_box_routine *drawing_ellipse, *drawing_ellipse_alpha;
 
 /// One run of an ellipse, x0 <= x1, on the line target within the draw clip rectangle.
-void ellipse_linec8_drawing(int32_t x0, int32_t x1, int32_t y);
-void ellipse_linec16_drawing(int32_t x0, int32_t x1, int32_t y);
-void ellipse_linec32_drawing(int32_t x0, int32_t x1, int32_t y);
-void ellipse_linec8_drawing_alpha(int32_t x0, int32_t x1, int32_t y);
-void ellipse_linec16_drawing_alpha(int32_t x0, int32_t x1, int32_t y);
-void ellipse_linec32_drawing_alpha(int32_t x0, int32_t x1, int32_t y);
+using ellipse_run = void(int32_t x0, int32_t x1, int32_t y);
+extern ellipse_run &ellipse_linec8_drawing, &ellipse_linec16_drawing, &ellipse_linec32_drawing;
+extern ellipse_run &ellipse_linec8_drawing_alpha, &ellipse_linec16_drawing_alpha,
+    &ellipse_linec32_drawing_alpha;
 
 /// An 8-bit pixel blended with `colorfx` at `alphafx` (0..15): the palette colour nearest to d +
 /// ((s - d) * alpha >> 4) in 6-bit components. Without a palette, the pixel itself.
