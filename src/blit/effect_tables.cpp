@@ -1,5 +1,7 @@
 #include "blit/effect_tables.h"
 
+#include <utility>
+
 uint8_t FX_additiveblend32_table[512], FX_subtractiveblend32_table[512];
 uint8_t FX_scaleR32_table[256], FX_scaleG32_table[256], FX_scaleB32_table[256];
 uint8_t FX_alpha32_table[256][256], FX_multiplyblend32_table[256][256];
@@ -51,6 +53,8 @@ void fill_products(uint8_t (&multiply)[1 << bits][1 << bits],
 } // namespace
 
 void fill_effect_tables32() {
+  static bool filled = false;
+  if (std::exchange(filled, true)) return;
   for (int32_t i = 0; i < 512; ++i) {
     FX_additiveblend32_table[i] = uint8_t(lesser(i, 255));
     // QUIRK: the last entry is 0: 256, the difference for sum 511, does not fit into a byte.
@@ -73,6 +77,8 @@ void fill_effect_tables32() {
 }
 
 void fill_effect_tables16() {
+  static bool filled = false;
+  if (std::exchange(filled, true)) return;
   fill_sums(FX_additiveblendRB16_table, FX_subtractiveblendRB16_table, 31);
   fill_sums(FX_additiveblendG16_table, FX_subtractiveblendG16_table, 63);
   for (int32_t i = 0; i < 512; ++i)

@@ -37,5 +37,6 @@ extern uint8_t FX_alpha16_tableN[256][64];
 extern int16_t FX_alpha16_table[256][128];
 extern int8_t FX_tint16_table[256][128];
 
+/// Fill the tables of a depth; only the first call does anything.
 void fill_effect_tables16();
 void fill_effect_tables32();
