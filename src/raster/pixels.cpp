@@ -2,10 +2,6 @@
 
 #include "surface/screen.h"
 
-uint32_t (*get_pixel)(const __ORBSurface2D__ *, int32_t x, int32_t y) = get_pixel8;
-void (*draw_pixel)(__ORBSurface2D__ *, int32_t x, int32_t y, uint32_t colour,
-                   int32_t) = draw_pixel8;
-
 namespace {
 
 /// The pixel's address, or null outside the surface and for surfaces of another depth: a graph may
@@ -25,7 +21,7 @@ uint32_t get_pixel_as(const __ORBSurface2D__ *surface, int32_t x, int32_t y) {
 }
 
 template <typename Pixel>
-void draw_pixel_as(__ORBSurface2D__ *surface, int32_t x, int32_t y, uint32_t colour) {
+void draw_pixel_as(__ORBSurface2D__ *surface, int32_t x, int32_t y, uint32_t colour, int32_t) {
   Pixel *pixel = pixel_at<Pixel>(surface, x, y);
   if (!pixel) return;
   *pixel = Pixel(colour);
@@ -34,25 +30,13 @@ void draw_pixel_as(__ORBSurface2D__ *surface, int32_t x, int32_t y, uint32_t col
 
 } // namespace
 
-uint32_t get_pixel8(const __ORBSurface2D__ *surface, int32_t x, int32_t y) {
-  return get_pixel_as<uint8_t>(surface, x, y);
-}
-uint32_t get_pixel16(const __ORBSurface2D__ *surface, int32_t x, int32_t y) {
-  return get_pixel_as<uint16_t>(surface, x, y);
-}
-uint32_t get_pixel32(const __ORBSurface2D__ *surface, int32_t x, int32_t y) {
-  return get_pixel_as<uint32_t>(surface, x, y);
-}
+get_pixel_routine &get_pixel8 = get_pixel_as<uint8_t>, &get_pixel16 = get_pixel_as<uint16_t>,
+                  &get_pixel32 = get_pixel_as<uint32_t>;
+draw_pixel_routine &draw_pixel8 = draw_pixel_as<uint8_t>, &draw_pixel16 = draw_pixel_as<uint16_t>,
+                   &draw_pixel32 = draw_pixel_as<uint32_t>;
 
-void draw_pixel8(__ORBSurface2D__ *surface, int32_t x, int32_t y, uint32_t colour, int32_t) {
-  draw_pixel_as<uint8_t>(surface, x, y, colour);
-}
-void draw_pixel16(__ORBSurface2D__ *surface, int32_t x, int32_t y, uint32_t colour, int32_t) {
-  draw_pixel_as<uint16_t>(surface, x, y, colour);
-}
-void draw_pixel32(__ORBSurface2D__ *surface, int32_t x, int32_t y, uint32_t colour, int32_t) {
-  draw_pixel_as<uint32_t>(surface, x, y, colour);
-}
+get_pixel_routine *get_pixel = get_pixel8;
+draw_pixel_routine *draw_pixel = draw_pixel8;
 
 void set_pixel_routines(int32_t depth) {
   get_pixel = depth == 16 ? get_pixel16 : depth == 32 ? get_pixel32 : get_pixel8;

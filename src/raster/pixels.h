@@ -3,17 +3,17 @@
 
 #include "orb/graphics2d.h"
 
+using get_pixel_routine = uint32_t(const __ORBSurface2D__ *surface, int32_t x, int32_t y);
+using draw_pixel_routine = void(__ORBSurface2D__ *surface, int32_t x, int32_t y, uint32_t colour,
+                                int32_t);
+
 /// The pixel at (x, y); 0 outside the surface or for null.
-uint32_t get_pixel8(const __ORBSurface2D__ *surface, int32_t x, int32_t y);
-uint32_t get_pixel16(const __ORBSurface2D__ *surface, int32_t x, int32_t y);
-uint32_t get_pixel32(const __ORBSurface2D__ *surface, int32_t x, int32_t y);
+extern get_pixel_routine &get_pixel8, &get_pixel16, &get_pixel32;
 /// Draws one pixel if inside; the last argument is ignored. Marks the ground as drawn on.
-void draw_pixel8(__ORBSurface2D__ *surface, int32_t x, int32_t y, uint32_t colour, int32_t);
-void draw_pixel16(__ORBSurface2D__ *surface, int32_t x, int32_t y, uint32_t colour, int32_t);
-void draw_pixel32(__ORBSurface2D__ *surface, int32_t x, int32_t y, uint32_t colour, int32_t);
+extern draw_pixel_routine &draw_pixel8, &draw_pixel16, &draw_pixel32;
 
 /// Those of the mode's depth.
-extern uint32_t (*get_pixel)(const __ORBSurface2D__ *, int32_t x, int32_t y);
-extern void (*draw_pixel)(__ORBSurface2D__ *, int32_t x, int32_t y, uint32_t colour, int32_t);
+extern get_pixel_routine *get_pixel;
+extern draw_pixel_routine *draw_pixel;
 /// Points both at the routines of a depth.
 void set_pixel_routines(int32_t depth);
