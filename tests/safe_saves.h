@@ -86,7 +86,7 @@ inline void expect_safe_saves(const fs::path &folder,
   // Somebody else saves the same file at the same time.
   const pid_t other = fork();
   bool all_saved = true;
-  for (int i = 0; i < 50; i++) {
+  for (int i = 0; i < 20; i++) {
     all_saved &= save("old");
     if (other != 0) EXPECT_TRUE(bytes_of("old") == bytes);
   }
