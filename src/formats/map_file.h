@@ -11,8 +11,7 @@
 #include "surface/surface.h"
 
 /// What the seven bytes of a magic say: the letters "map" or "fpg", 0x1A, 0x0D, the depth byte, 0.
-/// QUIRK: 0x10 and 0x20 would look more natural for 16 and 32 bits. They are 0x16 and 0x32,
-/// intentionally, as if decimal digits had been written down as hexadecimal ones.
+/// QUIRK: 16 and 32 bits are 0x16 and 0x32, decimal digits written as hexadecimal ones.
 struct graph_file_layout {
   uint8_t depth_byte;
   uint8_t depth;
