@@ -211,13 +211,9 @@ void forget_surface(const __ORBSurface2D__ *surface) {
   }
 }
 
-orb_blit_list *GetPtrBlitList() {
-  return pBlitList2D;
-}
+orb_blit_list *GetPtrBlitList() { return pBlitList2D; }
 
-int32_t GetNumsBlitOnList() {
-  return pBlitList2D ? int32_t(pBlitList2D->used) : 0;
-}
+int32_t GetNumsBlitOnList() { return pBlitList2D ? int32_t(pBlitList2D->used) : 0; }
 
 __ORBBlit2D__ *GetNumBlitOnList(int32_t index) {
   if (!pBlitList2D || uint32_t(index) >= pBlitList2D->used) return nullptr;

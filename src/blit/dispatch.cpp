@@ -14,9 +14,7 @@ instruction_set in_use = instruction_set::sse2;
 ORB_SPAN_TABLES(ORB_DEFINE_SPAN_TABLE)
 #undef ORB_DEFINE_SPAN_TABLE
 
-instruction_set span_instruction_set() {
-  return in_use;
-}
+instruction_set span_instruction_set() { return in_use; }
 
 span_routine *const *span_table_entries(instruction_set isa, span_op op, span_table table) {
   return spans_in(op).tables[int(isa)][int(table)];

@@ -24,9 +24,7 @@ namespace {
 // Luminance weights, out of 255.
 constexpr int32_t red_weight = 76, green_weight = 150, blue_weight = 29;
 
-constexpr int32_t lesser(int32_t a, int32_t b) {
-  return a < b ? a : b;
-}
+constexpr int32_t lesser(int32_t a, int32_t b) { return a < b ? a : b; }
 
 /// Additive and subtractive tables of a 5-6-5 field with maximum `top`.
 void fill_sums(uint8_t *additive, uint8_t *subtractive, int32_t top) {

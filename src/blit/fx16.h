@@ -13,12 +13,8 @@ inline constexpr uint16_t red16 = 0xF800, green16 = 0x07E0, blue16 = 0x001F;
 struct fields16 {
   words r, g, b;
 };
-inline fields16 split(words p) {
-  return {p >> 11, (p >> 5) & 63, p & 31};
-}
-inline words join(fields16 f) {
-  return f.r << 11 | f.g << 5 | f.b;
-}
+inline fields16 split(words p) { return {p >> 11, (p >> 5) & 63, p & 31}; }
+inline words join(fields16 f) { return f.r << 11 | f.g << 5 | f.b; }
 
 /// Applies f(source, destination, channel maximum) to each channel.
 template <typename F> inline words by_channel(words s, words d, F f) {
@@ -26,9 +22,7 @@ template <typename F> inline words by_channel(words s, words d, F f) {
   return join({f(a.r, b.r, uint16_t(31)), f(a.g, b.g, uint16_t(63)), f(a.b, b.b, uint16_t(31))});
 }
 
-inline words min16(words x, words y) {
-  return x < y ? x : y;
-}
+inline words min16(words x, words y) { return x < y ? x : y; }
 
 /// What an effect needs beside the pixels.
 struct context16 {

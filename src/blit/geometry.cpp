@@ -37,17 +37,13 @@ struct shear {
   double kx, ky;
   point operator()(point p) const { return {p.x + kx * p.y, p.y + ky * p.x}; }
 };
-shear shear_by(int32_t x, int32_t y) {
-  return {x / -100.0, y / -100.0};
-}
+shear shear_by(int32_t x, int32_t y) { return {x / -100.0, y / -100.0}; }
 
 struct scaling {
   double x, y;
   point operator()(point p) const { return {p.x * x, p.y * y}; }
 };
-scaling scaling_by(int32_t x, int32_t y) {
-  return {x / 100.0, y / 100.0};
-}
+scaling scaling_by(int32_t x, int32_t y) { return {x / 100.0, y / 100.0}; }
 
 /// The letters of a transform order; an unknown order counts as tfm_hsr.
 const char *order_letters(int32_t tfmorder) {

@@ -17,9 +17,7 @@ namespace {
 template <typename Weights> inline dwords mix32(dwords x, dwords y, Weights w) {
   return narrow(mul255(widen(x), w) + mul255(widen(y), rest_of(w)));
 }
-inline dwords mix32(dwords x, dwords y, dwords w) {
-  return mix32(x, y, spread(w));
-}
+inline dwords mix32(dwords x, dwords y, dwords w) { return mix32(x, y, spread(w)); }
 
 /// The source's coverage: its alpha channel, times the global alpha where the routine applies it.
 template <span_routine_id id> inline dwords coverage32(dwords s, const context32 &c) {

@@ -81,9 +81,7 @@ bool begin_blit(const __ORBBlit2D__ *request, bool transformed) {
   return blit_column() >= 0;
 }
 
-int32_t blit_column() {
-  return blit.blt_flags < 12 ? blit.blt_flags >> 2 : -1;
-}
+int32_t blit_column() { return blit.blt_flags < 12 ? blit.blt_flags >> 2 : -1; }
 
 bool clip_blit(const __ORBBlit2D__ *request) {
   const int32_t right = int32_t(blit.dst->width) - 1, bottom = int32_t(blit.dst->height) - 1;
@@ -191,9 +189,7 @@ int32_t blit_window(orb_blit_operation *operation, __ORBBlit2D__ *request, int32
   return drawn;
 }
 
-int32_t fixed_beyond_31_bits(double value) {
-  return int32_t(uint32_t(int64_t(value)));
-}
+int32_t fixed_beyond_31_bits(double value) { return int32_t(uint32_t(int64_t(value))); }
 
 int32_t refuse_blit(__ORBBlit2D__ *request) {
   request->drawn = 0;

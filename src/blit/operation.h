@@ -35,6 +35,4 @@ inline int32_t to_fixed(double value) {
   return value < limit && value > -limit ? int32_t(value) : fixed_beyond_31_bits(value);
 }
 /// A step: `run` / `steps`, truncated toward zero.
-inline int32_t fixed_step(double run, int32_t steps) {
-  return to_fixed(run / steps);
-}
+inline int32_t fixed_step(double run, int32_t steps) { return to_fixed(run / steps); }

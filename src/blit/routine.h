@@ -106,9 +106,7 @@ constexpr int columns_of(span_op op, span_table table) {
   return pixels_of(table) == span_pixels::chn32 ? 1 : 2;
 }
 
-constexpr int rows_of(span_table table) {
-  return table == span_table::t8 ? 13 : effect_count;
-}
+constexpr int rows_of(span_table table) { return table == span_table::t8 ? 13 : effect_count; }
 
 constexpr int table_size(span_op op, span_table table) {
   return columns_of(op, table) * rows_of(table);

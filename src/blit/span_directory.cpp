@@ -78,9 +78,7 @@ constexpr directory whole_directory = make_directory();
 
 } // namespace
 
-std::span<const span_directory_entry> span_directory() {
-  return whole_directory.entries;
-}
+std::span<const span_directory_entry> span_directory() { return whole_directory.entries; }
 
 span_routine *routine_of(const span_directory_entry &entry, instruction_set isa) {
   return spans_in(entry.op).routines->at[int(isa)][number_of(entry.id)];

@@ -34,9 +34,9 @@ struct script_mouse {
 // init and after release it is the module's own, all zero.
 extern int32_t *_dump_type_, *_restore_type_, *_fading_, *_fps_;
 extern int32_t *_num_video_modes_, *_num_video_bits_, *_num_video_rates_, *_vsync_;
-extern script_video_mode *_video_modes_;  // 64 elements
-extern int32_t *_video_bits_;             // 3
-extern int32_t *_video_rates_;            // 32
+extern script_video_mode *_video_modes_; // 64 elements
+extern int32_t *_video_bits_;            // 3
+extern int32_t *_video_rates_;           // 32
 extern int32_t *_draw_z_, *_draw_destination_file_, *_draw_destination_graph_, *_draw_visible_;
 extern script_mouse *_mouse_graphics2D_;
 

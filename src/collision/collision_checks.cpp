@@ -43,9 +43,7 @@ int32_t compare_pictures() {
 }
 
 /// A picture of size 0 is never drawn, though it has corners around its position.
-bool has_size(const __ORBBlit2D__ &picture) {
-  return picture.size_x != 0 && picture.size_y != 0;
-}
+bool has_size(const __ORBBlit2D__ &picture) { return picture.size_x != 0 && picture.size_y != 0; }
 
 int32_t compare_outlines() {
   if (!has_size(proc) || !has_size(scan)) return 0;
@@ -67,22 +65,14 @@ int32_t covers_point(int32_t x, int32_t y, point_kernel *k8, point_kernel *k16, 
 
 } // namespace
 
-int32_t check_process_collision() {
-  return compare_pictures();
-}
-int32_t check_mouse_collision() {
-  return compare_pictures();
-}
+int32_t check_process_collision() { return compare_pictures(); }
+int32_t check_mouse_collision() { return compare_pictures(); }
 int32_t check_hittest_collision(int32_t x, int32_t y) {
   return covers_point(x, y, hit_collision_8bits, hit_collision_16bits, hit_collision_32bits);
 }
 
-int32_t check_process_overlap() {
-  return compare_outlines();
-}
-int32_t check_mouse_overlap() {
-  return compare_outlines();
-}
+int32_t check_process_overlap() { return compare_outlines(); }
+int32_t check_mouse_overlap() { return compare_outlines(); }
 int32_t check_hittest_overlap(int32_t x, int32_t y) {
   if (!has_size(scan)) return 0;
   __FPoint__ corners[4];

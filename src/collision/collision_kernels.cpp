@@ -33,9 +33,7 @@ bool touch(const void *first, const void *second, size_t count, SeenA seen_a, Se
   return false;
 }
 
-size_t area(int32_t width, int32_t height) {
-  return size_t(width) * size_t(height);
-}
+size_t area(int32_t width, int32_t height) { return size_t(width) * size_t(height); }
 
 bool seen_32bits(uint32_t pixel, uint8_t alpha) {
   return alpha ? above_threshold{alphathreshold}(pixel) : pixel != 0;
@@ -61,9 +59,7 @@ int32_t process_collision_32bits(const void *a, const void *b, int32_t width, in
                     : touch<uint32_t>(a, b, count, not_zero{}, not_zero{});
 }
 
-int32_t hit_collision_8bits(const void *pixel) {
-  return *static_cast<const uint8_t *>(pixel) != 0;
-}
+int32_t hit_collision_8bits(const void *pixel) { return *static_cast<const uint8_t *>(pixel) != 0; }
 int32_t hit_collision_16bits(const void *pixel) {
   return *static_cast<const uint16_t *>(pixel) != 0;
 }
@@ -72,12 +68,6 @@ int32_t hit_collision_32bits(const void *pixel) {
 }
 
 // The pointer's picture is also in `scan`.
-int32_t mouse_collision_8bits(const void *pixel) {
-  return hit_collision_8bits(pixel);
-}
-int32_t mouse_collision_16bits(const void *pixel) {
-  return hit_collision_16bits(pixel);
-}
-int32_t mouse_collision_32bits(const void *pixel) {
-  return hit_collision_32bits(pixel);
-}
+int32_t mouse_collision_8bits(const void *pixel) { return hit_collision_8bits(pixel); }
+int32_t mouse_collision_16bits(const void *pixel) { return hit_collision_16bits(pixel); }
+int32_t mouse_collision_32bits(const void *pixel) { return hit_collision_32bits(pixel); }

@@ -8,9 +8,7 @@
 #include "orb/graphics2d.h"
 
 /// The id of a process in scripts.
-inline int32_t process_id(const orb_process *process) {
-  return std::bit_cast<int32_t>(process);
-}
+inline int32_t process_id(const orb_process *process) { return std::bit_cast<int32_t>(process); }
 /// The process with an id, or null when there is none; the calling process.
 orb_process *find_process(int32_t id);
 orb_process *calling_process();

@@ -30,9 +30,7 @@ double side_of(const __FPoint__ &a, const __FPoint__ &b, const __FPoint__ &p) {
   return (double(b.x) - a.x) * (double(p.y) - a.y) - (double(b.y) - a.y) * (double(p.x) - a.x);
 }
 
-bool within(float p, float a, float b) {
-  return p >= std::min(a, b) && p <= std::max(a, b);
-}
+bool within(float p, float a, float b) { return p >= std::min(a, b) && p <= std::max(a, b); }
 bool within_extent(const __FPoint__ &p, const __FPoint__ &a, const __FPoint__ &b) {
   return within(p.x, a.x, b.x) && within(p.y, a.y, b.y);
 }

@@ -146,13 +146,9 @@ uint32_t picture_row(const bmp_header &header, uint32_t y) {
   return header.top_down ? y : header.h - 1 - y;
 }
 
-uint32_t row_bytes(const bmp_header &header) {
-  return (header.w * header.bits + 7) / 8;
-}
+uint32_t row_bytes(const bmp_header &header) { return (header.w * header.bits + 7) / 8; }
 /// Up to the next row, which starts at a multiple of 4.
-uint32_t row_stride(const bmp_header &header) {
-  return (row_bytes(header) + 3) & ~3u;
-}
+uint32_t row_stride(const bmp_header &header) { return (row_bytes(header) + 3) & ~3u; }
 
 /// Whether the file has the rows that it claims; the last one need not be padded.
 bool has_plain_rows(const file_reader &file, const bmp_header &header) {

@@ -10,9 +10,7 @@
 #include "formats/truecolour.h"
 
 /// 5 bits to 8, rounded: 31 becomes 255.
-constexpr uint32_t widen5(uint32_t value) {
-  return (value * 527 + 23) >> 6;
-}
+constexpr uint32_t widen5(uint32_t value) { return (value * 527 + 23) >> 6; }
 static_assert([] {
   for (uint32_t value = 0; value < 32; value++)
     if (widen5(value) != (value * 255 * 2 + 31) / 62) return false;

@@ -38,9 +38,7 @@ bool open_reader(file_reader *file, const char *filename) {
   return true;
 }
 
-void close_reader(file_reader *file) {
-  fclose(file->file);
-}
+void close_reader(file_reader *file) { fclose(file->file); }
 
 bool seek_reader(file_reader &file, uint32_t offset) {
   if (offset > file.size) return false;

@@ -106,9 +106,7 @@ void convert_cmyk_by_profile(const jpeg_reading &reading, uint32_t *row, uint32_
 }
 
 /// The rounded quotient by 255 of a product of two bytes.
-constexpr uint32_t multiply(uint32_t a, uint32_t b) {
-  return (a * b + 127) / 255;
-}
+constexpr uint32_t multiply(uint32_t a, uint32_t b) { return (a * b + 127) / 255; }
 
 /// The samples are inverted, as usual in such files: 255 is no ink. A colour is the light that its
 /// ink transmits, times the light that black transmits.

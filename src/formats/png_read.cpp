@@ -33,9 +33,7 @@ struct png_reading {
   script_error error;
 };
 
-[[noreturn]] void on_error(png_structp png, png_const_charp) {
-  png_longjmp(png, 1);
-}
+[[noreturn]] void on_error(png_structp png, png_const_charp) { png_longjmp(png, 1); }
 void on_warning(png_structp, png_const_charp) {}
 
 [[noreturn]] void give_up(png_reading *reading, script_error error) {
@@ -221,9 +219,7 @@ int32_t ORB_LoadPNG(const char *filename, const char *) {
   return 0;
 }
 
-int32_t ORB_LoadPNGPalette(const char *filename) {
-  return read_png(filename, read_palette);
-}
+int32_t ORB_LoadPNGPalette(const char *filename) { return read_png(filename, read_palette); }
 
 } // namespace
 

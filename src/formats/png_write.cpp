@@ -21,9 +21,7 @@ struct png_writing {
   int level;
 };
 
-[[noreturn]] void on_error(png_structp png, png_const_charp) {
-  png_longjmp(png, 1);
-}
+[[noreturn]] void on_error(png_structp png, png_const_charp) { png_longjmp(png, 1); }
 void on_warning(png_structp, png_const_charp) {}
 
 void write_header(const png_writing &writing) {

@@ -23,9 +23,7 @@ struct tga_header {
   bool top_down, right_to_left, alpha;
 };
 
-bool is_map_depth(uint32_t bits) {
-  return bits == 15 || bits == 16 || bits == 24 || bits == 32;
-}
+bool is_map_depth(uint32_t bits) { return bits == 15 || bits == 16 || bits == 24 || bits == 32; }
 
 /// Reads the header; false for anything but a TGA file that we support. The format has no
 /// signature, so this is the only check.
@@ -152,9 +150,7 @@ bool read_rows(file_reader &file, const tga_header &header, const picture_rows &
   return true;
 }
 
-void copy_indices(uint8_t *to, const uint8_t *from, uint32_t count) {
-  memcpy(to, from, count);
-}
+void copy_indices(uint8_t *to, const uint8_t *from, uint32_t count) { memcpy(to, from, count); }
 
 /// Whether the file can hold what it claims.
 bool has_rows(const file_reader &file, const tga_header &header) {

@@ -13,9 +13,7 @@ namespace {
 /// A line as the file holds it, from a row of pixels: the row itself, or what is made in `packed`.
 using line_maker = const uint8_t *(const uint8_t *row, uint8_t *packed);
 
-const uint8_t *same_line(const uint8_t *row, uint8_t *) {
-  return row;
-}
+const uint8_t *same_line(const uint8_t *row, uint8_t *) { return row; }
 const uint8_t *line_from_16(const uint8_t *row, uint8_t *packed) {
   const auto *pixels = reinterpret_cast<const uint16_t *>(row);
   pack_bgr(packed, uint32_t(image_w), [pixels](uint32_t x) { return widen565(pixels[x]); });

@@ -15,9 +15,7 @@ uint16_t pack_keyless(uint32_t pixel) {
   return uint16_t(pack565(pixel >> 16 & 255, pixel >> 8 & 255, pixel & 255));
 }
 
-uint16_t pack_with_alpha(uint32_t pixel) {
-  return uint16_t(pack565_with_alpha(pixel));
-}
+uint16_t pack_with_alpha(uint32_t pixel) { return uint16_t(pack565_with_alpha(pixel)); }
 
 uint8_t nearest(uint32_t *cache, uint32_t pixel) {
   const uint32_t colour = pixel & 0xFFFFFF;

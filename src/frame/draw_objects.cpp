@@ -104,9 +104,7 @@ void fill_request(__ORBBlit2D__ &request, int32_t index, __ORBSurface2D__ *desti
 }
 
 /// Alphas of 8-bit modes have sixteen steps.
-bool opaque(const orb_draw &draw) {
-  return draw.alpha == (mode.bpp == 8 ? 15 : 255);
-}
+bool opaque(const orb_draw &draw) { return draw.alpha == (mode.bpp == 8 ? 15 : 255); }
 
 void rasterise(const orb_draw &draw, __ORBSurface2D__ *on) {
   const bool filled = draw.type == draw_type_filled_rect || draw.type == draw_type_filled_ellipse;

@@ -186,9 +186,7 @@ auto column_of(int32_t y0, int32_t y1, int32_t x) {
   return [=](auto &to) { to.column(std::min(y0, y1), std::max(y0, y1), x); };
 }
 auto line_of(int32_t x0, int32_t y0, int32_t x1, int32_t y1) {
-  return [=](auto &to) __attribute__((always_inline)) {
-    line(to, x0, y0, x1, y1);
-  };
+  return [=](auto &to) __attribute__((always_inline)) { line(to, x0, y0, x1, y1); };
 }
 
 template <typename Pixel> bool row_on_target(int32_t x0, int32_t x1, int32_t y, uint32_t colour) {

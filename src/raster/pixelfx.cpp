@@ -21,9 +21,7 @@ struct fx_table {
 fx_table tables[256];
 
 /// The slot for a colour and an alpha; other pairs may share it.
-fx_table &place_of(uint8_t colour, uint8_t alpha) {
-  return tables[uint8_t(colour + 16 * alpha)];
-}
+fx_table &place_of(uint8_t colour, uint8_t alpha) { return tables[uint8_t(colour + 16 * alpha)]; }
 
 /// The palette that the tables were made for.
 __ORBPalette2D__ made_for;
@@ -69,6 +67,4 @@ const uint8_t *pixelfx_table() {
   return table.index;
 }
 
-uint8_t do_pixelfx_8bits(uint8_t pixel) {
-  return pixelfx_table()[pixel];
-}
+uint8_t do_pixelfx_8bits(uint8_t pixel) { return pixelfx_table()[pixel]; }

@@ -74,9 +74,7 @@ uint64_t mix(uint64_t word) {
   return word ^ word >> 31;
 }
 
-uint64_t pair(int32_t high, int32_t low) {
-  return uint64_t(uint32_t(high)) << 32 | uint32_t(low);
-}
+uint64_t pair(int32_t high, int32_t low) { return uint64_t(uint32_t(high)) << 32 | uint32_t(low); }
 
 /// Digests a query to the 64 bits that a process record has for it. Two queries of one frame
 /// collide with probability 2^-64; the second then continues the walk of the first.
@@ -160,9 +158,7 @@ constexpr test_kind overlaps{true, check_process_overlap, check_mouse_overlap,
 /// collision(target), (process, target): the id of a process whose visible pixels touch those of
 /// the calling (or given) process, or that process's own id when they touch the mouse pointer's;
 /// else 0. collision(x, y, target): a process whose visible pixels cover that point of the screen.
-int32_t ORB_collision() {
-  return run(script_call{"COLLISION"}, collisions);
-}
+int32_t ORB_collision() { return run(script_call{"COLLISION"}, collisions); }
 
 /// overlap(...): the same with the outlines of the pictures, transparent parts included.
 int32_t ORB_overlap() {
@@ -170,9 +166,7 @@ int32_t ORB_overlap() {
   return run(script_call{"COLLISION"}, overlaps);
 }
 
-int32_t ORB_collision_get_alphathreshold() {
-  return rt_return(collision_alphathreshold);
-}
+int32_t ORB_collision_get_alphathreshold() { return rt_return(collision_alphathreshold); }
 
 /// collision_set_alphathreshold(threshold): 0..254; 1, or the failure value.
 int32_t ORB_collision_set_alphathreshold() {

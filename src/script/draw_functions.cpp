@@ -18,17 +18,11 @@ namespace {
 
 constexpr int32_t all_drawing = -1;
 
-int32_t id_of(int32_t index) {
-  return 2 * index + 1;
-}
-int32_t index_of(int32_t id) {
-  return id >> 1;
-}
+int32_t id_of(int32_t index) { return 2 * index + 1; }
+int32_t index_of(int32_t id) { return id >> 1; }
 
 /// Whether the id has a record, in use or not.
-bool is_id(int32_t id) {
-  return id > 0 && id % 2 != 0 && id < 2 * max_draw;
-}
+bool is_id(int32_t id) { return id > 0 && id % 2 != 0 && id < 2 * max_draw; }
 
 // ---- Checks of arguments; each reports once -----------------------------------------------------
 
@@ -170,13 +164,9 @@ int32_t ORB_draw_fix() {
 /// draw_lock(id): gives objects their own depth, destination and visibility instead of the script's
 /// globals: at first the depth and visibility they were made with, and the screen. Counts objects
 /// that were locked already, too.
-int32_t ORB_draw_lock() {
-  return set_locked({"DRAW_LOCK"}, true);
-}
+int32_t ORB_draw_lock() { return set_locked({"DRAW_LOCK"}, true); }
 /// draw_unlock(id): undoes draw_lock.
-int32_t ORB_draw_unlock() {
-  return set_locked({"DRAW_UNLOCK"}, false);
-}
+int32_t ORB_draw_unlock() { return set_locked({"DRAW_UNLOCK"}, false); }
 
 /// draw_move(id [, colour, alpha], x0, y0, x1, y1), move_draw(...): sets the corners, and colour
 /// and alpha if given. Does not take -1. 1, or 0 while there are no objects.
@@ -302,44 +292,20 @@ int32_t ORB_draw_exists() {
   return rt_return(is_id(id) && draws[index_of(id)].in_use);
 }
 
-int32_t ORB_draw_get_type() {
-  return get_field({"DRAW_GET_TYPE"}, &orb_draw::type);
-}
-int32_t ORB_draw_get_color() {
-  return get_field({"DRAW_GET_COLOR"}, &orb_draw::colour);
-}
-int32_t ORB_draw_get_alpha() {
-  return get_field({"DRAW_GET_ALPHA"}, &orb_draw::alpha);
-}
-int32_t ORB_draw_get_region() {
-  return get_field({"DRAW_GET_REGION"}, &orb_draw::region);
-}
+int32_t ORB_draw_get_type() { return get_field({"DRAW_GET_TYPE"}, &orb_draw::type); }
+int32_t ORB_draw_get_color() { return get_field({"DRAW_GET_COLOR"}, &orb_draw::colour); }
+int32_t ORB_draw_get_alpha() { return get_field({"DRAW_GET_ALPHA"}, &orb_draw::alpha); }
+int32_t ORB_draw_get_region() { return get_field({"DRAW_GET_REGION"}, &orb_draw::region); }
 /// draw_get_z(id): its own depth, used only while it is locked.
-int32_t ORB_draw_get_z() {
-  return get_field({"DRAW_GET_Z"}, &orb_draw::z);
-}
+int32_t ORB_draw_get_z() { return get_field({"DRAW_GET_Z"}, &orb_draw::z); }
 /// draw_get_visible(id): its own visibility, used only while it is locked.
-int32_t ORB_draw_get_visible() {
-  return get_field({"DRAW_GET_VISIBLE"}, &orb_draw::visible);
-}
-int32_t ORB_draw_get_x0() {
-  return get_field({"DRAW_GET_X0"}, &orb_draw::x0);
-}
-int32_t ORB_draw_get_y0() {
-  return get_field({"DRAW_GET_Y0"}, &orb_draw::y0);
-}
-int32_t ORB_draw_get_x1() {
-  return get_field({"DRAW_GET_X1"}, &orb_draw::x1);
-}
-int32_t ORB_draw_get_y1() {
-  return get_field({"DRAW_GET_Y1"}, &orb_draw::y1);
-}
-int32_t ORB_draw_is_fixed() {
-  return get_field({"DRAW_IS_FIXED"}, &orb_draw::fixed);
-}
-int32_t ORB_draw_is_locked() {
-  return get_field({"DRAW_IS_LOCKED"}, &orb_draw::locked);
-}
+int32_t ORB_draw_get_visible() { return get_field({"DRAW_GET_VISIBLE"}, &orb_draw::visible); }
+int32_t ORB_draw_get_x0() { return get_field({"DRAW_GET_X0"}, &orb_draw::x0); }
+int32_t ORB_draw_get_y0() { return get_field({"DRAW_GET_Y0"}, &orb_draw::y0); }
+int32_t ORB_draw_get_x1() { return get_field({"DRAW_GET_X1"}, &orb_draw::x1); }
+int32_t ORB_draw_get_y1() { return get_field({"DRAW_GET_Y1"}, &orb_draw::y1); }
+int32_t ORB_draw_is_fixed() { return get_field({"DRAW_IS_FIXED"}, &orb_draw::fixed); }
+int32_t ORB_draw_is_locked() { return get_field({"DRAW_IS_LOCKED"}, &orb_draw::locked); }
 
 /// draw_get_width(id): pixels from x0 to x1, both included.
 int32_t ORB_draw_get_width() {
@@ -368,15 +334,9 @@ int32_t ORB_draw_get_box() {
 // ---- Counts -------------------------------------------------------------------------------------
 
 /// graphiclib_get_drawspainted(): draw objects that exist.
-int32_t ORB_graphiclib_get_drawspainted() {
-  return rt_return(draws_painted);
-}
+int32_t ORB_graphiclib_get_drawspainted() { return rt_return(draws_painted); }
 /// graphiclib_get_drawsfixed(): those that are fixed, as draw_fix and draw_delete count them.
-int32_t ORB_graphiclib_get_drawsfixed() {
-  return rt_return(draws_fixed);
-}
+int32_t ORB_graphiclib_get_drawsfixed() { return rt_return(draws_fixed); }
 /// graphiclib_get_drawslocked(): those that are locked, as draw_lock, draw_unlock and draw_delete
 /// count them.
-int32_t ORB_graphiclib_get_drawslocked() {
-  return rt_return(draws_locked);
-}
+int32_t ORB_graphiclib_get_drawslocked() { return rt_return(draws_locked); }

@@ -207,6 +207,4 @@ int32_t ORB_fpg_save() {
 // ---- Counts -------------------------------------------------------------------------------------
 
 /// graphiclib_get_fpgsloaded(): libraries loaded or made.
-int32_t ORB_graphiclib_get_fpgsloaded() {
-  return rt_return(fpgs_loaded);
-}
+int32_t ORB_graphiclib_get_fpgsloaded() { return rt_return(fpgs_loaded); }

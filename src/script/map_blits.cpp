@@ -51,13 +51,9 @@ struct reported_places {
   int32_t unloaded_destination = 2;
 };
 
-bool is_library(int32_t file) {
-  return file >= 0 && file < max_fpg;
-}
+bool is_library(int32_t file) { return file >= 0 && file < max_fpg; }
 
-bool is_graph(int32_t graph, int32_t bound) {
-  return graph >= 1 && graph < bound;
-}
+bool is_graph(int32_t graph, int32_t bound) { return graph >= 1 && graph < bound; }
 
 /// Checks the numbers of both graphs, then whether they are loaded. Sets both bounds and both
 /// cursors. False after reporting.

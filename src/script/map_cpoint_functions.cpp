@@ -51,9 +51,7 @@ bool grow_points(__ORBSurface2D__ *surface, int32_t point) {
   return true;
 }
 
-int32_t coordinate(uint32_t word) {
-  return int16_t(word);
-}
+int32_t coordinate(uint32_t word) { return int16_t(word); }
 
 /// A coordinate of the pivot, the middle where it is unset.
 int32_t centre(uint32_t word, uint32_t side) {

@@ -191,6 +191,4 @@ int32_t ORB_map_unload() {
 }
 
 /// graphiclib_get_mapsloaded(): loose graphs loaded or made.
-int32_t ORB_graphiclib_get_mapsloaded() {
-  return rt_return(maps_loaded);
-}
+int32_t ORB_graphiclib_get_mapsloaded() { return rt_return(maps_loaded); }

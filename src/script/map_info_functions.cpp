@@ -31,18 +31,10 @@ int32_t set_text(const script_call &call, char (orb_map_slot::*text)[256]) {
   return call.done(1);
 }
 
-uint32_t width(const orb_map_slot &slot) {
-  return slot.surface->width;
-}
-uint32_t height(const orb_map_slot &slot) {
-  return slot.surface->height;
-}
-uint32_t numcpoints(const orb_map_slot &slot) {
-  return slot.surface->has_cpoints;
-}
-uint32_t alphachannel(const orb_map_slot &slot) {
-  return slot.surface->alpha_channel;
-}
+uint32_t width(const orb_map_slot &slot) { return slot.surface->width; }
+uint32_t height(const orb_map_slot &slot) { return slot.surface->height; }
+uint32_t numcpoints(const orb_map_slot &slot) { return slot.surface->has_cpoints; }
+uint32_t alphachannel(const orb_map_slot &slot) { return slot.surface->alpha_channel; }
 
 /// The values of graphic_info, in the order of its script constants.
 constexpr uint32_t (*infos[])(const orb_map_slot &) = {
@@ -64,24 +56,16 @@ int32_t ORB_map_exists() {
 }
 
 /// map_get_width(file, graph): in pixels.
-int32_t ORB_map_get_width() {
-  return return_number({"MAP_GET_WIDTH"}, width);
-}
+int32_t ORB_map_get_width() { return return_number({"MAP_GET_WIDTH"}, width); }
 
 /// map_get_height(file, graph): in pixels.
-int32_t ORB_map_get_height() {
-  return return_number({"MAP_GET_HEIGHT"}, height);
-}
+int32_t ORB_map_get_height() { return return_number({"MAP_GET_HEIGHT"}, height); }
 
 /// map_get_numcpoints(file, graph): defined control points, point 0 among them.
-int32_t ORB_map_get_numcpoints() {
-  return return_number({"MAP_GET_NUMCPOINTS"}, numcpoints);
-}
+int32_t ORB_map_get_numcpoints() { return return_number({"MAP_GET_NUMCPOINTS"}, numcpoints); }
 
 /// map_has_alphachannel(file, graph): 1 or 0.
-int32_t ORB_map_has_alphachannel() {
-  return return_number({"MAP_HAS_ALPHACHANNEL"}, alphachannel);
-}
+int32_t ORB_map_has_alphachannel() { return return_number({"MAP_HAS_ALPHACHANNEL"}, alphachannel); }
 
 /// map_get_memoryusage(file, graph): bytes counted for the graph; 0 after reporting a bad library
 /// number, the failure value after reporting any other mistake.
@@ -95,24 +79,16 @@ int32_t ORB_map_get_memoryusage() {
 }
 
 /// map_get_desc(file, graph): the description, or "(null)" after reporting a bad graph.
-int32_t ORB_map_get_desc() {
-  return return_text({"MAP_GET_DESC"}, &orb_map_slot::description);
-}
+int32_t ORB_map_get_desc() { return return_text({"MAP_GET_DESC"}, &orb_map_slot::description); }
 
 /// map_get_name(file, graph): the name of its file, or "(null)" after reporting a bad graph.
-int32_t ORB_map_get_name() {
-  return return_text({"MAP_GET_NAME"}, &orb_map_slot::name);
-}
+int32_t ORB_map_get_name() { return return_text({"MAP_GET_NAME"}, &orb_map_slot::name); }
 
 /// map_set_desc(file, graph, text): the description, cut to 255 bytes.
-int32_t ORB_map_set_desc() {
-  return set_text({"MAP_SET_DESC"}, &orb_map_slot::description);
-}
+int32_t ORB_map_set_desc() { return set_text({"MAP_SET_DESC"}, &orb_map_slot::description); }
 
 /// map_set_name(file, graph, text): the name, cut to 255 bytes.
-int32_t ORB_map_set_name() {
-  return set_text({"MAP_SET_NAME"}, &orb_map_slot::name);
-}
+int32_t ORB_map_set_name() { return set_text({"MAP_SET_NAME"}, &orb_map_slot::name); }
 
 /// graphic_info(file, graph, info): width, height, x and y of control point 0, number of defined
 /// control points, or alpha flag, for info 0 to 5.

@@ -223,36 +223,16 @@ int32_t ORB_virtualresolution_set() {
   return call.done(apply_mode());
 }
 
-int32_t ORB_mode_get_bpp() {
-  return rt_return(mode.bpp);
-}
-int32_t ORB_mode_get_width() {
-  return rt_return(mode.width);
-}
-int32_t ORB_mode_get_height() {
-  return rt_return(mode.height);
-}
-int32_t ORB_mode_get_rate() {
-  return rt_return(mode.rate);
-}
-int32_t ORB_mode_get_type() {
-  return rt_return(mode.type);
-}
-int32_t ORB_mode_get_bufferbehaviour() {
-  return rt_return(mode.bufferbehaviour);
-}
-int32_t ORB_mode_get_vsync() {
-  return rt_return(vsync);
-}
-int32_t ORB_mode_get_realwidth() {
-  return rt_return(sdl_w);
-}
-int32_t ORB_mode_get_realheight() {
-  return rt_return(sdl_h);
-}
-int32_t ORB_mode_is_emulated() {
-  return rt_return(emulated_mode);
-}
+int32_t ORB_mode_get_bpp() { return rt_return(mode.bpp); }
+int32_t ORB_mode_get_width() { return rt_return(mode.width); }
+int32_t ORB_mode_get_height() { return rt_return(mode.height); }
+int32_t ORB_mode_get_rate() { return rt_return(mode.rate); }
+int32_t ORB_mode_get_type() { return rt_return(mode.type); }
+int32_t ORB_mode_get_bufferbehaviour() { return rt_return(mode.bufferbehaviour); }
+int32_t ORB_mode_get_vsync() { return rt_return(vsync); }
+int32_t ORB_mode_get_realwidth() { return rt_return(sdl_w); }
+int32_t ORB_mode_get_realheight() { return rt_return(sdl_h); }
+int32_t ORB_mode_is_emulated() { return rt_return(emulated_mode); }
 
 /// mode_get_filter(what): 0 scale, 1 scanlines, 2 scanline intensity, 3 effect.
 int32_t ORB_mode_get_filter() {
@@ -276,27 +256,13 @@ int32_t ORB_mode_get_render() {
   }
 }
 
-int32_t ORB_virtualresolution_get_width() {
-  return rt_return(virtual_resolution_w);
-}
-int32_t ORB_virtualresolution_get_height() {
-  return rt_return(virtual_resolution_h);
-}
-int32_t ORB_virtualresolution_get_ratiowidth() {
-  return rt_return(virtual_resolution_ratiow);
-}
-int32_t ORB_virtualresolution_get_ratioheight() {
-  return rt_return(virtual_resolution_ratioh);
-}
-int32_t ORB_virtualresolution_get_xoffset() {
-  return rt_return(virtual_resolution_xoffset);
-}
-int32_t ORB_virtualresolution_get_yoffset() {
-  return rt_return(virtual_resolution_yoffset);
-}
+int32_t ORB_virtualresolution_get_width() { return rt_return(virtual_resolution_w); }
+int32_t ORB_virtualresolution_get_height() { return rt_return(virtual_resolution_h); }
+int32_t ORB_virtualresolution_get_ratiowidth() { return rt_return(virtual_resolution_ratiow); }
+int32_t ORB_virtualresolution_get_ratioheight() { return rt_return(virtual_resolution_ratioh); }
+int32_t ORB_virtualresolution_get_xoffset() { return rt_return(virtual_resolution_xoffset); }
+int32_t ORB_virtualresolution_get_yoffset() { return rt_return(virtual_resolution_yoffset); }
 int32_t ORB_virtualresolution_get_aspectratio() {
   return rt_return(virtual_resolution_aspectratio);
 }
-int32_t ORB_virtualresolution_is_emulated() {
-  return rt_return(virtual_resolution);
-}
+int32_t ORB_virtualresolution_is_emulated() { return rt_return(virtual_resolution); }

@@ -13,9 +13,7 @@
 
 namespace {
 
-bool palette_in_use() {
-  return mode.bpp == 8 && palette;
-}
+bool palette_in_use() { return mode.bpp == 8 && palette; }
 
 /// Whether first .. first + count - 1 are palette entries; count may be 0.
 bool is_range(int32_t first, int32_t count) {

@@ -142,9 +142,7 @@ int32_t ORB_region_get_y1() {
 }
 
 /// graphiclib_get_regionsdefined(): the number of regions that scripts have defined.
-int32_t ORB_graphiclib_get_regionsdefined() {
-  return rt_return(regions_defined);
-}
+int32_t ORB_graphiclib_get_regionsdefined() { return rt_return(regions_defined); }
 
 // ---- Whether a picture has left a region --------------------------------------------------------
 

@@ -119,22 +119,14 @@ int32_t copy_region(const script_call &call, const __ORBSurface2D__ *from) {
 
 /// ground_get(file, graph): copies the top left rectangle that ground and graph share to the graph.
 /// 1, or the failure value: after reporting a bad graph, or for one of another depth.
-int32_t ORB_ground_get() {
-  return get_surface({"GROUND_GET"}, ground);
-}
+int32_t ORB_ground_get() { return get_surface({"GROUND_GET"}, ground); }
 /// screen_get(file, graph): the same from the screen.
-int32_t ORB_screen_get() {
-  return get_surface({"SCREEN_GET"}, screen);
-}
+int32_t ORB_screen_get() { return get_surface({"SCREEN_GET"}, screen); }
 
 /// ground_copy(region, file, graph, x, y, w, h): copies the part of the ground inside the region to
 /// the graph, zeros included, stretched to w x h pixels at (x, y). The region is clipped to the
 /// ground first. 1 when something was drawn, else 0; the failure
 /// value after reporting a bad region (120) or graph, or for a graph of another depth.
-int32_t ORB_ground_copy() {
-  return copy_region({"GROUND_COPY"}, ground);
-}
+int32_t ORB_ground_copy() { return copy_region({"GROUND_COPY"}, ground); }
 /// screen_copy(region, file, graph, x, y, w, h): the same from the screen.
-int32_t ORB_screen_copy() {
-  return copy_region({"SCREEN_COPY"}, screen);
-}
+int32_t ORB_screen_copy() { return copy_region({"SCREEN_COPY"}, screen); }

@@ -83,9 +83,7 @@ int32_t ORB_screen_fade() {
 }
 
 /// screen_fade_in(), fade_on(): fades to the normal picture.
-int32_t ORB_screen_fade_in() {
-  return rt_return(start_fade(100, 100, 100, 8));
-}
+int32_t ORB_screen_fade_in() { return rt_return(start_fade(100, 100, 100, 8)); }
 
 /// screen_fade_out(), fade_off(): fades to black before it returns. 0 when already black.
 int32_t ORB_screen_fade_out() {

@@ -87,9 +87,7 @@ template <size_t count> auto pop_ints() {
 }
 
 /// The same into variables.
-template <typename... T> void pop_into(T &...values) {
-  std::tie(values...) = pop_args<T...>();
-}
+template <typename... T> void pop_into(T &...values) { std::tie(values...) = pop_args<T...>(); }
 
 /// Fetches a file name; a null one becomes empty.
 inline const char *pop_filename() {

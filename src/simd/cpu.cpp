@@ -27,6 +27,4 @@ bool cpu_has(instruction_set isa) {
   return avx2 && highest_allowed >= instruction_set::avx2;
 }
 
-void mask_instruction_sets(instruction_set highest) {
-  highest_allowed = highest;
-}
+void mask_instruction_sets(instruction_set highest) { highest_allowed = highest; }

@@ -74,12 +74,8 @@ template <typename Vector> inline bool none(Vector v) {
 
 /// x * y / 255 in 16-bit lanes, for factors 0..255. The compiler divides by multiplying with the
 /// reciprocal and taking the upper half, which is exact for all 16-bit values.
-inline words div255(words x) {
-  return x / 255;
-}
-inline words mul255(words x, words y) {
-  return div255(x * y);
-}
+inline words div255(words x) { return x / 255; }
+inline words mul255(words x, words y) { return div255(x * y); }
 
 /// Saturating sums and differences of bytes.
 inline bytes add_saturated(bytes x, bytes y) {
@@ -118,39 +114,25 @@ inline dwords narrow(channels c) {
 inline channels mul255(channels x, channels y) {
   return {mul255(x.low, y.low), mul255(x.high, y.high)};
 }
-inline channels mul255(channels x, words y) {
-  return {mul255(x.low, y), mul255(x.high, y)};
-}
-inline channels operator+(channels x, channels y) {
-  return {x.low + y.low, x.high + y.high};
-}
+inline channels mul255(channels x, words y) { return {mul255(x.low, y), mul255(x.high, y)}; }
+inline channels operator+(channels x, channels y) { return {x.low + y.low, x.high + y.high}; }
 /// 255 - x.
-inline words rest_of(words x) {
-  return 255 - x;
-}
-inline channels rest_of(channels x) {
-  return {255 - x.low, 255 - x.high};
-}
+inline words rest_of(words x) { return 255 - x; }
+inline channels rest_of(channels x) { return {255 - x.low, 255 - x.high}; }
 
 /// The alpha of each pixel in all its channels.
 inline words spread_alpha(words c) {
   return words(
       ORB_LANES(shufflehi_epi16)(ORB_LANES(shufflelo_epi16)(register_type(c), 0xFF), 0xFF));
 }
-inline channels spread_alpha(channels c) {
-  return {spread_alpha(c.low), spread_alpha(c.high)};
-}
+inline channels spread_alpha(channels c) { return {spread_alpha(c.low), spread_alpha(c.high)}; }
 
 /// One byte per pixel, in the low end of its lane, in all channels.
-inline channels spread(dwords byte) {
-  return spread_alpha(widen(byte << 24));
-}
+inline channels spread(dwords byte) { return spread_alpha(widen(byte << 24)); }
 
 /// x * y / 255 for one byte per pixel. The upper halves of the lanes are 0 and stay 0, so that the
 /// multiplication of words serves.
-inline dwords mul255(dwords x, dwords y) {
-  return dwords(mul255(words(x), words(y)));
-}
+inline dwords mul255(dwords x, dwords y) { return dwords(mul255(words(x), words(y))); }
 
 /// min(255, 255 * p / o), 0 where o is 0; one byte per pixel. Both operands are exact in floats,
 /// and a quotient that isn't whole is further from the next whole number than it is rounded.

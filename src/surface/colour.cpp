@@ -17,9 +17,7 @@ void store(int32_t *to, uint32_t value) {
 uint32_t set_rgb_16bits(int32_t r, int32_t g, int32_t b) {
   return pack565(clamp_component(r), clamp_component(g), clamp_component(b));
 }
-uint32_t set_rgbx_16bits(int32_t r, int32_t g, int32_t b) {
-  return set_rgb_16bits(r, g, b);
-}
+uint32_t set_rgbx_16bits(int32_t r, int32_t g, int32_t b) { return set_rgb_16bits(r, g, b); }
 uint32_t set_rgba_16bits(int32_t r, int32_t g, int32_t b, int32_t) {
   return set_rgb_16bits(r, g, b);
 }

@@ -11,9 +11,7 @@ constexpr uint32_t pack565(uint32_t r, uint32_t g, uint32_t b) {
 }
 
 /// In formats without alpha, a pixel less than half opaque becomes 0, the transparent key.
-constexpr bool is_visible(uint32_t alpha) {
-  return alpha >= 128;
-}
+constexpr bool is_visible(uint32_t alpha) { return alpha >= 128; }
 /// 5-6-5 of a pixel with alpha, 0xAARRGGBB: 0 when it is not visible. A visible pixel that would
 /// pack to 0 becomes 1, the darkest blue.
 constexpr uint32_t pack565_with_alpha(uint32_t argb) {

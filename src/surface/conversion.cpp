@@ -113,6 +113,4 @@ void clear_invisible(__ORBSurface2D__ *surface, const uint8_t *alphas) {
   remap(surface, kept);
 }
 
-void remap_to_forced_palette(__ORBSurface2D__ *surface) {
-  remap(surface, forced_palette_map);
-}
+void remap_to_forced_palette(__ORBSurface2D__ *surface) { remap(surface, forced_palette_map); }

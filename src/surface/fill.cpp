@@ -30,9 +30,7 @@ void fill_run(void *to, uint32_t count, WritePixel write_pixel, WriteVector writ
 
 } // namespace
 
-void memset8(void *to, int32_t value, uint32_t count) {
-  memset(to, value, count);
-}
+void memset8(void *to, int32_t value, uint32_t count) { memset(to, value, count); }
 
 void memset16(void *to, int32_t value, uint32_t count) {
   const auto colour = uint16_t(value);

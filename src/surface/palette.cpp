@@ -112,13 +112,9 @@ void load_default_palette(__ORBPalette2D__ *out) {
 
 // ---- Exchange ----------------------------------------------------------------------------------
 
-uint32_t palette_checksum(const __ORBPalette2D__ *of) {
-  return checksum<0>(of);
-}
+uint32_t palette_checksum(const __ORBPalette2D__ *of) { return checksum<0>(of); }
 
-uint32_t palette_checksum_6bits(const __ORBPalette2D__ *of) {
-  return checksum<2>(of);
-}
+uint32_t palette_checksum_6bits(const __ORBPalette2D__ *of) { return checksum<2>(of); }
 
 int32_t copy_palette(__ORBPalette2D__ *to, const __ORBPalette2D__ *from) {
   if (!to || !from) return 0;
@@ -126,9 +122,7 @@ int32_t copy_palette(__ORBPalette2D__ *to, const __ORBPalette2D__ *from) {
   return 1;
 }
 
-int32_t get_palette(__ORBPalette2D__ *out) {
-  return copy_palette(out, palette);
-}
+int32_t get_palette(__ORBPalette2D__ *out) { return copy_palette(out, palette); }
 
 int32_t set_palette(const __ORBPalette2D__ *source) {
   if (!copy_palette(palette, source)) return 0;

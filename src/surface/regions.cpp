@@ -55,9 +55,7 @@ void DeleteRegionList() {
   device2D.regions = nullptr;
 }
 
-int32_t GetMaxREGION() {
-  return max_region;
-}
+int32_t GetMaxREGION() { return max_region; }
 
 int32_t RegionExists(int32_t region) {
   return region >= 0 && region < max_region ? regions_def[region] : 0;

@@ -127,9 +127,7 @@ void release_graph_registry() {
 
 // ---- Lookups -----------------------------------------------------------------------------------
 
-orb_fpg *GetFPG(int32_t file) {
-  return file >= 0 && file < max_fpg ? &fpg[file] : nullptr;
-}
+orb_fpg *GetFPG(int32_t file) { return file >= 0 && file < max_fpg ? &fpg[file] : nullptr; }
 
 orb_map_slot *GetMAP(int32_t file, int32_t graph) {
   max_graph = graph_bound(file);
@@ -139,12 +137,8 @@ orb_map_slot *GetMAP(int32_t file, int32_t graph) {
   return &library.slots[graph];
 }
 
-int32_t GetMaxFPG() {
-  return max_fpg;
-}
-int32_t GetMaxMAP() {
-  return max_map;
-}
+int32_t GetMaxFPG() { return max_fpg; }
+int32_t GetMaxMAP() { return max_map; }
 
 // ---- Run-time codes ----------------------------------------------------------------------------
 

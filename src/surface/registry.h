@@ -15,9 +15,7 @@ extern int32_t max_map;   // slots of library 0
 extern int32_t max_graph; // graph bound of the last lookup
 
 /// The bound of a library's graph codes, which begin at 1.
-inline int32_t graph_bound(int32_t file) {
-  return file ? graphs_per_library : max_map;
-}
+inline int32_t graph_bound(int32_t file) { return file ? graphs_per_library : max_map; }
 
 extern int32_t fpgs_loaded, maps_loaded;
 extern int32_t *image_loaded; // per code from 1000 up: 0 free, else the format that filled it

@@ -74,9 +74,7 @@ namespace {
 
 constexpr uint64_t largest_buffer = 0x7FFFFFE0; // bytes: what malloc can give, less the alignment
 
-bool is_depth(int32_t depth) {
-  return depth == 8 || depth == 16 || depth == 32;
-}
+bool is_depth(int32_t depth) { return depth == 8 || depth == 16 || depth == 32; }
 
 void set_size(__ORBSurface2D__ *surface, int32_t width, int32_t height) {
   surface->width = uint32_t(width);
@@ -215,6 +213,4 @@ void ORBGI2D_DeleteAllGFXSurfaces() {
   ground_puting = background_changed = 0;
 }
 
-int32_t ForceSurface(__ORBSurface2D__ *surface) {
-  return surface != nullptr;
-}
+int32_t ForceSurface(__ORBSurface2D__ *surface) { return surface != nullptr; }

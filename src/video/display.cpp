@@ -25,9 +25,7 @@ bool load_display_palette() {
   return SDL_SetPalette(display, SDL_LOGPAL | SDL_PHYSPAL, colours, 0, 256) != 0;
 }
 
-bool display_is_open() {
-  return display && display == SDL_GetVideoSurface();
-}
+bool display_is_open() { return display && display == SDL_GetVideoSurface(); }
 
 int32_t VID_UpdatePalette(const __ORBPalette2D__ *colours) {
   update_depth_tables(colours);

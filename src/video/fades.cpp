@@ -39,9 +39,7 @@ void finish_fade() {
     update_fade();
 }
 
-uint8_t level(int32_t percent) {
-  return uint8_t(std::clamp(percent, 0, 200));
-}
+uint8_t level(int32_t percent) { return uint8_t(std::clamp(percent, 0, 200)); }
 
 uint8_t between(uint8_t from, uint8_t to) {
   return uint8_t((from * (last_step - fade_step) + to * fade_step) >> 6);
@@ -55,9 +53,7 @@ constexpr int32_t fade_component(int32_t c, int32_t position, int32_t full) {
 /// The same as the row routines compute it: a product whose upper half is the quotient. `factor` is
 /// the percentage as a fraction of 32768, rounded up; for components the error stays below the
 /// hundredth that would be needed to reach the next whole number.
-constexpr uint16_t fade_factor(int32_t percent) {
-  return uint16_t((percent * 32768 + 99) / 100);
-}
+constexpr uint16_t fade_factor(int32_t percent) { return uint16_t((percent * 32768 + 99) / 100); }
 
 constexpr void set_factors(fade_factors &by, int channel, int32_t position) {
   const bool brighter = position > 100;
@@ -130,9 +126,7 @@ int32_t fade_off() {
   return 1;
 }
 
-bool screen_is_recoloured() {
-  return mode.bpp > 8 && fade_pos != normal;
-}
+bool screen_is_recoloured() { return mode.bpp > 8 && fade_pos != normal; }
 
 void recolour_screen() {
   do_fading(nullptr);
@@ -173,13 +167,9 @@ void do_fading_8bits(const __FadeFX__ *range) {
   VID_UpdatePalette(&fadepalette);
 }
 
-void do_fading_16bits(const __FadeFX__ *) {
-  recolour_pixels(16, row_kernels->fade16);
-}
+void do_fading_16bits(const __FadeFX__ *) { recolour_pixels(16, row_kernels->fade16); }
 
-void do_fading_32bits(const __FadeFX__ *) {
-  recolour_pixels(32, row_kernels->fade32);
-}
+void do_fading_32bits(const __FadeFX__ *) { recolour_pixels(32, row_kernels->fade32); }
 
 void set_fading_routine(int32_t depth) {
   do_fading = depth == 16 ? do_fading_16bits : depth == 32 ? do_fading_32bits : do_fading_8bits;

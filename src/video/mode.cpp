@@ -150,18 +150,10 @@ int32_t VID_SetGFXMode() {
   return 0;
 }
 
-int32_t VID_RestoreGFXMode() {
-  return SDLX11_RestoreMode();
-}
-void VID_GFXPaint() {
-  SDLX11_DrawFrame_Windowed();
-}
-int32_t VID_GetGFXDC() {
-  return 0;
-}
-int32_t VID_ReleaseGFXDC() {
-  return 0;
-}
+int32_t VID_RestoreGFXMode() { return SDLX11_RestoreMode(); }
+void VID_GFXPaint() { SDLX11_DrawFrame_Windowed(); }
+int32_t VID_GetGFXDC() { return 0; }
+int32_t VID_ReleaseGFXDC() { return 0; }
 
 void publish_mode() {
   if (!deviceSystem_graphics2D) return;
@@ -174,9 +166,7 @@ void begin_mode_request() {
   request_under_way = true;
 }
 
-void end_mode_request() {
-  request_under_way = false;
-}
+void end_mode_request() { request_under_way = false; }
 
 int32_t apply_mode() {
   mode.changing = 1;
@@ -245,49 +235,19 @@ void set_mode_defaults() {
   forget_working_mode();
 }
 
-void forget_working_mode() {
-  has_working = false;
-}
+void forget_working_mode() { has_working = false; }
 
-int32_t GetFilterNxMode() {
-  return filterNx_mode;
-}
-int32_t GetEmulatedMode() {
-  return emulated_mode;
-}
-int32_t GetEmulatedWidth() {
-  return emulated_w;
-}
-int32_t GetEmulatedHeight() {
-  return emulated_h;
-}
-int32_t GetEmulatedXOffset() {
-  return emulated_x;
-}
-int32_t GetEmulatedYOffset() {
-  return emulated_y;
-}
-int32_t GetVirtualResolution() {
-  return virtual_resolution;
-}
-int32_t GetVirtualResolutionAspectRatio() {
-  return virtual_resolution_aspectratio;
-}
-int32_t GetVirtualResolutionWidth() {
-  return virtual_resolution_w;
-}
-int32_t GetVirtualResolutionHeight() {
-  return virtual_resolution_h;
-}
-int32_t GetVirtualResolutionRatioWidth() {
-  return virtual_resolution_ratiow;
-}
-int32_t GetVirtualResolutionRatioHeight() {
-  return virtual_resolution_ratioh;
-}
-int32_t GetVirtualResolutionXOffset() {
-  return virtual_resolution_xoffset;
-}
-int32_t GetVirtualResolutionYOffset() {
-  return virtual_resolution_yoffset;
-}
+int32_t GetFilterNxMode() { return filterNx_mode; }
+int32_t GetEmulatedMode() { return emulated_mode; }
+int32_t GetEmulatedWidth() { return emulated_w; }
+int32_t GetEmulatedHeight() { return emulated_h; }
+int32_t GetEmulatedXOffset() { return emulated_x; }
+int32_t GetEmulatedYOffset() { return emulated_y; }
+int32_t GetVirtualResolution() { return virtual_resolution; }
+int32_t GetVirtualResolutionAspectRatio() { return virtual_resolution_aspectratio; }
+int32_t GetVirtualResolutionWidth() { return virtual_resolution_w; }
+int32_t GetVirtualResolutionHeight() { return virtual_resolution_h; }
+int32_t GetVirtualResolutionRatioWidth() { return virtual_resolution_ratiow; }
+int32_t GetVirtualResolutionRatioHeight() { return virtual_resolution_ratioh; }
+int32_t GetVirtualResolutionXOffset() { return virtual_resolution_xoffset; }
+int32_t GetVirtualResolutionYOffset() { return virtual_resolution_yoffset; }

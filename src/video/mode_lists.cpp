@@ -34,9 +34,7 @@ constexpr depth_list depth_lists[] = {
 };
 
 /// The list that a depth is looked up in.
-const depth_list &list_of(int32_t bpp) {
-  return depth_lists[bpp == 16 ? 1 : bpp == 32 ? 2 : 0];
-}
+const depth_list &list_of(int32_t bpp) { return depth_lists[bpp == 16 ? 1 : bpp == 32 ? 2 : 0]; }
 
 bool comes_before(const orb_video_mode &a, const orb_video_mode &b) {
   return a.code != b.code ? a.code < b.code : a.rate < b.rate;

@@ -88,12 +88,8 @@ template <typename V> inline V spread565(V p) {
 }
 
 /// The two words of spread565, from 16 pixels at a time.
-inline words low_words(words p) {
-  return ((p << 5) & 0xFC00) | ((p << 3) & 0xF8);
-}
-inline words high_words(words p) {
-  return (p >> 8) & 0xF8;
-}
+inline words low_words(words p) { return ((p << 5) & 0xFC00) | ((p << 3) & 0xF8); }
+inline words high_words(words p) { return (p >> 8) & 0xF8; }
 
 template <scanlines lines> void convert16to32(const void *from_row, void *to_row, int32_t count) {
   const auto *const from = static_cast<const uint16_t *>(from_row);
@@ -243,9 +239,7 @@ void pick(const void *row, const int32_t *columns, void *to_row, int32_t count) 
 inline words high_product(words a, words b) {
   return words(ORB_LANES(mulhi_epu16)(register_type(a), register_type(b)));
 }
-inline uint32_t high_product(uint32_t a, uint32_t b) {
-  return a * b >> 16;
-}
+inline uint32_t high_product(uint32_t a, uint32_t b) { return a * b >> 16; }
 
 /// The same value in all words, or the value.
 template <typename V> inline V all_of(uint32_t value) {

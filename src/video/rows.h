@@ -65,6 +65,4 @@ extern const row_routines *row_kernels;
 void choose_row_routines();
 
 /// The index of a depth in the entries by depth.
-constexpr int depth_index(int32_t depth) {
-  return depth == 8 ? 0 : depth == 16 ? 1 : 2;
-}
+constexpr int depth_index(int32_t depth) { return depth == 8 ? 0 : depth == 16 ? 1 : 2; }

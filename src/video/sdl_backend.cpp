@@ -52,9 +52,7 @@ int32_t report_failure(const char *text) {
   return 0;
 }
 
-uint32_t palette_flag() {
-  return mode.bpp == 8 ? SDL_HWPALETTE : 0;
-}
+uint32_t palette_flag() { return mode.bpp == 8 ? SDL_HWPALETTE : 0; }
 
 bool lock_display() {
   return display_is_open() && (!SDL_MUSTLOCK(display) || SDL_LockSurface(display) == 0);
@@ -278,9 +276,7 @@ void SDLX11_DrawFrame_FullScreen() {
     SDL_UpdateRect(display, mode_x, mode_y, uint32_t(filter_w), uint32_t(filter_h));
 }
 
-int32_t SDLX11_RestoreMode() {
-  return 1;
-}
+int32_t SDLX11_RestoreMode() { return 1; }
 
 void SDLX11_Quit() {
   forget_display();

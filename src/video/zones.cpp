@@ -18,9 +18,7 @@ namespace {
 orb_frame_zone *pframezones; // last touched
 
 /// |value|, at most INT32_MAX - 1, so that adding 1 doesn't overflow.
-int32_t magnitude(int32_t value) {
-  return int32_t(std::min<int64_t>(llabs(value), INT32_MAX - 1));
-}
+int32_t magnitude(int32_t value) { return int32_t(std::min<int64_t>(llabs(value), INT32_MAX - 1)); }
 
 /// Whether an end of [low, high] lies in [zone_low, zone_high] or right beside it.
 ///
