@@ -11,48 +11,39 @@ std::int32_t Argument::word() const {
 }
 
 void CallFrame::begin(std::vector<Argument> arguments) {
-  arguments_ = std::move(arguments);
-  left_ = arguments_.size();
+  std::vector<ArgumentWord> words;
+  words.reserve(arguments.size());
+  for (const Argument &argument : arguments)
+    words.push_back({argument.kind(), argument.word()});
+  begin(words.data(), words.size());
+  arguments_ = std::move(arguments); // the texts stay where they are
+}
+
+void CallFrame::begin(const ArgumentWord *words, std::size_t count) {
+  if (words_.size() < count) words_.resize(count);
+  std::copy_n(words, count, words_.begin());
+  count_ = left_ = count;
   bad_fetches_ = 0;
   result_ = 0;
+  arguments_.clear();
   strings_.clear();
 }
 
-const Argument *CallFrame::next() {
-  if (left_ == 0) {
+void *CallFrame::pop_address(Argument::Kind kind) {
+  if (left_ == 0 || words_[--left_].kind != kind) {
     ++bad_fetches_;
     return nullptr;
   }
-  return &arguments_[--left_];
-}
-
-std::int32_t CallFrame::pop_int() {
-  const Argument *argument = next();
-  if (!argument) return 0;
-  if (argument->kind() != Argument::Kind::integer) ++bad_fetches_;
-  return argument->word();
-}
-
-const char *CallFrame::pop_string() {
-  const Argument *argument = next();
-  if (!argument) return nullptr;
-  if (argument->kind() != Argument::Kind::text) ++bad_fetches_;
-  return argument->text();
-}
-
-std::int32_t *CallFrame::pop_pointer() {
-  const Argument *argument = next();
-  if (!argument) return nullptr;
-  if (argument->kind() != Argument::Kind::pointer) ++bad_fetches_;
-  return argument->pointer();
+  return words_[left_].address();
 }
 
 const char *CallFrame::peek_string() const {
-  return left_ ? arguments_[left_ - 1].text() : nullptr;
+  const bool text = left_ != 0 && words_[left_ - 1].kind == Argument::Kind::text;
+  return text ? static_cast<const char *>(words_[left_ - 1].address()) : nullptr;
 }
 
 void CallFrame::unpop(std::int32_t count) {
-  const std::size_t fetched = arguments_.size() - left_;
+  const std::size_t fetched = count_ - left_;
   left_ += std::min<std::size_t>(fetched, static_cast<std::size_t>(std::max(count, 0)));
 }
 

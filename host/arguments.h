@@ -3,8 +3,10 @@
 
 #include "orb/graphics2d.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -43,6 +45,16 @@ private:
   std::string text_;
 };
 
+// An argument as a handler fetches it: an int, or the address of a text or of ints.
+struct ArgumentWord {
+  Argument::Kind kind;
+  std::int32_t word;
+
+  [[nodiscard]] void *address() const {
+    return reinterpret_cast<void *>(static_cast<std::uintptr_t>(static_cast<std::uint32_t>(word)));
+  }
+};
+
 // The argument stack: arguments are fetched from the last to the first. A fetch beyond the first
 // yields 0 or null and is counted, so that a handler's mistake shows in a test and never reads
 // wild memory; so does a fetch of the wrong kind (fetching a text from an int gives null).
@@ -50,10 +62,22 @@ class CallFrame {
 public:
   // Starts a call. Results of the previous call, texts included, become invalid.
   void begin(std::vector<Argument> arguments);
+  // The same with texts and ints that the caller keeps until the call is over.
+  void begin(const ArgumentWord *words, std::size_t count);
 
-  std::int32_t pop_int();
-  const char *pop_string();
-  std::int32_t *pop_pointer();
+  std::int32_t pop_int() {
+    if (left_ == 0) {
+      ++bad_fetches_;
+      return 0;
+    }
+    const ArgumentWord &argument = words_[--left_];
+    if (argument.kind != Argument::Kind::integer) ++bad_fetches_;
+    return argument.word;
+  }
+  const char *pop_string() { return static_cast<const char *>(pop_address(Argument::Kind::text)); }
+  std::int32_t *pop_pointer() {
+    return static_cast<std::int32_t *>(pop_address(Argument::Kind::pointer));
+  }
   // Null when the next argument isn't a text, or there is none.
   [[nodiscard]] const char *peek_string() const;
   // Puts the last `count` fetched arguments back; more than were fetched puts all back.
@@ -61,8 +85,8 @@ public:
   // Discards up to `count` arguments that haven't been fetched yet.
   void drop(std::int32_t count);
   // All arguments of the call, fetched or not.
-  [[nodiscard]] const std::vector<Argument> &arguments() const { return arguments_; }
-  [[nodiscard]] std::int32_t count() const { return static_cast<std::int32_t>(arguments_.size()); }
+  [[nodiscard]] std::span<const ArgumentWord> words() const { return {words_.data(), count_}; }
+  [[nodiscard]] std::int32_t count() const { return static_cast<std::int32_t>(count_); }
 
   void set_result(std::int32_t value) { result_ = value; }
   [[nodiscard]] std::int32_t result() const { return result_; }
@@ -74,12 +98,14 @@ public:
   [[nodiscard]] std::int32_t bad_fetches() const { return bad_fetches_; }
 
 private:
-  const Argument *next();
+  void *pop_address(Argument::Kind kind);
 
-  std::vector<Argument> arguments_;
+  std::vector<ArgumentWord> words_; // of the longest call until now
+  std::size_t count_ = 0;
   std::size_t left_ = 0;
   std::int32_t bad_fetches_ = 0;
   std::int32_t result_ = 0;
+  std::vector<Argument> arguments_; // whose texts the words lead to
   std::vector<std::unique_ptr<char[]>> strings_;
 };
 

@@ -164,9 +164,7 @@ std::string Host::call_text(std::string_view name, std::vector<Argument> argumen
 
 std::int32_t Host::call_form(const Function &function, std::vector<Argument> arguments) {
   call_.begin(std::move(arguments));
-  const std::size_t losses = files_.losses();
-  const std::int32_t result = function.handler();
-  return files_.losses() == losses || result == failure_value ? result : fail_save(function);
+  return run(function);
 }
 
 // The close service has no result, so the module takes a file that is lost on closing for saved.
@@ -176,10 +174,10 @@ std::int32_t Host::fail_save(const Function &function) {
   for (char &c : loss.function)
     c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
   // In every call that saves, the first text is the file's name.
-  for (const Argument &argument : call_.arguments()) {
+  for (const ArgumentWord &argument : call_.words()) {
     ++loss.position;
-    if (const char *text = argument.text()) {
-      loss.text = text;
+    if (argument.kind == Argument::Kind::text && argument.word) {
+      loss.text = static_cast<const char *>(argument.address());
       break;
     }
   }

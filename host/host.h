@@ -95,6 +95,12 @@ public:
   std::string call_text(std::string_view name, std::vector<Argument> arguments = {});
   // Calls a given form without checking types.
   std::int32_t call_form(const Function &function, std::vector<Argument> arguments);
+  // The same with a word for each of the form's arguments; what their addresses lead to is the
+  // caller's, and stays until the call is over.
+  std::int32_t call_words(const Function &function, const ArgumentWord *words) {
+    call_.begin(words, function.arguments.size());
+    return run(function);
+  }
 
   // A new process of that type: status running, locals with their declared values.
   orb_process *spawn(std::int32_t type = 0) { return processes_.create(type); }
@@ -156,6 +162,11 @@ private:
   void update_mouse();
   void run_hooks(std::int32_t kind);
   void report(ErrorReport report);
+  std::int32_t run(const Function &function) {
+    const std::size_t losses = files_.losses();
+    const std::int32_t result = function.handler();
+    return files_.losses() == losses || result == failure_value ? result : fail_save(function);
+  }
   std::int32_t fail_save(const Function &function);
 
   Options options_;

@@ -4,11 +4,13 @@
 #include "host/declarations.h"
 #include "orb/graphics2d.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <deque>
 #include <memory>
+#include <memory_resource>
 #include <span>
-#include <unordered_set>
 #include <vector>
 
 namespace orbhost {
@@ -23,12 +25,12 @@ enum ProcessStatus : std::int32_t {
 
 class ProcessList {
 public:
-  ProcessList() = default;
+  ProcessList();
   ProcessList(const ProcessList &) = delete;
   ProcessList &operator=(const ProcessList &) = delete;
   ~ProcessList();
 
-  // The layout of the locals block; set before the first create().
+  // The layout of the locals block, complete before the first create().
   void set_locals(const Layout *layout) { locals_ = layout; }
 
   // Appends a new running process, with the declared values in its locals.
@@ -39,9 +41,16 @@ public:
   void kill(orb_process *process);
   void kill_all();
 
-  // Exact: false for the id of an ended process, or any other number.
-  [[nodiscard]] bool exists(std::int32_t id) const { return live_.contains(id); }
-  [[nodiscard]] std::size_t size() const { return live_.size(); }
+  // Exact: an id of an ended process, or any other number, is false.
+  [[nodiscard]] bool exists(std::int32_t id) const {
+    const auto address = static_cast<std::uint32_t>(id) - offset_in_record;
+    return address % line == 0 && (live_[address / line / 32] >> (address / line % 32) & 1) != 0;
+  }
+  // The live process of that id, or null.
+  [[nodiscard]] orb_process *find(std::int32_t id) const {
+    return exists(id) ? process(id) : nullptr;
+  }
+  [[nodiscard]] std::size_t size() const { return size_; }
   [[nodiscard]] orb_process_node *first() const { return first_; }
 
   // Sets the process's `xgraph` to an array of its own (the count, then the codes); an empty list
@@ -57,25 +66,48 @@ public:
   static std::int32_t id(const orb_process *process) {
     return static_cast<std::int32_t>(reinterpret_cast<std::uintptr_t>(process));
   }
+  // The process of an id that is known to be one.
+  static orb_process *process(std::int32_t id) {
+    return reinterpret_cast<orb_process *>(
+        static_cast<std::uintptr_t>(static_cast<std::uint32_t>(id)));
+  }
 
 private:
+  // A process in one piece of memory that begins with a cache line. What walks over the list read
+  // comes in one run: the node, the process right behind it, and its locals, which follow the
+  // record.
   struct Record {
-    orb_process process; // first: a process's address is its record's
-    orb_process_node node;
-    orb_process_node *previous;
-    std::vector<std::int32_t> locals;
+    Record *previous;
+    std::uint32_t died; // in which frame
     std::vector<std::int32_t> xgraph;
-    std::uint64_t died = 0;
+    orb_process_node node;
+    orb_process process;
   };
-  static Record *record(orb_process *process) { return reinterpret_cast<Record *>(process); }
+  static constexpr std::uint32_t line = 64;
+  static constexpr std::uint32_t offset_in_record = offsetof(Record, process);
+  static Record *record(orb_process *process) {
+    return reinterpret_cast<Record *>(reinterpret_cast<std::byte *>(process) - offset_in_record);
+  }
+
+  Record *new_record();
+  void mark(const orb_process *process, bool live);
+
+  struct Free {
+    void operator()(void *memory) const { std::free(memory); }
+  };
 
   const Layout *locals_ = nullptr;
+  std::size_t words_ = 0; // of a locals block; 0 until the first create()
   orb_process_node *first_ = nullptr;
   orb_process_node *last_ = nullptr;
-  std::unordered_set<std::int32_t> live_;
+  std::size_t size_ = 0;
+  std::pmr::monotonic_buffer_resource memory_; // the records', for as long as the list lives
+  // One bit for each line of the address space, set where the record of a live process begins. Of
+  // these 8 MB only the pages that were ever written take memory.
+  std::unique_ptr<std::uint32_t[], Free> live_;
   std::deque<Record *> dead_; // in order of death; the oldest is reused first
   std::uint32_t serial_ = 0;
-  std::uint64_t frame_ = 0;
+  std::uint32_t frame_ = 0;
 };
 
 } // namespace orbhost

@@ -58,10 +58,6 @@ void start(ScriptState &state, int status, const std::string &name) {
 
 } // namespace
 
-ScriptState &state_of(lua_State *L) {
-  return **static_cast<ScriptState **>(lua_getextraspace(L));
-}
-
 std::string where(lua_State *L) {
   lua_Debug frame;
   for (int level = 0; lua_getstack(L, level, &frame); ++level) {
@@ -73,15 +69,10 @@ std::string where(lua_State *L) {
   return {};
 }
 
-int call_catching(lua_CFunction function, lua_State *L) {
-  try {
-    return function(L);
-  } catch (const std::exception &error) {
-    const std::string message = where(L) + error.what();
-    lua_settop(L, 0); // makes room for the message
-    lua_pushlstring(L, message.data(), message.size());
-    return -1;
-  }
+void push_message(lua_State *L, const std::exception &error) {
+  const std::string message = where(L) + error.what();
+  lua_settop(L, 0); // room for one more, whatever the function left
+  lua_pushlstring(L, message.data(), message.size());
 }
 
 Script::Script(Host &host, ScriptOptions options)
@@ -94,6 +85,7 @@ Script::Script(Host &host, ScriptOptions options)
   open_functions(*state_);
   open_processes(*state_);
   open_files(*state_);
+  open_chunks(*state_);
   open_globals(*state_); // last: from here on, assigning a constant's name is an error
   set_seed(*state_);
   host.on_error = [state = state_.get()](const ErrorReport &report) {
@@ -120,12 +112,11 @@ void Script::load_file(const std::string &path) {
   const std::filesystem::path folder = std::filesystem::path(path).parent_path();
   state_->host.files().set_folder(folder.empty() ? std::filesystem::path(".") : folder);
   set_module_path(state_->L, folder.empty() ? "." : folder.string());
-  start(*state_, luaL_loadfilex(state_->L, path.c_str(), "t"), path);
+  start(*state_, load_chunk_file(*state_, state_->L, path), path);
 }
 
 void Script::load_text(const std::string &text, const std::string &name) {
-  const std::string chunk = "@" + name;
-  start(*state_, luaL_loadbufferx(state_->L, text.data(), text.size(), chunk.c_str(), "t"), name);
+  start(*state_, load_chunk(*state_, state_->L, text, "@" + name), name);
 }
 
 bool Script::frame() {

@@ -2,20 +2,21 @@
 //
 // What a script sees:
 //
-// - Every registered function under its name. The number and kinds of the arguments select the
-//   form: a number for "I" (a fraction is cut off, a large one wraps to 32 bits) or a process (its
-//   id); a string or nil for "S"; a table or nil for "IP". The elements 1..#t of a table are read
-//   before the call and written after it (an empty table gets one). "IP"s left out at the end are
-//   returned as further results. Results: "I" signed, "DW" unsigned, "F" a float, "S" a string.
-// - Constants, which can't be assigned, and script globals, which can: `fps`, `draw_z`. Arrays
-//   count from 0, as in the engine: `video_modes[0].width`, `#video_modes`. `mouse` has the
-//   fields of its struct, and `left`, `middle`, `right` (booleans).
-// - Processes. `spawn(body, {x = 10}, ...)` creates one, which runs body(self, ...). It gets its
-//   first turn in the same frame, after all older processes. `frame()` ends the turn; when the body
-//   returns, the process ends. A process has its locals (`p.x`; `p.xgraph` is set from a table of
-//   graph codes or nil, and read as a copy), `p.id`, `p.type`, and any other field, which is the
-//   script's own. The script itself is a process, `main`, without a graph; its top level ends its
-//   turns with frame(), too. Play ends when no process is left.
+// - Every registered function under its name. The form is chosen by the number and kinds of the
+//   arguments: a number for "I" (a fraction is cut off, a large one wraps to 32 bits) or a process
+//   (its id); a string or nil for "S"; a table or nil for "IP". The elements 1..#t of a table are
+//   read before the call and written after it (an empty table gets one). "IP"s left out at the end
+//   come back as further results. Results: "I" signed, "DW" unsigned, "F" a float, "S" a string.
+// - Constants, which can't be assigned (a text that does so isn't compiled), and script globals,
+//   which can: `fps`, `draw_z`. Arrays count from 0 as the engine's do: `video_modes[0].width`,
+//   `#video_modes`. `mouse` has the fields of its struct, and `left`, `middle`, `right` (booleans).
+// - Processes. `spawn(body, {x = 10}, ...)` makes one, which runs body(self, ...): for the first
+//   time in the frame in which it was spawned, after all older processes had their turn. `frame()`
+//   ends the turn; a body that returns ends the process. A process has its locals (`p.x`;
+//   `p.xgraph` takes a table of graph codes or nil and gives a copy), `p.id`, `p.type`, and any
+//   other field, which is the script's own. The script itself is a process, `main`: without a
+//   graph, and with the turns that its top level takes by calling frame(). Play ends when no
+//   process is left.
 // - kill(p), sleep(p) (neither drawn nor run), freeze(p) (drawn, not run), wake(p), alive(p), also
 //   as methods; p may be an id. process(id) returns the process with that id, or nil; type_of(body)
 //   the type of the processes that run that function, type_of(p) that of a process.
@@ -52,8 +53,9 @@ struct ScriptOptions {
 
 struct ScriptState;
 
-// One script in one Host, which has a module attached and must outlive the script. Takes over the
-// Host's on_error: a report from a call is printed with the script's line in front.
+// One script in one Host, which has a module attached and outlives it. Takes over the Host's
+// on_error: a report made by a call is printed with the script's line in front. The processes that
+// a script has made are ended by it, or with it.
 class Script {
 public:
   Script(Host &host, ScriptOptions options);

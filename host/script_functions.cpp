@@ -4,6 +4,7 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
+#include <unordered_map>
 
 namespace orbhost {
 namespace {
@@ -60,30 +61,57 @@ constexpr InputArray input_arrays[] = {
     {"palette_set_colours", 3, read_colours},
 };
 
-bool fits(lua_State *L, int index, ArgumentType type, const FunctionGroup &group) {
+// Looks at each argument once; the script has given no more than there is room for.
+void look_at_arguments(lua_State *L, GivenArgument *given, std::size_t count) {
+  using Kind = GivenArgument::Kind;
+  for (std::size_t i = 0; i < count; ++i) {
+    const int index = static_cast<int>(i) + 1;
+    GivenArgument &argument = given[i];
+    if (lua_isinteger(L, index)) { // most are
+      argument = {Kind::number, true, integer_word(L, index)};
+      continue;
+    }
+    argument.has_word = false;
+    switch (lua_type(L, index)) {
+    case LUA_TNUMBER:
+      argument.kind = Kind::number;
+      argument.has_word = fraction_to_word(L, index, argument.word);
+      break;
+    case LUA_TUSERDATA:
+      argument.has_word = is_process(L, index, argument.word);
+      argument.kind = argument.has_word ? Kind::process : Kind::other;
+      break;
+    case LUA_TSTRING: argument.kind = Kind::text; break;
+    case LUA_TNIL: argument.kind = Kind::nil; break;
+    case LUA_TTABLE: argument.kind = Kind::table; break;
+    default: argument.kind = Kind::other; break;
+    }
+  }
+}
+
+bool fits(const FunctionGroup &group, int index, GivenArgument::Kind kind, ArgumentType type) {
+  using Kind = GivenArgument::Kind;
   if (group.array && group.array->argument == index) return true; // read() looks closer
-  const int kind = lua_type(L, index);
-  std::int32_t id = 0;
   switch (type) {
   case ArgumentType::integer:
-    return kind == LUA_TNUMBER || (kind == LUA_TUSERDATA && is_process(L, index, id)) ||
-           (group.text_for_int && (kind == LUA_TSTRING || kind == LUA_TNIL));
-  case ArgumentType::string: return kind == LUA_TSTRING || kind == LUA_TNIL;
-  case ArgumentType::pointer: return kind == LUA_TTABLE || kind == LUA_TNIL;
+    return kind == Kind::number || kind == Kind::process ||
+           (group.text_for_int && (kind == Kind::text || kind == Kind::nil));
+  case ArgumentType::string: return kind == Kind::text || kind == Kind::nil;
+  case ArgumentType::pointer: return kind == Kind::table || kind == Kind::nil;
   }
   return false;
 }
 
 // The form with the fewest "IP"s left out at the end; the first registered among equals.
-const Function *choose_form(lua_State *L, const FunctionGroup &group) {
-  const std::size_t given = static_cast<std::size_t>(lua_gettop(L));
+const Function *choose_form(const FunctionGroup &group, const GivenArgument *given,
+                            std::size_t count) {
   const Function *best = nullptr;
   for (const Function *form : group.forms) {
     const auto &types = form->arguments;
-    if (types.size() < given || (best && types.size() >= best->arguments.size())) continue;
+    if (types.size() < count || (best && types.size() >= best->arguments.size())) continue;
     bool fit = true;
     for (std::size_t i = 0; fit && i < types.size(); ++i) {
-      fit = i < given ? fits(L, static_cast<int>(i) + 1, types[i], group)
+      fit = i < count ? fits(group, static_cast<int>(i) + 1, given[i].kind, types[i])
                       : types[i] == ArgumentType::pointer;
     }
     if (fit) best = form;
@@ -124,18 +152,21 @@ Buffer read_table(lua_State *L, int index) {
   return buffer;
 }
 
-Argument integer_argument(lua_State *L, int index) {
-  std::int32_t id = 0;
-  if (is_process(L, index, id)) return id;
-  return check_word(L, index, "argument");
+std::int32_t address_word(const void *address) {
+  return static_cast<std::int32_t>(reinterpret_cast<std::uintptr_t>(address));
 }
 
-Argument text_argument(lua_State *L, int index) {
-  if (lua_isnil(L, index)) return static_cast<const char *>(nullptr);
+ArgumentWord integer_argument(lua_State *L, int index, const GivenArgument &given) {
+  if (!given.has_word) throw_no_word(L, index, "argument");
+  return {Argument::Kind::integer, given.word};
+}
+
+// A text stays where Lua has it: it is on the stack until the call is over.
+ArgumentWord text_argument(lua_State *L, int index) {
   std::size_t length = 0;
-  const char *text = lua_tolstring(L, index, &length);
-  if (std::strlen(text) != length) throw HostError("a text with a zero byte in it");
-  return std::string(text, length);
+  const char *text = lua_isnil(L, index) ? nullptr : lua_tolstring(L, index, &length);
+  if (text && std::strlen(text) != length) throw HostError("a text with a zero byte in it");
+  return {Argument::Kind::text, address_word(text)};
 }
 
 void push_result(lua_State *L, ResultType type, std::int32_t word) {
@@ -159,46 +190,48 @@ void handle_reports(lua_State *L, ScriptState &state) {
 }
 
 int call_function(lua_State *L) {
+  using Kind = GivenArgument::Kind;
   ScriptState &state = state_of(L);
   const auto &group = *static_cast<const FunctionGroup *>(lua_touserdata(L, lua_upvalueindex(1)));
-  const Function *form = choose_form(L, group);
+  const auto count = static_cast<std::size_t>(lua_gettop(L));
+  if (count > state.given.size()) return wrong_call(L, group);
+  GivenArgument *given = state.given.data();
+  look_at_arguments(L, given, count);
+  const Function *form = choose_form(group, given, count);
   if (!form) return wrong_call(L, group);
 
-  const int given = lua_gettop(L);
+  ArgumentWord *words = state.words.data();
   std::vector<Buffer> buffers;
   std::vector<std::int32_t> array;
-  std::vector<Argument> arguments;
-  arguments.reserve(form->arguments.size());
-  // Pointers to a buffer's words stay valid when `buffers` grows: moving a vector keeps its
-  // elements.
-  for (int i = 1; i <= static_cast<int>(form->arguments.size()); ++i) {
-    const ArgumentType type = form->arguments[static_cast<std::size_t>(i) - 1];
-    if (group.array && group.array->argument == i) {
-      array = group.array->read(L, i, group.name + ": argument " + std::to_string(i) + ": ");
-      Argument address(array.data());
-      arguments.push_back(type == ArgumentType::integer ? Argument(address.word()) : address);
+  for (std::size_t i = 0; i < form->arguments.size(); ++i) {
+    const int index = static_cast<int>(i) + 1;
+    const ArgumentType type = form->arguments[i];
+    if (group.array && group.array->argument == index) {
+      array =
+          group.array->read(L, index, group.name + ": argument " + std::to_string(index) + ": ");
+      words[i] = {type == ArgumentType::integer ? Argument::Kind::integer : Argument::Kind::pointer,
+                  address_word(array.data())};
       continue;
     }
     switch (type) {
     case ArgumentType::integer:
-      arguments.push_back(lua_type(L, i) == LUA_TSTRING || lua_isnil(L, i)
-                              ? text_argument(L, i)
-                              : integer_argument(L, i));
+      words[i] = given[i].kind == Kind::text || given[i].kind == Kind::nil
+                     ? text_argument(L, index)
+                     : integer_argument(L, index, given[i]);
       break;
-    case ArgumentType::string: arguments.push_back(text_argument(L, i)); break;
+    case ArgumentType::string: words[i] = text_argument(L, index); break;
     case ArgumentType::pointer:
-      if (i <= given && lua_isnil(L, i)) {
-        arguments.emplace_back(static_cast<std::int32_t *>(nullptr));
-        break;
-      }
-      buffers.push_back(i <= given ? read_table(L, i) : Buffer{});
-      arguments.emplace_back(buffers.back().words.data());
+      words[i] = {Argument::Kind::pointer, 0};
+      if (i < count && given[i].kind == Kind::nil) break;
+      // The words of a buffer stay where they are when `buffers` grows: moving a vector keeps them.
+      buffers.push_back(i < count ? read_table(L, index) : Buffer{});
+      words[i].word = address_word(buffers.back().words.data());
       break;
     }
   }
 
   state.in_call = true;
-  const std::int32_t word = state.host.call_form(*form, std::move(arguments));
+  const std::int32_t word = state.host.call_words(*form, words);
   state.in_call = false;
   if (!state.call_reports.empty()) handle_reports(L, state);
 
@@ -221,18 +254,29 @@ int call_function(lua_State *L) {
 
 } // namespace
 
-std::int32_t check_word(lua_State *L, int index, const char *what) {
-  if (lua_isinteger(L, index)) {
-    return static_cast<std::int32_t>(static_cast<std::uint64_t>(lua_tointeger(L, index)));
-  }
-  if (lua_type(L, index) != LUA_TNUMBER) {
-    throw HostError(std::string(what) + ": number expected, got " + kind_name(L, index));
+bool fraction_to_word(lua_State *L, int index, std::int32_t &word) {
+  if (lua_type(L, index) != LUA_TNUMBER) return false;
+  const double number = lua_tonumber(L, index);
+  if (std::abs(number) < INT32_MAX) { // the usual case, which the processor cuts off at once
+    word = static_cast<std::int32_t>(number);
+    return true;
   }
   lua_Integer value = 0;
-  if (!lua_numbertointeger(std::trunc(lua_tonumber(L, index)), &value)) {
-    throw HostError(std::string(what) + ": number out of range");
-  }
-  return static_cast<std::int32_t>(static_cast<std::uint64_t>(value));
+  if (!lua_numbertointeger(std::trunc(number), &value)) return false;
+  word = static_cast<std::int32_t>(static_cast<std::uint64_t>(value));
+  return true;
+}
+
+void throw_no_word(lua_State *L, int index, const char *what) {
+  const std::string name = what;
+  if (lua_type(L, index) == LUA_TNUMBER) throw HostError(name + ": number out of range");
+  throw HostError(name + ": number expected, got " + kind_name(L, index));
+}
+
+std::int32_t check_word(lua_State *L, int index, const char *what) {
+  std::int32_t word = 0;
+  if (!to_word(L, index, word)) throw_no_word(L, index, what);
+  return word;
 }
 
 void open_functions(ScriptState &state) {
@@ -249,6 +293,11 @@ void open_functions(ScriptState &state) {
     }
     group->forms.push_back(&function);
   }
+  std::size_t longest = 0;
+  for (const Function &function : state.host.registration().functions)
+    longest = std::max(longest, function.arguments.size());
+  state.given.resize(longest);
+  state.words.resize(longest);
   for (FunctionGroup &group : state.groups) {
     lua_pushlightuserdata(state.L, &group);
     lua_pushcclosure(state.L, guarded<call_function>, 1);

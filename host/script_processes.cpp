@@ -7,45 +7,43 @@
 namespace orbhost {
 namespace {
 
-constexpr const char *process_type = "orb.process";
 constexpr std::size_t most_xgraph = 65'536;
 
 // Registry keys, by address.
 const char types_key = 0;
+const char metatable_key = 0;
 
-// The script's object for a process: full userdata with one user value, the table of the script's
-// own fields (nil until the first). Records are reused some time after their process has ended; the
-// serial number distinguishes the old process from the new one.
+// The script's object of a process: full userdata with one user value, the table of its own
+// fields (nil until the first). A record is used again some time after its process has ended, so
+// the object of an ended process says no more than which one it was.
 struct ProcessObject {
-  orb_process *record;
+  std::int32_t id;
   std::uint32_t serial;
 };
 
-ProcessObject *to_object(lua_State *L, int index) {
-  return static_cast<ProcessObject *>(luaL_testudata(L, index, process_type));
+// The object at `index`, of a process alive or not; null for anything else.
+const ProcessObject *to_object(lua_State *L, int index) {
+  const void *block = userdata_block(L, index, state_of(L).process_metatable);
+  return static_cast<const ProcessObject *>(block);
 }
 
-// The record of an object's process, or null when the process has ended. Records of ended
-// processes stay readable as long as the Host lives.
-orb_process *live_record(const ProcessObject &object) {
-  return object.record->host0 == object.serial && object.record->status != process_dead
-             ? object.record
-             : nullptr;
+// The live process whose object is at `index`, or null. The object isn't looked at: while a process
+// lives its object does, and nothing else has the address.
+orb_process *live_process(const ScriptState &state, lua_State *L, int index) {
+  const std::int32_t id = state.live_objects.find(lua_touserdata(L, index));
+  return id != AddressTable::none ? ProcessList::process(id) : nullptr;
 }
 
 // The process behind an object or an id, or null when it has ended.
 ScriptProcess *find_process(ScriptState &state, lua_State *L, int index) {
-  orb_process *record = nullptr;
-  if (const ProcessObject *object = to_object(L, index)) {
-    record = live_record(*object);
-  } else if (lua_isinteger(L, index)) {
-    const auto id = static_cast<std::uint32_t>(check_word(L, index, "process"));
-    record = reinterpret_cast<orb_process *>(static_cast<std::uintptr_t>(id));
-  } else {
+  const orb_process *process = live_process(state, L, index);
+  if (!process && lua_isinteger(L, index)) {
+    process = state.host.processes().find(check_word(L, index, "process"));
+  } else if (!process && !to_object(L, index)) {
     throw HostError(std::string("process expected, got ") + luaL_typename(L, index));
   }
-  const auto found = state.by_record.find(record);
-  return found == state.by_record.end() ? nullptr : found->second;
+  // Null where something else than the script has made the process.
+  return process ? reinterpret_cast<ScriptProcess *>(std::uintptr_t{process->host7[0]}) : nullptr;
 }
 
 void push_object(lua_State *L, const ScriptProcess &process) {
@@ -83,80 +81,102 @@ void assign_xgraph(ScriptState &state, lua_State *L, orb_process *process, int i
   state.host.processes().set_xgraph(process, codes);
 }
 
-// The value of a name in the table of members: a method, the word of a local (0 and up), or one of
-// these.
-enum Member : lua_Integer { member_id = -1, member_type = -2, member_xgraph = -3 };
+// What a name stands for: the word of a local (0 and up), or one of these.
+enum Member : std::int32_t {
+  member_id = -1,
+  member_type = -2,
+  member_xgraph = -3,
+  member_method = -4
+};
 
-// Stack of the functions below: object, name [, value]. Upvalue 1 is the table of members, upvalue
-// 2 the metatable of process objects.
+// The functions below have the stack: object, name [, value].
+
+// The object of a process, alive or not.
 const ProcessObject &check_object(lua_State *L) {
-  const bool right = lua_getmetatable(L, 1) && lua_rawequal(L, -1, lua_upvalueindex(2));
-  if (!right) throw HostError("process expected");
-  lua_pop(L, 1);
-  return *static_cast<const ProcessObject *>(lua_touserdata(L, 1));
+  const ProcessObject *object = to_object(L, 1);
+  if (!object) throw HostError("process expected");
+  return *object;
 }
 
-orb_process *check_live(lua_State *L, const ProcessObject &object) {
-  orb_process *record = live_record(object);
-  if (!record) throw HostError(std::string(lua_tostring(L, 2)) + ": the process has ended");
-  return record;
+[[noreturn]] void throw_ended(lua_State *L) {
+  throw HostError(std::string(lua_tostring(L, 2)) + ": the process has ended");
 }
 
-std::int32_t &local_word(const orb_process *record, lua_Integer word) {
+std::int32_t &local_word(const orb_process *record, std::int32_t word) {
   return reinterpret_cast<std::int32_t *>(record->locals)[word];
 }
 
-int process_index(lua_State *L) {
-  lua_settop(L, 2);
-  const ProcessObject &object = check_object(L);
+// Leaves one of the script's own fields on the stack.
+void push_own_field(lua_State *L) {
+  if (lua_getiuservalue(L, 1, 1) != LUA_TTABLE) return; // nil: there are none
   lua_pushvalue(L, 2);
-  const int kind = lua_rawget(L, lua_upvalueindex(1));
-  if (kind == LUA_TNIL) { // one of the script's own fields
-    if (lua_getiuservalue(L, 1, 1) == LUA_TTABLE) {
-      lua_pushvalue(L, 2);
-      lua_rawget(L, -2);
-    }
+  lua_rawget(L, -2);
+}
+
+void assign_own_field(lua_State *L) {
+  lua_settop(L, 3);
+  if (lua_getiuservalue(L, 1, 1) != LUA_TTABLE) {
+    lua_pop(L, 1);
+    lua_newtable(L);
+    lua_pushvalue(L, -1);
+    lua_setiuservalue(L, 1, 1);
+  }
+  lua_insert(L, 2);
+  lua_rawset(L, 2);
+}
+
+// Upvalue 1: the methods by name.
+int process_index(lua_State *L) {
+  const ScriptState &state = state_of(L);
+  const orb_process *process = live_process(state, L, 1);
+  const std::int32_t member = state.process_members.find(L, 2);
+  if (member >= 0 && process) {
+    lua_pushinteger(L, local_word(process, member));
     return 1;
   }
-  if (kind != LUA_TNUMBER) return 1; // a method
-  switch (const lua_Integer member = lua_tointeger(L, -1)) {
-  case member_id: lua_pushinteger(L, ProcessList::id(object.record)); break;
-  case member_type: lua_pushinteger(L, check_live(L, object)->type); break;
-  case member_xgraph: push_xgraph(L, check_live(L, object)); break;
-  default: lua_pushinteger(L, local_word(check_live(L, object), member)); break;
+  if (!process) check_object(L);
+  switch (member) {
+  case NameTable::none: push_own_field(L); break;
+  case member_method:
+    lua_pushvalue(L, 2);
+    lua_rawget(L, lua_upvalueindex(1));
+    break;
+  case member_id: lua_pushinteger(L, check_object(L).id); break;
+  default:
+    if (!process) throw_ended(L);
+    if (member == member_xgraph)
+      push_xgraph(L, process);
+    else
+      lua_pushinteger(L, process->type);
+    break;
   }
   return 1;
 }
 
 int process_assign(lua_State *L) {
-  lua_settop(L, 3);
-  const ProcessObject &object = check_object(L);
-  lua_pushvalue(L, 2);
-  const int kind = lua_rawget(L, lua_upvalueindex(1));
-  const lua_Integer member = lua_tointeger(L, -1);
-  lua_pop(L, 1);
-  if (kind == LUA_TNIL) {
-    if (lua_getiuservalue(L, 1, 1) != LUA_TTABLE) {
-      lua_pop(L, 1);
-      lua_newtable(L);
-      lua_pushvalue(L, -1);
-      lua_setiuservalue(L, 1, 1);
-    }
-    lua_insert(L, 2);
-    lua_rawset(L, 2);
-  } else if (kind != LUA_TNUMBER || member == member_id || member == member_type) {
-    throw HostError(std::string(lua_tostring(L, 2)) + " of a process can't be assigned");
-  } else if (member == member_xgraph) {
-    assign_xgraph(state_of(L), L, check_live(L, object), 3);
-  } else {
-    local_word(check_live(L, object), member) = check_word(L, 3, lua_tostring(L, 2));
+  ScriptState &state = state_of(L);
+  orb_process *process = live_process(state, L, 1);
+  const std::int32_t member = state.process_members.find(L, 2);
+  if (member >= 0 && process) {
+    if (!to_word(L, 3, local_word(process, member))) throw_no_word(L, 3, lua_tostring(L, 2));
+    return 0;
   }
+  if (!process) check_object(L);
+  if (member == NameTable::none) {
+    assign_own_field(L);
+    return 0;
+  }
+  if (member < 0 && member != member_xgraph) {
+    throw HostError(std::string(lua_tostring(L, 2)) + " of a process can't be assigned");
+  }
+  if (!process) throw_ended(L);
+  assign_xgraph(state, L, process, 3);
   return 0;
 }
 
 int process_text(lua_State *L) {
-  const auto *object = static_cast<ProcessObject *>(luaL_checkudata(L, 1, process_type));
-  lua_pushfstring(L, "process %d", static_cast<int>(object->serial));
+  const ProcessObject &object = check_object(L);
+  lua_pushfstring(L, "process %d", static_cast<int>(object.serial));
   return 1;
 }
 
@@ -375,7 +395,9 @@ void sweep(ScriptState &state) {
 } // namespace
 
 ScriptProcess &make_process(ScriptState &state, lua_State *L, std::int32_t type) {
-  if (state.by_record.size() >= state.options.most_processes) throw HostError("too many processes");
+  if (state.host.processes().size() >= state.options.most_processes) {
+    throw HostError("too many processes");
+  }
   auto fresh = std::make_unique<ScriptProcess>();
   fresh->thread = lua_newthread(L);
   lua_pushvalue(L, -2);
@@ -384,12 +406,15 @@ ScriptProcess &make_process(ScriptState &state, lua_State *L, std::int32_t type)
   lua_pop(L, 1); // the function
   auto *object = static_cast<ProcessObject *>(lua_newuserdatauv(L, sizeof(ProcessObject), 1));
   *object = {};
-  luaL_setmetatable(L, process_type);
+  lua_rawgetp(L, LUA_REGISTRYINDEX, &metatable_key);
+  lua_setmetatable(L, -2);
   lua_pushvalue(L, -1);
   fresh->object_reference = luaL_ref(L, LUA_REGISTRYINDEX);
   fresh->process = state.host.spawn(type);
-  *object = {fresh->process, fresh->process->host0};
-  state.by_record[fresh->process] = fresh.get();
+  fresh->process->host7[0] = reinterpret_cast<std::uintptr_t>(fresh.get());
+  *object = {ProcessList::id(fresh->process), fresh->process->host0};
+  fresh->object = object;
+  state.live_objects.set(object, object->id);
   state.order.push_back(std::move(fresh));
   return *state.order.back();
 }
@@ -412,14 +437,16 @@ std::int32_t type_number(ScriptState &state, lua_State *L, int index) {
 
 void end_process(ScriptState &state, ScriptProcess &process) {
   if (!process.process) return;
-  state.by_record.erase(process.process);
+  state.live_objects.erase(process.object);
   state.host.kill(process.process);
   process.process = nullptr;
 }
 
 bool is_process(lua_State *L, int index, std::int32_t &id) {
-  const ProcessObject *object = to_object(L, index);
-  if (object) id = ProcessList::id(object->record);
+  id = state_of(L).live_objects.find(lua_touserdata(L, index));
+  if (id != AddressTable::none) return true;
+  const ProcessObject *object = to_object(L, index); // of a process that has ended
+  if (object) id = object->id;
   return object != nullptr;
 }
 
@@ -445,32 +472,31 @@ void open_processes(ScriptState &state) {
   lua_setmetatable(L, -2);
   lua_rawsetp(L, LUA_REGISTRYINDEX, &types_key);
 
-  luaL_newmetatable(L, process_type);
-  lua_newtable(L); // members
-  luaL_setfuncs(L, methods, 0);
   for (const Declaration &local : state.host.locals().declarations()) {
     if (local.kind != Declaration::Kind::variable) continue;
-    lua_pushinteger(L, local.name == "xgraph" ? lua_Integer{member_xgraph} : local.word);
-    lua_setfield(L, -2, local.name.c_str());
+    state.process_members.add(L, local.name,
+                              local.name == "xgraph" ? std::int32_t{member_xgraph}
+                                                     : static_cast<std::int32_t>(local.word));
   }
-  lua_pushinteger(L, member_id);
-  lua_setfield(L, -2, "id");
-  lua_pushinteger(L, member_type);
-  lua_setfield(L, -2, "type");
-  lua_pushvalue(L, -1);
-  lua_pushvalue(L, -3);
-  lua_pushcclosure(L, guarded<process_index>, 2);
-  lua_setfield(L, -3, "__index");
-  lua_pushvalue(L, -2);
-  lua_pushcclosure(L, guarded<process_assign>, 2);
+  state.process_members.add(L, "id", member_id);
+  state.process_members.add(L, "type", member_type);
+  for (const luaL_Reg *entry = methods; entry->name; ++entry)
+    state.process_members.add(L, entry->name, member_method);
+
+  lua_newtable(L); // the metatable
+  luaL_newlib(L, methods);
+  lua_pushcclosure(L, guarded<process_index>, 1);
+  lua_setfield(L, -2, "__index");
+  lua_pushcfunction(L, guarded<process_assign>);
   lua_setfield(L, -2, "__newindex");
-  lua_pushcfunction(L, process_text);
+  lua_pushcfunction(L, guarded<process_text>);
   lua_setfield(L, -2, "__tostring");
   lua_pushliteral(L, "process");
   lua_setfield(L, -2, "__name");
   lua_pushboolean(L, 0);
   lua_setfield(L, -2, "__metatable");
-  lua_pop(L, 1);
+  state.process_metatable = lua_topointer(L, -1);
+  lua_rawsetp(L, LUA_REGISTRYINDEX, &metatable_key);
 
   lua_pushglobaltable(L);
   luaL_setfuncs(L, methods, 0);

@@ -9,6 +9,7 @@
 #pragma once
 
 #include "host/host.h"
+#include "host/name_table.h"
 #include "host/script.h"
 
 #include <lua.hpp>
@@ -18,17 +19,17 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 namespace orbhost {
 
-// A process and its coroutine.
+// A process and its coroutine; the record's word host7[0] points here.
 struct ScriptProcess {
   orb_process *process = nullptr; // null once the process has ended
   lua_State *thread = nullptr;
   int thread_reference = LUA_NOREF; // keeps the coroutine
   int object_reference = LUA_NOREF; // keeps the script's object for it
+  const void *object = nullptr;     // the object's block
   int first_arguments = 0;          // on the coroutine's stack, until its first turn
 };
 
@@ -50,46 +51,111 @@ struct FunctionGroup {
   const InputArray *array = nullptr; // its array argument, if any
 };
 
+// What a script gave for one argument of a call.
+struct GivenArgument {
+  enum class Kind : std::uint8_t { number, process, text, nil, table, other };
+  Kind kind;
+  bool has_word; // a process, or a number within 64 bits
+  std::int32_t word;
+};
+
+// A declared struct or array of structs, and its fields by name.
+struct RecordType {
+  const Declaration *declaration;
+  NameTable fields;
+};
+
 struct ScriptState {
   ScriptState(Host &owner, ScriptOptions given) : host(owner), options(std::move(given)) {}
 
   Host &host;
   ScriptOptions options;
   lua_State *L = nullptr;
-  std::vector<std::unique_ptr<ScriptProcess>> order; // in creation order; ended ones are removed
-  std::unordered_map<orb_process *, ScriptProcess *> by_record;
+  std::vector<std::unique_ptr<ScriptProcess>> order; // creation order; ended ones are swept
   ScriptProcess *running = nullptr;
   bool quit = false;
+  // The addresses of metatables. What has one of them is a process, an array or a struct.
+  const void *process_metatable = nullptr;
+  const void *array_metatable = nullptr;
+  const void *record_metatable = nullptr;
+  AddressTable live_objects; // the ids of live processes, by the blocks of their objects
+  NameTable process_members;
+  NameTable variables; // the script globals that are numbers: their words in the global memory
+  std::deque<RecordType> record_types;
+  std::string prologue; // of each chunk, see script_chunks.cpp
   std::deque<FunctionGroup> groups;
-  std::int32_t types = 0; // number of process types so far
+  // Of the call in progress; as many as the longest form has.
+  std::vector<GivenArgument> given;
+  std::vector<ArgumentWord> words;
+  std::int32_t types = 0; // process types given out
   bool in_call = false;
   std::vector<ErrorReport> call_reports; // of the call in progress
   std::string frame_mistake;             // with strict: a report outside a call
 };
 
 // The script behind a Lua state.
-ScriptState &state_of(lua_State *L);
+inline ScriptState &state_of(lua_State *L) {
+  return **static_cast<ScriptState **>(lua_getextraspace(L));
+}
 
 // "file.lua:12: " of the innermost Lua code that is running; empty when there is none.
 std::string where(lua_State *L);
 
-// Calls `function`. If it throws, pushes the message with the script's line in front and returns
-// -1.
-int call_catching(lua_CFunction function, lua_State *L);
+// Leaves the error's message on the stack, with the script's line in front.
+void push_message(lua_State *L, const std::exception &error);
 
 // Turns a C++ exception in a function into a Lua error.
 template <lua_CFunction function> int guarded(lua_State *L) {
-  const int results = call_catching(function, L);
-  return results < 0 ? lua_error(L) : results;
+  try {
+    return function(L);
+  } catch (const std::exception &error) {
+    push_message(L, error);
+  }
+  return lua_error(L);
 }
 
-// The number at `index` as a 32-bit word: fractions are cut off, large values wrap. A Lua error
-// naming `what` for anything else, and for numbers beyond 64 bits.
+// The block of the userdata at `index` if it has that metatable, else null. Scripts can't give the
+// metatable to anything else.
+inline void *userdata_block(lua_State *L, int index, const void *metatable) {
+  if (!lua_getmetatable(L, index)) return nullptr;
+  const bool same = lua_topointer(L, -1) == metatable;
+  lua_pop(L, 1);
+  return same ? lua_touserdata(L, index) : nullptr;
+}
+
+// The integer at `index`, wrapped to 32 bits.
+inline std::int32_t integer_word(lua_State *L, int index) {
+  return static_cast<std::int32_t>(static_cast<std::uint64_t>(lua_tointeger(L, index)));
+}
+
+// to_word for what isn't an integer.
+bool fraction_to_word(lua_State *L, int index, std::int32_t &word);
+
+// Sets `word` to the number at `index`: fractions are cut off, large values wrap. False for
+// anything else, and for numbers beyond 64 bits.
+inline bool to_word(lua_State *L, int index, std::int32_t &word) {
+  if (!lua_isinteger(L, index)) return fraction_to_word(L, index, word);
+  word = integer_word(L, index);
+  return true;
+}
+
+// The same number, or a HostError naming `what` where there is none.
+[[noreturn]] void throw_no_word(lua_State *L, int index, const char *what);
 std::int32_t check_word(lua_State *L, int index, const char *what);
 
 // ---- script_functions.cpp -------------------------------------------------------------------
 
 void open_functions(ScriptState &state);
+
+// ---- script_chunks.cpp: script texts ------------------------------------------------------------
+
+// Makes `require` read modules as load_chunk does.
+void open_chunks(ScriptState &state);
+// Compiles a text, with the constants as constants of Lua's, and leaves a function on the stack, or
+// the message where the status isn't LUA_OK. `name` as for luaL_loadbufferx.
+int load_chunk(ScriptState &state, lua_State *L, std::string_view text, const std::string &name);
+// The same for a file.
+int load_chunk_file(ScriptState &state, lua_State *L, const std::string &path);
 
 // ---- script_files.cpp: folders ------------------------------------------------------------------
 
@@ -111,7 +177,7 @@ std::int32_t type_number(ScriptState &state, lua_State *L, int index);
 void end_process(ScriptState &state, ScriptProcess &process);
 // Gives every running process a turn. Throws ScriptError.
 void run_turns(ScriptState &state);
-// Whether there is a process object at `index`; sets the id of its process, alive or not.
+// The id of the process object at `index`, alive or not; false when it is no such object.
 bool is_process(lua_State *L, int index, std::int32_t &id);
 
 } // namespace orbhost

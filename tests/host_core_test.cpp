@@ -1,4 +1,5 @@
 // The host core against a fake module: registration, calls, errors, processes, services.
+#include "host/address_table.h"
 #include "host/checked_call.h"
 #include "host/host.h"
 #include "host/screenshot.h"
@@ -9,6 +10,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <map>
 
 using namespace orbhost;
 
@@ -124,6 +126,9 @@ TEST_F(HostCore, ProcessesKeepOrderAndIds) {
   EXPECT_EQ(a->locals->size, 100);
   EXPECT_EQ(a->locals->alpha, 255);
   EXPECT_EQ(a->walk_question[0] | a->walk_question[1] | uint32_t(a->walk_candidate), 0u);
+  // A walk finds the node, its process and the locals in a row.
+  EXPECT_EQ(static_cast<void *>(host.processes().first() + 1), a);
+  EXPECT_EQ(static_cast<void *>(a + 1), a->locals);
   b->status = process_asleep;
   c->status = process_frozen;
   host.frame();
@@ -136,7 +141,8 @@ TEST_F(HostCore, ProcessesKeepOrderAndIds) {
             (std::vector<std::int32_t>{ProcessList::id(b), ProcessList::id(c)}));
   EXPECT_EQ(host.call("fk_exists", {ProcessList::id(a)}), 0);
   EXPECT_EQ(host.call("fk_exists", {b}), 1);
-  EXPECT_EQ(host.call("fk_exists", {ProcessList::id(b) + 4}), 0);
+  for (int offset = -96; offset < 96; offset += 4) // nothing in or around a record but its start
+    EXPECT_EQ(host.call("fk_exists", {ProcessList::id(b) + offset}), offset == 0);
   host.kill(a); // already dead
   host.kill(c);
   host.kill(b);
@@ -173,6 +179,32 @@ TEST_F(HostCore, ProcessListMatchesAVector) {
       for (orb_process *p : live)
         expected.push_back(ProcessList::id(p));
       ASSERT_EQ(fake::state().drawn, expected);
+    }
+  }
+}
+
+// Random additions and removals, beside a map; addresses a line apart, as those of records are.
+TEST(HostAddressTable, HoldsWhatAMapHolds) {
+  std::uint32_t seed = 1;
+  std::map<std::uintptr_t, std::int32_t> expected;
+  AddressTable table;
+  for (int step = 0; step < 30000; ++step) {
+    seed = seed * 1664525u + 1013904223u;
+    const std::uintptr_t address = 64 * (1 + (seed >> 8) % 1500);
+    void *const pointer = reinterpret_cast<void *>(address);
+    if (seed >> 31) {
+      expected[address] = step;
+      table.set(pointer, step);
+    } else {
+      expected.erase(address);
+      table.erase(pointer);
+    }
+    if (step % 1000 == 0) {
+      for (std::uintptr_t each = 64; each <= 64 * 1500; each += 64) {
+        const auto known = expected.find(each);
+        ASSERT_EQ(table.find(reinterpret_cast<void *>(each)),
+                  known == expected.end() ? AddressTable::none : known->second);
+      }
     }
   }
 }

@@ -163,7 +163,8 @@ constexpr const char *locals_text =
     "int  angle             = 0;int  size              = 100;int  size_x            = 100;"
     "int  size_y            = 100;int  shear_x           = 0;int  shear_y           = 0;"
     "int  flags             = 0;int  alpha             = 255;int  fxmode            = 0;"
-    "int  fxcolor           = 0;int  fxintensity       = 0;";
+    "int  fxcolor           = 0;int  fxintensity       = 0;"
+    "int  a_local_whose_name_is_too_long_for_lua_to_keep_it_once = 5;";
 
 } // namespace
 
@@ -175,7 +176,7 @@ void reset() {
 }
 
 std::int32_t entry(const orb_registration *registration) {
-  const orb_constant constants[] = {{"fk_one", 1}, {"fk_all", -1}, {nullptr, 0}};
+  const orb_constant constants[] = {{"fk_one", 1}, {"fk_all", -1}, {"and", 3}, {nullptr, 0}};
   const orb_function functions[] = {
       {"fk_sum(I,I)", "I", 0, sum},         {"fk_sum(I,I,I)", "I", 0, sum},
       {"fk_load(S)", "I", 1, load},         {"fk_outer(S)", "I", 1, outer},

@@ -69,6 +69,7 @@ TEST_F(HostScript, ChoosesTheFormByNumberAndKind) {
   EXPECT_THAT(failure("fk_sum(1, nil)"), HasSubstr("(number, nil)"));
   EXPECT_THAT(failure("fk_sum(1, true)"), HasSubstr("(number, boolean)"));
   EXPECT_THAT(failure("fk_sum(1, 2, 3, 4)"), HasSubstr("no form takes"));
+  EXPECT_THAT(failure("fk_size(table.unpack({}, 1, 200))"), HasSubstr("(nil, nil"));
   EXPECT_THAT(failure("fk_load(main)"), HasSubstr("(process)"));
   EXPECT_THAT(failure("fk_split(1, 2)"), HasSubstr("no form takes (number, number)"));
   // A tail call still names the line.
@@ -77,8 +78,8 @@ TEST_F(HostScript, ChoosesTheFormByNumberAndKind) {
 
 TEST_F(HostScript, NumbersBecomeWords) {
   EXPECT_EQ(play("print(fk_sum(0, 2.9), fk_sum(0, -2.9), fk_sum(0, 0xFFFFFFFF), "
-                 "fk_sum(0, 2^32 + 5), fk_sum(0, 2147483648))"),
-            "20\t-20\t-10\t50\t0\n");
+                 "fk_sum(0, 2^32 + 5), fk_sum(0, 2147483648), fk_sum(0, -2^32 - 6.5))"),
+            "20\t-20\t-10\t50\t0\t-60\n");
   EXPECT_THAT(failure("fk_sum(0, 0/0)"), HasSubstr("number out of range"));
   EXPECT_THAT(failure("fk_sum(0, math.huge)"), HasSubstr("number out of range"));
 }
@@ -191,15 +192,55 @@ TEST_F(HostScript, ErrorsCarryATraceback) {
 
 // ---- Globals -----------------------------------------------------------------------------------
 
-TEST_F(HostScript, ConstantsAndScriptGlobals) {
-  EXPECT_EQ(play("print(fk_one, fk_all, draw_z); draw_z = -300.5; print(draw_z); mine = fk_one\n"
-                 "print(mine, nothing)"),
-            "1\t-1\t-255\n-300\n1\tnil\n");
+TEST_F(HostScript, ScriptGlobalsAreMemory) {
+  EXPECT_EQ(play("print(draw_z); draw_z = -300.5; print(draw_z); mine = fk_one\n"
+                 "print(mine, nothing, _G.draw_z)"),
+            "-255\n-300\n1\tnil\t-300\n");
   EXPECT_EQ(host.global("draw_z"), -300);
-  EXPECT_THAT(failure("\nfk_one = 2"),
-              StartsWith("file.lua:2: fk_one is a constant and can't be assigned"));
   EXPECT_THAT(failure("mouse = 2"), HasSubstr("mouse is a table of the engine"));
   EXPECT_THAT(failure("draw_z = 'x'"), HasSubstr("draw_z: number expected, got string"));
+}
+
+TEST_F(HostScript, ConstantsCantBeAssigned) {
+  EXPECT_EQ(play("print(fk_one, fk_all, _G.fk_one, load('return fk_one')(), _G['and'])\n"
+                 "local function f(fk_one) fk_one = fk_one + 1 return fk_one end\n"
+                 "print(f(5), rawget(_G, 'fk_one')) -- not a field of the table"),
+            "1\t-1\t1\t1\t3\n6\tnil\n");
+  // Not even in a function that is never called.
+  EXPECT_THAT(failure("\nlocal function f() fk_one = 2 end"),
+              StartsWith("file.lua:2: attempt to assign to const variable 'fk_one'"));
+  EXPECT_THAT(failure("\n_G.fk_one = 2"),
+              StartsWith("file.lua:2: fk_one is a constant and can't be assigned"));
+  EXPECT_THAT(failure("load('fk_one = 2')()"), HasSubstr("fk_one is a constant"));
+  // What stands around a text doesn't show in its mistakes.
+  EXPECT_THAT(failure("if fk_one then"), StartsWith("file.lua:1: 'end' expected near <eof>"));
+  EXPECT_THAT(failure("print() end, function()"), StartsWith("file.lua:1: <eof> expected"));
+}
+
+TEST_F(HostScript, FilesAndTheirModules) {
+  namespace fs = std::filesystem;
+  const fs::path folder = fs::path(::testing::TempDir()) / "orb_script_files";
+  fs::create_directories(folder);
+  const auto write = [&](const char *name, const char *text) {
+    std::ofstream(folder / name) << text;
+  };
+  write("main.lua", "\xEF\xBB\xBF#!/usr/bin/env orbplay\nprint(require('part'))\nrequire('bad')");
+  write("part.lua", "local name, path = ...\nreturn name .. ' ' .. fk_one");
+  write("bad.lua", "\nfk_one = 2");
+  Script script(host, {});
+  script.load_file((folder / "main.lua").string());
+  ::testing::internal::CaptureStdout();
+  try {
+    script.frame();
+    ADD_FAILURE() << "no error";
+  } catch (const ScriptError &error) {
+    EXPECT_THAT(error.what(), HasSubstr("main.lua:3: error loading module 'bad' from file '" +
+                                        (folder / "bad.lua").string() + "':\n\t"));
+    EXPECT_THAT(error.what(), HasSubstr("bad.lua:2: attempt to assign to const variable 'fk_one'"));
+  }
+  EXPECT_THAT(::testing::internal::GetCapturedStdout(), StartsWith("part 1\t"));
+  EXPECT_THROW(script.load_file(folder.string()), ScriptError);
+  fs::remove_all(folder);
 }
 
 TEST_F(HostScript, ArraysAndTheMouse) {
@@ -255,8 +296,11 @@ TEST_F(HostScript, LocalsAreTheProcessMemory) {
   EXPECT_EQ(play("local p = spawn(function(self, a, b) self.x = self.x + a self.y = b frame() end,"
                  " {x = 10, size = 50, mine = 'own'}, 5, 7)\n"
                  "print(p.x, p.size, p.alpha, p.mine, p.absent)\nframe()\n"
-                 "print(p.x, p.y, p.graph) p.mine = 3 print(p.mine)"),
-            "10\t50\t255\town\tnil\n15\t7\t0\n3\n");
+                 "print(p.x, p.y, p.graph) frame() p.mine = 3 print(p.mine, p.id == nil)"),
+            "10\t50\t255\town\tnil\n15\t7\t0\n3\tfalse\n");
+  EXPECT_EQ(play("local name = 'a_local_whose_name_is_too_long_for_lua_to_keep_it_once'\n"
+                 "main[name] = main[name] + 1 print(main[name], main[name .. '_'], main[1])"),
+            "6\tnil\tnil\n");
   EXPECT_THAT(failure("main.x = 'a'"), HasSubstr("x: number expected, got string"));
   EXPECT_THAT(failure("main.id = 1"), HasSubstr("id of a process can't be assigned"));
   EXPECT_THAT(failure("main.kill = 1"), HasSubstr("kill of a process can't be assigned"));
@@ -264,6 +308,16 @@ TEST_F(HostScript, LocalsAreTheProcessMemory) {
               HasSubstr("x: the process has ended"));
   EXPECT_THAT(failure("spawn(5)"), HasSubstr("function expected"));
   EXPECT_THAT(failure("spawn(print, 5)"), HasSubstr("table expected"));
+}
+
+TEST_F(HostScript, AnObjectNeverBecomesAnotherProcess) {
+  EXPECT_EQ(play("local function short() end\n"
+                 "local p, q = spawn(short) local id = p.id frame()\n"
+                 "for i = 1, 1100 do spawn(short) end frame() frame() frame()\n"
+                 "repeat q = spawn(short) until q.id == id\n"
+                 "print(pcall(function() return p.x end))\n"
+                 "print(alive(p), alive(q), process(id) == q, p == q)"),
+            "false\tfile.lua:5: x: the process has ended\nfalse\ttrue\ttrue\tfalse\n");
 }
 
 TEST_F(HostScript, SpawnWithABadFieldLeavesNothing) {
