@@ -9,6 +9,7 @@ void register_format_benchmarks();
 void register_frame_benchmarks();
 void register_present_benchmarks();
 void register_raster_benchmarks();
+void register_script_benchmarks();
 void register_sort_benchmarks();
 
 /// Draws every blit scenario once with every contender and compares the pictures with ours, so that

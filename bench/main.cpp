@@ -86,6 +86,7 @@ int run(int argc, char **argv) {
   orbbench::register_frame_benchmarks();
   orbbench::register_present_benchmarks();
   orbbench::register_raster_benchmarks();
+  if (!options.baseline) orbbench::register_script_benchmarks(); // there is nothing to choose
   orbbench::register_sort_benchmarks();
   if (options.other_format) return benchmark::RunSpecifiedBenchmarks() > 0 ? 0 : 1;
   orbbench::comparison_reporter reporter(span_instruction_set() == instruction_set::sse2);

@@ -26,7 +26,7 @@ struct expectation {
   double target = 0;                    // our rate over the best peer's; 0: none stated
   double parts = 0;                     // of one item, told as nanoseconds each; 0: not told
   std::vector<std::string> plain_peers; // contenders that do it without vector instructions
-  bool of_memcpy = false;               // the target is a part of memcpy's rate
+  bool of_memcpy = false;               // the target is a part of the bound's rate
 };
 void set_expectation(const std::string &scenario, expectation what);
 

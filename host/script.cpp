@@ -119,6 +119,10 @@ void Script::load_text(const std::string &text, const std::string &name) {
   start(*state_, load_chunk(*state_, state_->L, text, "@" + name), name);
 }
 
+lua_State *Script::lua() const {
+  return state_->L;
+}
+
 bool Script::frame() {
   ScriptState &state = *state_;
   state.host.begin_frame();

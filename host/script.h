@@ -33,6 +33,8 @@
 #include <string>
 #include <vector>
 
+struct lua_State;
+
 namespace orbhost {
 
 class Host;
@@ -72,6 +74,9 @@ public:
   // frame hook and the clock. False when play is over: no process is left, or the script or the
   // window asked to quit; this frame is still drawn. Throws ScriptError; nothing runs after that.
   bool frame();
+
+  // The Lua state, for a program that gives its scripts more functions, or calls theirs.
+  [[nodiscard]] lua_State *lua() const;
 
 private:
   std::unique_ptr<ScriptState> state_;
