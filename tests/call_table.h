@@ -1,10 +1,10 @@
-// Tables of script calls as text, for the checks that handlers make of their arguments.
+// Tables of script calls as text, for testing the argument checks of handlers.
 //
 //   ground_put -1 1 0 0 -> 109 GROUND_PUT 1 -1     an error: code, name, position, value
 //   ground_put 0 1000 900 0 -> 0                   a result without an error
 //   draw_fix 1 2 -> silent                         the failure value without an error
 //
-// A call is looked up by its name and number of arguments among the registered functions.
+// Calls are looked up by name and argument count among the registered functions.
 #pragma once
 
 #include <sstream>
@@ -17,7 +17,7 @@
 #include "fake_runtime.h"
 #include "module/module.h"
 
-/// The handler registered under a name with so many arguments.
+/// The handler registered under a name with this argument count.
 inline int32_t (*find_handler(const std::string &name, size_t arguments))() {
   for (const orb_function *row = functions_table; row->signature; ++row) {
     const std::string signature = row->signature;
@@ -31,7 +31,7 @@ inline int32_t (*find_handler(const std::string &name, size_t arguments))() {
   throw std::invalid_argument("no " + name + " with " + std::to_string(arguments) + " arguments");
 }
 
-/// A call, taken apart. Its handler is looked up when it is made.
+/// A parsed call. Its handler is looked up when it runs.
 struct script_line {
   std::string name;
   std::vector<int32_t> arguments;
@@ -59,7 +59,7 @@ inline void expect_error(fake_runtime &host, const script_line &line, int32_t co
   EXPECT_EQ(host.errors, expected);
 }
 
-/// Makes the calls of a table, one a line, in order, and compares how each ends.
+/// Runs the calls of a table in order, one per line, and compares each outcome.
 inline void expect_calls(fake_runtime &host, const char *table) {
   std::istringstream lines(table);
   for (std::string line; std::getline(lines, line);) {

@@ -1,7 +1,7 @@
 #!/bin/sh
-# Checks the objects that are compiled once per instruction set: each must define its kernel table
-# and nothing else that other objects could see. The linker keeps one copy of a weak function, and
-# were it one compiled for AVX2, the module would fail on every other CPU.
+# Checks the objects compiled once per instruction set: each must define its kernel table and no
+# other visible symbol. The linker keeps one copy of a weak function; if it kept one compiled for
+# AVX2, the module would crash on every other CPU.
 # usage: check_kernels.sh OBJECT...
 status=0
 checked=0

@@ -1,6 +1,6 @@
 #!/bin/sh
-# Checks the built module: its SONAME, its one exported symbol, no unresolved symbol that it does
-# not name a library for, the libraries it names, and that it aligns the stack by itself.
+# Checks the built module: its SONAME, its one exported symbol, no unresolved symbol outside the
+# libraries it names, the list of those libraries, and that it aligns the stack itself.
 # usage: check_module.sh MODULE
 module=$1
 status=0
@@ -37,8 +37,8 @@ done
 # A position-dependent module would cost every process its own copy.
 printf '%s\n' "$dynamic" | grep -q TEXTREL && fail "has text relocations"
 
-# Hosts call with the stack aligned to 4 bytes. Whatever keeps vectors on the stack, or calls another
-# library, must have aligned it to 16 or more; and nothing may leave by a jump into another library.
+# Hosts call with the stack aligned to 4 bytes. A function that keeps vectors on the stack, or calls
+# another library, must align it to 16 or more, and must not tail-call into another library.
 unaligned=$(objdump -d --no-show-raw-insn "$module" | awk '
   function judge() {
     if (needs && !aligned && name !~ /^<(de)?register_tm_clones>|^<__do_global_dtors_aux>|^<_init>/)

@@ -1,10 +1,11 @@
-// A host for tests: every operation of the runtime table, recording what the module reports.
+// A host for tests: every operation of the runtime table, recording the module's reports.
 //
 //   fake_runtime host;                             // `orbre` is its table while it lives
 //   EXPECT_EQ(host.call(ORB_rgb, 255, 0, 0), 0xF800);
 //   EXPECT_EQ(host.errors.size(), 0u);
 //
-// One at a time: the operations are plain C functions and find their host through `current`.
+// Only one may exist at a time: the operations are plain C functions and find their host through
+// `current`.
 #pragma once
 
 #include <array>
@@ -33,8 +34,8 @@ struct fake_error {
 class fake_runtime {
 public:
   std::vector<fake_error> errors;
-  std::vector<std::string> fatals; ///< messages; rt_fatal returns, as a real host's may not
-  std::vector<int32_t> levels;     ///< the levels given with them
+  std::vector<std::string> fatals; ///< messages; unlike a real host's, rt_fatal may return
+  std::vector<int32_t> levels;     ///< the levels passed with them
   std::vector<int32_t> signals, exits;
   std::vector<int32_t> mode_changes;
 
@@ -43,8 +44,8 @@ public:
   std::deque<orb_locals> locals;
   orb_process *current_process = nullptr;
 
-  // The device-system record and what it points at. The services are empty: fill in what the test
-  // looks at.
+  // The device-system record and the tables it points at. The services are empty: a test fills in
+  // those it uses.
   uint8_t full_screen = 0;
   int32_t frame_rate = 24, renderer_busy = 0, vsync = 0;
   orb_window_services window{};
@@ -86,12 +87,12 @@ public:
     left_over_ = next_;
     return value;
   }
-  /// Arguments that the last call did not fetch; a handler fetches them all.
+  /// Arguments that the last call did not fetch; a handler must fetch all of them.
   size_t left_over() const { return left_over_; }
-  /// How often the last call set its result; a handler does it once.
+  /// How often the last call set its result; a handler must set it once.
   int times_returned() const { return times_returned_; }
 
-  /// The script global of that name; made, zero, when it is first asked for. 256 words each.
+  /// The script global of that name, 256 words; created as zeros on first use.
   int32_t *global(const char *name) { return memory_.data() + offset(name) / 4; }
 
   /// A live process with default locals.
@@ -131,7 +132,7 @@ private:
     else
       return int32_t(value);
   }
-  /// A handler that fetches too much reads zeros.
+  /// A handler that fetches too many arguments reads zeros.
   static int32_t pop() { return current->next_ ? current->arguments_[--current->next_] : 0; }
   int32_t offset(const char *name) {
     const size_t index = offsets_.try_emplace(name, offsets_.size()).first->second;

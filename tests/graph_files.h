@@ -1,5 +1,4 @@
-// MAP and FPG files put together by hand, and a fixture around the functions that read and write
-// them.
+// MAP and FPG files built by hand, and a fixture around the functions that read and write them.
 #pragma once
 
 #include <fstream>
@@ -12,7 +11,7 @@
 #include "memory_files.h"
 #include "script/handlers.h"
 
-/// While it lives the program gets no more than so many bytes from the system.
+/// Limits the memory the program may take from the system while it lives, in bytes.
 class memory_limit {
 public:
   explicit memory_limit(rlim_t bytes) {
@@ -28,7 +27,7 @@ private:
   rlimit former_;
 };
 
-/// Little-endian bytes put together by hand.
+/// Builds little-endian bytes.
 struct byte_builder {
   file_bytes bytes;
   byte_builder &raw(const file_bytes &more) {
@@ -49,8 +48,8 @@ struct byte_builder {
   byte_builder &dword(uint32_t value) { return number(value, 4); }
 };
 
-/// A test on the engine's own files: a disk in memory, pictures to put there, and what a call
-/// answered as a line of text.
+/// A test on the engine's own files: a disk in memory, pictures to put there, and the result of a
+/// call as a line of text.
 struct graph_file_test : graphics_test {
   memory_files disk;
   graph_file_test() { disk.serve(host); }
@@ -59,7 +58,7 @@ struct graph_file_test : graphics_test {
   struct cpoint {
     uint16_t x, y;
   };
-  /// A graph as files have it.
+  /// A graph as stored in files.
   struct stored_graph {
     int depth = 8;
     uint32_t w = 0, h = 0, code = 0;
@@ -113,7 +112,7 @@ struct graph_file_test : graphics_test {
     return out.bytes;
   }
 
-  /// "value", or "value: code NAME argument value" and so on for every report since the last call.
+  /// "value", or "value: code NAME argument value" with one part per report since the last call.
   std::string answer(int32_t value) {
     std::string line = value == INT32_MIN ? "failure" : std::to_string(value);
     const char *separator = ": ";
@@ -136,7 +135,7 @@ struct graph_file_test : graphics_test {
     return host.errors.empty() ? text : answer(0).replace(0, 1, text);
   }
 
-  /// Everything that a failed call must leave as it was.
+  /// Everything that a failed call must leave unchanged.
   struct registry_state {
     int32_t maps, libraries, marks;
     uint32_t surfaces;
@@ -169,7 +168,7 @@ struct graph_file_test : graphics_test {
     }
     return line;
   }
-  /// A graph converted from file bytes to the depth of the screen, the plain way.
+  /// Converts a graph from file bytes to the depth of the screen, the plain way.
   static std::vector<uint32_t> expected_pixels(const stored_graph &graph, int32_t screen_depth,
                                                uint32_t colours) {
     const file_bytes bytes = pixels_of(graph);

@@ -1,5 +1,5 @@
-// The module brought up without a display: registries, tables, a ground and a screen at a chosen
-// depth, and a host whose file services are stdio. Everything is taken down again at the end.
+// The module without a display: registries, tables, a ground and a screen at a chosen depth, and a
+// host whose file services are stdio. The fixture takes everything down at the end.
 //
 //   struct Pixels : graphics_test {};
 //   TEST_F(Pixels, ...) { set_depth(16); ... host.call(ORB_ground_put_pixel, 3, 4, 0xFFFF); ... }
@@ -39,7 +39,7 @@ inline file_bytes read_file(const std::string &path) {
 }
 
 inline void write_file(const std::string &path, const file_bytes &bytes) {
-  // A new file: one that is cut and written anew goes to the disk at once on some file systems.
+  // Use a new file: some file systems flush a file at once when it is truncated and rewritten.
   std::filesystem::remove(path);
   std::ofstream(path, std::ios::binary)
       .write(reinterpret_cast<const char *>(bytes.data()), std::streamsize(bytes.size()));
@@ -73,7 +73,7 @@ struct graphics_test : testing::Test {
     CreateFPGList();
     CreateDrawList();
     create_graph_registry();
-    // The first graph then takes the palette of its picture, as in a fresh program.
+    // The first graph then adopts the palette of its picture, as in a fresh program.
     palette_loaded = palette_forced = palette_update = 0;
     std::string pattern = testing::TempDir() + "orb_XXXXXX";
     if (!mkdtemp(pattern.data())) throw std::runtime_error("cannot make " + pattern);
@@ -96,7 +96,7 @@ struct graphics_test : testing::Test {
     fading = nullptr;
   }
 
-  /// What set-mode does for everything but the display.
+  /// Does what set-mode does for everything but the display.
   void set_depth(int32_t bpp) {
     mode = {0, 0, screen_width, screen_height, bpp, 1, 1024, 0, 0};
     do_tables(bpp);
@@ -109,7 +109,7 @@ struct graphics_test : testing::Test {
     regions[0] = {0, screen_width - 1, 0, screen_height - 1};
   }
 
-  /// A file name in a folder of this test.
+  /// A file name in this test's folder.
   std::string path(const std::string &name) const { return folder_ / name; }
 
   /// A pixel of any surface, zero-extended.

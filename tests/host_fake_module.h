@@ -1,5 +1,5 @@
-// A small module for the host's own tests: it registers a few of everything and records what
-// reaches it, so that the host is tested without the real one.
+// A small module for the host's own tests: it registers a few functions of every kind and records
+// the calls it gets, so that the host is tested without the real module.
 #pragma once
 
 #include "orb/graphics2d.h"

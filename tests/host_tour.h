@@ -1,4 +1,4 @@
-// A program that uses something of everything that asks the host for anything, and what it sees.
+// A program that uses every service a host offers, and records what it sees.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +13,7 @@
 #include "host/host.h"
 #include "module/module.h"
 
-/// A host with the world's files, whose reports are nobody's business.
+/// A host with the world's files that ignores reports.
 struct null_host : orbhost::Host {
   std::vector<std::string> fatals, boxes;
 
@@ -37,7 +37,7 @@ struct null_host : orbhost::Host {
   }
 };
 
-/// What a program sees of its calls and pictures.
+/// The results of the program's calls, and its pictures.
 struct trace {
   std::vector<int32_t> results, files, processes;
   std::vector<uint32_t> pictures;
@@ -50,7 +50,7 @@ inline void expect_same(const trace &seen, const trace &expected) {
   EXPECT_EQ(seen.pictures, expected.pictures);
 }
 
-/// Something of everything that asks the host for anything, at every depth.
+/// Uses every service of the host, at every depth.
 inline trace tour(orbhost::Host &host) {
   trace seen;
   const char *const none = nullptr;
@@ -110,7 +110,7 @@ inline trace tour(orbhost::Host &host) {
       }
       *two->locals = plain;
       call("map_new", {9, 9, 1});
-      // Addresses of nothing.
+      // Invalid addresses.
       call("map_convert_palette", {0, 1001, 7});
       call("palette_set_colors", {0, 9, reinterpret_cast<int32_t *>(4096)});
       call("map_xput", {0, 1001, 1000, 4, 4, 45000, 80, 4});

@@ -19,7 +19,7 @@ struct map_test : graphics_test {
     return low + int32_t(random() % uint32_t(high - low + 1));
   }
 
-  /// A graph of the mode's depth full of noise with many transparent pixels; its pivot anywhere.
+  /// A graph of the mode's depth with noise, many transparent pixels and a random pivot.
   __ORBSurface2D__ *noise(int32_t w, int32_t h) {
     __ORBSurface2D__ *surface = ORBGI2D_CreateGFXSurface(w, h, mode.bpp, 1);
     surface->alpha_channel = mode.bpp == 32 && random() % 2;

@@ -1,9 +1,9 @@
-// A host's file services over files in memory, with the host's promises about compressed and
+// A host's file services over files in memory, with the guarantees a host gives for compressed and
 // enciphered streams, and with faults on demand.
 //
-// A compressed file holds "HOST8..." (eight bytes of the host's own), the first eight bytes written
-// as they are, and the rest with every byte turned over. The cipher adds to each byte what its key
-// and its position in the uncompressed stream give.
+// A compressed file holds "HOST8..." (eight bytes of the host's own), the first eight bytes as
+// written, and the rest with every byte inverted. The cipher adds to each byte a value derived from
+// its key and its position in the uncompressed stream.
 #pragma once
 
 #include <algorithm>
@@ -23,12 +23,12 @@ public:
   /// Every call from this one on fails: opening gives null, reading and writing 0, seeking -1.
   int failing_call = INT_MAX;
   int calls = 0;                     ///< calls that may fail
-  int32_t largest_piece = INT32_MAX; ///< what a read or write moves at most
+  int32_t largest_piece = INT32_MAX; ///< the most bytes a read or write transfers
   bool seekable = true;
   bool tells_end = true;      ///< else at_end is always 0
-  bool endless = false;       ///< reading past the end gives zeros for ever
-  int32_t largest_read = 0;   ///< the longest read that was asked for
-  std::vector<int32_t> modes; ///< of the opened streams
+  bool endless = false;       ///< reading past the end returns zeros forever
+  int32_t largest_read = 0;   ///< the longest read requested
+  std::vector<int32_t> modes; ///< of all opened streams
 
   void serve(fake_runtime &host) {
     current = this;
@@ -53,7 +53,7 @@ public:
   }
   size_t open_streams() const { return streams_.size(); }
 
-  /// The uncompressed stream in a file that was written through the compressor.
+  /// The uncompressed content of a file written through the compressor.
   static file_bytes unpacked(const file_bytes &file) {
     file_bytes bytes(file.begin() + std::min<ptrdiff_t>(8, ptrdiff_t(file.size())), file.end());
     for (size_t i = 8; i < bytes.size(); ++i)
@@ -66,7 +66,7 @@ public:
       file.push_back(i < 8 ? bytes[i] : bytes[i] ^ 0xFF);
     return file;
   }
-  /// What the cipher adds to the byte at `position`.
+  /// The value the cipher adds to the byte at `position`.
   static uint8_t cipher_byte(const std::string &key, size_t position) {
     if (key.empty()) return 0;
     uint32_t sum = 2166136261u;

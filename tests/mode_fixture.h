@@ -1,4 +1,4 @@
-// The module on SDL's dummy display, with a host that notes what it is asked for.
+// The module on SDL's dummy display, with a host that records requests.
 #pragma once
 
 #include <cstdlib>
@@ -59,7 +59,7 @@ struct Mode : testing::Test {
     return host.call(ORB_mode_set, arguments...);
   }
 
-  /// Everything that a refusal or a failure must leave as it was.
+  /// Everything that a refusal or a failure must leave unchanged.
   struct state {
     std::vector<int32_t> words;
     std::vector<uint8_t> colours, ground_pixels;

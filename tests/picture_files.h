@@ -1,5 +1,5 @@
-// BMP, PCX and TGA files of every kind for the tests, put together byte by byte, and what a reader
-// should see in them, worked out pixel by pixel.
+// BMP, PCX and TGA files of every kind, built byte by byte, and the picture a reader should
+// deliver, computed pixel by pixel.
 #pragma once
 
 #include <algorithm>
@@ -32,14 +32,15 @@ struct file_builder {
   }
 };
 
-/// A picture as a reader should deliver it: palette indices, or 0xAARRGGBB (alpha 0 without).
+/// A picture as a reader should deliver it: palette indices, or 0xAARRGGBB (alpha 0 without a
+/// channel).
 struct expected_picture {
   int32_t w, h;
   bool indices, alpha;
   std::vector<uint32_t> pixels;
 };
 
-/// What a truecolour pixel becomes at a depth, by the obvious way.
+/// Converts a truecolour pixel to a depth, the obvious way.
 inline uint32_t expected_at_depth(uint32_t argb, bool alpha, int32_t depth) {
   if (depth == 32) return argb;
   if (alpha && argb >> 24 < 128) return 0;
@@ -60,7 +61,7 @@ inline uint32_t expected_at_depth(uint32_t argb, bool alpha, int32_t depth) {
   return uint32_t(best);
 }
 
-/// x-5-5-5 as 0x00RRGGBB, to the nearest.
+/// x-5-5-5 as 0x00RRGGBB, rounded to nearest.
 inline uint32_t expected_555(uint32_t value) {
   const auto wide = [](uint32_t five) { return ((five & 31) * 510 + 31) / 62; };
   return wide(value >> 10) << 16 | wide(value >> 5) << 8 | wide(value);
@@ -97,16 +98,16 @@ inline std::vector<orb_rgb> random_colours(size_t count, std::mt19937 &random) {
   return colours;
 }
 
-/// A BMP file; the pixels are given as they stand in the file.
+/// A BMP file; the pixels are given in file order.
 struct bmp_file {
   uint32_t info_size = 40;
   int32_t w = 1, h = 1; // a negative height: rows from the top
   uint32_t bits = 8, compression = 0;
   std::vector<orb_rgb> colours;
   uint32_t stated_colours = 0;
-  std::vector<uint32_t> masks; // behind a header of 40 bytes, or within a longer one
+  std::vector<uint32_t> masks; // after a header of 40 bytes, or within a longer one
   uint32_t gap = 0;            // bytes before the pixels
-  /// Where the header says that the pixels begin.
+  /// The pixel offset in the header.
   enum { where_they_do, nowhere, at_the_palette } stated_offset = where_they_do;
   file_bytes pixels;
 
@@ -138,7 +139,7 @@ struct bmp_file {
     return file.bytes;
   }
 
-  /// Fills in random plain rows; the values stand in the order of the picture.
+  /// Fills in random uncompressed rows; the values are in picture order.
   std::vector<uint32_t> fill(std::mt19937 &random) {
     const int32_t rows = std::abs(h);
     const size_t stride = (size_t(w) * bits + 31) / 32 * 4;
@@ -160,11 +161,11 @@ struct bmp_file {
   }
 };
 
-/// A TGA file; the pixels are given as they stand in the file.
+/// A TGA file; the pixels are given in file order.
 struct tga_file {
   uint32_t type = 2;
   uint32_t map_first = 0, map_bits = 24;
-  std::vector<uint32_t> map; // entries as the file holds them
+  std::vector<uint32_t> map; // entries as stored in the file
   uint32_t w = 1, h = 1, bits = 24, descriptor = 0;
   file_bytes id, pixels;
 
@@ -179,8 +180,8 @@ struct tga_file {
     return file.add(pixels).bytes;
   }
 
-  /// Fills in random pixels, of types above 8 in random packets, which go on from row to row; the
-  /// values stand in the order of the picture.
+  /// Fills in random pixels, for types above 8 in random packets that may cross rows; the values
+  /// are in picture order.
   std::vector<uint32_t> fill(std::mt19937 &random) {
     const size_t size = (bits + 7) / 8, count = size_t(w) * h;
     std::vector<uint32_t> in_file(count);
@@ -218,7 +219,7 @@ struct tga_file {
   }
 };
 
-/// A PCX file; the coded rows are given as they stand in the file.
+/// A PCX file; the coded rows are given as stored in the file.
 struct pcx_file {
   uint32_t version = 5, encoding = 1, bits = 8, planes = 1;
   uint32_t x0 = 0, y0 = 0, x1 = 0, y1 = 0;

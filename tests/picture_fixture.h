@@ -1,4 +1,4 @@
-// Readers and writers of picture files on files made on the spot.
+// Runs the readers and writers of picture files on generated files.
 #pragma once
 
 #include <random>
@@ -26,13 +26,13 @@ struct picture_test : graphics_test {
   }
   int32_t load(const file_bytes &bytes) const { return load_file(put(bytes)); }
 
-  /// Loads a file that must be refused, and leave nothing behind.
+  /// Loads a file that the reader must refuse without leaving anything behind.
   void expect_refused(const file_bytes &bytes, int32_t error = 144) const {
     EXPECT_EQ(load(bytes), 0);
     EXPECT_EQ(image_data, nullptr);
     EXPECT_EQ(image_error, error);
   }
-  /// Loads a file in every mode and compares what comes.
+  /// Loads a file in every mode and compares the result.
   void expect_at_every_depth(const file_bytes &bytes, const expected_picture &picture) {
     const std::string name = put(bytes);
     EXPECT_EQ(codec.check(name.c_str(), nullptr), 1);
@@ -46,7 +46,7 @@ struct picture_test : graphics_test {
     image_palette = {};
     EXPECT_EQ(codec.load_palette(name.c_str()), picture.indices);
   }
-  /// Compares the palette last read with `colours` followed by black, from entry `first` on.
+  /// Compares the palette last read with `colours` followed by black, starting at entry `first`.
   static void expect_colours(const std::vector<orb_rgb> &colours, size_t first = 0) {
     for (size_t i = 0; i < 256; i++) {
       const bool known = i >= first && i - first < colours.size();

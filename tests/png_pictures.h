@@ -1,5 +1,5 @@
-// PNG files of every kind for the tests, written by libpng from raw samples, and what a reader
-// should see in them, worked out sample by sample.
+// PNG files of every kind, written by libpng from raw samples, and the picture a reader should
+// deliver, computed sample by sample.
 #pragma once
 
 #include <algorithm>
@@ -13,12 +13,12 @@
 
 #include <png.h>
 
-/// Alphas of the first palette entries in pictures with tRNS, as far as their palettes reach.
+/// Alphas of the first palette entries in pictures with tRNS, cut to the palette's size.
 inline constexpr std::array<png_byte, 6> palette_alphas{255, 0, 127, 128, 255, 1};
 
 struct png_picture {
   uint32_t w, h;
-  int colour, bits; // libpng's colour type; bits a sample
+  int colour, bits; // libpng's colour type; bits per sample
   bool interlaced;
   bool key; // a transparent colour (tRNS); in palette pictures alpha values
   std::vector<uint16_t> samples;
@@ -66,7 +66,7 @@ struct png_picture {
   }
 };
 
-/// Every colour type and bit depth that PNG has, plain and interlaced, with and without tRNS.
+/// Every colour type and bit depth of PNG, plain and interlaced, with and without tRNS.
 inline std::vector<png_picture> png_kinds() {
   struct kind {
     int colour;
@@ -98,7 +98,7 @@ inline void fill_picture(png_picture &p, uint32_t w, uint32_t h, std::mt19937 &r
   p.w = w;
   p.h = h;
   p.samples.resize(size_t(w) * h * p.channels());
-  // Half of the samples are extremes, so that keys hit and dark colours occur.
+  // Half of the samples are extremes, so that keys match and dark colours occur.
   const uint32_t top = (1u << p.bits) - 1;
   for (uint16_t &sample : p.samples)
     sample = uint16_t(random() % 2 ? random() & top : random() % 2 ? top : 0);
@@ -140,7 +140,7 @@ inline std::vector<uint8_t> encode_png(const png_picture &p) {
       png_set_tRNS(png, info, nullptr, 0, &colour);
   }
   png_set_filter(png, 0, PNG_ALL_FILTERS);
-  png_set_check_for_invalid_index(png, 0);  // some pictures have them on purpose
+  png_set_check_for_invalid_index(png, 0); // some pictures have invalid indices on purpose
   png_write_info(png, info);
 
   const size_t row_samples = size_t(p.w) * p.channels();

@@ -1,5 +1,5 @@
-// The shapes that the rasterisers draw, each beside a slow reference that follows its definition
-// pixel by pixel.
+// The shapes of the rasterisers, each with a slow reference that follows its definition pixel by
+// pixel.
 #pragma once
 
 #include <algorithm>
@@ -18,7 +18,7 @@ constexpr int width = 37, height = 29;
 using pixel_set = std::set<std::pair<int64_t, int64_t>>; // x, y
 using arguments = std::array<int32_t, 4>;
 
-/// Adds only what shows, so that a shape may be of any size.
+/// Adds only visible pixels, so that shapes may have any size.
 struct plotter {
   pixel_set pixels;
   int64_t left = 0, top = 0, right = width - 1, bottom = height - 1;
@@ -32,7 +32,7 @@ struct plotter {
   }
 };
 
-/// The edges or all of an inclusive box.
+/// The outline or all pixels of an inclusive box.
 void box(plotter &to, int64_t x0, int64_t y0, int64_t x1, int64_t y1, bool fill);
 
 struct shape {

@@ -1,5 +1,5 @@
-// What every way to save a file holds to: the file is saved whole, at the place that its name leads
-// to, or nothing has changed.
+// A check for every function that saves a file: the file is saved whole, at the place its name
+// resolves to, or nothing changes.
 #pragma once
 
 #include <sys/resource.h>
@@ -27,14 +27,14 @@ namespace safe_saves {
 
 namespace fs = std::filesystem;
 
-/// What a folder's entry is: its kind, rights and owner; and its bytes, or where it leads.
+/// A directory entry: its kind, rights and owner, and its bytes or link target.
 using description = std::pair<std::string, std::string>;
 
 inline std::string bytes_of(const fs::path &file) {
   std::ifstream in(file, std::ios::binary);
   return {std::istreambuf_iterator<char>(in), {}};
 }
-/// All that is in a folder and those within it, by name.
+/// The contents of a folder and its subfolders, by name.
 inline std::map<std::string, description> tree_of(const fs::path &folder) {
   std::map<std::string, description> tree;
   for (const auto &entry : fs::recursive_directory_iterator(folder)) {
@@ -50,8 +50,9 @@ inline std::map<std::string, description> tree_of(const fs::path &folder) {
   return tree;
 }
 
-/// `save(name)` saves the same bytes, more than 100, under any name, and tells whether it could.
-/// Names are relative to the current directory, which is `folder` while this works; it is made.
+/// `save(name)` saves the same bytes, more than 100, under any name, and returns whether it
+/// succeeded. Names are relative to the current directory, which is `folder` during the check; the
+/// check creates it.
 inline void expect_safe_saves(const fs::path &folder,
                               const std::function<bool(const std::string &name)> &save) {
   using namespace std::string_literals;
@@ -83,7 +84,7 @@ inline void expect_safe_saves(const fs::path &folder,
     EXPECT_TRUE(tree_of(folder) == expected) << name;
   }
 
-  // Somebody else saves the same file at the same time.
+  // Another program saves the same file at the same time.
   const pid_t other = fork();
   bool all_saved = true;
   for (int i = 0; i < 20; i++) {
@@ -97,7 +98,7 @@ inline void expect_safe_saves(const fs::path &folder,
 
   mkfifo("pipe", 0600);
   const int pipe = open("pipe", O_RDWR | O_NONBLOCK);
-  fcntl(pipe, F_SETPIPE_SZ, 1 << 20); // so that a writer wouldn't wait
+  fcntl(pipe, F_SETPIPE_SZ, 1 << 20); // so that a writer does not block
   const int listener = socket(AF_UNIX, SOCK_STREAM, 0);
   sockaddr_un address{AF_UNIX, "socket"};
   bind(listener, reinterpret_cast<sockaddr *>(&address), sizeof address);
@@ -106,12 +107,12 @@ inline void expect_safe_saves(const fs::path &folder,
   fs::create_symlink("pipe", "to_pipe");
   fs::create_symlink("absent/file", "to_absent");
   fs::create_symlink("loop", "loop");
-  // No devices: a fault would cost them.
+  // Devices are left out: a fault would destroy them.
   const auto tree = tree_of(folder);
   for (const std::string &name :
        {"pipe"s, "to_pipe"s, "socket"s, "in"s, "in/."s, "new/"s, "absent/"s, "absent/file"s,
         "new/file"s, "to_absent"s, "loop"s, longest + "n", ""s,
-        // A file that could be written, but not replaced; and one that has no name.
+        // A file that can be written but not replaced, and a file without a name.
         "/proc/self/comm"s, "/proc/self/fd/" + std::to_string(gone)}) {
     EXPECT_FALSE(save(name)) << name;
     EXPECT_TRUE(tree_of(folder) == tree) << name;
@@ -121,7 +122,7 @@ inline void expect_safe_saves(const fs::path &folder,
   for (const int descriptor : {pipe, listener, gone})
     close(descriptor);
 
-  // A disk that is full after some bytes; the last one is missed only when the file is closed.
+  // A disk that is full after some bytes; the loss of the last one shows only on close.
   const auto former_action = signal(SIGXFSZ, SIG_IGN);
   rlimit former_limit{};
   getrlimit(RLIMIT_FSIZE, &former_limit);

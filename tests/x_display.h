@@ -1,4 +1,4 @@
-// X servers and what their windows show.
+// X servers and the contents of their windows.
 #pragma once
 
 #include <fcntl.h>
@@ -17,7 +17,7 @@
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 
-/// A server with one screen and no hardware, which ends with this program.
+/// A server with one virtual screen; it ends with this program.
 class virtual_server {
 public:
   /// `geometry` as "640x480x16".
@@ -50,7 +50,7 @@ public:
   virtual_server(const virtual_server &) = delete;
   virtual_server &operator=(const virtual_server &) = delete;
 
-  /// Empty when it couldn't be started.
+  /// Empty when the server could not be started.
   const std::string &name() const { return name_; }
 
 private:
@@ -72,7 +72,7 @@ public:
     height = attributes.height;
     image_ = XGetImage(server, window, 0, 0, unsigned(width), unsigned(height), AllPlanes, ZPixmap);
     visual_ = attributes.visual;
-    // SDL may pick a DirectColor visual, whose ramps it leaves straight: its fields mean the same.
+    // SDL may pick a DirectColor visual and leaves its ramps linear, so its fields mean the same.
     if (visual_->c_class == PseudoColor) {
       colours_.resize(256);
       for (size_t i = 0; i < 256; ++i)
@@ -99,7 +99,7 @@ public:
   int width = 0, height = 0;
 
 private:
-  /// Top bits of a masked field as 0..255.
+  /// The top bits of a masked field as 0..255.
   static int component(unsigned long pixel, unsigned long mask) {
     return int(uint64_t(pixel & mask) * 255 / mask);
   }

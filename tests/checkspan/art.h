@@ -1,5 +1,5 @@
-// Small 8-bit pictures as text: a digit is a pixel of that value, a dot is 0; rows are separated by
-// blanks or line ends.
+// Small 8-bit pictures as text: a digit is a pixel of that value, a dot is 0; blanks or line ends
+// separate rows.
 #pragma once
 
 #include <sstream>
@@ -36,8 +36,8 @@ public:
 
   __ORBBlit2D__ *operator->() { return &t.request; }
 
-  /// The destination after the operation, rows separated by line ends; "refused", or what the
-  /// reference finds wrong.
+  /// The destination after the operation, one row per line; "refused", or the reference's
+  /// complaint.
   std::string draw(operation op) {
     trial_counts counts;
     const std::string wrong = t.run(op, counts);
@@ -62,7 +62,7 @@ public:
   trial t;
 };
 
-/// Art as `draw` gives it.
+/// Text art in the format of `draw`.
 inline std::string art(const std::string &rows) {
   std::string text;
   for (const std::string &row : art_rows(rows))

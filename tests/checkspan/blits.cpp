@@ -21,7 +21,7 @@ blit_in_progress::pivot_place blit_in_progress::take_pivot() {
     result.pivot_taken = true;
     return {int32_t(src.pivot_x), int32_t(src.pivot_y), true};
   }
-  // A coordinate that is not set stands for the middle; so do missing control points.
+  // An unset coordinate means the middle; so do missing control points.
   const auto coordinate = [this](int which, uint32_t extent) -> int64_t {
     if (!src.cpoints || (src.cpoints[which] & 0xFFFF) == 0xFFFF) return extent >> 1;
     return int32_t(src.cpoints[which]);
@@ -76,13 +76,13 @@ void blit_in_progress::set_row(int x, int y, const std::vector<uint32_t> &pixels
 
 namespace {
 
-/// Index of an effect by a script's number, or -1.
+/// Index of an effect by its script number, or -1.
 int effect_of(int fxmode) {
   if (fxmode >= 0 && fxmode <= 26 && fxmode != 2) return fxmode;
   return fxmode >= 1001 && fxmode <= 1015 ? fxmode - 974 : -1;
 }
 
-/// What all operations refuse.
+/// The checks common to all operations.
 bool refused(const __ORBBlit2D__ &r, const surroundings &around, bool transformed) {
   if (!r.src || !r.dst) return true;
   if (r.src->depth != r.dst->depth) return true;
@@ -94,7 +94,7 @@ bool refused(const __ORBBlit2D__ &r, const surroundings &around, bool transforme
   return (r.flags & 15) >= 12;
 }
 
-/// False where there is nothing to draw on.
+/// False when there is nothing to draw on.
 bool clip(blit_in_progress &blit, const surroundings &around) {
   const __ORBBlit2D__ &r = blit.request;
   const int width = int(blit.dst.width), height = int(blit.dst.height);
@@ -115,7 +115,7 @@ bool clip(blit_in_progress &blit, const surroundings &around) {
   return blit.clip_x0 <= blit.clip_x1 && blit.clip_y0 <= blit.clip_y1;
 }
 
-/// Finds the span routine by name, and what it needs to know. False where there is none.
+/// Finds the span routine by name, with its parameters. False when there is none.
 bool choose(blit_in_progress &blit, operation op, const surroundings &around) {
   const __ORBBlit2D__ &r = blit.request;
   const int depth = r.dst->depth, fx = effect_of(r.fxmode), alpha = std::clamp(r.alpha, 0, 255);
@@ -134,7 +134,7 @@ bool choose(blit_in_progress &blit, operation op, const surroundings &around) {
   std::string name;
   if (op == operation::tile && channel)
     name = tile_channel_member(in, fx);
-  else if (mode == 1 && depth > 8) // a ghost whatever effect and alpha
+  else if (mode == 1 && depth > 8) // a ghost ignores effect and alpha
     name = member(family, depth == 16 ? table16 : channel ? table_chn32 : table32, column_ghost, 0);
   else
     name = member(family, in, column(mode), fx);
@@ -150,7 +150,7 @@ bool choose(blit_in_progress &blit, operation op, const surroundings &around) {
   return true;
 }
 
-/// Source rectangle (sx, sy, w, h) with its top left pixel, as drawn, at (left, top).
+/// Source rectangle (sx, sy, w, h) whose top left pixel, as drawn, lands at (left, top).
 void put_rectangle(blit_in_progress &blit, int64_t left, int64_t top, int64_t sx, int64_t sy,
                    int64_t w, int64_t h) {
   expectation &result = blit.result;
@@ -178,14 +178,14 @@ void expect_natural(blit_in_progress &blit) {
   put_rectangle(blit, blit.request.x - px, blit.request.y - py, 0, 0, w, h);
 }
 
-/// A pixel of the block that lies outside the source isn't drawn; the others stay where they are.
+/// Pixels of the block outside the source are not drawn; the others keep their places.
 void expect_block(blit_in_progress &blit) {
   const __ORBBlit2D__ &r = blit.request;
   const int64_t x0 = std::max(r.block_x, 0), y0 = std::max(r.block_y, 0);
   const int64_t x1 = std::min<int64_t>(int64_t(r.block_x) + r.block_w, blit.src.width);
   const int64_t y1 = std::min<int64_t>(int64_t(r.block_y) + r.block_h, blit.src.height);
   if (x0 >= x1 || y0 >= y1) return;
-  // Mirrored, what was cut off the right comes first.
+  // Mirrored, the part clipped on the right comes first.
   const int64_t from_left = x0 - r.block_x, from_right = int64_t(r.block_x) + r.block_w - x1;
   const int64_t from_top = y0 - r.block_y, from_bottom = int64_t(r.block_y) + r.block_h - y1;
   put_rectangle(blit, r.x + (blit.flags & 1 ? from_right : from_left),
@@ -216,8 +216,8 @@ struct axis {
   double start, step; // source position of the first one, and per pixel
 };
 
-/// Corners are stored in single precision. False where the blit refuses: a destination pixel
-/// larger than the source, or corners further off than 2^30.
+/// Corners are stored in single precision. False when the blit refuses: a destination pixel larger
+/// than the source, or corners beyond 2^30.
 bool lay(axis &a, double corner0, double corner1, double length, double size) {
   const double c0 = round_half_away(float(corner0)), c1 = round_half_away(float(corner1));
   constexpr double limit = 1 << 30;
@@ -227,7 +227,7 @@ bool lay(axis &a, double corner0, double corner1, double length, double size) {
   a.first = std::min(c0, c1);
   a.last = std::max(c0, c1);
   if (a.first == a.last) {
-    a.start = length / 2; // the middle stands for all
+    a.start = length / 2; // the middle is used for every pixel
     a.step = 0;
     return true;
   }
@@ -284,7 +284,7 @@ expectation expect_blit(operation op, const __ORBBlit2D__ &request, const surrou
   if (op == operation::block && (request.block_w < 1 || request.block_h < 1)) return blit.result;
   if (!clip(blit, around)) return blit.result;
   if (!choose(blit, op, around)) {
-    // The routine is chosen last: a pivot is used up all the same.
+    // The routine is chosen last: a refusal here still consumes the pivot.
     if (op != operation::block) blit.take_pivot();
     return blit.result;
   }
@@ -294,7 +294,7 @@ expectation expect_blit(operation op, const __ORBBlit2D__ &request, const surrou
   case operation::tile: expect_tile(blit); break;
   case operation::scale: expect_scaled(blit); break;
   case operation::rotate:
-    blit.size_x = blit.size_y = 100; // the sizes only count where they refuse
+    blit.size_x = blit.size_y = 100; // the sizes only matter for refusals
     expect_quadrilateral(blit, corners_rotate(blit.graph()), false);
     break;
   case operation::rotscale: expect_quadrilateral(blit, corners_rotscale(blit.graph()), true); break;

@@ -1,6 +1,6 @@
-// Every span routine of every instruction set, called by itself through the blit state, against the
-// reference: all widths from 1 to 67, mirrored and not, at odd addresses, with memory around the
-// pictures that faults, and pixel values where rounding goes wrong.
+// Every span routine of every instruction set, called directly through the blit state and compared
+// with the reference: all widths from 1 to 67, mirrored and not, at odd addresses, with guard pages
+// around the pictures and pixel values where rounding goes wrong.
 #include <algorithm>
 #include <sstream>
 #include <vector>
@@ -19,8 +19,8 @@ namespace {
 
 constexpr int widest = 67;
 
-/// One call of a routine and what it should do, worked out before the call: the destination pixels
-/// it reaches, in order, and the source pixel that comes to each.
+/// One call of a routine and its expected effect, computed before the call: the destination pixels
+/// it reaches, in order, and the source pixel for each.
 struct expected_pixel {
   int x, y;
   uint32_t s;
@@ -43,7 +43,7 @@ struct Checkspan : testing::Test {
     blit = former_state;
   }
 
-  /// Everything about a case that its routine's name does not say.
+  /// The parameters of a case that its routine's name does not give.
   pixel_context random_context(random_source &random) {
     static constexpr int alphas[] = {0, 1, 127, 128, 254, -1, -1};
     static constexpr int intensities[] = {0, 1, 128, 254, 255, -1, -1};
@@ -80,7 +80,8 @@ struct Checkspan : testing::Test {
     }
   }
 
-  /// Runs the routine and compares every byte of the destination. Empty, or what went wrong.
+  /// Runs the routine and compares every byte of the destination. Returns an empty string, or the
+  /// difference.
   static std::string run(span_routine *routine, const pixel_rule &rule,
                          const pixel_context &context, picture &dst,
                          const std::vector<expected_pixel> &expected) {
@@ -153,8 +154,8 @@ struct Checkspan : testing::Test {
     return run(routine, rule, context, dst, expected);
   }
 
-  /// One axis of a sampled row: a start and a step in 16.16 that stay inside `length` pixels for
-  /// `w` pixels.
+  /// One axis of a sampled row: a start and a step in 16.16 that stay inside `length` for `w`
+  /// pixels.
   static void random_walk(random_source &random, int length, int w, int *start, int *step) {
     const int top = length * 65536 - 1;
     const int from = random.one_in(4) ? 0 : random.between(0, top);
@@ -242,7 +243,7 @@ struct Checkspan : testing::Test {
         span_routine *const routine = routine_of(entry, isa);
         ASSERT_NE(routine, nullptr) << entry.name;
         for (int w = 1; w <= widest; ++w) {
-          // Both instruction sets meet the same input.
+          // Both instruction sets get the same input.
           const uint32_t seed = (base_seed() * 2000 + number) * 100 + uint32_t(w);
           random_source random(seed);
           const std::string wrong =

@@ -26,11 +26,11 @@ double mirror_y(const placed_graph &g) {
 corner_set offsets(double l, double t, double r, double b) {
   return {{{l, t}, {r, t}, {l, b}, {r, b}}};
 }
-/// Far edges less a pixel of the source.
+/// Far edges minus one source pixel.
 corner_set offsets_before_scaling(const placed_graph &g) {
   return offsets(-g.cx, -g.cy, (g.w - g.cx) - 1, (g.h - g.cy) - 1);
 }
-/// Scaled far edges less a pixel of the destination.
+/// Scaled far edges minus one destination pixel.
 corner_set offsets_after_scaling(const placed_graph &g) {
   const double sx = g.size_x / 100, sy = g.size_y / 100;
   return offsets(-g.cx * sx, -g.cy * sy, sx * (g.w - g.cx) - 1, sy * (g.h - g.cy) - 1);
@@ -105,7 +105,7 @@ corner_set corners_rotscaleshear(const placed_graph &g) {
   const auto [c, s] = turn_of(g);
   const double kx = -g.shear_x / 100, ky = -g.shear_y / 100;
   const double sx = g.size_x / 100, sy = g.size_y / 100;
-  // The letters of what is there, in order.
+  // The transforms present, as letters in order.
   std::string_view order = orders[g.tfmorder];
   char present[4] = "";
   int count = 0;
@@ -116,7 +116,8 @@ corner_set corners_rotscaleshear(const placed_graph &g) {
     if (there) present[count++] = letter;
   }
   order = std::string_view(present, size_t(count));
-  // The far pixel goes right after scaling, unless that comes last or not at all.
+  // The far pixel is subtracted right after scaling, or at the start when scaling is last or
+  // absent.
   const size_t scaling = order.find('s');
   const bool before = scaling == order.npos || scaling == order.size() - 1;
 

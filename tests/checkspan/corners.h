@@ -1,4 +1,4 @@
-// Where the corners of a transformed graph fall, each routine's formula written out by itself.
+// Where the corners of a transformed graph fall; each routine's formula is written out separately.
 #pragma once
 
 #include <array>
@@ -12,7 +12,7 @@ struct corner {
 /// Top left, top right, bottom left, bottom right.
 using corner_set = std::array<corner, 4>;
 
-/// A graph of w x h pixels whose pivot (cx, cy) goes to (x, y), and its transform.
+/// A graph of w x h pixels whose pivot (cx, cy) lands at (x, y), and its transform.
 struct placed_graph {
   double w = 1, h = 1, cx = 0, cy = 0;
   double x = 0, y = 0;
@@ -32,7 +32,7 @@ corner_set corners_rotscale(const placed_graph &g);
 corner_set corners_scaleshear(const placed_graph &g);
 corner_set corners_rotscaleshear(const placed_graph &g);
 
-/// Half away from zero.
+/// Rounds half away from zero.
 double round_half_away(double v);
 
 } // namespace checkspan

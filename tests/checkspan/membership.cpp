@@ -34,7 +34,7 @@ std::string member(const std::string &operation, table in, column key, int fx) {
     key = column_keyed;
   }
   const bool k = key == column_keyed;
-  // Scaled and rotated spans have the two logic blends with and without key.
+  // Scaled and rotated spans have the two logic blends with and without a key.
   const bool one_for_both = operation == "draw" || operation == "tile";
   switch (in) {
   case table8:
@@ -72,8 +72,8 @@ std::string member(const std::string &operation, table in, column key, int fx) {
 }
 
 std::string tile_channel_member(table in, int index) {
-  // additive, subtractive, multiply, average, screen, six channel blends, and, or, xor, seven
-  // inverts, grayscale, six scales, tint: 29 of them, which follow the copy.
+  // 29 effects follow the copy: additive, subtractive, multiply, average, screen, six channel
+  // blends, and, or, xor, seven inverts, grayscale, six scales, tint.
   if (index == 0) return member("tile", in, column_keyed, 0);
   if (index <= 29) return member("tile", in, column_keyed, 12 + index);
   return "";

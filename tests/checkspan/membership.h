@@ -1,5 +1,5 @@
-// Which span routine belongs in which table entry, written out as the tables are documented: by
-// name, and by hand.
+// Which span routine belongs in which table entry, by name, written out by hand from the
+// documentation of the tables.
 #pragma once
 
 #include <string>
@@ -20,11 +20,11 @@ enum table {
 
 enum column { column_keyed, column_ghost, column_nokey };
 
-/// Name of the routine for an effect index in a column; empty where the table has none.
+/// Name of the routine for an effect index in a column; empty when the table has none.
 std::string member(const std::string &operation, table in, column key, int fx);
 
-/// Name of what entry `index` of a tile table over an alpha channel holds: one column, in an order
-/// of its own.
+/// Name of the routine in entry `index` of a tile table with an alpha channel, a single column in
+/// its own order.
 std::string tile_channel_member(table in, int index);
 
 } // namespace checkspan

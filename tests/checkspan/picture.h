@@ -1,4 +1,4 @@
-// Pictures for tests: surfaces over memory that ends, or begins, at a page nobody may touch.
+// Pictures for tests: surfaces over memory that ends, or begins, at a guard page.
 #pragma once
 
 #include <sys/mman.h>
@@ -24,7 +24,7 @@ inline void write_pixel(void *at, int depth, uint32_t value) {
   std::memcpy(at, &value, size_t(depth) / 8);
 }
 
-/// Pages between two that fault on any access.
+/// Memory between two pages that fault on any access.
 class guarded_memory {
 public:
   explicit guarded_memory(size_t capacity) {
@@ -39,7 +39,7 @@ public:
   guarded_memory(const guarded_memory &) = delete;
   guarded_memory &operator=(const guarded_memory &) = delete;
 
-  /// Room for `bytes`, against the page after it or the page before it.
+  /// Allocates `bytes` against the page after it or the page before it.
   uint8_t *place(size_t bytes, bool at_end) {
     if (bytes > capacity_) throw std::bad_alloc();
     return at_end ? start_ + capacity_ - bytes : start_;
@@ -50,7 +50,7 @@ private:
   uint8_t *start_;
 };
 
-/// A surface record over memory of the test, without control points.
+/// A surface record over the test's memory, without control points.
 class picture {
 public:
   __ORBSurface2D__ surface{};
@@ -82,7 +82,7 @@ public:
         write_pixel(at(x, y), surface.depth, random.pixel(surface.depth, zeros));
   }
 
-  /// Under AddressSanitizer, makes everything but a rectangle untouchable.
+  /// Under AddressSanitizer, poisons everything outside a rectangle.
   void expose_only(int x, int y, int w, int h) const {
     const auto bytes = [this](int pixels) { return size_t(pixels) * size_t(surface.depth) / 8; };
     const int width = int(surface.width), height = int(surface.height);

@@ -14,7 +14,8 @@ struct grid_point {
   int64_t x, y;
 };
 
-/// floor(x + 1/2) of where the line a-b meets row y, exactly. The ends lie on different rows.
+/// floor(x + 1/2) of the point where the line a-b meets row y, exactly. The ends lie on different
+/// rows.
 int64_t crossing(grid_point a, grid_point b, int64_t y) {
   if (a.y > b.y) std::swap(a, b);
   const int64_t dy = b.y - a.y, n = (y - a.y) * (b.x - a.x);
@@ -27,16 +28,16 @@ int64_t crossing(grid_point a, grid_point b, int64_t y) {
 /// at its far one.
 struct ramp {
   long double at0, by_x, by_y; // fraction of the side
-  long double at0_terms;       // sum of the terms that at0 is what is left of
+  long double at0_terms;       // sum of the terms that cancel to give at0
   long double inset, length;
-  long double noise; // how far the fraction may be off, as a part of the sum of its terms
+  long double noise; // how far the fraction may be off, relative to the sum of its terms
 
   long double fraction(int64_t x, int64_t y) const { return at0 + by_x * x + by_y * y; }
-  /// In 16.16, before it is cut down to whole numbers.
+  /// In 16.16, before truncation.
   long double position(int64_t x, int64_t y) const {
     return (inset + fraction(x, y) * (length - 2 * inset)) * 65536;
   }
-  /// How far double precision may be from that.
+  /// The largest error of double precision against it.
   long double uncertainty(int64_t x, int64_t y) const {
     const long double terms =
         at0_terms + std::abs(by_x) * std::abs(x) + std::abs(by_y) * std::abs(y) + 1;
@@ -62,10 +63,10 @@ position_set positions(const ramp &r, int64_t x, int64_t y) {
   return set;
 }
 
-/// The inverse of the corners: fractions along the top side and along the left one.
+/// The inverse of the corners: fractions along the top side and along the left side.
 ///
-/// Where the sides are parallel, to a thousandth, there is no inverse: each is then followed along
-/// itself, and one without length gives its middle.
+/// Where the sides are parallel, to a thousandth, there is no inverse: each side is then followed
+/// on its own, and a side without length gives its middle.
 void invert(const corner_set &c, ramp &across, ramp &down) {
   const long double ax = c[1].x - c[0].x, ay = c[1].y - c[0].y;
   const long double bx = c[2].x - c[0].x, by = c[2].y - c[0].y;
@@ -84,7 +85,7 @@ void invert(const corner_set &c, ramp &across, ramp &down) {
     down.by_y = ax / det;
     through_corner(across);
     through_corner(down);
-    // What the determinant loses when its products nearly cancel out.
+    // The determinant's loss when its products nearly cancel.
     const long double lost = (std::abs(ax * by) + std::abs(ay * bx)) / std::abs(det);
     across.noise *= 1 + lost;
     down.noise *= 1 + lost;
@@ -105,7 +106,7 @@ void invert(const corner_set &c, ramp &across, ramp &down) {
 } // namespace
 
 void expect_quadrilateral(blit_in_progress &blit, const corner_set &exact_corners, bool scaled) {
-  // Corners are kept in single precision; the outline runs between the rounded ones.
+  // Corners are stored in single precision; the outline runs between the rounded ones.
   corner_set corners;
   grid_point grid[4];
   for (size_t i = 0; i < 4; ++i) {
@@ -136,7 +137,7 @@ void expect_quadrilateral(blit_in_progress &blit, const corner_set &exact_corner
         right = std::max(right, x);
       }
     }
-    // The row's source positions are those of the whole row, whatever of it shows.
+    // Source positions are computed for the whole row, however much of it is visible.
     const int64_t row_left = left, row_right = right;
     left = std::max<int64_t>(left, blit.clip_x0);
     right = std::min<int64_t>(right, blit.clip_x1);
@@ -158,7 +159,7 @@ void expect_quadrilateral(blit_in_progress &blit, const corner_set &exact_corner
                  y,
                  {},
                  u0.unpredictable || u1.unpredictable || v0.unpredictable || v1.unpredictable};
-    // Pixel by pixel, from left to right: one surface may be both source and destination.
+    // Pixel by pixel, left to right: one surface may be both source and destination.
     const auto run = [&](int64_t u, int64_t u_last, int64_t v, int64_t v_last) {
       const int64_t steps = row_right - row_left;
       const int64_t u_step = steps ? (u_last - u) / steps : 0;

@@ -1,4 +1,4 @@
-// Seeded random input: the same on every machine, and rich in the values where arithmetic breaks.
+// Seeded random input: the same on every machine, with many values where arithmetic breaks.
 #pragma once
 
 #include <cstdint>
@@ -21,12 +21,12 @@ public:
   bool one_in(int n) { return below(n) == 0; }
   template <typename T, size_t n> T any_of(const T (&values)[n]) { return values[below(int(n))]; }
 
-  /// 0..255, half of the time near one of the ends.
+  /// 0..255; half of the values are near one of the ends.
   int byte() {
     static constexpr int edges[] = {0, 0, 1, 2, 3, 127, 128, 252, 253, 254, 255, 255};
     return one_in(2) ? any_of(edges) : below(256);
   }
-  /// A pixel of a depth, its channels by byte(); one in `zeros` is 0 altogether.
+  /// A pixel of a depth with channels from byte(); one in `zeros` is 0.
   uint32_t pixel(int depth, int zeros) {
     if (one_in(zeros)) return 0;
     if (depth == 8) return uint32_t(byte());
@@ -39,7 +39,7 @@ private:
   std::mt19937 engine_;
 };
 
-/// What a test's seeds start from: ORB_TEST_SEED, or always the same.
+/// The base of a test's seeds: ORB_TEST_SEED, or a constant.
 inline uint32_t base_seed() {
   const char *given = std::getenv("ORB_TEST_SEED");
   return given ? uint32_t(std::strtoul(given, nullptr, 0)) : 1;

@@ -8,7 +8,7 @@ namespace checkspan {
 
 namespace {
 
-// The effects by number, as scripts know their order.
+// The effects by number, in script order.
 enum {
   solid = 0,
   src = 1,
@@ -40,7 +40,7 @@ enum {
   tint = 41,
 };
 
-// The three lookups that everything is put together from. All divisions truncate toward zero.
+// The three basic lookups. All divisions truncate toward zero.
 int part(int of, int x) {
   return of * x / 255;
 }
@@ -61,14 +61,14 @@ uint32_t join(int depth, channels c) {
   return uint32_t(c[0] << 16 | c[1] << 8 | c[2]);
 }
 
-/// Channels that an effect of a group of seven (all, r, g, b, rg, rb, gb) names.
+/// The channels an effect in a group of seven (all, r, g, b, rg, rb, gb) names.
 channels named(int place) {
   static constexpr channels sets[7] = {{1, 1, 1}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1},
                                        {1, 1, 0}, {1, 0, 1}, {0, 1, 1}};
   return sets[place];
 }
 
-/// Luminance of a pixel as its red, green and blue channels would show it.
+/// Luminance of a pixel, as red, green and blue channels.
 channels grey(int depth, uint32_t p) {
   if (depth == 32) {
     const channels c = split(32, p);
@@ -82,7 +82,7 @@ channels grey(int depth, uint32_t p) {
 
 int screened(int depth, int max, int s, int d) {
   if (depth == 32) return 255 - (255 - s) * (255 - d) / 255;
-  // The 16-bit tables shift where a division would be expected.
+  // The 16-bit tables shift where one would expect a division.
   return max - (((max - s) * (max - d)) >> (max == 31 ? 5 : 6));
 }
 
@@ -122,7 +122,7 @@ channels blended(const pixel_rule &rule, const pixel_context &context, uint32_t 
   return b;
 }
 
-/// x and y mixed with weights `a` and 255 - `a`, each term truncated by itself.
+/// x and y mixed with weights `a` and 255 - `a`, each term truncated separately.
 channels mixed(int a, channels x, channels y) {
   channels m{};
   for (size_t i = 0; i < 3; ++i)
@@ -133,9 +133,9 @@ channels scaled(int a, channels x) {
   return mixed(a, x, {0, 0, 0});
 }
 
-/// Compositing where a pixel covers all or nothing: no alpha channel anywhere. With a global alpha
-/// the part that comes from the source, or leaves through it, counts that much. A pixel of the
-/// destination that stays loses its top byte, as all but copies leave it 0.
+/// Compositing where a pixel covers all or nothing, without an alpha channel. A global alpha
+/// weights the part that the source contributes or removes. A destination pixel that stays loses
+/// its top byte, since all but copies leave it 0.
 uint32_t composite_by_coverage(const pixel_rule &rule, const pixel_context &context, uint32_t s,
                                uint32_t d) {
   if (!rule.alpha) {
@@ -170,7 +170,7 @@ uint32_t composite_by_coverage(const pixel_rule &rule, const pixel_context &cont
   return join(depth, result());
 }
 
-/// Compositing with alpha channels: the Porter-Duff modes by their pairs of factors.
+/// Compositing with alpha channels: the Porter-Duff modes as pairs of factors.
 uint32_t composite_by_factors(const pixel_rule &rule, const pixel_context &context, int sa,
                               uint32_t s, uint32_t d) {
   const int da = context.dst_alpha ? int(d >> 24) : d ? 255 : 0;
@@ -217,7 +217,7 @@ uint32_t put16(const pixel_rule &rule, const pixel_context &context, uint32_t s,
   return join(16, c);
 }
 
-/// Source pixels as they are, transparent ones too.
+/// Copies source pixels unchanged, transparent ones included.
 uint32_t copy32(const pixel_rule &rule, const pixel_context &context, uint32_t s, uint32_t d) {
   if (!rule.alpha) {
     if (!rule.channel && context.dst_alpha) return s ? s | 0xFF000000 : 0;
@@ -233,7 +233,7 @@ uint32_t copy32(const pixel_rule &rule, const pixel_context &context, uint32_t s
   return uint32_t(o) << 24 | join(32, mixed(compositing(p, o), sc, dc));
 }
 
-/// An effect put down with opacity `sa`.
+/// Applies an effect with opacity `sa`.
 uint32_t put_translucent(const pixel_rule &rule, const pixel_context &context, int sa, uint32_t s,
                          uint32_t d) {
   const channels b = blended(rule, context, s, d), sc = split(32, s), dc = split(32, d);
@@ -244,7 +244,7 @@ uint32_t put_translucent(const pixel_rule &rule, const pixel_context &context, i
   const int da = int(d >> 24);
   const int o = sa + part(255 - sa, da);
   const int w = compositing(sa, o);
-  // Where the destination is translucent, an effect that looks at it counts only that much.
+  // Where the destination is translucent, an effect that reads it is weighted by its alpha.
   const bool looks_at_source_only =
       rule.fx == solid || rule.fx == srcoverdst || rule.fx >= first_invert;
   const channels m = looks_at_source_only ? b : mixed(da, b, sc);
@@ -268,7 +268,7 @@ uint32_t put32(const pixel_rule &rule, const pixel_context &context, uint32_t s,
     return composite_by_coverage(rule, context, s, d);
   }
   if (rule.channel || rule.alpha) {
-    // A source pixel of its own transparency leaves the destination alone, top byte and all.
+    // A transparent source pixel leaves the destination unchanged, top byte included.
     if (rule.channel && sa == 0) return d;
     return put_translucent(rule, context, sa, s, d);
   }
@@ -368,7 +368,7 @@ parsed_name parse_routine(std::string_view name) {
     if (effect.starts_with("alpha")) {
       rule.alpha = true;
       effect.remove_prefix(5);
-      if (effect == "blend") return; // the solid copy with an alpha
+      if (effect == "blend") return; // the solid copy with alpha
     }
     const auto found = std::find(effect_names.begin() + 1, effect_names.end(), effect);
     if (found == effect_names.end()) throw bad("no such effect");

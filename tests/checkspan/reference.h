@@ -1,6 +1,6 @@
-// A slow second opinion on the pixel arithmetic: one pixel at a time, in plain ints, with plain
+// A slow, independent model of the pixel arithmetic: one pixel at a time, in plain ints, with plain
 // divisions, everything chosen at run time. It shares nothing with the blit engine, not even the
-// numbers of the effects, so that a mistake has to be made twice to go unnoticed.
+// effect numbers, so that no single mistake goes unnoticed.
 #pragma once
 
 #include <array>
@@ -10,10 +10,10 @@
 
 namespace checkspan {
 
-/// What becomes of a source pixel of value 0, and whether the rest is half translucent.
+/// How source pixels of value 0 are treated, and whether the rest is half translucent.
 enum class keying { keyed, every_pixel, ghost };
 
-/// What a span routine does to a pixel, whatever operation brings the pixel to it.
+/// What a span routine does to a pixel, whatever operation runs it.
 struct pixel_rule {
   int depth = 8;        ///< 8, 16 or 32
   bool channel = false; ///< the source has an alpha channel
@@ -22,7 +22,7 @@ struct pixel_rule {
   int fx = 0;         ///< effect index 0..41
 };
 
-/// What a pixel's result depends on beside the two pixels.
+/// The other inputs of a pixel's result, besides the two pixels.
 struct pixel_context {
   int alpha = 255; ///< global alpha
   int intensity = 0;
@@ -37,8 +37,8 @@ uint32_t put_pixel(const pixel_rule &rule, const pixel_context &context, uint32_
 /// Names of the effects by index; empty for the solid copy.
 extern const std::array<std::string_view, 42> effect_names;
 
-/// Takes a routine's name apart: "scale_16to16_nokey_tint" gives operation "scale" and the rule.
-/// Throws std::invalid_argument for a name that is none.
+/// Parses a routine's name: "scale_16to16_nokey_tint" gives operation "scale" and the rule. Throws
+/// std::invalid_argument for an unknown name.
 struct parsed_name {
   std::string operation;
   pixel_rule rule;

@@ -39,7 +39,7 @@ const char *name_of(operation op) {
   return names[int(op)];
 }
 
-/// What the module's variables say at the moment of a blit.
+/// The module's variables at the moment of a blit.
 surroundings look_around(const trial &t) {
   surroundings around;
   around.screen_depth = t.screen_depth;
@@ -116,7 +116,7 @@ std::string trial::describe(operation op) const {
 }
 
 std::string trial::run(operation op, trial_counts &counts) {
-  // The module's variables, as a frame would have them.
+  // Sets the module's variables as a frame would.
   const int32_t former_depth = mode.bpp;
   __ORBSurface2D__ *const former_ground = ground;
   uint8_t *const former_ghost = table_ghost8;
@@ -135,8 +135,8 @@ std::string trial::run(operation op, trial_counts &counts) {
   const __ORBSurface2D__ src_before = src.surface;
   const bool onto_itself = shares_memory();
   const std::vector<uint8_t> src_bytes = bytes_of(src.surface);
-  // A tile with an alpha channel reaches the tint routine through another effect, with whatever
-  // tint was set last. Let that be the request's own.
+  // A tile with an alpha channel reaches the tint routine through another effect and uses the last
+  // tint set. Make that the request's own.
   const uint32_t colour = request.fxcolor;
   blit.tintR = int32_t(colour >> 16 & 255);
   blit.tintG = int32_t(colour >> 8 & 255);
@@ -167,7 +167,7 @@ std::string trial::run(operation op, trial_counts &counts) {
   expect("ground_puting", int(ground_puting), wanted.drawn && onto_ground ? 1 : 0);
   expect("pivot_override", int(src.surface.pivot_override),
          wanted.pivot_taken ? 0 : int(src_before.pivot_override));
-  // Nothing else in the request or in the records.
+  // Nothing else in the request or in the records may change.
   __ORBBlit2D__ rest = request;
   rest.drawn = before.drawn;
   rest.drawn_x0 = before.drawn_x0;
@@ -185,7 +185,7 @@ std::string trial::run(operation op, trial_counts &counts) {
   if (wanted.drawn) counts.rows += wanted.y1 - wanted.y0 + 1;
   if (!request.dst) return wrong.str();
 
-  // Rows with several outcomes first; then the rest must be equal to the byte.
+  // Check rows with several outcomes first; the rest must be equal to the byte.
   const __ORBSurface2D__ &onto = *request.dst;
   std::vector<uint8_t> found = bytes_of(onto);
   const size_t pixel_bytes = size_t(onto.depth) / 8;
@@ -200,10 +200,11 @@ std::string trial::run(operation op, trial_counts &counts) {
     if (row.unpredictable)
       ++counts.rows_unpredictable;
     else if (outcome == row.outcomes.end())
-      continue; // shows below
+      continue; // reported below
     else if (outcome != row.outcomes.begin())
       ++counts.rows_other;
-    // A row that went another right way onto itself leads all later ones astray.
+    // When a surface is drawn onto itself, a row with another correct outcome changes all later
+    // rows.
     if (onto_itself && outcome != row.outcomes.begin()) return wrong.str();
     for (size_t i = 0; i < n; ++i)
       write_pixel(at + i * pixel_bytes, onto.depth, row.outcomes.front()[i]);
@@ -224,7 +225,7 @@ void randomize(trial &t, operation op, random_source &random) {
   __ORBBlit2D__ &r = t.request;
   static constexpr int extremes[] = {INT_MIN, INT_MIN + 1, -1000000000, -70000,      -1,
                                      0,       70000,       1000000000,  INT_MAX - 1, INT_MAX};
-  // Now and then a value that no sensible program gives.
+  // Occasionally a value that no sensible program passes.
   const auto mostly = [&](int value) {
     return random.one_in(60) ? random.any_of(extremes) : value;
   };
@@ -269,7 +270,7 @@ void randomize(trial &t, operation op, random_source &random) {
   static constexpr int sizes[] = {100, 100, 100, 200, 300, 50, 33, 171, 10, 400, -100, -150};
   const auto size = [&] {
     const int any = random.one_in(2) ? random.any_of(sizes) : mostly(random.between(20, 400));
-    return std::max(any, INT_MIN + 1); // the lowest has a test of its own
+    return std::max(any, INT_MIN + 1); // the lowest has its own test
   };
   r.size = random.one_in(3) ? size() : 100;
   r.size_x = size();

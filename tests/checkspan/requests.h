@@ -1,5 +1,5 @@
-// Random blit requests run through an operation and compared with what the reference expects of
-// them: pixels, drawn box, owner, background mark, pivot, and that a refusal touches nothing.
+// Random blit requests, run through an operation and compared with the reference: pixels, drawn
+// box, owner, background mark, pivot, and that a refusal changes nothing.
 #pragma once
 
 #include <optional>
@@ -11,12 +11,12 @@
 
 namespace checkspan {
 
-/// How often things happened, so that a test can tell that it saw them.
+/// Counts of cases, so that a test can check it covered them.
 struct trial_counts {
   int drawn = 0, refused = 0;
-  int rows = 0;       ///< of what was drawn
-  int rows_open = 0;  ///< rows with more than one right outcome
-  int rows_other = 0; ///< of those, rows drawn as another than the likely one
+  int rows = 0;       ///< rows drawn
+  int rows_open = 0;  ///< rows with more than one correct outcome
+  int rows_other = 0; ///< of those, rows drawn with a less likely outcome
   int rows_unpredictable = 0;
 };
 
@@ -39,7 +39,7 @@ public:
   /// Makes the smaller picture a window on the larger one's memory.
   void show_part_of_the_other(random_source &random);
 
-  /// Runs the request and compares. Empty, or what is wrong.
+  /// Runs the request and compares. Returns an empty string, or the difference.
   std::string run(operation op, trial_counts &counts);
   std::string describe(operation op) const;
 
@@ -50,14 +50,14 @@ private:
   uint32_t centre_[3] = {65535, 65535, 0};
 };
 
-/// Fills in a whole request with values of all kinds, most of them such that `op` draws.
+/// Fills in a whole request with values of all kinds; `op` draws most of them.
 void randomize(trial &t, operation op, random_source &random);
 
-/// `count` random requests, every second one with each instruction set; failures go to GoogleTest.
+/// Runs `count` random requests, alternating instruction sets; failures go to GoogleTest.
 trial_counts run_trials(operation op, int count, uint32_t seed);
 
-/// Regions for requests to clip by: a plain one, one reaching out of every picture, one inside out,
-/// one not defined. The registry must exist.
+/// Defines regions for clipping: a plain one, one extending beyond every picture, one inverted, one
+/// undefined. The registry must exist.
 void define_regions();
 
 } // namespace checkspan

@@ -19,7 +19,7 @@ namespace {
 const char *const operation_names[] = {"draw", "scale", "rotscale", "tile"};
 constexpr instruction_set sets[] = {instruction_set::sse2, instruction_set::avx2};
 
-/// Names of an instruction set's routines by address. Two routines never share one: the tables
+/// Names of an instruction set's routines by address. No two routines share an address: the tables
 /// could not be told apart.
 std::map<span_routine *, std::string> names_by_routine(instruction_set isa) {
   std::map<span_routine *, std::string> names;
@@ -121,7 +121,7 @@ TEST(SpanTables, NamesInUseFollowTheInstructionSet) {
   set_blitter_routines();
 }
 
-/// The reference's own arithmetic at values worked out by hand.
+/// The reference's own arithmetic at hand-computed values.
 TEST(SpanReference, KnownPixels) {
   std::vector<uint8_t> ghost(65536);
   ghost[3 * 256 + 7] = 99;
@@ -136,7 +136,7 @@ TEST(SpanReference, KnownPixels) {
       {"draw_8to8_nokey", 255, false, 0, 7, 0},
       {"draw_8to8_normal_srcoutdst", 255, false, 3, 7, 0},
       {"draw_16to16_ghost", 255, false, 0xFFFF, 0, 0x7BEF},
-      // Screen shifts: blue 0 on 0 gives 1, green too.
+      // Screen shifts: blue 0 on 0 gives 1, and so does green.
       {"scale_16to16_normal_screenblend", 255, false, 0xF800, 0, 0xF800 | 1 << 5 | 1},
       {"scale_16to16_normal_multiplyblend", 255, false, 0xFFFF, 0x1234, 0x1234},
       {"draw_16to16_normal_alphablend", 128, false, 0xFFFF, 0, 15 << 11 | 31 << 5 | 15},
@@ -152,9 +152,9 @@ TEST(SpanReference, KnownPixels) {
       {"draw_32to32_ghost", 255, false, 0xFFFFFFFF, 0, 0x7F7F7F},
       {"draw_32to32_normal_grayscale", 255, false, 0xFF0000, 0, 0x4C4C4C},
       {"draw_32to32_normal_rgscale", 255, false, 0xFFFFFF, 0, 0xFFFF00},
-      // Truncated term by term: 100 of 128 and 200 of 127 are 50 and 99.
+      // Truncated term by term: 100 of 128 and 200 of 127 give 50 and 99.
       {"draw_32to32_normal_alphablend", 128, false, 100, 200, 149},
-      // Half opaque over nothing: opacity 128, the colour as it is.
+      // Half opaque over nothing: opacity 128, colour unchanged.
       {"draw_32to32_alphachn", 255, true, 0x80102030, 0, 0x80102030},
       {"draw_32to32_alphachn", 255, true, 0x00102030, 0x11223344, 0x11223344},
       {"draw_32to32_src_alphachn", 255, true, 0x00102030, 0x11223344, 0x00102030},
