@@ -1,5 +1,5 @@
-// Positions of everything that host and module share, as literal numbers: the module and the
-// reference host are built from one header, so that a mistake in it would go unnoticed elsewhere.
+// The layout of everything that host and module share, as literal numbers: module and reference
+// host are built from one header, so no other test would notice a mistake in it.
 #include <cstddef>
 #include <map>
 #include <string>
@@ -16,7 +16,7 @@ extern const unsigned orb_c_members;
 
 namespace {
 
-/// Words that the compiler counts, and how many were agreed on.
+/// Words as the compiler counts them, and the agreed number.
 struct layout {
   const char *what;
   size_t bytes, words;
@@ -162,7 +162,7 @@ TEST(Abi, Layouts) {
     EXPECT_EQ(each.bytes, 4 * each.words) << each.what;
 }
 
-/// The layout that a C99 compiler sees.
+/// The layout as a C99 compiler sees it.
 TEST(Abi, SameInC) {
   const std::map<std::string, unsigned> expected{
       {"orb_runtime.rt_return", 52 * 4},    {"orb_runtime.rt_video_hooks", 82 * 4},

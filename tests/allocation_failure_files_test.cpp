@@ -1,5 +1,5 @@
-// What happens when memory runs out, at any point, while files are read and written: every format
-// and flavour, at every depth of the mode.
+// Memory failures at any point while files are read and written: every format and variant, at every
+// depth of the mode.
 #include <gtest/gtest.h>
 
 #include "failure_points.h"
@@ -32,7 +32,7 @@ failure_case picture_case(const char *function, const char *report, std::string 
                 world.data(file);
               },
           .act = [=](failure_world &world) { return world.call(function, world.data_name(file)); },
-          // A reader that fails, for whatever reason, reports 144.
+          // A reader that fails for any reason reports 144.
           .refusals = {"144 " + name, "100 " + name},
           .library_refusals = {"143 " + name}};
 }
@@ -48,13 +48,13 @@ TEST(AllocationFailure, PicturesAreLoaded) {
   }
   // Not at lower depths.
   cases.push_back(picture_case("image_load", "IMAGE_LOAD", "pcx/magick_24.pcx", 32));
-  // Six hundred requests for the profile's transform, which takes long to make.
+  // The profile's transform makes six hundred requests and is slow to create.
   cases.push_back(picture_case("image_load", "IMAGE_LOAD", "jpeg/pillow_cmyk_icc.jpg", 32));
   cases.back().repeat_every = 32;
   expect_survived(cases);
 }
 
-/// Graphs of another palette than the one that is forced.
+/// Graphs with a palette other than the forced one.
 TEST(AllocationFailure, PalettesAreLoadedAndForced) {
   std::vector<failure_case> cases;
   for (const char *file : {"bmp/magick_8.bmp", "jpeg/pillow_grey.jpg", "pcx/magick_8.pcx",
@@ -83,7 +83,7 @@ std::vector<stored_graph> graphs_of(int32_t depth) {
   return library_test::three_graphs(depth);
 }
 
-/// A file of one of the three kinds of streams; its name and the key go with it.
+/// A file of one of the three kinds of streams, with its name and key.
 struct stream_kind {
   const char *name;
   bool compressed;
@@ -132,9 +132,9 @@ TEST(AllocationFailure, GraphFilesAreLoaded) {
         add("map_load", {"100 MAP_LOAD"});
         add("image_load", {"144 IMAGE_LOAD", "100 IMAGE_LOAD"});
         add("fpg_load", {"100 FPG_LOAD"});
-        // The graphs that were read until then stay under a number that isn't in use.
+        // The graphs read so far stay under a number that is not in use.
         cases.back().partial = true;
-        add("fpg_load_map", {"100 FPG_LOAD_MAP"}, 2, 999); // into a library that it makes
+        add("fpg_load_map", {"100 FPG_LOAD_MAP"}, 2, 999); // into a library that it creates
       }
   expect_survived(cases);
 }

@@ -1,5 +1,5 @@
-// What happens when memory runs out, at any point: the hooks, frames, lists that grow, graphs that
-// are made and modes that are set. Files: allocation_failure_files_test.cpp.
+// Memory failures at any point: the hooks, frames, growing lists, new graphs and set-mode. For
+// files see allocation_failure_files_test.cpp.
 #include <gtest/gtest.h>
 
 #include "blit/blit_list.h"
@@ -44,7 +44,7 @@ TEST(FailingAllocator, FailsTheRequestAskedFor) {
   free(moved);
   EXPECT_EQ(outstanding_blocks(fault_scope::module), blocks);
 
-  // The C library's own requests, and none of C++ objects.
+  // The C library's own requests count, those of C++ objects do not.
   const auto opens = [](fault_scope scope) {
     const allocation_fault fault(1, scope, fault_kind::once);
     std::vector<std::string> texts(100, std::string(1000, 'x'));
@@ -80,7 +80,7 @@ const std::set<std::string> init_refusals = {
     "Error to Create Screen 2D Surface",
     "Error to Create Buffer 2D Surface",
 };
-/// What init ends with: only without a display it goes on.
+/// The result of init: it continues only without a display.
 const std::set<std::string> last_words = {
     "Device 2D init error",
     "Graphics2D init error",
@@ -112,7 +112,7 @@ failure_case init_case(const char *name, bool full) {
           .partial = true,
           .recover =
               [full](failure_world &world) {
-                // Hosts that go on after a fatal report.
+                // Hosts that continue after a fatal report.
                 ORB_mod_graphics2D_frame();
                 ORB_mod_graphics2D_release();
                 world.host.full_screen = full;
@@ -125,13 +125,13 @@ TEST(AllocationFailure, InitHook) {
   expect_survived({init_case("init", false), init_case("init in full screen", true), again});
 }
 
-/// Requests of the script's.
+/// Requests made by the script.
 void draw_graphics(failure_world &world) {
   for (int32_t i = 0; i < 20; ++i)
     world.call("screen_draw_graphic", 0, 1000, i, i, -i, 0);
 }
 
-/// Processes and draws of every kind, and requests of the script's.
+/// Processes and draws of every kind, and requests made by the script.
 void fill_scene(failure_world &world, int32_t processes) {
   const int32_t graph = world.make_graph(9, 7);
   for (int32_t i = 0; i < processes; ++i) {
@@ -173,7 +173,7 @@ TEST(AllocationFailure, FramesAndRelease) {
                      .refusals = {"GRAPHICS2D: Error to resize BLIT2D list",
                                   "GRAPHICS2D: Error to resize BLIT2DZOrder table"},
                      .partial = true,
-                     // What the script asked for was shown with the frame that failed.
+                     // The script's requests were shown with the frame that failed.
                      .recover = draw_graphics});
     cases.push_back({.name = "release",
                      .depth = depth,
@@ -194,7 +194,7 @@ const std::set<std::string> mode_refusals = {
     "Error to Create Virtual Resolution Mode",
 };
 
-/// A ground and a palette that a mode taken back must show again.
+/// A ground and a palette that a reverted mode must show again.
 void put_ground(failure_world &world) {
   *world.host.global("dump_type") = *world.host.global("restore_type") = 1;
   finish_fades();
@@ -202,7 +202,7 @@ void put_ground(failure_world &world) {
   world.call("ground_put", 0, graph, 20, 20);
   if (mode.bpp == 8) world.call("palette_set_color", 3, 60, 20, 10);
   ORB_mod_graphics2D_frame();
-  // A palette that comes back is shown once more with the next frame.
+  // A restored palette is shown once more with the next frame.
   if (mode.bpp == 8) mark_palette_changed();
 }
 
@@ -216,7 +216,7 @@ failure_case mode_case(const char *name, int32_t depth, const char *function, T.
           .display = true};
 }
 
-/// With a frame after it: whatever state the mode is in is good for one.
+/// Followed by a frame: whatever state the mode is in must be good for one.
 failure_case with_frame(failure_case setting) {
   setting.name += " and a frame";
   setting.prepare = [](failure_world &world) {
@@ -259,7 +259,7 @@ TEST(AllocationFailure, Modes) {
     };
     cases.push_back(again);
   }
-  // The tables of 8 bits are given back when the other mode stands.
+  // The 8-bit tables are freed once the other mode is set.
   {
     failure_world world;
     world.start(8);
@@ -277,7 +277,7 @@ TEST(AllocationFailure, Modes) {
 
 // ---- Lists -------------------------------------------------------------------------------------
 
-/// Takes the codes that library 0 has at first.
+/// Takes the initial codes of library 0.
 void fill_library_0(failure_world &world) {
   for (int32_t i = 0; i < 256; ++i)
     world.call("map_new", 1, 1);
@@ -330,7 +330,7 @@ TEST(AllocationFailure, ListsGrow) {
        .refusals = {"ENGINE 2D: Error to Resize DRAW2D list; 172 DRAW_NEW"}},
       {.name = "a mode in the list of modes",
        .depth = 16,
-       .prepare = nullptr, // the list was cut to what it holds
+       .prepare = nullptr, // the list was shrunk to its contents
        .act = [](failure_world &) { return add_video_mode(7, 8, 16, 0); },
        .refusals = {"silent"}},
       {.name = "a blit list",
@@ -351,7 +351,7 @@ TEST(AllocationFailure, ListsGrow) {
        .act =
            [](failure_world &) {
              const bool taken = GetAndUpdateBlitList() != nullptr;
-             // The order that was made before goes with the requests.
+             // The order table made before is freed with the requests.
              int32_t sum = 0;
              for (int32_t i = 0; i < 3; ++i)
                sum = sum * 10 + pBlitList2D->order[i]->z;
@@ -384,7 +384,7 @@ TEST(AllocationFailure, ListsGrow) {
 
 // ---- Graphs ------------------------------------------------------------------------------------
 
-/// Libraries 0, 1 and 2; in 1 copies of two graphs, one of them with control points.
+/// Libraries 0, 1 and 2; 1 has copies of two graphs, one of them with control points.
 void make_libraries(failure_world &world) {
   const int32_t a = world.make_graph(12, 9), b = world.make_graph(5, 6);
   world.call("map_new_cpoint", 0, a, 6, 3, 4);
@@ -394,7 +394,7 @@ void make_libraries(failure_world &world) {
   world.call("fpg_add_map", 1, 999, 0, b);
 }
 
-/// As before, made at half the depth.
+/// The same, created at half the depth.
 void make_older_libraries(failure_world &world) {
   const int32_t depth = mode.bpp;
   world.call("mode_set", 64, 48, depth / 2, no_fade);
@@ -411,7 +411,7 @@ failure_case graph_case(std::set<std::string> refusals, const char *function, T.
           .refusals = std::move(refusals)};
 }
 
-/// Through the device record, as other modules of a host have their surfaces.
+/// Through the device record, which other modules of a host use for their surfaces.
 int32_t wrap_and_let_go(failure_world &) {
   __ORBSurface2D__ *const wrapper = device2D.ORBGI2D_CreateGFXSurfaceWrapper(10, 8, 32);
   if (!wrapper) return 0;
@@ -428,7 +428,7 @@ TEST(AllocationFailure, Graphs) {
       graph_case({"100 MAP_NEW"}, "map_new", 10, 8, 5, 1),
       graph_case({"100 FPG_NEW"}, "fpg_new"),
       graph_case({"100 FPG_NEW_MAP"}, "fpg_new_map", 1, 5, 10, 8, 2, 3, 9),
-      graph_case({"100 FPG_NEW_MAP"}, "fpg_new_map", 1, 10, 3, 3), // in place of another
+      graph_case({"100 FPG_NEW_MAP"}, "fpg_new_map", 1, 10, 3, 3), // replaces another
       graph_case({"100 MAP_CLONE"}, "map_clone", 1, 10),
       graph_case({"100 FPG_ADD_MAP"}, "fpg_add_map", 2, 3, 1, 10),
       graph_case({"100 FPG_ADD_MAP"}, "fpg_add_map", 1, 999, 0, 1000),
@@ -478,7 +478,7 @@ failure_case collision_case(int32_t depth) {
           .refusals = {"silent"}};
 }
 
-/// Surfaces that a mode found no memory for.
+/// Surfaces for which a mode found no memory.
 failure_case late_collision_case() {
   failure_case late = collision_case(16);
   late.name = "collision after a mode without memory";

@@ -19,7 +19,7 @@ struct BlitList : testing::Test {
   BlitList() { EXPECT_EQ(ORBGI2D_Internal_CreateBlitLists(), 1); }
   ~BlitList() override { ORBGI2D_Internal_DeleteBlitLists(); }
 
-  /// Fills the current list with requests of these depths, numbered in `link`.
+  /// Fills the current list with requests at these depths, numbered in `link`.
   static void fill(const std::vector<int32_t> &depths) {
     ResetBlitList();
     for (size_t i = 0; i < depths.size(); ++i) {
@@ -72,13 +72,13 @@ TEST_F(BlitList, RefusedArguments) {
   EXPECT_EQ(CreateBlitList("a", 1, 0), -1);
   EXPECT_EQ(pBlitLists2D->count, 0u);
   EXPECT_TRUE(host.fatals.empty());
-  // Without a list every operation says so.
+  // Without a list every operation reports an error.
   EXPECT_EQ(GetAndUpdateBlitList(), nullptr);
   EXPECT_EQ(GetNumsBlitOnList(), 0);
   EXPECT_EQ(GetNumBlitOnList(0), nullptr);
 }
 
-/// The list grows as its last slot is taken; what it held stays, what comes is zero.
+/// The list grows when its last slot is taken; old contents stay, new slots are zero.
 TEST_F(BlitList, Growth) {
   ASSERT_EQ(CreateBlitList("grows", 4, 3), 0);
   for (int32_t i = 0; i < 3; ++i)
@@ -119,7 +119,7 @@ TEST_F(BlitList, OrderSurvivesGrowth) {
   }
 }
 
-/// A host whose rt_fatal returns finds everything as it was.
+/// A host whose rt_fatal returns finds the state unchanged.
 TEST_F(BlitList, FatalReports) {
   EXPECT_EQ(CreateBlitList("huge", 4294967294u, 1), -1);
   EXPECT_EQ(pBlitLists2D->count, 0u);
@@ -147,7 +147,7 @@ TEST_F(BlitList, FatalReports) {
   EXPECT_EQ(host.fatals.back(), "GRAPHICS2D: Error to Resize BLIT2D list");
   pBlitLists2D->capacity = 4;
 
-  // A name longer than the message's buffer loses its end, not the message.
+  // A name longer than the message buffer is truncated; the message stays whole.
   const std::string name(1000, 'n'), text = ": Error to create BLIT2D space";
   EXPECT_EQ(CreateBlitList(name.c_str(), 4294967294u, 1), -1);
   EXPECT_EQ(host.fatals.back(), std::string(299 - text.size(), 'n') + text);
@@ -207,7 +207,7 @@ TEST_F(BlitList, DepthOrder) {
       depths.front() = int32_t(low);
       depths.back() = int32_t(high);
       expect_sorted(depths);
-      std::sort(depths.rbegin(), depths.rend()); // in order already
+      std::sort(depths.rbegin(), depths.rend()); // already sorted
       expect_sorted(depths);
       std::swap(depths.front(), depths.back());
       expect_sorted(depths);
@@ -223,7 +223,7 @@ TEST_F(BlitList, DepthOrder) {
 #endif
 #endif
 
-/// Without memory for the sort the order is the same.
+/// Without memory for the sort, the order is the same.
 TEST_F(BlitList, DepthOrderWithoutMemory) {
 #ifdef ORB_UNDER_ASAN
   GTEST_SKIP() << "the sanitizer's allocator doesn't fail";
@@ -244,7 +244,7 @@ TEST_F(BlitList, DepthOrderWithoutMemory) {
   ASSERT_EQ(getrlimit(RLIMIT_AS, &former), 0);
   const rlimit none = {1, former.rlim_max};
   ASSERT_EQ(setrlimit(RLIMIT_AS, &none), 0);
-  void *const block = malloc(1600000); // what the sort would want
+  void *const block = malloc(1600000); // the memory the sort would use
   SortBlitList();
   setrlimit(RLIMIT_AS, &former);
   EXPECT_EQ(block, nullptr);

@@ -1,5 +1,5 @@
 // Unrotated blits: whole graphs, blocks, scaled graphs and tiles. Random requests against a
-// reference that walks destination pixels; small pictures that were drawn by hand; what is refused.
+// reference that walks destination pixels, small hand-drawn pictures, and refusals.
 #include "blit/blit.h"
 
 #include <climits>
@@ -21,7 +21,7 @@ struct Blits : graphics_test {};
 void run_random(operation op, uint32_t seed) {
   constexpr int total = 20000;
   const trial_counts counts = run_trials(op, total, seed);
-  // Both kinds came up.
+  // Both cases occurred.
   EXPECT_GT(counts.drawn, total / 8);
   EXPECT_GT(counts.refused, total / 8);
 }
@@ -61,7 +61,7 @@ TEST_F(Blits, NaturalAndMirrored) {
   art_blit both("12. 456", 6, 4);
   both->x = 4;
   both->y = 3;
-  both->flags = 3 + 8; // no key: the hole covers what was there
+  both->flags = 3 + 8; // no key: the hole overwrites the destination
   std::memset(both.t.dst.surface.pixels, 9, both.t.dst.surface.byte_size);
   EXPECT_EQ(both.draw(operation::blit), art("999999 965499 9.2199 999999"));
 }
@@ -94,7 +94,7 @@ TEST_F(Blits, BlocksAreCutToTheSource) {
     b->block_w = w;
     b->block_h = h;
     b->flags = flags;
-    b.t.set_override(1, 1); // not looked at, and left for the next blit
+    b.t.set_override(1, 1); // ignored, and kept for the next blit
     const std::string picture = b.draw(operation::block);
     EXPECT_EQ(b.t.src.surface.pivot_override, 1);
     return picture;
@@ -102,7 +102,7 @@ TEST_F(Blits, BlocksAreCutToTheSource) {
   EXPECT_EQ(block(1, 1, 2, 2, 0), art("..... .56.. .89.. ....."));
   EXPECT_EQ(block(1, 1, 2, 2, 1), art("..... .65.. .98.. ....."));
   EXPECT_EQ(block(1, 1, 2, 2, 2), art("..... .89.. .56.. ....."));
-  // Every pixel goes where it would if the source went on.
+  // Every pixel lands where it would if the source continued.
   EXPECT_EQ(block(-1, 0, 2, 1, 0), art("..... ..1.. ..... ....."));
   EXPECT_EQ(block(-1, 0, 2, 1, 1), art("..... .1... ..... ....."));
   EXPECT_EQ(block(2, 2, 2, 2, 0), art("..... .9... ..... ....."));
@@ -145,7 +145,7 @@ TEST_F(Blits, Scaled) {
   mirrored->flags = 1;
   EXPECT_EQ(mirrored.draw(operation::scale), art("2211.. 4433.. ...... ...... ......"));
 
-  // A negative size mirrors as the flag does, and the two undo one another.
+  // A negative size mirrors like the flag, and the two cancel out.
   art_blit negative("12 34", 6, 5);
   negative->x = 4;
   negative->size_x = -200;
@@ -159,12 +159,12 @@ TEST_F(Blits, Scaled) {
   art_blit narrow("12345", 3, 2);
   narrow->size_x = 20;
   EXPECT_EQ(narrow.draw(operation::scale), art("3.. ..."));
-  // Half a destination pixel as wide as the source: nothing left to sample.
+  // Half a destination pixel as wide as the source: nothing to sample.
   narrow->size_x = 10;
   EXPECT_EQ(narrow.draw(operation::scale), "refused");
 }
 
-/// One surface as source and destination: every pixel sees what was drawn before it.
+/// One surface as source and destination: every pixel sees the pixels drawn before it.
 TEST_F(Blits, OntoItself) {
   art_blit b("1", 6, 2);
   const auto fill = [&](const std::string &text) {
@@ -195,7 +195,7 @@ TEST_F(Blits, AlphaIsClamped) {
   trial_counts counts;
   t.request.x = 3;
   t.request.y = 2;
-  // Below 0 draws nothing visible, and says it drew.
+  // An alpha below 0 draws nothing visible, but reports the blit as drawn.
   std::vector<uint32_t> before;
   for (int y = 0; y < 5; ++y)
     for (int x = 0; x < 6; ++x) {
@@ -320,7 +320,7 @@ TEST_F(Blits, RefusalsTouchNothing) {
       t.request.angle = 10000;
       t.request.block_w = t.request.block_h = 10;
       trial_counts counts;
-      // What is refused below is drawn without the one fault.
+      // Each refused request is drawn without its one fault.
       EXPECT_EQ(t.run(op, counts), "") << t.describe(op);
       EXPECT_EQ(counts.drawn, 1) << t.describe(op);
       r.spoil(t);
@@ -332,7 +332,7 @@ TEST_F(Blits, RefusalsTouchNothing) {
 
 struct BlitLimits : graphics_test {};
 
-/// The widest surfaces there are: positions then use all of 32 bits.
+/// The widest possible surfaces: positions then use all 32 bits.
 TEST_F(BlitLimits, WidestSurfaces) {
   constexpr int widest = 65535;
   guarded_memory src_memory(4 * widest), dst_memory(4 * widest);
@@ -358,7 +358,7 @@ TEST_F(BlitLimits, WidestSurfaces) {
   }
 }
 
-/// The lowest size has no opposite of its own width, and mirroring asks for one.
+/// The lowest size has no negation in 32 bits, and mirroring needs one.
 TEST_F(BlitLimits, LowestSizes) {
   guarded_memory src_memory(4096), dst_memory(4096);
   using enum operation;

@@ -1,5 +1,5 @@
 // Rotated and sheared blits: random requests against a reference that finds each row's span in
-// exact fractions, small pictures that were drawn by hand, and agreement with the plain blits.
+// exact fractions, small hand-drawn pictures, and agreement with the plain blits.
 #include "blit/blit.h"
 #include "blit/effects.h"
 
@@ -20,9 +20,9 @@ namespace {
 
 struct BlitTransforms : graphics_test {};
 
-/// The source position of a row's ends is a real number; where it falls on the boundary of two
-/// 16.16 positions, closer than double precision tells, either is right for the row. That must stay
-/// rare: about a row in a hundred has two outcomes, a row in five hundred takes the second.
+/// The source position at a row's end is a real number; when it falls on the boundary of two 16.16
+/// positions, closer than double precision resolves, either is correct for the row. That must stay
+/// rare: about one row in a hundred has two outcomes, one in five hundred takes the second.
 void run_random(operation op, uint32_t seed) {
   constexpr int total = 10000;
   const trial_counts counts = run_trials(op, total, seed);
@@ -55,7 +55,7 @@ TEST_F(BlitTransforms, QuarterTurns) {
     return b.draw(operation::rotate);
   };
   EXPECT_EQ(turned(0, 0), art("..... ..... ..123 ..456 ....."));
-  // Counter-clockwise: the right end goes up, what was below goes right.
+  // Counter-clockwise: the right end moves up, pixels below move right.
   EXPECT_EQ(turned(90000, 0), art("..36. ..25. ..14. ..... ....."));
   EXPECT_EQ(turned(180000, 0), art("..... 654.. 321.. ..... ....."));
   EXPECT_EQ(turned(270000, 0), art("..... ..... .41.. .52.. .63.."));
@@ -71,7 +71,7 @@ TEST_F(BlitTransforms, Sheared) {
   b->x = 3;
   b->y = 1;
   b->shear_x = 100;
-  // A pixel to the left for each row below the pivot.
+  // One pixel left for each row below the pivot.
   EXPECT_EQ(b.draw(operation::scaleshear), art("....... ...123. ..456.. .789... ......."));
   EXPECT_EQ(b->drawn_x0, 1);
   EXPECT_EQ(b->drawn_x1, 5);
@@ -89,15 +89,15 @@ TEST_F(BlitTransforms, ScaledAndTurned) {
     b->tfmorder = order;
     return b.draw(operation::rotscale);
   };
-  // Scaled first, the far pixel taken off is one of the destination.
+  // Scaled first: the far pixel subtracted is a destination pixel.
   EXPECT_EQ(turned(0),
             art("........ .222444. .222444. .222444. .111333. .111333. .111333. ........"));
-  // Scaled last it is one of the source, worth three.
+  // Scaled last: it is a source pixel, worth three.
   EXPECT_EQ(turned(1),
             art("........ ........ ........ .2244... .2244... .1133... .1133... ........"));
 }
 
-/// A blit into a region gives the pixels that the whole one has there.
+/// A blit into a region draws the same pixels there as the whole blit.
 TEST_F(BlitTransforms, ClippingMovesNoPixel) {
   constexpr int side = 200;
   constexpr orb_blit_operation *operations[] = {ORBGI2D_BlitRotate, ORBGI2D_BlitRotScale,
@@ -175,7 +175,7 @@ TEST_F(BlitTransforms, RowsLongerThanAnySurface) {
   }
 }
 
-/// With nothing to transform, all of them draw what the plain blit draws.
+/// Without a transform, all of them draw what the plain blit draws.
 TEST_F(BlitTransforms, NothingToTransformIsThePlainBlit) {
   define_regions();
   guarded_memory src_memory(64 * 1024), dst_memory(64 * 1024);
@@ -200,19 +200,20 @@ TEST_F(BlitTransforms, NothingToTransformIsThePlainBlit) {
     t.request.src = &t.src.surface;
     t.src.surface.pixels = src_pixels;
     t.dst.surface.pixels = dst_pixels;
-    // Drawn plainly these have no key, which a destination's alpha tells: none for any of them.
+    // Drawn plainly, these leave out the key, which shows in a destination's alpha; use no key
+    // throughout.
     const int fxmode = t.request.fxmode;
     if (fxmode == fx_additiveblend || fxmode == fx_orblend || fxmode == fx_xorblend)
       t.request.flags = (t.request.flags & 3) | 8;
     t.request.size = t.request.size_x = t.request.size_y = 100;
     t.request.angle = random.between(-1, 1) * 360000;
     t.request.shear_x = t.request.shear_y = 0;
-    // Mirrored graphs lie where a pivot override puts them; the control point is a pixel off.
+    // Use a pivot override to place mirrored graphs; the control point is one pixel off.
     t.set_override(random.below(10), random.below(10));
     const std::vector<uint8_t> before(t.dst.at(0, 0), t.dst.at(0, 40));
     std::vector<uint8_t> plain;
     for (orb_blit_operation *const operation : operations) {
-      // Scaling has its own rule for mirrors: it flips about the far edge of the pivot.
+      // Scaling has its own mirror rule: it flips about the far edge of the pivot.
       if (operation == ORBGI2D_BlitScale && t.request.flags % 4 != 0) continue;
       std::memcpy(t.dst.surface.pixels, before.data(), before.size());
       t.src.surface.pivot_override = 1;
@@ -226,10 +227,10 @@ TEST_F(BlitTransforms, NothingToTransformIsThePlainBlit) {
   EXPECT_GT(drawn, 1000);
 }
 
-/// Pixel by pixel instead of row by row: what lies inside the outline is drawn and shows the source
-/// pixel under its centre, unless that centre all but touches another one. The end of a row may lie
-/// outside the outline, which is rounded; it then shows the picture's edge, and as much as it is
-/// moved by that, the pixels between the ends may be.
+/// Per pixel instead of per row: pixels inside the outline are drawn and show the source pixel
+/// under their centre, unless that centre all but touches another one. A row's end may lie outside
+/// the outline, which is rounded; it then shows the picture's edge, and the pixels between the ends
+/// may shift by the same amount.
 TEST_F(BlitTransforms, EveryInnerPixelShowsTheSourceUnderIt) {
   constexpr int w = 40, h = 30, across = 300, down = 300; // room for all of them
   guarded_memory src_memory(64 * 1024), dst_memory(across * down * 4);
@@ -271,7 +272,7 @@ TEST_F(BlitTransforms, EveryInnerPixelShowsTheSourceUnderIt) {
     const corner_set c = corners_rotscaleshear(g);
     const double ax = c[1].x - c[0].x, ay = c[1].y - c[0].y;
     const double bx = c[2].x - c[0].x, by = c[2].y - c[0].y, det = ax * by - ay * bx;
-    // Nearly flat ones say little, and their edges lie close to everything.
+    // Nearly flat ones test little, and their edges lie close to everything.
     if (std::abs(det) < 400) continue;
     const double inset_x = 50.0 / r.size_x, inset_y = 50.0 / r.size_y;
     struct place {
@@ -282,7 +283,7 @@ TEST_F(BlitTransforms, EveryInnerPixelShowsTheSourceUnderIt) {
       const double p = (dx * by - dy * bx) / det, q = (ax * dy - ay * dx) / det;
       return {p, q, inset_x + p * (w - 2 * inset_x), inset_y + q * (h - 2 * inset_y)};
     };
-    // A pixel's width, as a part of each side.
+    // A pixel's width relative to each side.
     const double rim_p = std::hypot(bx, by) / std::abs(det);
     const double rim_q = std::hypot(ax, ay) / std::abs(det);
     for (int y = r.drawn_y0 - 1; y <= r.drawn_y1 + 1; ++y) {

@@ -1,4 +1,4 @@
-// The BMP reader on files put together by hand: every header, depth, mask and run-length code.
+// The BMP reader on hand-built files: every header, depth, mask and run-length code.
 #include <gtest/gtest.h>
 
 #include "picture_fixture.h"
@@ -72,7 +72,7 @@ TEST_F(BmpReader, Masks) {
       {40, 3, 16, {0xF800, 0x07E0, 0x001F}, 0xFFFF, false, 0xFFFFFF},
       {40, 3, 16, {0xF800, 0x07E0, 0x001F}, 0x0841, false, 0x080808},
       {40, 3, 16, {0x7C00, 0x03E0, 0x001F}, 0xFC00, false, 0xFF0000},
-      // Green and blue decide that these are 5-5-5.
+      // Green and blue mark these as 5-5-5.
       {40, 3, 16, {0xFC00, 0x03E0, 0x001F}, 0x8000, false, 0},
       {40, 3, 16, {0, 0x03E0, 0x001F}, 0x7C00, false, 0xFF0000},
       {124, 3, 16, {0x7C00, 0x03E0, 0x001F, 0x8000}, 0x801F, true, 0xFF0000FF},
@@ -85,11 +85,11 @@ TEST_F(BmpReader, Masks) {
       {40, 0, 32, {}, 0x44112233, true, 0x44112233},
       {40, 0, 32, {}, 0x00112233, false, 0x00112233},
       {52, 3, 32, {0xFF0000, 0xFF00, 0xFF}, 0x44112233, true, 0x44112233},
-      // A header that could have named an alpha mask means what it says.
+      // A header with an alpha mask field is taken literally.
       {124, 3, 32, {0xFF0000, 0xFF00, 0xFF, 0}, 0x44112233, false, 0x112233},
       {124, 3, 32, {0xFF0000, 0xFF00, 0xFF, 0xFF000000}, 0x00112233, true, 0x00112233},
       {108, 3, 32, {0xFF000000, 0xFF0000, 0xFF00, 0xFF}, 0x11223344, true, 0x44112233},
-      // Ten bits count by their top eight; masks of nothing and of everything are odd but harmless.
+      // Ten bits count by their top eight; empty and full masks are odd but harmless.
       {40, 3, 32, {0x3FF00000, 0xFFC00, 0x3FF}, 0x3FF00000 | 512u << 10 | 3, false, 0xFF8000},
       {40, 3, 32, {0, 0, 0}, 0x00FFFFFF, false, 0},
       {40, 3, 32, {0xFFFFFFFF, 0, 0x80000000}, 0x80000000, false, 0x8000FF},
@@ -110,7 +110,7 @@ TEST_F(BmpReader, Masks) {
   }
 }
 
-// One pixel with a top byte makes the alpha channel, wherever it stands.
+// One pixel with a top byte, anywhere, creates the alpha channel.
 TEST_F(BmpReader, AnyTopByteMakesAnAlphaChannel) {
   for (size_t marked : {size_t(0), size_t(200 * 100 - 1), SIZE_MAX}) {
     bmp_file file{.w = 200, .h = 100, .bits = 32};
@@ -128,7 +128,7 @@ TEST_F(BmpReader, AnyTopByteMakesAnAlphaChannel) {
 }
 
 TEST_F(BmpReader, RunLengthCodes) {
-  // Rows are given bottom first, as the file has them.
+  // Rows are listed bottom first, as in the file.
   const struct {
     const char *what;
     int32_t w, h;
@@ -177,7 +177,7 @@ TEST_F(BmpReader, RunLengthCodes) {
       }
       expect_at_every_depth(file.encode(), picture);
     }
-  // Cut short, each is refused, but for those whose rows are all there.
+  // Truncated files are refused, except those whose rows are complete.
   for (const auto &row : rows) {
     SCOPED_TRACE(row.what);
     bmp_file file{.w = row.w, .h = row.h, .bits = row.bits, .compression = row.bits == 8 ? 1u : 2u};
@@ -215,7 +215,7 @@ TEST_F(BmpReader, HeadersThatAreRefused) {
   refused([](bmp_file &file) { file.w = 65535, file.h = 65535; });
   refused([](bmp_file &file) { file.w = 65535, file.h = 65535, file.compression = 1; });
 
-  // The place of the pixels, within the headers and behind the file.
+  // The pixel offset, within the headers and beyond the file.
   bmp_file file{.w = 4, .h = 3, .bits = 24};
   file.fill(random);
   for (uint32_t offset : {1u, 53u, 55u, 200u, 0xFFFFFFFFu}) {

@@ -1,5 +1,5 @@
-// Collision and overlap: pixel tests against what frames show, the walk over the processes, and
-// what takes part.
+// Collision and overlap: pixel tests against the frames drawn, the walk over the processes, and its
+// candidates.
 #include <algorithm>
 #include <random>
 #include <string>
@@ -22,7 +22,7 @@ namespace {
 
 script_mouse pointer;
 struct {
-  int32_t scroll, x, y; // the scroll that shows every process, and where
+  int32_t scroll, x, y; // the scroll that shows every process, and its position
 } shown_in;
 
 struct Collision : graphics_test {
@@ -61,7 +61,7 @@ struct Collision : graphics_test {
     ++fpg[0].map_count;
     return code;
   }
-  /// One with holes, of a random size, and at 32 bits sometimes with alpha.
+  /// A graph with holes, of a random size, and at 32 bits sometimes with alpha.
   int32_t add_random_graph() {
     const int32_t code = add_graph(pick(1, 40), pick(1, 40), 0);
     __ORBSurface2D__ &s = *slot(code).surface;
@@ -84,7 +84,7 @@ struct Collision : graphics_test {
     process.locals->graph = graph;
     return process;
   }
-  /// Every other one is a multiple of `step`: corners then fall in the middle between two pixels.
+  /// Every other value is a multiple of `step`: corners then fall halfway between two pixels.
   int pick_even(int low, int high, int step) {
     const int any = pick(low, high);
     return pick(0, 1) ? any : any / step * step;
@@ -100,7 +100,7 @@ struct Collision : graphics_test {
     l.tfmorder = pick(0, 5);
     l.flags = pick(0, 12);
   }
-  /// None of what this changes counts in a test of pixels.
+  /// None of these changes affects a pixel test.
   void look_at_random(orb_process &process) {
     orb_locals &l = *process.locals;
     l.alpha = pick(0, 255);
@@ -113,18 +113,18 @@ struct Collision : graphics_test {
     return host.call(ORB_collision, id(asking), arguments...);
   }
 
-  /// What a frame shows of a process, on a surface that has room for all of it.
+  /// What a frame draws of a process, on a surface with room for all of it.
   struct shown_picture {
     __ORBBlit2D__ &request;
 
-    /// Of the request that the scan has made `number`th.
+    /// The request that the scan makes as its `number`th.
     explicit shown_picture(int32_t number) : request(*GetNumBlitOnList(number)) {
       request.fxmode = fx_src;
-      if ((request.flags & 12) == 4) request.flags -= 4; // ghosts show their pixels paler
+      if ((request.flags & 12) == 4) request.flags -= 4; // ghosts draw their pixels paler
       ORBGI2D_BlitFill(request.dst, 0, 0);
       request.blit_op(&request);
     }
-    /// A picture that is only scaled may show the next source pixel where it is clipped elsewhere.
+    /// A picture that is only scaled may show the next source pixel when it is clipped elsewhere.
     void clip_if_scaled(const __ORBRegion__ &to) {
       if (request.blit_op != ORBGI2D_BlitScale) return;
       __ORBBlit2D__ clipped = request;
@@ -137,7 +137,7 @@ struct Collision : graphics_test {
       ORBGI2D_BlitFill(request.dst, 0, 0);
       clipped.blit_op(&clipped);
     }
-    /// Whether a pixel is one that can be hit.
+    /// Whether a pixel can be hit.
     bool at(int32_t x, int32_t y) const {
       const uint32_t value = pixel(*request.dst, uint32_t(x), uint32_t(y));
       return request.src->alpha_channel ? value >> 24 > uint32_t(collision_alphathreshold)
@@ -156,8 +156,8 @@ TEST_F(Collision, PixelsTouchExactlyWhereTheFrameShowsThem) {
     for (int round = 0; round < 800; ++round) {
       SCOPED_TRACE(std::to_string(bpp) + " bits, round " + std::to_string(round));
       host.processes.clear();
-      // Every other pair lies across the corner of the screen, where less of it is shown than there
-      // is to touch; points tell there.
+      // Every other pair lies across the corner of the screen, where less is drawn than can be hit;
+      // point tests show the difference.
       const bool whole = round % 2;
       const auto near = [&] { return (whole ? 300 : 10) + pick(-20, 20); };
       orb_process &a = at(near(), near(), add_random_graph());
@@ -264,7 +264,8 @@ TEST_F(Collision, AWalkGivesEveryHitOnceAndStartsOver) {
   EXPECT_EQ(collide(asking, 7), ids_of(7)[0]) << "another target";
   EXPECT_EQ(collide(asking, 7), ids_of(7)[1]);
 
-  // Killed between calls: those to come are passed over; the very next one sends it to the start.
+  // Killed between calls: later candidates are skipped; killing the very next one restarts the
+  // walk.
   EXPECT_EQ(collide(asking, 0), id(*touching[0]));
   touching[1]->status = 0;
   EXPECT_EQ(collide(asking, 0), id(*touching[2]));
@@ -273,7 +274,7 @@ TEST_F(Collision, AWalkGivesEveryHitOnceAndStartsOver) {
   EXPECT_EQ(asking.walk_candidate, id(host.processes[2])) << "an id, not a place in the list";
   asking.walk_candidate = 0x1234560;
   EXPECT_EQ(collide(asking, 0), id(*touching[0]));
-  // A hit on the last one of the list: the next call ends the walk.
+  // A hit on the last candidate: the next call ends the walk.
   host.processes.erase(host.processes.begin() + 12, host.processes.end());
   EXPECT_EQ(all(8).size(), ids_of(8).size());
 }
@@ -286,7 +287,7 @@ TEST_F(Collision, AWalkBelongsToOneQuestion) {
   const auto ask = [&](int32_t (*function)(), auto... arguments) {
     return host.call(function, arguments...);
   };
-  // Each question differs from the one before in what the message names, and starts a new walk.
+  // Each call differs from the one before in its arguments, and starts a new walk.
   EXPECT_EQ(ask(ORB_collision, 80, 80, 7), id(b));
   EXPECT_EQ(ask(ORB_collision, 0, 0, 7), id(a)) << "point";
   EXPECT_EQ(ask(ORB_collision, 80, 20, 7), id(c));
@@ -300,7 +301,7 @@ TEST_F(Collision, AWalkBelongsToOneQuestion) {
   EXPECT_EQ(ask(ORB_collision, 0), id(a)) << "target";
   EXPECT_EQ(ask(ORB_collision_set_alphathreshold, 99), 1);
   EXPECT_EQ(ask(ORB_collision, 0), id(a)) << "threshold";
-  // One process and the pointer have nothing to do with the walk, and the caller may be named.
+  // Tests of one process and of the pointer do not touch the walk, and may name the caller.
   EXPECT_EQ(ask(ORB_collision, id(b)), id(b));
   EXPECT_EQ(ask(ORB_overlap, -1), 0);
   EXPECT_EQ(ask(ORB_collision, id(asking), 0), id(b));
@@ -385,7 +386,7 @@ TEST_F(Collision, WhoTakesPart) {
   host.current_process = nullptr;
   EXPECT_EQ(host.call(ORB_collision, 0), 0);
 
-  // Shown by scroll 9, moved by it.
+  // Shown by scroll 9, offset by it.
   b.locals->x = 1000;
   b.coordinates = 1;
   EXPECT_EQ(collide(a, id(b)), 0);
@@ -399,7 +400,7 @@ TEST_F(Collision, WhoTakesPart) {
   b.locals->resolution = 10;
   EXPECT_EQ(collide(a, id(b)), id(b));
 
-  // A direction picks the picture and takes the angle away; negative entries are mirrored.
+  // A direction selects the picture and drops the angle; negative entries are mirrored.
   b.locals->resolution = 0;
   b.locals->x = 5;
   const int32_t wide = add_graph(100, 1, 1);
@@ -472,7 +473,7 @@ TEST_F(Collision, PicturesOfAnotherDepthOrSizeWithoutEndHitNothing) {
   orb_process &a = at(0, 0, graph), &b = at(0, 0, graph);
   for (const int32_t extreme : {INT32_MAX, INT32_MIN, 0, -100}) {
     b.locals->size = extreme;
-    collide(a, id(b)); // comes back
+    collide(a, id(b)); // returns
     b.locals->size = 100;
     b.locals->x = extreme;
     collide(a, id(b));

@@ -28,7 +28,7 @@ struct Colour : testing::Test {
     free_tables();
     mode = {};
   }
-  /// As after a set-mode of that depth.
+  /// The state after a set-mode of that depth.
   static void set_depth(int32_t depth) {
     mode.bpp = depth;
     ASSERT_EQ(do_tables(depth), 1);
@@ -70,7 +70,7 @@ TEST_F(Colour, UnpackingAndItsLeakAbove16Bits) {
     ASSERT_EQ((r & 7) + (g & 3) + (b & 7), 0);
     ASSERT_EQ(a, 255);
   }
-  get_rgb_16bits(0x12345, &r, &g, &b); // red keeps what lies above its field
+  get_rgb_16bits(0x12345, &r, &g, &b); // red keeps the bits above its field
   EXPECT_EQ(std::tuple(r, g, b), std::tuple(0x24 * 8, (0x12345 >> 5 & 63) * 4, 5 * 8));
   EXPECT_EQ(get_rgba_32bits(0x12345678, &r, &g, &b, &a), 1);
   EXPECT_EQ(std::tuple(r, g, b, a), std::tuple(0x34, 0x56, 0x78, 0x12));
@@ -115,7 +115,7 @@ TEST_F(Colour, ScriptFunctionsFollowTheMode) {
 
 // ---- The palette -------------------------------------------------------------------------------
 
-/// Palettes of several kinds: few distinct colours make ties, narrow ranges make crowded cells.
+/// Palettes of several kinds: few distinct colours make ties, narrow ranges crowd cells.
 __ORBPalette2D__ random_palette(std::mt19937 &random, int kind) {
   __ORBPalette2D__ out;
   const auto component = [&](int i) {
@@ -196,8 +196,8 @@ TEST_F(Colour, DefaultPaletteServes) {
   }
   EXPECT_GT(distinct.size(), 245u);
   EXPECT_EQ(distance(p.colours[0], 0, 0, 0), 0);
-  // Without 0 and 255 every colour still has a near one: black and white exactly, the others
-  // within half a step of the cube per component.
+  // Without 0 and 255 every colour still has a near match: black and white exactly, others within
+  // half a step of the cube per component.
   EXPECT_EQ(distance(p.colours[find_nearest(&p, 0, 0, 0)], 0, 0, 0), 0);
   EXPECT_EQ(distance(p.colours[find_nearest(&p, 252, 252, 252)], 252, 252, 252), 0);
   for (int r = 0; r < 253; r += 7)
@@ -228,7 +228,7 @@ TEST_F(Colour, PaletteExchange) {
   __ORBPalette2D__ mine, out;
   std::mt19937 random(24);
   mine = random_palette(random, 0);
-  EXPECT_EQ(get_palette(&out), 0); // there is none outside 8-bit modes
+  EXPECT_EQ(get_palette(&out), 0); // 8-bit modes only
   EXPECT_EQ(set_palette(&mine), 0);
   EXPECT_EQ(init_force_palette(&mine), 0);
   set_depth(8);
@@ -246,7 +246,7 @@ TEST_F(Colour, PaletteExchange) {
   EXPECT_EQ(copy_palette(nullptr, &out), 0);
   EXPECT_EQ(init_force_palette(nullptr), 0);
 
-  // Two entries exchanged must change the checksum, or a remapping would be left out.
+  // Swapping two entries must change the checksum, or a remapping would be skipped.
   const uint32_t crc = palette_checksum(&mine);
   std::swap(out.colours[250], out.colours[251]);
   EXPECT_NE(palette_checksum(&out), crc);
@@ -305,7 +305,7 @@ TEST_F(Colour, GhostTableWaitsForItsFirstUse) {
   EXPECT_EQ(fake_ghost_table, 1);
   EXPECT_EQ(table_ghost8[20 * 256 + 30], 20); // solid until then
   update_ghost_table();
-  // Half of white over black is a middle grey.
+  // Half of white over black is middle grey.
   const orb_rgb &mix = palette->colours[table_ghost8[15 * 256 + 0]];
   EXPECT_LE(distance(mix, 126, 126, 126), 12);
   set_depth(32);
@@ -314,7 +314,7 @@ TEST_F(Colour, GhostTableWaitsForItsFirstUse) {
   update_ghost_table();
 }
 
-// ---- Tables that follow the depth --------------------------------------------------------------
+// ---- Tables per depth --------------------------------------------------------------------------
 
 TEST_F(Colour, DepthTables) {
   for (int32_t depth : {8, 16, 32}) {
@@ -340,7 +340,7 @@ TEST_F(Colour, DepthTables) {
   }
   free_tables();
   __ORBPalette2D__ any{};
-  update_depth_tables(&any); // nothing there to fill
+  update_depth_tables(&any); // no table to fill
   update_depth_tables(nullptr);
 }
 
@@ -363,7 +363,7 @@ TEST_F(Colour, TablesFollowTheDepth) {
   __ORBPalette2D__ fresh;
   load_default_palette(&fresh);
   EXPECT_EQ(memcmp(palette, &fresh, sizeof fresh), 0);
-  EXPECT_EQ(palette_loaded, 0); // the next picture may bring its own again
+  EXPECT_EQ(palette_loaded, 0); // the next picture may set its own palette again
   EXPECT_EQ(palette_forced, 0);
   free_tables();
   EXPECT_EQ(table_color16to32, nullptr);

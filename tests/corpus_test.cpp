@@ -1,6 +1,5 @@
-// The inputs that fuzzing has found worth keeping, and those that once broke something:
-// data/corpus/FORMAT/, one a file. Each goes through the format's probe, its reader at every depth,
-// and its palette reader.
+// Inputs that fuzzing found worth keeping, and former crashers: data/corpus/FORMAT/, one per file.
+// Each goes through the format's probe, its reader at every depth, and its palette reader.
 #include <malloc.h>
 
 #include <gtest/gtest.h>
@@ -36,7 +35,7 @@ TEST_F(Corpus, PictureReaders) {
       files++;
       for (int32_t depth : {32, 16, 8}) {
         set_depth(depth);
-        // Fills the heap: what a reader left undecided would differ the second time.
+        // Fills the heap: pixels that a reader left unset would differ between two loads.
         std::vector<file_bytes> pictures;
         for (int fill : {0x11, 0xEE}) {
           mallopt(M_PERTURB, fill);

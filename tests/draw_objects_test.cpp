@@ -1,4 +1,4 @@
-// Draw objects: the functions that make and change them, and how a frame draws them.
+// Draw objects: the functions that create and change them, and how a frame draws them.
 #include <algorithm>
 #include <map>
 #include <optional>
@@ -209,7 +209,7 @@ draw_get_height 1 -> 11
 
 // ---- A model of the objects --------------------------------------------------------------------
 
-/// What a test knows of the objects, held to the module's after every call.
+/// A model of the objects, compared with the module's after every call.
 struct model {
   struct object {
     bool locked = false, fixed = false;
@@ -244,7 +244,7 @@ TEST_F(DrawObjects, BehaveAsTheirModel) {
     return std::vector<int32_t>{any(-99, 99), any(-99, 99), any(-99, 99), any(-99, 99)};
   };
   for (int step = 0; step < 4000; step++) {
-    // One that exists, or all.
+    // An existing object, or all.
     int32_t id = -1;
     if (known.painted && random() % 8) {
       do {
@@ -340,7 +340,7 @@ void draw_directly(const orb_draw &draw, __ORBSurface2D__ *on) {
   draw_clipy0 = std::max(region.y0, 0);
   draw_clipx1 = std::min(region.x1, int32_t(on->width) - 1);
   draw_clipy1 = std::min(region.y1, int32_t(on->height) - 1);
-  // Ellipses left of the surface reach one pixel out of their box, which must not show.
+  // Ellipses left of the surface extend one pixel beyond their box, which must not show.
   if (draw_clipx0 > std::max(draw.x0, draw.x1) || draw_clipx1 < std::min(draw.x0, draw.x1)) return;
   if (draw_clipy0 > std::max(draw.y0, draw.y1) || draw_clipy1 < std::min(draw.y0, draw.y1)) return;
   colorfx = draw.colour;
@@ -356,7 +356,7 @@ void draw_directly(const orb_draw &draw, __ORBSurface2D__ *on) {
   }
 }
 
-// Processes and objects of random depths, on the screen and on two graphs, locked and not.
+// Processes and objects at random depths, on the screen and on two graphs, locked and not.
 TEST_F(DrawObjects, AreDrawnByDepthAmongTheProcesses) {
   for (int32_t depth : {8, 16, 32}) {
     set_depth(depth);
@@ -376,7 +376,7 @@ TEST_F(DrawObjects, AreDrawnByDepthAmongTheProcesses) {
         locals.flags = any(0, 1) * 4;
         locals.destination_graph = any_target();
       }
-      std::map<int32_t, int32_t> places; // of objects that were given one
+      std::map<int32_t, int32_t> places; // of objects with a place
       for (int32_t i = any(1, 20); i > 0; i--) {
         *_draw_z_ = any(-3, 3);
         *_draw_visible_ = random() % 4 != 0;
@@ -390,13 +390,13 @@ TEST_F(DrawObjects, AreDrawnByDepthAmongTheProcesses) {
         const int32_t place = any_target();
         if (locked) host.call(ORB_draw_lock, id);
         if (placed) host.call(ORB_draw_set_destination, id, 0, place);
-        if (locked) places[id] = placed ? place : 0; // the screen, whatever the globals said
+        if (locked) places[id] = placed ? place : 0; // the screen, whatever the globals are
       }
       *_draw_z_ = any(-3, 3);
       *_draw_visible_ = round % 4 != 0;
       *_draw_destination_graph_ = any_target();
 
-      // The same by hand: what there is to draw, in order of depth.
+      // The same by hand: everything to draw, by depth.
       struct item {
         int32_t z;
         const orb_locals *locals;
@@ -448,8 +448,8 @@ TEST_F(DrawObjects, AreDrawnByDepthAmongTheProcesses) {
   }
 }
 
-// Objects that move, look different or vanish leave nothing behind: restoring the zones gives what
-// restoring everything does.
+// Objects that move, change or vanish leave nothing behind: restoring the zones equals restoring
+// everything.
 TEST_F(DrawObjects, ZonesTellWhereTheyWere) {
   clear_screen = clear_screen_32bits;
   const int32_t canvas = host.call(ORB_map_new, 64, 48);
@@ -518,7 +518,7 @@ TEST_F(DrawObjects, ThatCannotBeDrawnAreLeftOut) {
   EXPECT_EQ(requests(0, 0), 1);
   EXPECT_EQ(requests(0, canvas), 0);
   frame();
-  // Another graph under the code takes its place.
+  // Another graph under the same code replaces it.
   ASSERT_EQ(host.call(ORB_map_new, 4, 4), canvas);
   EXPECT_EQ(requests(0, 0), 2);
   frame();
@@ -546,14 +546,14 @@ TEST_F(DrawObjects, ThatCannotBeDrawnAreLeftOut) {
     for (int32_t type = 1; type <= 5; type++) {
       host.call(ORB_draw_new, type, 5, 100, 7, row.x0, row.y0, row.x1, row.y1);
       EXPECT_EQ(requests(0, 0), row.requests) << row.x0 << ", " << row.y0;
-      frame(); // with any corners at once
+      frame(); // any corners, in the same frame
       host.call(ORB_draw_delete, -1);
     }
   make(3, 5, 255, 0, 0, 9, 9);
   draws[0].region = 7;
   host.call(ORB_region_undefine, 7);
   EXPECT_EQ(requests(0, 0), 0);
-  draws[0].x0 = -5; // across the corner of what an undefined region holds
+  draws[0].x0 = -5; // across the corner of an undefined region's box
   draws[0].y0 = -5;
   EXPECT_EQ(requests(0, 0), 0);
 }

@@ -1,4 +1,4 @@
-// The effect tables against real-number arithmetic, entry by entry, and at the values where their
+// The effect tables against real-number arithmetic, entry by entry, and at values where their
 // definitions are odd.
 #include "blit/effect_tables.h"
 
@@ -17,7 +17,7 @@ struct EffectTables : testing::Test {
   ~EffectTables() override { free_tables(); }
 };
 
-/// A quotient truncated toward zero. Nothing here comes near a double's precision.
+/// A quotient truncated toward zero. All values are far within a double's precision.
 int quotient(double numerator, double denominator) {
   return int(std::trunc(numerator / denominator));
 }

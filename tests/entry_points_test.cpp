@@ -1,6 +1,6 @@
-// What a host calls with the stack as it happens to be: the i386 interface promises 4 bytes of
-// alignment, vector code wants 16. And what a host must find as it left it: no values on the x87
-// stack, the control words, the direction of string instructions.
+// Calls with any stack alignment: the i386 interface guarantees 4 bytes, vector code needs 16. The
+// module must also leave the x87 stack empty, and the control words and the direction flag
+// unchanged.
 #include <array>
 #include <cstring>
 #include <string>
@@ -13,7 +13,7 @@
 
 namespace {
 
-/// How far below a multiple of 16 the stack stands when the module is called.
+/// The stack's distance below a multiple of 16 at the call.
 uint32_t misalignment;
 
 struct processor_state {
@@ -34,9 +34,9 @@ processor_state current_state() {
   return state;
 }
 
-std::vector<std::string> broken; // calls that left something behind
+std::vector<std::string> broken; // calls that left some state changed
 
-/// Calls with the stack at the chosen place, and looks at what was left.
+/// Calls with the stack at the chosen offset, and checks the state afterwards.
 int32_t call_misaligned(int32_t (*function)(), const char *name) {
   const processor_state before = current_state();
   int32_t result;
@@ -81,7 +81,7 @@ int32_t release() {
   return call_misaligned(ORB_mod_graphics2D_release, "release");
 }
 
-/// Registers the module's functions and hooks with a step between that misaligns the stack.
+/// Registers the module's functions and hooks through a thunk that misaligns the stack.
 int32_t misaligned_entry(const orb_registration *host) {
   static const orb_registration *registration;
   registration = host;
@@ -115,7 +115,7 @@ struct EntryPoints : testing::Test {
   }
 };
 
-/// A whole program, with both sets of vector routines, sees the same whatever the stack.
+/// A whole program, with both sets of vector routines, has the same results at any alignment.
 TEST_F(EntryPoints, TourWithAnyStack) {
   trace aligned;
   for (const instruction_set highest : {instruction_set::sse2, instruction_set::avx2})

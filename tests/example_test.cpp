@@ -1,5 +1,4 @@
-// The examples, played headless and compared frame by frame with what they drew when someone last
-// looked at them.
+// The examples, played headless and compared frame by frame with pictures that were reviewed.
 //
 // tests/golden/NAME.txt holds a hash of each frame's screen, NAME.png the last frame. When pictures
 // change on purpose, run the tests once with ORB_SAVE_GOLDEN=1 in the environment, look at the
@@ -65,11 +64,12 @@ std::uint64_t hash_of(const orbhost::Picture &picture) {
   const auto add = [&hash](std::uint32_t value) { hash = (hash ^ value) * 0x100000001B3; };
   add(std::uint32_t(picture.width));
   add(std::uint32_t(picture.height));
-  for (const std::uint8_t component : picture.rgb) add(component);
+  for (const std::uint8_t component : picture.rgb)
+    add(component);
   return hash;
 }
 
-/// Plays a scene and gives each frame's picture to `look`.
+/// Plays a scene and passes each frame's picture to `look`.
 template <typename Look> void play(const Scene &scene, Look look) {
   orbhost::Host host;
   host.attach(ORB_mod_graphics2D_MainLibraryExports);

@@ -50,7 +50,7 @@ struct Fade : testing::Test {
   }
 };
 
-/// The stated formulas in real numbers: the integer forms truncate.
+/// The documented formulas in real numbers: the integer forms truncate.
 uint32_t reference(uint32_t c, int p, uint32_t full) {
   if (p <= 100) return uint32_t(std::floor(double(c) * p / 100 + 1e-9));
   return c + uint32_t(std::floor(double(full - c) * (p - 100) / 100 + 1e-9));
@@ -62,7 +62,7 @@ uint32_t reference_field(uint32_t v, int p, uint32_t step) {
   return uint32_t(std::floor((c + gain) / step));
 }
 
-/// Every position in turn for each channel, the other two at positions of their own.
+/// Every position in turn for each channel, with other positions for the other two.
 template <typename F> void each_position(F &&with) {
   for (int p = 0; p <= 200; ++p) {
     fade_pos = {uint8_t(p), uint8_t((p + 67) % 201), uint8_t((p + 134) % 201)};
@@ -70,7 +70,7 @@ template <typename F> void each_position(F &&with) {
   }
 }
 
-/// The same with the routines of every instruction set that the CPU has.
+/// The same with the routines of every instruction set the CPU has.
 template <typename F> void each_position_and_set(F &&with) {
   const row_routines *const former = row_kernels;
   row_kernels = &rows_sse2;
@@ -89,7 +89,7 @@ TEST_F(Fade, ThirtyTwoBitFormulaKeepsTheTopByte) {
   screen = &surface;
   surface.pixels = pixels.data();
   each_position_and_set([&] {
-    surface.pixel_count = 256u - fade_pos.g % 19u; // seldom a whole number of groups
+    surface.pixel_count = 256u - fade_pos.g % 19u; // seldom a multiple of the group size
     for (uint32_t c = 0; c < 256; ++c)
       pixels[c] = (c ^ 0x5A) << 24 | c << 16 | (255 - c) << 8 | (c ^ 0x33);
     const std::vector<uint32_t> before = pixels;
@@ -158,7 +158,7 @@ TEST_F(Fade, EightBitFormulaWithinTheRange) {
       ASSERT_EQ(to.b, inside ? reference(from.b, fade_pos.b, 252) : 0) << i;
     }
   });
-  // A range that reaches over the palette is cut; none means all of it.
+  // A range beyond the palette is cut; an empty one means all of it.
   fade_pos = {100, 100, 100};
   const __FadeFX__ wild{-5, 1000};
   fadepalette = {};
@@ -177,7 +177,7 @@ TEST_F(Fade, EightBitFormulaWithinTheRange) {
 }
 
 TEST_F(Fade, StepCountsFollowTheSpeed) {
-  // Updates until the fade is over: the step that reaches 64 ends it.
+  // Updates until the fade ends: the step that reaches 64 ends it.
   struct {
     int32_t speed;
     int updates;

@@ -21,16 +21,16 @@ const bool libraries_can_fail = ORB_OWN_MALLOC;
 
 namespace {
 
-/// What is to fail. Of the one thread that asked for it: libraries have threads of their own.
+/// What is to fail, per thread: libraries have threads of their own.
 struct armed_fault {
-  uint32_t countdown; // requests up to the failing one; 0: none is to fail
+  uint32_t countdown; // requests up to the failing one; 0: none fails
   bool everybody, onwards, reached;
 };
 thread_local armed_fault fault;
 
 std::atomic<int32_t> module_blocks, all_blocks;
 
-/// Whether this request is to fail.
+/// Whether this request must fail.
 bool fails(bool of_library) {
   if (fault.countdown == 0 || (of_library && !fault.everybody)) return false;
   if (--fault.countdown > 0) return false;
@@ -40,7 +40,7 @@ bool fails(bool of_library) {
   return true;
 }
 
-/// Counts a block that a linked object was given, if it was given one.
+/// Counts a block returned to a linked object, unless it is null.
 void *count_module(void *block) {
   if (block) ++module_blocks;
   return block;
@@ -62,10 +62,10 @@ int32_t outstanding_blocks(fault_scope scope) {
   return scope == fault_scope::module ? module_blocks : all_blocks;
 }
 
-// ---- The heap behind ---------------------------------------------------------------------------
+// ---- The underlying heap -----------------------------------------------------------------------
 
-// The linked objects' requests go straight to what really allocates: passing through this program's
-// own malloc, each would count twice.
+// The linked objects' requests go straight to the real allocator: through this program's own malloc
+// each would count twice.
 
 #if ORB_OWN_MALLOC
 extern "C" {
@@ -93,7 +93,7 @@ void *real_realloc(void *block, size_t size) {
   if (!block)
     count_all(moved);
   else if (!moved && size == 0)
-    --all_blocks; // that freed it
+    --all_blocks; // realloc freed it
   return moved;
 }
 void real_free(void *block) {
@@ -119,7 +119,7 @@ void __real_free(void *block);
 
 namespace {
 
-/// What realloc may do, and seldom does: moves the block, and leaves nothing of use where it was.
+/// Does what realloc may do, but seldom does: moves the block and overwrites the old one.
 void *move(void *block, size_t size) {
   void *const moved = real_malloc(size);
   if (!moved) return nullptr;
@@ -205,7 +205,7 @@ __attribute__((visibility("default"))) void free(void *block) {
 
 } // extern "C"
 
-// C++ objects never go without memory.
+// C++ objects always get memory.
 
 void *operator new(size_t size) {
   if (void *const block = __libc_malloc(size ? size : 1)) return block;

@@ -12,7 +12,7 @@
 
 namespace {
 
-/// What one run of an operation gave.
+/// The result of one run of an operation.
 struct outcome {
   int32_t result;
   std::vector<std::string> said; // fatal messages and reports
@@ -42,7 +42,7 @@ std::string text_of(const outcome &taken) {
   return "result " + std::to_string(taken.result) + ", " + said_by(taken);
 }
 
-/// Compares what worlds hold; names the lines in which they differ.
+/// Compares the state of two worlds; names the lines that differ.
 void expect_same(const std::string &expected, const std::string &found, const outcome &after) {
   if (expected == found) return;
   std::istringstream left(expected), right(found);
@@ -56,11 +56,11 @@ void expect_same(const std::string &expected, const std::string &found, const ou
   ADD_FAILURE() << text;
 }
 
-/// What an operation does in a world with memory.
+/// The result of an operation in a world with memory.
 struct reference {
   outcome expected;
   std::string before, after, sizes;
-  int32_t blocks_kept; // by libraries, of the whole program
+  int32_t blocks_kept; // by libraries, in the whole program
 };
 
 void begin(failure_world &world, const failure_case &operation) {
@@ -126,7 +126,7 @@ private:
   bool worthwhile(fault_scope scope) const {
     const bool with_libraries = libraries_can_fail && !operation_.display;
     if (scope == fault_scope::everybody) return with_libraries;
-    // The module's requests are among everybody's.
+    // The module's requests are a subset of everybody's.
     return operation_.repeat_every == 1 || !with_libraries;
   }
 
@@ -140,7 +140,7 @@ private:
     return known(said_by(taken));
   }
 
-  /// One failure. False when the operation didn't get as far as it.
+  /// One failure. False when the operation ended before reaching it.
   bool once(const trial &now) {
     const int32_t module_blocks = outstanding_blocks(fault_scope::module);
     const int32_t all_blocks = outstanding_blocks(fault_scope::everybody);
@@ -171,7 +171,7 @@ private:
     ++count_.refused;
     EXPECT_TRUE(refused_well(taken, now.scope)) << text_of(taken);
     EXPECT_FALSE(taken.said.empty() && taken.result == reference_.expected.result);
-    // Such a result with a report means that the work was done all the same.
+    // Such a result with a report means that the work was completed.
     const bool done = taken.result == reference_.expected.result;
     if (!operation_.partial && !done) expect_same(reference_.before, world.contents(), taken);
     if (!done) expect_same(files, failure_world::written_files(), taken);

@@ -1,4 +1,4 @@
-// The world of the allocation tests: the module with a host, and what it holds as text.
+// The world of the allocation tests: the module with a host, and its state as text.
 #include <functional>
 #include <sstream>
 #include <string_view>
@@ -34,7 +34,7 @@ void describe(std::ostream &out, const __ORBSurface2D__ *surface) {
   out << " " << s.width << "x" << s.height << "x" << s.depth << " pitch " << s.pitch << " alpha "
       << int(s.alpha_channel) << " points " << s.has_cpoints << "/" << s.cpoint_last;
   if (s.cpoints) out << " " << hash_of(s.cpoints, (s.cpoint_last + 1) * 12);
-  if (s.is_wrapper || !s.pixels) return; // a display: its pixels stand with SDL
+  if (s.is_wrapper || !s.pixels) return; // a display: SDL owns its pixels
   out << " pixels " << hash_of(s.pixels, s.byte_size);
 }
 
@@ -194,7 +194,7 @@ std::string failure_world::contents() const {
   out << "counters " << maps_loaded << " " << fpgs_loaded << " " << regions_defined << " "
       << draws_painted << " " << draws_fixed << " " << draws_locked
       << "\nsurfaces "
-      // The collision test makes its two again when a mode had no memory for them.
+      // The collision test recreates its two surfaces when a mode had no memory for them.
       << (gfxsurfaces ? gfxsurfaces->count - (proc_surface ? 2 : 0) : 0) << "\nreader "
       << (image_data != nullptr) << (image_cpoint != nullptr) << "\n";
   describe_libraries(out);

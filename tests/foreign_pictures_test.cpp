@@ -1,4 +1,4 @@
-// Files written by other programs, and the pixels that still others find in them
+// Files written by other programs, and the pixels that yet other programs read from them
 // (data/make_pictures.sh).
 #include <gtest/gtest.h>
 
@@ -9,8 +9,7 @@ namespace {
 
 using ForeignPictures = graphics_test;
 
-/// Colours that a depth can tell apart: files of 16 bits are widened by each program in its own
-/// way.
+/// Colours distinct at a depth: each program widens 16-bit files in its own way.
 uint32_t kept_bits(const std::string &name) {
   return name.find("RGB565") != std::string::npos   ? 0xF8FCF8
          : name.find("RGB555") != std::string::npos ? 0xF8F8F8

@@ -1,4 +1,4 @@
-// FPG files: bytes, counts to the byte, odd entries, and every way in which loading them fails.
+// FPG files: bytes, exact counts, odd entries, and every way in which loading fails.
 #include <gtest/gtest.h>
 
 #include "graph_files.h"
@@ -122,7 +122,8 @@ TEST_F(Fpg, CompressedAndEncipheredStreams) {
         for (const stored_graph &graph : three_graphs(16))
           EXPECT_EQ(bytes_of(*slot_of(1, int32_t(graph.code)).surface), pixels_of(graph));
         EXPECT_EQ(host.call(ORB_fpg_unload, 1), 1);
-        // The last graph, past two that are skipped by seeking, or by reading where the host can't.
+        // The last graph, after two that are skipped by seeking, or by reading where the host
+        // cannot seek.
         for (const bool seekable : {true, false}) {
           disk.seekable = seekable;
           ASSERT_EQ(host.call(ORB_fpg_load_map, "s.fpg", key, 1, 999), 999);
@@ -147,25 +148,25 @@ TEST_F(Fpg, OddEntries) {
   twice.pixels = {9, 8, 7, 6, 5, 4};
   twice.points.clear();
   foreign.code = 0;
-  // The second graph of a code frees the first one.
+  // The second graph of a code frees the first.
   disk.files["twice.fpg"] = fpg_file(8, {graphs[0], graphs[1], twice});
   const uint32_t surfaces = gfxsurfaces->count;
   ASSERT_EQ(load("twice.fpg"), 0);
   EXPECT_EQ(contents(0), "2 graphs, 1255 bytes: 1 12");
   EXPECT_EQ(bytes_of(*slot_of(0, 1).surface), twice.pixels);
   EXPECT_EQ(gfxsurfaces->count, surfaces + 2);
-  // Behind a foreign code the reader takes pixels for entries: what follows is lost, and ends.
+  // After an unknown code the reader takes pixels for entries: the rest is lost, and loading ends.
   disk.files["foreign.fpg"] = fpg_file(8, {graphs[0], foreign, graphs[1]});
   ASSERT_EQ(load("foreign.fpg"), 1);
   EXPECT_EQ(contents(1), "1 graphs, 674 bytes: 1");
-  // Without points and pixels it doesn't disturb.
+  // Without points and pixels it does no harm.
   foreign.w = 0;
   foreign.points.clear();
   disk.files["bare.fpg"] = fpg_file(8, {foreign, graphs[1]});
   ASSERT_EQ(load("bare.fpg"), 2);
   EXPECT_EQ(contents(2), "1 graphs, 633 bytes: 12");
-  EXPECT_EQ(ask(ORB_fpg_load_map, "bare.fpg", 3, 12), "0"); // which gives up there
-  // Bytes after the last graph that are no entry; a host that never tells the end.
+  EXPECT_EQ(ask(ORB_fpg_load_map, "bare.fpg", 3, 12), "0"); // loading stops there
+  // Trailing bytes that are no entry, and a host that never reports the end.
   file_bytes tail = fpg_file(8, graphs);
   tail.insert(tail.end(), {1, 0, 0});
   disk.files["tail.fpg"] = tail;
@@ -202,15 +203,15 @@ TEST_F(Fpg, LoadingOneGraph) {
   EXPECT_EQ(fpg[2].in_use, 1);
   EXPECT_EQ(fpgs_loaded, loaded + 1);
   EXPECT_EQ(ask(ORB_fpg_load_map, "g.fpg", nullptr, 2, 12), "12");
-  EXPECT_EQ(ask(ORB_fpg_load_map, "g.fpg", 2, 999), "999"); // frees the one that is there
+  EXPECT_EQ(ask(ORB_fpg_load_map, "g.fpg", 2, 999), "999"); // frees the existing one
   EXPECT_EQ(contents(2), "2 graphs, 1344 bytes: 12 999");
   EXPECT_EQ(fpgs_loaded, loaded + 1);
   EXPECT_EQ(ask(ORB_fpg_load_map, "g.fpg", 2, 13), "0");
   EXPECT_EQ(contents(2), "2 graphs, 1344 bytes: 12 999");
-  EXPECT_EQ(ask(ORB_fpg_load_map, "g.fpg", 3, 13), "0"); // made, and empty
+  EXPECT_EQ(ask(ORB_fpg_load_map, "g.fpg", 3, 13), "0"); // created, and empty
   EXPECT_EQ(contents(3), "0 graphs, 16 bytes:");
   EXPECT_EQ(fpg[3].in_use, 1);
-  EXPECT_EQ(ask(ORB_fpg_load_map, "g.fpg", 0, 1), "1"); // library 0 is always there
+  EXPECT_EQ(ask(ORB_fpg_load_map, "g.fpg", 0, 1), "1"); // library 0 always exists
   EXPECT_EQ(contents(0), "1 graphs, 676 bytes: 1");
   EXPECT_EQ(fpg[0].in_use, 0);
 
@@ -244,7 +245,7 @@ TEST_F(Fpg, EveryTruncation) {
     const uint32_t surfaces = gfxsurfaces->count;
     host.call(ORB_fpg_new); // number 0; the loads below all take number 1
     for (size_t size = 0; size < whole.size(); ++size) {
-      // Nothing changes within the palette, nor within the texts of a graph.
+      // Changing the palette or a graph's texts makes no difference.
       const size_t in_entry = size < head ? 0 : size - *std::prev(ends.upper_bound(size)) + 3;
       if ((size > 40 && size + 40 < head) || (in_entry > 20 && in_entry < 500)) size += 30;
       disk.files["t.fpg"] = {whole.begin(), whole.begin() + ptrdiff_t(size)};
@@ -260,7 +261,7 @@ TEST_F(Fpg, EveryTruncation) {
         ASSERT_EQ(ask(ORB_map_exists, 1, 1), "0");
       }
       const registry_state before = state();
-      // The last graph. One that is cut off before it can look like the end of the file.
+      // The last graph. Truncated earlier, it can look like the end of the file.
       const std::string one = ask(ORB_fpg_load_map, "t.fpg", 2, 999);
       const bool reported = one == "failure: 106 FPG_LOAD_MAP 1 't.fpg'";
       if (size < head || size >= last + 4)
@@ -270,7 +271,7 @@ TEST_F(Fpg, EveryTruncation) {
       if (reported) ASSERT_EQ(state(), before) << size;
       host.call(ORB_fpg_unload, 2);
     }
-    // What failed loads left under number 1 goes when the number is taken.
+    // Graphs that failed loads left under number 1 are freed when the number is taken.
     ASSERT_EQ(ask(ORB_fpg_new), "1");
     EXPECT_EQ(contents(1), "0 graphs, 16 bytes:");
     EXPECT_EQ(gfxsurfaces->count, surfaces);
@@ -342,7 +343,7 @@ TEST_F(Fpg, HugeClaims) {
     disk.largest_read = 0;
     return ask(ORB_fpg_load_map, "h.fpg", 1, 6) + "; " + ask(ORB_fpg_load, "h.fpg");
   };
-  // Passed over, it is just not there; read, it is no size of a surface, or too big for the file.
+  // A skipped entry is merely absent; a read one has an invalid size, or one too big for the file.
   EXPECT_EQ(claim(0xFFFFFFFF, 0xFFFFFFFF), "0; failure: 100 FPG_LOAD 1 'h.fpg'");
   EXPECT_EQ(claim(65535, 65535), "0; failure: 100 FPG_LOAD 1 'h.fpg'");
   EXPECT_EQ(claim(65536, 1), "0; failure: 100 FPG_LOAD 1 'h.fpg'");
@@ -351,7 +352,7 @@ TEST_F(Fpg, HugeClaims) {
   EXPECT_LT(disk.largest_read, 1000);
 }
 
-// The fuzz targets' seeds, and what ever crashed them: nothing stays behind after any of them.
+// The fuzz targets' seeds and former crashers: none leaves anything behind.
 TEST_F(Fpg, FilesOfTheFuzzTargets) {
   int loaded = 0;
   for (const char *kind : {"map", "fpg"})
@@ -367,7 +368,7 @@ TEST_F(Fpg, FilesOfTheFuzzTargets) {
         }
       host.call(ORB_map_unload, -1);
       host.call(ORB_fpg_unload, -1);
-      host.call(ORB_fpg_new); // takes the number of failed loads
+      host.call(ORB_fpg_new); // takes the number of the failed loads
       ASSERT_EQ(gfxsurfaces->count, 2u) << entry.path();
       host.call(ORB_fpg_unload, -1);
     }

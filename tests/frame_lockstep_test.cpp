@@ -1,4 +1,4 @@
-// Frames in lockstep with a redraw from nothing: whatever scripts change between two frames, the
+// Frames in lockstep with a redraw from scratch: whatever scripts change between two frames, the
 // screen holds the background and this frame's requests, faded, and the display shows the screen.
 #include "mode_fixture.h"
 
@@ -19,7 +19,7 @@ struct Lockstep : Mode {
   static constexpr int32_t width = 97, height = 61;
   std::mt19937 random;
   std::vector<int32_t> graphs;
-  int32_t canvas; // a graph that processes draw on
+  int32_t canvas; // a graph on which processes draw
   std::vector<int32_t> drawings;
 
   int32_t between(int32_t low, int32_t high) {
@@ -118,7 +118,7 @@ struct Lockstep : Mode {
   void change_something() {
     for (orb_process &process : host.processes)
       if (one_in(4)) change_process(*process.locals);
-    if (one_in(40)) // now and then a frame without anything
+    if (one_in(40)) // occasionally an empty frame
       for (orb_process &process : host.processes)
         process.locals->visible = 0;
     if (one_in(6)) change_drawings();
@@ -126,7 +126,8 @@ struct Lockstep : Mode {
     if (one_in(30)) change_fade();
     if (one_in(60)) change_mode_settings();
     if (one_in(6))
-      host.call(ORB_screen_draw_graphic, 0, any(graphs), between(0, width), between(0, height), 0, 0);
+      host.call(ORB_screen_draw_graphic, 0, any(graphs), between(0, width), between(0, height), 0,
+                0);
     if (one_in(12)) *host.global("dump_type") = between(-1, 2);
     if (one_in(12)) *host.global("restore_type") = between(-2, 2);
     host.renderer_busy = one_in(30);
@@ -175,7 +176,7 @@ TEST_F(Lockstep, FramesEqualARedrawAndTheDisplayShowsThem) {
       expect_shown();
       if (HasFatalFailure()) return;
     }
-    // The next depth takes over a fade that rests.
+    // The next depth inherits a resting fade.
     host.call(ORB_screen_fade, 50, 60, 70, 64);
     ORB_mod_graphics2D_frame();
     ORB_mod_graphics2D_frame();
@@ -198,7 +199,7 @@ TEST_F(Lockstep, AMovingSpriteCostsItsZonesAlone) {
   for (const int32_t restore : {0, 1}) {
     *host.global("restore_type") = restore;
     for (l.x = 20; l.x < 40; ++l.x) {
-      // What is outside the zones is neither restored nor presented.
+      // Pixels outside the zones are neither restored nor presented.
       auto *corner = static_cast<uint32_t *>(screen->pixels) + screen->pixel_count - 1;
       *corner = 0xABCDEF;
       ORB_mod_graphics2D_frame();
