@@ -216,7 +216,7 @@ failure_case mode_case(const char *name, int32_t depth, const char *function, T.
           .display = true};
 }
 
-/// Followed by a frame: whatever state the mode is in must be good for one.
+/// Adds a frame, which must survive any state that the mode is left in.
 failure_case with_frame(failure_case setting) {
   setting.name += " and a frame";
   setting.prepare = [](failure_world &world) {

@@ -200,8 +200,8 @@ TEST_F(BlitTransforms, NothingToTransformIsThePlainBlit) {
     t.request.src = &t.src.surface;
     t.src.surface.pixels = src_pixels;
     t.dst.surface.pixels = dst_pixels;
-    // Drawn plainly, these leave out the key, which shows in a destination's alpha; use no key
-    // throughout.
+    // Drawn plainly, these blends ignore the key, which shows in a destination's alpha: draw them
+    // without one.
     const int fxmode = t.request.fxmode;
     if (fxmode == fx_additiveblend || fxmode == fx_orblend || fxmode == fx_xorblend)
       t.request.flags = (t.request.flags & 3) | 8;

@@ -1,5 +1,5 @@
-// Corners, boxes and scan order of transformed graphs, against formulas written out routine by
-// routine and against values worked out by hand.
+// Corners, boxes and scan order of transformed graphs, against separate formulas per routine and
+// values worked out by hand.
 #include "blit/geometry.h"
 
 #include <algorithm>
@@ -18,7 +18,7 @@ using namespace checkspan;
 
 namespace {
 
-/// A surface record without pixels, with a control point for its centre.
+/// A surface record without pixels, with a control point at its centre.
 struct shape {
   uint32_t centre[3] = {65535, 65535, 0};
   __ORBSurface2D__ surface{};
@@ -35,7 +35,7 @@ struct shape {
   }
 };
 
-/// Coordinates are stored in single precision: within a step or two of it, or of what sines lose.
+/// Allows for single-precision storage: a step or two, or the error of the sines.
 void expect_near(const corner_set &wanted, const __FPoint__ found[4], const char *what) {
   double reach = 1;
   for (const corner &c : wanted)
@@ -47,7 +47,7 @@ void expect_near(const corner_set &wanted, const __FPoint__ found[4], const char
   }
 }
 
-/// A graph, where its pivot comes from, and a transform.
+/// A graph, the source of its pivot, and a transform.
 struct random_case {
   placed_graph g;
   shape s{1, 1};
@@ -62,7 +62,7 @@ struct random_case {
       cx = random.between(-50, 250);
       cy = random.between(-50, 250);
       s.set_centre(cx, cy);
-      // -1 has the mark of an unset coordinate in its low 16 bits.
+      // -1 has the unset mark in its low 16 bits.
       if (cx == -1) cx = w / 2;
       if (cy == -1) cy = h / 2;
     }
@@ -88,7 +88,7 @@ struct random_case {
          double(y), double(size_x),  double(size_y), double(shear_x), double(shear_y),
          angle,     random.below(6), random.below(4)};
   }
-  /// As the engine's routines consume the override, it is put back for each.
+  /// The engine's routines consume the override, so restore it for each.
   __ORBSurface2D__ *surface() {
     copy_ = s.surface;
     copy_.cpoints = s.centre;
@@ -138,7 +138,7 @@ TEST(Geometry, RandomTransforms) {
                                     g.angle, g.tfmorder, g.flags, found);
     expect_near(corners_rotscaleshear(g), found, "rotscaleshear");
 
-    // The choice among them, and the corners' order around the graph.
+    // The choice of routine, and the corners' order around the graph.
     const bool turned = g.angle % 360000 != 0, sheared = c.shear_x != 0 || c.shear_y != 0;
     const bool sized = c.size_x != 100 || c.size_y != 100;
     placed_graph reduced = g;
@@ -154,7 +154,7 @@ TEST(Geometry, RandomTransforms) {
     EXPECT_EQ(surface->pivot_override, 0);
     expect_near(wanted, found, "any");
 
-    // The box around the corners that were found: rounding the reference's could go the other way.
+    // The box of the computed corners: the reference's could round the other way.
     __ORBRegion__ bbox;
     calculate_graph_bbox(&bbox, c.surface(), c.x, c.y, g.angle, g.flags, c.size_x, c.size_y,
                          c.shear_x, c.shear_y, g.tfmorder);
@@ -172,7 +172,7 @@ TEST(Geometry, RandomTransforms) {
   }
 }
 
-/// With one transform missing, all three at once must give what the routine for the other two does.
+/// With one transform missing, all three at once must equal the routine for the other two.
 TEST(Geometry, ThreeTransformsAgreeWithTwo) {
   random_source random(base_seed() + 1);
   int compared = 0;
@@ -181,7 +181,7 @@ TEST(Geometry, ThreeTransformsAgreeWithTwo) {
     placed_graph &g = c.g;
     __FPoint__ three[4], two[4];
     if (random.one_in(2)) {
-      // No shear; rotation and scaling there.
+      // No shear, so only rotation and scaling.
       c.shear_x = c.shear_y = 0;
       if (g.angle % 360000 == 0 || (c.size_x == 100 && c.size_y == 100)) continue;
       calculate_corners_rotscale(c.surface(), c.x, c.y, c.size_x, c.size_y, g.angle, g.tfmorder,
@@ -216,18 +216,18 @@ TEST(Geometry, KnownCorners) {
   __FPoint__ p[4];
   calculate_corners_rotate(&s.surface, 100, 50, 0, 0, p);
   expect_corners(p, {97, 48, 106, 48, 97, 55, 106, 55});
-  // Counter-clockwise: the right side goes up.
+  // Counter-clockwise: the right side moves up.
   calculate_corners_rotate(&s.surface, 100, 50, 90000, 0, p);
   expect_corners(p, {98, 53, 98, 44, 105, 53, 105, 44});
   calculate_corners_rotate(&s.surface, 100, 50, 90000, 1, p);
   expect_corners(p, {102, 53, 102, 44, 95, 53, 95, 44});
-  // A positive shear moves the rows below the pivot to the left, a pixel a row at 100.
+  // A positive shear moves the rows below the pivot left, at 100 by one pixel per row.
   calculate_corners_scaleshear(&s.surface, 100, 50, 100, 100, 100, 0, tfm_hsr, 0, p);
   expect_corners(p, {99, 48, 108, 48, 92, 55, 101, 55});
   calculate_corners_scaleshear(&s.surface, 100, 50, 100, 100, 0, 50, tfm_shr, 0, p);
   expect_corners(p, {97, 49.5, 106, 45, 97, 56.5, 106, 52});
 
-  // The far pixel is one of the source where scaling comes last, one of the destination before.
+  // The far pixel is a source pixel when scaling comes last, else a destination pixel.
   s.set_centre(0, 0);
   calculate_corners_rotscale(&s.surface, 0, 0, 200, 200, 90000, tfm_hrs, 0, p);
   expect_corners(p, {0, 0, 0, -18, 14, 0, 14, -18});
@@ -254,7 +254,7 @@ TEST(Geometry, KnownCorners) {
   EXPECT_EQ(y0, 46);
   EXPECT_EQ(y1, 55);
 
-  // A full turn takes the unrotated route: the box of scaling, spread clockwise.
+  // A full turn takes the unrotated path: the box of scaling, corners in clockwise order.
   for (const int angle : {0, 360000, -360000, 720000}) {
     calculate_corners(&ten.surface, 50, 50, 100, 100, 0, 0, angle, tfm_hsr, 1, p);
     expect_corners(p, {43, 46, 52, 46, 52, 55, 43, 55});
@@ -264,7 +264,7 @@ TEST(Geometry, KnownCorners) {
 TEST(Geometry, PivotComesFromTheOverrideOnceThenFromTheCentre) {
   shape s(9, 7);
   s.surface.pivot_override = 1;
-  s.surface.pivot_x = 65535; // a pivot like any other: only control points have an unset mark
+  s.surface.pivot_x = 65535; // a valid pivot: only control points have an unset mark
   s.surface.pivot_y = 0;
   __FPoint__ p[4];
   calculate_corners_rotate(&s.surface, 0, 0, 0, 0, p);
@@ -272,7 +272,7 @@ TEST(Geometry, PivotComesFromTheOverrideOnceThenFromTheCentre) {
   EXPECT_EQ(s.surface.pivot_override, 0);
   calculate_corners_rotate(&s.surface, 0, 0, 0, 0, p);
   expect_corners(p, {-4, -3, 4, -3, -4, 3, 4, 3});
-  // The mark is in the low 16 bits, each coordinate by itself.
+  // The mark is in the low 16 bits of each coordinate separately.
   s.centre[0] = 0x1FFFF;
   s.centre[1] = 5;
   calculate_corners_rotate(&s.surface, 0, 0, 0, 0, p);
@@ -293,16 +293,16 @@ TEST(Geometry, RoundsHalfAwayFromZero) {
   EXPECT_EQ(round_corner(NAN), corner_out_of_range);
 }
 
-/// Whatever the corners, the sorted ones are the same four; the first is topmost, leftmost on a
-/// tie; the last was opposite; and the left neighbour is not right of the right one on any row
-/// that both edges cross.
+/// Whatever the corners, the sorted ones are the same four: the first is topmost, leftmost on a
+/// tie; the last was opposite; and the left neighbour is not right of the right one on any row that
+/// both edges cross.
 TEST(Geometry, ScanOrder) {
   using sort_routine = void(__Vertex__ sorted[4], const __Vertex__ corners[4]);
   random_source random(base_seed() + 2);
   for (sort_routine *const sort :
        {sort_corners_rotscale, sort_corners_scaleshear, sort_corners_rotscaleshear}) {
     for (int i = 0; i < 20000; ++i) {
-      // A parallelogram, small enough for ties and lines to be frequent.
+      // A parallelogram, small enough that ties and lines are frequent.
       const int reach = random.one_in(8) ? 1 << 29 : random.between(0, 4);
       const __Vertex__ o = {random.between(-5, 5), random.between(-5, 5)};
       const __Vertex__ a = {random.between(-reach, reach), random.between(-reach, reach)};
@@ -324,7 +324,7 @@ TEST(Geometry, ScanOrder) {
         ASSERT_LE(out[0].y, v.y);
         if (v.y == out[0].y) ASSERT_LE(out[0].x, v.x);
       }
-      // Opposite corners add up to the same point in a parallelogram.
+      // In a parallelogram opposite corners have the same sum.
       ASSERT_EQ(int64_t(out[0].x) + out[3].x, int64_t(out[1].x) + out[2].x);
       ASSERT_EQ(int64_t(out[0].y) + out[3].y, int64_t(out[1].y) + out[2].y);
       const int64_t turn = (int64_t(out[1].x) - out[0].x) * (int64_t(out[2].y) - out[0].y) -

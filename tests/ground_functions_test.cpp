@@ -1,5 +1,5 @@
-// Script functions that put graphs on the ground and the screen, copy from them, and set the colour
-// of the screen.
+// Script functions that put graphs on the ground and the screen, copy from them, and set the screen
+// colour.
 #include <algorithm>
 #include <random>
 
@@ -38,7 +38,7 @@ struct GroundAndScreen : graphics_test {
     return low + int32_t(random() % uint32_t(high - low + 1));
   }
 
-  /// A graph of random pixels, some of them transparent, with its pivot somewhere.
+  /// A graph of random pixels, some transparent, with a random pivot.
   int32_t picture(int32_t width, int32_t height) {
     const int32_t made =
         host.call(ORB_map_new, width, height, any(0, width - 1), any(0, height - 1), 0);
@@ -54,7 +54,7 @@ struct GroundAndScreen : graphics_test {
     const auto *bytes = static_cast<const uint8_t *>(surface->pixels);
     return {bytes, bytes + surface->byte_size};
   }
-  /// Ground and screen hold the same pixels, and nothing waits in the list.
+  /// Ground and screen hold the same pixels, and the list is empty.
   void begin() {
     scribble(ground);
     memcpy(screen->pixels, ground->pixels, ground->byte_size);
@@ -63,8 +63,8 @@ struct GroundAndScreen : graphics_test {
   }
 };
 
-// Every function with a (file, graph) pair, F and G; in the functions that draw, everything else
-// is good.
+// Every function with a (file, graph) pair, F and G; the other arguments of those that draw are
+// valid.
 constexpr const char *graph_calls[] = {
     "ground_put F G 5 5",
     "ground_xput F G 5 5 0 100 0 0",
@@ -107,7 +107,7 @@ TEST_F(GroundAndScreen, ReportBadGraphsAndDrawNothing) {
       begin();
       const file_bytes before = pixels_of(ground);
       const script_line call(line);
-      // The pair comes first but for a region before it.
+      // The pair comes first, except after a region.
       const int32_t position = call.name.find("_copy") != std::string::npos ? 2 : 1;
       expect_error(host, call, row.error, capitals(call.name), position + row.which,
                    row.which ? row.graph : row.file);
@@ -151,7 +151,7 @@ ground_copy 5 0 1000 0 0 4 4 -> 120 GROUND_COPY 1 5
 ground_copy -1 0 1000 0 0 4 4 -> 120 GROUND_COPY 1 -1
 screen_copy 32 0 0 0 0 4 4 -> 120 SCREEN_COPY 1 32
 )");
-  // The two that were good wait for the frame.
+  // The two valid requests wait for the frame.
   EXPECT_EQ(GetNumsBlitOnList(), 2);
 }
 
@@ -305,7 +305,7 @@ TEST_F(GroundAndScreen, DrawForOneFrameInDepthOrder) {
     do_processes();
     draw_frame();
   };
-  // A host may have chosen a list of its own.
+  // A host may have selected a list of its own.
   CreateBlitList("HOST", 4, 4);
   host.call(ORB_screen_draw_graphic, 0, front, 3, 3, -1, 0);
   host.call(ORB_screen_draw_block, 0, back, -2, -2, 1, 0, 0, 4, 4);
@@ -321,7 +321,7 @@ TEST_F(GroundAndScreen, DrawForOneFrameInDepthOrder) {
   EXPECT_EQ(pixel(*screen, 1, 1), 0x111111u);
   EXPECT_EQ(pixel(*screen, 2, 2), 0x222222u);
 
-  // What is unloaded before the frame is left out; the rest is drawn.
+  // Graphs unloaded before the frame are left out; the rest is drawn.
   host.call(ORB_screen_draw_tile, 0, back, 0, 0, 9);
   host.call(ORB_screen_draw_graphic, 0, front, 10, 10, 0, 0);
   EXPECT_EQ(host.call(ORB_map_unload, back), 1);
@@ -331,7 +331,7 @@ TEST_F(GroundAndScreen, DrawForOneFrameInDepthOrder) {
 }
 
 TEST_F(GroundAndScreen, PutScreenCoversTheMiddleOfAClearedGround) {
-  host.call(ORB_region_define, 0, 10, 10, 4, 4); // counts for nothing here
+  host.call(ORB_region_define, 0, 10, 10, 4, 4); // has no effect here
   for (int32_t depth : {8, 16, 32}) {
     set_depth(depth);
     screen_color = 7;
@@ -358,7 +358,7 @@ TEST_F(GroundAndScreen, PutScreenCoversTheMiddleOfAClearedGround) {
   }
 }
 
-// Ground and screen must be told apart, so the screen is filled anew.
+// Refill the screen, so that it differs from the ground.
 TEST_F(GroundAndScreen, GetCopiesWhatBothHave) {
   for (int32_t depth : {8, 16, 32}) {
     set_depth(depth);
@@ -403,7 +403,7 @@ TEST_F(GroundAndScreen, CopyStretchesTheRegion) {
       const int32_t left = any(-20, 70), top = any(-20, 50);
       regions[3] = {left, left + any(-2, 60), top, top + any(-2, 50)};
       int32_t x = any(-30, 40), y = any(-30, 30), w = any(-1, 80), h = any(-1, 80);
-      if (i % 4 == 0) w = regions[3].x1 - regions[3].x0 + 1; // as it is, when it is inside
+      if (i % 4 == 0) w = regions[3].x1 - regions[3].x0 + 1; // unchanged size, when it is inside
       if (i % 16 == 1) x = far[random() % 4];
       if (i % 16 == 2) w = far[random() % 4];
       if (i % 16 == 3) x = INT32_MIN, w = INT32_MAX;
@@ -418,7 +418,7 @@ TEST_F(GroundAndScreen, CopyStretchesTheRegion) {
         uint32_t colour = pixel(to, k % to.width, k / to.width);
         if (x0 <= x1 && y0 <= y1 && column >= 0 && column < w && row >= 0 && row < h) {
           any_drawn = true;
-          // The source pixel under the middle of this one.
+          // The source pixel under the centre of this one.
           const auto sx = int64_t((double(column) + 0.5) * double(x1 - x0 + 1) / w) + x0;
           const auto sy = int64_t((double(row) + 0.5) * double(y1 - y0 + 1) / h) + y0;
           colour = pixel(*from, uint32_t(sx), uint32_t(sy));
@@ -466,7 +466,7 @@ screen_get_pixel 0 0 -> 0
   EXPECT_EQ(GetNumsBlitOnList(), 0);
 }
 
-// Every function of these families that takes only integers, with anything in their place.
+// Every function of these families that takes only integers, with arbitrary arguments.
 TEST_F(GroundAndScreen, AnyArgumentsAreTaken) {
   _draw_z_ = host.global("draw_z");
   _draw_visible_ = host.global("draw_visible");
@@ -494,7 +494,7 @@ TEST_F(GroundAndScreen, AnyArgumentsAreTaken) {
         const uint32_t kind = random() % 8;
         argument = kind == 0 ? extremes[random() % 7] : kind < 4 ? any(0, 5) : any(-20, 260);
       }
-      // Good ones where most of these functions have the graph, or more would be refused.
+      // Valid graph arguments for most of these functions; otherwise too many calls are refused.
       if (random() % 2 && arguments.size() > 1) {
         arguments[0] = 0;
         arguments[1] = code;
@@ -518,14 +518,14 @@ TEST_F(GroundAndScreen, AnyArgumentsAreTaken) {
 // ---- The screen colour -------------------------------------------------------------------------
 
 struct ScreenColour : Mode {
-  /// Opens a mode without the fades that would change the pixels.
+  /// Opens a mode without fades, which would change the pixels.
   void open(int32_t bpp) {
     constexpr int32_t window = 1, donotfade = 64;
     ASSERT_EQ(set(320, 200, bpp, window | donotfade), 1);
     while (*fading)
       ORB_mod_graphics2D_frame();
   }
-  /// A frame that restores only what the last one drew on, of which there is nothing.
+  /// A frame that restores only the zones of the last one, of which there are none.
   uint32_t corner_after_frame() {
     ORB_mod_graphics2D_frame();
     return uint32_t(host.call(ORB_screen_get_pixel, 0, 0));

@@ -41,7 +41,7 @@ TEST_F(HostCore, KeepsCopiesOfWhatWasRegistered) {
 TEST_F(HostCore, OneHostAtATime) {
   EXPECT_THROW(Host(), HostError);
   EXPECT_THROW(host.attach(fake::entry), HostError);
-  EXPECT_EQ(host.call("fk_sum", {1, 2}), 21); // the first is still served
+  EXPECT_EQ(host.call("fk_sum", {1, 2}), 21); // the first module still works
 }
 
 TEST_F(HostCore, ArgumentsAreFetchedLastFirstAndCanBePutBack) {
@@ -66,7 +66,7 @@ TEST_F(HostCore, CallsTheFormThatFits) {
   EXPECT_EQ(host.call_text("fk_name", {1}), "named");
   EXPECT_EQ(host.call("palette_load", {"x.pal"}), 1);
   EXPECT_EQ(fake::state().last_text, "x.pal");
-  EXPECT_EQ(host.call("palette_load", {5}), 1); // an int where a text is fetched: null
+  EXPECT_EQ(host.call("palette_load", {5}), 1); // an int fetched as a text gives null
   EXPECT_EQ(fake::state().last_text, "<null>");
 }
 
@@ -106,7 +106,7 @@ TEST_F(HostCore, CheckedCallsThrowWhatWasReported) {
     EXPECT_STREQ(error.what(), "fk_fail: failed");
   }
   EXPECT_THROW(checked_call(host, "fk_none"), HostError);
-  EXPECT_EQ(seen, 0); // the handler is left out, and back in its place afterwards
+  EXPECT_EQ(seen, 0); // the handler is disabled during its own call, and restored afterwards
   host.call("fk_load", {"bad"});
   EXPECT_EQ(seen, 1);
 }
@@ -150,7 +150,7 @@ TEST_F(HostCore, ProcessesKeepOrderAndIds) {
   EXPECT_EQ(host.processes().size(), 0u);
 }
 
-// The same random creations and deaths in a plain vector; ids of the recently dead stay unused.
+// The same random spawns and deaths in a plain vector; ids of recently dead processes stay unused.
 TEST_F(HostCore, ProcessListMatchesAVector) {
   std::uint32_t seed = 12345;
   const auto random = [&](std::uint32_t n) {
@@ -247,7 +247,7 @@ TEST_F(HostCore, FatalAndExitReachTheirHandlers) {
               "fatal error: no more");
 }
 
-// Pictures of a screen with known pixels, rows apart by more than their width.
+// Pictures of a screen with known pixels and padded rows.
 TEST_F(HostCore, PicturesConvertEveryDepth) {
   EXPECT_THROW(take_picture(host), HostError);
   orb_device2d device{};
@@ -316,7 +316,7 @@ TEST(HostDeclarations, LaysOutWordsInOrder) {
   EXPECT_EQ(layout.find("s")->word, 2u);
   EXPECT_EQ(layout.find("r")->kind, Declaration::Kind::record);
   EXPECT_EQ(layout.find("d")->word, 10u);
-  EXPECT_EQ(layout.find("u"), nullptr); // a field is no global
+  EXPECT_EQ(layout.find("u"), nullptr); // a field is not a global
 }
 
 TEST(HostDeclarations, RefusesMalformedTextsAndStaysAsItWas) {
@@ -365,7 +365,7 @@ TEST(HostFiles, LooksBesideTheScriptFirst) {
   EXPECT_EQ(files.resolve("/tmp/x", true), "/tmp/x");
   EXPECT_EQ(files.resolve("", false), std::nullopt);
   EXPECT_EQ(files.path(nullptr, false), nullptr);
-  // A resolved path means the same when it is resolved again.
+  // Resolving a resolved path changes nothing.
   EXPECT_EQ(files.resolve(files.path("here.txt", false), false), (folder / "here.txt").string());
   EXPECT_EQ(files.open("sub", ORB_OPEN_READ, nullptr), nullptr);
   EXPECT_EQ(files.open("absent.txt", ORB_OPEN_READ, nullptr), nullptr);
@@ -391,18 +391,18 @@ TEST_F(HostCore, StreamsReadWriteSeekAndKnowTheirEnd) {
   EXPECT_EQ(service.seek(in, 0, SEEK_SET), 0);
   EXPECT_EQ(service.read(buffer, 4, 2, 0, in), 1); // whole items only
   EXPECT_EQ(service.seek(in, 6, SEEK_SET), 0);
-  EXPECT_NE(service.at_end(in), 0); // before any read has failed
+  EXPECT_NE(service.at_end(in), 0); // set before any read fails
   EXPECT_NE(service.seek(in, 0, 77), 0);
   EXPECT_EQ(host.files().open_count(), 1u);
   service.close(in);
-  service.close(in); // a handle that is no longer one
+  service.close(in); // a closed handle
   EXPECT_EQ(service.read(buffer, 1, 1, 0, in), 0);
   EXPECT_NE(service.at_end(nullptr), 0);
   std::filesystem::remove(name);
 }
 
-// SDL's events reach keys and mouse; the pointer is told in pixels of the logical screen, here
-// half the size of the display.
+// SDL's events reach keys and mouse; the pointer is in pixels of the logical screen, here half the
+// size of the display.
 TEST_F(HostCore, TakesEventsAndScalesTheMouse) {
   ASSERT_EQ(SDL_InitSubSystem(SDL_INIT_VIDEO), 0) << SDL_GetError();
   ASSERT_NE(SDL_SetVideoMode(64, 48, 32, SDL_SWSURFACE), nullptr) << SDL_GetError();
@@ -445,7 +445,7 @@ TEST(HostInput, KnowsKeysByName) {
   for (const char *text : {"", "f0", "f16", "f01", "kp10", "nonsense", "kp"}) {
     EXPECT_EQ(input.key(text), std::nullopt) << text;
   }
-  // A tap between two frames is seen in one.
+  // A tap between two frames is visible in one.
   input.set_key(*Input::key_symbol("tab"), true);
   input.set_key(*Input::key_symbol("tab"), false);
   EXPECT_EQ(input.key("tab"), true);

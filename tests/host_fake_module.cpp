@@ -41,7 +41,7 @@ std::int32_t load() { // fk_load(S): reports 144 for anything but "good"
   return rt().rt_return(1);
 }
 
-std::int32_t outer() { // fk_outer(S): hands over to load()
+std::int32_t outer() { // fk_outer(S): calls load()
   const char *peeked = rt().rt_peek_string();
   const char *name = rt().rt_pop_string();
   rt().rt_unpop_params(1);
@@ -50,7 +50,7 @@ std::int32_t outer() { // fk_outer(S): hands over to load()
   return rt().rt_return(peeked == name ? inner + 100 : -1);
 }
 
-std::int32_t mixed() { // fk_mixed(I) and fk_mixed(S): the kind chooses
+std::int32_t mixed() { // fk_mixed(I) and fk_mixed(S): the argument's kind decides
   return rt().rt_return(rt().rt_peek_string() ? 2 : 1);
 }
 
@@ -98,7 +98,7 @@ std::int32_t palette() { // palette_load(I), which fetches a text
   return rt().rt_return(1);
 }
 
-// map_convert_palette(I,I,I), palette_set_colors(I,I,IP): look at the array, and change it
+// map_convert_palette(I,I,I), palette_set_colors(I,I,IP): read the array, and change it
 std::int32_t take_array(std::int32_t *array, std::int32_t count) {
   module_state.last_array.assign(array, array + count);
   std::fill_n(array, count, -1);

@@ -24,7 +24,7 @@ protected:
     host.init();
   }
 
-  // Plays a text to its end, or for so many frames; what it printed.
+  // Plays a text to its end, or for this many frames; returns the printed output.
   std::string play(const std::string &text, int frames = 100, ScriptOptions options = {}) {
     Script script(host, options);
     ::testing::internal::CaptureStdout();
@@ -39,7 +39,7 @@ protected:
     return ::testing::internal::GetCapturedStdout();
   }
 
-  // The message of the error that a text ends with.
+  // The message of the error that ends the text.
   std::string failure(const std::string &text, ScriptOptions options = {}) {
     try {
       play(text, 100, options);
@@ -72,7 +72,7 @@ TEST_F(HostScript, ChoosesTheFormByNumberAndKind) {
   EXPECT_THAT(failure("fk_size(table.unpack({}, 1, 200))"), HasSubstr("(nil, nil"));
   EXPECT_THAT(failure("fk_load(main)"), HasSubstr("(process)"));
   EXPECT_THAT(failure("fk_split(1, 2)"), HasSubstr("no form takes (number, number)"));
-  // A tail call still names the line.
+  // A tail call still reports the line.
   EXPECT_THAT(failure("local function f() return fk_load(1) end\nf()"), StartsWith("file.lua:"));
 }
 
@@ -165,7 +165,7 @@ TEST_F(HostScript, ReportsNameTheLineAndPlayGoesOn) {
             "file.lua:2: FK_LOAD: argument 1 (\"bad\"): not a MAP file, or deeper than the "
             "screen\n");
   EXPECT_EQ(fake::state().last_text, "good");
-  // Through a library's callback.
+  // Through a library callback.
   EXPECT_THAT(reports("\npcall(fk_load, 'bad')"), StartsWith("file.lua:2: FK_LOAD: "));
 }
 
@@ -175,7 +175,7 @@ TEST_F(HostScript, StrictStopsAtAReport) {
   EXPECT_THAT(failure("\nfk_load('bad')", strict),
               StartsWith("file.lua:2: FK_LOAD: argument 1 (\"bad\"): not a MAP file, or deeper "
                          "than the screen\nstack traceback:"));
-  EXPECT_EQ(failure("pcall(fk_load, 'bad')", strict), "no error"); // an error like any other
+  EXPECT_EQ(failure("pcall(fk_load, 'bad')", strict), "no error"); // caught like any other error
 }
 
 TEST_F(HostScript, ErrorsCarryATraceback) {
@@ -275,7 +275,8 @@ TEST_F(HostScript, ListsTheFilesOfAFolder) {
   const fs::path folder = fs::path(::testing::TempDir()) / "orb_list_folder";
   fs::remove_all(folder);
   fs::create_directories(folder / "folder");
-  for (const char *name : {"b", "a.png", "B", "\xC3\xA4", ".hidden"}) std::ofstream(folder / name);
+  for (const char *name : {"b", "a.png", "B", "\xC3\xA4", ".hidden"})
+    std::ofstream(folder / name);
   fs::create_symlink("nowhere", folder / "dangling");
   ScriptOptions options;
   options.arguments = {folder.string()};
@@ -334,7 +335,7 @@ TEST_F(HostScript, XgraphTakesATable) {
 }
 
 TEST_F(HostScript, TurnsComeInListOrder) {
-  // A process spawned in a turn has its first turn in the same frame, after all older ones.
+  // A process spawned during a turn has its first turn in the same frame, after all older ones.
   EXPECT_EQ(play("local function body(self, name)\n"
                  "  io.write(name, ' ') frame()\n"
                  "  if name == 'a' then spawn(body, nil, 'c') end\n"

@@ -1,4 +1,4 @@
-// The host's streams against plain references: layout, cipher, seeks, damage, and saving safely.
+// The host's streams against plain references: layout, cipher, seeks, damage, and safe saving.
 #include "host/cipher.h"
 #include "host/files.h"
 #include "host/host.h"
@@ -26,7 +26,7 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-// ChaCha20 as its description has it: the byte of the key stream at one position, block by block.
+// ChaCha20 from its description: the key stream byte at one position, block by block.
 class KeyStream {
 public:
   explicit KeyStream(const std::string &text) {
@@ -115,7 +115,7 @@ protected:
     EXPECT_TRUE(stream->at_end());
     files.close(stream);
   }
-  // All that can be read, in pieces of up to `piece`; the end must show beforehand.
+  // Reads everything, in pieces of up to `piece`; at_end must be set beforehand.
   Bytes load(int mode, std::size_t piece, const char *key = nullptr, bool cipher = false) {
     Bytes all, part(piece);
     Stream *stream = open(mode, key);
@@ -190,7 +190,7 @@ TEST_F(HostStreams, CompressedFilesKeepTheFirstEightBytes) {
   }
 }
 
-// Written in pieces, some through the cipher, and read from everywhere.
+// Written in pieces, some through the cipher, and read from random positions.
 TEST_F(HostStreams, SeeksReadWhatAPlainArrayHolds) {
   KeyStream key_stream("secret");
   for (const bool compressed : {false, true}) {
@@ -260,7 +260,7 @@ TEST_F(HostStreams, KeysMatter) {
   }
 }
 
-// Cut anywhere or with any byte changed, a compressed file never reads as a whole one.
+// Truncated anywhere or with any byte changed, a compressed file never reads as complete.
 TEST_F(HostStreams, DamagedFilesReadShort) {
   int harmless = 0;
   const auto check = [&](const Bytes &bytes, const Bytes &file, std::size_t from) {
@@ -281,7 +281,7 @@ TEST_F(HostStreams, DamagedFilesReadShort) {
         EXPECT_EQ(files.open(name.c_str(), ORB_OPEN_READ_COMPRESSED, nullptr), nullptr);
       } else if (at >= 16) { // the eight plain bytes have no checksum
         const Bytes found = load(ORB_OPEN_READ_COMPRESSED, 500);
-        // Bits that fill the last byte before the checksum may change.
+        // Padding bits in the last byte before the checksum may change.
         ASSERT_TRUE(found.size() != bytes.size() || found == bytes) << at;
         harmless += found == bytes;
       }
@@ -291,7 +291,7 @@ TEST_F(HostStreams, DamagedFilesReadShort) {
   bytes.resize(3000, 7);
   save(ORB_OPEN_WRITE_COMPRESSED, bytes);
   check(bytes, raw(), 0);
-  // An end that coincides with the end of an inflated piece.
+  // The end coincides with the end of an inflated piece.
   for (const std::size_t size : {65543, 65544, 65545}) {
     bytes = random_bytes(size, 2);
     save(ORB_OPEN_WRITE_COMPRESSED, bytes);
@@ -315,7 +315,7 @@ TEST_F(HostStreams, SavesWholeFilesOrNone) {
       losses.clear();
       return false;
     });
-    // Not closed, as when a program ends: nothing happens to the file.
+    // Never closed, as when a program exits: the file stays unchanged.
     save(ORB_OPEN_WRITE, {1});
     Files others;
     ASSERT_NE(others.open(name.c_str(), mode, nullptr), nullptr);
@@ -325,7 +325,7 @@ TEST_F(HostStreams, SavesWholeFilesOrNone) {
   }
 }
 
-// Small files, whose bytes all fit into a buffer, are lost only when they are closed.
+// Small files fit into a buffer and lose their bytes only on close.
 TEST_F(HostStreams, LostFilesAreFailedCalls) {
   orbhost::Host host;
   host.on_error = [](const orbhost::ErrorReport &) {};
@@ -339,7 +339,7 @@ TEST_F(HostStreams, LostFilesAreFailedCalls) {
   const struct {
     std::string function; // in capitals
     std::vector<orbhost::Argument> arguments;
-    std::size_t file; // among them
+    std::size_t file; // index of the file
   } calls[] = {{"MAP_SAVE", {0, graph, ""}, 2},      {"MAP_SAVE", {0, graph, "", 1, "key"}, 2},
                {"IMAGE_SAVE", {0, graph, "", 1}, 2}, {"FPG_SAVE", {0, ""}, 1},
                {"FPG_SAVE", {0, "", 1, "key"}, 1},   {"PALETTE_SAVE", {""}, 0}};

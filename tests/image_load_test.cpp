@@ -1,4 +1,4 @@
-// image_load: what a picture becomes as a graph at each depth, and what is left after a failure.
+// image_load: the graph a picture becomes at each depth, and the state after a failure.
 #include <cstring>
 
 #include <gtest/gtest.h>
@@ -32,7 +32,7 @@ struct ImageLoad : graphics_test {
   }
   int32_t load(const std::string &name) { return host.call(ORB_image_load, name.c_str()); }
 
-  /// Everything that a failed load must leave as it was.
+  /// Everything that a failed load must leave unchanged.
   struct registry_state {
     int32_t maps, count, marks;
     uint32_t memory, surfaces;
@@ -95,7 +95,7 @@ TEST_F(ImageLoad, TwoArgumentsAndNames) {
   const std::string name = put("back\\slash.png", truecolour(3, 3, false));
   EXPECT_EQ(host.call(ORB_image_load, name.c_str(), "key"), 1000);
   EXPECT_EQ(host.left_over(), 0u);
-  EXPECT_STREQ(slot(1000).name, "back\\slash.png"); // a '/' comes first
+  EXPECT_STREQ(slot(1000).name, "back\\slash.png"); // '/' takes precedence
   EXPECT_EQ(host.call(ORB_image_load, name.c_str(), nullptr), 1001);
 
   const std::string longest(250, 'n');
@@ -108,7 +108,7 @@ TEST_F(ImageLoad, TwoArgumentsAndNames) {
   std::filesystem::current_path("/");
 }
 
-// Longer names than a file system takes reach the registry through a host that maps names to paths.
+// Names too long for a file system reach the registry through a host that maps names to paths.
 TEST_F(ImageLoad, LongNamesAreCut) {
   static std::string real;
   real = put("a.png", truecolour(2, 2, false));
@@ -125,9 +125,9 @@ TEST_F(ImageLoad, PalettePicturesGetTheDepthOfTheScreen) {
   fill_picture(picture, 9, 5, random);
   for (uint16_t i = 0; i < 16; i++)
     picture.samples[i] = i;
-  // Visible, and as good as black at 16 bits; the one of them is what 8 bits have for a key.
+  // Visible, but rounds to black at 16 bits; the 1 becomes the key at 8 bits.
   picture.palette[0] = picture.palette[4] = {7, 3, 7};
-  for (bool alphas : {true, false}) // what the one had is forgotten for the other
+  for (bool alphas : {true, false}) // a stale alpha must not reach the other
     for (int32_t depth : {32, 16, 8}) {
       SCOPED_TRACE(std::to_string(depth) + (alphas ? " bits, with alphas" : " bits"));
       set_depth(depth);
@@ -196,7 +196,7 @@ TEST_F(ImageLoad, AForcedPaletteRemapsPicturesOfOtherPalettes) {
     moved += forced_palette_map[index] != index;
   }
   EXPECT_GT(moved, 10u);
-  // A truecolour picture arrives in the palette in force; a stale remapping must not touch it.
+  // A truecolour picture is converted to the palette in force; a stale remapping must not touch it.
   const png_picture rgb = truecolour(5, 5, false);
   ASSERT_EQ(load(put("rgb.png", rgb)), 1003);
   const uint32_t colour = rgb.argb(2, 2);
@@ -235,7 +235,7 @@ TEST_F(ImageLoad, FailuresReportOnceAndChangeNothing) {
   EXPECT_EQ(host.errors.size(), 1u);
 }
 
-// The header of some TGA files begins like that of a PCX file; what that reader refuses is theirs.
+// Some TGA headers begin like a PCX header; files the PCX reader refuses go to the TGA reader.
 TEST_F(ImageLoad, ARefusedFileGoesToTheNextProbe) {
   tga_file tga{.type = 1, .map = {0x112233, 0x445566}, .w = 3, .h = 2, .bits = 8};
   tga.id.resize(10);
@@ -247,7 +247,7 @@ TEST_F(ImageLoad, ARefusedFileGoesToTheNextProbe) {
   EXPECT_EQ(image_loaded[0], img_format_tga);
   EXPECT_EQ(pixel(*slot(1000).surface, 2, 1), 0x112233u);
   EXPECT_EQ(host.call(ORB_screen_load, path("id.tga").c_str()), 1);
-  // The probes that follow change nothing about what is reported, once.
+  // The probes that follow do not change the report, which is made once.
   tga.pixels.clear();
   write_file(path("id.tga"), tga.encode());
   EXPECT_EQ(load(path("id.tga")), INT32_MIN);
@@ -270,11 +270,10 @@ TEST_F(ImageLoad, AFullLibraryGrows) {
   EXPECT_EQ(load(name), 1007);
 }
 
-// ---- What other readers deliver: control points, 16-bit files, descriptions
-// ----------------------
+// ---- What other readers deliver: control points, 16-bit files, descriptions -----------------
 
 TEST_F(ImageLoad, AdoptsControlPointsAndDescriptions) {
-  for (int32_t depth : {16, 32}) { // adopted as it is, and through a conversion
+  for (int32_t depth : {16, 32}) { // adopted unchanged, and converted
     set_depth(depth);
     reset_image();
     image_w = 4;

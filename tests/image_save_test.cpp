@@ -1,5 +1,5 @@
-// image_save, save_pcx, load_pcx, unload_pcx and screen_load: reports, parameters, what comes back
-// from the files, and what other programs see in them.
+// image_save, save_pcx, load_pcx, unload_pcx and screen_load: reports, parameters, round trips, and
+// what other programs read.
 #include <cstring>
 #include <random>
 
@@ -17,8 +17,8 @@ struct ImageSave : graphics_test {
   std::mt19937 random{50};
 
   ImageSave() {
-    palette_loaded = 1; // pictures keep to the palette that the test has set
-    // A compressed stream that compresses nothing has eight bytes of the host's own in front.
+    palette_loaded = 1; // pictures keep the palette set by the test
+    // A stored compressed stream begins with eight bytes of the host's own.
     host.file.open = [](const char *name, int32_t open_mode, int32_t, const char *) -> void * {
       const bool writing = open_mode == ORB_OPEN_WRITE || open_mode == ORB_OPEN_WRITE_COMPRESSED;
       FILE *file = fopen(name, writing ? "wb" : "rb");
@@ -48,7 +48,7 @@ struct ImageSave : graphics_test {
     const auto *bytes = static_cast<const uint8_t *>(surface.pixels);
     return {bytes, bytes + surface.byte_size};
   }
-  /// "result: code FUNCTION kind position value", the reports in their order.
+  /// "result: code FUNCTION kind position value", the reports in order.
   std::string outcome(int32_t result) {
     std::string text = result == INT32_MIN ? "failed" : std::to_string(result);
     for (const fake_error &error : host.errors)
@@ -67,7 +67,7 @@ TEST_F(ImageSave, Reports) {
   const char *name = good.c_str(), *nowhere = bad.c_str();
   const auto save = [&](auto... arguments) {
     const int32_t result = host.call(ORB_image_save, arguments...);
-    EXPECT_EQ(image_data, nullptr); // the graph's pixels are its own
+    EXPECT_EQ(image_data, nullptr); // the graph keeps its own pixels
     return outcome(result);
   };
   const std::string failed_123 = "failed: 123 IMAGE_SAVE 1 3 ";
@@ -78,7 +78,7 @@ TEST_F(ImageSave, Reports) {
   EXPECT_EQ(save(0, max_map, name, 5), "failed: 110 IMAGE_SAVE 0 2 " + std::to_string(max_map));
   EXPECT_EQ(save(1, 1, name, 5), "failed: 111 IMAGE_SAVE 0 1 1");
   EXPECT_EQ(save(0, graph + 1, name, 5), "failed: 121 IMAGE_SAVE 0 2 " + std::to_string(graph + 1));
-  EXPECT_EQ(save(0, 0, name, 7, 2), "failed: 110 IMAGE_SAVE 0 2 0"); // the graph comes first
+  EXPECT_EQ(save(0, 0, name, 7, 2), "failed: 110 IMAGE_SAVE 0 2 0"); // the graph is checked first
   for (int32_t format : {0, 7, -1, INT32_MAX})
     EXPECT_EQ(save(0, graph, name, format), "failed");
   for (int32_t parameter : {-2, 2, INT32_MIN})
@@ -91,7 +91,7 @@ TEST_F(ImageSave, Reports) {
             std::string("failed: 123 SAVE_PCX 1 3 ") + nowhere);
   EXPECT_EQ(outcome(host.call(ORB_save_pcx, 0, 0, name)), "failed: 110 SAVE_PCX 0 2 0");
 
-  // A graph from before a change of the depth stays as it is, and isn't written.
+  // A graph from before a depth change stays unchanged and is not written.
   set_depth(16);
   for (int32_t format = 1; format <= 6; format++)
     EXPECT_EQ(save(0, graph, name, format), failed_123 + name);
@@ -99,7 +99,7 @@ TEST_F(ImageSave, Reports) {
             std::string("failed: 123 SAVE_PCX 1 3 ") + name);
 }
 
-// Every format at every depth: without a parameter and with each that is allowed.
+// Every format at every depth: without a parameter and with each allowed one.
 TEST_F(ImageSave, WhatIsSavedComesBack) {
   constexpr int32_t none = -100;
   for (int32_t depth : {8, 16, 32})
@@ -118,7 +118,7 @@ TEST_F(ImageSave, WhatIsSavedComesBack) {
                         : host.call(ORB_image_save, 0, graph, name.c_str(), format, parameter),
                     1);
           const int32_t again = host.call(ORB_image_load, name.c_str());
-          if (format == img_format_pcx && depth == 16) { // 24 bits, too deep for its reader
+          if (format == img_format_pcx && depth == 16) { // 24 bits, too deep for the reader
             EXPECT_EQ(outcome(again), "failed: 144 IMAGE_LOAD 1 1 " + name);
             continue;
           }
@@ -134,7 +134,7 @@ TEST_F(ImageSave, WhatIsSavedComesBack) {
           if (alpha && !kept)
             for (size_t i = 3; i < expected.size(); i += 4)
               expected[i] = 0;
-          if (format != img_format_jpeg) { // which loses some
+          if (format != img_format_jpeg) { // JPEG is lossy
             EXPECT_EQ(pixels_of(again), expected);
           }
           unload_graphs(-1, [](int32_t) { return true; });
@@ -143,7 +143,7 @@ TEST_F(ImageSave, WhatIsSavedComesBack) {
 }
 
 TEST_F(ImageSave, WholePicturesOrNone) {
-  const int32_t graph = make_graph(150, 120, true); // BMP and TGA files outgrow the buffer
+  const int32_t graph = make_graph(150, 120, true); // BMP and TGA files exceed the buffer
   for (int32_t format = img_format_bmp; format <= img_format_tga; format++) {
     SCOPED_TRACE("format " + std::to_string(format));
     safe_saves::expect_safe_saves(path("saves"), [&](const std::string &name) {
@@ -154,7 +154,7 @@ TEST_F(ImageSave, WholePicturesOrNone) {
   }
 }
 
-// A parameter that isn't given is 0, but for JPEG and PNG, whose libraries have defaults.
+// A missing parameter is 0, except for JPEG and PNG, whose libraries have defaults.
 TEST_F(ImageSave, ParametersReachTheWriters) {
   for (int32_t depth : {8, 16, 32})
     for (int32_t format = img_format_bmp; format <= img_format_tga; format++)
@@ -214,7 +214,7 @@ TEST_F(ScreenLoad, CoversTheGroundAndKeepsNothing) {
         set_depth(depth);
         palette_loaded = 1;
         const int32_t graph = make_graph(w, h, false);
-        // The pivot of a map may be anywhere.
+        // A map may have any pivot.
         slot(graph).surface->cpoints[0] = slot(graph).surface->cpoints[1] = 1;
         slot(graph).surface->cpoints[2] = slot(graph).surface->has_cpoints = 1;
         const std::string name = path("picture");
@@ -259,14 +259,14 @@ TEST_F(ScreenLoad, Reports) {
   EXPECT_EQ(load(text.c_str()), "failed: 143 SCREEN_LOAD 1 1 " + text);
   EXPECT_EQ(load(missing.c_str(), "key"), "failed: 143 SCREEN_LOAD 1 1 " + missing);
   EXPECT_EQ(load(nullptr), "failed: 143 SCREEN_LOAD 1 1 ");
-  EXPECT_EQ(load(cut.c_str()), "failed: 144 IMAGE_LOAD 1 1 " + cut); // recognised, but broken
+  EXPECT_EQ(load(cut.c_str()), "failed: 144 IMAGE_LOAD 1 1 " + cut); // recognised, but damaged
   EXPECT_EQ(pixel(*ground, 32, 24), 3u);
   EXPECT_EQ(maps_loaded, 1);
 }
 
 // ---- Other programs
 
-/// The R, G, B, A bytes that ImageMagick finds in a file; empty without ImageMagick.
+/// The R, G, B, A bytes that ImageMagick reads from a file; empty without ImageMagick.
 file_bytes seen_by_imagemagick(const std::string &name) {
   const std::string program = "env -u LD_LIBRARY_PATH convert ";
   if (system((program + "-version 2>/dev/null | grep -q ImageMagick").c_str()) != 0) return {};
@@ -289,7 +289,7 @@ TEST_F(ImageSave, OtherProgramsSeeTheSame) {
       ASSERT_EQ(seen.size(), 37u * 20 * 4);
       set_depth(32);
       reset_image();
-      // Lossy files are compared with what we read ourselves.
+      // Lossy files are compared with our own reader.
       ASSERT_EQ(codec_for(image_format(format))->load(file.c_str(), nullptr), 1);
       for (uint32_t i = 0; i < 37 * 20; i++) {
         uint32_t expected = 0;

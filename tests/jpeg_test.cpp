@@ -1,5 +1,5 @@
-// The JPEG reader and writer: files made by other programs, profiles in pieces, files that are
-// broken or built to take for ever, and what libjpeg itself makes of ours.
+// The JPEG reader and writer: files of other programs, split profiles, damaged files and files
+// built to take forever, and libjpeg's view of the written ones.
 #include <csetjmp>
 #include <cstring>
 #include <functional>
@@ -44,7 +44,7 @@ uint32_t largest_difference(uint32_t a, uint32_t b) {
 }
 
 TEST_F(JpegReader, OtherProgramsFiles) {
-  // Decoders may round by one; CMYK is rounded twice, and a profile's table more often.
+  // Decoders may differ by one; CMYK rounds twice, and a profile's table more often.
   const struct {
     const char *name;
     uint32_t tolerance;
@@ -135,9 +135,9 @@ TEST_F(JpegReader, ProbesByTheFirstThreeBytes) {
 
 // ---- Broken files
 
-// The end-of-image marker may be missing where nothing else is, which can't be told of a picture
-// in several scans. A profile costs tens of milliseconds a time: of such a picture's pixels only
-// some prefixes are taken.
+// Only the end-of-image marker may be missing, and a picture in several scans does not show whether
+// more is. A profile costs tens of milliseconds per load, so only some prefixes of such a picture's
+// pixels are tested.
 TEST_F(JpegReader, EveryPrefixIsRefusedQuietly) {
   testing::internal::CaptureStderr();
   for (const char *name : {"pillow_rgb", "netpbm_rgb_restart", "pillow_rgb_progressive",
@@ -150,7 +150,7 @@ TEST_F(JpegReader, EveryPrefixIsRefusedQuietly) {
       const bool profile = strstr(name, "icc") != nullptr;
       for (size_t size = 0; size <= whole.size(); size++) {
         const bool good = size >= (scans ? marker + 1 : marker);
-        if (scans && size == marker + 1) continue; // half a marker: either will do
+        if (scans && size == marker + 1) continue; // half a marker: either result is correct
         if (profile && size > whole.size() - 600 && size < marker && size % 64) continue;
         ASSERT_EQ(load({whole.begin(), whole.begin() + ptrdiff_t(size)}), good)
             << name << ", " << size << " of " << whole.size();
@@ -180,13 +180,13 @@ TEST_F(JpegReader, DamagedFilesNeverDoHarm) {
         continue;
       }
       read++;
-      volatile uint8_t touched = 0; // every byte that was promised is there
+      volatile uint8_t touched = 0; // every promised byte is accessible
       for (size_t b = 0; b < pixels() * size_t(image_bpp / 8); b++)
         touched = index(b);
       (void)touched;
     }
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-  // Both ways were taken, or the test says nothing.
+  // Both outcomes must occur, or the test proves nothing.
   EXPECT_GT(read, 300);
   EXPECT_GT(refused, 300);
 }
@@ -247,7 +247,7 @@ file_bytes reference_file(const std::vector<uint32_t> &colours, uint32_t w, uint
   return file;
 }
 
-// White goes into next to nothing there, so that no size is too short; only a big claim is.
+// White compresses to next to nothing there, so no size is too short; only a large claim is.
 TEST_F(JpegReader, ArithmeticCoding) {
 #if !defined(C_ARITH_CODING_SUPPORTED) || !defined(D_ARITH_CODING_SUPPORTED)
   GTEST_SKIP() << "this libjpeg has none";
@@ -282,9 +282,9 @@ TEST_F(JpegReader, ScansWithoutEndAreRefused) {
   }
 }
 
-// ---- Profiles in pieces
+// ---- Split profiles
 
-/// `file` with these segments behind its start marker.
+/// `file` with these segments inserted after its start marker.
 file_bytes with_segments(const file_bytes &file, const std::vector<file_bytes> &segments) {
   file_bytes out(file.begin(), file.begin() + 2);
   for (const file_bytes &segment : segments) {
@@ -302,7 +302,7 @@ file_bytes icc_segment(uint8_t number, uint8_t count, const file_bytes &part) {
   return out;
 }
 
-/// The profile in `count` segments of about equal size.
+/// The profile in `count` segments of roughly equal size.
 std::vector<file_bytes> cut(const file_bytes &profile, size_t count) {
   std::vector<file_bytes> segments;
   for (size_t i = 0; i < count; i++)
@@ -313,7 +313,7 @@ std::vector<file_bytes> cut(const file_bytes &profile, size_t count) {
   return segments;
 }
 
-/// What jpeg_icc_read_profile finds in a file; empty for no profile.
+/// The profile that jpeg_icc_read_profile finds in a file; empty for none.
 file_bytes profile_of(const file_bytes &file) {
   jpeg_decompress_struct info{};
   jpeg_error_mgr errors;
@@ -358,12 +358,12 @@ TEST_F(JpegProfile, PiecesAtOddsAreNone) {
   const std::vector<std::vector<file_bytes>> rows = {
       {icc_segment(1, 2, some)}, // one is missing
       {icc_segment(2, 2, some)},
-      {icc_segment(1, 2, some), icc_segment(1, 2, some)}, // twice the same
-      {icc_segment(1, 2, some), icc_segment(2, 3, some)}, // how many?
+      {icc_segment(1, 2, some), icc_segment(1, 2, some)}, // a duplicate
+      {icc_segment(1, 2, some), icc_segment(2, 3, some)}, // contradictory counts
       {icc_segment(0, 1, some)},
       {icc_segment(1, 0, some)},
       {icc_segment(2, 1, some)},
-      {icc_segment(1, 1, {})}, // nothing in it
+      {icc_segment(1, 1, {})}, // empty
       {file_bytes{'I', 'C', 'C', '_', 'P', 'R', 'O', 'F', 'I', 'L', 'E', 0, 1}},
   };
   for (size_t i = 0; i < rows.size(); i++)
@@ -381,7 +381,7 @@ TEST_F(JpegProfile, ConvertsInks) {
   const std::vector<uint32_t> converted = picture(data("pillow_cmyk_icc.jpg"));
   EXPECT_NE(plain, converted);
   EXPECT_EQ(picture(with_segments(bare, cut(inks, 5))), converted);
-  // A profile that LittleCMS can't take, or not for this: as if there were none.
+  // A profile that LittleCMS cannot read or use is ignored.
   file_bytes broken = inks;
   broken.resize(200);
   EXPECT_EQ(picture(with_segments(bare, cut(broken, 1))), plain);
@@ -405,7 +405,7 @@ TEST_F(JpegWriter, FilesAreWhatLibjpegMakesOfTheColours) {
       image_w = int32_t(w);
       image_h = int32_t(h);
       image_bpp = depth;
-      image_alphachannel = parameter & 1; // makes no difference
+      image_alphachannel = parameter & 1; // has no effect
       std::vector<uint32_t> colours(w * h);
       for (size_t i = 0; i < colours.size(); i++) {
         const uint32_t value = uint32_t(random());
@@ -426,7 +426,7 @@ TEST_F(JpegWriter, FilesAreWhatLibjpegMakesOfTheColours) {
     }
 }
 
-// libjpeg gives them up when the file is already open.
+// libjpeg rejects them when the file is already open.
 TEST_F(JpegWriter, PicturesThatAJpegFileCantSayAreFailures) {
   const std::string name = path("kept.jpg");
   write_file(name, {'k', 'e', 'p', 't'});

@@ -1,4 +1,4 @@
-// Graph libraries in memory: numbers handed out, new graphs, copies, counts to the byte.
+// Graph libraries in memory: numbering, new graphs, copies, exact counts.
 #include <gtest/gtest.h>
 
 #include "graph_files.h"
@@ -13,8 +13,8 @@ TEST_F(Library, NumbersAndLibraryZero) {
   ASSERT_EQ(host.call(ORB_fpg_new_map, 0, 7, 2, 2), 7);
   EXPECT_EQ(contents(0), "2 graphs, 1232 bytes: 7 1000");
   EXPECT_EQ(ask(ORB_fpg_exists, 0), "0");
-  EXPECT_EQ(ask(ORB_fpg_unload, 0), "0"); // not in use: nothing goes
-  EXPECT_EQ(ask(ORB_fpg_new), "0");       // takes it, and its graphs below 1000
+  EXPECT_EQ(ask(ORB_fpg_unload, 0), "0"); // not in use: nothing is freed
+  EXPECT_EQ(ask(ORB_fpg_new), "0");       // takes number 0, with its graphs below 1000
   EXPECT_EQ(contents(0), "1 graphs, 632 bytes: 1000");
   for (int32_t number = 1; number < 6; ++number)
     EXPECT_EQ(ask(ORB_fpg_new), std::to_string(number));
@@ -27,7 +27,7 @@ TEST_F(Library, NumbersAndLibraryZero) {
   disk.files["g.fpg"] = fpg_file(32, three_graphs(32));
   ASSERT_EQ(host.call(ORB_fpg_new_map, 0, 8, 2, 2), 8);
   EXPECT_EQ(ask(ORB_fpg_unload, 0), "1");
-  EXPECT_EQ(contents(0), "1 graphs, 1248 bytes: 1000"); // the total stays as it was
+  EXPECT_EQ(contents(0), "1 graphs, 1248 bytes: 1000"); // the total is unchanged
   EXPECT_EQ(answer(load("g.fpg")), "0");
   EXPECT_EQ(contents(0), "4 graphs, " + std::to_string(632 + 3 * 616 + 4 * 12 + 4 * (6 + 1 + 20)) +
                              " bytes: 1 12 999 1000");
@@ -90,7 +90,8 @@ TEST_F(Library, CopiesAndClones) {
   EXPECT_EQ(slot_of(2, 50).id, 1u);
   EXPECT_STREQ(slot_of(2, 50).name, "one.map");
   EXPECT_EQ(contents(2), "1 graphs, 692 bytes: 50");
-  EXPECT_EQ(ask(ORB_fpg_add_map, 2, 50, 1, 12), "50"); // counts and memory of the former one go
+  EXPECT_EQ(ask(ORB_fpg_add_map, 2, 50, 1, 12),
+            "50"); // subtracts the former graph's count and memory
   EXPECT_EQ(contents(2), "1 graphs, 636 bytes: 50");
   const int32_t loose = host.call(ORB_map_new, 2, 2);
   EXPECT_EQ(ask(ORB_fpg_add_map, 0, 5, 0, loose), "5"); // loose graphs of library 0 may
@@ -113,13 +114,13 @@ TEST_F(Library, CopiesAndClones) {
   EXPECT_EQ(contents(4), "1 graphs, 632 bytes: 5");
   EXPECT_EQ(ask(ORB_fpg_clone, -1), "failure: 109 FPG_CLONE 1 -1");
   EXPECT_EQ(ask(ORB_fpg_clone, 8), "failure: 109 FPG_CLONE 1 8");
-  // Deeper than the screen: refused, and nothing stays.
+  // Deeper than the screen: refused, and nothing remains.
   set_depth(16);
   const registry_state before = state();
   EXPECT_EQ(ask(ORB_fpg_clone, 1), "failure: 100 CLONE_FPG 1 1");
   EXPECT_EQ(ask(ORB_fpg_add_map, 2, 50, 1, 1), "failure: 100 FPG_ADD_MAP 1 2");
   EXPECT_EQ(state(), before);
-  // Library 0 gives its graphs even while its number is free.
+  // Library 0 supplies its graphs even while its number is free.
   EXPECT_EQ(ask(ORB_fpg_unload, 0), "1");
   ASSERT_EQ(ask(ORB_fpg_new_map, 0, 9, 1, 1), "9");
   EXPECT_EQ(ask(ORB_fpg_clone, 0), "5");
@@ -190,7 +191,7 @@ TEST_F(Library, QuestionsAndSingleGraphs) {
   EXPECT_EQ(ask(ORB_fpg_exists, 4), "0");
   EXPECT_EQ(ask(ORB_fpg_unload, 1), "1");
   EXPECT_EQ(ask(ORB_fpg_get_nummaps, 1), "0");
-  EXPECT_EQ(ask(ORB_fpg_get_memoryusage, 1), std::to_string(615400 - 616)); // as it was
+  EXPECT_EQ(ask(ORB_fpg_get_memoryusage, 1), std::to_string(615400 - 616)); // unchanged
 }
 
 #if defined(__has_feature)
@@ -199,13 +200,14 @@ TEST_F(Library, QuestionsAndSingleGraphs) {
 #endif
 #endif
 
-// Big graphs, so that it is their pixels that find no memory. Streams without an end deliver them.
+// Big graphs, so that the pixels are what runs out of memory. Endless streams deliver them.
 TEST_F(Library, NoMemory) {
 #ifdef ORB_UNDER_ASAN
   GTEST_SKIP() << "the sanitizer's allocator doesn't fail";
 #else
   constexpr rlim_t little = 1 << 20,
-                   some = 24 << 20; // some: 16 MB of indices, but not their colours
+                   some =
+                       24 << 20; // "some" is enough for 16 MB of indices, but not for their colours
   stored_graph graph{8, 4096, 4096, 5, "", "", {{1, 1}}, false, {1}};
   disk.files["8.map"] = map_file(graph);
   disk.files["8.fpg"] = fpg_file(8, {graph});

@@ -98,7 +98,7 @@ TEST_F(Lifecycle, FrameExchangesGlobals) {
   orbhost::Host host;
   host.attach(ORB_mod_graphics2D_MainLibraryExports);
   host.init();
-  // Seen by an operation in the middle of the frame.
+  // As an operation sees it in the middle of the frame.
   static int32_t seen_vsync, seen_global;
   device2D.ORBGI2D_Blit = [](__ORBBlit2D__ *request) {
     seen_vsync = vsync;
@@ -120,7 +120,7 @@ TEST_F(Lifecycle, FrameExchangesGlobals) {
     EXPECT_EQ(host.global("vsync"), kept);
     EXPECT_EQ(host.global("fps"), 31);
   }
-  // This frame's types become the former ones.
+  // This frame's types become the previous ones.
   host.global("dump_type") = 0;
   host.global("restore_type") = -1;
   host.frame();
@@ -145,7 +145,7 @@ TEST_F(Lifecycle, BusyRendererDropsTheFrame) {
   host.process_services.proc_first = [](int32_t zero) { return ++scanned, proc_first(zero); };
 
   host.renderer_busy = 1;
-  device2D.GetAndUpdateBlitList(); // somebody's request: dropped as well
+  device2D.GetAndUpdateBlitList(); // a foreign request: dropped as well
   host.begin_frame();
   host.renderer_busy = 1;
   host.end_frame();
@@ -159,7 +159,7 @@ TEST_F(Lifecycle, BusyRendererDropsTheFrame) {
   EXPECT_EQ(drawn, 1);
   EXPECT_EQ(presented, 1);
   EXPECT_EQ(scanned, 1);
-  // Without its list the frame is skipped, but for the exchange of globals.
+  // Without its list the frame is skipped, except for the exchange of globals.
   device2D.UseBlitList = [](int32_t) { return 0; };
   host.global("vsync") = 9;
   host.frame();
@@ -168,7 +168,7 @@ TEST_F(Lifecycle, BusyRendererDropsTheFrame) {
   VID_DrawFrame = former_present;
 }
 
-/// A process on the screen, at every depth, in ten lives of the module.
+/// A process on the screen, at every depth, over ten lives of the module.
 TEST_F(Lifecycle, TenLives) {
   for (int32_t life = 0; life < 10; ++life) {
     const int32_t depth = life % 3 == 0 ? 8 : life % 3 == 1 ? 16 : 32;
@@ -186,7 +186,7 @@ TEST_F(Lifecycle, TenLives) {
     process->locals->graph = graph;
     process->locals->x = 50;
     process->locals->y = 40;
-    // Until the fade-in is over; at 16 and 32 bits it recolours the screen.
+    // Until the fade-in ends; at 16 and 32 bits it recolours the screen.
     for (int32_t frame = 0; frame < 20; ++frame)
       host.frame();
     EXPECT_EQ(host.global("fading"), 0);
@@ -204,7 +204,7 @@ TEST_F(Lifecycle, TenLives) {
   EXPECT_TRUE(fatals.empty());
 }
 
-/// Should a host go on after a fatal report, frames and release do nothing bad.
+/// When a host continues after a fatal report, frames and release do no harm.
 TEST_F(Lifecycle, FailedInit) {
   orbhost::Host host;
   host.attach(ORB_mod_graphics2D_MainLibraryExports);
@@ -215,11 +215,11 @@ TEST_F(Lifecycle, FailedInit) {
   host.on_exit = [](int32_t) {};
   host.on_message = [](const std::string &, const std::string &) {};
   SDL_QuitSubSystem(SDL_INIT_VIDEO);
-  host.init(); // SDL's driver is chosen in here
+  host.init(); // init chooses SDL's driver
   host.release();
   fatals.clear();
 
-  // A driver that SDL doesn't have.
+  // A driver that SDL lacks.
   setenv("SDL_VIDEODRIVER", "nothing of the kind", 1);
   ORB_mod_graphics2D_init();
   ASSERT_FALSE(fatals.empty());

@@ -1,4 +1,4 @@
-// What map blits draw, and where real points lie, against blit requests made by hand.
+// What map blits draw, and where real points lie, against hand-made blit requests.
 #include <cmath>
 #include <numbers>
 
@@ -22,8 +22,8 @@ orb_blit_operation *operation_for(bool turned, bool scaled, bool sheared) {
   return scaled ? ORBGI2D_BlitScale : ORBGI2D_Blit;
 }
 
-/// Whether scaling comes last. Then geometry takes the far pixel off before it is enlarged, and the
-/// picture is drawn smaller than points say, by up to a pixel of the graph.
+/// Whether scaling comes last. Then geometry subtracts the far pixel before scaling, and the
+/// picture is drawn smaller than the points say, by up to one graph pixel.
 bool scaled_last(const orb_locals &l) {
   const std::string &order = orders[l.tfmorder];
   const bool turned = l.angle % 360000 != 0, sheared = l.shear_x || l.shear_y;
@@ -32,7 +32,7 @@ bool scaled_last(const orb_locals &l) {
   return !turned_later && !(sheared && order.find('h') > order.find('s'));
 }
 
-/// Where a point lands, transform by transform in the order of the letters.
+/// Where a point lands, transform by transform in letter order.
 std::pair<double, double> transformed(double u, double v, const orb_locals &l) {
   const double turn = -l.angle * std::numbers::pi / 180000;
   const double sx = (l.size != 100 ? l.size : l.size_x) / 100.0;
@@ -96,7 +96,7 @@ TEST_F(MapBlits, RealPointsLieWhereTheFrameDrawsThem) {
     }
     EXPECT_EQ(memcmp(&before, &l, sizeof l), 0);
 
-    // The marked pixel, now some pixels wide, is drawn between them.
+    // The marked pixel, now several pixels wide, is drawn between them.
     ORBGI2D_BlitFill(ground, 0, 0);
     __ORBBlit2D__ request{};
     request.src = graph;
@@ -134,7 +134,7 @@ TEST_F(MapBlits, RealPointsFollowDirectionGraphs) {
   const orb_locals before = *process.locals;
   int32_t x = 0, y = 0;
   ASSERT_EQ(host.call(ORB_map_get_realcpoint, std::bit_cast<int32_t>(&process), 1, &x, &y), 1);
-  EXPECT_EQ(x, 100 - (7 - 4)); // mirrored, but not turned
+  EXPECT_EQ(x, 100 - (7 - 4)); // mirrored, but not rotated
   EXPECT_EQ(y, 1 - 3);
   EXPECT_EQ(memcmp(&before, process.locals, sizeof before), 0);
 }
@@ -143,7 +143,7 @@ TEST_F(MapBlits, RealPointsFollowDirectionGraphs) {
 
 enum function_under_test { put_, xput_, xxput_, block_, tile_, apply_fx_ };
 
-// Every form of every function against the request that it stands for.
+// Every form of every function against its equivalent request.
 TEST_F(MapBlits, BlitsAreTheRequestsTheyStandFor) {
   int drawn = 0;
   for (int32_t round = 0; round < 3000; round++) {
@@ -185,7 +185,7 @@ TEST_F(MapBlits, BlitsAreTheRequestsTheyStandFor) {
       a.insert(a.end(), {int32_t(r.fxcolor), r.fxintensity});
     };
     const auto sizes = [&] { return random() % 3 ? between(20, 300) : 100; };
-    // What map_put and map_xput leave as they were must not matter.
+    // State that map_put and map_xput leave unchanged must not matter.
     bltGraphics2D.fxcolor = 0x1234;
     bltGraphics2D.fxintensity = 77;
     int32_t (*handler)() = nullptr;
@@ -266,7 +266,7 @@ TEST_F(MapBlits, BlitsAreTheRequestsTheyStandFor) {
   EXPECT_GT(drawn, 1500);
 }
 
-// The device record's operations are called, and no other than the transform needs.
+// Only the device record's operation for the transform is called.
 TEST_F(MapBlits, TransformsChooseTheirOperation) {
   put(0, 1000, noise(10, 10));
   put(0, 1001, noise(5, 5));

@@ -1,4 +1,4 @@
-// MAP files: their bytes, what becomes of them at each depth, and every way in which they fail.
+// MAP files: their bytes, loading at each depth, and every way to fail.
 #include <gtest/gtest.h>
 
 #include "formats/codec.h"
@@ -12,7 +12,7 @@ struct MapFile : graph_file_test {
   int32_t load(const char *name) { return host.call(ORB_map_load, name); }
   std::string save(int32_t code, const char *name) { return ask(ORB_map_save, 0, code, name); }
 
-  /// A graph of 3 x 2 pixels at the screen's depth as the file of that name holds it.
+  /// A graph of 3 x 2 pixels at the screen's depth, as the file of that name holds it.
   stored_graph small_graph(int depth) const {
     return {depth, 3, 2, 42, "a ship", "ship.map", {{1, 0}, {65535, 65535}, {2, 7}}, true, {}};
   }
@@ -39,7 +39,7 @@ TEST_F(MapFile, BytesAtEveryDepth) {
     EXPECT_EQ(loaded.memory_usage, 604u + 2 * 12 + 6u * uint32_t(depth) / 8);
     EXPECT_EQ(image_loaded[code - 1000], img_format_map);
     EXPECT_EQ(save(code, "out.map"), "1");
-    EXPECT_EQ(disk.files["out.map"], file) << depth; // at 8 bits its palette is in force
+    EXPECT_EQ(disk.files["out.map"], file) << depth; // at 8 bits with the palette in force
   }
 }
 
@@ -49,7 +49,7 @@ TEST_F(MapFile, ThePaletteAndTheOldLayout) {
   stored_graph graph = small_graph(8);
   graph.points.clear();
   graph.alpha = false;
-  graph.description = std::string(40, 'd'); // more than the old layout takes
+  graph.description = std::string(40, 'd'); // longer than the old layout holds
   disk.files["old.map"] = map_file(graph, 3, true);
   const int32_t code = load("old.map");
   ASSERT_EQ(code, 1000);
@@ -83,7 +83,7 @@ TEST_F(MapFile, ThePointsThatAreWritten) {
     surface.cpoint_last = uint32_t(points.size() / 3 - 1);
     surface.has_cpoints = defined;
   };
-  // Every record as it is, defined or not.
+  // Every record unchanged, defined or not.
   set_points(plain, {1, 1, 0, 65535, 9, 0, 70000, uint32_t(-3), 1}, 1);
   EXPECT_EQ(points_in_file(plain), "3 1 1 65535 9 4464 65533 ");
   EXPECT_EQ(load("p.map"), 1002);
@@ -91,7 +91,7 @@ TEST_F(MapFile, ThePointsThatAreWritten) {
   EXPECT_EQ(points_in_file(1002), "3 1 1 65535 9 4464 65533 ");
   set_points(plain, {1, 1, 0, 9, 9, 0}, 0);
   EXPECT_EQ(points_in_file(plain), "0 ");
-  // More than the word can announce.
+  // More than the count word can hold.
   std::vector<uint32_t> many;
   for (uint32_t i = 0; i < 5000; ++i)
     many.insert(many.end(), {i, i + 1, 1});
@@ -140,7 +140,7 @@ TEST_F(MapFile, PalettesAreAdoptedForcedAndToldApart) {
   ASSERT_EQ(load("1.map"), 1000);
   EXPECT_TRUE(palette_loaded && palette_update && fake_ghost_table && force_sys_fnt);
   ASSERT_EQ(load("2.map"), 1001);
-  EXPECT_EQ(bytes_of(*slot(1001).surface), graph.pixels); // nothing forced: as it is
+  EXPECT_EQ(bytes_of(*slot(1001).surface), graph.pixels); // nothing forced: unchanged
   EXPECT_EQ(palette->colours[1].b, component(5, 1) * 4);
 
   ASSERT_EQ(host.call(ORB_palette_force, "1.map"), 1);
@@ -203,7 +203,7 @@ TEST_F(MapFile, CompressedAndEncipheredStreams) {
           ASSERT_GE(back, 1000) << answer(back);
           EXPECT_EQ(bytes_of(*slot(back).surface), pixels_of(graph));
           EXPECT_EQ(points_of(*slot(back).surface), points_of(*slot(code).surface));
-          // The universal loader takes the same ways.
+          // The universal loader supports the same streams.
           EXPECT_GE(host.call(ORB_image_load, "s.map", key), 1000);
         }
         disk.largest_piece = INT32_MAX;
@@ -211,12 +211,12 @@ TEST_F(MapFile, CompressedAndEncipheredStreams) {
         EXPECT_EQ(answer(load("s.map")), "failure: 194 MAP_LOAD 1 's.map'");
         EXPECT_EQ(answer(load("s.map", "")), "failure: 194 MAP_LOAD 1 's.map'");
         EXPECT_EQ(ask(ORB_image_load, "s.map"), "failure: 144 IMAGE_LOAD 1 's.map'");
-        EXPECT_EQ(ORB_CheckMAPHeader("s.map", nullptr), 1); // the probe doesn't judge
+        EXPECT_EQ(ORB_CheckMAPHeader("s.map", nullptr), 1); // the probe does not check it
         const int32_t noise = load("s.map", "other");
         ASSERT_GE(noise, 1000) << answer(noise);
         EXPECT_NE(bytes_of(*slot(noise).surface), pixels_of(graph));
       }
-    // An empty key opens a file whose check is plain, and then the pixels are plain too.
+    // An empty key opens a file whose check is plain, and its pixels are plain too.
     disk.files["e.map"] = byte_builder{}.raw(ge).raw(check).raw(plain).bytes;
     const int32_t back = load("e.map", "");
     ASSERT_GE(back, 1000) << answer(back);
@@ -270,7 +270,7 @@ TEST_F(MapFile, EveryFailingCall) {
     reset_image();
     disk.failing_call = INT_MAX;
     // The file is opened, rewound or reopened, and read in few pieces: markers (3), magic, header,
-    // control-point word, points, pixels; the second opening has a report of its own.
+    // control-point word, points, pixels; the second open has its own report.
     EXPECT_EQ(errors[143], 1) << name;
     EXPECT_EQ(errors[105], name[0] == 'c') << name;
     EXPECT_LT(errors[144], 12) << name;
@@ -286,7 +286,7 @@ TEST_F(MapFile, EveryFailingCall) {
   }
 }
 
-// A small file can claim 16 GB; nothing is allocated for it where its end can be seen.
+// A small file can claim 16 GB; when its end is visible, nothing is allocated.
 TEST_F(MapFile, HugeClaims) {
   stored_graph graph{32, 4, 4, 1, "", "", {}, false, {}};
   const auto claim = [&](uint32_t w, uint32_t h, const char *name) {
@@ -297,12 +297,13 @@ TEST_F(MapFile, HugeClaims) {
     disk.largest_read = 0;
     return answer(load(name));
   };
-  EXPECT_EQ(claim(65535, 65535, "h.map"), "failure: 100 MAP_LOAD 1 'h.map'"); // no surface's size
+  EXPECT_EQ(claim(65535, 65535, "h.map"),
+            "failure: 100 MAP_LOAD 1 'h.map'"); // an impossible surface size
   EXPECT_EQ(claim(20000, 20000, "h.map"), "failure: 144 MAP_LOAD 1 'h.map'");
   EXPECT_LT(disk.largest_read, 1000);
   EXPECT_EQ(claim(0, 4, "h.map"), "failure: 100 MAP_LOAD 1 'h.map'");
   EXPECT_EQ(claim(4, 0, "h.map"), "failure: 100 MAP_LOAD 1 'h.map'");
-  // A host that can't seek there delivers what it has.
+  // A host that cannot seek there delivers what it has.
   graph.w = graph.h = 600;
   disk.files["big.map"] = map_file(graph);
   for (const bool seekable : {true, false}) {
@@ -332,7 +333,8 @@ TEST_F(MapFile, ReportsOfLoadingSavingAndCloning) {
   EXPECT_EQ(ask(ORB_map_clone, 0, max_map), "failure: 110 MAP_CLONE 2 1256");
   EXPECT_EQ(ask(ORB_map_clone, 0, 5), "failure: 121 MAP_CLONE 2 5");
   EXPECT_TRUE(disk.files.contains("none.map") && !disk.files.contains("o"));
-  // Made before a mode change: upward a copy is converted, downward it is refused; savers refuse.
+  // Made before a mode change: going up, a copy is converted, going down, it is refused; savers
+  // refuse.
   set_depth(32);
   EXPECT_EQ(ask(ORB_map_save, 0, 1000, "o"), "failure: 123 MAP_SAVE 3 'o'");
   EXPECT_EQ(ask(ORB_image_save, 0, 1000, "o", img_format_map), "failure: 123 IMAGE_SAVE 3 'o'");
@@ -367,7 +369,7 @@ TEST_F(MapFile, ClonesCountWhatTheirSourceCounts) {
   EXPECT_EQ(state().counts[0] - before.counts[0], 1);
   EXPECT_EQ(state().maps - before.maps, 1);
   EXPECT_EQ(image_loaded[code - 1000], 1);
-  // The source stands in slots that move when the library grows for the copy.
+  // The source's slots move when the library grows for the copy.
   while (GetMAPCode(0) < 1256)
     ASSERT_GE(host.call(ORB_map_new, 1, 1), 0);
   ASSERT_EQ(host.call(ORB_map_clone, 0, source), 1256);

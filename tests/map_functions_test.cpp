@@ -45,10 +45,10 @@ const std::map<std::string, int32_t (*)()> handlers = {
 };
 
 // Depth: call -> result ("fail": the failure value), and the report: code, position, value. Library
-// 0 has graphs 1000 and 1001, library 1 graph 5; libraries 2 and 3 aren't loaded, 4 is no number.
-// "p" is a pointer to 256 ints, "last" one to the last that can be read, "beyond" is an int
-// further; "self" and "other" are processes: the calling one, with graph 1001, and one without a
-// graph. Rows with two mistakes show the order of the checks.
+// 0 has graphs 1000 and 1001, library 1 graph 5; libraries 2 and 3 aren't loaded, 4 is an invalid
+// number. "p" is a pointer to 256 ints, "last" one to the last readable int, "beyond" one int
+// further; "self" and "other" are processes: the caller, with graph 1001, and one without a graph.
+// Rows with two mistakes show the order of the checks.
 constexpr const char *rows = R"(
 32: map_put 0 1000 1001 3 3 -> 1
 32: map_put 0 1000 1 5 3 3 -> 1
@@ -153,7 +153,7 @@ TEST_F(MapFunctions, ArgumentsResultsAndReports) {
   self.locals->graph = 1001;
   host.current_process = &self;
   std::vector<int32_t> ints(256);
-  // Two pages, of which the second can't be read.
+  // Two pages; the second is unreadable.
   const size_t page = size_t(sysconf(_SC_PAGESIZE));
   auto *const pages = static_cast<uint8_t *>(
       mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
@@ -314,11 +314,11 @@ TEST_F(MapFunctions, ControlPointsKeepWhatTheyAreTold) {
     ASSERT_EQ(graph.has_cpoints, defined.size());
     ASSERT_EQ(graph.cpoint_last, uint32_t(highest));
   }
-  // What is undefined must read as such from a file, where only the coordinates are.
+  // Undefined points must read as such from a file, which stores only the coordinates.
   for (int32_t point = 1; point <= highest; point++)
     EXPECT_EQ(graph.cpoints[3 * point] == 65535, !defined.contains(point));
 
-  // No more than a thousand, with holes or without.
+  // At most a thousand, with or without holes.
   put(0, 1000, ORBGI2D_CreateGFXSurface(3, 3, 32, 1));
   EXPECT_EQ(host.call(ORB_map_new_cpoint, 0, 1000, 4094, 1, 1), 1);
   for (int32_t point = 0; point < 999; point++)
@@ -342,7 +342,7 @@ TEST_F(MapFunctions, TheCentreIsControlPointZero) {
   EXPECT_EQ(graph.has_cpoints, 1u);
   ASSERT_EQ(host.call(ORB_map_set_center, 0, 1000, 1, 2), 1);
   EXPECT_EQ(graph.has_cpoints, 1u);
-  graph.cpoints[1] = 65535; // as a file may have it
+  graph.cpoints[1] = 65535; // as it may be in a file
   EXPECT_EQ(centre(), std::pair(1, 3));
 }
 

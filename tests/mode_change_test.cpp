@@ -1,5 +1,4 @@
-// What changes a mode that is set: mode_change, the filters, the renderer and the virtual
-// resolution.
+// Changes to a set mode: mode_change, the filters, the renderer and the virtual resolution.
 #include "mode_fixture.h"
 #include "surface/fill.h"
 #include "video/mode_lists.h"
@@ -17,7 +16,7 @@ enum : int32_t { window = 1, full = 2, no_fade = 64, copy = 1024, flip = 2048, w
 
 TEST_F(Mode, ModeChangeOpensOnlyWhatDiffers) {
   ASSERT_EQ(set(320, 240, 16, window | no_fade | copy, 60), 1);
-  *fading = 0; // the start's
+  *fading = 0; // from the start
   auto *const pixels = static_cast<uint8_t *>(ground->pixels);
   pixels[7] = 99;
   ground_puting = 1;
@@ -170,17 +169,17 @@ TEST_F(Mode, VirtualResolutionIsAppliedNowOrWithTheNextChange) {
   VID_DrawFrame();
   EXPECT_EQ(pixel_of_display(32, 50), 0u);
   EXPECT_EQ(pixel_of_display(33, 50) & 0xFFFFFF, 0x123456u);
-  // The last column is a part of one: 133 1/3 of them show the screen.
+  // The last column is partial: the screen spans 133 1/3 of them.
   EXPECT_EQ(pixel_of_display(166, 99) & 0xFFFFFF, 0x123456u);
   EXPECT_EQ(pixel_of_display(167, 0), 0u);
 
-  // Another size that waits to be applied; what is shown goes on.
+  // Another size, not yet applied; the display stays the same.
   EXPECT_EQ(virtual_to(700, 700, 0, 0), 1);
   VID_DrawFrame();
   EXPECT_EQ(pixel_of_display(33, 50) & 0xFFFFFF, 0x123456u);
   EXPECT_EQ(virtual_to(63, 47, 0, 1), 1);
   EXPECT_EQ(sdl_w, 63);
-  // 2x counts for nothing until the virtual resolution ends.
+  // 2x has no effect until the virtual resolution ends.
   EXPECT_EQ(host.call(ORB_mode_set_filter, 1), 1);
   EXPECT_EQ(sdl_w, 63);
   EXPECT_EQ(virtual_to(0, 0, 0, 0), 1);
@@ -212,7 +211,7 @@ TEST_F(Mode, TheSameSizeAndDepthKeepsThePictures) {
         update_fade();
       for (const auto &[name, take] : routes) {
         SCOPED_TRACE(testing::Message() << name << " at " << bpp << " bits, put " << put);
-        mode_fade = put; // a screen that nothing restores doesn't even fade
+        mode_fade = put; // a screen without restore does not fade either
         *host.global("restore_type") = restore_type = put ? 0 : -1;
         ORBGI2D_BlitFill(ground, 7, 0);
         ground_puting = put;
@@ -243,7 +242,7 @@ TEST_F(Mode, TheBackgroundIsRedrawnFaded) {
 
 TEST_F(Mode, AFailureTakesItsFlagsBack) {
   ASSERT_EQ(set(64, 48, 32, 4 | 16 | no_fade | 4096), 1);
-  *host.global("vsync") = 1; // chosen since, by the script
+  *host.global("vsync") = 1; // set by the script since
   const auto choices = [&] {
     return std::array<int32_t, 5>{mode_centerwindow, mode_centermouse, mode_fade, vsync,
                                   *host.global("vsync")};

@@ -1,11 +1,11 @@
-// Modes: what mode_set takes and refuses, what a set-mode leaves behind, how a failed one is taken
-// back, full screens with borders, and the mode lists. All on SDL's dummy display.
+// Modes: what mode_set accepts and refuses, the state after a set-mode, how a failed one is
+// reverted, full screens with borders, and the mode lists. All on SDL's dummy display.
 #include <algorithm>
 #include <string>
 #include <vector>
 
-#include "mode_fixture.h"
 #include "blit/blit_list.h"
+#include "mode_fixture.h"
 #include "surface/fill.h"
 #include "surface/surface.h"
 #include "video/display.h"
@@ -35,7 +35,7 @@ TEST_F(Mode, EveryFormOfModeSet) {
   expect_opened(400, 300, 32);
   EXPECT_EQ(set(333, 77), 1) << "the depth stays";
   expect_opened(333, 77, 32);
-  // Window, window not centred, fade off, copy, wait: and their opposites in the next call.
+  // Window, window not centred, fade off, copy, wait; and their opposites in the next call.
   EXPECT_EQ(set(320, 240, 16, 1 | 4 | 32 | 64 | 1024 | 8192), 1);
   expect_opened(320, 240, 16);
   EXPECT_EQ(mode_centerwindow, 0);
@@ -52,7 +52,7 @@ TEST_F(Mode, EveryFormOfModeSet) {
   EXPECT_EQ(mode.bufferbehaviour, 2048);
   EXPECT_EQ(mode.rate, 75);
   EXPECT_EQ(host.vsync, 0);
-  // In each pair the first bit wins.
+  // In each pair the first bit takes precedence.
   EXPECT_EQ(set(320, 240, 16, 1 | 2 | 4 | 8 | 16 | 32 | 64 | 128 | 1024 | 2048 | 4096 | 8192), 1);
   EXPECT_EQ(mode.type, 1);
   EXPECT_EQ(mode_centerwindow, 0);
@@ -223,7 +223,7 @@ TEST_F(Mode, ADisplayThatCantBeReopenedIsNotDrawnOn) {
   EXPECT_FALSE(host.fatals.empty());
   EXPECT_EQ(mode.width, 100);
   EXPECT_EQ(screen->width, 100u);
-  VID_DrawFrame(); // a crash otherwise
+  VID_DrawFrame(); // must not crash
   EXPECT_EQ(ORB_mod_graphics2D_frame(), 1);
   setenv("SDL_VIDEODRIVER", "dummy", 1);
   ASSERT_EQ(SDL_InitSubSystem(SDL_INIT_VIDEO), 0);
@@ -261,7 +261,7 @@ TEST_F(Mode, FullScreenWithBorders) {
   EXPECT_EQ(host.call(ORB_mode_is_emulated), 1);
   EXPECT_EQ(host.call(ORB_mode_get_realwidth), 320);
   expect_presented();
-  // The same display serves another size and must not keep the former picture in its border.
+  // The display is reused for another size; its border must not show the former picture.
   EXPECT_EQ(set(260, 150, 32), 1);
   EXPECT_EQ(emulated_mode, 1);
   expect_presented();

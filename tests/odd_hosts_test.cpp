@@ -1,5 +1,5 @@
-// Hosts that leave out what they may leave out, or reply what no host should: the module goes on
-// without what is missing, and never crashes, hangs or leaks.
+// Hosts that omit optional services, or return values no host should: the module continues without
+// them, and never crashes, hangs or leaks.
 #include <algorithm>
 #include <climits>
 #include <cstdio>
@@ -22,7 +22,7 @@
 namespace {
 
 struct OddHosts : testing::Test {
-  OddHosts() { fuzz::world_folder(); } // which is made by a host of its own
+  OddHosts() { fuzz::world_folder(); } // created by its own host
 };
 
 trace tour_of(const std::function<void(null_host &)> &change) {
@@ -34,8 +34,8 @@ trace tour_of(const std::function<void(null_host &)> &change) {
 
 // ---- What is missing ---------------------------------------------------------------------------
 
-/// A pointer of the host's tables, and what changes for a program without it: 'f' the results of
-/// functions on files, 'p' of those on processes, and pictures with either; else nothing.
+/// A pointer of the host's tables, and what a program without it sees change: 'f' results of
+/// functions on files, 'p' those on processes, and pictures with either; else nothing.
 struct pointer {
   const char *name;
   void *(*place)(null_host &host);
@@ -111,7 +111,7 @@ TEST_F(OddHosts, AllPointersNull) {
   }
 }
 
-/// A full-screen flag that the last host had says nothing of this one.
+/// The last host's full-screen flag must not affect this one.
 TEST_F(OddHosts, NoFullScreenFlag) {
   {
     null_host host;
@@ -146,7 +146,7 @@ TEST_F(OddHosts, NullTexts) {
 
 // ---- Streams -----------------------------------------------------------------------------------
 
-orb_file_services honest; // the host's own services, which those below hand on to
+orb_file_services honest; // the host's own services, to which those below forward
 int32_t largest_piece;
 int64_t bytes_read, empty_reads;
 
@@ -157,7 +157,7 @@ int32_t write_piece(const void *from, int32_t size, int32_t count, int32_t ciphe
   return honest.write(from, size, std::min(count, largest_piece), cipher, stream);
 }
 
-/// However small the pieces in which bytes are moved, they are the same bytes.
+/// However small the transfers, the bytes are the same.
 TEST_F(OddHosts, StreamsInPieces) {
   const auto by_pieces_of = [](int32_t size) {
     return tour_of([=](null_host &host) {
@@ -174,7 +174,7 @@ TEST_F(OddHosts, StreamsInPieces) {
   }
 }
 
-/// Streams that lie. Nothing of it reaches results that have nothing to do with files.
+/// Streams that return false values. Results unrelated to files do not change.
 const struct {
   const char *name;
   void (*lie)(orb_file_services &services);
@@ -247,8 +247,7 @@ TEST_F(OddHosts, LyingStreams) {
   }
 }
 
-/// Streams that deliver for ever, zeros or the file again and again, end at what an offset can
-/// tell.
+/// Endless streams, zeros or the file repeated, stop at the largest offset.
 TEST_F(OddHosts, EndlessStreams) {
   static bool again;
   for (const bool repeats : {false, true}) {
@@ -260,7 +259,7 @@ TEST_F(OddHosts, EndlessStreams) {
       bytes_read += count;
       int32_t read = honest.read(to, size, count, cipher, stream);
       if (again && read == 0) {
-        honest.seek(stream, 8, SEEK_SET); // behind the magic
+        honest.seek(stream, 8, SEEK_SET); // after the magic
         read = honest.read(to, size, count, cipher, stream);
       }
       if (again) return read;
@@ -283,7 +282,7 @@ TEST_F(OddHosts, EndlessStreams) {
   }
 }
 
-// ---- Numbers, processes, the order of things ---------------------------------------------------
+// ---- Numbers, processes, order of calls --------------------------------------------------------
 
 constexpr int32_t extremes[] = {INT_MIN, INT_MIN + 1, -1000000, -1, 0, 1, 320, 1000000, INT_MAX};
 
@@ -307,14 +306,14 @@ TEST_F(OddHosts, DesktopsOfAnySize) {
     }
 }
 
-/// Positions of the mouse, of scrolls and of processes that no screen has.
+/// Impossible positions of the mouse, scrolls and processes.
 TEST_F(OddHosts, PlacesOfAnySize) {
   static int32_t scroll_x, scroll_y;
   null_host host;
   host.scroll_services.offset = [](int32_t, int32_t, int32_t *x, int32_t *y) {
     *x = scroll_x;
     *y = scroll_y;
-    return -1; // as good as 1
+    return -1; // equivalent to 1
   };
   host.init();
   host.call("mode_set", {64, 48, 32});
@@ -343,8 +342,8 @@ TEST_F(OddHosts, PlacesOfAnySize) {
       }
 }
 
-/// Nodes without a process, processes without locals, direction graphs of any count, ids of the
-/// dead, and a process that ends while others look for what they touch.
+/// Nodes without a process, processes without locals, direction graphs of any count, ids of dead
+/// processes, and a process that dies during other processes' collision tests.
 TEST_F(OddHosts, ProcessesOfAllKinds) {
   static orb_process_node nodes[6];
   static null_host *serving;
@@ -401,7 +400,7 @@ TEST_F(OddHosts, ProcessesOfAllKinds) {
     EXPECT_NE(host.call("collision", {0}), orbhost::ProcessList::id(processes[3]));
 }
 
-/// All globals in the same place.
+/// All globals at one address.
 TEST_F(OddHosts, GlobalsOverEachOther) {
   null_host host;
   static std::vector<int32_t> memory;
@@ -413,7 +412,7 @@ TEST_F(OddHosts, GlobalsOverEachOther) {
   tour(host);
 }
 
-/// Hooks in any order. What a program sees between init and release is the same.
+/// Hooks in any order. Between init and release a program sees the same.
 TEST_F(OddHosts, HooksInAnyOrder) {
   const trace whole = tour_of([](null_host &) {});
   const auto hook = [](char kind) {
@@ -436,9 +435,8 @@ TEST_F(OddHosts, HooksInAnyOrder) {
   }
 }
 
-/// Script functions called before init and after release find nothing, and what comes after the
-/// next init is what always comes. In a module of its own, as it is when it is loaded; the one that
-/// this program is linked with has had other lives.
+/// Script functions called before init and after release find nothing, and the next init behaves as
+/// usual. Runs in a freshly loaded copy of the module; the linked one has been started before.
 TEST_F(OddHosts, CallsOutOfTurn) {
   const trace whole = tour_of([](null_host &) {});
   void *const library =
@@ -449,7 +447,7 @@ TEST_F(OddHosts, CallsOutOfTurn) {
   ASSERT_TRUE(entry);
   std::mt19937 random(3);
   const auto call_everything = [&random](null_host &host) {
-    host.call("region_define", {1, 0, 0, 9, 9}); // with a region, there is something to draw in
+    host.call("region_define", {1, 0, 0, 9, 9}); // a region gives them something to draw in
     host.call("draw_new", {1, 0, 1, 1, 0, 0, 5, 5});
     std::vector<int32_t> memory(fuzz::script_memory_words);
     fuzz::script_handles handles;
@@ -473,15 +471,15 @@ TEST_F(OddHosts, CallsOutOfTurn) {
     host.release();
     call_everything(host);
     EXPECT_EQ(host.screen(), nullptr);
-    // Once more takes down what these calls have made; the next init would do so, too.
+    // This release frees what these calls made; the next init would do so, too.
     for (const orbhost::Hook &hook : host.registration().hooks)
       if (life == 1 && hook.kind == ORB_HOOK_RELEASE) hook.function();
   }
   dlclose(library);
 }
 
-/// A host that is told something may draw a frame, paint the window or call a function. While the
-/// mode changes there is nothing to draw on.
+/// A host may draw a frame, paint the window or call a function from a callback. During a mode
+/// change there is nothing to draw on.
 TEST_F(OddHosts, HostsThatCallBack) {
   static null_host *serving;
   static bool inside;
@@ -529,7 +527,7 @@ TEST_F(OddHosts, HostsThatCallBack) {
   EXPECT_GT(dropped, 20);
 }
 
-/// What fuzzing has found worth keeping: data/corpus/host/.
+/// Inputs that fuzzing found worth keeping: data/corpus/host/.
 TEST_F(OddHosts, Corpus) {
   int played = 0;
   for (const auto &entry : std::filesystem::directory_iterator(data_path("corpus/host"))) {

@@ -1,4 +1,4 @@
-// orbgfx as a program: libraries there and back, side files, statuses, messages.
+// orbgfx as a program: libraries packed and unpacked, side files, exit statuses, messages.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <png.h>
@@ -28,7 +28,7 @@ struct Outcome {
   std::string out, err;
 };
 
-// A graph of a plain FPG file, as the bytes have it.
+// A graph of a plain FPG file, taken from its bytes.
 struct Entry {
   std::uint32_t code, width, height, flags;
   std::string description, name, points, pixels;
@@ -81,7 +81,7 @@ protected:
     std::ofstream(folder / name, std::ios::binary) << bytes;
   }
 
-  // Runs `orbgfx ARGUMENTS` in the folder; the arguments are a shell's.
+  // Runs `orbgfx ARGUMENTS` in the folder; a shell parses the arguments.
   Outcome gfx(const std::string &arguments) {
     const std::string command = "cd '" + folder.string() +
                                 "' && '" ORB_SOURCE_DIR "/tools/run32' '" ORB_BINARY_DIR
@@ -102,7 +102,7 @@ protected:
     EXPECT_EQ(run.out, "") << arguments;
   }
 
-  // A picture of random pixels of `format` (PNG_FORMAT_...), whose samples are returned.
+  // Writes a picture of random pixels of `format` (PNG_FORMAT_...) and returns its samples.
   std::string make_png(const std::string &name, unsigned width, unsigned height,
                        std::uint32_t format) {
     png_image image{};
@@ -116,7 +116,7 @@ protected:
       c = static_cast<char>(generator());
     std::string colours(PNG_IMAGE_COLORMAP_SIZE(image), '\0');
     for (char &c : colours)
-      c = static_cast<char>(generator() & 0xFC); // what a library can hold
+      c = static_cast<char>(generator() & 0xFC); // values that a library can hold
     const std::string path = (folder / name).string();
     EXPECT_TRUE(png_image_write_to_file(&image, path.c_str(), 0, pixels.data(), 0, colours.data()));
     return pixels;
@@ -126,7 +126,7 @@ protected:
   fs::path folder;
 };
 
-// What is packed is in the library's bytes, and comes back from it, plain or not.
+// Packed graphs are in the library's bytes and unpack unchanged, compressed or not.
 TEST_F(Orbgfx, LibrariesComeBack) {
   const std::string bgra = make_png("300_alpha.png", 13, 21, PNG_FORMAT_BGRA);
   const std::string bgr = make_png("7-plain.png", 40, 3, PNG_FORMAT_BGR);
@@ -158,7 +158,8 @@ TEST_F(Orbgfx, LibrariesComeBack) {
       }
     }
     if (depth == 8) EXPECT_EQ(entries[0].pixels.size(), 25u);
-    // A palette with alphas is an alpha channel, and decides what is 0 where there is none.
+    // A palette with alphas makes an alpha channel, and decides which pixels are 0 where there is
+    // none.
     EXPECT_EQ(entries[4].flags, depth == 32 ? 0x1000u : 0u);
     const std::size_t step = static_cast<std::size_t>(depth) / 8;
     for (std::size_t i = 0; i < std::size_t{31} * 8; ++i) {
@@ -191,7 +192,7 @@ TEST_F(Orbgfx, LibrariesComeBack) {
       succeed("diff" + key + " l.fpg again.fpg");
     }
   }
-  // A palette that was named instead of the first one by code: its picture keeps its indices.
+  // A named palette replaces the first one by code: its picture keeps its indices.
   succeed("pack -f -o own.fpg --depth 8 --palette 012_palette.png" + inputs);
   EXPECT_EQ(parse_library(read("own.fpg"), 8)[2].pixels, indices);
   EXPECT_NE(read("own.fpg").substr(8, 768), read("plain.fpg").substr(8, 768));
@@ -230,13 +231,13 @@ TEST_F(Orbgfx, SideFilesKeepWhatPicturesDont) {
   EXPECT_EQ(read("s/graphs.txt"), expected);
   EXPECT_TRUE(fs::exists(folder / "s/002_SHIP.png"));
   EXPECT_TRUE(fs::exists(folder / "s/003.png"));
-  // MAP files have the id and the points in them.
+  // MAP files store the id and the points.
   write("one.txt", "graph 4000000000\ndescription one\npoint 2 7 8\n");
   succeed("convert --side-file one.txt 2_a.png one.map");
   succeed("convert --side-file back.txt one.map one.png");
   EXPECT_EQ(read("back.txt"),
             "# graphs of one.map\n\ngraph 4000000000\nname one.map\ndescription one\n"
-            "point 0 4 4\npoint 2 7 8\n"); // the centre, which the file has to state
+            "point 0 4 4\npoint 2 7 8\n"); // the centre, which the file must state
   succeed("pack --no-side-file -o no.fpg 2_a.png");
   EXPECT_EQ(parse_library(read("no.fpg"), 32).at(0).name, "2_a.png");
 
@@ -284,7 +285,7 @@ TEST_F(Orbgfx, NamesOfAnyKind) {
   EXPECT_TRUE(fs::exists(folder / "a b/c/014_it's \"a\" \xE4 file;$(touch x)_.png"));
   EXPECT_TRUE(fs::exists(folder / "a b/c/001_-x.png"));
 
-  // A name out of a library can't lead out of the folder, nor be too long.
+  // A name from a library cannot leave the folder or be too long.
   std::string bytes = read("n.fpg");
   bytes.replace(8 + 264, 20, "../../../etc/x\0\0\0\0\0\0"s);
   bytes.replace(8 + 536 + 48 + 264, 255, std::string(255, 'n'));
@@ -352,13 +353,13 @@ TEST_F(Orbgfx, SaysWhatIsWrong) {
   EXPECT_THAT(gfx("--help").out, HasSubstr("Usage: orbgfx [options] COMMAND"));
   EXPECT_THAT(gfx("--version").out, StartsWith("orbgfx 1."));
   EXPECT_EQ(gfx("--module no.so info a.fpg").status, 1);
-  // Nothing is left behind by all this.
+  // None of this leaves anything behind.
   for (const auto &file : fs::directory_iterator(folder)) {
     EXPECT_NE(file.path().extension(), ".tmp") << file.path();
   }
 }
 
-// The file behind a link is replaced, with the rights that it has; what is no file stays.
+// The target of a link is replaced and keeps its permissions; other kinds of entries stay.
 TEST_F(Orbgfx, SavesWhereNamesLead) {
   make_png("1_a.png", 30, 40, PNG_FORMAT_BGR);
   fs::create_directory(folder / "in");
@@ -398,7 +399,7 @@ TEST_F(Orbgfx, VerifyFindsDamage) {
   check("", "not a picture of a known format, or damaged");
   check("fpg", "not a picture of a known format, or damaged");
   std::string bytes = plain;
-  bytes[8] = 2; // graph 1 says that it is graph 2: the second 2 replaces it
+  bytes[8] = 2; // graph 1 claims to be graph 2: the second 2 replaces it
   check(bytes, std::to_string(536 + 4800) + " bytes belong to no graph");
   bytes[8] = 0;
   check(bytes, std::to_string(plain.size() - 8) + " bytes belong to no graph");
@@ -459,7 +460,7 @@ TEST_F(Orbgfx, ConvertsBetweenAllFormats) {
                                    "2.bmp --compress", "2.tga --compress"}) {
     for (const std::string picture : {"t", "p", "a", "s"}) {
       const bool alpha = picture == "a" || picture == "s";
-      if (alpha && output == "1.PCX") continue; // it has no alpha channel
+      if (alpha && output == "1.PCX") continue; // PCX has no alpha channel
       succeed("convert " + picture + ".png " + picture + output);
       succeed("diff " + picture + ".png " + picture + output.substr(0, output.find(' ')));
     }
