@@ -106,7 +106,7 @@ TEST_F(HostCore, CheckedCallsThrowWhatWasReported) {
     EXPECT_STREQ(error.what(), "fk_fail: failed");
   }
   EXPECT_THROW(checked_call(host, "fk_none"), HostError);
-  EXPECT_EQ(seen, 0); // the handler is disabled during its own call, and restored afterwards
+  EXPECT_EQ(seen, 0); // checked_call disables the handler, and restores it afterwards
   host.call("fk_load", {"bad"});
   EXPECT_EQ(seen, 1);
 }

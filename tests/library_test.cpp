@@ -206,8 +206,7 @@ TEST_F(Library, NoMemory) {
   GTEST_SKIP() << "the sanitizer's allocator doesn't fail";
 #else
   constexpr rlim_t little = 1 << 20,
-                   some =
-                       24 << 20; // "some" is enough for 16 MB of indices, but not for their colours
+                   some = 24 << 20; // some: 16 MB of indices fit, but not their colours
   stored_graph graph{8, 4096, 4096, 5, "", "", {{1, 1}}, false, {1}};
   disk.files["8.map"] = map_file(graph);
   disk.files["8.fpg"] = fpg_file(8, {graph});

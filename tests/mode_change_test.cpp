@@ -16,7 +16,7 @@ enum : int32_t { window = 1, full = 2, no_fade = 64, copy = 1024, flip = 2048, w
 
 TEST_F(Mode, ModeChangeOpensOnlyWhatDiffers) {
   ASSERT_EQ(set(320, 240, 16, window | no_fade | copy, 60), 1);
-  *fading = 0; // from the start
+  *fading = 0; // of the start
   auto *const pixels = static_cast<uint8_t *>(ground->pixels);
   pixels[7] = 99;
   ground_puting = 1;

@@ -192,7 +192,7 @@ TEST_F(Orbgfx, LibrariesComeBack) {
       succeed("diff" + key + " l.fpg again.fpg");
     }
   }
-  // A named palette replaces the first one by code: its picture keeps its indices.
+  // A named palette is used instead of the first one by code: its picture keeps its indices.
   succeed("pack -f -o own.fpg --depth 8 --palette 012_palette.png" + inputs);
   EXPECT_EQ(parse_library(read("own.fpg"), 8)[2].pixels, indices);
   EXPECT_NE(read("own.fpg").substr(8, 768), read("plain.fpg").substr(8, 768));

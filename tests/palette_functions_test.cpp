@@ -1,4 +1,4 @@
-// The palette's script functions: arguments, files, and what they do to the palette.
+// The palette's script functions: arguments, files, and effects on the palette.
 #include <cstring>
 #include <map>
 #include <random>
@@ -23,7 +23,7 @@ components bytes_of(const __ORBPalette2D__ &palette) {
   return out;
 }
 
-/// The checksum, entry by entry from its definition.
+/// The checksum, computed entry by entry from its definition.
 uint32_t checksum_of(const components &values) {
   uint32_t crc = 0;
   for (size_t i = 0; i < values.size(); i += 3) {
@@ -56,8 +56,7 @@ struct PaletteFunctions : graphics_test {
     return out;
   }
 
-  /// A file of the engine: seven bytes, one that is ignored, `before` bytes, palette, colour
-  /// ranges.
+  /// An engine file: seven bytes, one ignored byte, `before` bytes, palette, colour ranges.
   std::string put_own(const std::string &magic, size_t before, const components &stored) {
     file_bytes bytes(magic.begin(), magic.end());
     bytes.resize(7, 0);
@@ -80,8 +79,8 @@ struct PaletteFunctions : graphics_test {
 };
 
 // Depth: call -> result ("fail" for the failure value), and the report: code, function, argument
-// position, file. A file named "forced" stands for a call while a palette is forced; "ints" is an
-// array for 256 colours.
+// position, file. A file named "forced" means a call while a palette is forced; "ints" is an array
+// for 256 colours.
 constexpr const char *rows = R"(
 8: palette_load @good.pal -> 1
 8: palette_load @paletted.png -> 1
@@ -211,7 +210,7 @@ TEST_F(PaletteFunctions, ReadsThePaletteWhereEachFormatHasIt) {
     screen_color = 77;
     fade_pos = {100, 100, 100};
 
-    // Whatever is missing of the palette, nothing changes.
+    // Whichever part of the palette is missing, nothing changes.
     const components former = bytes_of(*palette);
     const uint32_t former_crc = palette_crc;
     for (size_t size : std::vector<size_t>{0, 1, 6, 7, 8 + before, 8 + before + 767}) {
@@ -229,12 +228,12 @@ TEST_F(PaletteFunctions, ReadsThePaletteWhereEachFormatHasIt) {
     EXPECT_EQ(bytes_of(*palette), expected);
     EXPECT_EQ(palette_crc, checksum_of(stored));
     EXPECT_TRUE(palette_update && palette_loaded && fake_ghost_table && force_sys_fnt);
-    EXPECT_EQ(fade_pos, (fade_levels{0, 0, 0})); // faded out, for the script to bring back
+    EXPECT_EQ(fade_pos, (fade_levels{0, 0, 0})); // faded out; the script fades back in
     EXPECT_EQ(*fading, 0);
     EXPECT_EQ(screen_color_rgb.r, expected[77 * 3]);
     EXPECT_EQ(screen_color_rgb.b, expected[77 * 3 + 2]);
 
-    // The same palette again is no change.
+    // Loading the same palette again changes nothing.
     fade_pos = {100, 100, 100};
     palette_update = 0;
     write_file(name, whole);
@@ -242,7 +241,7 @@ TEST_F(PaletteFunctions, ReadsThePaletteWhereEachFormatHasIt) {
     EXPECT_EQ(fade_pos, (fade_levels{100, 100, 100}));
     EXPECT_EQ(palette_update, 0);
   }
-  // Depths without a palette, and palette files of the graphs' second kind.
+  // Depths without a palette, and palette files in the second format, that of graphs.
   for (const char *magic :
        {"map\x1A\x0D\x16", "fpg\x1A\x0D\x32", "pal\x1A\x0D\x08", "PAL\x1A\x0D\x0A"})
     EXPECT_EQ(load(put_own(magic, 0, random_components(63))), failure);
@@ -255,7 +254,7 @@ TEST_F(PaletteFunctions, TakesThePaletteOfAPicture) {
   ASSERT_EQ(load(path("p.png")), 1);
   EXPECT_EQ(memcmp(palette, picture.palette.data(), 3 * picture.palette.size()), 0);
   EXPECT_EQ(palette_crc, checksum_of(bytes_of(*palette)));
-  EXPECT_EQ(image_has_palette, 0); // nothing is left for the next reader
+  EXPECT_EQ(image_has_palette, 0); // nothing remains for the next reader
 }
 
 TEST_F(PaletteFunctions, SavesWhatItLoads) {
@@ -285,7 +284,7 @@ TEST_F(PaletteFunctions, SavesWhatItLoads) {
 // ---- Forcing -----------------------------------------------------------------------------------
 
 TEST_F(PaletteFunctions, AForcedPaletteStaysUntilItIsGivenUp) {
-  // Even one that looks like the palette in force must not give way to the first picture's.
+  // Even a forced palette equal to the one in force must not yield to the first picture's.
   ASSERT_EQ(host.call(ORB_palette_save, path("default.pal").c_str()), 1);
   const components at_start = bytes_of(*palette);
   ASSERT_EQ(palette_loaded, 0);
@@ -294,7 +293,7 @@ TEST_F(PaletteFunctions, AForcedPaletteStaysUntilItIsGivenUp) {
   EXPECT_EQ(host.call(ORB_image_load, put_png("p.png").c_str()), 1000);
   EXPECT_EQ(bytes_of(*palette), at_start);
 
-  // A failure leaves it forced; success replaces it.
+  // A failure keeps it forced; success replaces it.
   EXPECT_EQ(host.call(ORB_palette_force, path("none").c_str()), failure);
   EXPECT_EQ(palette_forced, 1);
   EXPECT_EQ(bytes_of(*palette), at_start);
@@ -312,7 +311,7 @@ TEST_F(PaletteFunctions, AForcedPaletteStaysUntilItIsGivenUp) {
     EXPECT_EQ(palette_forced, 0);
   }
   EXPECT_EQ(dropped, 4);
-  // What was not forced before a failure isn't afterwards.
+  // A palette not forced before a failure is not forced afterwards.
   EXPECT_EQ(host.call(ORB_palette_force, path("none").c_str()), failure);
   EXPECT_EQ(palette_forced, 0);
 }

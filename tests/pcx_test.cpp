@@ -1,4 +1,4 @@
-// The PCX reader on files put together by hand.
+// The PCX reader on hand-built files.
 #include <gtest/gtest.h>
 
 #include "picture_fixture.h"
@@ -8,7 +8,7 @@ namespace {
 struct PcxReader : picture_test {
   PcxReader() : picture_test(img_format_pcx) {}
 
-  /// Codes `count` random bytes in runs of random lengths, none of them across the end.
+  /// Codes `count` random bytes in runs of random lengths; none crosses the end.
   file_bytes code_row(size_t count, file_bytes *row) {
     file_builder coded;
     row->clear();
@@ -18,7 +18,7 @@ struct PcxReader : picture_test {
       if (run == 1 && value < 0xC0)
         coded.u8(value);
       else
-        coded.u8(uint32_t(0xC0 + run)).u8(value); // a run of none, too
+        coded.u8(uint32_t(0xC0 + run)).u8(value); // also a run of length 0
       row->insert(row->end(), run, uint8_t(value));
     }
     return coded.bytes;
@@ -57,7 +57,7 @@ TEST_F(PcxReader, PlanesOnlyWhereTheScreenIsAsDeep) {
   pcx_file file{.planes = 3, .x1 = 20, .y1 = 4, .line = 24};
   expected_picture picture{21, 5, false, false, {}};
   for (int y = 0; y < 5; y++) {
-    file_bytes row; // runs may go on from plane to plane
+    file_bytes row; // runs may cross planes
     const file_bytes coded = code_row(72, &row);
     file.pixels.insert(file.pixels.end(), coded.begin(), coded.end());
     for (size_t x = 0; x < 21; x++)
@@ -115,7 +115,7 @@ TEST_F(PcxReader, FilesThatAreRefused) {
   refused([](pcx_file &file) { file.colours.clear(); });
   refused([](pcx_file &file) { file.colours.pop_back(); });
   refused([](pcx_file &file) { file.pixels.clear(); });
-  // The palette isn't taken for pixels.
+  // The palette is not read as pixels.
   pcx_file file = paletted(1, 2);
   file.pixels = {1};
   expect_refused(file.encode());

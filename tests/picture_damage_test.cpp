@@ -1,5 +1,5 @@
-// BMP, PCX and TGA files that are cut short or damaged: none does harm, and what is read of them is
-// decided by the file alone.
+// Truncated and damaged BMP, PCX and TGA files: none does harm, and the result depends on the file
+// alone.
 #include <malloc.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -24,7 +24,7 @@ struct PictureDamage : graphics_test {
 
   ~PictureDamage() override { close(descriptor); }
 
-  /// Everything under data/ of the three formats, and files that no other program writes.
+  /// All files of the three formats under data/, and files that no other program writes.
   std::vector<sample_file> samples() {
     std::vector<sample_file> all;
     for (const image_format format : {img_format_bmp, img_format_pcx, img_format_tga}) {
@@ -76,7 +76,7 @@ TEST_F(PictureDamage, CutFilesAreRefusedOrWhole) {
       for (size_t size = file.bytes.size(); size-- > 0;) {
         ASSERT_EQ(ftruncate(descriptor, off_t(size)), 0);
         if (load(file)) {
-          // Padding may be missing, or an end mark behind complete rows.
+          // Padding or an end mark after complete rows may be missing.
           ASSERT_EQ(pixels(), whole) << "cut to " << size;
         } else {
           refused++;
@@ -90,8 +90,8 @@ TEST_F(PictureDamage, CutFilesAreRefusedOrWhole) {
   EXPECT_GT(refused, 30000);
 }
 
-// Files long enough for what they claim, which is more than a surface may hold. They are sparse:
-// nothing but the header is ever looked at.
+// Files long enough for their claimed size, which exceeds a surface. They are sparse: only the
+// header is ever read.
 TEST_F(PictureDamage, PicturesTooBigForASurfaceReportTheirSize) {
   bmp_file bmp{.w = 65535, .h = 65535, .bits = 8, .compression = 1};
   pcx_file pcx{.planes = 3, .x1 = 65534, .y1 = 65534, .line = 65535};
@@ -116,7 +116,7 @@ TEST_F(PictureDamage, PicturesTooBigForASurfaceReportTheirSize) {
   }
 }
 
-// The heap is filled with one byte and then another: pixels that the file leaves open would differ.
+// Fills the heap with one byte and then another: pixels that the file leaves unset would differ.
 TEST_F(PictureDamage, DamagedFilesDecideEveryPixelOrAreRefused) {
   int read = 0, refused = 0;
   const auto check = [&](const sample_file &file, const file_bytes &damaged) {
@@ -154,7 +154,7 @@ TEST_F(PictureDamage, DamagedFilesDecideEveryPixelOrAreRefused) {
     }
   }
   mallopt(M_PERTURB, 0);
-  // Both ways were taken, or the test says nothing.
+  // Both outcomes must occur, or the test proves nothing.
   EXPECT_GT(read, 10000);
   EXPECT_GT(refused, 5000);
 }

@@ -1,5 +1,5 @@
-// The BMP, PCX and TGA writers: whole files against references put together field by field, read
-// back here, and read by another program.
+// The BMP, PCX and TGA writers: whole files against references built field by field, read back
+// here, and read by another program.
 #include <cstring>
 
 #include <gtest/gtest.h>
@@ -16,7 +16,7 @@ struct drawn_picture {
   std::vector<uint32_t> pixels;
 
   uint32_t at(int32_t x, int32_t y) const { return pixels[size_t(y) * size_t(w) + size_t(x)]; }
-  /// 0xAARRGGBB as a file holds it: 16 bits by shifts only, no alpha where there is no channel.
+  /// 0xAARRGGBB as stored in a file: 16 bits by shifts only, alpha 0 without a channel.
   uint32_t argb(int32_t x, int32_t y) const {
     const uint32_t pixel = at(x, y);
     switch (depth) {
@@ -30,7 +30,7 @@ struct drawn_picture {
   }
 };
 
-/// What the palette in force looks like in a file, first byte blue or red.
+/// The palette in force as stored in a file, first byte blue or red.
 file_bytes palette_bytes(bool blue_first, bool padded) {
   file_builder out;
   for (const orb_rgb &c : palette->colours) {
@@ -144,7 +144,7 @@ struct PictureWriters : graphics_test {
       for (orb_rgb &c : palette->colours)
         c = {uint8_t(random()), uint8_t(random()), uint8_t(random())};
     drawn_picture p{w, h, kind.depth, kind.alpha, {}};
-    // Runs of all lengths, with what lies between them.
+    // Runs of all lengths, and the pixels between them.
     while (p.pixels.size() < size_t(w) * size_t(h)) {
       const uint32_t value = uint32_t(random()) & uint32_t((uint64_t(1) << kind.depth) - 1);
       const size_t run = random() % 3 ? 1 : 1 + random() % (random() % 8 ? 6 : 300);
@@ -227,7 +227,7 @@ TEST_F(PictureWriters, AnotherProgramReadsTheFiles) {
         const uint8_t *read = &rgba[size_t(y * p.w + x) * 4];
         const uint32_t expected = p.argb(x, y);
         const uint32_t alpha = p.alpha ? expected >> 24 : 255;
-        // Programs widen 5 and 6 bits in their own ways.
+        // Programs widen 5 and 6 bits differently.
         const bool narrow = kind.format == img_format_bmp && p.depth == 16;
         const uint32_t keep = narrow ? 0xF8FCF8 : 0xFFFFFF;
         const uint32_t colour = uint32_t(read[0] << 16 | read[1] << 8 | read[2]);
@@ -273,7 +273,7 @@ TEST_F(PictureWriters, WithoutAPictureOrAPathThereIsNoFile) {
     EXPECT_EQ(codec.save(path("empty").c_str(), kind.parameter, nullptr), 0);
     image_w = p.w;
     image_bpp = 8;
-    set_depth(32); // which has no palette
+    set_depth(32); // 32 bits have no palette
     EXPECT_EQ(codec.save(path("empty").c_str(), kind.parameter, nullptr), 0);
     reset_image();
     EXPECT_EQ(codec.save(path("empty").c_str(), kind.parameter, nullptr), 0);

@@ -42,7 +42,7 @@ protected:
     std::ofstream(folder / name) << text;
   }
 
-  // Runs `orbplay ARGUMENTS` in the folder; the arguments are a shell's.
+  // Runs `orbplay ARGUMENTS` in the folder; a shell parses the arguments.
   Outcome play(const std::string &arguments, const std::string &before = "") {
     const std::string command = "cd '" + folder.string() + "' || exit; " + before +
                                 " '" ORB_SOURCE_DIR "/tools/run32' '" ORB_BINARY_DIR
@@ -53,7 +53,7 @@ protected:
             read_file(folder / "err.txt")};
   }
 
-  // The RGB bytes of a PNG; `width` and `height` are what they must be.
+  // The RGB bytes of a PNG; `width` and `height` must match.
   std::vector<std::uint8_t> picture(const std::string &name, unsigned width, unsigned height) {
     png_image image{};
     image.version = PNG_IMAGE_VERSION;
@@ -137,7 +137,7 @@ TEST_F(Player, ArgumentsReachTheScript) {
 TEST_F(Player, InterruptsEndPlay) {
   write("idle.lua", "io.stdout:write('on'):flush() while true do frame() end");
   write("loop.lua", "io.stdout:write('on'):flush() while true do end");
-  // Once for a script that lets frames pass, twice for one that doesn't.
+  // Once for a script that runs frames, twice for one that does not.
   const std::string wait =
       "& p=$!; for i in $(seq 200); do grep -qs on out.txt && break; sleep 0.05; done; ";
   const std::string end = "wait $p; exit $?; #";
@@ -169,14 +169,14 @@ TEST_F(Player, FramesAndScreenshots) {
   EXPECT_EQ(late.status, 1);
   EXPECT_EQ(late.err, "orbplay: no screenshot late.png: play ended at frame 5\n");
   EXPECT_EQ(play("--headless --frames 1 --screenshot no/such.png n.lua").status, 1);
-  // A file that could be written, but not replaced.
+  // A file that can be written but not replaced.
   fs::create_symlink("/proc/self/comm", folder / "comm.png");
   const Outcome fixed = play("--headless --frames 1 --screenshot comm.png n.lua");
   EXPECT_EQ(fixed.status, 1);
   EXPECT_THAT(fixed.err, HasSubstr("comm.png: can't be written: "));
 }
 
-// A pixel of a known colour: the pictures hold what the screen shows.
+// A pixel of a known colour: the screenshots show the screen.
 TEST_F(Player, ScreenshotsShowTheScreensColours) {
   write("c.lua", "mode_set(320, 200, tonumber(arg[1]))\n"
                  "for i = 1, 120 do ground_put_pixel(3, 5, rgb(255, 128, 0)) frame() end\n");

@@ -1,5 +1,5 @@
-// The PNG reader and writer: files of every kind against a reference worked out from their samples,
-// files made by other programs, and files that are broken.
+// The PNG reader and writer: files of every kind against a reference computed from their samples,
+// files of other programs, and damaged files.
 #include <cstring>
 
 #include <gtest/gtest.h>
@@ -25,7 +25,7 @@ struct png_test : graphics_test {
   static uint32_t read_pixel(uint32_t x, uint32_t y) {
     return loaded_pixel(size_t(y) * size_t(image_w) + x);
   }
-  /// Another palette than the one a new mode has, so that no colour is special.
+  /// A palette other than a new mode's, so that no colour is special.
   static void set_random_palette(std::mt19937 &random) {
     for (orb_rgb &c : palette->colours)
       c = {uint8_t(random()), uint8_t(random()), uint8_t(random())};
@@ -68,7 +68,7 @@ TEST_F(PngReader, EveryKindAtEveryDepthAsTheSamplesSay) {
   }
 }
 
-// Neighbouring colours share places in the converter's cache; a wide ramp passes them all.
+// Neighbouring colours share slots in the converter's cache; a wide ramp covers all slots.
 TEST_F(PngReader, ManyColoursKeepTheirNearestIndex) {
   set_depth(8);
   std::mt19937 random(21);
@@ -123,19 +123,22 @@ TEST_F(PngReader, OtherProgramsFiles) {
   }
 }
 
-// Some programs write palettes that are shorter than the indices reach.
+// Some programs write palettes shorter than the indices need.
 TEST_F(PngReader, IndicesBeyondThePaletteAreBlack) {
   png_picture picture{4, 4, PNG_COLOR_TYPE_PALETTE, 4, false, false, {}, {}, {}};
   std::mt19937 random(26);
   fill_picture(picture, 4, 4, random);
-  for (uint16_t i = 0; i < 16; i++) picture.samples[i] = i;
+  for (uint16_t i = 0; i < 16; i++)
+    picture.samples[i] = i;
   picture.palette.resize(3);
   testing::internal::CaptureStderr();
   ASSERT_EQ(load(encode_png(picture)), 1);
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-  for (uint32_t i = 0; i < 16; i++) EXPECT_EQ(read_pixel(i % 4, i / 4), i);
+  for (uint32_t i = 0; i < 16; i++)
+    EXPECT_EQ(read_pixel(i % 4, i / 4), i);
   EXPECT_EQ(image_palette.colours[2].g, picture.palette[2].green);
-  for (int i = 3; i < 256; i++) EXPECT_EQ(image_palette.colours[i].g, 0);
+  for (int i = 3; i < 256; i++)
+    EXPECT_EQ(image_palette.colours[i].g, 0);
 }
 
 TEST_F(PngReader, OnlyPalettePicturesHaveAPalette) {
@@ -169,7 +172,7 @@ TEST_F(PngReader, EveryPrefixIsRefusedQuietly) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
-/// Where each chunk of a file stands: offset of its length word, and its data size.
+/// The position of each chunk of a file: offset of its length word, and its data size.
 std::vector<std::pair<size_t, size_t>> chunks_of(const file_bytes &file) {
   std::vector<std::pair<size_t, size_t>> chunks;
   for (size_t at = 8; at + 12 <= file.size();) {
@@ -191,7 +194,7 @@ void fix_checksum(file_bytes &file, std::pair<size_t, size_t> chunk) {
            uint32_t(crc32(0, &file[chunk.first + 4], uInt(chunk.second + 4))));
 }
 
-// Half of the files have their chunks' checksums put right, so that the damage gets further in.
+// In half of the files, correct the chunks' checksums, so that the damage gets further.
 TEST_F(PngReader, DamagedFilesNeverDoHarm) {
   std::mt19937 random(23);
   int read = 0, refused = 0;
@@ -210,14 +213,16 @@ TEST_F(PngReader, DamagedFilesNeverDoHarm) {
         for (size_t n = 1 + random() % 3; n > 0 && count > 0; n--)
           damaged[first + random() % count] ^= uint8_t(1 << random() % 8);
         if (i % 2) fix_checksum(damaged, chunk);
-        // A header may have turned big; what this test is after is wrong memory, not much of it.
+        // A damaged header may claim a large size; this test looks for invalid accesses, not memory
+        // use.
         const uint32_t sides = uint32_t(damaged[16] | damaged[17] | damaged[20] | damaged[21]);
         if (sides) continue;
         if (load(damaged)) {
           read++;
           const size_t size = size_t(image_w) * size_t(image_h) * size_t(image_bpp / 8);
-          volatile uint8_t touched = 0;  // every byte that was promised is there
-          for (size_t b = 0; b < size; b++) touched = static_cast<const uint8_t *>(image_data)[b];
+          volatile uint8_t touched = 0; // every promised byte is accessible
+          for (size_t b = 0; b < size; b++)
+            touched = static_cast<const uint8_t *>(image_data)[b];
           (void)touched;
         } else {
           refused++;
@@ -227,7 +232,7 @@ TEST_F(PngReader, DamagedFilesNeverDoHarm) {
     }
   }
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-  // Both ways were taken, or the test says nothing.
+  // Both outcomes must occur, or the test proves nothing.
   EXPECT_GT(read, 30);
   EXPECT_GT(refused, 300);
 }
@@ -242,8 +247,8 @@ TEST_F(PngReader, HugeHeadersAreRefusedBeforeTheyCost) {
     int32_t error;
   } rows[] = {
       {65536, 1, 144},     {1, 65536, 144}, {0, 4, 144}, {0x7FFFFFFF, 0x7FFFFFFF, 144},
-      {65535, 65535, 100}, // 17179344900 bytes, which 32 bits would take for 4294443012
-      {32768, 32768, 100}, // 4294967296 bytes, which 32 bits would take for 0
+      {65535, 65535, 100}, // 17179344900 bytes, 4294443012 modulo 2^32
+      {32768, 32768, 100}, // 4294967296 bytes, 0 modulo 2^32
       {16385, 65535, 100},
   };
   for (const auto &row : rows) {
@@ -273,7 +278,7 @@ TEST_F(PngReader, MissingAndUnreadableFiles) {
 struct decoded_png {
   int colour, bits;
   uint32_t w, h;
-  std::vector<uint32_t> argb; // by libpng's own simplified reader
+  std::vector<uint32_t> argb; // by libpng's simplified reader
 };
 
 decoded_png decode(const std::string &name) {
@@ -347,7 +352,7 @@ TEST_F(PngWriter, FilesAtEveryDepthReadEqualElsewhereAndHere) {
       ASSERT_EQ(png_codec.load(name.c_str(), nullptr), 1);
       ASSERT_EQ(image_bpp, kind.depth);
       ASSERT_EQ(image_alphachannel, kind.alpha);
-      // Without an alpha channel the top byte doesn't survive.
+      // Without an alpha channel the top byte is lost.
       if (kind.depth == 32 && !kind.alpha)
         for (size_t i = 3; i < size; i += 4)
           pixels[i] = 0;

@@ -1,5 +1,5 @@
 // Every presentation of every depth pair against a pixel-by-pixel reference, with both instruction
-// sets, at odd sizes, with row padding and guard bytes on the display's side.
+// sets, at odd sizes, with row padding and guard bytes on the display.
 #include <algorithm>
 #include <cstring>
 #include <random>
@@ -24,8 +24,8 @@ namespace {
 
 constexpr uint8_t guard = 0xA5;
 
-/// A surface record over memory of its own, with `padding` bytes after each row and guard bytes
-/// around everything.
+/// A surface record over its own memory, with `padding` bytes after each row and guard bytes around
+/// everything.
 struct picture {
   __ORBSurface2D__ surface{};
   std::vector<uint8_t> memory;
@@ -80,7 +80,7 @@ struct Present : testing::Test {
     num_framezones = filter_status = 0;
   }
 
-  /// What a display pixel must be, from the colour that the screen's pixel stands for.
+  /// The expected display pixel for the colour of a screen pixel.
   uint32_t converted(uint32_t pixel, depth_pair pair) const {
     if (pair.from == pair.to) return pixel;
     if (pair.from == 16) {
@@ -92,7 +92,7 @@ struct Present : testing::Test {
     return c.r * 65536u + c.g * 256u + c.b;
   }
 
-  /// Noise, or a few colours that meet each other often. Two of the palette's look alike.
+  /// Noise, or a few colours that are often adjacent. Two palette entries are nearly equal.
   void fill_randomly(picture &p) {
     const bool few = random() % 2;
     for (uint32_t y = 0; y < p.surface.height; ++y)
@@ -100,7 +100,7 @@ struct Present : testing::Test {
         p.put(x, y, few ? few_colours[random() % 4] : uint32_t(random()));
   }
 
-  /// What a display pixel is when a row has lost part of its light: each component its quarter, its
+  /// A display pixel in a row with reduced scanline intensity: each component loses a quarter, a
   /// half, or all but a quarter.
   static uint32_t darkened(uint32_t pixel, int32_t depth, int32_t lines) {
     const auto dark = [&](uint32_t c) {
@@ -113,7 +113,7 @@ struct Present : testing::Test {
     return dark(pixel >> 16 & 255) << 16 | dark(pixel >> 8 & 255) << 8 | dark(pixel & 255);
   }
 
-  /// One of the four pixels that Scale2x makes of (x, y).
+  /// One of the four pixels that Scale2x produces for (x, y).
   static uint32_t scale2x(const picture &from, uint32_t x, uint32_t y, bool right, bool lower) {
     const uint32_t e = from.get(x, y);
     const uint32_t b = y > 0 ? from.get(x, y - 1) : e, d = x > 0 ? from.get(x - 1, y) : e;
@@ -124,7 +124,7 @@ struct Present : testing::Test {
     return beside == over ? beside : e;
   }
 
-  /// Draws on `to` what the filters in force must show of `from`, pixel by pixel.
+  /// Draws on `to` what the active filters must show of `from`, pixel by pixel.
   void draw_reference(const picture &from, picture &to, depth_pair pair, bool clears) const {
     int32_t lines = filter_scanline_percent;
     if (pair.from == 8 && lines > 0) lines = 4;
@@ -141,7 +141,7 @@ struct Present : testing::Test {
       }
   }
 
-  /// Calls with(pair) for every depth pair and filter, with both instruction sets where the CPU has
+  /// Calls with(pair) for every depth pair and filter, with both instruction sets if the CPU has
   /// them.
   template <typename F> void each_filter(F &&with) {
     for (const auto isa : {instruction_set::sse2, instruction_set::avx2}) {
@@ -196,7 +196,7 @@ TEST_F(Present, EveryFilterOfEveryPairAtOddSizes) {
       at_size(width, 1 + random() % 6, width % 4 * 4);
       if (HasFatalFailure()) return;
     }
-    at_size(2100, 3, 8); // more than what is converted at a time
+    at_size(2100, 3, 8); // more than one conversion batch
     at_size(320, 200, 0);
   });
 }
@@ -230,7 +230,7 @@ TEST_F(Present, SurfacesOfAnotherDepthAreLeftAlone) {
 
 TEST_F(Present, AVirtualResolutionShowsWhatItsTablesSay) {
   virtual_resolution = 1;
-  filter_scanline_percent = 3; // means nothing here
+  filter_scanline_percent = 3; // ignored here
   for (const auto isa : {instruction_set::sse2, instruction_set::avx2})
     for (const depth_pair pair : depth_pairs)
       for (int round = 0; round < 60; ++round) {
@@ -242,11 +242,11 @@ TEST_F(Present, AVirtualResolutionShowsWhatItsTablesSay) {
         virtual_resolution_aspectratio = round % 3 == 0;
         ASSERT_EQ(make_virtual_resolution(width, height), 1);
         if (round % 4 == 3) virtual_buffer_w[virtual_resolution_w / 2] = -1;
-        // What is asked for next is no business of the tables.
+        // The tables do not depend on the requested next mode.
         const int32_t columns = virtual_resolution_w, rows = virtual_resolution_h;
         virtual_resolution_w = int32_t(1 + random() % 100);
         picture from(uint32_t(width), uint32_t(height), pair.from, 0);
-        // The display is mostly what was asked for.
+        // The display usually has the requested depth.
         const uint32_t display_w = uint32_t(round % 5 == 4 ? 1 + int32_t(random() % 90) : columns);
         picture to(display_w, uint32_t(rows), pair.to, random() % 2 * 4);
         fill_randomly(from);
@@ -264,7 +264,7 @@ TEST_F(Present, AVirtualResolutionShowsWhatItsTablesSay) {
             << pair.from << "->" << pair.to << " round " << round << " set " << int(isa);
         EXPECT_EQ(filter_status, 15);
 
-        // Another screen than the tables were made for.
+        // A screen other than the one the tables were made for.
         picture narrower(uint32_t(width) + 1, uint32_t(height), pair.from, 0);
         screen = &narrower.surface;
         draw_screen(1);
@@ -275,7 +275,7 @@ TEST_F(Present, AVirtualResolutionShowsWhatItsTablesSay) {
 TEST_F(Present, Scale2xRoundsStepsAndKeepsLines) {
   filter_scale = 2;
   const char *const drawn[] = {
-      ".#...", // a line one pixel wide, and a diagonal
+      ".#...", // a one-pixel line, and a diagonal
       ".#..#", //
       ".#.#.",
   };
@@ -347,7 +347,7 @@ TEST_F(Present, ZonesCopyThemselvesAndNothingElse) {
       picture expected = to;
       num_framezones = int32_t(random() % 6);
       for (int32_t i = 0; i < num_framezones; ++i) {
-        // Some reach over the edges: the mode may have shrunk since the zone was noted.
+        // Some cross the edges: the mode may have shrunk since the zone was recorded.
         const int32_t x = int32_t(random() % (width + 20)) - 10;
         const int32_t y = int32_t(random() % (height + 20)) - 10;
         const int32_t w = int32_t(random() % 30), h = int32_t(random() % 30);
@@ -443,11 +443,11 @@ TEST_F(Present, ScreenColourIsPackedAnewWhenTheDepthChanges) {
     set_screen_color();
     return screen_color;
   };
-  packed_at(8); // whatever depth the colour was packed for before, each of these is a change
+  packed_at(8); // sets a known depth, so that each of these is a change
   EXPECT_EQ(packed_at(16), (200u / 8) << 11 | (100u / 4) << 5 | 52u / 8);
   EXPECT_EQ(packed_at(32), 0xC86434u);
   EXPECT_EQ(packed_at(8), 77u);
-  screen_color = 5; // set by the program in the present format
+  screen_color = 5; // set by the program in the presentation's format
   EXPECT_EQ(packed_at(8), 5u);
   screen_color_set = 0;
   screen_color = 0;

@@ -1,5 +1,5 @@
-// The script functions that draw shapes on graphs and on the ground: what they check, and that each
-// hands its arguments to its rasteriser.
+// The script functions that draw shapes on graphs and on the ground: their checks, and that each
+// passes its arguments to its rasteriser.
 #include <algorithm>
 #include <cstring>
 #include <sstream>
@@ -31,8 +31,8 @@ constexpr primitive primitives[] = {
     {"csellipse", ORB_map_put_csellipse, ORB_ground_put_csellipse},
 };
 
-// Depth, call -> "ok", "silent" or what is reported: error, function, position, value. G is a graph
-// of library 0, L a free code. Rows with two mistakes show the order of the checks.
+// Depth, call -> "ok", "silent" or the report: error, function, position, value. G is a graph of
+// library 0, L a free code. Rows with two mistakes show the order of the checks.
 constexpr const char *primitive_rows = R"(
 32: map line 0 G 1 2 3 4 4294967295 -> ok
 32: map line -1 G 1 2 3 4 5 -> 109 MAP_PUT_LINE 1 -1
@@ -96,7 +96,7 @@ TEST_F(Primitives, CheckTheirArguments) {
     EXPECT_EQ(result, outcome == "ok" ? 1 : INT32_MIN);
     EXPECT_EQ(host.left_over(), 0u);
     EXPECT_EQ(host.times_returned(), 1);
-    // Nothing is drawn when a check fails, and a graph is not the ground.
+    // A failed check draws nothing, and drawing on a graph does not mark the ground.
     EXPECT_EQ(ground_puting, outcome == "ok" && kind == "ground" ? 1 : 0);
     host.call(ORB_map_unload, graph);
     ++tried;

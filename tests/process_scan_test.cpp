@@ -1,4 +1,4 @@
-// The process scan: which processes become requests, and with what in them.
+// The process scan: which processes become requests, and the requests' fields.
 #include <cstring>
 #include <optional>
 #include <random>
@@ -27,7 +27,7 @@ struct ProcessScan : graphics_test {
     fpg[file].slots =
         static_cast<orb_map_slot *>(calloc(size_t(graphs_per_library), sizeof(orb_map_slot)));
   }
-  /// Scans the one process and gives its request, or null.
+  /// Scans the one process and returns its request, or null.
   __ORBBlit2D__ *scan() {
     ResetBlitList();
     do_processes();
@@ -35,7 +35,7 @@ struct ProcessScan : graphics_test {
   }
 };
 
-/// The rules again, step by step and as slow as they read. Changes the locals like the scan.
+/// The scan's rules, written out step by step. Changes the locals as the scan does.
 std::optional<__ORBBlit2D__> expected_request(orb_process &process) {
   orb_locals &l = *process.locals;
   if (!(process.status == 2 || process.status > 3)) return {};
@@ -61,7 +61,7 @@ std::optional<__ORBBlit2D__> expected_request(orb_process &process) {
   const int32_t bound = l.file != 0 ? 1000 : max_map;
   if (!(1 <= l.graph && l.graph < bound)) return {};
   if (fpg[l.file].map_count == 0 || fpg[l.file].slots[l.graph].code == 0) return {};
-  if (!fpg[l.file].slots[l.graph].surface) return {}; // a code without a picture
+  if (!fpg[l.file].slots[l.graph].surface) return {}; // a code without a surface
   if (l.destination_file < 0 || l.destination_file >= max_fpg) return {};
   if (l.destination_graph < 0 || l.destination_graph >= bound) return {};
   __ORBSurface2D__ *destination;
@@ -96,7 +96,7 @@ std::optional<__ORBBlit2D__> expected_request(orb_process &process) {
   return r;
 }
 
-/// Thousands of processes with random locals, good and bad, against the rules.
+/// Thousands of processes with random locals, valid and invalid, against the rules.
 TEST_F(ProcessScan, Random) {
   add_library(2);
   for (const int32_t graph : {1, 7, 999, 1000, 1255})
@@ -154,7 +154,8 @@ TEST_F(ProcessScan, Random) {
       EXPECT_EQ(memcmp(&host.locals[i], &after[i], sizeof after[i]), 0) << "process " << i;
     ASSERT_EQ(GetNumsBlitOnList(), int32_t(expected.size()));
     for (size_t i = 0; i < expected.size(); ++i) {
-      // What the scan leaves alone: link, drawn box, reserved words, block, box of its own region.
+      // Fields the scan leaves unchanged: link, drawn box, reserved words, block, box of its own
+      // region.
       __ORBBlit2D__ seen = *GetNumBlitOnList(int32_t(i)), &want = expected[i];
       EXPECT_EQ(memcmp(&seen, &want, sizeof seen), 0) << "request " << i;
     }
@@ -218,7 +219,7 @@ TEST_F(ProcessScan, OddCases) {
   EXPECT_FALSE(scan()) << "the source library's bound holds for the destination";
   l.destination_graph = 0;
 
-  // Replaced entries are honoured.
+  // The scan calls replaced entries.
   device2D.ORBGI2D_BlitRotate = [](__ORBBlit2D__ *) { return 77; };
   EXPECT_EQ(scan()->blit_op(nullptr), 77);
   static __ORBBlit2D__ own;
@@ -226,7 +227,7 @@ TEST_F(ProcessScan, OddCases) {
   device2D.GetAndUpdateBlitList = [] { return &own; };
   EXPECT_FALSE(scan());
   EXPECT_EQ(own.owner, &process);
-  // A list that takes no more ends the scan.
+  // A full list that cannot grow ends the scan.
   static int32_t asked;
   asked = 0;
   device2D.GetAndUpdateBlitList = []() -> __ORBBlit2D__ * { return ++asked, nullptr; };

@@ -100,8 +100,8 @@ void circle_reference(plotter &to, const arguments &a, bool fill) {
   }
 }
 
-/// A shape given by its rows from the outermost on: all of them, or what an outline keeps, which is
-/// the ends and whatever the next row outwards doesn't cover.
+/// A shape given by its rows from the outermost in: all pixels, or for an outline the ends and
+/// every pixel that the next row outwards does not cover.
 struct reference_row {
   int64_t left, right, top, bottom;
 };

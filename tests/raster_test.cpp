@@ -66,7 +66,7 @@ std::string described(const shape &s, int depth, const arguments &a, int fill) {
   return text.str();
 }
 
-/// Draws a shape and compares every byte with the reference's pixels, and the ground's mark.
+/// Draws a shape and compares every byte with the reference's pixels, and checks the ground mark.
 void expect_as_reference(const shape &s, int depth, const arguments &a, int fill,
                          const pixel_set &pixels, std::mt19937 &random) {
   SCOPED_TRACE(described(s, depth, a, fill));
@@ -152,7 +152,7 @@ TEST(Raster, DrawsStatedCases) {
 constexpr int field_side = 300;
 using field = std::vector<uint8_t>; // field_side x field_side pixels
 
-/// A shape drawn where nothing is clipped.
+/// A shape drawn without clipping.
 field whole(const shape &s, const arguments &a, bool fill) {
   set_raster_routines(8);
   field pixels(field_side * field_side);
@@ -176,7 +176,8 @@ TEST(Raster, OutlinesAreClosedAndFilledShapesAreTheirInside) {
                                 : arguments{150 - some(), 150 - some(), 150 + some(), 150 + some()};
     SCOPED_TRACE(described(s, 8, a, 0));
     const field filled = whole(s, a, true);
-    field reached = whole(s, a, false); // the outline, and from the middle on what isn't outline
+    field reached =
+        whole(s, a, false); // the outline, and the non-outline pixels connected to the middle
     std::vector<int> open = {centred ? 150 * field_side + 150
                                      : (a[1] + a[3]) / 2 * field_side + (a[0] + a[2]) / 2};
     while (!open.empty()) {
@@ -191,7 +192,7 @@ TEST(Raster, OutlinesAreClosedAndFilledShapesAreTheirInside) {
   }
 }
 
-/// What a drawing routine's alpha form makes of a pixel.
+/// The result of a drawing routine's alpha form for a pixel.
 uint32_t blended(int depth, uint32_t d) {
   if (depth == 8) {
     const auto component = [d](auto member) {
@@ -214,7 +215,7 @@ struct RasterDrawings : graphics_test {};
 
 TEST_F(RasterDrawings, KeepToTheClipRectangleAndBlendEachPixelOnce) {
   struct drawing {
-    const char *name; // of the shape whose reference serves
+    const char *name; // of the shape whose reference applies
     void (*draw)(__ORBSurface2D__ *, const arguments &, int32_t fill, bool alpha);
   };
   const drawing drawings[] = {
@@ -242,7 +243,7 @@ TEST_F(RasterDrawings, KeepToTheClipRectangleAndBlendEachPixelOnce) {
       draw_clipx1 = random() % 16 ? std::max(clip[0], clip[2]) : draw_clipx0 - 1;
       draw_clipy0 = std::min(clip[1], clip[3]);
       draw_clipy1 = std::max(clip[1], clip[3]);
-      // Few of them at 8 bits, where each makes a table.
+      // Few of them at 8 bits, where each builds a table.
       colorfx = depth == 8 ? uint32_t(i / 100 * 37 % 256) : uint32_t(random());
       alphafx = depth == 8 ? i / 100 % 16 : int32_t(random() % 256);
 
@@ -286,7 +287,7 @@ TEST_F(RasterDrawings, RememberTheLastBlendedChannels) {
     } else {
       EXPECT_EQ(uint32_t(dR << 16 | dG << 8 | dB), last & 0xFFFFFF);
     }
-    // The run helper works on the target of the routine before.
+    // The run helper draws on the target of the routine before.
     (depth == 16 ? ellipse_linec16_drawing_alpha : ellipse_linec32_drawing_alpha)(-5, 7, 2);
     EXPECT_EQ(uint32_t(dB), t.pixel(7, 2) & (depth == 16 ? 31 : 255));
   }
@@ -295,7 +296,7 @@ TEST_F(RasterDrawings, RememberTheLastBlendedChannels) {
 TEST_F(RasterDrawings, PaletteBlendsFollowColourAlphaAndPalette) {
   set_depth(8);
   for (int i = 0; i < 200; ++i) {
-    // More than are kept, then the same again under another palette.
+    // More than the cache holds, then the same again under another palette.
     if (i == 100) set_color(uint8_t(20), 63, 0, 9);
     colorfx = uint32_t(i % 5 * 50);
     alphafx = i % 7 * 2;
@@ -327,7 +328,7 @@ TEST(RasterFar, LongLinesStepAsWalkedOnes) {
 TEST(RasterFar, LargeRoundShapesAreTheWalkedOnes) {
   std::mt19937 random(29);
   for (int i = 0; i < 60 && !testing::Test::HasFailure(); ++i) {
-    // One whose edge passes near the surface.
+    // A shape whose edge passes near the surface.
     const bool circle = i % 3 == 0;
     const auto some_radius = [&] {
       const uint32_t limits[] = {6000, 20000, 150000};
@@ -360,7 +361,7 @@ TEST(RasterFar, EveryCoordinateReturnsAtOnce) {
       target drawn(depth, random);
       target guarded = drawn;
       s.draw(&drawn.surface, {any(), any(), any(), any()}, uint32_t(random()), i & 1);
-      // Nothing outside the surface changes.
+      // Pixels outside the surface never change.
       for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x)
           guarded.set(x, y, drawn.pixel(x, y));
@@ -377,12 +378,12 @@ TEST(RasterFar, LinesOfAnyLengthStayOnTheirPath) {
     target drawn(8, random);
     std::fill(drawn.bytes.begin(), drawn.bytes.end(), uint8_t(0));
     const auto x0 = int32_t(random()), y0 = int32_t(random());
-    const arguments a = {x0, y0, width - 1 - x0, height - 1 - y0}; // through the middle
+    const arguments a = {x0, y0, width - 1 - x0, height - 1 - y0}; // through the centre
     draw_line(&drawn.surface, a[0], a[1], a[2], a[3], 1);
     const long double dx = (long double)a[2] - a[0], dy = (long double)a[3] - a[1];
     const bool steep = std::fabs(dx) < std::fabs(dy);
     for (int along = 0; along < (steep ? height : width); ++along) {
-      // In the fractions that 64 bits hold this is exact enough to tell the nearest pixel.
+      // In 64-bit fixed point this is exact enough to find the nearest pixel.
       const long double across = steep ? a[0] + dx * (along - (long double)a[1]) / dy
                                        : a[1] + dy * (along - (long double)a[0]) / dx;
       const int size = steep ? width : height;

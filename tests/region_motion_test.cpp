@@ -18,8 +18,8 @@ struct vec {
 };
 using quad = std::array<vec, 4>;
 
-/// Whether two convex sets of points with whole coordinates are apart: then some line does it that
-/// is parallel or at right angles to an edge of one of them, or to an axis.
+/// Whether two convex point sets with integer coordinates are disjoint: if so, a line parallel or
+/// perpendicular to an edge of one of them, or to an axis, separates them.
 bool apart(const quad &a, const quad &b) {
   std::vector<vec> axes{{1, 0}, {0, 1}};
   for (const quad *q : {&a, &b})
@@ -51,7 +51,7 @@ TEST(Quadrilaterals, IntersectExactlyWhenTheySharePoints) {
   };
   int met = 0;
   for (int round = 0; round < 200000; ++round) {
-    // Small coordinates, so that they often touch, lie on one line, or have no area.
+    // Small coordinates, so that they often touch, are collinear, or have no area.
     const int span = round % 3 ? 5 : 1000;
     const auto make = [&] {
       const vec p{pick(-span, span), pick(-span, span)}, u{pick(-span, span), pick(-span, span)},
@@ -103,7 +103,7 @@ TEST(Quadrilaterals, AreasAndPercentages) {
 }
 
 struct Regions : graphics_test {
-  /// Runs a call and compares its result and what it reports.
+  /// Runs a call and compares its result and its report.
   template <typename... T>
   void expect(int32_t result, std::vector<fake_error> errors, int32_t (*handler)(), T... a) {
     host.errors.clear();
@@ -193,7 +193,7 @@ TEST_F(Regions, TellWhatHasLeftThem) {
     *y = 0;
     return scroll == 4;
   };
-  // A region without pixels holds nothing, not even a picture around the place where it would be.
+  // A region without pixels holds nothing, not even a picture around its position.
   struct {
     int32_t x, y, width, height;
   } const empty[] = {{50, 50, 0, 20}, {50, 50, 20, 0}, {50, 50, -5, -5}, {0, 0, 0, 0}};
@@ -217,7 +217,7 @@ TEST_F(Regions, TellWhatHasLeftThem) {
   expect(0, {{109, "REGION_IS_OUT", 0, 1, -1, ""}}, ORB_region_is_out, -1, code, 0, 0, 3);
   expect(0, {{110, "REGION_IS_XOUT", 0, 2, 0, ""}}, ORB_region_is_xout, 0, 0, 0, 0, 3);
   expect(0, {}, ORB_region_is_out, 77, 3);
-  // Without area: a line of pixels.
+  // Zero area: a line of pixels.
   const int32_t line = host.call(ORB_map_new, 5, 1);
   EXPECT_EQ(percent(0, line, 50, 50, 3), 0);
   EXPECT_EQ(percent(0, line, 50, 100, 3), 0) << "on the last row";

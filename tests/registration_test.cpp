@@ -1,4 +1,4 @@
-// What the module hands to its host, against literal lists.
+// The registration the module passes to its host, against literal lists.
 #include <fstream>
 #include <iterator>
 #include <map>
@@ -33,7 +33,7 @@ std::vector<std::vector<std::string>> table_file(const std::string &name) {
   return rows;
 }
 
-/// A host that keeps what it is handed, and then spoils the tables, as a host may that owns them.
+/// A host that copies the tables it gets and then overwrites them, as their owner may.
 struct recorder {
   std::vector<int> calls;
   std::vector<std::pair<std::string, int32_t>> constants;
@@ -132,8 +132,8 @@ TEST_F(Registration, Functions) {
   }
 }
 
-/// Every function runs the handler of its own name, an alias that of its long name; so overloads
-/// and alias pairs share one, and nobody else does.
+/// Every function runs the handler of its own name, an alias that of its long name; so only
+/// overloads and alias pairs share a handler.
 TEST_F(Registration, HandlersByName) {
   std::map<std::string, std::string> long_names;
   for (const auto &row : table_file("registered_aliases.txt"))

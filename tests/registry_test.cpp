@@ -38,7 +38,7 @@ struct Registry : testing::Test {
     CreateDrawList();
     create_graph_registry();
   }
-  /// In the order of the release hook.
+  /// Tears down in the order of the release hook.
   static void stop() {
     release_graph_registry();
     DeleteDrawList();
@@ -107,7 +107,7 @@ TEST_F(Registry, CodesRunOutIntoAGrownLibrary) {
   pfpgmap_dst = &fpg[0].slots[5];
   EXPECT_EQ(GetMAPCode(0), 1256);
   EXPECT_EQ(max_map, 1512);
-  // Slots, marks and the cursors into them moved along.
+  // Slots, marks and the cursors into them moved together.
   EXPECT_EQ(pfpgmap, &fpg[0].slots[1100]);
   EXPECT_STREQ(pfpgmap->name, "kept");
   EXPECT_EQ(pfpgmap_dst, &fpg[0].slots[5]);
@@ -121,8 +121,8 @@ TEST_F(Registry, CodesRunOutIntoAGrownLibrary) {
   }
 }
 
-/// Whichever way codes come and go, the one given out is the lowest that is free; the time it takes
-/// doesn't depend on how many are not.
+/// Whatever the order of allocation and release, the next code is the lowest free one, and finding
+/// it takes the same time however many are taken.
 TEST_F(Registry, TheLowestFreeCodeIsTheNext) {
   const auto lowest = [] {
     int32_t code = 1000;
@@ -138,7 +138,7 @@ TEST_F(Registry, TheLowestFreeCodeIsTheNext) {
     case 0: host.call(ORB_map_unload, step % 8 ? code : -1); break;
     case 1: host.call(ORB_image_unload, step % 8 ? code : -1); break;
     case 2: host.call(ORB_unload_pcx, code); break;
-    case 3: // anywhere, as a host may
+    case 3: // any code, as a host may record
       if (!slot.surface) RecMAPCode(0, code, new_surface());
       break;
     case 4:
@@ -147,7 +147,7 @@ TEST_F(Registry, TheLowestFreeCodeIsTheNext) {
         image_loaded[code - 1000] = 0;
       }
       break;
-    case 5: // what fails gives its code back
+    case 5: // a failure returns its code
       ASSERT_EQ(GetMAPCode(0), lowest());
       break;
     case 6:
@@ -163,7 +163,7 @@ TEST_F(Registry, TheLowestFreeCodeIsTheNext) {
     }
   }
 
-  // A slot that a host has emptied by itself is found before the list grows.
+  // A slot that a host cleared itself is found before the list grows.
   while (GetMAPCode(0) < max_map - 1)
     add_graph(1, 616);
   const int32_t limit = max_map;
@@ -173,10 +173,10 @@ TEST_F(Registry, TheLowestFreeCodeIsTheNext) {
   EXPECT_EQ(add_graph(1, 616), 1003);
   EXPECT_EQ(max_map, limit);
 
-  const clock_t before = clock(); // of this process alone
+  const clock_t before = clock(); // of this process only
   while (max_map < 41000)
     add_graph(1, 616);
-  if (libraries_can_fail) // or this is a sanitizer's heap, which copies blocks that grow
+  if (libraries_can_fail) // else a sanitizer's heap copies growing blocks
     EXPECT_LT(clock() - before, CLOCKS_PER_SEC / 3);
 }
 
@@ -203,10 +203,10 @@ TEST_F(Registry, LibrariesGrowByFourUpToTheLimit) {
 TEST_F(Registry, MapSlotsBeyondMemoryAreFatalAndChangeNothing) {
   const int32_t real = max_map;
   orb_map_slot *const slots = fpg[0].slots;
-  max_map = INT32_MAX; // the limit: refused before anything is looked at
+  max_map = INT32_MAX; // the limit: refused before any access
   EXPECT_EQ(ResizeFPGMAPList(), 0);
   EXPECT_TRUE(host.fatals.empty());
-  max_map = INT32_MAX - 1; // 532 bytes each: not on this machine
+  max_map = INT32_MAX - 1; // 532 bytes each: more than 32 bits can address
   EXPECT_EQ(ResizeFPGMAPList(), 0);
   EXPECT_EQ(host.fatals, std::vector<std::string>{"ENGINE 2D: Error to Resize FPGMAP list"});
   EXPECT_EQ(host.levels, std::vector<int32_t>{2});
@@ -231,7 +231,7 @@ TEST_F(Registry, RegionsGrow) {
   EXPECT_EQ(regions[100].x0, -1);
   for (int32_t out : {-1, 101, INT32_MAX, INT32_MIN})
     EXPECT_EQ(RegionExists(out), 0);
-  EXPECT_EQ(ResizeRegionList(INT32_MAX), 1); // as far as it goes
+  EXPECT_EQ(ResizeRegionList(INT32_MAX), 1); // up to the limit
   EXPECT_EQ(max_region, 65537);
   EXPECT_EQ(ResizeRegionList(1), 0);
   EXPECT_TRUE(host.fatals.empty());
@@ -263,7 +263,7 @@ TEST_F(Registry, StartsAgainAfterRelease) {
     ResizeDrawList();
     regions_defined = 9;
     stop();
-    // Between release and the next start every lookup fails.
+    // Between release and the next init every lookup fails.
     EXPECT_EQ(GetMAP(0, 1000), nullptr);
     EXPECT_EQ(GetMAP(2, 1), nullptr);
     EXPECT_EQ(GetFPG(0), nullptr);
@@ -429,7 +429,7 @@ TEST_F(Registry, UnloadTakesItsOwnKindsOnly) {
   EXPECT_EQ(host.call(ORB_map_unload, -1), 2);
   EXPECT_EQ(fpg[0].memory_usage, 0u);
   EXPECT_EQ(fpg[0].map_count, 0);
-  EXPECT_EQ(maps_loaded, -1); // the recorded graph was never counted there
+  EXPECT_EQ(maps_loaded, -1); // the recorded graph was never counted
   EXPECT_EQ(gfxsurfaces->count, 0u);
   EXPECT_EQ(host.call(ORB_map_unload, -1), 0);
   EXPECT_TRUE(host.errors.empty());

@@ -1,5 +1,5 @@
-// The run-length encoders: lines worked out by hand, and random lines against packets that are
-// found the slow way and decoded again.
+// The run-length encoders: lines worked out by hand, and random lines against packets that a slow
+// reference finds and decodes again.
 #include <random>
 #include <string>
 #include <vector>
@@ -17,7 +17,7 @@ bytes operator+(bytes left, const bytes &right) {
   return left;
 }
 
-/// 1, 2, 3, ... without two equal neighbours.
+/// 1, 2, 3, ... with no two equal neighbours.
 bytes distinct(size_t count) {
   bytes line(count);
   for (size_t i = 0; i < count; i++)
@@ -25,7 +25,7 @@ bytes distinct(size_t count) {
   return line;
 }
 
-// Buffers have exactly the promised sizes, so that sanitizers see any byte beyond.
+// Buffers have exactly the promised sizes, so that sanitizers catch any byte beyond.
 
 bytes encode_pcx(const bytes &line) {
   bytes out(2 * line.size());
@@ -80,7 +80,7 @@ TEST(RleEncoders, LinesWorkedOutByHand) {
       {encode_bmp, bytes(256, 3), {255, 3, 1, 3}},
       {encode_bmp, bytes(258, 3), {255, 3, 0, 3, 3, 3, 3, 0}},
       {encode_bmp, d254, bytes{0, 254} + d254},
-      // A short run across the full buffer is divided.
+      // A short run across the end of the buffer is split.
       {encode_bmp, distinct(253) + bytes(3, 200),
        bytes{0, 254} + distinct(253) + bytes{200, 1, 200, 1, 200}},
 
@@ -98,7 +98,7 @@ TEST(RleEncoders, LinesWorkedOutByHand) {
     EXPECT_EQ(row.encode(row.line), row.expected) << "row " << &row - rows;
 }
 
-/// A line as packets: runs of 4 to `max_run` pixels, and what lies between in pieces of `max_raw`.
+/// A line as packets: runs of 4 to `max_run` pixels, with the rest in pieces of up to `max_raw`.
 struct line_packet {
   bool run;
   std::vector<bytes> pixels;
@@ -136,7 +136,7 @@ TEST(RleEncoders, RandomLinesMatchTheirPackets) {
   std::mt19937 random(61);
   for (int round = 0; round < 2000; round++) {
     const size_t size = 1 + random() % 4, count = 1 + random() % 700;
-    // The fewer the values and the more they stick, the longer the runs.
+    // Fewer and more persistent values give longer runs.
     const uint32_t values = 2 + random() % 3, stick = random() % 40;
     std::vector<bytes> pixels(count);
     bytes line;

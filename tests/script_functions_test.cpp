@@ -1,4 +1,4 @@
-// Script functions that make graphs, draw on the ground and define regions.
+// Script functions that create graphs, draw on the ground and define regions.
 #include <random>
 #include <sstream>
 
@@ -268,7 +268,7 @@ TEST_F(Pixels, StayInsideTheSurface) {
       if (inside) expected[y][x] = kept;
       ASSERT_EQ(get_pixel(surface, x, y), inside ? kept : 0);
     }
-    EXPECT_EQ(ground_puting, 0); // none of this was the ground
+    EXPECT_EQ(ground_puting, 0); // none of these drew on the ground
     draw_pixel(ground, -1, 0, 5, 0);
     EXPECT_EQ(ground_puting, 0);
     draw_pixel(ground, 0, 0, 5, 0);

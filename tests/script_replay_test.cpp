@@ -1,5 +1,5 @@
-// Random scripts that fuzzing has found worth keeping, and those that once broke something:
-// data/corpus/script/, one a file.
+// Random scripts that fuzzing found worth keeping, and former crashers: data/corpus/script/, one
+// per file.
 #include <malloc.h>
 
 #include <gtest/gtest.h>
@@ -10,8 +10,7 @@
 
 namespace {
 
-/// One play with memory that is filled with a byte whenever it is allocated, and with no more than
-/// some instructions.
+/// Plays once with every allocation filled with a byte and a limit on instructions.
 fuzz::played play(const file_bytes &script, int fill, instruction_set highest) {
   mallopt(M_PERTURB, fill);
   mask_instruction_sets(highest);
@@ -31,7 +30,7 @@ TEST(ScriptReplay, Corpus) {
     const fuzz::played second = play(script, 0xEE, instruction_set::avx2);
     EXPECT_EQ(first.mistake, "");
     EXPECT_EQ(first.checksum, plain.checksum) << "with and without AVX2";
-    // What a script saw of memory that nobody has written would differ.
+    // Results that depend on uninitialised memory would differ.
     EXPECT_EQ(first.checksum, second.checksum);
     scripts++;
   }

@@ -1,5 +1,5 @@
-// The host's services as the module calls them: missing ones, odd replies, and the slots that the
-// module fills in return.
+// The host's services as the module calls them: missing services, odd return values, and the slots
+// that the module fills in.
 #include <cstring>
 #include <string>
 #include <vector>
@@ -19,7 +19,7 @@ struct HostServices : testing::Test {
   HostServices() { deviceSystem_graphics2D = &host.system; }
   ~HostServices() override { deviceSystem_graphics2D = former; }
 
-  /// Calls everything; the results of those that have one.
+  /// Calls every service and collects the results.
   static std::vector<int32_t> call_all() {
     char buffer[4];
     host_message_box("text", "title");
@@ -42,7 +42,7 @@ struct HostServices : testing::Test {
   }
 };
 
-/// Without services nothing opens and nothing is read; the end shows in reads that give nothing.
+/// Without services nothing opens and nothing is read; empty reads signal the end.
 TEST_F(HostServices, Missing) {
   const std::vector<int32_t> nothing{0, 0, 0, 0, 0, 1, 0};
   host.video_hooks.mode_change = nullptr;
@@ -57,7 +57,7 @@ TEST_F(HostServices, Missing) {
   EXPECT_EQ(call_all(), nothing) << "no record";
 }
 
-/// A stream's counts stay within what was asked for, and a count below 1 never reaches the host.
+/// A stream's counts stay within the request, and a count below 1 never reaches the host.
 TEST_F(HostServices, OddCounts) {
   static int32_t reply, asked, one;
   host.file.read = [](void *, int32_t size, int32_t count, int32_t, void *) {
@@ -113,7 +113,7 @@ TEST_F(HostServices, ArgumentsReachTheHost) {
 
 struct DeviceRecord : graphics_test {};
 
-/// Every slot that has a content is filled, and no other.
+/// Every slot with a defined content is filled, and no other.
 TEST_F(DeviceRecord, FilledSlots) {
   uint32_t words[87];
   memcpy(words, &device2D, sizeof words);

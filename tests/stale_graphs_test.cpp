@@ -1,4 +1,4 @@
-// Graphs that go, or stay behind, while something still shows or asks for them.
+// Graphs that are freed, or left over, while something still shows or requests them.
 #include <algorithm>
 #include <cstdint>
 #include <span>
@@ -14,7 +14,7 @@ namespace {
 constexpr int32_t white = -1;
 
 struct StaleGraphs : testing::Test {
-  static void SetUpTestSuite() { fuzz::world_folder(); } // which a host of its own makes
+  static void SetUpTestSuite() { fuzz::world_folder(); } // created by a host of its own
 
   null_host host;
 
@@ -40,7 +40,7 @@ struct StaleGraphs : testing::Test {
     process->locals->x = process->locals->y = 20;
     return process;
   }
-  /// Draws a frame; how many bytes of the screen aren't 0.
+  /// Draws a frame; returns the number of nonzero bytes on the screen.
   int64_t lit_after_frame() {
     host.frame();
     const __ORBSurface2D__ &screen = *host.screen();
@@ -56,7 +56,7 @@ TEST_F(StaleGraphs, UnloadedWhileShown) {
   EXPECT_EQ(lit_after_frame(), 400);
   EXPECT_EQ(host.call("fpg_unload", {library}), 1);
   EXPECT_EQ(lit_after_frame(), 0);
-  // The number is taken again, and with it the process shows what is there now.
+  // The number is reused, and the process shows the new graph.
   EXPECT_EQ(host.call("fpg_new"), library);
   EXPECT_EQ(lit_after_frame(), 0);
   host.call("fpg_add_map", {library, 7, 0, code});
@@ -97,7 +97,7 @@ TEST_F(StaleGraphs, OlderThanTheDepth) {
     }
 }
 
-/// A host may ask for requests of its own between two frames.
+/// A host may add its own requests between two frames.
 TEST_F(StaleGraphs, RequestsOutliveTheirSurfaces) {
   for (const bool source_goes : {true, false}) {
     const int32_t source = graph(), destination = graph();

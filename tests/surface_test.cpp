@@ -1,4 +1,4 @@
-// Surfaces, the list of them, and the fills, against slow references and guard bytes.
+// Surfaces, their list, and the fills, against slow references and guard bytes.
 #include "surface/surface.h"
 
 #include <algorithm>
@@ -25,7 +25,7 @@ struct Surface : testing::Test {
   }
 };
 
-/// Deletes a wrapper with the control points that deletion leaves to its owner.
+/// Deletes a wrapper and the control points that deletion leaves to its owner.
 void delete_wrapper(__ORBSurface2D__ *wrapper) {
   uint32_t *const cpoints = wrapper->cpoints;
   ORBGI2D_DeleteGFXSurface(wrapper);
@@ -70,7 +70,7 @@ TEST_F(Surface, SizesAndDepthsOutOfRangeAreRefused) {
       {4, 4, 15, false},         {4, 4, 64, false},         {32768, 32768, 32, false},
       {65535, 65535, 8, false},  {65535, 65535, 32, false}, {65535, 8193, 32, false},
       {32768, 16384, 32, false}, // 0x80000000 bytes
-      {65535, 32769, 32, false}, // 131068 bytes, were it taken in 32 bits
+      {65535, 32769, 32, false}, // 131068 bytes modulo 2^32
   };
   for (const attempt &a : attempts) {
     SCOPED_TRACE(testing::Message() << a.width << " x " << a.height << " x " << a.depth);
@@ -115,7 +115,7 @@ TEST_F(Surface, ResizeToTheSameSizeKeepsPixelsAndCentre) {
   EXPECT_EQ(static_cast<uint16_t *>(s->pixels)[5], 0);
   EXPECT_EQ(s->cpoints[0], 77u);
 
-  // Without pixels the same size makes them.
+  // Without pixels, resizing to the same size allocates them.
   ORBGI2D_DeleteGFXSurfaceBufferData(s);
   EXPECT_EQ(s->pixels, nullptr);
   EXPECT_EQ(ORBGI2D_ResizeGFXSurface(s, 6, 4, 0, 1), 1);
@@ -135,7 +135,7 @@ TEST_F(Surface, ResizeToAnotherSize) {
   EXPECT_EQ(ORBGI2D_ResizeGFXSurface(s, 12, 10, 1, 0), 1);
   EXPECT_EQ(s->cpoints[0], 6u);
   EXPECT_EQ(s->cpoints[1], 5u);
-  memset(s->pixels, 0x55, s->byte_size); // all of it is there
+  memset(s->pixels, 0x55, s->byte_size); // all of it is accessible
 }
 
 TEST_F(Surface, EachResizeRefusesTheOtherKind) {
@@ -159,7 +159,7 @@ TEST_F(Surface, WrapperLeavesWhatItDoesNotOwn) {
   EXPECT_EQ(ORBGI2D_ResizeGFXSurfaceWrapper(w, 2, 3, 1, 1), 1); // no pixels to clear
   w->pixels = pixels.data();
   mode.bpp = 8;
-  EXPECT_EQ(ORBGI2D_ResizeGFXSurfaceWrapper(w, 3, 3, 1, 1), 1); // another depth than the mode's
+  EXPECT_EQ(ORBGI2D_ResizeGFXSurfaceWrapper(w, 3, 3, 1, 1), 1); // a depth other than the mode's
   EXPECT_EQ(pixels[0], 0x1234);
   mode.bpp = 16;
   EXPECT_EQ(ORBGI2D_ResizeGFXSurfaceWrapper(w, 3, 3, 1, 0), 1);
@@ -178,7 +178,7 @@ TEST_F(Surface, WrapperLeavesWhatItDoesNotOwn) {
   ORBGI2D_DeleteGFXSurfaceBufferData(w);
   EXPECT_EQ(w->pixels, pixels.data());
   ORBGI2D_DeleteGFXSurface(w);
-  EXPECT_EQ(cpoints[0], 1u); // still there: its owner's
+  EXPECT_EQ(cpoints[0], 1u); // still valid: the owner frees them
   free(cpoints);
 }
 
@@ -259,7 +259,7 @@ TEST(Fill, EveryCountAtEveryPlaceAgainstASlowReference) {
       for (uint32_t misplaced = 0; misplaced < 16; misplaced += c.bytes) {
         constexpr uint32_t guard = 64;
         const uint32_t start = guard + misplaced;
-        // uint32_t elements give the alignment that `start` counts from.
+        // uint32_t elements give the alignment that `start` is relative to.
         std::vector<uint32_t> storage((start + count * c.bytes + guard) / 4 + 1);
         for (uint32_t &word : storage)
           word = random();
@@ -325,7 +325,7 @@ void check_replacement(void (*routine)(__ORBSurface2D__ *, uint32_t, uint32_t)) 
   for (int32_t width = 1; width <= 70; ++width) {
     __ORBSurface2D__ *s = ORBGI2D_CreateGFXSurface(width, 3, depth, 0);
     auto *pixels = static_cast<Pixel *>(s->pixels);
-    // Values that agree in some bytes, so that a comparison at another width would show.
+    // Values that agree in some bytes, so that a comparison at the wrong width would show.
     const uint32_t values[] = {0, 0xA5, 0xA5A5, 0xA500A5A5, 0xFFFFFFFF};
     for (uint32_t i = 0; i < s->pixel_count; ++i)
       pixels[i] = Pixel(values[random() % 5]);

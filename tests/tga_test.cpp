@@ -1,4 +1,4 @@
-// The TGA reader on files put together by hand: every type, depth, direction and colour map.
+// The TGA reader on hand-built files: every type, depth, direction and colour map.
 #include <gtest/gtest.h>
 
 #include "picture_fixture.h"
@@ -9,7 +9,7 @@ struct TgaReader : picture_test {
   TgaReader() : picture_test(img_format_tga) {}
 };
 
-/// What a pixel or an entry of the colour map stands for.
+/// The colour of a pixel or a colour map entry.
 uint32_t colour_of(uint32_t value, uint32_t bits) {
   return bits <= 16 ? expected_555(value) : value & 0xFFFFFF;
 }
@@ -29,7 +29,7 @@ TEST_F(TgaReader, ColoursOfEveryDepthAndDirection) {
           tga_file file{.type = type, .w = 17, .h = 9, .bits = bits};
           file.descriptor = direction | alpha_bits;
           file.id = random_bytes(random() % 2 ? random() % 256 : 0, random);
-          if (random() % 3 == 0) file.map = {1, 2, 3}; // of no use, and passed over
+          if (random() % 3 == 0) file.map = {1, 2, 3}; // unused, and skipped
           SCOPED_TRACE("type " + std::to_string(type) + ", " + std::to_string(bits) +
                        " bits, descriptor " + std::to_string(file.descriptor));
           const bool alpha = bits == 32 && alpha_bits == 8;
@@ -74,14 +74,14 @@ TEST_F(TgaReader, Greys) {
     for (bool with_map : {false, true}) {
       tga_file file{.type = type, .w = 300, .h = 3, .bits = 8};
       if (with_map) file.map = {0x123456};
-      expect_refused(file.encode()); // without pixels
+      expect_refused(file.encode()); // no pixels
       const auto values = file.fill(random);
       expect_at_every_depth(file.encode(), {300, 3, true, false, values});
       expect_colours(greys);
     }
 }
 
-// What the probe says of headers; the format has no other mark.
+// The probe's view of headers; the format has no other mark.
 TEST_F(TgaReader, Probe) {
   struct header {
     uint32_t map_type, type, map_first, map_length, map_bits, bits;
@@ -134,7 +134,7 @@ TEST_F(TgaReader, FilesThatAreRefused) {
       file.h = h;
       expect_refused(file.encode());
     }
-  // A last packet that is cut; what follows the last pixel doesn't matter.
+  // A truncated last packet; bytes after the last pixel do not matter.
   tga_file file{.type = 10, .w = 5, .h = 1};
   file.pixels = {0x81, 1, 2, 3, 2, 4, 5, 6, 7, 8, 9, 10, 11};
   expect_refused(file.encode());

@@ -1,6 +1,6 @@
 // Real windows and full screens: the module opens them at each depth, draws a picture through its
-// hooks, and the pixels are read back from the X server. On the screen that DISPLAY names, whatever
-// it is, and on small ones of every depth, of servers started for it.
+// hooks, and the pixels are read back from the X server. Runs on the screen that DISPLAY names,
+// whatever it is, and on small servers of every depth started for it.
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -24,8 +24,7 @@
 
 namespace {
 
-/// The screen that a test runs on: a size and depth of a server of its own, or "" for the one that
-/// DISPLAY names.
+/// The screen a test runs on: size and depth of its own server, or "" for DISPLAY.
 struct RealWindow : testing::TestWithParam<const char *> {
   std::unique_ptr<fake_runtime> host;
   Display *display = nullptr;
@@ -61,8 +60,8 @@ struct RealWindow : testing::TestWithParam<const char *> {
     if (!server) server = std::make_unique<virtual_server>(screen.c_str());
     return server->name();
   }
-  /// One connection a server for the whole program: one that loses its last client starts anew, and
-  /// refuses connections meanwhile.
+  /// One connection per server for the whole program: a server that loses its last client resets,
+  /// and refuses connections meanwhile.
   static Display *connection_to(const std::string &name) {
     static std::map<std::string, Display *> connections;
     auto &found = connections[name];
@@ -77,7 +76,7 @@ struct RealWindow : testing::TestWithParam<const char *> {
     return info.info.x11.window;
   }
 
-  /// A colour that the mode and the display can both hold exactly enough to compare.
+  /// A colour that both the mode and the display represent closely enough to compare.
   static uint32_t pattern(int x, int y) {
     if (mode.bpp == 8) return uint32_t(x * 5 + y * 11) & 255;
     const uint32_t r = uint32_t(x * 8) & 0xF8, g = uint32_t(y * 4) & 0xFC,
@@ -102,7 +101,7 @@ struct RealWindow : testing::TestWithParam<const char *> {
       ORB_mod_graphics2D_frame();
   }
 
-  /// Compares the window with `expected(x, y)`; `slack` for bits that the display's format lacks.
+  /// Compares the window with `expected(x, y)`; `slack` allows for bits the display's format lacks.
   template <typename F> void expect_window(F &&expected, int slack) {
     const window_picture picture(display, shown_window());
     ASSERT_TRUE(picture.good());
@@ -121,8 +120,8 @@ struct RealWindow : testing::TestWithParam<const char *> {
     EXPECT_EQ(wrong, 0);
   }
 
-  /// What may be lost: a display of 16 bits has 5 or 6 bits of each, and SDL's own way from 5-6-5
-  /// to 8 bits fills the low ones.
+  /// The possible loss: a 16-bit display has 5 or 6 bits per channel, and SDL's conversion from
+  /// 5-6-5 to 8 bits fills the low ones.
   int slack() const { return depth_ < 24 || mode.bpp == 16 ? 8 : 0; }
   int depth_ = 0;
   std::string given_;
@@ -130,7 +129,7 @@ struct RealWindow : testing::TestWithParam<const char *> {
 
 TEST_P(RealWindow, ShowsThePictureAtEveryDepth) {
   for (const int32_t bpp : {8, 16, 32}) {
-    if (depth_ == 8 && bpp != 8) continue; // 256 colours can't show it
+    if (depth_ == 8 && bpp != 8) continue; // 256 colours cannot show it
     SCOPED_TRACE(std::to_string(bpp) + " bits");
     ASSERT_EQ(host->call(ORB_mode_set, 197, 151, bpp), 1);
     draw_ground_picture();
@@ -240,7 +239,7 @@ TEST_P(SmallScreen, FullScreensHaveBordersOrFillIt) {
   };
   expect_window(bordered, slack());
 
-  // 2x makes it fit: no emulation but by its height.
+  // 2x makes it fit: only the height is emulated.
   ASSERT_EQ(host->call(ORB_mode_set_filter, 1), 1);
   EXPECT_EQ(mode_x, 0);
   EXPECT_EQ(mode_y, 40);
@@ -258,7 +257,7 @@ TEST_P(SmallScreen, FullScreensHaveBordersOrFillIt) {
   draw_ground_picture();
   expect_window([](int x, int y) { return meant(pattern(x, y)); }, slack());
 
-  // Back to a window by a change that keeps the picture.
+  // Back to a window through a change that keeps the picture.
   ASSERT_EQ(host->call(ORB_mode_change, 1), 1);
   EXPECT_EQ(sdl_fullscreen, 0);
   ORB_mod_graphics2D_frame();

@@ -1,4 +1,5 @@
-// Frame zones against a literal transcription, restores seen in pixels, and the order of a frame.
+// Frame zones against a literal transcription, restores checked in pixels, and the order of a
+// frame.
 #include <cstring>
 #include <random>
 #include <string>
@@ -15,9 +16,9 @@
 
 namespace {
 
-/// What happened in a frame, in order.
+/// The trace of a frame, in order.
 std::vector<std::string> *events;
-/// Zones and the complete flag as the presentation saw them.
+/// Zones and the complete flag as the presentation sees them.
 std::vector<orb_frame_zone> presented;
 int32_t presented_complete;
 
@@ -57,7 +58,7 @@ struct FrameZones : graphics_test {
     dump_type = restore_type = old_dump_type = old_restore_type = 1;
   }
 
-  /// A request that draws the box given by `x`, `y`, `size_x`, `size_y` (inclusive corners).
+  /// A request that draws the box `x`, `y`, `size_x`, `size_y` (inclusive corners).
   static __ORBBlit2D__ *add(int32_t x0, int32_t y0, int32_t x1, int32_t y1, int32_t z = 0) {
     __ORBBlit2D__ *r = GetAndUpdateBlitList();
     r->x = x0, r->y = y0, r->size_x = x1, r->size_y = y1, r->z = z;
@@ -80,7 +81,7 @@ std::string text(const orb_frame_zone &z) {
   return out;
 }
 
-/// The accumulation as it is told, in wide integers and its own storage.
+/// The accumulation as documented, in wide integers and separate storage.
 struct reference_zones {
   struct zone {
     int64_t x0, y0, x1, y1, w, h;
@@ -131,7 +132,7 @@ TEST_F(FrameZones, AccumulationLikeTheReference) {
     num_framezones = 0;
     complete_frame = 0;
     reference_zones reference;
-    // Small boxes fill the table, large ones merge and complete.
+    // Small boxes fill the table, large ones merge and make the frame complete.
     const int32_t largest = 1 + int32_t(random() % (round % 4 ? 3 : 70));
     const int32_t area = round % 4 ? 1000 : W + 10;
     for (int32_t i = 0; i < 300; ++i) {
@@ -162,12 +163,12 @@ TEST_F(FrameZones, OddBoxes) {
     return orb_frame_zone{x0, y0, x1, y1, x1 - x0 + 1, y1 - y0 + 1};
   };
   accumulate_zone(box(10, 10, 19, 19));
-  accumulate_zone(box(20, 12, 22, 14)); // right beside it: merges
+  accumulate_zone(box(20, 12, 22, 14)); // adjacent: merges
   EXPECT_EQ(num_framezones, 1);
   EXPECT_EQ(text(framezones[0]), text(box(10, 10, 22, 19)));
-  accumulate_zone(box(24, 12, 25, 14)); // a gap of one pixel: its own
+  accumulate_zone(box(24, 12, 25, 14)); // a gap of one pixel: a separate zone
   EXPECT_EQ(num_framezones, 2);
-  accumulate_zone(box(5, 5, 40, 40)); // contains both: its own as well
+  accumulate_zone(box(5, 5, 40, 40)); // contains both: a separate zone as well
   EXPECT_EQ(num_framezones, 3);
 
   __ORBBlit2D__ request{};
@@ -259,7 +260,7 @@ TEST_F(FrameZones, FrameInOrder) {
   EXPECT_EQ(num_blits2D, 4);
   EXPECT_EQ(num_framezones, 3);
 
-  // Nothing to draw: the zones stay; a ground picture comes instead of the colour.
+  // Nothing to draw: the zones stay; a ground picture is shown instead of the colour.
   logged.clear();
   ground_puting = 1;
   draw_frame();
@@ -267,13 +268,13 @@ TEST_F(FrameZones, FrameInOrder) {
   EXPECT_EQ(num_framezones, 3);
   EXPECT_EQ(presented.size(), 3u);
 
-  // No restore: nothing is brought back.
+  // No restore: nothing is restored.
   logged.clear();
   restore_type = -1;
   draw_frame();
   EXPECT_EQ(logged, (std::vector<std::string>{"present"}));
 
-  // With no presentation and no screen the frame is dropped quietly.
+  // Without a presentation and a screen the frame is dropped silently.
   VID_DrawFrame = nullptr;
   add(1, 1, 2, 2);
   draw_frame();
@@ -286,12 +287,12 @@ TEST_F(FrameZones, FrameInOrder) {
   screen = former;
 }
 
-/// What a partial dump presents: last frame's zones, to wipe, and this frame's.
+/// A partial dump presents last frame's zones, to erase them, and this frame's.
 TEST_F(FrameZones, PartialDump) {
   add(2, 2, 5, 5);
   draw_frame();
   EXPECT_EQ(presented.size(), 1u);
-  add(3, 2, 6, 5); // one pixel on: still one zone
+  add(3, 2, 6, 5); // one pixel further: still one zone
   draw_frame();
   ASSERT_EQ(presented.size(), 1u);
   EXPECT_EQ(text(presented[0]), text(orb_frame_zone{2, 2, 6, 5, 5, 4}));
@@ -301,7 +302,7 @@ TEST_F(FrameZones, PartialDump) {
   EXPECT_EQ(presented.size(), 2u);
   EXPECT_EQ(num_framezones, 1);
 
-  // A request that drew on another surface, or nothing, needs no zone.
+  // A request that drew nothing, or on another surface, needs no zone.
   add(40, 40, 41, 41)->dst = ground;
   add(50, 40, 51, 41)->blit_op = [](__ORBBlit2D__ *q) { return q->drawn = 0; };
   draw_frame();
@@ -318,7 +319,7 @@ TEST_F(FrameZones, PartialDump) {
   draw_frame();
   EXPECT_EQ(presented_complete, 0);
 
-  // A complete dump that isn't restored by zones keeps none.
+  // A complete dump without restore by zones keeps none.
   num_framezones = 0;
   dump_type = restore_type = 1;
   add(2, 2, 5, 5);
@@ -331,7 +332,7 @@ TEST_F(FrameZones, PartialDump) {
   EXPECT_EQ(num_framezones, 1);
 }
 
-/// The table has 128 places; the box that finds none makes the frame complete.
+/// The table has 128 entries; a box that finds none free makes the frame complete.
 TEST_F(FrameZones, Overflow) {
   const auto boxes = [](int32_t count) {
     for (int32_t i = 0; i < count; ++i) {
@@ -359,7 +360,7 @@ TEST_F(FrameZones, Overflow) {
   EXPECT_EQ(complete_frame, 1);
 }
 
-/// An operation may take requests of its own while the list is drawn; they wait for no one and
+/// An operation may take requests of its own while the list is drawn; the frame discards them, and
 /// the list may move.
 TEST_F(FrameZones, ListGrowsWhileDrawn) {
   for (int32_t i = 0; i < 10; ++i)
@@ -388,7 +389,7 @@ TEST_F(FrameZones, FadesAndPalette) {
   draw_frame();
   EXPECT_EQ(applied, 1) << "levels stay applied after the fade has ended";
 
-  // In 8-bit modes the display holds the levels; only a new palette is handed on.
+  // In 8-bit modes the display holds the fade levels; only a new palette is passed on.
   set_depth(8);
   do_fading = [](const __FadeFX__ *) { ++applied; };
   applied = 0;
