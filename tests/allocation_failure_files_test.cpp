@@ -19,7 +19,7 @@ constexpr const char *pictures[] = {
     "tga/magick_8_RLE.tga",  "tga/magick_grey_None.tga", "tga/magick_rgba_RLE.tga",
 };
 
-// ---- Pictures ----------------------------------------------------------------------------------
+// ---- Pictures -----------------------------------------------------------------------------------
 
 failure_case picture_case(const char *function, const char *report, std::string file,
                           int32_t depth) {
@@ -77,7 +77,7 @@ TEST(AllocationFailure, PalettesAreLoadedAndForced) {
   expect_survived(cases);
 }
 
-// ---- The engine's own files --------------------------------------------------------------------
+// ---- The engine's own files ---------------------------------------------------------------------
 
 std::vector<stored_graph> graphs_of(int32_t depth) {
   return library_test::three_graphs(depth);
@@ -139,7 +139,7 @@ TEST(AllocationFailure, GraphFilesAreLoaded) {
   expect_survived(cases);
 }
 
-// ---- Files that are written --------------------------------------------------------------------
+// ---- Files that are written ---------------------------------------------------------------------
 
 TEST(AllocationFailure, FilesAreWritten) {
   static const std::string file = failure_world::written("file");

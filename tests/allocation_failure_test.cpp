@@ -15,7 +15,7 @@ namespace {
 
 constexpr int32_t no_fade = 64;
 
-// ---- The allocator itself ----------------------------------------------------------------------
+// ---- The allocator itself -----------------------------------------------------------------------
 
 TEST(FailingAllocator, FailsTheRequestAskedFor) {
   const int32_t blocks = outstanding_blocks(fault_scope::module);
@@ -56,7 +56,7 @@ TEST(FailingAllocator, FailsTheRequestAskedFor) {
   EXPECT_EQ(opens(fault_scope::everybody), !libraries_can_fail);
 }
 
-// ---- Hooks -------------------------------------------------------------------------------------
+// ---- Hooks --------------------------------------------------------------------------------------
 
 const std::set<std::string> init_refusals = {
     "Device 2D init error",
@@ -184,7 +184,7 @@ TEST(AllocationFailure, FramesAndRelease) {
   expect_survived(cases);
 }
 
-// ---- Modes -------------------------------------------------------------------------------------
+// ---- Modes --------------------------------------------------------------------------------------
 
 const std::set<std::string> mode_refusals = {
     "ENGINE 2D: Error to Create PALETTE table", "ENGINE 2D: Error to Create GHOST table",
@@ -275,7 +275,7 @@ TEST(AllocationFailure, Modes) {
   expect_survived(cases);
 }
 
-// ---- Lists -------------------------------------------------------------------------------------
+// ---- Lists --------------------------------------------------------------------------------------
 
 /// Takes the initial codes of library 0.
 void fill_library_0(failure_world &world) {
@@ -382,7 +382,7 @@ TEST(AllocationFailure, ListsGrow) {
   });
 }
 
-// ---- Graphs ------------------------------------------------------------------------------------
+// ---- Graphs -------------------------------------------------------------------------------------
 
 /// Libraries 0, 1 and 2; 1 has copies of two graphs, one of them with control points.
 void make_libraries(failure_world &world) {
@@ -453,7 +453,7 @@ TEST(AllocationFailure, Graphs) {
   expect_survived(cases);
 }
 
-// ---- Collisions --------------------------------------------------------------------------------
+// ---- Collisions ---------------------------------------------------------------------------------
 
 failure_case collision_case(int32_t depth) {
   return {.name = "collision",

@@ -1,6 +1,6 @@
 #!/bin/sh
-# Checks that the folders of src/ are the layers that docs/architecture.md lists, bottom up: a file
-# includes only files of its own layer and of those below. Files must not include one another in a
+# Checks that the folders of src/ are the floors that docs/architecture.md lists, bottom up: a file
+# includes only files of its own floor and of those below. Files must not include one another in a
 # cycle; a source and its header count as one.
 # usage: check_floors.sh PROJECT_DIRECTORY
 cd "$1" || exit 1

@@ -36,7 +36,7 @@ struct Colour : testing::Test {
   }
 };
 
-// ---- Packing -----------------------------------------------------------------------------------
+// ---- Packing ------------------------------------------------------------------------------------
 
 int32_t clamped(int32_t c) {
   return std::clamp(c, 0, 255);
@@ -113,7 +113,7 @@ TEST_F(Colour, ScriptFunctionsFollowTheMode) {
   EXPECT_TRUE(host.errors.empty());
 }
 
-// ---- The palette -------------------------------------------------------------------------------
+// ---- The palette --------------------------------------------------------------------------------
 
 /// Palettes of several kinds: few distinct colours make ties, narrow ranges crowd cells.
 __ORBPalette2D__ random_palette(std::mt19937 &random, int kind) {
@@ -275,7 +275,7 @@ TEST_F(Colour, ForcedPaletteMapsToTheNearest) {
   }
 }
 
-// ---- The ghost table ---------------------------------------------------------------------------
+// ---- The ghost table ----------------------------------------------------------------------------
 
 TEST_F(Colour, GhostTableIsExact) {
   set_depth(8);
@@ -314,7 +314,7 @@ TEST_F(Colour, GhostTableWaitsForItsFirstUse) {
   update_ghost_table();
 }
 
-// ---- Tables per depth --------------------------------------------------------------------------
+// ---- Tables per depth ---------------------------------------------------------------------------
 
 TEST_F(Colour, DepthTables) {
   for (int32_t depth : {8, 16, 32}) {

@@ -60,7 +60,7 @@ struct DrawObjects : graphics_test {
   }
 };
 
-// ---- Arguments ---------------------------------------------------------------------------------
+// ---- Arguments ----------------------------------------------------------------------------------
 
 TEST_F(DrawObjects, CheckArgumentsInOrder) {
   expect_calls(host, R"(
@@ -207,7 +207,7 @@ draw_get_height 1 -> 11
   EXPECT_EQ(std::to_array(box), std::to_array<int32_t>({INT32_MAX, 5, INT32_MIN, -5}));
 }
 
-// ---- A model of the objects --------------------------------------------------------------------
+// ---- A model of the objects ---------------------------------------------------------------------
 
 /// A model of the objects, compared with the module's after every call.
 struct model {
@@ -331,7 +331,7 @@ TEST_F(DrawObjects, BehaveAsTheirModel) {
   EXPECT_GT(known.objects.size(), 16u);
 }
 
-// ---- Frames ------------------------------------------------------------------------------------
+// ---- Frames -------------------------------------------------------------------------------------
 
 /// Draws one object directly, with the clip rectangle that it should get.
 void draw_directly(const orb_draw &draw, __ORBSurface2D__ *on) {
@@ -396,7 +396,7 @@ TEST_F(DrawObjects, AreDrawnByDepthAmongTheProcesses) {
       *_draw_visible_ = round % 4 != 0;
       *_draw_destination_graph_ = any_target();
 
-      // The same by hand: everything to draw, by depth.
+      // The expected result: everything to draw, by depth.
       struct item {
         int32_t z;
         const orb_locals *locals;

@@ -62,7 +62,7 @@ int32_t outstanding_blocks(fault_scope scope) {
   return scope == fault_scope::module ? module_blocks : all_blocks;
 }
 
-// ---- The underlying heap -----------------------------------------------------------------------
+// ---- The underlying heap ------------------------------------------------------------------------
 
 // The linked objects' requests go straight to the real allocator: through this program's own malloc
 // each would count twice.
@@ -115,7 +115,7 @@ void __real_free(void *block);
 #define real_free    __real_free
 #endif
 
-// ---- Requests of linked objects (-Wl,--wrap) ---------------------------------------------------
+// ---- Requests of linked objects (-Wl,--wrap) ----------------------------------------------------
 
 namespace {
 
@@ -166,7 +166,7 @@ void __wrap_free(void *block) {
 
 } // extern "C"
 
-// ---- Requests of libraries ---------------------------------------------------------------------
+// ---- Requests of libraries ----------------------------------------------------------------------
 
 #if ORB_OWN_MALLOC
 extern "C" {

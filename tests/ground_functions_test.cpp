@@ -515,7 +515,7 @@ TEST_F(GroundAndScreen, AnyArgumentsAreTaken) {
   _draw_z_ = _draw_visible_ = _draw_destination_file_ = _draw_destination_graph_ = nullptr;
 }
 
-// ---- The screen colour -------------------------------------------------------------------------
+// ---- The screen colour --------------------------------------------------------------------------
 
 struct ScreenColour : Mode {
   /// Opens a mode without fades, which would change the pixels.

@@ -58,7 +58,7 @@ protected:
   Host host;
 };
 
-// ---- Calls -----------------------------------------------------------------------------------
+// ---- Calls --------------------------------------------------------------------------------------
 
 TEST_F(HostScript, ChoosesTheFormByNumberAndKind) {
   EXPECT_EQ(play("print(fk_sum(1, 2), fk_sum(1, 2, 3), fk_mixed(1), fk_mixed('1'))"),
@@ -158,7 +158,7 @@ TEST_F(HostScript, AProcessStandsForItsId) {
             "true\nfalse\t0\tnil\ttrue\n");
 }
 
-// ---- Reports -----------------------------------------------------------------------------------
+// ---- Reports ------------------------------------------------------------------------------------
 
 TEST_F(HostScript, ReportsNameTheLineAndPlayGoesOn) {
   EXPECT_EQ(reports("local function f()\n  fk_load('bad')\nend\nf()\nfk_load('good')"),
@@ -190,7 +190,7 @@ TEST_F(HostScript, ErrorsCarryATraceback) {
   EXPECT_THAT(failure("local function f() return f() + 1 end f()"), HasSubstr("stack overflow"));
 }
 
-// ---- Globals -----------------------------------------------------------------------------------
+// ---- Globals ------------------------------------------------------------------------------------
 
 TEST_F(HostScript, ScriptGlobalsAreMemory) {
   EXPECT_EQ(play("print(draw_z); draw_z = -300.5; print(draw_z); mine = fk_one\n"
@@ -290,8 +290,7 @@ TEST_F(HostScript, ListsTheFilesOfAFolder) {
   fs::remove_all(folder);
 }
 
-// ---- Processes
-// -----------------------------------------------------------------------------------
+// ---- Processes ----------------------------------------------------------------------------------
 
 TEST_F(HostScript, LocalsAreTheProcessMemory) {
   EXPECT_EQ(play("local p = spawn(function(self, a, b) self.x = self.x + a self.y = b frame() end,"

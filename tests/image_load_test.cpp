@@ -270,7 +270,7 @@ TEST_F(ImageLoad, AFullLibraryGrows) {
   EXPECT_EQ(load(name), 1007);
 }
 
-// ---- What other readers deliver: control points, 16-bit files, descriptions -----------------
+// ---- What other readers deliver: control points, 16-bit files, descriptions ---------------------
 
 TEST_F(ImageLoad, AdoptsControlPointsAndDescriptions) {
   for (int32_t depth : {16, 32}) { // adopted unchanged, and converted

@@ -168,7 +168,7 @@ TEST_F(Lifecycle, BusyRendererDropsTheFrame) {
   VID_DrawFrame = former_present;
 }
 
-/// A process on the screen, at every depth, over ten lives of the module.
+/// A process on the screen, at every depth, over ten init-release cycles.
 TEST_F(Lifecycle, TenLives) {
   for (int32_t life = 0; life < 10; ++life) {
     const int32_t depth = life % 3 == 0 ? 8 : life % 3 == 1 ? 16 : 32;

@@ -139,7 +139,7 @@ TEST_F(MapBlits, RealPointsFollowDirectionGraphs) {
   EXPECT_EQ(memcmp(&before, process.locals, sizeof before), 0);
 }
 
-// ---- Blits -------------------------------------------------------------------------------------
+// ---- Blits --------------------------------------------------------------------------------------
 
 enum function_under_test { put_, xput_, xxput_, block_, tile_, apply_fx_ };
 

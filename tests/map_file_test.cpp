@@ -18,7 +18,7 @@ struct MapFile : graph_file_test {
   }
 };
 
-// ---- Bytes -------------------------------------------------------------------------------------
+// ---- Bytes --------------------------------------------------------------------------------------
 
 TEST_F(MapFile, BytesAtEveryDepth) {
   for (int depth : {8, 16, 32}) {
@@ -102,7 +102,7 @@ TEST_F(MapFile, ThePointsThatAreWritten) {
   EXPECT_EQ(slot(1003).surface->has_cpoints, 4095u);
 }
 
-// ---- Depths and palettes -----------------------------------------------------------------------
+// ---- Depths and palettes ------------------------------------------------------------------------
 
 TEST_F(MapFile, DepthsOfFilesAndScreens) {
   for (int file_depth : {8, 16, 32}) {
@@ -162,7 +162,7 @@ TEST_F(MapFile, PalettesAreAdoptedForcedAndToldApart) {
   EXPECT_GT(moved, 100);
 }
 
-// ---- Streams -----------------------------------------------------------------------------------
+// ---- Streams ------------------------------------------------------------------------------------
 
 TEST_F(MapFile, CompressedAndEncipheredStreams) {
   const file_bytes gz{'g', 'z', '!', 0x1A, 0x0D, 0x0A, 0xFF, 0};
@@ -225,7 +225,7 @@ TEST_F(MapFile, CompressedAndEncipheredStreams) {
   }
 }
 
-// ---- Failures ----------------------------------------------------------------------------------
+// ---- Failures -----------------------------------------------------------------------------------
 
 TEST_F(MapFile, EveryTruncation) {
   for (const bool compressed : {false, true}) {
@@ -297,8 +297,7 @@ TEST_F(MapFile, HugeClaims) {
     disk.largest_read = 0;
     return answer(load(name));
   };
-  EXPECT_EQ(claim(65535, 65535, "h.map"),
-            "failure: 100 MAP_LOAD 1 'h.map'"); // an impossible surface size
+  EXPECT_EQ(claim(65535, 65535, "h.map"), "failure: 100 MAP_LOAD 1 'h.map'"); // over the limit
   EXPECT_EQ(claim(20000, 20000, "h.map"), "failure: 144 MAP_LOAD 1 'h.map'");
   EXPECT_LT(disk.largest_read, 1000);
   EXPECT_EQ(claim(0, 4, "h.map"), "failure: 100 MAP_LOAD 1 'h.map'");
@@ -347,7 +346,7 @@ TEST_F(MapFile, ReportsOfLoadingSavingAndCloning) {
   EXPECT_FALSE(disk.files.contains("o"));
 }
 
-// ---- Graphs ------------------------------------------------------------------------------------
+// ---- Graphs -------------------------------------------------------------------------------------
 
 TEST_F(MapFile, ClonesCountWhatTheirSourceCounts) {
   disk.files["g.map"] = map_file(small_graph(32));

@@ -17,7 +17,7 @@ constexpr int32_t failure = INT32_MIN;
 
 struct MapFunctions : map_test {};
 
-// ---- Arguments ---------------------------------------------------------------------------------
+// ---- Arguments ----------------------------------------------------------------------------------
 
 const std::map<std::string, int32_t (*)()> handlers = {
     {"map_put", ORB_map_put},
@@ -206,7 +206,7 @@ TEST_F(MapFunctions, ArgumentsResultsAndReports) {
   EXPECT_EQ(tried, 96);
 }
 
-// ---- Pixels ------------------------------------------------------------------------------------
+// ---- Pixels -------------------------------------------------------------------------------------
 
 TEST_F(MapFunctions, PixelsAndComponents) {
   for (int32_t depth : {8, 16, 32}) {
@@ -270,7 +270,7 @@ TEST_F(MapFunctions, ClearsAndReplacesColours) {
     ASSERT_EQ(pixel(*slot(1000).surface, i % 20, i / 20), (before[i] * 7 + 3) % 256);
 }
 
-// ---- Control points ----------------------------------------------------------------------------
+// ---- Control points -----------------------------------------------------------------------------
 
 TEST_F(MapFunctions, ControlPointsKeepWhatTheyAreTold) {
   struct place {

@@ -32,7 +32,7 @@ trace tour_of(const std::function<void(null_host &)> &change) {
   return tour(host);
 }
 
-// ---- What is missing ---------------------------------------------------------------------------
+// ---- What is missing ----------------------------------------------------------------------------
 
 /// A pointer of the host's tables, and what a program without it sees change: 'f' results of
 /// functions on files, 'p' those on processes, and pictures with either; else nothing.
@@ -144,7 +144,7 @@ TEST_F(OddHosts, NullTexts) {
   EXPECT_EQ(host.call("map_get_name", {0, 77}), 0);
 }
 
-// ---- Streams -----------------------------------------------------------------------------------
+// ---- Streams ------------------------------------------------------------------------------------
 
 orb_file_services honest; // the host's own services, to which those below forward
 int32_t largest_piece;
@@ -282,7 +282,7 @@ TEST_F(OddHosts, EndlessStreams) {
   }
 }
 
-// ---- Numbers, processes, order of calls --------------------------------------------------------
+// ---- Numbers, processes, order of calls ---------------------------------------------------------
 
 constexpr int32_t extremes[] = {INT_MIN, INT_MIN + 1, -1000000, -1, 0, 1, 320, 1000000, INT_MAX};
 

@@ -187,7 +187,7 @@ TEST_F(PaletteFunctions, ArgumentsResultsAndReports) {
   EXPECT_EQ(tried, 45);
 }
 
-// ---- Files -------------------------------------------------------------------------------------
+// ---- Files --------------------------------------------------------------------------------------
 
 TEST_F(PaletteFunctions, ReadsThePaletteWhereEachFormatHasIt) {
   const struct {
@@ -281,7 +281,7 @@ TEST_F(PaletteFunctions, SavesWhatItLoads) {
   EXPECT_EQ(host.errors[0].code, 123);
 }
 
-// ---- Forcing -----------------------------------------------------------------------------------
+// ---- Forcing ------------------------------------------------------------------------------------
 
 TEST_F(PaletteFunctions, AForcedPaletteStaysUntilItIsGivenUp) {
   // Even a forced palette equal to the one in force must not yield to the first picture's.
@@ -316,7 +316,7 @@ TEST_F(PaletteFunctions, AForcedPaletteStaysUntilItIsGivenUp) {
   EXPECT_EQ(palette_forced, 0);
 }
 
-// ---- Colours -----------------------------------------------------------------------------------
+// ---- Colours ------------------------------------------------------------------------------------
 
 TEST_F(PaletteFunctions, RollTurnsARange) {
   for (int round = 0; round < 400; round++) {

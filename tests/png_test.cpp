@@ -148,8 +148,7 @@ TEST_F(PngReader, OnlyPalettePicturesHaveAPalette) {
   EXPECT_EQ(image_palette.colours[7].g, 2);
 }
 
-// ---- Broken files
-// --------------------------------------------------------------------------------
+// ---- Broken files -------------------------------------------------------------------------------
 
 TEST_F(PngReader, EveryPrefixIsRefusedQuietly) {
   std::mt19937 random(22);
@@ -272,8 +271,7 @@ TEST_F(PngReader, MissingAndUnreadableFiles) {
   EXPECT_EQ(png_codec.load(data_path("png/pillow_rgb.png").c_str(), nullptr), 0);
 }
 
-// ---- Writing
-// -------------------------------------------------------------------------------------
+// ---- Writing ------------------------------------------------------------------------------------
 
 struct decoded_png {
   int colour, bits;

@@ -10,7 +10,7 @@ namespace raster_shapes {
 
 namespace {
 
-// ---- References --------------------------------------------------------------------------------
+// ---- References ---------------------------------------------------------------------------------
 
 void line_reference(plotter &to, const arguments &a, bool) {
   auto [x, y, x1, y1] = a;

@@ -102,7 +102,7 @@ arguments some_arguments(std::mt19937 &random) {
           some_coordinate(random, width), some_coordinate(random, height)};
 }
 
-// ---- Tests -------------------------------------------------------------------------------------
+// ---- Tests --------------------------------------------------------------------------------------
 
 TEST(Raster, DrawsWhatTheReferencesDraw) {
   std::mt19937 random(7);
@@ -176,8 +176,7 @@ TEST(Raster, OutlinesAreClosedAndFilledShapesAreTheirInside) {
                                 : arguments{150 - some(), 150 - some(), 150 + some(), 150 + some()};
     SCOPED_TRACE(described(s, 8, a, 0));
     const field filled = whole(s, a, true);
-    field reached =
-        whole(s, a, false); // the outline, and the non-outline pixels connected to the middle
+    field reached = whole(s, a, false); // the outline, then the pixels inside it
     std::vector<int> open = {centred ? 150 * field_side + 150
                                      : (a[1] + a[3]) / 2 * field_side + (a[0] + a[2]) / 2};
     while (!open.empty()) {
@@ -307,7 +306,7 @@ TEST_F(RasterDrawings, PaletteBlendsFollowColourAlphaAndPalette) {
   EXPECT_EQ(do_pixelfx_8bits(9), 9);
 }
 
-// ---- Any coordinate ----------------------------------------------------------------------------
+// ---- Any coordinate -----------------------------------------------------------------------------
 
 TEST(RasterFar, LongLinesStepAsWalkedOnes) {
   std::mt19937 random(23);

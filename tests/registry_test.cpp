@@ -92,7 +92,7 @@ TEST_F(Registry, CountersReachTheScript) {
   EXPECT_EQ(host.call(ORB_graphiclib_get_regionsdefined), 6);
 }
 
-// ---- Growth ------------------------------------------------------------------------------------
+// ---- Growth -------------------------------------------------------------------------------------
 
 TEST_F(Registry, CodesRunOutIntoAGrownLibrary) {
   EXPECT_EQ(GetMAPCode(3), 0);
@@ -280,7 +280,7 @@ TEST_F(Registry, StartsAgainAfterRelease) {
   }
 }
 
-// ---- Lookups -----------------------------------------------------------------------------------
+// ---- Lookups ------------------------------------------------------------------------------------
 
 TEST_F(Registry, RecMAPCodeRefusesWhatIsNotARunTimeCode) {
   __ORBSurface2D__ *const s = new_surface();
@@ -391,7 +391,7 @@ TEST_F(Registry, CheckColourByDepth) {
   }
 }
 
-// ---- Unloading ---------------------------------------------------------------------------------
+// ---- Unloading ----------------------------------------------------------------------------------
 
 TEST_F(Registry, UnloadTakesItsOwnKindsOnly) {
   const int32_t map = add_graph(1, 616);

@@ -141,8 +141,7 @@ TEST_F(MapNew, MakesTheGraph) {
   }
 }
 
-// ---- Ground
-// --------------------------------------------------------------------------------------
+// ---- Ground -------------------------------------------------------------------------------------
 
 TEST_F(GroundFunctions, PutDrawsByThePivotAndKeepsTheKey) {
   for (int32_t depth : {8, 16, 32}) {
@@ -288,8 +287,7 @@ TEST_F(Pixels, ColoursArePackedForTheDepth) {
   EXPECT_EQ(do_fading, do_fading_8bits);
 }
 
-// ---- Regions
-// -------------------------------------------------------------------------------------
+// ---- Regions ------------------------------------------------------------------------------------
 
 TEST_F(RegionDefine, Boxes) {
   constexpr int32_t all = INT32_MAX, w = screen_width, h = screen_height;

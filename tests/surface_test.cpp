@@ -235,7 +235,7 @@ TEST(AlignedMemory, BlocksAreAlignedAndSizesCannotWrap) {
   aligned_free(nullptr);
 }
 
-// ---- Fills -------------------------------------------------------------------------------------
+// ---- Fills --------------------------------------------------------------------------------------
 
 struct fill_case {
   const char *name;
