@@ -26,8 +26,20 @@ step() {
   "$@" >"$logs/$name.log" 2>&1 </dev/null || die "$title: $advice (log: $logs/$name.log)"
 }
 
-# The lock prevents two ./orb from creating the same sysroot or build at once. It belongs to file
-# descriptor 9, so it is released however the process ends.
+# try_step NAME TITLE WITHOUT COMMAND...: a step whose failure is only told, with what follows from
+# it.
+try_step() {
+  local name=$1 title=$2 without=$3
+  shift 3
+  mkdir -p "$logs"
+  say "$title ..."
+  "$@" >"$logs/$name.log" 2>&1 </dev/null && return
+  say "$title failed: $without (log: $logs/$name.log)"
+  return 1
+}
+
+# The lock keeps two ./orb from making the same sysroot or build at once. It belongs to file
+# descriptor 9, so it ends with the process however that ends.
 lock() {
   mkdir -p "$root/build"
   exec 9>"$root/build/.lock"

@@ -78,11 +78,17 @@ archive_line() {
     }'
 }
 
-# extract_i386 DIR PACKAGE...: extracts i386 packages and their dependencies, without running any of
-# their code.
+# extract_i386 DIR PACKAGE...: extracts i386 packages and what they depend on. Nothing of them is
+# run. A package given as src:NAME is a source package: its archives are left in DIR/src.
 extract_i386() {
-  local dir=$1 suite line proxy options=()
+  local dir=$1 suite line proxy package packages=() sources=() options=() lines=()
   shift
+  for package; do
+    case $package in
+      src:*) sources+=("${package#src:}") ;;
+      *) packages+=("$package") ;;
+    esac
+  done
   suite=$(. /etc/os-release && echo "${VERSION_CODENAME-}")
   line=$(archive_line "$suite")
   if [ -z "$line" ]; then
@@ -92,10 +98,17 @@ extract_i386() {
   [ -n "$line" ] || { echo "apt knows no archive of '$suite'"; return 1; }
   proxy=$(apt-config dump --format '%v' Acquire::http::Proxy)
   [ -z "$proxy" ] || options+=(--aptopt="Acquire::http::Proxy \"$proxy\"")
+  [ ${#packages[@]} -eq 0 ] || options+=(--include="$(IFS=,; echo "${packages[*]}")")
+  lines=("$line")
+  if [ ${#sources[@]} -gt 0 ]; then
+    lines+=("${line/#deb/deb-src}")
+    options+=(--extract-hook='mkdir "$1/src" && cd "$1/src" &&
+      APT_CONFIG=$MMDEBSTRAP_APT_CONFIG apt-get -q source --download-only '"${sources[*]}")
+  fi
 
   rm -rf "$dir"
-  mmdebstrap --mode=chrootless --arch=i386 --variant=extract \
-    --include="$(IFS=,; echo "$*")" "${options[@]}" "$suite" "$dir" "$line"
+  mmdebstrap --mode=chrootless --arch=i386 --variant=extract "${options[@]}" \
+    "$suite" "$dir" "${lines[@]}"
 }
 
 # make_sysroot DIR: creates a sysroot of the listed packages.
@@ -140,7 +153,62 @@ need_debug_symbols() {
     "check the network and try again" make_debug_symbols
 }
 
-# need_setup [PACKAGE...]: provides the system's packages, the given ones, and the sysroot.
+# Qt's headers and libraries, without what the sysroot has already. Debian builds two of them for
+# i386, and a loader that still knows such folders takes the one for SSE2; here it is the only one.
+make_peer_qt5() {
+  local new=$1 lib=usr/lib/i386-linux-gnu file
+  extract_i386 "$new.all" libqt5gui5 qtbase5-dev || return
+  rm -rf "$new"
+  mkdir -p "$new/$lib" "$new/usr/include" || return
+  mv "$new.all/usr/include/i386-linux-gnu/qt5" "$new/usr/include" || return
+  for file in "$new.all/$lib"/*.so*; do
+    [ -e "$sysroot/$lib/${file##*/}" ] || mv "$file" "$new/$lib" || return
+  done
+  [ ! -d "$new.all/$lib/sse2" ] || mv "$new.all/$lib/sse2"/* "$new/$lib" || return
+  rm -rf "$new.all"
+}
+
+# libyuv from its source: in the distribution's own build for i386 there is no SIMD.
+make_peer_libyuv() {
+  local new=$1 source
+  extract_i386 "$new.all" src:libyuv || return
+  mkdir -p "$new.all/tree" && tar -C "$new.all/tree" --strip-components=1 \
+    -xf "$new.all"/src/libyuv_*.orig.tar.* || return
+  rm -rf "$new"
+  mkdir -p "$new/usr/lib" "$new.all/objects" &&
+    cp -r "$new.all/tree/include" "$new/usr/include" || return
+  (cd "$new.all/objects" &&
+    clang++ --target=i686-linux-gnu --sysroot="$sysroot" -O2 -msse2 -fPIC -fomit-frame-pointer \
+      -I ../tree/include -c ../tree/source/*.cc) &&
+    ar rcs "$new/usr/lib/libyuv.a" "$new.all"/objects/*.o || return
+  rm -rf "$new.all"
+}
+
+# Peers that only the benchmarks want, each in a folder of the sysroot, so that a new one gets new
+# ones. The benchmarks measure without those that can't be had.
+need_peers() {
+  local name
+  if is_native; then
+    local suffix= missing
+    [ "$(dpkg --print-architecture 2>/dev/null)" = i386 ] || suffix=:i386
+    is_debian || return 0
+    mapfile -t missing < <(missing_packages "qtbase5-dev$suffix")
+    [ ${#missing[@]} -eq 0 ] || try_step peer-qt5 "installing ${missing[*]}" \
+      "the benchmarks go on without Qt" install_packages "${missing[@]}"
+    return 0
+  fi
+  for name in qt5 libyuv; do
+    [ -d "$sysroot/peers/$name" ] && continue
+    mkdir -p "$sysroot/peers" # the new folder must lie beside its place
+    try_step "peer-$name" "fetching $name (once)" "the benchmarks go on without $name" \
+      "make_peer_$name" "$sysroot/peers.new" &&
+      mv "$sysroot/peers.new" "$sysroot/peers/$name"
+    rm -rf "$sysroot/peers.new" "$sysroot/peers.new.all"
+  done
+  return 0
+}
+
+# need_setup [PACKAGE...]: the system's packages, those named beside, and the sysroot.
 need_setup() {
   local packages
   mapfile -t packages < <(list_of "$root/tools/packages.txt")
@@ -172,7 +240,8 @@ need_configured() {
   fi
   [ "${CI-}" != true ] || options+=(-DORB_WERROR=ON)
 
-  wanted="$id $source ${options[*]-}"
+  # CMake looks again for peers that weren't there before.
+  wanted="$id $source ${options[*]-} $(ls "$sysroot/peers" 2>/dev/null | tr '\n' ' ')"
   local old
   old=$(cat "$dir/.configured" 2>/dev/null)
   [ "$old" = "$wanted" ] && [ -e "$dir/build.ninja" ] && return
@@ -230,6 +299,7 @@ prepare() {
   lock
   need_setup "${extra[@]}"
   [ "$preset" != valgrind ] || is_native || need_debug_symbols
+  case " $* " in *" orb_bench "*) need_peers ;; esac
   need_configured "$preset"
   need_built "$@"
   unlock

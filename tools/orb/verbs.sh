@@ -152,6 +152,7 @@ verb_bench() {
     shift
   fi
   prepare "$preset" orb_bench
+  is_native || export LD_LIBRARY_PATH=$sysroot/peers/qt5/usr/lib/i386-linux-gnu
   export SDL_VIDEODRIVER=${SDL_VIDEODRIVER-dummy}
   run32 "$root/build/$preset/bin/orb_bench" "${options[@]}" "$@"
 }
