@@ -119,7 +119,7 @@ void call_ours(benchmark::State &state, const char *signature, bool of_region) {
 
 void register_collision_benchmarks() {
   set_table_style("collision", {"collision(type) over 2,000 processes", 1e6, "M candidates/s"});
-  set_expectation("collision/20 touch", {0, 1, {}});
+  set_expectation("collision/20 touch", {{}, 1, {}});
   benchmark::RegisterBenchmark(("collision/20 touch/" + std::string(our_name)).c_str(), walk_ours);
   benchmark::RegisterBenchmark("collision/20 touch/boxes alone", walk_boxes);
 
@@ -128,7 +128,7 @@ void register_collision_benchmarks() {
     for (const int side : {64, 256}) {
       const std::string name = "pixels/" + std::to_string(depth) + " bits " + std::to_string(side) +
                                "x" + std::to_string(side);
-      set_expectation(name, {0.25, 0, {}});
+      set_expectation(name, {{0.25}, 0, {}});
       benchmark::RegisterBenchmark((name + "/" + our_name).c_str(), pixels_ours, depth, side);
       benchmark::RegisterBenchmark((name + "/memcpy").c_str(), pixels_memcpy, depth, side);
     }
@@ -137,7 +137,7 @@ void register_collision_benchmarks() {
   for (const auto &[signature, of_region] :
        {std::pair("region_is_out(I,I)", true), std::pair("get_dist(I,I)", false)}) {
     const std::string name = std::string("calls/") + signature;
-    set_expectation(name, {0, 1, {}});
+    set_expectation(name, {{}, 1, {}});
     benchmark::RegisterBenchmark((name + "/" + our_name).c_str(), call_ours, signature, of_region);
   }
 }

@@ -59,9 +59,14 @@ void add_sdl12(contender_list &to);
 void add_sdl2(contender_list &to);
 void add_allegro(contender_list &to);
 void add_pixman(contender_list &to);
+void add_qt5(contender_list &to);
+void add_libyuv(contender_list &to);
 
 /// All contenders of this build, ours first and memcpy second.
 const contender_list &contenders();
+
+/// Those that this build lacks; a ratio to the best peer then says less.
+std::vector<std::string> missing_peers();
 
 inline constexpr const char *our_name = "orb";
 inline constexpr const char *memcpy_name = "memcpy";

@@ -12,6 +12,7 @@
 #include <stdexcept>
 
 #include "contender.h"
+#include "orb_host.h"
 
 namespace orbbench {
 
@@ -21,9 +22,9 @@ namespace {
 #define ORB_ALLEGRO_FUNCTIONS(name)                                                                \
   name(_install_allegro_version_check) name(create_bitmap_ex) name(destroy_bitmap)                 \
       name(get_rle_sprite) name(destroy_rle_sprite) name(blit) name(masked_blit)                   \
-          name(stretch_sprite) name(drawing_mode) name(solid_mode) name(set_trans_blender)         \
-              name(set_alpha_blender) name(set_add_blender) name(set_multiply_blender)             \
-                  name(set_screen_blender)
+          name(stretch_blit) name(stretch_sprite) name(drawing_mode) name(solid_mode)              \
+              name(set_trans_blender) name(set_alpha_blender) name(set_add_blender)                \
+                  name(set_multiply_blender) name(set_screen_blender)
 
 struct allegro_library {
 #define ORB_MEMBER(function) decltype(&::function) function = nullptr;
@@ -67,49 +68,52 @@ bitmap_ptr bitmap_from(const picture &p) {
   return bitmap;
 }
 
-/// Any table takes as long as any other; this one mixes indices half and half.
+/// Mixes indices as our own table does. Where a sprite is transparent the mix is the background.
 COLOR_MAP *ghost_map() {
   static COLOR_MAP map;
   for (int s = 0; s < PAL_SIZE; ++s)
     for (int d = 0; d < PAL_SIZE; ++d)
-      map.data[s][d] = uint8_t((s + d) / 2);
+      map.data[s][d] = s == 0 ? uint8_t(d) : ghost_mix(uint8_t(s), uint8_t(d));
   return &map;
 }
 
-using sprite_function = void(BITMAP *target, BITMAP *sprite, point at);
+/// Draws a sprite into a box of the target.
+using sprite_function = void(BITMAP *target, BITMAP *sprite, point at, extent box);
 
-void plain(BITMAP *target, BITMAP *sprite, point at) {
-  allegro.blit(sprite, target, 0, 0, at.x, at.y, sprite->w, sprite->h);
+void plain(BITMAP *target, BITMAP *sprite, point at, extent box) {
+  allegro.blit(sprite, target, 0, 0, at.x, at.y, box.width, box.height);
 }
-void keyed(BITMAP *target, BITMAP *sprite, point at) {
+void keyed(BITMAP *target, BITMAP *sprite, point at, extent) {
   draw_sprite(target, sprite, at.x, at.y);
 }
-void mirrored(BITMAP *target, BITMAP *sprite, point at) {
+void mirrored(BITMAP *target, BITMAP *sprite, point at, extent) {
   draw_sprite_h_flip(target, sprite, at.x, at.y);
 }
-void blended(BITMAP *target, BITMAP *sprite, point at) {
+void blended(BITMAP *target, BITMAP *sprite, point at, extent) {
   draw_trans_sprite(target, sprite, at.x, at.y);
 }
-void scaled(BITMAP *target, BITMAP *sprite, point at) {
-  allegro.stretch_sprite(target, sprite, at.x, at.y, sprite->w * scale_percent / 100,
-                         sprite->h * scale_percent / 100);
+void plain_scaled(BITMAP *target, BITMAP *sprite, point at, extent box) {
+  allegro.stretch_blit(sprite, target, 0, 0, sprite->w, sprite->h, at.x, at.y, box.width,
+                       box.height);
 }
-void rotated(BITMAP *target, BITMAP *sprite, point at) {
+void keyed_scaled(BITMAP *target, BITMAP *sprite, point at, extent box) {
+  allegro.stretch_sprite(target, sprite, at.x, at.y, box.width, box.height);
+}
+void rotated(BITMAP *target, BITMAP *sprite, point at, extent) {
   constexpr fixed angle = -rotate_degrees * (256 << 16) / 360; // clockwise, 256 a turn
   rotate_sprite(target, sprite, at.x, at.y, angle);
 }
-void tiled(BITMAP *target, BITMAP *, point) {
-  rectfill(target, 0, 0, target->w - 1, target->h - 1, 0);
+void tiled(BITMAP *target, BITMAP *, point, extent box) {
+  rectfill(target, 0, 0, box.width - 1, box.height - 1, 0);
 }
 
-sprite_function *function_of(operation op) {
-  switch (op) {
-  case operation::copy: return plain;
-  case operation::keyed: return keyed;
+sprite_function *function_of(const scenario &s) {
+  switch (s.op) {
+  case operation::copy: return is_keyed(s) ? keyed : plain;
   case operation::mirrored: return mirrored;
-  case operation::scale: return scaled;
+  case operation::scale: return is_keyed(s) ? keyed_scaled : plain_scaled;
   case operation::rotate: return rotated;
-  case operation::tile: return tiled;
+  case operation::tile: return is_keyed(s) ? keyed : tiled;
   default: return blended;
   }
 }
@@ -118,7 +122,7 @@ void set_blender(operation op) {
   switch (op) {
   case operation::ghost: return allegro.set_trans_blender(0, 0, 0, ghost_opacity);
   case operation::alpha: return allegro.set_trans_blender(0, 0, 0, opacity);
-  case operation::pixel_alpha: return allegro.set_alpha_blender();
+  case operation::over: return allegro.set_alpha_blender();
   case operation::additive: return allegro.set_add_blender(0, 0, 0, 255);
   case operation::multiply: return allegro.set_multiply_blender(0, 0, 0, 255);
   case operation::screen: return allegro.set_screen_blender(0, 0, 0, 255);
@@ -128,6 +132,7 @@ void set_blender(operation op) {
 
 /// Top left corners of the sprite as it was before it is turned about its middle.
 std::vector<point> corners(const scenario &s) {
+  if (s.op == operation::tile && is_keyed(s)) return tile_positions(s);
   std::vector<point> result = positions(s);
   if (s.op != operation::rotate) return result;
   const extent box = drawn_box(s);
@@ -139,12 +144,12 @@ std::vector<point> corners(const scenario &s) {
 class bitmap_drawing : public drawing {
 public:
   bitmap_drawing(const scenario &s, BITMAP *target)
-      : op_(s.op), places_(corners(s)), target_(target), sprite_(bitmap_from(sprite_of(s))),
-        function_(function_of(s.op)) {}
+      : scenario_(s), box_(drawn_box(s)), places_(corners(s)), target_(target),
+        sprite_(bitmap_from(sprite_of(s))), function_(function_of(s)) {}
 
   void begin() override {
-    set_blender(op_);
-    if (op_ == operation::tile)
+    set_blender(scenario_.op);
+    if (scenario_.op == operation::tile)
       allegro.drawing_mode(DRAW_MODE_COPY_PATTERN, sprite_.get(), 0, 0);
     else
       allegro.solid_mode();
@@ -152,13 +157,14 @@ public:
 
   void draw() override {
     for (const point &p : places_)
-      function_(target_, sprite_.get(), p);
+      function_(target_, sprite_.get(), p, box_);
   }
 
   pixel_view target() override { return {target_->line[0], pitch_of(target_)}; }
 
 private:
-  operation op_;
+  scenario scenario_;
+  extent box_;
   std::vector<point> places_;
   BITMAP *target_;
   bitmap_ptr sprite_;
@@ -168,13 +174,13 @@ private:
 class rle_drawing : public drawing {
 public:
   rle_drawing(const scenario &s, BITMAP *target)
-      : op_(s.op), places_(positions(s)), target_(target),
+      : op_(s.op), places_(tile_positions(s)), target_(target),
         sprite_(allegro.get_rle_sprite(bitmap_from(sprite_of(s)).get())) {}
 
   void begin() override { set_blender(op_); }
 
   void draw() override {
-    if (op_ == operation::keyed) {
+    if (op_ == operation::copy || op_ == operation::tile) {
       for (const point &p : places_)
         draw_rle_sprite(target_, sprite_.get(), p.x, p.y);
     } else {
@@ -199,30 +205,31 @@ public:
   std::string name() const override { return rle_ ? "allegro rle" : "allegro"; }
 
   bool can(const scenario &s) const override {
+    if (rle_ && !is_keyed(s)) return false;
     switch (s.op) {
-    case operation::copy:
+    case operation::copy: return true;
     case operation::mirrored:
     case operation::scale:
     case operation::rotate: return !rle_;
     case operation::tile:
-      return !rle_ && std::has_single_bit(unsigned(s.sprite.width)) &&
-             std::has_single_bit(unsigned(s.sprite.height));
-    case operation::keyed:
+      return is_keyed(s) || (std::has_single_bit(unsigned(s.sprite.width)) &&
+                             std::has_single_bit(unsigned(s.sprite.height)));
     case operation::ghost: return true;
-    case operation::pixel_alpha: return s.depth == 32;
+    case operation::over: return s.depth == 32;
     default: return s.depth != 8;
     }
   }
 
   /// Only where it copies memory.
   bool has_simd(const scenario &s) const override {
-    return s.op == operation::copy || s.op == operation::tile || (rle_ && s.op == operation::keyed);
+    if (s.op != operation::copy && s.op != operation::tile) return false;
+    return rle_ || !is_keyed(s);
   }
 
   std::unique_ptr<drawing> prepare(const scenario &s) override {
     const auto make = [](const scenario &t) { return bitmap_from(background_of(t)); };
     BITMAP *const target = targets_.get(s, make).get();
-    if (rle_ && is_keyed(s.op)) return std::make_unique<rle_drawing>(s, target);
+    if (rle_ && is_keyed(s)) return std::make_unique<rle_drawing>(s, target);
     return std::make_unique<bitmap_drawing>(s, target);
   }
 

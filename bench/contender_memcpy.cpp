@@ -21,6 +21,7 @@ public:
       : places_(positions(s)), target_(target) {
     scenario source = s;
     source.op = operation::copy;
+    source.source = look::opaque;
     if (s.op != operation::rotate) source.sprite = drawn_box(s);
     if (s.op == operation::rotate) {
       for (point &p : places_) {

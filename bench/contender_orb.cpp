@@ -33,26 +33,26 @@ orb_blit_operation *operation_of(const orb_device2d &device, operation op) {
   }
 }
 
-/// A request as a process makes it that changes nothing but what the operation says.
-__ORBBlit2D__ request_for(operation op) {
+/// A request as a process makes it that changes nothing but what the scenario says.
+__ORBBlit2D__ request_for(const scenario &s) {
   __ORBBlit2D__ request{};
   request.region = -1;
   request.size = request.size_x = request.size_y = 100;
   request.alpha = 255;
   request.fxintensity = 255;
-  switch (op) {
-  case operation::copy:
-  case operation::tile: request.flags = flag_nokey; break;
-  case operation::mirrored: request.flags = flag_hmirror; break;
-  case operation::ghost: request.flags = flag_ghost; break;
+  if (!is_keyed(s)) request.flags = flag_nokey;
+  switch (s.op) {
+  case operation::mirrored: request.flags |= flag_hmirror; break;
+  case operation::ghost: request.flags |= flag_ghost; break;
   case operation::alpha: request.alpha = opacity; break;
   case operation::additive: request.fxmode = fx_additiveblend; break;
   case operation::multiply: request.fxmode = fx_multiplyblend; break;
   case operation::screen: request.fxmode = fx_screenblend; break;
-  case operation::scale: request.size = request.size_x = request.size_y = scale_percent; break;
+  case operation::scale: request.size = request.size_x = request.size_y = s.percent; break;
   case operation::rotate: request.angle = rotate_degrees * 1000; break;
-  case operation::keyed:
-  case operation::pixel_alpha: break;
+  case operation::copy:
+  case operation::over:
+  case operation::tile: break;
   }
   return request;
 }
@@ -61,8 +61,8 @@ class orb_drawing : public drawing {
 public:
   orb_drawing(const scenario &s, __ORBSurface2D__ *target)
       : depth_(s.depth), target_(target), sprite_(surface_from(sprite_of(s))) {
-    sprite_->alpha_channel = s.op == operation::pixel_alpha;
-    __ORBBlit2D__ request = request_for(s.op);
+    sprite_->alpha_channel = s.op == operation::over;
+    __ORBBlit2D__ request = request_for(s);
     request.src = sprite_.get();
     request.dst = target_;
     request.blit_op = operation_of(*host_at_depth(depth_).device(), s.op);
@@ -99,7 +99,7 @@ public:
   std::string name() const override { return our_name; }
   bool can(const scenario &s) const override {
     if (s.depth == 8) return s.op <= operation::ghost || s.op >= operation::scale;
-    return s.op != operation::pixel_alpha || s.depth == 32;
+    return s.op != operation::over || s.depth == 32;
   }
   bool has_simd(const scenario &) const override { return true; }
   std::unique_ptr<drawing> prepare(const scenario &s) override {

@@ -25,39 +25,22 @@ image_ptr image_from(const picture &p, pixman_format_code_t format) {
 }
 
 image_ptr target_from(const picture &p) {
-  return image_from(p, p.depth == 16 ? PIXMAN_r5g6b5 : PIXMAN_a8r8g8b8);
-}
-
-uint32_t multiplied(uint32_t pixel) {
-  const uint32_t alpha = pixel >> 24;
-  uint32_t result = alpha << 24;
-  for (int shift = 0; shift < 24; shift += 8)
-    result |= ((pixel >> shift & 255) * alpha + 127) / 255 << shift;
-  return result;
-}
-
-uint32_t widened(uint32_t pixel) {
-  const uint32_t r = pixel >> 11, g = pixel >> 5 & 63, b = pixel & 31;
-  return 0xFF000000 | (r << 3 | r >> 2) << 16 | (g << 2 | g >> 4) << 8 | b << 3 | b >> 2;
+  return image_from(p, p.depth == 16 ? PIXMAN_r5g6b5 : PIXMAN_x8r8g8b8);
 }
 
 image_ptr sprite_image(const scenario &s) {
-  picture p = sprite_of(s);
-  if (!is_keyed(s.op)) return target_from(p);
-  for (uint32_t &pixel : p.pixels)
-    pixel = s.depth == 32 ? multiplied(pixel) : pixel ? widened(pixel) : 0;
-  p.depth = 32;
-  return image_from(p, PIXMAN_a8r8g8b8);
+  if (!is_keyed(s)) return target_from(sprite_of(s));
+  return image_from(premultiplied(sprite_of(s)), PIXMAN_a8r8g8b8);
 }
 
-pixman_op_t operator_of(operation op) {
-  switch (op) {
-  case operation::copy:
-  case operation::tile: return PIXMAN_OP_SRC;
+pixman_op_t operator_of(const scenario &s) {
+  switch (s.op) {
+  case operation::ghost:
+  case operation::alpha: return PIXMAN_OP_OVER;
   case operation::additive: return PIXMAN_OP_ADD;
   case operation::multiply: return PIXMAN_OP_MULTIPLY;
   case operation::screen: return PIXMAN_OP_SCREEN;
-  default: return PIXMAN_OP_OVER;
+  default: return is_keyed(s) ? PIXMAN_OP_OVER : PIXMAN_OP_SRC;
   }
 }
 
@@ -98,7 +81,7 @@ bool is_transformed(operation op) {
 class pixman_drawing : public drawing {
 public:
   pixman_drawing(const scenario &s, pixman_image_t *target)
-      : operator_(operator_of(s.op)), places_(positions(s)), box_(drawn_box(s)), target_(target),
+      : operator_(operator_of(s)), places_(positions(s)), box_(drawn_box(s)), target_(target),
         sprite_(sprite_image(s)) {
     if (s.op == operation::tile) pixman_image_set_repeat(sprite_.get(), PIXMAN_REPEAT_NORMAL);
     if (s.op == operation::alpha) mask_ = solid_mask(opacity);

@@ -36,37 +36,40 @@ surface_ptr surface_from(const picture &p, bool alpha_channel) {
 class sdl12_drawing : public drawing {
 public:
   sdl12_drawing(const scenario &s, SDL_Surface *target, bool rle)
-      : target_(target), sprite_(surface_from(sprite_of(s), s.op == operation::pixel_alpha)) {
+      : scaled_(s.op == operation::scale), box_(drawn_box(s)), places_(tile_positions(s)),
+        target_(target), sprite_(surface_from(sprite_of(s), s.op == operation::over)) {
     const Uint32 acceleration = rle ? SDL_RLEACCEL : 0;
-    if (s.op == operation::pixel_alpha)
+    if (s.op == operation::over)
       SDL_SetAlpha(sprite_.get(), SDL_SRCALPHA | acceleration, SDL_ALPHA_OPAQUE);
-    else if (is_keyed(s.op))
+    else if (is_keyed(s))
       SDL_SetColorKey(sprite_.get(), SDL_SRCCOLORKEY | acceleration, 0);
     if (s.op == operation::alpha || s.op == operation::ghost)
       SDL_SetAlpha(sprite_.get(), SDL_SRCALPHA | acceleration,
                    s.op == operation::alpha ? opacity : ghost_opacity);
-    if (s.op == operation::tile) {
-      for (int y = 0; y < s.target.height; y += s.sprite.height)
-        for (int x = 0; x < s.target.width; x += s.sprite.width)
-          places_.push_back({x, y});
-    } else {
-      places_ = positions(s);
-    }
   }
 
   void draw() override {
-    for (const point &p : places_) {
-      SDL_Rect to = {Sint16(p.x), Sint16(p.y), 0, 0};
-      SDL_BlitSurface(sprite_.get(), nullptr, target_, &to);
+    if (scaled_) {
+      for (const point &p : places_) {
+        SDL_Rect to = {Sint16(p.x), Sint16(p.y), Uint16(box_.width), Uint16(box_.height)};
+        SDL_SoftStretch(sprite_.get(), nullptr, target_, &to);
+      }
+    } else {
+      for (const point &p : places_) {
+        SDL_Rect to = {Sint16(p.x), Sint16(p.y), 0, 0};
+        SDL_BlitSurface(sprite_.get(), nullptr, target_, &to);
+      }
     }
   }
 
   pixel_view target() override { return {target_->pixels, target_->pitch}; }
 
 private:
+  bool scaled_;
+  extent box_;
+  std::vector<point> places_;
   SDL_Surface *target_;
   surface_ptr sprite_;
-  std::vector<point> places_;
 };
 
 class sdl12_contender : public contender {
@@ -76,13 +79,14 @@ public:
   std::string name() const override { return rle_ ? "sdl1.2 rle" : "sdl1.2"; }
 
   bool can(const scenario &s) const override {
+    if (rle_ && !is_keyed(s)) return false;
     switch (s.op) {
     case operation::copy:
-    case operation::tile: return !rle_;
-    case operation::keyed: return true;
+    case operation::tile: return true;
     case operation::alpha:
     case operation::ghost: return s.depth != 8; // 8 bits look up the nearest colour each pixel
-    case operation::pixel_alpha: return s.depth == 32;
+    case operation::over: return s.depth == 32;
+    case operation::scale: return !is_keyed(s);
     default: return false;
     }
   }

@@ -19,7 +19,7 @@ namespace {
   name(SDL_CreateRGBSurfaceWithFormat) name(SDL_FreeSurface) name(SDL_SetPaletteColors)            \
       name(SDL_SetColorKey) name(SDL_SetSurfaceRLE) name(SDL_SetSurfaceAlphaMod)                   \
           name(SDL_SetSurfaceBlendMode) name(SDL_UpperBlit) name(SDL_UpperBlitScaled)              \
-              name(SDL_GetError)
+              name(SDL_SoftStretch) name(SDL_GetError)
 
 struct sdl2_library {
 #define ORB_MEMBER(function) decltype(&::function) function = nullptr;
@@ -66,7 +66,7 @@ SDL_BlendMode blend_mode(operation op) {
   switch (op) {
   case operation::alpha:
   case operation::ghost:
-  case operation::pixel_alpha: return SDL_BLENDMODE_BLEND;
+  case operation::over: return SDL_BLENDMODE_BLEND;
   case operation::additive: return SDL_BLENDMODE_ADD;
   case operation::multiply: return SDL_BLENDMODE_MOD;
   default: return SDL_BLENDMODE_NONE;
@@ -76,29 +76,24 @@ SDL_BlendMode blend_mode(operation op) {
 class sdl2_drawing : public drawing {
 public:
   sdl2_drawing(const scenario &s, SDL_Surface *target, bool rle)
-      : scaled_(s.op == operation::scale), box_(drawn_box(s)), target_(target),
-        sprite_(surface_from(sprite_of(s), s.op == operation::pixel_alpha)) {
-    if (is_keyed(s.op) && s.op != operation::pixel_alpha)
-      sdl2.SDL_SetColorKey(sprite_.get(), SDL_TRUE, 0);
+      : scale_(s.op != operation::scale ? nullptr
+               : is_keyed(s)            ? sdl2.SDL_UpperBlitScaled
+                                        : stretch),
+        box_(drawn_box(s)), places_(tile_positions(s)), target_(target),
+        sprite_(surface_from(sprite_of(s), s.op == operation::over)) {
+    if (is_keyed(s) && s.op != operation::over) sdl2.SDL_SetColorKey(sprite_.get(), SDL_TRUE, 0);
     sdl2.SDL_SetSurfaceBlendMode(sprite_.get(), blend_mode(s.op));
     if (s.op == operation::alpha || s.op == operation::ghost)
       sdl2.SDL_SetSurfaceAlphaMod(sprite_.get(),
                                   s.op == operation::alpha ? opacity : ghost_opacity);
     if (rle) sdl2.SDL_SetSurfaceRLE(sprite_.get(), 1);
-    if (s.op == operation::tile) {
-      for (int y = 0; y < s.target.height; y += s.sprite.height)
-        for (int x = 0; x < s.target.width; x += s.sprite.width)
-          places_.push_back({x, y});
-    } else {
-      places_ = positions(s);
-    }
   }
 
   void draw() override {
-    if (scaled_) {
+    if (scale_) {
       for (const point &p : places_) {
         SDL_Rect to = {p.x, p.y, box_.width, box_.height};
-        sdl2.SDL_UpperBlitScaled(sprite_.get(), nullptr, target_, &to);
+        scale_(sprite_.get(), nullptr, target_, &to);
       }
     } else {
       for (const point &p : places_) {
@@ -111,11 +106,17 @@ public:
   pixel_view target() override { return {target_->pixels, size_t(target_->pitch)}; }
 
 private:
-  bool scaled_;
+  using scale_function = decltype(sdl2.SDL_UpperBlitScaled);
+  /// Pixels as they are, at 8 bits too.
+  static int stretch(SDL_Surface *from, const SDL_Rect *part, SDL_Surface *to, SDL_Rect *box) {
+    return sdl2.SDL_SoftStretch(from, part, to, box);
+  }
+
+  scale_function scale_;
   extent box_;
+  std::vector<point> places_;
   SDL_Surface *target_;
   surface_ptr sprite_;
-  std::vector<point> places_;
 };
 
 class sdl2_contender : public contender {
@@ -125,16 +126,16 @@ public:
   std::string name() const override { return rle_ ? "sdl2 rle" : "sdl2"; }
 
   bool can(const scenario &s) const override {
+    if (rle_ && !is_keyed(s)) return false;
     switch (s.op) {
     case operation::copy:
-    case operation::tile: return !rle_;
-    case operation::keyed: return true;
+    case operation::tile: return true;
     case operation::alpha:
     case operation::ghost: return s.depth != 8;
-    case operation::pixel_alpha: return s.depth == 32;
+    case operation::over: return s.depth == 32;
     case operation::additive:
-    case operation::multiply:
-    case operation::scale: return !rle_ && s.depth != 8;
+    case operation::multiply: return !rle_ && s.depth != 8;
+    case operation::scale: return !rle_ && (!is_keyed(s) || s.depth != 8);
     default: return false;
     }
   }

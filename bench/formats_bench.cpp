@@ -308,8 +308,8 @@ void register_libraries() {
       benchmark::RegisterBenchmark(name.c_str(),
                                    [=](benchmark::State &state) { run(state, depth); });
     };
-    set_expectation("load/" + kind, {1, 0, {}});
-    set_expectation("save/" + kind, {1, 0, {}});
+    set_expectation("load/" + kind, {{1}, 0, {}});
+    set_expectation("save/" + kind, {{1}, 0, {}});
     add("load/" + kind + "/" + our_name, load_our_library);
     add("load/" + kind + "/read",
         [](benchmark::State &state, int32_t of) { read_bytes(state, library_file(of)); });
@@ -333,8 +333,8 @@ void register_format_benchmarks() {
     // Where a library does the work, at most a tenth may come on top of its time.
     const bool by_library = kind.format == img_format_png || kind.format == img_format_jpeg;
     const double target = by_library ? 1 / 1.1 : 1;
-    set_expectation(std::string("load/") + kind.name, {target, 0, {}});
-    set_expectation(std::string("save/") + kind.name, {target, 0, {}});
+    set_expectation(std::string("load/") + kind.name, {{target}, 0, {}});
+    set_expectation(std::string("save/") + kind.name, {{target}, 0, {}});
     add(load + our_name, load_ours);
     add(
         load + "read",

@@ -1,5 +1,6 @@
 // orb_bench: everything that bench/*_bench.cpp registers, as tables that compare the contenders.
 //
+//   --runs N    measures everything N times: the best rates, the medians of the ratios
 //   --sse2      measures the routines without AVX2
 //   --check     compares the contenders' pictures instead of measuring
 //   --json      Google Benchmark's JSON in place of the tables
@@ -7,6 +8,7 @@
 // so that what disturbs the machine for a while doesn't hit one of them alone.
 #include <benchmark/benchmark.h>
 
+#include <charconv>
 #include <cstdio>
 #include <cstring>
 #include <exception>
@@ -22,7 +24,8 @@
 namespace {
 
 struct bench_options {
-  bool baseline = false, check = false, other_format = false;
+  bool baseline = false, check = false, other_format = false, valid = true;
+  size_t runs = 1;
   std::vector<char *> rest; // Google Benchmark's
 };
 
@@ -40,7 +43,15 @@ bench_options parse(int argc, char **argv) {
     options.rest.push_back(text);
   for (int i = 1; i < argc; ++i) {
     const std::string_view argument = argv[i];
-    if (argument == "--sse2") {
+    if (argument == "--runs" || argument.starts_with("--runs=")) {
+      const char *const number = argument != "--runs" ? argv[i] + strlen("--runs=")
+                                 : i + 1 < argc       ? argv[++i]
+                                                      : "";
+      const char *const end = number + strlen(number);
+      const auto [after, error] = std::from_chars(number, end, options.runs);
+      options.valid =
+          error == std::errc() && after == end && options.runs >= 1 && options.runs < 100;
+    } else if (argument == "--sse2") {
       options.baseline = true;
     } else if (argument == "--check") {
       options.check = true;
@@ -58,8 +69,9 @@ bench_options parse(int argc, char **argv) {
 }
 
 void print_help() {
-  std::puts("usage: orb_bench [--sse2] [--check | --json] [Google Benchmark's options]\n"
+  std::puts("usage: orb_bench [--runs N] [--sse2] [--check | --json] [Google Benchmark's options]\n"
             "\n"
+            "  --runs N measure everything N times: the best rates, the medians of the ratios\n"
             "  --sse2   measure the routines without AVX2\n"
             "  --check  compare the contenders' pictures instead of measuring\n"
             "  --json   Google Benchmark's JSON in place of the tables\n"
@@ -71,7 +83,9 @@ int run(int argc, char **argv) {
   bench_options options = parse(argc, argv);
   int count = int(options.rest.size()) - 1;
   benchmark::Initialize(&count, options.rest.data(), print_help);
-  if (benchmark::ReportUnrecognizedArguments(count, options.rest.data())) return 2;
+  if (!options.valid) std::fprintf(stderr, "orb_bench: --runs takes a number from 1 to 99\n");
+  if (!options.valid || benchmark::ReportUnrecognizedArguments(count, options.rest.data()))
+    return 2;
 
   orbbench::host_at_depth(8);
   if (options.baseline) {
@@ -89,8 +103,12 @@ int run(int argc, char **argv) {
   if (!options.baseline) orbbench::register_script_benchmarks(); // there is nothing to choose
   orbbench::register_sort_benchmarks();
   if (options.other_format) return benchmark::RunSpecifiedBenchmarks() > 0 ? 0 : 1;
-  orbbench::comparison_reporter reporter(span_instruction_set() == instruction_set::sse2);
-  return benchmark::RunSpecifiedBenchmarks(&reporter) > 0 && !reporter.failed() ? 0 : 1;
+  orbbench::comparison_reporter reporter(span_instruction_set() == instruction_set::sse2,
+                                         options.runs);
+  bool measured = true;
+  for (size_t i = 0; i < options.runs; ++i)
+    measured &= benchmark::RunSpecifiedBenchmarks(&reporter) > 0;
+  return measured && !reporter.failed() ? 0 : 1;
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "orb_host.h"
 
 #include "module/module.h"
+#include "surface/palette.h"
 
 namespace orbbench {
 
@@ -28,6 +29,12 @@ orbhost::Host &host_at_depth(int depth) {
     current = depth;
   }
   return host;
+}
+
+uint8_t ghost_mix(uint8_t sprite, uint8_t background) {
+  host_at_depth(8);
+  if (fake_ghost_table) update_ghost_table();
+  return table_ghost8[sprite * 256 + background];
 }
 
 } // namespace orbbench

@@ -196,7 +196,7 @@ void register_present_benchmarks() {
   set_table_style("present", {"A screen to a display of 1280x720", 1e9, "GB/s written"});
   for (const filter &f : filters) {
     const std::string name = std::string("present/") + f.name;
-    set_expectation(name, {f.target, 0, {}, true});
+    set_expectation(name, {{f.target}, 0, {}, true});
     add(name, our_name, [&f](benchmark::State &state) { present_ours(state, f); });
     add(name, memcpy_name, [&f](benchmark::State &state) { copy_memory(state, f.to); });
   }
@@ -208,18 +208,18 @@ void register_present_benchmarks() {
   for (const auto &fade : fades)
     for (const int depth : {16, 32}) {
       const std::string name = fade.name + depth_name(depth);
-      set_expectation(name, {depth == 32 ? 0.5 : 0, 0, {}, true});
+      set_expectation(name, {{depth == 32 ? 0.5 : 0}, 0, {}, true});
       add(name, our_name, [=](benchmark::State &state) { fade_ours(state, depth, fade.levels); });
       add(name, memcpy_name, [depth](benchmark::State &state) { copy_memory(state, depth); });
     }
   set_table_style("restore", {"The background of a screen of 1280x720", 1e9, "GB/s written"});
   for (const int depth : {8, 16, 32}) {
     const std::string name = "restore/ground picture" + depth_name(depth);
-    set_expectation(name, {0.95, 0, {}, true});
+    set_expectation(name, {{0.95}, 0, {}, true});
     add(name, our_name, [depth](benchmark::State &state) { restore_ours(state, depth, true); });
     add(name, memcpy_name, [depth](benchmark::State &state) { copy_memory(state, depth); });
     const std::string black = "restore/black" + depth_name(depth);
-    set_expectation(black, {0.95, 0, {}});
+    set_expectation(black, {{0.95}, 0, {}});
     add(black, our_name, [depth](benchmark::State &state) { restore_ours(state, depth, false); });
     add(black, "memset", [depth](benchmark::State &state) { clear_memory(state, depth); });
   }
@@ -227,7 +227,7 @@ void register_present_benchmarks() {
   for (const int dump_and_restore : {0, 1}) {
     const std::string name =
         std::string("zones/") + (dump_and_restore == 0 ? "partial" : "complete") + " frames";
-    set_expectation(name, {0, 1, {}});
+    set_expectation(name, {{}, 1, {}});
     add(name, our_name,
         [dump_and_restore](benchmark::State &state) { one_sprite(state, dump_and_restore); });
   }

@@ -153,7 +153,7 @@ void register_scene(const figure_size &size, int depth) {
   const std::string name = std::string("raster/") + size.name + "/" + std::to_string(depth) + "bit";
   const figure_scene scene = make_scene(size, depth);
   const bool filled_rows = size.kind == figure_kind::span || size.kind == figure_kind::box;
-  set_expectation(name, {filled_rows ? 0.95 : 1.0, 1, {}});
+  set_expectation(name, {{filled_rows ? 0.95 : 1.0}, 1, {}});
   const auto add = [&](const char *who, auto run) {
     benchmark::RegisterBenchmark((name + "/" + who).c_str(), run);
   };

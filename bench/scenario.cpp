@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <numbers>
 #include <random>
@@ -10,9 +11,10 @@ namespace orbbench {
 
 namespace {
 
-constexpr const char *names[] = {"copy",   "keyed",       "mirrored", "ghost",
-                                 "alpha",  "pixel_alpha", "additive", "multiply",
-                                 "screen", "scale",       "rotate",   "tile"};
+constexpr const char *operation_names[] = {"copy",  "mirrored", "ghost",    "alpha",
+                                           "over",  "additive", "multiply", "screen",
+                                           "scale", "rotate",   "tile"};
+constexpr const char *look_names[] = {"opaque", "keyed", "sparse"};
 
 constexpr double radians = rotate_degrees * std::numbers::pi / 180;
 
@@ -58,10 +60,48 @@ double disc_distance(const picture &p, int x, int y) {
   return std::hypot(dx, dy) / radius;
 }
 
-uint32_t with_alpha(uint32_t pixel, double distance) {
+uint32_t with_alpha(uint32_t pixel, int alpha) {
+  return (pixel & 0xFFFFFF) | uint32_t(std::clamp(alpha, 1, 255)) << 24;
+}
+
+void cut_disc(picture &p, bool soft) {
   constexpr double soft_edge = 0.3;
-  const int alpha = std::clamp(int((1 - distance) / soft_edge * 255), 1, 255);
-  return (pixel & 0xFFFFFF) | uint32_t(alpha) << 24;
+  for (int y = 0; y < p.height; ++y)
+    for (int x = 0; x < p.width; ++x) {
+      uint32_t &pixel = p.pixels[size_t(y) * size_t(p.width) + size_t(x)];
+      const double distance = disc_distance(p, x, y);
+      if (distance > 1)
+        pixel = 0;
+      else if (soft)
+        pixel = with_alpha(pixel, int((1 - distance) / soft_edge * 255));
+    }
+}
+
+/// Leaves runs of 1 to 4 pixels between gaps of up to 45.
+void thin_out(picture &p, bool soft) {
+  std::mt19937 random(4);
+  size_t at = 0;
+  while (at < p.pixels.size()) {
+    const size_t gap = std::min(size_t(below(random, 46)), p.pixels.size() - at);
+    std::fill_n(p.pixels.begin() + ptrdiff_t(at), gap, 0);
+    at += gap;
+    for (int run = 1 + below(random, 4); run > 0 && at < p.pixels.size(); --run, ++at)
+      if (soft) p.pixels[at] = with_alpha(p.pixels[at], below(random, 256));
+  }
+}
+
+uint32_t multiplied(uint32_t pixel) {
+  const uint32_t alpha = pixel >> 24;
+  uint32_t result = alpha << 24;
+  for (int shift = 0; shift < 24; shift += 8)
+    result |= ((pixel >> shift & 255) * alpha + 127) / 255 << shift;
+  return result;
+}
+
+/// 5-6-5 as opaque 32 bits.
+uint32_t widened(uint32_t pixel) {
+  const uint32_t r = pixel >> 11, g = pixel >> 5 & 63, b = pixel & 31;
+  return 0xFF000000 | (r << 3 | r >> 2) << 16 | (g << 2 | g >> 4) << 8 | b << 3 | b >> 2;
 }
 
 template <typename pixel> void store_as(const picture &from, void *to, size_t pitch) {
@@ -77,22 +117,32 @@ template <typename pixel> void store_as(const picture &from, void *to, size_t pi
 
 } // namespace
 
-scenario blit_scenario(operation op, int depth, extent sprite) {
-  const extent target = {1280, 720};
-  const int area = sprite.width * sprite.height;
-  const int count = op == operation::tile ? 1 : std::max(target.width * target.height / area, 1);
-  return {op, depth, sprite, target, count};
+scenario blit_scenario(operation op, look source, int depth, extent sprite, int percent) {
+  scenario s{op, source, depth, sprite, blit_target, 1, percent};
+  const extent drawn = op == operation::scale ? drawn_box(s) : sprite;
+  const int area = std::max(drawn.width * drawn.height, sprite.width * sprite.height);
+  if (op != operation::tile) s.count = std::max(blit_target.width * blit_target.height / area, 1);
+  return s;
 }
 
 std::string scenario_name(const scenario &s) {
-  return std::string(names[int(s.op)]) + "/" + std::to_string(s.depth) + "bit/" +
-         std::to_string(s.sprite.width) + "x" + std::to_string(s.sprite.height);
+  std::string name = std::string(look_names[int(s.source)]) + " " + operation_names[int(s.op)];
+  if (s.op == operation::scale) {
+    char factor[16];
+    std::snprintf(factor, sizeof factor, " %g", s.percent / 100.0);
+    name += factor;
+  }
+  return name + "/" + std::to_string(s.depth) + "bit/" + std::to_string(s.sprite.width) + "x" +
+         std::to_string(s.sprite.height);
 }
 
 extent drawn_box(const scenario &s) {
   const auto [w, h] = s.sprite;
   switch (s.op) {
-  case operation::scale: return {w * scale_percent / 100, h * scale_percent / 100};
+  case operation::scale: {
+    const auto scaled = [&](int length) { return 2 * ((length * s.percent + 100) / 200); };
+    return {scaled(w), scaled(h)};
+  }
   case operation::rotate:
     return {int(std::ceil(w * std::cos(radians) + h * std::sin(radians))) + 1,
             int(std::ceil(w * std::sin(radians) + h * std::cos(radians))) + 1};
@@ -118,23 +168,32 @@ std::vector<point> positions(const scenario &s) {
   return result;
 }
 
+std::vector<point> tile_positions(const scenario &s) {
+  if (s.op != operation::tile) return positions(s);
+  std::vector<point> result;
+  for (int y = 0; y < s.target.height; y += s.sprite.height)
+    for (int x = 0; x < s.target.width; x += s.sprite.width)
+      result.push_back({x, y});
+  return result;
+}
+
 picture sprite_of(const scenario &s) {
   picture result = paint(s.sprite.width, s.sprite.height, s.depth, 2);
-  if (!is_keyed(s.op)) return result;
-  for (int y = 0; y < result.height; ++y)
-    for (int x = 0; x < result.width; ++x) {
-      uint32_t &pixel = result.pixels[size_t(y) * size_t(result.width) + size_t(x)];
-      const double distance = disc_distance(result, x, y);
-      if (distance > 1)
-        pixel = 0;
-      else if (s.op == operation::pixel_alpha)
-        pixel = with_alpha(pixel, distance);
-    }
+  const bool soft = s.op == operation::over;
+  if (s.source == look::disc) cut_disc(result, soft);
+  if (s.source == look::sparse) thin_out(result, soft);
   return result;
 }
 
 picture background_of(const scenario &s) {
   return paint(s.target.width, s.target.height, s.depth, 3);
+}
+
+picture premultiplied(picture from) {
+  for (uint32_t &pixel : from.pixels)
+    pixel = from.depth == 32 ? multiplied(pixel) : pixel ? widened(pixel) : 0;
+  from.depth = 32;
+  return from;
 }
 
 void store(const picture &from, void *to, size_t pitch) {

@@ -55,7 +55,7 @@ void register_sort_benchmarks() {
     for (const int count : {1000, 10000, 100000}) {
       const std::string name = std::string("sort/") + (in_order ? "in order/" : "random/") +
                                std::to_string(count) + " requests";
-      set_expectation(name, {0, 1, {}});
+      set_expectation(name, {{}, 1, {}});
       benchmark::RegisterBenchmark((name + "/" + our_name).c_str(), sort_ours, count, in_order);
       benchmark::RegisterBenchmark((name + "/stable_sort").c_str(), sort_stable, count, in_order);
     }
