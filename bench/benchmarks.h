@@ -5,8 +5,10 @@ namespace orbbench {
 
 void register_blit_benchmarks();
 void register_collision_benchmarks();
+void register_crowd_benchmarks();
 void register_format_benchmarks();
 void register_frame_benchmarks();
+void register_palette_benchmarks();
 void register_present_benchmarks();
 void register_raster_benchmarks();
 void register_script_benchmarks();

@@ -48,15 +48,9 @@ struct field {
   }
 };
 
-const orbhost::Function &form(const orbhost::Host &host, const std::string &signature) {
-  for (const orbhost::Function &function : host.registration().functions)
-    if (function.signature == signature) return function;
-  throw orbhost::HostError("no " + signature);
-}
-
 void walk_ours(benchmark::State &state) {
   field f;
-  const orbhost::Function &collision = form(f.host, "collision(I,I)");
+  const orbhost::Function &collision = function_form(f.host, "collision(I,I)");
   const orbhost::Argument id = orbhost::ProcessList::id(f.asking), type = 2;
   int hits = 0;
   for (auto _ : state) {
@@ -107,7 +101,7 @@ void pixels_memcpy(benchmark::State &state, int depth, int side) {
 
 void call_ours(benchmark::State &state, const char *signature, bool of_region) {
   field f;
-  const orbhost::Function &function = form(f.host, signature);
+  const orbhost::Function &function = function_form(f.host, signature);
   const orbhost::Argument first = orbhost::ProcessList::id(f.asking);
   const orbhost::Argument second = of_region ? 0 : orbhost::ProcessList::id(f.others[5]);
   for (auto _ : state)

@@ -103,8 +103,10 @@ void rotated(BITMAP *target, BITMAP *sprite, point at, extent) {
   constexpr fixed angle = -rotate_degrees * (256 << 16) / 360; // clockwise, 256 a turn
   rotate_sprite(target, sprite, at.x, at.y, angle);
 }
-void tiled(BITMAP *target, BITMAP *, point, extent box) {
+void tiled(BITMAP *target, BITMAP *sprite, point, extent box) {
+  allegro.drawing_mode(DRAW_MODE_COPY_PATTERN, sprite, 0, 0);
   rectfill(target, 0, 0, box.width - 1, box.height - 1, 0);
+  allegro.solid_mode(); // figures are drawn by the same mode
 }
 
 sprite_function *function_of(const scenario &s) {
@@ -144,16 +146,10 @@ std::vector<point> corners(const scenario &s) {
 class bitmap_drawing : public drawing {
 public:
   bitmap_drawing(const scenario &s, BITMAP *target)
-      : scenario_(s), box_(drawn_box(s)), places_(corners(s)), target_(target),
+      : op_(s.op), box_(drawn_box(s)), places_(corners(s)), target_(target),
         sprite_(bitmap_from(sprite_of(s))), function_(function_of(s)) {}
 
-  void begin() override {
-    set_blender(scenario_.op);
-    if (scenario_.op == operation::tile)
-      allegro.drawing_mode(DRAW_MODE_COPY_PATTERN, sprite_.get(), 0, 0);
-    else
-      allegro.solid_mode();
-  }
+  void begin() override { set_blender(op_); }
 
   void draw() override {
     for (const point &p : places_)
@@ -163,7 +159,7 @@ public:
   pixel_view target() override { return {target_->line[0], pitch_of(target_)}; }
 
 private:
-  scenario scenario_;
+  operation op_;
   extent box_;
   std::vector<point> places_;
   BITMAP *target_;

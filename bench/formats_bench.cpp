@@ -25,6 +25,7 @@
 #include "orb_host.h"
 #include "raw_codecs.h"
 #include "report.h"
+#include "scratch_folder.h"
 #include "surface/libraries.h"
 #include "surface/surface.h"
 
@@ -68,18 +69,6 @@ constexpr file_kind kinds[] = {
 void keep_memory() {
   mallopt(M_MMAP_MAX, 0);
   mallopt(M_TRIM_THRESHOLD, 256 << 20);
-}
-
-/// A folder for the files of a run.
-const std::string &folder() {
-  static const struct scratch {
-    std::string path = std::filesystem::temp_directory_path() / "orb_bench_XXXXXX";
-    scratch() {
-      if (!mkdtemp(path.data())) throw std::runtime_error("cannot make " + path);
-    }
-    ~scratch() { std::filesystem::remove_all(path); }
-  } made;
-  return made.path;
 }
 
 /// Lends the picture in the reader's globals to the MAP writer as a surface.
@@ -136,7 +125,7 @@ std::string file_of(const file_kind &kind) {
   std::string name = kind.name;
   for (char &c : name)
     if (c == '/' || c == ' ') c = '_';
-  const std::string path = folder() + "/" + name;
+  const std::string path = scratch_folder() + "/" + name;
   if (!std::filesystem::exists(path)) {
     const image_codec &codec = codec_of(kind);
     draw(kind);
@@ -163,7 +152,7 @@ void load_ours(benchmark::State &state, const file_kind &kind) {
 }
 
 void save_ours(benchmark::State &state, const file_kind &kind) {
-  const std::string path = folder() + "/written";
+  const std::string path = scratch_folder() + "/written";
   const image_codec &codec = codec_of(kind);
   draw(kind);
   for (auto _ : state)
@@ -196,7 +185,7 @@ void read_bytes(benchmark::State &state, const std::string &path) {
 void write_bytes(benchmark::State &state, const std::string &path) {
   const std::vector<char> bytes(std::filesystem::file_size(path), 'x');
   for (auto _ : state) {
-    const plain_file out(folder() + "/written", "wb");
+    const plain_file out(scratch_folder() + "/written", "wb");
     if (std::fwrite(bytes.data(), 1, bytes.size(), out.file) != bytes.size())
       state.SkipWithError("not written");
   }
@@ -220,7 +209,7 @@ void load_sdl(benchmark::State &state, const file_kind &kind) {
 void save_sdl(benchmark::State &state, const file_kind &kind) {
   SDL_Surface *const surface = IMG_Load(file_of(kind).c_str());
   for (auto _ : state)
-    if (!surface || SDL_SaveBMP(surface, (folder() + "/written").c_str()) != 0)
+    if (!surface || SDL_SaveBMP(surface, (scratch_folder() + "/written").c_str()) != 0)
       return state.SkipWithError(SDL_GetError());
   SDL_FreeSurface(surface);
   count_pixels(state);
@@ -248,7 +237,7 @@ void save_raw(benchmark::State &state, const file_kind &kind) {
   const raw_picture picture = {width, height, kind.depth == 8, kind.alpha, image_data};
   auto *const save = kind.format == img_format_png ? save_raw_png : save_raw_jpeg;
   for (auto _ : state)
-    if (!save(folder() + "/written", picture)) return state.SkipWithError("not written");
+    if (!save(scratch_folder() + "/written", picture)) return state.SkipWithError("not written");
   reset_image();
   count_pixels(state);
 }
@@ -273,7 +262,7 @@ orb_fpg &drawn_library(int32_t depth) {
 }
 
 std::string library_file(int32_t depth) {
-  const std::string path = folder() + "/library" + std::to_string(depth);
+  const std::string path = scratch_folder() + "/library" + std::to_string(depth);
   if (!std::filesystem::exists(path) &&
       !save_library(drawn_library(depth), path.c_str(), false, nullptr))
     throw std::runtime_error("cannot write " + path);
@@ -294,7 +283,7 @@ void load_our_library(benchmark::State &state, int32_t depth) {
 
 void save_our_library(benchmark::State &state, int32_t depth) {
   const orb_fpg &library = drawn_library(depth);
-  const std::string path = folder() + "/written";
+  const std::string path = scratch_folder() + "/written";
   for (auto _ : state)
     if (!save_library(library, path.c_str(), false, nullptr))
       return state.SkipWithError("not written");

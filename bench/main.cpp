@@ -96,8 +96,10 @@ int run(int argc, char **argv) {
 
   orbbench::register_blit_benchmarks();
   orbbench::register_collision_benchmarks();
+  orbbench::register_crowd_benchmarks();
   orbbench::register_format_benchmarks();
   orbbench::register_frame_benchmarks();
+  orbbench::register_palette_benchmarks();
   orbbench::register_present_benchmarks();
   orbbench::register_raster_benchmarks();
   if (!options.baseline) orbbench::register_script_benchmarks(); // there is nothing to choose

@@ -31,6 +31,12 @@ orbhost::Host &host_at_depth(int depth) {
   return host;
 }
 
+const orbhost::Function &function_form(const orbhost::Host &host, const std::string &signature) {
+  for (const orbhost::Function &function : host.registration().functions)
+    if (function.signature == signature) return function;
+  throw orbhost::HostError("no " + signature);
+}
+
 uint8_t ghost_mix(uint8_t sprite, uint8_t background) {
   host_at_depth(8);
   if (fake_ghost_table) update_ghost_table();

@@ -28,6 +28,12 @@ std::string number(double value) {
   return text;
 }
 
+/// Of nanoseconds, in a unit that suits.
+std::string duration(double value) {
+  if (value < 1e5) return number(value) + " ns";
+  return value < 1e8 ? number(value / 1e3) + " us" : number(value / 1e6) + " ms";
+}
+
 std::string ratio(double value) {
   char text[32];
   std::snprintf(text, sizeof text, "%.2f", value);
@@ -87,7 +93,7 @@ bool comparison_reporter::ReportContext(const Context &) {
   if (run_ > 0 || runs_ > 1)
     std::fprintf(stderr, "run %zu of %zu ...\n", run_ + 1, runs_);
   else
-    std::fprintf(stderr, "measuring; all of it takes about three minutes\n");
+    std::fprintf(stderr, "measuring; all of it takes about four minutes\n");
   return true;
 }
 
@@ -238,7 +244,7 @@ void comparison_reporter::print(const table &t) {
       line.push_back("-");
     }
     if (expected.parts > 0 && ours > 0)
-      verdict += (verdict.empty() ? "" : "  ") + number(1e9 / ours / expected.parts) + " ns each";
+      verdict += (verdict.empty() ? "" : "  ") + duration(1e9 / ours / expected.parts) + " each";
     line.push_back(verdict);
     lines.push_back(std::move(line));
   }

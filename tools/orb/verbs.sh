@@ -10,7 +10,8 @@ usage: ./orb VERB [ARGUMENTS]
                           run all tests, or those whose suite matches PATTERN;
                           --sanitize: under AddressSanitizer and UBSan
   bench [NAME] [OPTIONS]  run all benchmarks, or those whose name matches NAME;
-                          --sse2: without AVX2; --check: compare the pictures only
+                          --runs N: N times, for medians; --sse2: without AVX2;
+                          --check: compare the pictures only
   fuzz [TARGET [SECONDS]] [OPTIONS]
                           look for inputs that break a target, for 60 seconds unless
                           given; without a target: list the targets
