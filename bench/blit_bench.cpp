@@ -34,7 +34,7 @@ class comparison {
 public:
   explicit comparison(const scenario &what) : what_(what) {}
 
-  /// How somebody draws something else; empty when he doesn't.
+  /// How a contender's picture differs from ours; empty where it doesn't.
   const std::string &difference(const std::string &who) {
     if (!differences_) differences_ = picture_differences(what_);
     return (*differences_)[who];

@@ -34,7 +34,7 @@ bench_options parse(int argc, char **argv) {
   static char defaults[][64] = {
       "--benchmark_enable_random_interleaving=true",
       "--benchmark_repetitions=5",
-      "--benchmark_min_time=0.01",
+      "--benchmark_min_time=0.006",
   };
   static char json[] = "--benchmark_format=json";
   bench_options options;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 
 #include "contender.h"
 #include "cpu_info.h"
@@ -186,6 +185,22 @@ comparison_reporter::comparison comparison_reporter::compare(const row &r, const
   return result;
 }
 
+std::string comparison_reporter::judge(const std::string &name, const target &must_reach,
+                                       const rates &ratios) {
+  if (median(ratios) >= must_reach.ratio) {
+    ++reached_;
+    return "ok";
+  }
+  std::string why;
+  if (must_reach.beyond_reach && cpu_maker() == must_reach.beyond_reach)
+    why = "beyond reach on " + cpu_maker() + ": docs/decisions.md";
+  std::vector<std::string> cells = {name, median_ratio(ratios)};
+  if (runs_ > 1) cells.push_back(best_ratio(ratios));
+  cells.insert(cells.end(), {ratio(must_reach.ratio), why});
+  short_rows_.push_back(std::move(cells));
+  return "short";
+}
+
 void comparison_reporter::print(const table &t) {
   const table_style style = styles[t.subject];
   std::vector<std::vector<std::string>> lines(1, {style.unit_name});
@@ -224,25 +239,10 @@ void comparison_reporter::print(const table &t) {
     line.push_back(median_ratio(compared.to_best));
     const rates &counts = expected.of_memcpy ? compared.to_memory : compared.to_best;
     if (runs_ > 1) line.push_back(best_ratio(counts));
+    const bool stated = must_reach > 0 && !counts.empty();
+    line.push_back(stated ? ratio(must_reach) : "-");
     std::string verdict;
-    if (must_reach > 0 && !counts.empty()) {
-      line.push_back(ratio(must_reach));
-      const char *const beyond = expected.must_reach.beyond_reach;
-      const bool reached = median(counts) >= must_reach;
-      verdict = reached ? "ok" : "short";
-      if (!reached && beyond && cpu_maker() == beyond)
-        verdict += std::string(", as known on ") + beyond;
-      if (reached) {
-        ++reached_;
-      } else {
-        std::vector<std::string> cells = {name, median_ratio(counts)};
-        if (runs_ > 1) cells.push_back(best_ratio(counts));
-        cells.insert(cells.end(), {ratio(must_reach), verdict.substr(strlen("short"))});
-        short_rows_.push_back(std::move(cells));
-      }
-    } else {
-      line.push_back("-");
-    }
+    if (stated) verdict = judge(name, {must_reach, expected.must_reach.beyond_reach}, counts);
     if (expected.parts > 0 && ours > 0)
       verdict += (verdict.empty() ? "" : "  ") + duration(1e9 / ours / expected.parts) + " each";
     line.push_back(verdict);

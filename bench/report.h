@@ -61,7 +61,7 @@ private:
     std::vector<std::string> contenders;
     std::vector<row> rows;
   };
-  /// A row's figures against those of one rival after another, run by run.
+  /// Our rate over memory's and over that of the best peer, run by run.
   struct comparison {
     rates to_memory, to_best;
     bool best_is_plain = false; // in the last run
@@ -70,6 +70,8 @@ private:
   table &table_of(const std::string &subject);
   void add(const std::string &name, double rate);
   comparison compare(const row &r, const table_style &style, const expectation &expected) const;
+  /// "ok" or "short", which it counts and keeps for the end.
+  std::string judge(const std::string &name, const target &must_reach, const rates &ratios);
   void print(const table &t);
 
   bool baseline_;
