@@ -11,7 +11,7 @@
 
 #include "benchmarks.h"
 #include "contender.h"
-#include "module/module.h"
+#include "boundary/records.h"
 #include "orb_host.h"
 #include "report.h"
 

@@ -13,7 +13,7 @@
 
 #include "benchmarks.h"
 #include "contender.h"
-#include "frame/blit_list.h"
+#include "blit/blit_list.h"
 #include "orb_host.h"
 #include "report.h"
 

@@ -1,6 +1,7 @@
 #include "orb_host.h"
 
 #include "module/module.h"
+#include "surface/ghost_table.h"
 #include "surface/palette.h"
 
 namespace orbbench {

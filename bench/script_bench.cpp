@@ -78,7 +78,7 @@ void register_script_benchmarks() {
   set_table_style("script", {"Scripts: calls and accesses", 1e6, "M/s", lua_name});
   for (const row &r : rows) {
     const std::string name = std::string("script/") + r.statement;
-    set_expectation(name, {r.target, 1, {}, r.of_lua});
+    set_expectation(name, {{r.target}, 1, {}, r.of_lua});
     const auto add = [&](const char *contender, const char *statement) {
       benchmark::RegisterBenchmark((name + "/" + contender).c_str(), run_statement, statement);
     };
