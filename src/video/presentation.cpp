@@ -140,9 +140,9 @@ template <int from_depth, int to_depth, scanlines lines> void draw_screen_normal
       alignas(32) uint8_t converted[stage_pixels * pixel_bytes<to_depth>];
       for (int32_t x = 0; x < at.width; x += stage_pixels) {
         const int32_t count = std::min(stage_pixels, at.width - x);
-        const ptrdiff_t at = ptrdiff_t(2) * x * pixel_bytes<to_depth>;
+        const ptrdiff_t offset = ptrdiff_t(2) * x * pixel_bytes<to_depth>;
         translate<from_depth, to_depth>(from + x * pixel_bytes<from_depth>, converted, count);
-        doubled(converted, upper + at, lower + at, count);
+        doubled(converted, upper + offset, lower + offset, count);
       }
     }
   }
@@ -167,11 +167,11 @@ template <int from_depth, int to_depth, scanlines lines> void draw_screen_scale2
       alignas(32) uint8_t stage[2][stage_pixels * pixel_bytes<from_depth>];
       for (int32_t x = 0; x < at.width; x += stage_pixels / 2) {
         const int32_t last = std::min(x + stage_pixels / 2, at.width);
-        const ptrdiff_t at = ptrdiff_t(2) * x * pixel_bytes<to_depth>;
+        const ptrdiff_t offset = ptrdiff_t(2) * x * pixel_bytes<to_depth>;
         scaled(rows, x, last, stage[0], stage[1]);
-        translate<from_depth, to_depth>(stage[0], upper + at, 2 * (last - x));
+        translate<from_depth, to_depth>(stage[0], upper + offset, 2 * (last - x));
         if constexpr (lines != scanlines::black)
-          translate<from_depth, to_depth, lines>(stage[1], lower + at, 2 * (last - x));
+          translate<from_depth, to_depth, lines>(stage[1], lower + offset, 2 * (last - x));
       }
     }
   }
