@@ -14,14 +14,14 @@ inline constexpr uint32_t red32 = 0xFF0000, green32 = 0x00FF00, blue32 = 0x0000F
 /// What an effect needs beside the pixels. Words that hold whole pixels' channels hold the same
 /// pixel over and over.
 struct context32 {
-  dwords alpha; // global alpha, one byte per pixel
-  words alpha_channels;
+  dwords alpha;         // global alpha, one byte per pixel
+  even_weights opacity; // the same
   words intensity;
   words tint; // blue, green, red, 0
 
   explicit context32(const kernel_args &k)
-      : alpha(dwords{} + k.alpha), alpha_channels(words{} + k.alpha),
-        intensity(words{} + k.intensity), tint(repeated(k.tint_r, k.tint_g, k.tint_b)) {}
+      : alpha(dwords{} + k.alpha), opacity(k.alpha), intensity(words{} + k.intensity),
+        tint(repeated(k.tint_r, k.tint_g, k.tint_b)) {}
 
   static words repeated(uint32_t r, uint32_t g, uint32_t b) {
     return widen(dwords{} + (r << 16 | g << 8 | b)).low;
@@ -40,7 +40,10 @@ template <uint32_t mask> struct invert32 {
 /// each term truncated by itself. The terms add up to at most 255, so no sum carries.
 template <uint32_t mask> struct grey32 {
   static dwords apply(dwords s, dwords, const context32 &) {
-    const dwords terms = narrow(mul255(widen(s), context32::repeated(76, 150, 29)));
+    const words weights =
+        context32::repeated(76, 150, 29) * uint16_t(257) + uint16_t(1); // as even_weights::own
+    const channels c = widen(s);
+    const dwords terms = narrow({high_product(c.low, weights), high_product(c.high, weights)});
     const dwords luminance = (terms + (terms >> 8) + (terms >> 16)) & 0xFF;
     return (luminance | luminance << 8 | luminance << 16) & mask;
   }
@@ -63,7 +66,7 @@ template <> struct fx32<fx_subtractiveblend> {
 };
 template <> struct fx32<fx_multiplyblend> {
   static dwords apply(dwords s, dwords d, const context32 &) {
-    return narrow(mul255(widen(s), widen(d)));
+    return narrow(part(s, weights_of(d)));
   }
 };
 template <> struct fx32<fx_averageblend> {
@@ -73,7 +76,7 @@ template <> struct fx32<fx_averageblend> {
 };
 template <> struct fx32<fx_screenblend> {
   static dwords apply(dwords s, dwords d, const context32 &) {
-    return ~narrow(mul255(widen(~s), widen(~d)));
+    return ~narrow(part(~s, weights_of(~d)));
   }
 };
 template <> struct fx32<fx_rblend> : channels32<red32> {};

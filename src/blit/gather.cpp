@@ -37,6 +37,7 @@ void run_overlapping(span_kernel *kernel, kernel_args k) {
   auto *src = static_cast<const uint8_t *>(k.src);
   const int32_t w = k.w, h = k.h;
   k.w = k.h = 1;
+  k.mirror = false;
   for (int32_t y = 0; y < h; ++y, dst += k.dst_stride, src += k.src_stride) {
     for (int32_t x = 0; x < w; ++x) {
       k.dst = dst + x * bytes;

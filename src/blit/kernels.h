@@ -18,7 +18,7 @@ struct kernel_args {
   int32_t w, h;                   // pixels, at least 1
   bool mirror;                    // the source is read leftwards
   bool dst_alpha;                 // the destination has an alpha channel
-  uint8_t alpha;                  // global alpha
+  uint8_t alpha;                  // global alpha; below 255 where the routine applies it
   uint8_t intensity;              // of the tint
   uint8_t tint_r, tint_g, tint_b; // in the destination's channel widths
   const uint8_t *ghost;           // 256 x 256 palette mixes, row by source index
@@ -27,13 +27,10 @@ struct kernel_args {
 using span_kernel = void(const kernel_args &);
 
 /// Kernels of a pixel kind, by routine number less the kind's first number; null where no routine
-/// exists. One table per kind and instruction set.
+/// exists, and for AVX2 where it gains nothing. One table per kind and instruction set.
 inline constexpr int kernels_per_pixel_kind = 4 * 2 * 42;
-extern span_kernel *const kernels8_sse2[kernels_per_pixel_kind];
-extern span_kernel *const kernels16_sse2[kernels_per_pixel_kind];
-extern span_kernel *const kernels32_sse2[kernels_per_pixel_kind];
-extern span_kernel *const kernelschn_sse2[kernels_per_pixel_kind];
-extern span_kernel *const kernels8_avx2[kernels_per_pixel_kind];
-extern span_kernel *const kernels16_avx2[kernels_per_pixel_kind];
-extern span_kernel *const kernels32_avx2[kernels_per_pixel_kind];
-extern span_kernel *const kernelschn_avx2[kernels_per_pixel_kind];
+struct kernel_table {
+  span_kernel *at[kernels_per_pixel_kind];
+};
+extern const kernel_table kernels8_sse2, kernels16_sse2, kernels32_sse2, kernelschn_sse2;
+extern const kernel_table kernels8_avx2, kernels16_avx2, kernels32_avx2, kernelschn_avx2;

@@ -41,17 +41,32 @@ template <span_routine_id id> inline words put16(words s, words d, const context
   }
 }
 
-template <span_routine_id id> void kernel16(const kernel_args &k) {
-  constexpr bool keyed = id.key == span_key::normal || id.key == span_key::ghost;
-  const context16 c(k);
-  const auto put = [c](words s, words d) {
+/// The rule of run_rectangle for a routine. Pictures are transparent or opaque in runs: whole
+/// groups of transparent pixels are passed over where there is arithmetic to save.
+template <span_routine_id id> struct rule16 : plain_rule {
+  static constexpr bool keyed = id.key == span_key::normal || id.key == span_key::ghost;
+  context16 c;
+
+  explicit rule16(const kernel_args &k) : c(k) {}
+
+  static bool skips(const words (&s)[1]) { return keyed && none(s[0]); }
+  words put(words s, words d) const {
     const words result = put16<id>(s, d, c);
     return keyed ? (s != 0 ? result : d) : result;
-  };
-  // Pictures are transparent or opaque in runs: whole groups of transparent pixels are passed over
-  // where there is arithmetic to save. A mere copy is quicker than the branch.
-  constexpr bool copy = !id.alpha && id.fx == fx_solid && id.key != span_key::ghost;
-  run_rectangle<uint16_t>(k, put, [](words s) { return keyed && !copy && none(s); });
-}
+  }
+};
+
+struct kernels16 {
+  static constexpr span_pixels pixels = span_pixels::p16;
+
+  template <span_routine_id id> static void run(const kernel_args &k) {
+    if constexpr (is_copy(id))
+      run_copy<uint16_t, 0, id.key == span_key::normal>(k);
+    else if (k.mirror)
+      run_mirrored<uint16_t>(run<id>, k);
+    else
+      run_rectangle<false, uint16_t>(k, rule16<id>(k));
+  }
+};
 
 } // namespace

@@ -1,6 +1,4 @@
+#include "blit/kernel_table.h"
 #include "blit/kernels16.h"
 
-#define ORB_KERNEL_TABLE  kernels16_sse2
-#define ORB_KERNEL_PIXELS span_pixels::p16
-#define ORB_KERNEL        kernel16
-#include "blit/kernel_table.inc"
+constexpr kernel_table kernels16_sse2 = make_kernel_table<kernels16>();

@@ -12,22 +12,35 @@
 
 namespace {
 
-/// x * w + y * (255 - w), each divided by 255. The weights are words where they are the same for
-/// all pixels, else channels.
-template <typename Weights> inline dwords mix32(dwords x, dwords y, Weights w) {
-  return narrow(mul255(widen(x), w) + mul255(widen(y), rest_of(w)));
+/// x by the weights and y by their rest.
+template <typename Weights> inline dwords mix32(dwords x, dwords y, const Weights &w) {
+  return narrow(part(x, w) + rest_part(y, w));
 }
-inline dwords mix32(dwords x, dwords y, dwords w) { return mix32(x, y, spread(w)); }
+/// The same with a weight per pixel, in the low byte.
+inline dwords mix32(dwords x, dwords y, dwords w) { return mix32(x, y, spread<0>(w)); }
+
+/// The global alpha of a routine that applies one; a ghost's is half.
+template <span_routine_id id> inline even_weights opacity32(const context32 &c) {
+  return id.key == span_key::ghost ? even_weights(128) : c.opacity;
+}
 
 /// The source's coverage: its alpha channel, times the global alpha where the routine applies it.
 template <span_routine_id id> inline dwords coverage32(dwords s, const context32 &c) {
-  constexpr bool channel = id.pixels == span_pixels::chn32;
-  if constexpr (id.key == span_key::ghost)
-    return channel ? mul255(dwords{} + 128, s >> 24) : dwords{} + 128;
-  else if constexpr (id.alpha)
-    return channel ? mul255(c.alpha, s >> 24) : c.alpha;
+  const dwords own = id.pixels == span_pixels::chn32 ? s >> 24 : dwords{} + 255;
+  if constexpr (id.alpha || id.key == span_key::ghost)
+    return dwords(high_product(words(own), opacity32<id>(c).own));
   else
-    return channel ? s >> 24 : dwords{} + 255;
+    return own;
+}
+
+/// The same as weights: one for all pixels where they have no alpha of their own.
+template <span_routine_id id> inline auto weights32(dwords s, const context32 &c) {
+  if constexpr (id.pixels != span_pixels::chn32)
+    return opacity32<id>(c);
+  else if constexpr (id.alpha || id.key == span_key::ghost)
+    return spread<0>(coverage32<id>(s, c));
+  else
+    return spread<3>(s);
 }
 
 template <span_routine_id id, bool onto_alpha>
@@ -44,27 +57,9 @@ inline dwords composite32(dwords s, dwords d, const context32 &c) {
     const dwords mixed = (mix32(s, d, share(p, o)) & colour_bits) | o << 24;
     return o == 0 ? dwords{} : mixed;
   } else {
-    const dwords from_source = narrow(mul255(widen(s), spread(p)));
-    const dwords from_destination = narrow(mul255(widen(d), spread(q)));
+    const dwords from_source = narrow(part(s, spread<0>(p)));
+    const dwords from_destination = narrow(part(d, spread<0>(q)));
     return dwords(add_saturated(bytes(from_source), bytes(from_destination))) & colour_bits;
-  }
-}
-
-/// The coverage in all channels: words where it is the same for all pixels, else channels.
-template <span_routine_id id> inline auto weights32(dwords s, const context32 &c) {
-  if constexpr (id.pixels == span_pixels::chn32) {
-    const channels own = spread_alpha(widen(s));
-    if constexpr (id.key == span_key::ghost)
-      return mul255(own, words{} + 128);
-    else if constexpr (id.alpha)
-      return mul255(own, c.alpha_channels);
-    else
-      return own;
-  } else {
-    if constexpr (id.key == span_key::ghost)
-      return words{} + 128;
-    else
-      return c.alpha_channels;
   }
 }
 
@@ -76,8 +71,8 @@ inline dwords blend32(dwords s, dwords d, const context32 &c) {
 
   if constexpr (!onto_alpha) {
     if constexpr (id.fx == fx_additiveblend) {
-      const dwords part = narrow(mul255(widen(s), weights));
-      return fx32<fx_additiveblend>::apply(part, d, c) & colour_bits;
+      const dwords covered = narrow(part(s, weights));
+      return fx32<fx_additiveblend>::apply(covered, d, c) & colour_bits;
     } else {
       return mix32(result, d, weights) & colour_bits;
     }
@@ -86,8 +81,8 @@ inline dwords blend32(dwords s, dwords d, const context32 &c) {
     const dwords da = d >> 24;
     const dwords o = a + mul255(255 - a, da);
     if constexpr (id.fx == fx_additiveblend) {
-      const dwords part = narrow(mul255(widen(s), weights));
-      return (fx32<fx_additiveblend>::apply(part, d, c) & colour_bits) | o << 24;
+      const dwords covered = narrow(part(s, weights));
+      return (fx32<fx_additiveblend>::apply(covered, d, c) & colour_bits) | o << 24;
     } else {
       // A blend counts as far as there is a destination to blend with.
       dwords colour = result;
@@ -105,7 +100,7 @@ inline dwords source32(dwords s, dwords d, const context32 &c) {
     constexpr bool opaque = onto_alpha && id.pixels != span_pixels::chn32;
     return opaque ? (s != 0 ? s | alpha_bits : dwords{}) : s;
   } else if constexpr (!onto_alpha) {
-    return mix32(s, d, c.alpha_channels) & colour_bits;
+    return mix32(s, d, c.opacity) & colour_bits;
   } else {
     const dwords present = coverage32<id>(s, c);
     const dwords p = id.pixels == span_pixels::chn32 ? present : (s != 0 ? present : dwords{});
@@ -158,79 +153,46 @@ template <span_routine_id id> inline bool skips32(dwords s) {
   }
 }
 
-template <span_routine_id id, bool onto_alpha> inline void rectangle32(const kernel_args &k) {
-  const context32 c(k);
-  const auto put = [c](dwords s, dwords d) {
-    // Of pixels with alpha most are opaque: those are copied.
-    if constexpr (id.pixels == span_pixels::chn32 && id.fx == fx_solid && !id.alpha &&
-                  id.key != span_key::ghost) {
-      if (none(~s & alpha_bits)) return onto_alpha ? s : s & colour_bits;
-    }
+/// The rule of run_rectangle for a routine.
+template <span_routine_id id, bool onto_alpha> struct rule32 : plain_rule {
+  // Of pixels with alpha most are opaque.
+  static constexpr bool copies = id.pixels == span_pixels::chn32 && id.fx == fx_solid &&
+                                 !id.alpha && id.key != span_key::ghost;
+  context32 c;
+
+  explicit rule32(const kernel_args &k) : c(k) {}
+
+  static bool skips(const dwords (&s)[1]) { return skips32<id>(s[0]); }
+  static bool covers(const dwords (&s)[1]) { return has_all(s[0], dwords{} + alpha_bits); }
+  static dwords copy(dwords s) { return onto_alpha ? s : s & colour_bits; }
+  dwords put(dwords s, dwords d) const {
     const dwords result = put32<id, onto_alpha>(s, d, c);
     constexpr bool keyed = id.key == span_key::normal || id.key == span_key::ghost;
     return keyed ? (s != 0 ? result : d) : result;
-  };
-  run_rectangle<uint32_t>(k, put, [](dwords s) { return skips32<id>(s); });
-}
-
-/// Stores the source pixels that are in `where` and not transparent.
-template <bool onto_alpha> inline void put_keyed32(uint32_t *d, dwords s, dwords where) {
-  const dwords drawn = dwords(s != 0) & where;
-  const dwords result = onto_alpha ? s | alpha_bits : s;
-#ifdef __AVX2__
-  _mm256_maskstore_epi32(reinterpret_cast<int *>(d), __m256i(drawn), __m256i(result));
-#else
-  store(d, (result & drawn) | (load<dwords>(d) & ~drawn));
-#endif
-}
-
-/// The keyed copy by itself: transparent and opaque runs pass without a look at the destination.
-template <bool onto_alpha, bool mirror> inline void copy_keyed32(const kernel_args &k) {
-  constexpr int size = group_size<uint32_t>;
-  const int w = k.w, step = mirror ? -1 : 1, rest = w % size;
-  auto *row = static_cast<uint8_t *>(k.dst);
-  auto *src_row = static_cast<const uint8_t *>(k.src);
-  dwords lane;
-  for (int i = 0; i < size; ++i)
-    lane[i] = uint32_t(i);
-  const auto last = dwords(lane >= dwords{} + uint32_t(size - rest));
-  const dwords all = ~dwords{};
-
-  for (int rows = k.h; rows > 0; --rows, row += k.dst_stride, src_row += k.src_stride) {
-    auto *d = reinterpret_cast<uint32_t *>(row);
-    auto *s = reinterpret_cast<const uint32_t *>(src_row);
-    int x = 0;
-    for (; x + 2 * size <= w; x += 2 * size) {
-      const dwords s0 = load_source(s + x * step, mirror);
-      const dwords s1 = load_source(s + (x + size) * step, mirror);
-      if (none(s0 | s1)) continue;
-#ifndef __AVX2__
-      if (none(dwords(s0 == 0) | dwords(s1 == 0))) {
-        store(d + x, onto_alpha ? s0 | alpha_bits : s0);
-        store(d + x + size, onto_alpha ? s1 | alpha_bits : s1);
-        continue;
-      }
-#endif
-      put_keyed32<onto_alpha>(d + x, s0, all);
-      put_keyed32<onto_alpha>(d + x + size, s1, all);
-    }
-    if (x + size <= w) put_keyed32<onto_alpha>(d + x, load_source(s + x * step, mirror), all);
-    if (rest != 0)
-      put_keyed32<onto_alpha>(d + w - size, load_source(s + (w - size) * step, mirror), last);
   }
-}
+};
 
-template <span_routine_id id> void kernel32(const kernel_args &k) {
-  if constexpr (id == span_routine_id{span_pixels::p32, span_key::normal, false, fx_solid, true}) {
-    if (k.w >= group_size<uint32_t>) {
-      if (k.mirror) return k.dst_alpha ? copy_keyed32<true, true>(k) : copy_keyed32<false, true>(k);
-      return k.dst_alpha ? copy_keyed32<true, false>(k) : copy_keyed32<false, false>(k);
-    }
-  }
-  if (k.dst_alpha)
-    rectangle32<id, true>(k);
+template <span_routine_id id, bool onto_alpha> inline void rectangle32(const kernel_args &k) {
+  if constexpr (is_copy(id))
+    run_copy<uint32_t, onto_alpha ? alpha_bits : 0, id.key == span_key::normal>(k);
   else
-    rectangle32<id, false>(k);
+    run_rectangle<false, uint32_t>(k, rule32<id, onto_alpha>(k));
 }
+
+struct kernels32 {
+  static constexpr span_pixels pixels = span_pixels::p32;
+
+  template <span_routine_id id> static void run(const kernel_args &k) {
+    if (!is_copy(id) && k.mirror)
+      run_mirrored<uint32_t>(run<id>, k);
+    else if (k.dst_alpha)
+      rectangle32<id, true>(k);
+    else
+      rectangle32<id, false>(k);
+  }
+};
+struct kernelschn : kernels32 {
+  static constexpr span_pixels pixels = span_pixels::chn32;
+};
 
 } // namespace

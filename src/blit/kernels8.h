@@ -20,47 +20,59 @@ template <effect mode> inline bytes composite8(bytes s, bytes d) {
   return d != 0 ? over : empty;
 }
 
-/// The ghost's table can't be read by whole registers. Four pixels at a time, so that transparent
-/// and opaque runs pass quickly and results are stored at once.
-inline void ghost_row8(uint8_t *d, const uint8_t *s, int count, int step, const uint8_t *table) {
-  const auto mix = [table](uint32_t source, uint32_t destination) -> uint32_t {
-    return table[source << 8 | destination];
+/// The ghost's table can't be read by whole registers. The places in it are made in a register all
+/// the same, and what stands there comes back to one four bytes at a time.
+inline bytes ghost8(bytes s, bytes d, const uint8_t *table) {
+  const channels places = interleaved(dwords(d), dwords(s));
+  uint16_t low[vector_bytes / 2], high[vector_bytes / 2];
+  store(low, places.low);
+  store(high, places.high);
+  // Reading them from memory is cheaper than taking the registers apart.
+  __asm__("" : "+m"(low), "+m"(high));
+  const auto four = [table](const uint16_t *at) -> uint32_t {
+    return table[at[0]] | table[at[1]] << 8 | table[at[2]] << 16 | uint32_t(table[at[3]]) << 24;
   };
-  int x = 0;
-  for (; x + 4 <= count; x += 4, s += 4 * step) {
-    const uint32_t s0 = s[0], s1 = s[step], s2 = s[2 * step], s3 = s[3 * step];
-    if (s0 && s1 && s2 && s3) {
-      const uint32_t low = mix(s0, d[x]) | mix(s1, d[x + 1]) << 8;
-      store(d + x, low | mix(s2, d[x + 2]) << 16 | mix(s3, d[x + 3]) << 24);
-    } else if (s0 | s1 | s2 | s3) {
-      if (s0) d[x] = uint8_t(mix(s0, d[x]));
-      if (s1) d[x + 1] = uint8_t(mix(s1, d[x + 1]));
-      if (s2) d[x + 2] = uint8_t(mix(s2, d[x + 2]));
-      if (s3) d[x + 3] = uint8_t(mix(s3, d[x + 3]));
-    }
+  dwords mixed;
+  for (int i = 0; i < group_size<uint32_t>; i += 4) {
+    mixed[i] = four(low + i * 2);
+    mixed[i + 1] = four(low + i * 2 + 4);
+    mixed[i + 2] = four(high + i * 2);
+    mixed[i + 3] = four(high + i * 2 + 4);
   }
-  for (; x < count; ++x, s += step)
-    if (*s) d[x] = uint8_t(mix(*s, d[x]));
+  return bytes(mixed);
 }
 
-template <span_routine_id id> void kernel8(const kernel_args &k) {
-  if constexpr (id.key == span_key::ghost) {
-    auto *d = static_cast<uint8_t *>(k.dst);
-    auto *s = static_cast<const uint8_t *>(k.src);
-    for (int rows = k.h; rows > 0; --rows, d += k.dst_stride, s += k.src_stride)
-      ghost_row8(d, s, k.w, k.mirror ? -1 : 1, k.ghost);
-  } else {
-    constexpr bool keyed = id.key == span_key::normal;
-    const auto put = [](bytes s, bytes d) {
-      bytes result;
-      if constexpr (effect_classes[id.fx] == effect_class::composite)
-        result = composite8<id.fx>(s, d);
-      else
-        result = s;
-      return keyed ? (s != 0 ? result : d) : result;
-    };
-    run_rectangle<uint8_t>(k, put, [](bytes) { return false; });
+/// The rule of run_rectangle for a routine that isn't a copy.
+template <span_routine_id id> struct rule8 : plain_rule {
+  static constexpr bool ghost = id.key == span_key::ghost;
+  const uint8_t *table;
+
+  explicit rule8(const kernel_args &k) : table(k.ghost) {}
+
+  static bool skips(const bytes (&s)[1]) { return ghost && none(s[0]); }
+  bytes put(bytes s, bytes d) const {
+    bytes result;
+    if constexpr (ghost)
+      result = ghost8(s, d, table);
+    else if constexpr (effect_classes[id.fx] == effect_class::composite)
+      result = composite8<id.fx>(s, d);
+    else
+      result = s;
+    return ghost || id.key == span_key::normal ? (s != 0 ? result : d) : result;
   }
-}
+};
+
+struct kernels8 {
+  static constexpr span_pixels pixels = span_pixels::p8;
+
+  template <span_routine_id id> static void run(const kernel_args &k) {
+    if constexpr (is_copy(id))
+      run_copy<uint8_t, 0, id.key == span_key::normal>(k);
+    else if (k.mirror)
+      run_mirrored<uint8_t>(run<id>, k);
+    else
+      run_rectangle<false, uint8_t>(k, rule8<id>(k));
+  }
+};
 
 } // namespace

@@ -1,6 +1,4 @@
+#include "blit/kernel_table.h"
 #include "blit/kernels32.h"
 
-#define ORB_KERNEL_TABLE  kernelschn_sse2
-#define ORB_KERNEL_PIXELS span_pixels::chn32
-#define ORB_KERNEL        kernel32
-#include "blit/kernel_table.inc"
+constexpr kernel_table kernelschn_sse2 = make_kernel_table<kernelschn>();

@@ -37,6 +37,17 @@ struct span_routine_id {
   constexpr bool operator==(const span_routine_id &) const = default;
 };
 
+/// Whether a routine puts source pixels down as they are, some or all of them.
+constexpr bool is_copy(span_routine_id id) {
+  return id.pixels != span_pixels::chn32 && id.fx == fx_solid && !id.alpha &&
+         id.key != span_key::ghost;
+}
+
+/// Whether wider registers serve a routine. The 8-bit ghost looks its pixels up, one by one.
+constexpr bool gains_by_width(span_routine_id id) {
+  return id.pixels != span_pixels::p8 || id.key != span_key::ghost;
+}
+
 constexpr span_pixels pixels_of(span_table table) {
   switch (table) {
   case span_table::t8: return span_pixels::p8;

@@ -8,15 +8,17 @@
 
 namespace {
 
-inline constexpr span_kernel *const *kernel_tables[instruction_set_count][4] = {
-    {kernels8_sse2, kernels16_sse2, kernels32_sse2, kernelschn_sse2},
-    {kernels8_avx2, kernels16_avx2, kernels32_avx2, kernelschn_avx2},
+inline constexpr const kernel_table *kernel_tables[instruction_set_count][4] = {
+    {&kernels8_sse2, &kernels16_sse2, &kernels32_sse2, &kernelschn_sse2},
+    {&kernels8_avx2, &kernels16_avx2, &kernels32_avx2, &kernelschn_avx2},
 };
 
 /// The routine for a number of routine.h: finds its kernel and gathers pixels for it.
 template <instruction_set isa, span_op op, int number> void span() {
+  constexpr span_routine_id id = routine_at(number);
+  constexpr instruction_set kernel_isa = gains_by_width(id) ? isa : instruction_set::sse2;
   span_kernel *const kernel =
-      kernel_tables[int(isa)][number / kernels_per_pixel_kind][number % kernels_per_pixel_kind];
+      kernel_tables[int(kernel_isa)][int(id.pixels)]->at[number % kernels_per_pixel_kind];
   if constexpr (op == span_op::draw)
     span_draw(kernel);
   else if constexpr (op == span_op::scale)

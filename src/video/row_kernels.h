@@ -236,9 +236,7 @@ void pick(const void *row, const int32_t *columns, void *to_row, int32_t count) 
 
 // ---- Fades --------------------------------------------------------------------------------------
 
-inline words high_product(words a, words b) {
-  return words(ORB_LANES(mulhi_epu16)(register_type(a), register_type(b)));
-}
+/// As high_product in simd/lanes.h.
 inline uint32_t high_product(uint32_t a, uint32_t b) { return a * b >> 16; }
 
 /// The same value in all words, or the value.
