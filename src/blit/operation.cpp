@@ -24,15 +24,14 @@ const uint8_t *FX_alpha16_tablep0, *FX_alpha16_tablep255;
 /// Points at column 63 of row intensity of FX_tint16_table: indexed by the difference itself.
 const int8_t *FX_tint16_tablep;
 
-/// Whether two surfaces share memory: they are the same, or one wraps the other's pixels.
+} // namespace
+
 bool share_memory(const __ORBSurface2D__ *a, const __ORBSurface2D__ *b) {
   const auto *start_a = static_cast<const uint8_t *>(a->pixels);
   const auto *start_b = static_cast<const uint8_t *>(b->pixels);
   return start_a < start_b ? size_t(start_b - start_a) < a->byte_size
                            : size_t(start_a - start_b) < b->byte_size;
 }
-
-} // namespace
 
 bool begin_blit(const __ORBBlit2D__ *request, bool transformed) {
   blit.x = request->x;

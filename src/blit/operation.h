@@ -10,6 +10,9 @@
 /// `transformed` also the sizes. False: refuse.
 bool begin_blit(const __ORBBlit2D__ *request, bool transformed);
 
+/// Whether two surfaces share memory: they are the same, or one wraps the other's pixels.
+bool share_memory(const __ORBSurface2D__ *a, const __ORBSurface2D__ *b);
+
 /// Computes the clip rectangle. False when the region is undefined or the rectangle empty.
 bool clip_blit(const __ORBBlit2D__ *request);
 

@@ -48,6 +48,8 @@ void prefetch(int32_t i) {
     const auto *request = reinterpret_cast<const char *>(order[i + far_ahead]);
     for (size_t at = 0; at < sizeof(__ORBBlit2D__); at += line)
       __builtin_prefetch(request + at, 1);
+    // Requests are not aligned: the end may lie in one line more.
+    __builtin_prefetch(request + sizeof(__ORBBlit2D__) - 1, 1);
   }
   if (i + near_ahead < num_blits2D) {
     if (orb_process *owner = order[i + near_ahead]->owner) __builtin_prefetch(&owner->box_x0, 1);
