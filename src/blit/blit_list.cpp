@@ -1,6 +1,9 @@
 #include "blit/blit_list.h"
 
+#include <sys/mman.h>
+
 #include <algorithm>
+#include <bit>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -20,18 +23,38 @@ constexpr uint32_t registry_step = 4;
 constexpr uint32_t registry_limit = 2147483647;
 constexpr uint32_t request_limit = 4294967294;
 
-/// realloc for `count` records; null when they do not fit into the address space.
-template <typename T> T *resize_array(T *array, uint64_t count) {
-  const uint64_t bytes = count * sizeof(T);
-  if (bytes > PTRDIFF_MAX) return nullptr;
-  return static_cast<T *>(realloc(array, size_t(bytes)));
+/// Memory on huge pages, if it is large and the system has them: drawing order scatters requests, and
+/// with small pages nearly every one of a long list misses the TLB. Null when there is no memory.
+void *allocate(uint64_t bytes) {
+  constexpr size_t huge_page = 2 << 20;
+  if (bytes > PTRDIFF_MAX - huge_page) return nullptr;
+  if (bytes < huge_page) return malloc(size_t(bytes));
+  const size_t whole_pages = (size_t(bytes) + huge_page - 1) & ~(huge_page - 1);
+  void *const memory = aligned_alloc(huge_page, whole_pages);
+  if (memory) madvise(memory, whole_pages, MADV_HUGEPAGE);
+  return memory;
+}
+
+/// The records that an array of `count` has room for: lists grow by small steps, and so seldom move.
+constexpr uint64_t room_for(uint64_t count) { return std::bit_ceil(count); }
+
+/// The array with `to` records instead of `from`, the new ones zeroed. Null without memory; the old
+/// array is kept then.
+template <typename T> T *grow_array(T *array, uint64_t from, uint64_t to) {
+  if (to * sizeof(T) > PTRDIFF_MAX) return nullptr;
+  T *larger = array;
+  if (!array || room_for(to) > room_for(from)) {
+    larger = static_cast<T *>(allocate(room_for(to) * sizeof(T)));
+    if (!larger) return nullptr;
+    if (array) memcpy(larger, array, size_t(from) * sizeof(T));
+    free(array);
+  }
+  memset(larger + from, 0, size_t(to - from) * sizeof(T));
+  return larger;
 }
 
 /// `count` zeroed records, or null.
-template <typename T> T *new_array(uint64_t count) {
-  if (count * sizeof(T) > PTRDIFF_MAX) return nullptr;
-  return static_cast<T *>(calloc(size_t(count), sizeof(T)));
-}
+template <typename T> T *new_array(uint64_t count) { return grow_array<T>(nullptr, 0, count); }
 
 /// Reports "<name><text>"; a name too long for the buffer is cut, never the text.
 void list_fatal(const char *name, const char *text) {
@@ -72,13 +95,11 @@ int32_t ORBGI2D_Internal_ResizeBlitLists() {
   const uint64_t capacity =
       std::min<uint64_t>(uint64_t(pBlitLists2D->capacity) + registry_step, registry_limit);
   const ptrdiff_t current = pBlitList2D ? pBlitList2D - pBlitLists2D->lists : -1;
-  orb_blit_list *lists = resize_array(pBlitLists2D->lists, capacity);
+  orb_blit_list *lists = grow_array(pBlitLists2D->lists, pBlitLists2D->capacity, capacity);
   if (!lists) {
     rt_fatal("GRAPHICS2D: Error to Resize BLIT2D list");
     return 0;
   }
-  memset(lists + pBlitLists2D->capacity, 0,
-         size_t(capacity - pBlitLists2D->capacity) * sizeof *lists);
   pBlitLists2D->lists = lists;
   pBlitLists2D->capacity = uint32_t(capacity);
   if (current >= 0) pBlitList2D = lists + current;
@@ -149,26 +170,26 @@ int32_t ResizeBlitList() {
   const uint64_t capacity = std::min<uint64_t>(uint64_t(list.capacity) + list.step, request_limit);
 
   const uintptr_t old_address = reinterpret_cast<uintptr_t>(list.requests);
-  __ORBBlit2D__ *const requests = resize_array(list.requests, capacity);
+  __ORBBlit2D__ *const requests = grow_array(list.requests, list.capacity, capacity);
   if (!requests) {
     list_fatal(list.name, ": Error to resize BLIT2D list");
     return 0;
   }
-  memset(requests + list.capacity, 0, size_t(capacity - list.capacity) * sizeof *requests);
   list.requests = requests;
   // The array may move while a frame is drawn: an operation may take requests.
   const auto moved = [=](const __ORBBlit2D__ *request) {
     return requests + (reinterpret_cast<uintptr_t>(request) - old_address) / sizeof *requests;
   };
-  for (uint32_t i = 0; i < list.order_capacity; ++i)
-    if (list.order[i]) list.order[i] = moved(list.order[i]);
+  if (reinterpret_cast<uintptr_t>(requests) != old_address) {
+    for (uint32_t i = 0; i < list.order_capacity; ++i)
+      if (list.order[i]) list.order[i] = moved(list.order[i]);
+  }
 
-  __ORBBlit2D__ **order = resize_array(list.order, capacity);
+  __ORBBlit2D__ **order = grow_array(list.order, list.order_capacity, capacity);
   if (!order) {
     list_fatal(list.name, ": Error to resize BLIT2DZOrder table");
     return 0;
   }
-  memset(order + list.order_capacity, 0, size_t(capacity - list.order_capacity) * sizeof *order);
   list.order = order;
   list.capacity = list.order_capacity = uint32_t(capacity);
   return 1;
