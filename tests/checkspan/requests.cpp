@@ -261,6 +261,11 @@ void randomize(trial &t, operation op, random_source &random) {
   r.alpha = random.one_in(3) ? random.below(256) : mostly(random.any_of(alphas));
   r.flags = random.one_in(10) ? random.between(-40, 40) : random.below(12);
   if (op == operation::tile && !random.one_in(8)) r.flags &= ~7;
+  if (random.one_in(4)) { // as plain as most requests of a game
+    r.fxmode = r.own_region = 0;
+    r.alpha = random.any_of({254, 255, 255, 256});
+    r.flags = random.any_of({0, 8});
+  }
 
   r.block_x = mostly(random.between(-6, sw / 2));
   r.block_y = mostly(random.between(-6, sh / 2));
@@ -286,7 +291,7 @@ void randomize(trial &t, operation op, random_source &random) {
   t.screen_depth = random.one_in(6) ? random.any_of(depths) : t.dst.surface.depth;
   if (random.one_in(12))
     r.src = r.dst;
-  else if (random.one_in(12))
+  else if (random.one_in(6))
     t.show_part_of_the_other(random);
 }
 
