@@ -6,9 +6,10 @@ usage: ./orb VERB [ARGUMENTS]
 
   play [OPTIONS] SCRIPT   play a Lua script; --help lists the player's options
   gfx COMMAND ...         pack, unpack and compare graph libraries; --help
-  test [--sanitize] [PATTERN | CTEST OPTIONS]
+  test [--sanitize | --record] [PATTERN | CTEST OPTIONS]
                           run all tests, or those whose suite matches PATTERN;
-                          --sanitize: under AddressSanitizer and UBSan
+                          --sanitize: under AddressSanitizer and UBSan;
+                          --record: write the sums of today's pictures over the recorded
   bench [NAME] [OPTIONS]  run all benchmarks, or those whose name matches NAME;
                           --runs N: N times, for medians; --sse2: without AVX2;
                           --check: compare the pictures only
@@ -128,6 +129,7 @@ verb_test() {
   while [ $# -gt 0 ]; do
     case $1 in
       --sanitize) preset=asan ;;
+      --record) export ORB_RECORD=1 ;;
       -*) arguments+=("$@"); break ;;
       *) arguments+=(-R "$1") ;;
     esac

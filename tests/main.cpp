@@ -1,0 +1,11 @@
+// The test program: GoogleTest's suites, and the cases of tests/transcripts/.
+#include <gtest/gtest.h>
+
+#include "support/transcript.h"
+#include "support/world.h"
+
+int main(int count, char **arguments) {
+  testing::InitGoogleTest(&count, arguments);
+  register_transcripts(tests_folder("transcripts"));
+  return RUN_ALL_TESTS();
+}

@@ -1,0 +1,593 @@
+#include "support/transcript.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstddef>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <sstream>
+#include <stdexcept>
+
+#include <gtest/gtest.h>
+
+#include "blit/blit.h"
+#include "blit/blit_list.h"
+#include "support/recording.h"
+#include "support/world.h"
+#include "surface/registry.h"
+#include "surface/screen.h"
+
+namespace {
+
+using word_list = std::vector<std::string>;
+
+/// A line of a transcript: what is done, and after the arrow what must come of it.
+struct transcript_line {
+  int number;
+  word_list words, outcome;
+  bool has_outcome = false;
+};
+
+struct transcript_case {
+  std::string title;
+  word_list depths = {"32"};
+  bool bare = false; // no mode is set
+  std::vector<transcript_line> lines;
+};
+
+/// Words are separated by blanks; a text in quotes, with a word before it (x="..."), is one word.
+word_list split(const std::string &text) {
+  word_list words;
+  bool quoted = false, inside = false;
+  for (const char c : text) {
+    if (c == ' ' && !quoted) {
+      inside = false;
+      continue;
+    }
+    if (!inside) words.emplace_back();
+    inside = true;
+    quoted ^= c == '"';
+    words.back() += c;
+  }
+  return words;
+}
+
+std::string joined(const word_list &words) {
+  std::string text;
+  for (const std::string &word : words)
+    text += (text.empty() ? "" : " ") + word;
+  return text;
+}
+
+bool is_quoted(const std::string &word) { return !word.empty() && word.front() == '"'; }
+std::string unquoted(const std::string &word) { return word.substr(1, word.size() - 2); }
+
+std::string upper(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return toupper(c); });
+  return text;
+}
+
+std::string hex(uint32_t value, int digits) {
+  std::ostringstream out;
+  out << std::hex << std::uppercase;
+  out.width(digits);
+  out.fill('0');
+  out << value;
+  return out.str();
+}
+
+std::vector<transcript_case> read_cases(const std::filesystem::path &path) {
+  std::ifstream in(path);
+  std::vector<transcript_case> cases;
+  std::string text;
+  for (int number = 1; std::getline(in, text); ++number) {
+    if (text.empty() || text.front() == '#') continue;
+    if (text.starts_with("== ")) {
+      cases.emplace_back().title = text.substr(3);
+      continue;
+    }
+    if (cases.empty()) throw std::runtime_error(path.string() + ": a line before the first case");
+    transcript_line line;
+    line.number = number;
+    const size_t arrow = text.find(" -> ");
+    line.words = split(text.substr(0, arrow));
+    line.has_outcome = arrow != std::string::npos;
+    if (line.has_outcome) line.outcome = split(text.substr(arrow + 4));
+    transcript_case &current = cases.back();
+    if (line.words[0] == "depth")
+      current.depths.assign(line.words.begin() + 1, line.words.end());
+    else if (line.words[0] == "bare")
+      current.bare = true;
+    else
+      current.lines.push_back(line);
+  }
+  return cases;
+}
+
+// ---- Words of records ---------------------------------------------------------------------------
+
+struct record_field {
+  const char *name;
+  size_t offset;
+};
+
+constexpr record_field process_fields[] = {
+    {"type", offsetof(orb_process, type)},
+    {"status", offsetof(orb_process, status)},
+    {"coordinates", offsetof(orb_process, coordinates)},
+    {"box_x0", offsetof(orb_process, box_x0)},
+    {"box_y0", offsetof(orb_process, box_y0)},
+    {"box_x1", offsetof(orb_process, box_x1)},
+    {"box_y1", offsetof(orb_process, box_y1)},
+};
+
+#define ORB_FIELD(name) {#name, offsetof(__ORBBlit2D__, name)}
+constexpr record_field request_fields[] = {
+    ORB_FIELD(link),        ORB_FIELD(drawn),         ORB_FIELD(drawn_x0),
+    ORB_FIELD(drawn_y0),    ORB_FIELD(drawn_x1),      ORB_FIELD(drawn_y1),
+    ORB_FIELD(x),           ORB_FIELD(y),             ORB_FIELD(z),
+    ORB_FIELD(region),      ORB_FIELD(resolution),    ORB_FIELD(destination_file),
+    ORB_FIELD(angle),       ORB_FIELD(tfmorder),      ORB_FIELD(destination_graph),
+    ORB_FIELD(size),        ORB_FIELD(size_x),        ORB_FIELD(size_y),
+    ORB_FIELD(shear_x),     ORB_FIELD(shear_y),       ORB_FIELD(flags),
+    ORB_FIELD(alpha),       ORB_FIELD(fxmode),        ORB_FIELD(fxcolor),
+    ORB_FIELD(fxintensity), ORB_FIELD(block_x),       ORB_FIELD(block_y),
+    ORB_FIELD(block_w),     ORB_FIELD(block_h),       ORB_FIELD(own_region),
+    ORB_FIELD(own_region_x0), ORB_FIELD(own_region_y0), ORB_FIELD(own_region_x1),
+    ORB_FIELD(own_region_y1),
+};
+#undef ORB_FIELD
+
+constexpr struct {
+  const char *name;
+  orb_blit_operation *operation;
+} operations[] = {{"none", nullptr},
+                  {"Blit", ORBGI2D_Blit},
+                  {"BlitBlock", ORBGI2D_BlitBlock},
+                  {"BlitScale", ORBGI2D_BlitScale},
+                  {"BlitRotate", ORBGI2D_BlitRotate},
+                  {"BlitRotScale", ORBGI2D_BlitRotScale},
+                  {"BlitScaleShear", ORBGI2D_BlitScaleShear},
+                  {"BlitRotScaleShear", ORBGI2D_BlitRotScaleShear},
+                  {"BlitTile", ORBGI2D_BlitTile}};
+
+template <size_t n>
+int32_t *find_word(void *record, const record_field (&fields)[n], const std::string &name) {
+  for (const record_field &field : fields)
+    if (name == field.name)
+      return reinterpret_cast<int32_t *>(static_cast<char *>(record) + field.offset);
+  return nullptr;
+}
+
+/// `screen`, `ground`, `FILE/GRAPH` or `none`.
+std::string name_of(const __ORBSurface2D__ *surface) {
+  if (!surface) return "none";
+  if (surface == screen) return "screen";
+  if (surface == ground) return "ground";
+  for (int32_t file = 0; file < max_fpg; ++file)
+    for (int32_t graph = 1; graph < graph_bound(file); ++graph)
+      if (const orb_map_slot *slot = GetMAP(file, graph); slot && slot->surface == surface)
+        return std::to_string(file) + "/" + std::to_string(graph);
+  return "unknown";
+}
+
+// ---- Playing ------------------------------------------------------------------------------------
+
+class transcript_player {
+public:
+  transcript_player(std::filesystem::path file, const transcript_case &played, int32_t depth)
+      : file_(std::move(file)), case_(played), depth_(depth) {}
+
+  void play() {
+    if (!case_.bare) world_.set_mode(depth_);
+    EXPECT_EQ(world_.reports(), "");
+    for (const transcript_line &line : case_.lines) {
+      try {
+        run(line);
+      } catch (const std::exception &problem) {
+        fail(line, problem.what());
+      }
+    }
+  }
+
+private:
+  std::filesystem::path file_;
+  const transcript_case &case_;
+  int32_t depth_;
+  world world_;
+  std::map<std::string, int32_t> names_; // $name: results that were given a name, processes
+  std::vector<int32_t> out_;             // what the last call wrote through pointers
+
+  void fail(const transcript_line &line, const std::string &text) {
+    ADD_FAILURE_AT(file_.c_str(), line.number) << joined(line.words) << ": " << text;
+  }
+
+  // -- Values
+
+  /// 12, -1, 0xFF, $name, or the name of a constant.
+  int32_t value(const std::string &word) {
+    if (word.front() == '$') {
+      const auto found = names_.find(word);
+      if (found == names_.end()) throw std::invalid_argument("nothing is called " + word);
+      return found->second;
+    }
+    if (isalpha(static_cast<unsigned char>(word.front()))) return world_.host.constant(word);
+    size_t end = 0;
+    const int64_t number = std::stoll(word, &end, 0);
+    if (end != word.size()) throw std::invalid_argument("not a number: " + word);
+    return int32_t(number);
+  }
+
+  orb_process *process(const std::string &name) {
+    return orbhost::ProcessList::process(value(name));
+  }
+
+  /// The word of a local or a field of the record.
+  int32_t *process_word(orb_process *of, const std::string &name) {
+    if (int32_t *word = find_word(of, process_fields, name)) return word;
+    const orbhost::Declaration *local = world_.host.locals().find(name);
+    if (!local) throw std::invalid_argument("no local " + name);
+    return reinterpret_cast<int32_t *>(of->locals) + local->word;
+  }
+
+  /// `name`, `name.field`, `name[3].field`.
+  int32_t &global(const std::string &name) {
+    const size_t bracket = name.find('['), dot = name.find('.');
+    const std::string top = name.substr(0, std::min(bracket, dot));
+    const orbhost::Declaration *declared = world_.host.globals().find(top);
+    if (!declared) throw std::invalid_argument("no global " + top);
+    size_t index = 0;
+    if (bracket != std::string::npos)
+      index = size_t(std::stoi(name.substr(bracket + 1))) * declared->fields.size();
+    if (dot != std::string::npos) {
+      const auto field = std::find_if(
+          declared->fields.begin(), declared->fields.end(),
+          [&](const orbhost::Variable &f) { return f.name == name.substr(dot + 1); });
+      if (field == declared->fields.end()) throw std::invalid_argument("no field: " + name);
+      index += size_t(field - declared->fields.begin());
+    }
+    return world_.host.global(top, uint32_t(index));
+  }
+
+  // -- Outcomes
+
+  /// Holds what happened against what is written after the arrow; numbers may be written in any
+  /// way. A $name takes a number and keeps it.
+  void expect(const transcript_line &line, const word_list &seen) {
+    bool same = line.has_outcome && seen.size() == line.outcome.size();
+    for (size_t i = 0; same && i < seen.size(); ++i) {
+      const std::string &wanted = line.outcome[i];
+      if (wanted.front() == '$' && !names_.contains(wanted))
+        names_[wanted] = value(seen[i]);
+      else if (wanted != seen[i])
+        same = is_number(seen[i]) && is_value(wanted) && value(wanted) == value(seen[i]);
+    }
+    if (!same) fail(line, joined(seen) + (line.has_outcome ? ", not " + joined(line.outcome) : ""));
+  }
+  static bool is_number(const std::string &word) {
+    return isdigit(static_cast<unsigned char>(word.front())) || word.front() == '-';
+  }
+  bool is_value(const std::string &word) {
+    if (is_number(word) || names_.contains(word)) return true;
+    const std::vector<orbhost::Constant> &known = world_.host.registration().constants;
+    return std::any_of(known.begin(), known.end(), [&](const auto &c) { return c.name == word; });
+  }
+
+  /// Like expect, for a sum: recording writes the new one into the transcript.
+  void expect_sum(const transcript_line &line, uint32_t sum) {
+    const std::string seen = hex(sum, 8);
+    if (line.has_outcome && joined(line.outcome) == seen) return;
+    if (recording())
+      record_outcome(file_, line.number, seen);
+    else
+      fail(line, seen + ", not " + joined(line.outcome));
+  }
+
+  /// Reports since the last look as words, the function left out where it is `usual`.
+  void add_reports(word_list &seen, const std::string &usual) {
+    for (const std::string &word : split(world_.reports()))
+      if (word != usual) seen.push_back(word);
+  }
+
+  // -- What lines do
+
+  void run(const transcript_line &line) {
+    using verb = void (transcript_player::*)(const transcript_line &);
+    static const std::map<std::string, verb> verbs = {
+        {"call", &transcript_player::call},         {"out", &transcript_player::out},
+        {"spawn", &transcript_player::spawn},       {"set", &transcript_player::set},
+        {"local", &transcript_player::local},       {"kill", &transcript_player::kill},
+        {"as", &transcript_player::become},         {"frame", &transcript_player::frame},
+        {"requests", &transcript_player::requests}, {"request", &transcript_player::request},
+        {"global", &transcript_player::global},     {"pixel", &transcript_player::pixel_at},
+        {"paint", &transcript_player::paint},       {"show", &transcript_player::show},
+        {"crc", &transcript_player::crc},           {"file", &transcript_player::file},
+        {"bytes", &transcript_player::bytes},       {"write", &transcript_player::write},
+        {"data", &transcript_player::data}};
+    const auto found = verbs.find(line.words[0]);
+    if (found == verbs.end()) throw std::invalid_argument("no such line");
+    (this->*found->second)(line);
+    if (const std::string late = world_.reports(); !late.empty()) fail(line, "also " + late);
+  }
+
+  /// call NAME ARGUMENTS -> RESULT. `&` is a pointer to an int, `&3` one to three, `null` a null.
+  void call(const transcript_line &line) {
+    const std::string &name = line.words.at(1);
+    out_.clear();
+    out_.reserve(4096); // pointers into it stay valid
+    std::vector<orbhost::Argument> arguments;
+    for (size_t i = 2; i < line.words.size(); ++i) {
+      const std::string &word = line.words[i];
+      if (word.front() == '&') {
+        const size_t at = out_.size(), count = word.size() > 1 ? std::stoul(word.substr(1)) : 1;
+        out_.resize(at + count, -7777);
+        arguments.emplace_back(&out_[at]);
+      } else if (is_quoted(word)) {
+        arguments.emplace_back(unquoted(word));
+      } else if (word == "null") {
+        arguments.emplace_back(static_cast<const char *>(nullptr));
+      } else {
+        arguments.emplace_back(value(word));
+      }
+    }
+    orbhost::Host &host = world_.host;
+    const auto form = orbhost::best_form(host.registration(), name, arguments);
+    if (!form) throw std::invalid_argument("no such form");
+    const orbhost::Function &function = host.registration().functions[*form];
+    const int32_t result = host.call_form(function, arguments);
+    if (host.call_frame().unfetched() || host.call_frame().bad_fetches())
+      fail(line, "its arguments are fetched wrongly");
+
+    word_list seen;
+    if (result == orbhost::failure_value) {
+      seen.push_back("fail");
+    } else if (function.result == orbhost::ResultType::string) {
+      const char *text = reinterpret_cast<const char *>(result);
+      seen.push_back(text ? '"' + std::string(text) + '"' : "null");
+    } else if (function.result == orbhost::ResultType::real) {
+      std::ostringstream number;
+      number << std::bit_cast<float>(result);
+      seen.push_back(number.str());
+    } else {
+      seen.push_back(std::to_string(result));
+    }
+    add_reports(seen, upper(name));
+    expect(line, seen);
+  }
+
+  /// out VALUES: what the last call wrote through its pointers; `-` is untouched.
+  void out(const transcript_line &line) {
+    const word_list wanted{line.words.begin() + 1, line.words.end()};
+    word_list seen;
+    bool same = wanted.size() == out_.size();
+    for (size_t i = 0; i < out_.size(); ++i) {
+      seen.push_back(out_[i] == -7777 ? "-" : std::to_string(out_[i]));
+      same = same && (wanted[i] == "-" ? seen[i] == "-" : value(wanted[i]) == out_[i]);
+    }
+    if (!same) fail(line, joined(seen));
+  }
+
+  /// spawn $name local=value ...
+  void spawn(const transcript_line &line) {
+    orb_process *const made = world_.host.spawn();
+    names_[line.words.at(1)] = orbhost::ProcessList::id(made);
+    set(line);
+  }
+  /// set $name local=value ...; xgraph=a,b,c sets direction graphs, x@3=... no more than a word.
+  void set(const transcript_line &line) {
+    orb_process *const of = process(line.words.at(1));
+    for (size_t i = 2; i < line.words.size(); ++i) {
+      const auto [key, text] = halves(line.words[i]);
+      if (key == "xgraph") {
+        std::vector<int32_t> codes;
+        std::istringstream parts(text);
+        for (std::string part; std::getline(parts, part, ',');)
+          codes.push_back(value(part));
+        world_.host.processes().set_xgraph(of, codes);
+      } else {
+        *process_word(of, key) = value(text);
+      }
+    }
+  }
+  static std::pair<std::string, std::string> halves(const std::string &word) {
+    const size_t middle = word.find('=');
+    if (middle == std::string::npos) throw std::invalid_argument("no value: " + word);
+    return {word.substr(0, middle), word.substr(middle + 1)};
+  }
+
+  /// local $name local=value ...: as they are now.
+  void local(const transcript_line &line) {
+    orb_process *const of = process(line.words.at(1));
+    compare(line, 2, [&](const std::string &key) { return process_word(of, key); });
+  }
+  template <typename Find> void compare(const transcript_line &line, size_t from, Find find) {
+    for (size_t i = from; i < line.words.size(); ++i) {
+      const auto [key, text] = halves(line.words[i]);
+      const int32_t *const word = find(key);
+      if (!word) throw std::invalid_argument("no field " + key);
+      if (*word != value(text)) fail(line, key + " is " + std::to_string(*word));
+    }
+  }
+
+  void kill(const transcript_line &line) { world_.host.kill(process(line.words.at(1))); }
+
+  /// as $name: calls are that process's; `as none`: nobody's.
+  void become(const transcript_line &line) {
+    world_.host.processes().current =
+        line.words.at(1) == "none" ? nullptr : process(line.words[1]);
+  }
+
+  /// frame, frame COUNT, frame -> REPORTS
+  void frame(const transcript_line &line) {
+    for (int count = line.words.size() > 1 ? value(line.words[1]) : 1; count > 0; --count)
+      world_.host.frame();
+    word_list seen;
+    add_reports(seen, "");
+    if (line.has_outcome || !seen.empty()) expect(line, seen);
+  }
+
+  /// requests -> COUNT in the current list.
+  void requests(const transcript_line &line) {
+    expect(line, {std::to_string(GetNumsBlitOnList())});
+  }
+  /// request INDEX field=value ... op=Blit src=0/1000 dst=screen
+  void request(const transcript_line &line) {
+    __ORBBlit2D__ *const of = GetNumBlitOnList(value(line.words.at(1)));
+    if (!of) throw std::invalid_argument("no such request");
+    transcript_line rest = line;
+    const auto is_named = [&](const std::string &word) {
+      const auto [key, text] = halves(word);
+      std::string seen;
+      if (key == "src" || key == "dst") {
+        seen = name_of(key == "src" ? of->src : of->dst);
+      } else if (key == "op") {
+        for (const auto &known : operations)
+          if (known.operation == of->blit_op) seen = known.name;
+      } else {
+        return false;
+      }
+      if (seen != text) fail(line, key + " is " + seen);
+      return true;
+    };
+    std::erase_if(rest.words, [&](const std::string &word) {
+      return word.find('=') != std::string::npos && is_named(word);
+    });
+    compare(rest, 2, [&](const std::string &key) { return find_word(of, request_fields, key); });
+  }
+
+  /// global NAME=VALUE ... sets; global NAME -> VALUE.
+  void global(const transcript_line &line) {
+    if (line.has_outcome)
+      return expect(line, {std::to_string(global(line.words.at(1)))});
+    for (size_t i = 1; i < line.words.size(); ++i) {
+      const auto [key, text] = halves(line.words[i]);
+      global(key) = value(text);
+    }
+  }
+
+  // -- Pixels
+
+  const __ORBSurface2D__ &surface(const transcript_line &line) {
+    const __ORBSurface2D__ *const found =
+        surface_of({line.words.begin() + 1, line.words.end()});
+    if (!found) throw std::invalid_argument("no such surface");
+    return *found;
+  }
+
+  /// pixel SURFACE X Y -> VALUE
+  void pixel_at(const transcript_line &line) {
+    const size_t last = line.words.size() - 1;
+    expect(line, {std::to_string(pixel(surface(line), uint32_t(value(line.words[last - 1])),
+                                       uint32_t(value(line.words[last]))))});
+  }
+
+  /// paint SURFACE "12. 456": rows of pixels, 0..15 as hexadecimal digits, `.` for 0.
+  void paint(const transcript_line &line) {
+    auto &onto = const_cast<__ORBSurface2D__ &>(surface(line));
+    uint32_t y = 0;
+    for (const std::string &row : split(unquoted(line.words.back()))) {
+      for (uint32_t x = 0; x < row.size(); ++x)
+        set_pixel(onto, x, y, row[x] == '.' ? 0 : uint32_t(std::stoi(row.substr(x, 1), nullptr, 16)));
+      ++y;
+    }
+  }
+
+  /// show SURFACE X Y -> "12. 456": as many pixels as are written, from (X, Y); `#` is above 15.
+  void show(const transcript_line &line) {
+    const size_t last = line.words.size() - 1;
+    const uint32_t x0 = uint32_t(value(line.words[last - 1])), y0 = uint32_t(value(line.words[last]));
+    std::string seen;
+    uint32_t y = y0;
+    for (const std::string &row : split(unquoted(line.outcome.at(0)))) {
+      if (!seen.empty()) seen += ' ';
+      for (uint32_t x = x0; x < x0 + row.size(); ++x) {
+        const uint32_t p = pixel(surface(line), x, y);
+        seen += p == 0 ? '.' : p < 16 ? "0123456789ABCDEF"[p] : '#';
+      }
+      ++y;
+    }
+    expect(line, {'"' + seen + '"'});
+  }
+
+  /// crc SURFACE -> SUM, crc file NAME -> SUM
+  void crc(const transcript_line &line) {
+    if (line.words.at(1) != "file") return expect_sum(line, crc_of(surface(line)));
+    const file_bytes content = read_file(path(line.words.at(2)));
+    expect_sum(line, sum_of(content.data(), content.size()));
+  }
+
+  // -- Files in the world's folder
+
+  std::filesystem::path path(const std::string &name) {
+    return world_.folder.path / unquoted(name);
+  }
+
+  /// file "NAME" -> SIZE, or missing
+  void file(const transcript_line &line) {
+    const auto at = path(line.words.at(1));
+    const bool exists = std::filesystem::exists(at);
+    expect(line, {exists ? std::to_string(std::filesystem::file_size(at)) : "missing"});
+  }
+  /// bytes "NAME" OFFSET -> 6D 61 70, as many as are written
+  void bytes(const transcript_line &line) {
+    const file_bytes content = read_file(path(line.words.at(1)));
+    const size_t from = size_t(value(line.words.at(2)));
+    std::string seen;
+    for (size_t i = from; i < content.size() && i < from + line.outcome.size(); ++i)
+      seen += (seen.empty() ? "" : " ") + hex(content[i], 2);
+    if (seen != joined(line.outcome)) fail(line, seen);
+  }
+  /// write "NAME" 6D 61 70
+  void write(const transcript_line &line) {
+    file_bytes content;
+    for (size_t i = 2; i < line.words.size(); ++i)
+      content.push_back(uint8_t(std::stoi(line.words[i], nullptr, 16)));
+    write_file(path(line.words.at(1)), content);
+  }
+  /// data "png/rgb.png": a copy of a file of the test data, under its own name without folders.
+  void data(const transcript_line &line) {
+    const auto from = tests_folder("data") / unquoted(line.words.at(1));
+    std::filesystem::copy_file(from, world_.folder.path / from.filename());
+  }
+};
+
+class transcript_test : public testing::Test {
+public:
+  transcript_test(std::filesystem::path file, std::shared_ptr<transcript_case> played, int32_t depth)
+      : file_(std::move(file)), case_(std::move(played)), depth_(depth) {}
+  void TestBody() override { transcript_player(file_, *case_, depth_).play(); }
+
+private:
+  std::filesystem::path file_;
+  std::shared_ptr<transcript_case> case_;
+  int32_t depth_;
+};
+
+/// A case's title as the name of a test.
+std::string test_name(const std::string &title) {
+  std::string name;
+  for (const char c : title)
+    name += isalnum(static_cast<unsigned char>(c)) ? c : '_';
+  return name;
+}
+
+} // namespace
+
+void register_transcripts(const std::filesystem::path &folder) {
+  std::vector<std::filesystem::path> files;
+  for (const auto &entry : std::filesystem::directory_iterator(folder))
+    if (entry.path().extension() == ".txt") files.push_back(entry.path());
+  std::sort(files.begin(), files.end());
+  for (const std::filesystem::path &file : files) {
+    const std::string suite = "Transcript_" + file.stem().string();
+    for (const transcript_case &read : read_cases(file)) {
+      const auto played = std::make_shared<transcript_case>(read);
+      for (const std::string &depth : read.depths)
+        testing::RegisterTest(suite.c_str(), (test_name(read.title) + "_" + depth).c_str(), nullptr,
+                              nullptr, file.c_str(), 1, [=]() -> testing::Test * {
+                                return new transcript_test(file, played, std::stoi(depth));
+                              });
+    }
+  }
+}
