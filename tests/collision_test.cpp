@@ -12,6 +12,7 @@
 #include "blit/effects.h"
 #include "collision/collision.h"
 #include "collision/picture.h"
+#include "collision/polygon.h"
 #include "frame/process_scan.h"
 #include "graphics_fixture.h"
 #include "mode_fixture.h"
@@ -203,6 +204,84 @@ TEST_F(Collision, PixelsTouchExactlyWhereTheFrameShowsThem) {
   EXPECT_GT(hits, 300);
   EXPECT_GT(misses, 300);
   EXPECT_TRUE(host.errors.empty());
+}
+
+/// Poses far from those of games, and pictures that meet in one pixel or miss by one.
+TEST_F(Collision, NoPictureThatTouchesIsPassedOver) {
+  int touching = 0, passed_over = 0;
+  const auto any = [&](int32_t usual) {
+    static constexpr int32_t extremes[] = {INT32_MIN, INT32_MAX, -(1 << 30), 1 << 30, 1 << 24, -1};
+    if (pick(0, 9)) return pick(-usual, usual);
+    return pick(0, 1) ? extremes[pick(0, 5)] : int32_t(random());
+  };
+  orb_process &a = at(0, 0, add_graph(1, 1, 1)), &b = at(0, 0, 0);
+  host.current_process = &a;
+  std::vector<int32_t> directions(2);
+  for (int round = 0; round < 30000; ++round) {
+    SCOPED_TRACE(round);
+    const int32_t graph = round % 2 ? add_graph(pick(1, 300), pick(1, 9), 1) : add_random_graph();
+    __ORBSurface2D__ &picture = *slot(graph).surface;
+    orb_locals &l = *b.locals;
+    l = {};
+    l.graph = graph;
+    turn_at_random(b);
+    l.x = any(500);
+    l.y = any(500);
+    l.flags = pick(0, 15);
+    if (pick(0, 1)) l.resolution = any(100);
+    if (pick(0, 3) == 0) l.size = any(400);
+    if (pick(0, 3) == 0) l.size_y = any(400);
+    if (pick(0, 3) == 0) l.shear_x = any(400);
+    if (pick(0, 3) == 0) picture.cpoints[pick(0, 1)] = uint32_t(any(70000));
+    if (pick(0, 3) == 0) {
+      picture.pivot_override = 1;
+      picture.pivot_x = uint32_t(any(500));
+      picture.pivot_y = uint32_t(any(500));
+    }
+    directions = {1, pick(0, 1) ? graph : -graph};
+    if (pick(0, 3) == 0) l.xgraph = directions.data();
+    b.coordinates = pick(0, 1);
+    shown_in = {pick(0, 9), any(500), any(500)};
+
+    __ORBBlit2D__ exact;
+    ASSERT_TRUE(process_picture(&b, exact, nullptr));
+    int32_t x, y;
+    if (scroll_offset(&b, x, y)) move_picture(exact, x, y);
+    __FPoint__ corners[4];
+    picture_corners(exact, corners);
+    const __ORBRegion__ box = picture_box(exact);
+    // A dot beside a corner of its outline or on an edge of its box, or somewhere else.
+    const __FPoint__ &corner = corners[pick(0, 3)];
+    const auto near = [&](double place) {
+      return int32_t(std::clamp(place, -2e9, 2e9)) + pick(-1, 1);
+    };
+    a.locals->x = round % 3 ? near(corner.x) : pick(0, 1) ? box.x0 : box.x1;
+    a.locals->y = round % 3 ? near(corner.y) : pick(box.y0, box.y1);
+    if (round % 5 == 0) a.locals->y = any(2000);
+    __ORBBlit2D__ asking;
+    ASSERT_TRUE(process_picture(&a, asking, nullptr));
+    __FPoint__ point[4];
+    picture_corners(asking, point);
+    const __ORBRegion__ asking_box = picture_box(asking);
+    const bool boxes_meet = asking_box.x0 <= box.x1 && asking_box.x1 >= box.x0 &&
+                            asking_box.y0 <= box.y1 && asking_box.y1 >= box.y0;
+    const bool outlines_meet =
+        exact.size_x != 0 && exact.size_y != 0 && convex_polygon_intersection(point, corners);
+    const bool near_it = process_picture_near(asking_box, &b, scan);
+    if (boxes_meet || outlines_meet) {
+      EXPECT_TRUE(near_it);
+    }
+    EXPECT_EQ(host.call(ORB_overlap, id(a), id(b)), outlines_meet ? id(b) : 0);
+    const bool covered = exact.size_x != 0 && exact.size_y != 0 &&
+                         inside_quadrilateral(corners, float(asking.x), float(asking.y));
+    EXPECT_EQ(host.call(ORB_overlap, asking.x, asking.y, id(b)), covered ? id(b) : 0);
+    touching += boxes_meet || outlines_meet;
+    passed_over += !near_it;
+    ORBGI2D_DeleteGFXSurface(&picture);
+    slot(graph) = {};
+  }
+  EXPECT_GT(touching, 5000);
+  EXPECT_GT(passed_over, 2000);
 }
 
 TEST_F(Collision, MemoryGrowsAndIsThenKept) {

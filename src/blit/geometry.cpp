@@ -241,15 +241,9 @@ void calculate_graph_bbox(__ORBRegion__ *box, __ORBSurface2D__ *surface, int32_t
 }
 
 blit_pivot take_pivot(__ORBSurface2D__ *surface) {
-  if (surface->pivot_override) {
-    surface->pivot_override = 0;
-    return {int32_t(surface->pivot_x), int32_t(surface->pivot_y), true};
-  }
-  const uint32_t *centre = surface->cpoints;
-  const bool middle_x = !centre || (centre[0] & 0xFFFF) == unset_coordinate;
-  const bool middle_y = !centre || (centre[1] & 0xFFFF) == unset_coordinate;
-  return {int32_t(middle_x ? surface->width >> 1 : centre[0]),
-          int32_t(middle_y ? surface->height >> 1 : centre[1]), false};
+  const blit_pivot pivot = pivot_of(*surface);
+  surface->pivot_override = 0;
+  return pivot;
 }
 
 void sort_corners_rotscale(__Vertex__ sorted[4], const __Vertex__ corners[4]) {

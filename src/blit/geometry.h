@@ -7,6 +7,7 @@
 #pragma once
 
 #include "orb/graphics2d.h"
+#include "surface/surface.h"
 
 /// In thousandths of a degree.
 inline constexpr int32_t full_turn = 360000;
@@ -27,12 +28,20 @@ enum transform_order : int32_t { tfm_hsr, tfm_hrs, tfm_shr, tfm_srh, tfm_rhs, tf
 int32_t round_corner(float value);
 inline constexpr int32_t corner_out_of_range = INT32_MIN;
 
-/// The pivot in unmirrored source pixels; consumes a pivot override. `overridden` says whether
-/// there was one.
+/// The pivot in unmirrored source pixels. `overridden` says whether it is a pivot override, which
+/// take_pivot consumes.
 struct blit_pivot {
   int32_t x, y;
   bool overridden;
 };
+inline blit_pivot pivot_of(const __ORBSurface2D__ &surface) {
+  if (surface.pivot_override) return {int32_t(surface.pivot_x), int32_t(surface.pivot_y), true};
+  const uint32_t *centre = surface.cpoints;
+  const bool middle_x = !centre || (centre[0] & 0xFFFF) == unset_coordinate;
+  const bool middle_y = !centre || (centre[1] & 0xFFFF) == unset_coordinate;
+  return {int32_t(middle_x ? surface.width >> 1 : centre[0]),
+          int32_t(middle_y ? surface.height >> 1 : centre[1]), false};
+}
 blit_pivot take_pivot(__ORBSurface2D__ *surface);
 
 /// The bounding box of a scaled graph.

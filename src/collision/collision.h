@@ -24,8 +24,9 @@ int32_t fit_collision_surfaces(int32_t width, int32_t height);
 extern int32_t collision_alphathreshold;
 extern uint32_t alphathreshold;
 
-/// The calling process's picture and the candidate's.
+/// The calling process's picture and the candidate's, and the box of the former (picture_box).
 extern __ORBBlit2D__ proc, scan;
+extern __ORBRegion__ proc_box;
 
 // Whether two pictures of `width` x `height` pixels, stored without padding, have a visible pixel
 // at the same place. Visible means not 0; at 32 bits, if proc_alpha or scan_alpha marks the picture

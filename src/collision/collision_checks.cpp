@@ -8,6 +8,7 @@
 #include "surface/surface.h"
 
 __ORBBlit2D__ proc, scan;
+__ORBRegion__ proc_box;
 
 namespace {
 
@@ -25,7 +26,7 @@ bool comparable(const __ORBBlit2D__ &picture) {
 
 int32_t compare_pictures() {
   if (!comparable(proc) || !comparable(scan)) return 0;
-  const __ORBRegion__ a = picture_box(proc), b = picture_box(scan);
+  const __ORBRegion__ &a = proc_box, b = picture_box(scan);
   const int32_t x0 = std::max(a.x0, b.x0), x1 = std::min(a.x1, b.x1);
   const int32_t y0 = std::max(a.y0, b.y0), y1 = std::min(a.y1, b.y1);
   if (x0 > x1 || y0 > y1) return 0;

@@ -1,5 +1,8 @@
 #include "collision/picture.h"
 
+#include <algorithm>
+#include <cmath>
+
 #include "blit/blit.h"
 #include "blit/effects.h"
 #include "blit/request.h"
@@ -28,8 +31,115 @@ __ORBSurface2D__ *find_surface(int32_t file, int32_t graph, picture_fault *fault
   return slots ? slots[graph].surface : nullptr;
 }
 
+/// What says where a picture lies, and how. Angles are below a full turn, tfmorder is known.
+struct pose {
+  __ORBSurface2D__ *surface;
+  int32_t x, y, angle, size_x, size_y, shear_x, shear_y, tfmorder, flags;
+};
+
 bool is_plain(const __ORBBlit2D__ &r) {
   return r.angle == 0 && r.size_x == 100 && r.size_y == 100 && r.shear_x == 0 && r.shear_y == 0;
+}
+
+[[gnu::always_inline]] inline bool read_pose(const orb_process *process, pose &p,
+                                             picture_fault *fault) {
+  if (!process || !process->locals || process->coordinates == 2) return false;
+  const orb_locals *shown = process->locals;
+  if (!is_library(shown->file, fault)) return false;
+  orb_locals directed;
+  if (shown->xgraph) {
+    directed = *shown;
+    if (!apply_xgraph(&directed)) return false;
+    directed.angle = 0;
+    shown = &directed;
+  }
+  p.surface = find_surface(shown->file, shown->graph, fault);
+  if (!p.surface) return false;
+  p.x = shown->x;
+  p.y = shown->y;
+  if (shown->resolution > 0) {
+    p.x /= shown->resolution;
+    p.y /= shown->resolution;
+  }
+  p.angle = shown->angle % full_turn;
+  p.size_x = shown->size == 100 ? shown->size_x : shown->size;
+  p.size_y = shown->size == 100 ? shown->size_y : shown->size;
+  p.shear_x = shown->shear_x;
+  p.shear_y = shown->shear_y;
+  const bool known = shown->tfmorder >= tfm_hsr && shown->tfmorder <= tfm_rsh;
+  p.tfmorder = known ? shown->tfmorder : tfm_hsr;
+  p.flags = shown->flags;
+  return true;
+}
+
+bool read_pointer_pose(pose &p) {
+  if (!_mouse_graphics2D_) return false;
+  const script_mouse mouse = *_mouse_graphics2D_;
+  if (!is_library(mouse.file, nullptr)) return false;
+  __ORBSurface2D__ *const surface = find_surface(mouse.file, mouse.graph, nullptr);
+  if (!surface) return false;
+  p = {surface, mouse.x, mouse.y,    mouse.angle % full_turn, mouse.size, mouse.size, 0,
+       0,       tfm_hsr, mouse.flags};
+  return true;
+}
+
+/// Moves a pose or a request; the sums wrap as in scripts.
+template <typename T> void move(T &picture, int32_t x, int32_t y) {
+  picture.x = int32_t(uint32_t(picture.x) + uint32_t(x));
+  picture.y = int32_t(uint32_t(picture.y) + uint32_t(y));
+}
+
+__ORBBlit2D__ request_of(const pose &p) {
+  __ORBBlit2D__ request = blank_request(p.surface, nullptr, p.x, p.y);
+  request.angle = p.angle;
+  request.size_x = p.size_x;
+  request.size_y = p.size_y;
+  request.shear_x = p.shear_x;
+  request.shear_y = p.shear_y;
+  request.tfmorder = p.tfmorder;
+  request.flags = p.flags;
+  return request;
+}
+
+/// Beyond this a picture counts as reaching everywhere.
+constexpr int32_t far = 1 << 28, edge = 1 << 30;
+
+/// A bound on the distance of the pivot from a side's ends, less one pixel at the far end.
+int32_t farthest(int32_t pivot, uint32_t side) {
+  return std::max(std::abs(pivot), std::abs(int32_t(side) - pivot)) + 1;
+}
+
+/// Whether position +- reach meets low..high, which lie on the grid. Moving the position onto the
+/// grid as well brings it no farther from them. What is added to the reach is more than what
+/// corners are rounded by, to floats and to pixels, and more than the pixel by which a mirror about
+/// an overridden pivot moves them.
+bool meets(int32_t position, int32_t reach, int32_t low, int32_t high) {
+  const int32_t at = std::clamp(position, -edge, edge);
+  reach += 4 + ((std::abs(at) + reach) >> 20);
+  // One comparison, since the CPU can't predict on which side a picture lies.
+  const auto above_low = uint32_t(at + reach) - uint32_t(low);
+  return above_low <= uint32_t(high) - uint32_t(low) + 2 * uint32_t(reach);
+}
+
+/// Whether a picture may have corners or pixels in a box; false only if it certainly hasn't. No
+/// transform is worked out for that. In any order, a turn keeps a corner's distance from the
+/// position, sizes multiply it by at most the larger one, shears by at most 1 plus the larger one;
+/// and a distance is at most its longer leg and half the shorter one.
+[[gnu::always_inline]] inline bool may_reach(const pose &p, const __ORBRegion__ &box) {
+  const blit_pivot pivot = pivot_of(*p.surface);
+  if (pivot.x < -far || pivot.x > far || pivot.y < -far || pivot.y > far) return true;
+  int32_t x = farthest(pivot.x, p.surface->width), y = farthest(pivot.y, p.surface->height);
+  if ((p.angle | p.shear_x | p.shear_y) != 0) x = y = std::max(x, y) + (std::min(x, y) + 1) / 2;
+  if (((p.size_x ^ 100) | (p.size_y ^ 100) | p.shear_x | p.shear_y) != 0) {
+    const auto part = [](int32_t percent) { return std::abs(percent / 100.0); };
+    const double size = std::max(part(p.size_x), part(p.size_y));
+    const double shear = std::max(part(p.shear_x), part(p.shear_y));
+    // Two more pixels: the far corners may lose theirs between the sizes and the shears.
+    const double reach = (std::max(x, y) * size + 2) * (1 + shear);
+    if (reach > far) return true;
+    x = y = int32_t(reach) + 1;
+  }
+  return meets(p.x, x, box.x0, box.x1) && meets(p.y, y, box.y0, box.y1);
 }
 
 /// Calls `use`, then restores the surface's pivot override, which geometry and blits consume.
@@ -53,35 +163,27 @@ orb_process *calling_process() {
 }
 
 bool process_picture(const orb_process *process, __ORBBlit2D__ &request, picture_fault *fault) {
-  if (!process || !process->locals || process->coordinates == 2) return false;
-  orb_locals shown = *process->locals;
-  if (!is_library(shown.file, fault)) return false;
-  if (shown.xgraph) {
-    if (!apply_xgraph(&shown)) return false;
-    shown.angle = 0;
-  }
-  __ORBSurface2D__ *const surface = find_surface(shown.file, shown.graph, fault);
-  if (!surface) return false;
-  if (shown.resolution > 0) {
-    shown.x /= shown.resolution;
-    shown.y /= shown.resolution;
-  }
-  if (shown.size != 100) shown.size_x = shown.size_y = shown.size;
-  shown.size = 100;
-  if (shown.tfmorder < tfm_hsr || shown.tfmorder > tfm_rsh) shown.tfmorder = tfm_hsr;
-  request = blank_request(surface, nullptr, shown.x, shown.y);
-  set_transform(request, shown);
-  request.flags = shown.flags;
+  pose p;
+  if (!read_pose(process, p, fault)) return false;
+  request = request_of(p);
   return true;
 }
 
-bool pointer_picture(__ORBBlit2D__ &request) {
-  if (!_mouse_graphics2D_) return false;
-  const script_mouse mouse = *_mouse_graphics2D_;
-  if (!graph_picture(mouse.file, mouse.graph, mouse.x, mouse.y, request, nullptr)) return false;
-  request.angle = mouse.angle % full_turn;
-  request.size_x = request.size_y = mouse.size;
-  request.flags = mouse.flags;
+bool process_picture_near(const __ORBRegion__ &box, const orb_process *process,
+                          __ORBBlit2D__ &request) {
+  pose p;
+  if (!read_pose(process, p, nullptr)) return false;
+  int32_t x, y;
+  if (process->coordinates == 1 && scroll_offset(process, x, y)) move(p, x, y);
+  if (!may_reach(p, box)) return false;
+  request = request_of(p);
+  return true;
+}
+
+bool pointer_picture_near(const __ORBRegion__ &box, __ORBBlit2D__ &request) {
+  pose p;
+  if (!read_pointer_pose(p) || !may_reach(p, box)) return false;
+  request = request_of(p);
   return true;
 }
 
@@ -96,9 +198,9 @@ bool graph_picture(int32_t file, int32_t graph, int32_t x, int32_t y, __ORBBlit2
 
 bool scroll_offset(const orb_process *process, int32_t &x, int32_t &y) {
   x = y = 0;
-  const orb_scroll_services *const services =
-      deviceSystem_graphics2D ? deviceSystem_graphics2D->scroll : nullptr;
-  if (process->coordinates != 1 || !services || !services->offset) return false;
+  if (process->coordinates != 1 || !deviceSystem_graphics2D) return false;
+  const orb_scroll_services *const services = deviceSystem_graphics2D->scroll;
+  if (!services || !services->offset) return false;
   const int32_t id = process_id(process);
   for (int32_t scroll = 0; scroll < scrolls; ++scroll)
     if (services->offset(id, scroll, &x, &y)) return true;
@@ -106,10 +208,7 @@ bool scroll_offset(const orb_process *process, int32_t &x, int32_t &y) {
   return false;
 }
 
-void move_picture(__ORBBlit2D__ &request, int32_t x, int32_t y) {
-  request.x = int32_t(uint32_t(request.x) + uint32_t(x));
-  request.y = int32_t(uint32_t(request.y) + uint32_t(y));
-}
+void move_picture(__ORBBlit2D__ &request, int32_t x, int32_t y) { move(request, x, y); }
 
 void picture_corners(const __ORBBlit2D__ &r, __FPoint__ corners[4]) {
   keep_override(r.src, [&] {
@@ -131,6 +230,12 @@ __ORBRegion__ picture_box(const __ORBBlit2D__ &r) {
     if (r.flags & 2) ++box.y0, ++box.y1;
   }
   return box;
+}
+
+__ORBRegion__ box_of_point(int32_t x, int32_t y) {
+  x = std::clamp(x, -edge, edge);
+  y = std::clamp(y, -edge, edge);
+  return {x, x, y, y};
 }
 
 void draw_picture(const __ORBBlit2D__ &picture, int32_t x, int32_t y, __ORBSurface2D__ *onto) {

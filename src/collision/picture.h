@@ -25,8 +25,6 @@ struct picture_fault {
 /// picture too. False when it has none: it is excluded from tests, or names no graph. Then `fault`,
 /// unless null, says which file or graph number was out of range.
 bool process_picture(const orb_process *process, __ORBBlit2D__ &request, picture_fault *fault);
-/// The mouse pointer's picture. False when it has none.
-bool pointer_picture(__ORBBlit2D__ &request);
 /// A graph at natural size. False when there is none, with `fault` set as by process_picture.
 bool graph_picture(int32_t file, int32_t graph, int32_t x, int32_t y, __ORBBlit2D__ &request,
                    picture_fault *fault);
@@ -36,6 +34,16 @@ bool graph_picture(int32_t file, int32_t graph, int32_t x, int32_t y, __ORBBlit2
 bool scroll_offset(const orb_process *process, int32_t &x, int32_t &y);
 /// Moves a picture; the sums wrap as in scripts.
 void move_picture(__ORBBlit2D__ &request, int32_t x, int32_t y);
+
+/// The box of a point: like those of pictures, cut off at +-2^30.
+__ORBRegion__ box_of_point(int32_t x, int32_t y);
+
+/// A candidate's picture, where its scroll shows it, or the mouse pointer's. False when there is
+/// none, and when neither its pixels nor its outline can touch what lies in `box`. That is found
+/// out without working out the transform, so most of the pictures that lie elsewhere cost little.
+bool process_picture_near(const __ORBRegion__ &box, const orb_process *process,
+                          __ORBBlit2D__ &request);
+bool pointer_picture_near(const __ORBRegion__ &box, __ORBBlit2D__ &request);
 
 /// The four corners, in the order of calculate_corners, and their bounding box. A pivot override of
 /// the surface is used but not consumed.

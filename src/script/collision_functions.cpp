@@ -36,20 +36,19 @@ struct question {
   int32_t target;
   bool of_point;
   int32_t x, y;
+  __ORBRegion__ box; // of the asking picture or the point
 };
 
 /// Tests a candidate; one without a picture is no hit.
 bool hits(const question &q, const orb_process *candidate) {
-  if (!process_picture(candidate, scan, nullptr)) return false;
-  int32_t x, y;
-  if (scroll_offset(candidate, x, y)) move_picture(scan, x, y);
+  if (!process_picture_near(q.box, candidate, scan)) return false;
   return q.of_point ? q.test.at_point(q.x, q.y) != 0 : q.test.with_process() != 0;
 }
 
 bool takes_part(const question &q, const orb_process *candidate) {
-  if (!candidate || candidate == q.asking || candidate->coordinates > 1) return false;
-  if (candidate->status != 2 && candidate->status < 4) return false;
-  return q.target == 0 || candidate->type == q.target;
+  if (!candidate || (q.target != 0 && candidate->type != q.target)) return false;
+  if (candidate == q.asking || candidate->coordinates > 1) return false;
+  return candidate->status == 2 || candidate->status >= 4;
 }
 
 const orb_process_node *first_node() {
@@ -106,7 +105,7 @@ int32_t walk(const question &q) {
 
 int32_t answer(const question &q) {
   if (q.target == mouse_target) {
-    if (!pointer_picture(scan)) return 0;
+    if (!pointer_picture_near(q.box, scan)) return 0;
     const int32_t hit = q.of_point ? q.test.at_point(q.x, q.y) : q.test.with_pointer();
     return hit ? process_id(q.asking) : 0;
   }
@@ -121,7 +120,7 @@ int32_t answer(const question &q) {
 
 /// Fetches (target), (process, target) or (x, y, target), and answers.
 int32_t run(const script_call &call, const test_kind &test) {
-  question q{test, nullptr, 0, false, 0, 0};
+  question q{test, nullptr, 0, false, 0, 0, {}};
   switch (rt_param_count()) {
   case 3:
     pop_into(q.x, q.y, q.target);
@@ -144,7 +143,9 @@ int32_t run(const script_call &call, const test_kind &test) {
     if (!check_process_picture(call, q.asking, proc)) return call.done(0);
     int32_t x, y;
     if (scroll_offset(q.asking, x, y)) move_picture(proc, x, y);
+    proc_box = picture_box(proc);
   }
+  q.box = q.of_point ? box_of_point(q.x, q.y) : proc_box;
   return call.done(answer(q));
 }
 
