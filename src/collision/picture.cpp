@@ -31,56 +31,37 @@ __ORBSurface2D__ *find_surface(int32_t file, int32_t graph, picture_fault *fault
   return slots ? slots[graph].surface : nullptr;
 }
 
-/// What says where a picture lies, and how. Angles are below a full turn, tfmorder is known.
-struct pose {
-  __ORBSurface2D__ *surface;
-  int32_t x, y, angle, size_x, size_y, shear_x, shear_y, tfmorder, flags;
-};
-
 bool is_plain(const __ORBBlit2D__ &r) {
   return r.angle == 0 && r.size_x == 100 && r.size_y == 100 && r.shear_x == 0 && r.shear_y == 0;
 }
 
-[[gnu::always_inline]] inline bool read_pose(const orb_process *process, pose &p,
-                                             picture_fault *fault) {
-  if (!process || !process->locals || process->coordinates == 2) return false;
-  const orb_locals *shown = process->locals;
-  if (!is_library(shown->file, fault)) return false;
-  orb_locals directed;
-  if (shown->xgraph) {
-    directed = *shown;
-    if (!apply_xgraph(&directed)) return false;
-    directed.angle = 0;
-    shown = &directed;
-  }
-  p.surface = find_surface(shown->file, shown->graph, fault);
-  if (!p.surface) return false;
-  p.x = shown->x;
-  p.y = shown->y;
-  if (shown->resolution > 0) {
-    p.x /= shown->resolution;
-    p.y /= shown->resolution;
-  }
-  p.angle = shown->angle % full_turn;
-  p.size_x = shown->size == 100 ? shown->size_x : shown->size;
-  p.size_y = shown->size == 100 ? shown->size_y : shown->size;
-  p.shear_x = shown->shear_x;
-  p.shear_y = shown->shear_y;
-  const bool known = shown->tfmorder >= tfm_hsr && shown->tfmorder <= tfm_rsh;
-  p.tfmorder = known ? shown->tfmorder : tfm_hsr;
-  p.flags = shown->flags;
-  return true;
+/// The locals that show a process: its own, or a copy in `directed` that names the graph of its
+/// direction. Null when it has none, or takes no part in tests.
+const orb_locals *shown_locals(const orb_process *process, orb_locals &directed) {
+  if (!process || !process->locals || process->coordinates == 2) return nullptr;
+  if (!process->locals->xgraph) return process->locals;
+  directed = *process->locals;
+  if (!apply_xgraph(&directed)) return nullptr;
+  directed.angle = 0;
+  return &directed;
 }
 
-bool read_pointer_pose(pose &p) {
-  if (!_mouse_graphics2D_) return false;
-  const script_mouse mouse = *_mouse_graphics2D_;
-  if (!is_library(mouse.file, nullptr)) return false;
-  __ORBSurface2D__ *const surface = find_surface(mouse.file, mouse.graph, nullptr);
-  if (!surface) return false;
-  p = {surface, mouse.x, mouse.y,    mouse.angle % full_turn, mouse.size, mouse.size, 0,
-       0,       tfm_hsr, mouse.flags};
-  return true;
+/// A picture and where it lies; the rest is read from the locals only when it is needed.
+struct pose {
+  const orb_locals &locals;
+  __ORBSurface2D__ *surface;
+  int32_t x, y;
+
+  int32_t size_x() const { return locals.size == 100 ? locals.size_x : locals.size; }
+  int32_t size_y() const { return locals.size == 100 ? locals.size_y : locals.size; }
+};
+
+/// The surface is null when the locals name no graph.
+pose pose_of(const orb_locals &locals, picture_fault *fault) {
+  __ORBSurface2D__ *const surface =
+      is_library(locals.file, fault) ? find_surface(locals.file, locals.graph, fault) : nullptr;
+  if (locals.resolution <= 0) return {locals, surface, locals.x, locals.y};
+  return {locals, surface, locals.x / locals.resolution, locals.y / locals.resolution};
 }
 
 /// Moves a pose or a request; the sums wrap as in scripts.
@@ -91,13 +72,12 @@ template <typename T> void move(T &picture, int32_t x, int32_t y) {
 
 __ORBBlit2D__ request_of(const pose &p) {
   __ORBBlit2D__ request = blank_request(p.surface, nullptr, p.x, p.y);
-  request.angle = p.angle;
-  request.size_x = p.size_x;
-  request.size_y = p.size_y;
-  request.shear_x = p.shear_x;
-  request.shear_y = p.shear_y;
-  request.tfmorder = p.tfmorder;
-  request.flags = p.flags;
+  set_transform(request, p.locals);
+  request.size = 100;
+  request.size_x = p.size_x();
+  request.size_y = p.size_y();
+  if (request.tfmorder < tfm_hsr || request.tfmorder > tfm_rsh) request.tfmorder = tfm_hsr;
+  request.flags = p.locals.flags;
   return request;
 }
 
@@ -129,11 +109,13 @@ bool meets(int32_t position, int32_t reach, int32_t low, int32_t high) {
   const blit_pivot pivot = pivot_of(*p.surface);
   if (pivot.x < -far || pivot.x > far || pivot.y < -far || pivot.y > far) return true;
   int32_t x = farthest(pivot.x, p.surface->width), y = farthest(pivot.y, p.surface->height);
-  if ((p.angle | p.shear_x | p.shear_y) != 0) x = y = std::max(x, y) + (std::min(x, y) + 1) / 2;
-  if (((p.size_x ^ 100) | (p.size_y ^ 100) | p.shear_x | p.shear_y) != 0) {
+  const orb_locals &l = p.locals;
+  const int32_t sheared = l.shear_x | l.shear_y;
+  if ((l.angle | sheared) != 0) x = y = std::max(x, y) + (std::min(x, y) + 1) / 2;
+  if (((l.size ^ 100) | (l.size_x ^ 100) | (l.size_y ^ 100) | sheared) != 0) {
     const auto part = [](int32_t percent) { return std::abs(percent / 100.0); };
-    const double size = std::max(part(p.size_x), part(p.size_y));
-    const double shear = std::max(part(p.shear_x), part(p.shear_y));
+    const double size = std::max(part(p.size_x()), part(p.size_y()));
+    const double shear = std::max(part(l.shear_x), part(l.shear_y));
     // Two more pixels: the far corners may lose theirs between the sizes and the shears.
     const double reach = (std::max(x, y) * size + 2) * (1 + shear);
     if (reach > far) return true;
@@ -163,16 +145,22 @@ orb_process *calling_process() {
 }
 
 bool process_picture(const orb_process *process, __ORBBlit2D__ &request, picture_fault *fault) {
-  pose p;
-  if (!read_pose(process, p, fault)) return false;
+  orb_locals directed;
+  const orb_locals *const locals = shown_locals(process, directed);
+  if (!locals) return false;
+  const pose p = pose_of(*locals, fault);
+  if (!p.surface) return false;
   request = request_of(p);
   return true;
 }
 
 bool process_picture_near(const __ORBRegion__ &box, const orb_process *process,
                           __ORBBlit2D__ &request) {
-  pose p;
-  if (!read_pose(process, p, nullptr)) return false;
+  orb_locals directed;
+  const orb_locals *const locals = shown_locals(process, directed);
+  if (!locals) return false;
+  pose p = pose_of(*locals, nullptr);
+  if (!p.surface) return false;
   int32_t x, y;
   if (process->coordinates == 1 && scroll_offset(process, x, y)) move(p, x, y);
   if (!may_reach(p, box)) return false;
@@ -181,8 +169,19 @@ bool process_picture_near(const __ORBRegion__ &box, const orb_process *process,
 }
 
 bool pointer_picture_near(const __ORBRegion__ &box, __ORBBlit2D__ &request) {
-  pose p;
-  if (!read_pointer_pose(p) || !may_reach(p, box)) return false;
+  if (!_mouse_graphics2D_) return false;
+  const script_mouse &mouse = *_mouse_graphics2D_;
+  orb_locals locals{};
+  locals.file = mouse.file;
+  locals.graph = mouse.graph;
+  locals.x = mouse.x;
+  locals.y = mouse.y;
+  locals.angle = mouse.angle;
+  locals.size = mouse.size;
+  locals.size_x = locals.size_y = 100;
+  locals.flags = mouse.flags;
+  const pose p = pose_of(locals, nullptr);
+  if (!p.surface || !may_reach(p, box)) return false;
   request = request_of(p);
   return true;
 }
