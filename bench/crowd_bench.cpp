@@ -10,8 +10,8 @@
 #include <unordered_map>
 
 #include "benchmarks.h"
-#include "contender.h"
 #include "boundary/records.h"
+#include "contender.h"
 #include "orb_host.h"
 #include "report.h"
 
@@ -98,12 +98,16 @@ public:
   /// Every bullet asks once, as if in a new frame.
   template <typename function> void ask(function answer) {
     ++frame_number;
+    // Called as the player calls for a script.
+    const auto integer = [](int32_t word) {
+      return orbhost::ArgumentWord{orbhost::Argument::Kind::integer, word};
+    };
+    const orbhost::ArgumentWord target = integer(asks_ == question::pointer ? -1 : enemy_type);
     for (size_t i = 0; i < bullets_.size(); ++i) {
       host_.processes().current = bullets_[i];
-      if (asks_ == question::point)
-        answer(host_.call_form(form_, {places_.bullets[i].x, places_.bullets[i].y, enemy_type}));
-      else
-        answer(host_.call_form(form_, {asks_ == question::pointer ? -1 : enemy_type}));
+      const point &at = places_.bullets[i];
+      const orbhost::ArgumentWord of_point[] = {integer(at.x), integer(at.y), target};
+      answer(host_.call_words(form_, asks_ == question::point ? of_point : &target));
     }
   }
 

@@ -81,23 +81,29 @@ __ORBBlit2D__ request_of(const pose &p) {
   return request;
 }
 
-/// Beyond this a picture counts as reaching everywhere.
-constexpr int32_t far = 1 << 28, edge = 1 << 30;
+/// A picture that reaches farther than this counts as reaching everywhere.
+constexpr int32_t far = 1 << 20;
+/// Boxes are cut off here.
+constexpr int32_t edge = 1 << 30;
 
 /// A bound on the distance of the pivot from a side's ends, less one pixel at the far end.
 int32_t farthest(int32_t pivot, uint32_t side) {
   return std::max(std::abs(pivot), std::abs(int32_t(side) - pivot)) + 1;
 }
 
-/// Whether position +- reach meets low..high, which lie on the grid. Moving the position onto the
-/// grid as well brings it no farther from them. What is added to the reach is more than what
-/// corners are rounded by, to floats and to pixels, and more than the pixel by which a mirror about
-/// an overridden pivot moves them.
+/// Whether position +- reach meets low..high, which lie on the grid. Four pixels more than reach
+/// are more than corners are rounded by, and the pixel by which a mirror about an overridden pivot
+/// moves them.
 bool meets(int32_t position, int32_t reach, int32_t low, int32_t high) {
-  const int32_t at = std::clamp(position, -edge, edge);
-  reach += 4 + ((std::abs(at) + reach) >> 20);
+  reach += 4;
+  if (position < -far || position > far) [[unlikely]] {
+    // Far away floats are more than a pixel apart. A position moved onto the grid, too, is no
+    // farther from what lies there.
+    position = std::clamp(position, -edge, edge);
+    reach += std::abs(position) >> 20;
+  }
   // One comparison, since the CPU can't predict on which side a picture lies.
-  const auto above_low = uint32_t(at + reach) - uint32_t(low);
+  const auto above_low = uint32_t(position + reach) - uint32_t(low);
   return above_low <= uint32_t(high) - uint32_t(low) + 2 * uint32_t(reach);
 }
 
