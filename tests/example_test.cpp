@@ -46,6 +46,9 @@ const Scene scenes[] = {
     {"video_modes", "video/video_modes.lua", {"2", "window"}, 150, true},
     {"games_meteors", "games/games_meteors.lua", {"demo"}, 400},
     {"collision_lab", "collision/collision_lab.lua", {}, 200},
+    // Until the first measurement, which no two runs share, is shown.
+    {"collision_storm_8bits", "collision/collision_storm.lua", {"8"}, 48},
+    {"collision_storm_32bits", "collision/collision_storm.lua", {"32"}, 48},
     {"drawing_objects_8bits", "drawing/drawing_objects.lua", {"8"}, 80},
     {"drawing_objects_16bits", "drawing/drawing_objects.lua", {"16"}, 80},
     {"drawing_objects_32bits", "drawing/drawing_objects.lua", {"32"}, 80},

@@ -1,0 +1,167 @@
+-- Two thousand bullets against two hundred enemies.
+--
+-- What to look at: every bullet is a process, and asks in every frame which enemy it touches:
+-- collision() compares the pixels of the two pictures as they are shown, turned and scaled. An
+-- enemy that is hit lights up, and bursts in the end; another one comes in its place. The line
+-- below tells what all this takes: the time of a frame for moving, testing and drawing.
+--
+-- Usage: ./orb play examples/collision/collision_storm.lua [-- BITS [BULLETS [ENEMIES]]]
+-- Keys: escape ends.
+
+local text = require "text"
+
+local bits = tonumber(arg[1]) or 32
+local bullets, enemies = tonumber(arg[2]) or 2000, tonumber(arg[3]) or 200
+local width, height = 640, 480
+local middle_x, middle_y = width // 2, height // 2
+
+mode_set(width, height, bits, mode_window)
+set_fps(60, 0)
+
+local function picture(name) return image_load("../assets/" .. name .. ".png") end
+local pictures = {
+  ship = picture "ship", spark = picture "spark", drone = picture "drone", hit = picture "drone_hit",
+  bolts = { picture "bolt1", picture "bolt2" },
+}
+ground_put(0, picture "space", middle_x, middle_y)
+collision_set_alphathreshold(100) -- the halo of a bullet touches nothing
+
+-- An 8-bit mode has no rgb(): the palette's nearest colour, from components of 0 to 63.
+local function colour(r, g, b)
+  if bits == 8 then return palette_find_color(r // 4, g // 4, b // 4) end
+  return rgb(r, g, b)
+end
+
+local light = bits == 8 and fx_solid or fx_additiveblend
+local random, sin, cos, floor = math.random, math.sin, math.cos, math.floor
+local score = 0
+
+-- ---- Enemies ------------------------------------------------------------------------------------
+
+local function spark(self, dx, dy, life)
+  local x, y = self.x, self.y
+  for age = 1, life do
+    x, y = x + dx, y + dy
+    self.x, self.y = floor(x), floor(y)
+    self.size = 110 - 90 * age // life
+    self.alpha = 255 - 200 * age // life
+    frame()
+  end
+end
+
+local function burst(x, y)
+  for _ = 1, 7 do
+    local direction, speed = random() * 2 * math.pi, 0.5 + random() * 2
+    spawn(spark, { graph = pictures.spark, fxmode = light, x = x, y = y, z = -20 },
+      speed * cos(direction), speed * sin(direction), random(12, 26))
+  end
+end
+
+-- Comes from outside and circles around the middle until it has been hit often enough.
+local function enemy(self)
+  while true do
+    local ring = random(1, 4)
+    local goal = 70 + 42 * ring + random(-12, 12)
+    local distance, direction = random(420, 620), random() * 2 * math.pi
+    local speed = (ring % 2 == 0 and 1 or -1) * (1.1 + random())
+    local spin = random(2000, 5000) * (ring % 2 == 0 and 1 or -1)
+    self.health, self.lit = 12, 0
+    while self.health > 0 do
+      distance = distance + (goal - distance) * 0.04
+      direction = direction + speed / distance
+      self.x = floor(middle_x + 1.3 * distance * cos(direction))
+      self.y = floor(middle_y + distance * sin(direction))
+      self.angle = self.angle + spin
+      self.lit = self.lit - 1
+      self.graph = self.lit > 0 and pictures.hit or pictures.drone
+      frame()
+    end
+    score = score + 10
+    burst(self.x, self.y)
+  end
+end
+
+-- ---- Bullets ------------------------------------------------------------------------------------
+
+local arms, launched = 44, 0
+
+-- Flies from the ship to an enemy or off the screen, again and again. `flown`: how many frames it
+-- has flown when play begins.
+local function bullet(self, flown)
+  local target = type_of(enemy)
+  while true do
+    launched = launched + 1
+    local arm = launched % arms
+    local turn = launched / 5200 -- every other arm turns the other way
+    local direction = 2 * math.pi * arm / arms + (arm % 2 == 0 and turn or -turn)
+    local speed = arm % 2 == 0 and 2.6 or 3
+    local dx, dy = speed * cos(direction), speed * sin(direction)
+    local x, y = middle_x + dx * (10 + flown), middle_y + dy * (10 + flown)
+    flown = 0
+    self.graph = pictures.bolts[arm % 2 + 1]
+    repeat
+      x, y = x + dx, y + dy
+      self.x, self.y = floor(x), floor(y)
+      local struck = collision(target)
+      if struck ~= 0 then
+        local it = process(struck)
+        it.health, it.lit = it.health - 1, 4
+        break
+      end
+      frame()
+    until x < -5 or x > width + 5 or y < -5 or y > height + 5
+  end
+end
+
+-- ---- The scene ----------------------------------------------------------------------------------
+
+local function ship(self)
+  while true do
+    self.angle = self.angle + 2500
+    frame()
+  end
+end
+
+-- A line of text as a process, redrawn when it changes.
+local function label(self, line)
+  local shown
+  while true do
+    local wanted = line()
+    if wanted ~= shown then
+      if shown then map_unload(self.graph) end
+      shown = wanted
+      self.graph = text.graph(shown, 2, colour(235, 240, 255))
+    end
+    frame()
+  end
+end
+
+for _ = 1, enemies do spawn(enemy, { z = 0 }) end
+for i = 1, bullets do spawn(bullet, { fxmode = light, z = 10 }, (bullets - i) * 80 // bullets) end
+spawn(ship, { graph = pictures.ship, x = middle_x, y = middle_y, z = -10, size = 80 })
+
+local milliseconds
+-- Lines of text on plates that let the battle shine through.
+local function show(x, y, letters, line)
+  local plate = map_new(letters * text.width * 2 + 12, 24, colour(16, 14, 40))
+  spawn(function() while true do frame() end end,
+    { graph = plate, x = x, y = y - 2, z = -90, flags = flg_ghost })
+  spawn(label, { x = x, y = y, z = -100 }, line)
+end
+show(86, 18, 12, function() return string.format("score %06d", score) end)
+show(middle_x, height - 16, 35, function()
+  local time = milliseconds and string.format("%5.1f", milliseconds) or "   --"
+  return string.format("%d bullets  %d enemies  %s ms", bullets, enemies, time)
+end)
+
+-- Measured once in so many frames, by the processor's time: waiting for a frame doesn't count.
+local frames_measured, age, before = 60, 0, os.clock()
+while not key "escape" do
+  age = age + 1
+  if age % frames_measured == 0 then
+    local now = os.clock()
+    milliseconds, before = (now - before) * 1000 / frames_measured, now
+  end
+  frame()
+end
+quit()
