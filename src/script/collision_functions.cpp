@@ -54,27 +54,23 @@ bool takes_part(const question &q, const orb_process *candidate) {
 /// Steps through the host's list without waiting for each link to arrive from memory. Nodes that
 /// were made one after the other mostly lie evenly spaced, so the next one is guessed from the two
 /// before; the CPU reads on from there while it still checks the guess against the link.
-class node_steps {
-public:
-  explicit node_steps(const orb_process_node *first) : node_(first) {}
-  const orb_process_node *node() const { return node_; }
+struct list_walk {
+  const orb_process_node *node;
+  uintptr_t spacing = 0;
+
   void step() {
-    const orb_process_node *const next = node_->next;
-    const auto here = std::bit_cast<uintptr_t>(node_);
-    uintptr_t guess = here + stride_;
+    const orb_process_node *const next = node->next;
+    const auto here = std::bit_cast<uintptr_t>(node);
+    uintptr_t guess = here + spacing;
     if (std::bit_cast<uintptr_t>(next) == guess) {
       // Without this the compiler, rightly, takes the two for the same and waits for `next`.
       __asm__("" : "+r"(guess));
-      node_ = std::bit_cast<const orb_process_node *>(guess);
-      return;
+      node = std::bit_cast<const orb_process_node *>(guess);
+    } else {
+      spacing = std::bit_cast<uintptr_t>(next) - here;
+      node = next;
     }
-    stride_ = std::bit_cast<uintptr_t>(next) - here;
-    node_ = next;
   }
-
-private:
-  const orb_process_node *node_;
-  uintptr_t stride_ = 0;
 };
 
 const orb_process_node *first_node() {
@@ -86,8 +82,8 @@ const orb_process_node *first_node() {
 const orb_process_node *resume(int32_t candidate) {
   const orb_process_node *const first = first_node();
   if (candidate == from_the_start) return first;
-  for (const orb_process_node *node = first; node; node = node->next)
-    if (node->process && process_id(node->process) == candidate) return node;
+  for (list_walk at{first}; at.node; at.step())
+    if (at.node->process && process_id(at.node->process) == candidate) return at.node;
   return first;
 }
 
@@ -118,7 +114,8 @@ int32_t walk(const question &q) {
   memory.walk_question[1] = high;
   memory.walk_candidate = from_the_start;
   if (candidate == at_the_end) return 0;
-  for (node_steps at(resume(candidate)); const orb_process_node *node = at.node(); at.step()) {
+  for (list_walk at{resume(candidate)}; at.node; at.step()) {
+    const orb_process_node *const node = at.node;
     if (!takes_part(q, node->process) || !hits(q, node->process)) continue;
     const orb_process_node *next = node->next;
     while (next && !next->process)
