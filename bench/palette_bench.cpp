@@ -13,6 +13,7 @@
 #include "raw_codecs.h"
 #include "report.h"
 #include "scratch_folder.h"
+#include "surface/nearest_colour.h"
 #include "surface/palette.h"
 #include "surface/surface.h"
 

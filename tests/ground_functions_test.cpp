@@ -14,6 +14,7 @@
 #include "raster/pixels.h"
 #include "script/handlers.h"
 #include "surface/fill.h"
+#include "surface/nearest_colour.h"
 #include "video/presentation.h"
 
 namespace {

@@ -9,6 +9,7 @@
 #include "picture_files.h"
 #include "png_pictures.h"
 #include "script/handlers.h"
+#include "surface/nearest_colour.h"
 
 namespace {
 

@@ -11,6 +11,7 @@
 #include "formats/codec.h"
 #include "formats/icc_profile.h"
 #include "graphics_fixture.h"
+#include "surface/nearest_colour.h"
 
 namespace {
 

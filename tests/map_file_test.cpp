@@ -4,6 +4,7 @@
 #include "formats/codec.h"
 #include "formats/map_file.h"
 #include "graph_files.h"
+#include "surface/nearest_colour.h"
 
 namespace {
 

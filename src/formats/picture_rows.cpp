@@ -48,7 +48,6 @@ bool begin_colours(picture_rows *picture, uint32_t w, uint32_t h, bool alpha) {
 }
 
 bool end_picture(picture_rows *picture, bool good) {
-  end_truecolour(&picture->conversion);
   free(picture->wide);
   if (!good) {
     aligned_free(image_data);

@@ -197,7 +197,6 @@ int32_t read_png(const char *filename, void (*work)(png_reading *)) {
   }
   if (reading.file) fclose(reading.file);
   aligned_free(reading.scratch);
-  end_truecolour(&reading.conversion);
   if (!good) image_error = reading.error;
   return good;
 }

@@ -4,15 +4,14 @@
 
 #include <cstdint>
 
-/// A conversion in progress. Plain data, so that a long jump may skip it.
+/// A conversion. Plain data, so that a long jump may skip it.
 struct truecolour_conversion {
-  int32_t depth;           // 8, 16 or 32: what the rows become
-  bool alpha;              // the picture has an alpha channel
-  uint32_t *nearest_cache; // 8 bits: colour << 8 | index at a hash of the colour, 0 for none
+  int32_t depth; // 8, 16 or 32: what the rows become
+  bool alpha;    // the picture has an alpha channel
 };
 
-/// Prepares to convert a picture to the depth of the video mode. False on failed allocation, or in
-/// an 8-bit mode without a palette. End a started conversion with end_truecolour.
+/// Prepares to convert a picture to the depth of the video mode. False in an 8-bit mode without a
+/// palette.
 bool begin_truecolour(truecolour_conversion *conversion, bool alpha);
 
 /// Converts `count` pixels:
@@ -23,9 +22,6 @@ bool begin_truecolour(truecolour_conversion *conversion, bool alpha);
 ///    pictures with alpha, pixels below alpha 128 become 0.
 void convert_truecolour_row(const truecolour_conversion &conversion, void *to, const uint32_t *from,
                             uint32_t count);
-
-/// Frees what the conversion holds; may be called twice.
-void end_truecolour(truecolour_conversion *conversion);
 
 /// A 5-6-5 pixel as 0x00RRGGBB for a file, by shifts only, so that packing the file's colours gives
 /// the same pixel.

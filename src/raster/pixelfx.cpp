@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "raster/raster.h"
+#include "surface/nearest_colour.h"
 #include "surface/palette.h"
 
 namespace {
@@ -30,13 +31,14 @@ void fill_table(fx_table &table) {
   const orb_rgb source = palette->colours[table.colour];
   const auto mix = [&table](uint8_t s, uint8_t d) {
     const int32_t s6 = s >> 2, d6 = d >> 2;
-    return (d6 + ((s6 - d6) * table.alpha >> 4)) * 4;
+    return uint32_t(d6 + ((s6 - d6) * table.alpha >> 4)) * 4;
   };
+  uint32_t mixes[256];
   for (int32_t i = 0; i < 256; ++i) {
     const orb_rgb &d = palette->colours[i];
-    table.index[i] =
-        find_nearest(palette, mix(source.r, d.r), mix(source.g, d.g), mix(source.b, d.b));
+    mixes[i] = mix(source.r, d.r) << 16 | mix(source.g, d.g) << 8 | mix(source.b, d.b);
   }
+  find_all_nearest(palette, mixes, 256, table.index);
 }
 
 const uint8_t *identity() {

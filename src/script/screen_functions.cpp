@@ -5,6 +5,7 @@
 #include "script/checks.h"
 #include "script/handlers.h"
 #include "script/script_call.h"
+#include "surface/nearest_colour.h"
 #include "surface/palette.h"
 #include "surface/screen.h"
 #include "video/fades.h"

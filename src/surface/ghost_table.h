@@ -15,6 +15,3 @@ void delete_ghost_table();
 
 /// Builds the real ghost table now; does nothing without a palette or a table.
 void update_ghost_table();
-/// Fills the ghost table by searching the whole palette for every mix: the fallback of
-/// update_ghost_table without memory for its cube. Gives the same table. The table must exist.
-void make_ghost_slow(const __ORBPalette2D__ *of);

@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 
+#include "surface/nearest_colour.h"
+
 __ORBPalette2D__ *palette = nullptr;
 uint8_t palette_update = 0, palette_loaded = 0, palette_forced = 0, force_sys_fnt = 0;
 uint8_t fake_ghost_table = 1;
@@ -18,6 +20,10 @@ template <int32_t dropped_bits> uint32_t checksum(const __ORBPalette2D__ *of) {
   for (const auto [r, g, b] : of->colours)
     crc = (((crc + (r >> dropped_bits)) * 2 + (g >> dropped_bits)) * 2 + (b >> dropped_bits)) * 2;
   return crc;
+}
+
+uint32_t packed(const orb_rgb &colour) {
+  return uint32_t(colour.r) << 16 | uint32_t(colour.g) << 8 | colour.b;
 }
 
 } // namespace
@@ -41,20 +47,6 @@ int32_t find_color(int32_t r, int32_t g, int32_t b) {
   const auto scaled = [](int32_t c) { return int32_t(llabs(c) * 4 & 255); };
   last_found_colour = palette ? find_nearest(palette, scaled(r), scaled(g), scaled(b)) : 0;
   return last_found_colour;
-}
-
-uint8_t find_nearest(const __ORBPalette2D__ *in, int32_t r, int32_t g, int32_t b) {
-  int32_t best_distance = 999;
-  uint8_t best = 0;
-  for (int32_t i = 1; i < 255; ++i) {
-    const orb_rgb &entry = in->colours[i];
-    const int32_t distance = abs(entry.r - r) + abs(entry.g - g) + abs(entry.b - b);
-    if (distance < best_distance) {
-      best_distance = distance;
-      best = uint8_t(i);
-    }
-  }
-  return best;
 }
 
 void update_system_colors() {
@@ -84,6 +76,7 @@ void delete_palette() {
   palette = nullptr;
   palette_update = palette_loaded = palette_forced = 0;
   palette_crc = 0;
+  forget_nearest();
 }
 
 void load_default_palette(__ORBPalette2D__ *out) {
@@ -134,11 +127,12 @@ int32_t set_palette(const __ORBPalette2D__ *source) {
 
 int32_t init_force_palette(const __ORBPalette2D__ *source) {
   if (!palette || !source) return 0;
+  uint32_t wanted[256];
+  for (int32_t i = 0; i < 256; ++i)
+    wanted[i] = packed(source->colours[i]);
+  find_all_nearest(palette, wanted, 256, forced_palette_map);
   forced_palette_map[0] = 0;
-  for (int32_t i = 1; i < 256; ++i) {
-    const orb_rgb &wanted = source->colours[i], &own = palette->colours[i];
-    const bool same = wanted.r == own.r && wanted.g == own.g && wanted.b == own.b;
-    forced_palette_map[i] = same ? uint8_t(i) : find_nearest(palette, wanted.r, wanted.g, wanted.b);
-  }
+  for (int32_t i = 1; i < 256; ++i)
+    if (wanted[i] == packed(palette->colours[i])) forced_palette_map[i] = uint8_t(i);
   return 1;
 }

@@ -1,4 +1,4 @@
-// The palette of 8-bit modes and the nearest-colour search. The tables made from it:
+// The palette of 8-bit modes. The search in it: surface/nearest_colour.h. The tables made from it:
 // surface/ghost_table.h, surface/depth_tables.h.
 //
 // `palette` exists only in 8-bit modes: do_tables creates it with the default palette when the
@@ -35,11 +35,8 @@ extern system_colour_set system_colors;
 /// Sets entry `index` from components on the 0..63 scale; marks palette, ghost table and font as
 /// changed. Always 1; without a palette nothing else happens.
 int32_t set_color(uint8_t index, int32_t r, int32_t g, int32_t b);
-/// Index 1..254 whose colour is nearest to components on the 0..63 scale (sum of absolute
-/// differences, lowest index on a tie); 0 without a palette.
+/// find_nearest in the palette for components on the 0..63 scale; 0 without a palette.
 int32_t find_color(int32_t r, int32_t g, int32_t b);
-/// The same search for components on the 0..255 scale, in any palette.
-uint8_t find_nearest(const __ORBPalette2D__ *in, int32_t r, int32_t g, int32_t b);
 
 /// Call after every change of the palette: marks it, the ghost table and the font as changed.
 void mark_palette_changed();

@@ -7,6 +7,7 @@
 
 #include "boundary/runtime.h"
 #include "surface/colour.h"
+#include "surface/nearest_colour.h"
 #include "surface/palette.h"
 #include "surface/screen.h"
 #include "video/mode_state.h"
