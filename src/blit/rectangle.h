@@ -32,12 +32,22 @@ template <> inline void store_ends<__m128i>(uint8_t *to, bytes both, int size) {
   store(to, _mm256_castsi256_si128(register_type(both)));
   store(to + size - 16, _mm256_extracti128_si256(register_type(both), 1));
 }
+
+/// A row of just half a group, as many small pictures have: both ends are the same.
+struct half_group {};
+template <> inline bytes load_ends<half_group>(const uint8_t *from, int) {
+  return bytes(_mm256_broadcastsi128_si256(load<__m128i>(from)));
+}
+template <> inline void store_ends<half_group>(uint8_t *to, bytes half, int) {
+  store(to, _mm256_castsi256_si128(register_type(half)));
+}
 #endif
 
 /// f.operator()<End>() for the ends of so many pixels.
 template <typename Word, typename F> inline auto with_ends(int size, F f) {
 #ifdef __AVX2__
-  if (size >= 16) return f.template operator()<__m128i>();
+  if (size == 16) return f.template operator()<half_group>();
+  if (size > 16) return f.template operator()<__m128i>();
 #endif
   if (size >= 8) return f.template operator()<uint64_t>();
   if constexpr (sizeof(Word) <= 2)
