@@ -174,10 +174,20 @@ inline void put_few(const kernel_args &k, const Rule &rule) {
   });
 }
 
+/// A rule without its savings.
+template <typename Rule> struct put_always : Rule {
+  static constexpr bool copies = false;
+  template <typename Groups> static bool skips(const Groups &) { return false; }
+};
+
 /// Puts down a rectangle by the rule of a kernel.
 template <bool mirror, typename Word, typename Rule>
 inline void run_rectangle(kernel_args k, const Rule &rule) {
   constexpr int size = group_size<Word>;
+  // The edges of small pictures cross every row: there is more to lose by a wrong guess of what a
+  // group holds than to save.
+  if constexpr (Rule::copies && Rule::together == 1)
+    if (k.w <= 2 * size) return run_rectangle<mirror, Word>(k, put_always<Rule>{rule});
   if (k.w % (Rule::together * size) >= size)
     put_groups<true, mirror, Word>(k, rule);
   else if (k.w >= size)
