@@ -13,22 +13,30 @@
 
 uint8_t *table_ghost8 = nullptr;
 
-void update_ghost_table() {
-  if (!table_ghost8 || !palette) return;
+namespace {
+
+void make_ghost_table(const __ORBPalette2D__ *of) {
   for (int32_t s = 0; s < 256; ++s) {
-    const orb_rgb &a = palette->colours[s];
+    const orb_rgb &a = of->colours[s];
     uint32_t mixes[256];
     for (int32_t d = s; d < 256; ++d) {
-      const orb_rgb &b = palette->colours[d];
+      const orb_rgb &b = of->colours[d];
       mixes[d] =
           uint32_t(a.r + b.r) >> 1 << 16 | uint32_t(a.g + b.g) >> 1 << 8 | uint32_t(a.b + b.b) >> 1;
     }
     // Mixing is symmetric, so half the searches suffice.
     uint8_t *const row = table_ghost8 + s * 256;
-    find_all_nearest(palette, mixes + s, uint32_t(256 - s), row + s);
+    find_all_nearest(of, mixes + s, uint32_t(256 - s), row + s);
     for (int32_t d = s; d < 256; ++d)
       table_ghost8[d * 256 + s] = row[d];
   }
+}
+
+} // namespace
+
+void update_ghost_table() {
+  if (!table_ghost8 || !palette) return;
+  make_ghost_table(palette);
   fake_ghost_table = 0;
 }
 
