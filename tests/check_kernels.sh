@@ -7,7 +7,7 @@ status=0
 checked=0
 for object; do
   case $object in
-    */kernels*_sse2.cpp.o | */kernels*_avx2.cpp.o | */rows_sse2.cpp.o | */rows_avx2.cpp.o) ;;
+    */kernels*_sse2.cpp.o | */kernels*_avx2.cpp.o | */*rows_sse2.cpp.o | */*rows_avx2.cpp.o) ;;
     *) continue ;;
   esac
   checked=$((checked + 1))
@@ -19,5 +19,5 @@ for object; do
   }
 done
 echo "$checked kernel objects"
-[ "$checked" -eq 10 ] || status=1
+[ "$checked" -eq 12 ] || status=1
 exit $status

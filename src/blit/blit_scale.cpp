@@ -81,22 +81,20 @@ int32_t ORBGI2D_BlitScale(__ORBBlit2D__ *request) {
   blit.x_inc = fixed_step(across.step * 65536, 1);
   auto src_y = float(down.start);
   const auto step_y = float(down.step);
-  // Rows that show the same source row are drawn by one call, except when a surface is drawn onto
+  // As many rows are drawn by one call as the table holds; one by one when a surface is drawn onto
   // itself: its rows change as they are drawn.
-  const auto row_at = [&](float y) { return std::clamp(int32_t(y), 0, height - 1); };
+  constexpr int32_t table_size = 1024;
+  static int32_t rows[table_size];
+  const auto bottom = float(height - 1);
   for (blit.dst_y = down.first; blit.dst_y <= down.last; blit.dst_y += blit.blt_rows) {
-    blit.src_y = row_at(src_y);
+    blit.blt_rows = blit.shared ? 1 : std::min(table_size, down.last - blit.dst_y + 1);
+    for (int32_t i = 0; i < blit.blt_rows; ++i, src_y += step_y)
+      rows[i] = int32_t(std::clamp(src_y, 0.0f, bottom));
     blit.src_x = src_x;
-    blit.blt_rows = 1;
-    src_y += step_y;
-    if (!blit.shared) {
-      while (blit.dst_y + blit.blt_rows <= down.last && row_at(src_y) == blit.src_y) {
-        ++blit.blt_rows;
-        src_y += step_y;
-      }
-    }
+    blit.src_y = rows[0];
+    if (!blit.shared) blit.src_rows = rows;
     blit.scale();
   }
-  blit.blt_rows = 1;
+  blit.src_rows = nullptr;
   return finish_blit(request, across.first, down.first, across.last, down.last);
 }

@@ -35,7 +35,9 @@ struct blit_state {
   int32_t clipw, cliph;
   int32_t dst_x, dst_y;     // first destination pixel
   int32_t blt_w, blt_h;     // pixels to draw
-  int32_t blt_rows = 1;     // rows that a scaled span draws alike; above 1 only in BlitScale
+  // Source rows of the `blt_rows` rows that a scaled span draws; null: one row, of `src_y`.
+  const int32_t *src_rows;
+  int32_t blt_rows;
   int32_t src_x, src_y;     // pixels, or 16.16 for scaled and rotated spans
   int32_t src_inc, dst_inc; // pixels from the end of a row to the next row's start
   int32_t x_inc, y_inc;     // 16.16 source steps per destination pixel

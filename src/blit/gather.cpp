@@ -4,6 +4,7 @@
 
 #include "blit/sampling.h"
 #include "blit/sampling_avx2.h"
+#include "blit/scaled_rows.h"
 #include "blit/span.h"
 #include "orb/graphics2d.h"
 #include "surface/ghost_table.h"
@@ -51,14 +52,13 @@ void run_overlapping(span_kernel *kernel, kernel_args k) {
 constexpr int32_t chunk = 2048;
 alignas(32) uint32_t sampled[chunk];
 
-/// Runs a kernel over `blt_w` pixels of `blt_rows` rows starting at (dst_x, dst_y), filling the
-/// buffer chunk by chunk with sample(buffer, count).
+/// Runs a kernel over the `blt_w` pixels from (dst_x, dst_y), filling the buffer chunk by chunk
+/// with sample(buffer, count).
 template <typename Word, typename Sample> void run_sampled(span_kernel *kernel, Sample sample) {
   auto *buffer = reinterpret_cast<Word *>(sampled);
   kernel_args k = common_args();
   k.src = buffer;
-  k.h = blit.blt_rows;
-  k.dst_stride = int32_t(blit.dst->pitch);
+  k.h = 1;
   auto *dst = reinterpret_cast<Word *>(pixel_address(blit.dst, blit.dst_x, blit.dst_y));
   // A surface drawn onto itself must not be sampled ahead of the writes.
   const int32_t piece = blit.shared ? 1 : chunk;
@@ -79,20 +79,81 @@ template <typename Word> bool can_gather(instruction_set isa, uint32_t last) {
          blit.src->pitch >= 4;
 }
 
-template <typename Word> void scale_row(span_kernel *kernel, instruction_set isa) {
+/// The rows that the blit state asks of a scale routine.
+scaled_rows rows_to_scale() {
+  const bool many = blit.src_rows != nullptr;
+  return {static_cast<const uint8_t *>(blit.src->pixels), ptrdiff_t(blit.src->pitch),
+          many ? blit.src_rows : &blit.src_y, many ? blit.blt_rows : 1};
+}
+
+/// How many of the first rows are alike.
+int32_t alike(const scaled_rows &rows) {
+  int32_t count = 1;
+  while (count < rows.count && rows.rows[count] == rows.rows[0])
+    ++count;
+  return count;
+}
+
+/// Samples a strip of rows into the buffer, as many at a time as it holds, and draws them.
+void draw_strip(span_kernel *kernel, kernel_args k, const column_plan &plan, scaled_rows left) {
+  const int32_t bytes = blit.src->depth >> 3;
+  constexpr int32_t line = 32;
+  k.w = plan.count;
+  k.src = sampled;
+  const int32_t stride = (k.w * bytes + line - 1) / line * line;
+  const int32_t room = int32_t(sizeof sampled) / stride;
+  // From so many rows alike it pays to sample only one of them.
+  constexpr int32_t many_alike = 4;
+  while (left.count > 0) {
+    scaled_rows now = left;
+    const int32_t same = alike(left);
+    if (same >= many_alike) {
+      k.h = same;
+      k.src_stride = 0;
+      now.count = 1;
+    } else {
+      k.h = now.count = std::min(left.count, room);
+      k.src_stride = stride;
+    }
+    plan.sample(plan, now, reinterpret_cast<uint8_t *>(sampled), stride);
+    kernel(k);
+    k.dst = static_cast<uint8_t *>(k.dst) + k.h * k.dst_stride;
+    left.rows += k.h;
+    left.count -= k.h;
+  }
+}
+
+/// Draws scaled rows, in strips of as many columns as a plan covers. Where the kernel would only
+/// copy, the destination takes the place of the buffer.
+void scale_strips(span_kernel *kernel, plan_maker *make_plan, bool copies) {
+  static column_plan plan;
+  const int32_t bytes = blit.src->depth >> 3;
+  const scaled_rows rows = rows_to_scale();
+  kernel_args k = common_args();
+  k.dst_stride = int32_t(blit.dst->pitch);
+  auto x = uint32_t(blit.src_x);
+  for (int32_t done = 0; done < blit.blt_w; done += plan.count) {
+    const int32_t count = std::min(blit.blt_w - done, plan_width);
+    make_plan(plan, x, uint32_t(blit.x_inc), count, int32_t(blit.src->width));
+    x += uint32_t(blit.x_inc) * uint32_t(count);
+    uint8_t *const dst = pixel_address(blit.dst, blit.dst_x + done, blit.dst_y);
+    k.dst = dst;
+    if (copies && count * bytes >= piece_bytes)
+      plan.sample(plan, rows, dst, k.dst_stride);
+    else
+      draw_strip(kernel, k, plan, rows);
+  }
+}
+
+/// A surface drawn onto itself is sampled pixel by pixel.
+template <typename Word> void scale_shared(span_kernel *kernel) {
   const auto *row = reinterpret_cast<const Word *>(pixel_address(blit.src, 0, blit.src_y));
   auto x = uint32_t(blit.src_x);
   const auto step = uint32_t(blit.x_inc);
-  const bool gather = can_gather<Word>(isa, uint32_t(blit.src_y));
-  run_sampled<Word>(kernel, [&](Word *to, int32_t count) {
-    if (gather) {
-      gather_row(to, row, x, step, count);
-      x += step * uint32_t(count);
-    } else {
-      sample_row(to, row, x, step, count);
-    }
+  run_sampled<Word>(kernel, [&](Word *to, int32_t) {
+    *to = row[x >> 16];
+    x += step;
   });
-  blit.src_x = int32_t(uint32_t(blit.src_x) + step * uint32_t(blit.blt_w));
 }
 
 template <typename Word> void rotscale_row(span_kernel *kernel, instruction_set isa) {
@@ -143,8 +204,16 @@ void span_draw(span_kernel *kernel) {
     kernel(k);
 }
 
-void span_scale(span_kernel *kernel, instruction_set isa) {
-  by_depth([=](auto word) { scale_row<decltype(word)>(kernel, isa); });
+void span_scale(span_kernel *kernel, instruction_set isa, bool copies) {
+  if (blit.shared) {
+    by_depth([=](auto word) { scale_shared<decltype(word)>(kernel); });
+  } else {
+    const plan_makers &makers = isa == instruction_set::avx2 ? scaled_rows_avx2 : scaled_rows_sse2;
+    // Copies onto an alpha channel set it.
+    const bool plain = copies && !(blit.dst->depth == 32 && blit.dst->alpha_channel);
+    scale_strips(kernel, makers.for_word[blit.src->depth >> 4], plain);
+  }
+  blit.src_x = int32_t(uint32_t(blit.src_x) + uint32_t(blit.x_inc) * uint32_t(blit.blt_w));
 }
 
 void span_rotscale(span_kernel *kernel, instruction_set isa) {

@@ -96,12 +96,6 @@ void sort_corners(__Vertex__ sorted[4], const __Vertex__ corners[4]) {
 
 } // namespace
 
-int32_t round_corner(float value) {
-  constexpr float limit = 1 << 30;
-  if (!(value >= -limit && value <= limit)) return corner_out_of_range;
-  return int32_t(value >= 0 ? double(value) + 0.5 : double(value) - 0.5);
-}
-
 void calculate_corners_scale(__ORBSurface2D__ *surface, int32_t x, int32_t y, int32_t size_x,
                              int32_t size_y, int32_t flags, float *x0, float *y0, float *x1,
                              float *y1) {

@@ -25,8 +25,12 @@ struct __Vertex__ {
 enum transform_order : int32_t { tfm_hsr, tfm_hrs, tfm_shr, tfm_srh, tfm_rhs, tfm_rsh };
 
 /// Rounds half away from zero. Values outside -2^30..2^30 and NaN give `corner_out_of_range`.
-int32_t round_corner(float value);
 inline constexpr int32_t corner_out_of_range = INT32_MIN;
+inline int32_t round_corner(float value) {
+  constexpr float limit = 1 << 30;
+  if (!(value >= -limit && value <= limit)) return corner_out_of_range;
+  return int32_t(value >= 0 ? double(value) + 0.5 : double(value) - 0.5);
+}
 
 /// The pivot in unmirrored source pixels. `overridden` says whether it is a pivot override, which
 /// take_pivot consumes.

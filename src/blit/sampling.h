@@ -1,4 +1,5 @@
-// Sampling: source pixels at 16.16 positions that advance by a step, nearest neighbour.
+// Sampling along lines: source pixels at 16.16 positions that advance by steps, nearest neighbour.
+// Rows of scaled blits are sampled by scaled_rows.h.
 //
 // Positions and steps are unsigned words that wrap: in a picture wider than 32767 pixels a position
 // uses the sign bit. Callers make sure that every sampled position lies inside the picture.
@@ -23,18 +24,6 @@ template <typename Word> inline void fetch_four(Word *to, const Word *from, four
 /// The first four positions of a run.
 inline four_positions ramp(uint32_t start, uint32_t step) {
   return four_positions{start, start + step, start + 2 * step, start + 3 * step};
-}
-
-/// Samples count pixels of one row; advances `x`.
-template <typename Word>
-inline void sample_row(Word *to, const Word *row, uint32_t &x, uint32_t step, int32_t count) {
-  int32_t i = 0;
-  four_positions xs = ramp(x, step);
-  for (; i + 4 <= count; i += 4, xs += step * 4)
-    fetch_four(to + i, row, xs >> 16);
-  x += step * uint32_t(i);
-  for (; i < count; ++i, x += step)
-    to[i] = row[x >> 16];
 }
 
 /// Samples count pixels along a line through a picture of this width; advances `x` and `y`.

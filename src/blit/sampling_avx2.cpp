@@ -45,14 +45,6 @@ inline void gather_run(Word *to, const Word *from, int32_t count, Offsets next_o
 } // namespace
 
 #define ORB_GATHERS(Word)                                                                          \
-  void gather_row(Word *to, const Word *row, uint32_t x, uint32_t step, int32_t count) {           \
-    eight xs = ramp_of_eight(x, step);                                                             \
-    gather_run(to, row, count, [&] {                                                               \
-      const eight offsets = xs >> 16;                                                              \
-      xs += step * 8;                                                                              \
-      return offsets;                                                                              \
-    });                                                                                            \
-  }                                                                                                \
   void gather_line(Word *to, const Word *pixels, uint32_t width, uint32_t x, uint32_t y,           \
                    uint32_t step_x, uint32_t step_y, int32_t count) {                              \
     eight xs = ramp_of_eight(x, step_x), ys = ramp_of_eight(y, step_y);                            \

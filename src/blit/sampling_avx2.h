@@ -6,10 +6,6 @@
 
 #include <cstdint>
 
-void gather_row(uint8_t *to, const uint8_t *row, uint32_t x, uint32_t step, int32_t count);
-void gather_row(uint16_t *to, const uint16_t *row, uint32_t x, uint32_t step, int32_t count);
-void gather_row(uint32_t *to, const uint32_t *row, uint32_t x, uint32_t step, int32_t count);
-
 /// `width` and the integer parts of all positions must be below 32768.
 void gather_line(uint8_t *to, const uint8_t *pixels, uint32_t width, uint32_t x, uint32_t y,
                  uint32_t step_x, uint32_t step_y, int32_t count);

@@ -22,7 +22,7 @@ template <instruction_set isa, span_op op, int number> void span() {
   if constexpr (op == span_op::draw)
     span_draw(kernel);
   else if constexpr (op == span_op::scale)
-    span_scale(kernel, isa);
+    span_scale(kernel, isa, is_copy(id) && id.key != span_key::normal);
   else if constexpr (op == span_op::rotscale)
     span_rotscale(kernel, isa);
   else

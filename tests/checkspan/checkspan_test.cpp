@@ -162,15 +162,27 @@ struct Checkspan : testing::Test {
     const int to = random.one_in(4) ? top : random.between(0, top);
     *start = from;
     *step = w > 1 ? (to - from) / (w - 1) : random.between(-99999, 99999);
+    // Doubled and halved rows have loops of their own.
+    if (!random.one_in(3)) return;
+    const int exact = random.one_in(2) ? 0x8000 : 0x20000, last_start = top - exact * (w - 1);
+    if (last_start < 0) return;
+    *start = random.between(0, last_start);
+    *step = exact;
   }
 
   std::string try_row(span_routine *routine, const pixel_rule &rule, random_source &random, int w,
                       bool rotated) {
     const pixel_context context = random_context(random);
-    const int src_w = random.between(1, 90), src_h = random.between(1, 9);
+    const int src_w = random.between(1, 150), src_h = random.between(1, 9);
     const int dst_left = random.below(20), dst_top = random.below(3);
+    // A scaled span draws rows in any order, some alike, or without a table the row `src_y`.
+    const bool many = !rotated && random.one_in(2);
+    std::vector<int32_t> rows(many ? size_t(random.between(1, 9)) : 1);
+    for (size_t i = 0; i < rows.size(); ++i)
+      rows[i] = i > 0 && !random.one_in(3) ? rows[i - 1] : random.below(src_h);
+    const int h = int(rows.size());
     picture src(src_memory, src_w, src_h, rule.depth, random.one_in(2));
-    picture dst(dst_memory, dst_left + w + random.below(20), dst_top + 1 + random.below(2),
+    picture dst(dst_memory, dst_left + w + random.below(20), dst_top + h + random.below(2),
                 rule.depth, random.one_in(2));
     src.fill(random, 4);
     dst.fill(random, 4);
@@ -181,7 +193,11 @@ struct Checkspan : testing::Test {
     if (rotated)
       random_walk(random, src_h, w, &y, &step_y);
     else
-      y = random.below(src_h);
+      y = rows[0];
+    if (many) {
+      blit.src_rows = rows.data();
+      blit.blt_rows = h;
+    }
     blit.blt_w = w;
     blit.dst_x = dst_left;
     blit.dst_y = dst_top;
@@ -192,7 +208,9 @@ struct Checkspan : testing::Test {
 
     std::vector<expected_pixel> expected;
     for (int i = 0; i < w; ++i, x += step_x, y += step_y)
-      expected.push_back({dst_left + i, dst_top, src.get(x >> 16, rotated ? y >> 16 : y)});
+      for (int row = 0; row < h; ++row)
+        expected.push_back(
+            {dst_left + i, dst_top + row, src.get(x >> 16, rotated ? y >> 16 : rows[size_t(row)])});
     std::string wrong = run(routine, rule, context, dst, expected);
     if (wrong.empty() && blit.src_x != x) wrong = "src_x was not moved on";
     if (wrong.empty() && blit.src_y != y) wrong = "src_y was not moved on";
