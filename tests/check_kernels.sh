@@ -7,7 +7,8 @@ status=0
 checked=0
 for object; do
   case $object in
-    */kernels*_sse2.cpp.o | */kernels*_avx2.cpp.o | */*rows_sse2.cpp.o | */*rows_avx2.cpp.o) ;;
+    */kernels*_sse2.cpp.o | */kernels*_avx2.cpp.o | */rows_sse2.cpp.o | */rows_avx2.cpp.o | \
+      */sampling_sse2.cpp.o | */sampling_avx2.cpp.o) ;;
     *) continue ;;
   esac
   checked=$((checked + 1))

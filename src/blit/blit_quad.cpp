@@ -5,11 +5,14 @@
 // inverse of the unrounded corners, clamped to the picture; between them the row steps in 16.16,
 // truncated toward zero, so that no read leaves the picture. Clipping comes last and only skips
 // steps: the visible pixels stay the same.
+#include <emmintrin.h>
+
 #include <algorithm>
 #include <cmath>
 
 #include "blit/geometry.h"
 #include "blit/operation.h"
+#include "blit/turned_rows.h"
 
 namespace {
 
@@ -35,6 +38,53 @@ int32_t step_between(uint32_t from, uint32_t to, uint32_t steps) {
 
 struct source_map {
   source_axis u, v;
+};
+
+/// Gives the lines of rows: from the source position at the row's left end to that at its right.
+class line_finder {
+public:
+  explicit line_finder(const source_map &map) : map_(map) {}
+
+  source_line line(int32_t left, int32_t right, int32_t y) const {
+    const uint32_t u = map_.u.at(left, y), v = map_.v.at(left, y);
+    if (left >= right) return {u, v, 0, 0};
+    // A row may be far wider than any surface: up to 2^31 pixels.
+    const uint32_t steps = uint32_t(right) - uint32_t(left);
+    return {u, v, uint32_t(step_between(u, map_.u.at(right, y), steps)),
+            uint32_t(step_between(v, map_.v.at(right, y), steps))};
+  }
+
+private:
+  const source_map &map_;
+};
+
+/// The same for pictures whose positions leave the sign bit alone, both coordinates at a time. The
+/// quotient of two doubles is exact enough to be truncated: unless it is whole, it is further from
+/// the next whole number than it is rounded.
+class quick_line_finder {
+public:
+  explicit quick_line_finder(const source_map &map)
+      : origin_{map.u.origin * one, map.v.origin * one}, along_x_{map.u.along_x * one,
+                                                                  map.v.along_x * one},
+        along_y_{map.u.along_y * one, map.v.along_y * one}, top_{map.u.top, map.v.top} {}
+
+  source_line line(int32_t left, int32_t right, int32_t y) const {
+    const auto at = [this, y](double x) {
+      const pair position = origin_ + along_x_ * x + along_y_ * double(y);
+      return _mm_cvttpd_epi32(_mm_max_pd(_mm_min_pd(position, top_), pair{}));
+    };
+    const __m128i from = at(left), run = _mm_sub_epi32(at(right), from);
+    const double steps = left < right ? double(right) - left : 1;
+    const __m128i step = _mm_cvttpd_epi32(_mm_cvtepi32_pd(run) / pair{steps, steps});
+    source_line line;
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(&line), _mm_unpacklo_epi64(from, step));
+    return line;
+  }
+
+private:
+  using pair = __m128d;
+  static constexpr double one = 65536;
+  pair origin_, along_x_, along_y_, top_;
 };
 
 /// Maps corner 0 (top left) half a destination pixel inside the source, and corners 1 (top right)
@@ -96,11 +146,11 @@ quotient floor_div(int64_t n, int64_t d) {
 
 /// Walks an outline edge from row to row: the x where it crosses each row, rounded to the nearest
 /// pixel (halves up). Bresenham with an exact quotient and remainder.
-struct outline_edge {
-  int32_t first, last;     // rows
-  int64_t x, rest;         // crossing, and its remainder in units of 1 / `unit`
-  int64_t step, step_rest; // per row
-  int64_t unit;
+template <typename Number> struct outline_edge {
+  int32_t first, last;    // rows
+  Number x, rest;         // crossing, and its remainder in units of 1 / `unit`
+  Number step, step_rest; // per row
+  Number unit;
   uint32_t width; // a horizontal edge covers x to x + width of its row
 
   outline_edge(__Vertex__ a, __Vertex__ b, int32_t from_row) {
@@ -116,32 +166,30 @@ struct outline_edge {
       return;
     }
     // In units of half a row: floor(x + 1/2) is the quotient of the doubled numbers, plus one half.
-    unit = 2 * dy;
+    unit = Number(2 * dy);
     const quotient per_row = floor_div(dx, dy);
-    step = per_row.whole;
-    step_rest = 2 * per_row.rest;
+    step = Number(per_row.whole);
+    step_rest = Number(2 * per_row.rest);
     x = a.x;
-    rest = dy;
+    rest = Number(dy);
     if (from_row > first) {
       const quotient skipped = floor_div(2 * (int64_t(from_row) - first) * dx + dy, unit);
-      x += skipped.whole;
-      rest = skipped.rest;
+      x += Number(skipped.whole);
+      rest = Number(skipped.rest);
     }
   }
 
   void next_row() {
-    x += step;
     rest += step_rest;
-    if (rest >= unit) {
-      rest -= unit;
-      ++x;
-    }
+    const bool over = rest >= unit;
+    rest -= over ? unit : 0;
+    x += step + over;
   }
 };
 
 /// The outline's spans, row by row, starting at `row`.
-struct outline {
-  outline_edge edges[4];
+template <typename Number> struct outline {
+  outline_edge<Number> edges[4];
   int32_t row;
 
   /// Takes vertices in scan order.
@@ -157,7 +205,7 @@ struct outline {
   };
   span next() {
     span s{INT32_MAX, INT32_MIN};
-    for (outline_edge &edge : edges) {
+    for (outline_edge<Number> &edge : edges) {
       if (row < edge.first || row > edge.last) continue;
       s.left = std::min(s.left, int32_t(edge.x));
       s.right = std::max(s.right, int32_t(uint32_t(edge.x) + edge.width));
@@ -167,6 +215,53 @@ struct outline {
     return s;
   }
 };
+
+/// Draws the rows first to last of an outline by the rotscale routine of the blit state, as many by
+/// one call as its table holds. The box of what is drawn goes to `box`; false: nothing is.
+template <typename Number, typename Finder>
+bool draw_rows(const __Vertex__ v[4], int32_t first, int32_t last, const Finder &finder,
+               __ORBRegion__ *box) {
+  // Rows are walked in the corners' coordinates; only the span routine uses the destination's.
+  const int32_t window_x = blit.window_x, window_y = blit.window_y;
+  const int32_t clip_left = blit.clipx0 + window_x, clip_right = blit.clipx1 + window_x;
+  constexpr int32_t table_size = 256;
+  static turned_row table[table_size];
+  blit.turned_rows = table;
+  blit.blt_rows = 0;
+  int32_t x0 = INT32_MAX, x1 = INT32_MIN, y0 = 0, y1 = -1;
+  outline<Number> rows(v, first);
+  for (int32_t y = first; y <= last; ++y) {
+    const auto row = rows.next();
+    const int32_t left = std::max(row.left, clip_left), right = std::min(row.right, clip_right);
+    if (left <= right) {
+      turned_row &to = table[blit.blt_rows++];
+      to = {left - window_x, y - window_y, right - left + 1, finder.line(row.left, row.right, y)};
+      // Skips what is clipped on the left in one step. Modulo 2^32 the products are exact.
+      to.line.advance(int32_t(uint32_t(left) - uint32_t(row.left)));
+
+      if (y1 < y0) y0 = y;
+      y1 = y;
+      x0 = std::min(x0, left);
+      x1 = std::max(x1, right);
+    }
+    if (blit.blt_rows == table_size || (y == last && blit.blt_rows > 0)) {
+      blit.rotscale();
+      blit.blt_rows = 0;
+    }
+  }
+  blit.turned_rows = nullptr;
+  *box = {x0 - window_x, x1 - window_x, y0 - window_y, y1 - window_y};
+  return y1 >= y0;
+}
+
+/// Whether positions in the picture and places on the outline are small enough for quick steps.
+bool is_usual(const __Vertex__ v[4]) {
+  constexpr uint32_t far = 1 << 27;
+  bool usual = blit.src->width < 32768 && blit.src->height < 32768;
+  for (int i = 0; i < 4; ++i)
+    usual = usual && uint32_t(v[i].x) + far < 2 * far && uint32_t(v[i].y) + far < 2 * far;
+  return usual;
+}
 
 using sort_routine = void(__Vertex__ sorted[4], const __Vertex__ corners[4]);
 
@@ -185,45 +280,14 @@ int32_t draw_quadrilateral(__ORBBlit2D__ *request, const __FPoint__ corners[4],
   blit.rotscale = choose_routine(span_op::rotscale, blit_column());
   if (!blit.rotscale) return refuse_blit(request);
 
-  // Rows are walked in the corners' coordinates; only the span routine uses the destination's.
-  const int32_t window_x = blit.window_x, window_y = blit.window_y;
-  const int32_t clip_left = blit.clipx0 + window_x, clip_right = blit.clipx1 + window_x;
-  const int32_t first = std::max(v[0].y, blit.clipy0 + window_y);
-  const int32_t last = std::min(std::max({v[1].y, v[2].y, v[3].y}), blit.clipy1 + window_y);
+  const int32_t first = std::max(v[0].y, blit.clipy0 + blit.window_y);
+  const int32_t last = std::min(std::max({v[1].y, v[2].y, v[3].y}), blit.clipy1 + blit.window_y);
   if (first > last) return refuse_blit(request);
-  int32_t x0 = INT32_MAX, x1 = INT32_MIN, y0 = 0, y1 = -1;
-  outline rows(v, first);
-  for (int32_t y = first; y <= last; ++y) {
-    const outline::span row = rows.next();
-    const int32_t left = std::max(row.left, clip_left), right = std::min(row.right, clip_right);
-    if (left > right) continue;
-
-    uint32_t u = map.u.at(row.left, y), w = map.v.at(row.left, y);
-    blit.x_inc = blit.y_inc = 0;
-    if (row.left < row.right) {
-      // A row may be far wider than any surface: up to 2^31 pixels.
-      const uint32_t steps = uint32_t(row.right) - uint32_t(row.left);
-      blit.x_inc = step_between(u, map.u.at(row.right, y), steps);
-      blit.y_inc = step_between(w, map.v.at(row.right, y), steps);
-      // Skips what is clipped on the left in one step. Modulo 2^32 the products are exact.
-      const uint32_t skipped = uint32_t(left) - uint32_t(row.left);
-      u += skipped * uint32_t(blit.x_inc);
-      w += skipped * uint32_t(blit.y_inc);
-    }
-    blit.dst_x = left - window_x;
-    blit.dst_y = y - window_y;
-    blit.blt_w = right - left + 1;
-    blit.src_x = int32_t(u);
-    blit.src_y = int32_t(w);
-    blit.rotscale();
-
-    if (y1 < y0) y0 = y;
-    y1 = y;
-    x0 = std::min(x0, left);
-    x1 = std::max(x1, right);
-  }
-  if (y1 < y0) return refuse_blit(request);
-  return finish_blit(request, x0 - window_x, y0 - window_y, x1 - window_x, y1 - window_y);
+  __ORBRegion__ box;
+  const bool drawn = is_usual(v) ? draw_rows<int32_t>(v, first, last, quick_line_finder(map), &box)
+                                 : draw_rows<int64_t>(v, first, last, line_finder(map), &box);
+  if (!drawn) return refuse_blit(request);
+  return finish_blit(request, box.x0, box.y0, box.x1, box.y1);
 }
 
 } // namespace

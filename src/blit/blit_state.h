@@ -8,6 +8,7 @@
 
 struct __ORBSurface2D__;
 struct __ORBRegion__;
+struct turned_row;
 
 using span_routine = void();
 
@@ -35,8 +36,10 @@ struct blit_state {
   int32_t clipw, cliph;
   int32_t dst_x, dst_y;     // first destination pixel
   int32_t blt_w, blt_h;     // pixels to draw
-  // Source rows of the `blt_rows` rows that a scaled span draws; null: one row, of `src_y`.
-  const int32_t *src_rows;
+  // What the `blt_rows` rows show that a scaled or rotated span draws; null: it draws one, and takes
+  // it from what else is here.
+  const int32_t *src_rows; // source rows
+  const turned_row *turned_rows;
   int32_t blt_rows;
   int32_t src_x, src_y;     // pixels, or 16.16 for scaled and rotated spans
   int32_t src_inc, dst_inc; // pixels from the end of a row to the next row's start

@@ -3,8 +3,6 @@
 #include <cstring>
 
 #include "blit/sampling.h"
-#include "blit/sampling_avx2.h"
-#include "blit/scaled_rows.h"
 #include "blit/span.h"
 #include "orb/graphics2d.h"
 #include "surface/ghost_table.h"
@@ -51,33 +49,6 @@ void run_overlapping(span_kernel *kernel, kernel_args k) {
 /// Rows are sampled into a buffer of this many pixels, small enough for the L1 cache.
 constexpr int32_t chunk = 2048;
 alignas(32) uint32_t sampled[chunk];
-
-/// Runs a kernel over the `blt_w` pixels from (dst_x, dst_y), filling the buffer chunk by chunk
-/// with sample(buffer, count).
-template <typename Word, typename Sample> void run_sampled(span_kernel *kernel, Sample sample) {
-  auto *buffer = reinterpret_cast<Word *>(sampled);
-  kernel_args k = common_args();
-  k.src = buffer;
-  k.h = 1;
-  auto *dst = reinterpret_cast<Word *>(pixel_address(blit.dst, blit.dst_x, blit.dst_y));
-  // A surface drawn onto itself must not be sampled ahead of the writes.
-  const int32_t piece = blit.shared ? 1 : chunk;
-  for (int32_t left = blit.blt_w; left > 0;) {
-    k.w = std::min(left, piece);
-    k.dst = dst;
-    sample(buffer, k.w);
-    kernel(k);
-    dst += k.w;
-    left -= k.w;
-  }
-}
-
-/// Whether rows up to `last` of the source can be sampled by gathers. They read 32 bits, which for
-/// narrower pixels could run past the end of memory on the last row.
-template <typename Word> bool can_gather(instruction_set isa, uint32_t last) {
-  return isa == instruction_set::avx2 && (sizeof(Word) == 4 || last + 1 < blit.src->height) &&
-         blit.src->pitch >= 4;
-}
 
 /// The rows that the blit state asks of a scale routine.
 scaled_rows rows_to_scale() {
@@ -145,36 +116,32 @@ void scale_strips(span_kernel *kernel, plan_maker *make_plan, bool copies) {
   }
 }
 
-/// A surface drawn onto itself is sampled pixel by pixel.
-template <typename Word> void scale_shared(span_kernel *kernel) {
-  const auto *row = reinterpret_cast<const Word *>(pixel_address(blit.src, 0, blit.src_y));
-  auto x = uint32_t(blit.src_x);
-  const auto step = uint32_t(blit.x_inc);
-  run_sampled<Word>(kernel, [&](Word *to, int32_t) {
-    *to = row[x >> 16];
-    x += step;
-  });
+/// Draws turned rows, each in pieces of as many pixels as the buffer holds. A surface drawn onto
+/// itself must not be sampled ahead of the writes.
+void draw_turned(span_kernel *kernel, line_sampler *sample, const turned_row *rows, int32_t count) {
+  const int32_t bytes = blit.src->depth >> 3, most = blit.shared ? 1 : chunk;
+  const void *const pixels = blit.src->pixels;
+  const uint32_t width = blit.src->width, height = blit.src->height;
+  kernel_args k = common_args();
+  k.src = sampled;
+  k.h = 1;
+  for (const turned_row *row = rows; row < rows + count; ++row) {
+    uint8_t *dst = pixel_address(blit.dst, row->x, row->y);
+    source_line line = row->line;
+    for (int32_t left = row->w; left > 0; left -= k.w) {
+      k.w = std::min(left, most);
+      k.dst = dst;
+      sample(sampled, pixels, width, height, line, k.w);
+      kernel(k);
+      if (k.w == left) break;
+      line.advance(k.w);
+      dst += k.w * bytes;
+    }
+  }
 }
 
-template <typename Word> void rotscale_row(span_kernel *kernel, instruction_set isa) {
-  const auto *pixels = static_cast<const Word *>(blit.src->pixels);
-  const uint32_t width = blit.src->width, height = blit.src->height;
-  auto x = uint32_t(blit.src_x), y = uint32_t(blit.src_y);
-  const auto step_x = uint32_t(blit.x_inc), step_y = uint32_t(blit.y_inc);
-  const uint32_t y_end = y + step_y * uint32_t(blit.blt_w - 1);
-  const bool gather =
-      width < 32768 && height < 32768 && can_gather<Word>(isa, std::max(y, y_end) >> 16);
-  run_sampled<Word>(kernel, [&](Word *to, int32_t count) {
-    if (gather) {
-      gather_line(to, pixels, width, x, y, step_x, step_y, count);
-      x += step_x * uint32_t(count);
-      y += step_y * uint32_t(count);
-    } else {
-      sample_line(to, pixels, width, height, x, y, step_x, step_y, count);
-    }
-  });
-  blit.src_x = int32_t(x);
-  blit.src_y = int32_t(y);
+const samplers &samplers_of(instruction_set isa) {
+  return isa == instruction_set::avx2 ? sampling_avx2 : sampling_sse2;
 }
 
 /// Calls the row function for the source's pixel size.
@@ -205,19 +172,36 @@ void span_draw(span_kernel *kernel) {
 }
 
 void span_scale(span_kernel *kernel, instruction_set isa, bool copies) {
+  const samplers &with = samplers_of(isa);
+  const int32_t word = blit.src->depth >> 4;
   if (blit.shared) {
-    by_depth([=](auto word) { scale_shared<decltype(word)>(kernel); });
+    // A line that doesn't leave its row.
+    const turned_row row = {
+        blit.dst_x,
+        blit.dst_y,
+        blit.blt_w,
+        {uint32_t(blit.src_x), uint32_t(blit.src_y) << 16, uint32_t(blit.x_inc), 0}};
+    draw_turned(kernel, with.turned[word], &row, 1);
   } else {
-    const plan_makers &makers = isa == instruction_set::avx2 ? scaled_rows_avx2 : scaled_rows_sse2;
     // Copies onto an alpha channel set it.
     const bool plain = copies && !(blit.dst->depth == 32 && blit.dst->alpha_channel);
-    scale_strips(kernel, makers.for_word[blit.src->depth >> 4], plain);
+    scale_strips(kernel, with.scaled[word], plain);
   }
   blit.src_x = int32_t(uint32_t(blit.src_x) + uint32_t(blit.x_inc) * uint32_t(blit.blt_w));
 }
 
 void span_rotscale(span_kernel *kernel, instruction_set isa) {
-  by_depth([=](auto word) { rotscale_row<decltype(word)>(kernel, isa); });
+  line_sampler *const sample = samplers_of(isa).turned[blit.src->depth >> 4];
+  if (blit.turned_rows) return draw_turned(kernel, sample, blit.turned_rows, blit.blt_rows);
+  turned_row row = {
+      blit.dst_x,
+      blit.dst_y,
+      blit.blt_w,
+      {uint32_t(blit.src_x), uint32_t(blit.src_y), uint32_t(blit.x_inc), uint32_t(blit.y_inc)}};
+  draw_turned(kernel, sample, &row, 1);
+  row.line.advance(row.w);
+  blit.src_x = int32_t(row.line.x);
+  blit.src_y = int32_t(row.line.y);
 }
 
 namespace {

@@ -153,8 +153,8 @@ void sample_pieces(const column_plan &plan, const scaled_rows &source, uint8_t *
   });
 }
 
-using four_positions = uint32_t __attribute__((vector_size(16)));
 using quad = int32_t __attribute__((vector_size(16)));
+using unsigned_quad = uint32_t __attribute__((vector_size(16)));
 template <typename Word> using lanes = Word __attribute__((vector_size(piece_bytes)));
 
 /// Small numbers as the lanes of a piece.
@@ -194,7 +194,7 @@ inline void plan_pieces(column_plan &plan, uint32_t x, uint32_t step, int32_t wi
 
     quad columns[quads], from_second[quads];
     for (int q = 0; q < quads; ++q) {
-      columns[q] = quad((four_positions(offsets[q]) + position) >> 16) - first;
+      columns[q] = quad((unsigned_quad(offsets[q]) + position) >> 16) - first;
       from_second[q] = columns[q] + (first - second);
     }
     const lanes<Word> in_first = narrowed(columns);
@@ -249,8 +249,5 @@ void make_plan(column_plan &plan, uint32_t x, uint32_t step, int32_t count,
   plan_columns(plan, x, step);
   plan.sample = sample_columns<Word>;
 }
-
-inline constexpr plan_makers all_plan_makers = {
-    {make_plan<uint8_t>, make_plan<uint16_t>, make_plan<uint32_t>}};
 
 } // namespace

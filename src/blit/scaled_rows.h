@@ -58,9 +58,3 @@ struct column_plan {
 /// Makes the plan for `count` pixels, 1 to plan_width, from position `x`, of rows that are `width`
 /// pixels wide. Every sampled position lies inside the row.
 using plan_maker = void(column_plan &plan, uint32_t x, uint32_t step, int32_t count, int32_t width);
-
-/// The makers for pixels of 1, 2 and 4 bytes, for each instruction set.
-struct plan_makers {
-  plan_maker *for_word[3];
-};
-extern const plan_makers scaled_rows_sse2, scaled_rows_avx2;

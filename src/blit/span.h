@@ -71,9 +71,9 @@ std::span<const span_directory_entry> span_directory();
 /// A directory entry's routine for an instruction set, whether or not the CPU supports it.
 span_routine *routine_of(const span_directory_entry &entry, instruction_set isa);
 
-/// The four ways to gather pixels for a kernel: draw takes the whole rectangle, scale the rows of
-/// `src_rows` or one, rotscale one row, tile the clip rectangle. `copies`: the kernel puts every
-/// pixel down as it is, but for an alpha channel.
+/// The four ways to gather pixels for a kernel: draw takes the whole rectangle, scale and rotscale
+/// the rows of the blit state or one, tile the clip rectangle. `copies`: the kernel puts every pixel
+/// down as it is, but for an alpha channel.
 void span_draw(span_kernel *kernel);
 void span_scale(span_kernel *kernel, instruction_set isa, bool copies);
 void span_rotscale(span_kernel *kernel, instruction_set isa);

@@ -1,3 +1,0 @@
-#include "blit/scaled_row_samplers.h"
-
-constexpr plan_makers scaled_rows_avx2 = all_plan_makers;
