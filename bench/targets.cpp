@@ -64,6 +64,7 @@ constexpr target_row targets[] = {
     {"blit/opaque scale 1.7/8bit/64x64", {2.2}},
     {"blit/opaque scale 1.7/16bit/64x64", {1.2}},
     {"blit/opaque scale 1.7/32bit/64x64", {1.1}},
+    {"blit/opaque scale 0.5/8bit/64x64", {1.0, "AMD"}},
     {"blit/opaque scale 0.5/8bit/*", {1.0}},
     {"blit/opaque scale 0.5/*", {0.9}},
     {"blit/opaque scale 2/32bit/*", {0.95}},

@@ -2,7 +2,8 @@
 //
 // All rows of a scaled blit show the same columns. So these are worked out once, as a plan, and
 // every row is sampled by it:
-// - At half size every other pixel is taken: two registers of neighbours give one.
+// - At half size every other pixel is taken: two registers of neighbours give one. At double size
+//   one register gives two.
 // - With AVX2, up to two source pixels a step, 16 bytes of a result come from 16 bytes of the row,
 //   or twice 16: the plan says where they start and which of them go where, and a shuffle of bytes
 //   puts them there. In either direction, so that mirrored rows are no different.
