@@ -250,8 +250,9 @@ bool draw_rows(const __Vertex__ v[4], int32_t first, int32_t last, const Finder 
     }
   }
   blit.turned_rows = nullptr;
+  if (y1 < y0) return false;
   *box = {x0 - window_x, x1 - window_x, y0 - window_y, y1 - window_y};
-  return y1 >= y0;
+  return true;
 }
 
 /// Whether positions in the picture and places on the outline are small enough for quick steps.
