@@ -335,6 +335,9 @@ private:
     const auto form = orbhost::best_form(host.registration(), name, arguments);
     if (!form) throw std::invalid_argument("no such form");
     const orbhost::Function &function = host.registration().functions[*form];
+    for (size_t i = 0; i < arguments.size(); ++i) // a null pointer where pointers go
+      if (line.words[i + 2] == "null" && function.arguments[i] == orbhost::ArgumentType::pointer)
+        arguments[i] = static_cast<int32_t *>(nullptr);
     const int32_t result = host.call_form(function, arguments);
     if (host.call_frame().unfetched() || host.call_frame().bad_fetches())
       fail(line, "its arguments are fetched wrongly");
