@@ -57,7 +57,8 @@ std::vector<int32_t> state() {
                             int32_t(screen->width), screen->depth, int32_t(crc_of(*ground)),
                             ground_puting, regions[0].x1, regions[0].y1, buffer->depth,
                             mode_centerwindow, mode_centermouse, mode_fade, vsync, *_vsync_,
-                            virtual_resolution, virtual_resolution_w, palette_loaded,
+                            virtual_resolution, virtual_resolution_w, virtual_resolution_h,
+                            virtual_resolution_aspectratio, palette_loaded,
                             int32_t(palette_crc), palette_forced};
   s.insert(s.end(), &mode.x, &mode.x + sizeof mode / 4);
   if (palette) s.push_back(int32_t(sum_of(palette, sizeof *palette)));
@@ -72,9 +73,11 @@ struct Modes : testing::Test {
 };
 
 TEST_F(Modes, TheDisplayShowsTheScreenAndBlackBorders) {
+  w.set_mode(16); // until the first picture has faded in
   for (const int32_t depth : {8, 16, 32}) {
     for (const int32_t width : {32, 33, 67, 641}) {
-      ASSERT_EQ(set(width, 41, depth, 1), 1);
+      ASSERT_EQ(set(width, 41, depth, 1 | 64), 1);
+      if (depth == 8) EXPECT_EQ(SDL_GetVideoSurface()->format->palette->colors[15].r, 252);
       expect_presented();
     }
     ASSERT_EQ(set(300, 181, depth, 2 | 2048), 1);
@@ -84,6 +87,8 @@ TEST_F(Modes, TheDisplayShowsTheScreenAndBlackBorders) {
     expect_presented();
   }
   ASSERT_EQ(set(64, 48, 32, 1), 1);
+  EXPECT_EQ(gfxsurfaces->count, 5u) << "ground, screen, the display's, two of the collision tests";
+  EXPECT_EQ(GetEmulatedMode() * 100 + GetEmulatedHeight(), 48);
   w.host.call("virtualresolution_set", {200, 100, 1, 1});
   for (uint32_t i = 0; i < 64 * 48; ++i)
     set_pixel(*screen, i, 0, 0x123456);
@@ -107,13 +112,15 @@ TEST_F(Modes, AModeThatCantBeOpenedIsTakenBack) {
       w.host.call("ground_put_pixel", {10, 0, 42});
       w.host.global("vsync") = 1; // by the script since
       const auto before = state();
-      EXPECT_EQ(set(65535, 65535, wanted, 8 | 32 | 64 | 2048 | 8192), 0);
+      EXPECT_EQ(w.host.call("mode_set", {65535, 65535, wanted, 8 | 32 | 64 | 2048 | 8192, 60, 1, 33}),
+                0);
       EXPECT_EQ(w.reports(), "fatal \"SetVideoMode (WINDOWED: FRAMEBUFFER - SYSTEMMEMORY)\"");
       EXPECT_EQ(state(), before);
       EXPECT_EQ(w.host.log.mode_changes.back(), 0);
       if (had == 8) EXPECT_EQ(SDL_GetVideoSurface()->format->palette->colors[33].r, 40);
       expect_presented();
-      EXPECT_EQ(w.host.call("virtualresolution_set", {65535, 65535, 0, 1}), 0);
+      EXPECT_EQ(w.host.call("virtualresolution_set", {65535, 65535, 1, 1}), 0);
+      EXPECT_EQ(state(), before);
       EXPECT_EQ(set(123, 77, had, 1), 1);
       w.reports();
     }

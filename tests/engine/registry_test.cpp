@@ -74,6 +74,16 @@ TEST_F(RegistryLists, HostsRecordOnlyRunTimeCodes) {
   EXPECT_EQ(maps_loaded, -1);
 }
 
+TEST_F(RegistryLists, CopiesKnowTheirCodesAndTextsAreCutToTheirField) {
+  map_new();
+  w.host.call("fpg_add_map", {0, 7, 0, 1000});
+  EXPECT_EQ(fpg[0].slots[7].code, 7);
+  w.host.call("map_set_name", {0, 1000, std::string(300, 'x')});
+  EXPECT_EQ(w.host.call_text("map_get_name", {0, 1000}), std::string(255, 'x'));
+  w.host.call("map_set_name", {0, 1000, "y"});
+  EXPECT_EQ(w.host.call_text("map_get_name", {0, 1000}), "y");
+}
+
 TEST_F(RegistryLists, ListsGrowInStepsUpToTheirLimits) {
   w.host.call("fpg_new");
   pfpg = &fpg[0];

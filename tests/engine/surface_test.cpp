@@ -1,4 +1,4 @@
-// Surfaces, their list, and the fills, beside slow references.
+// Surfaces and their list.
 #include <cstring>
 #include <random>
 #include <utility>
@@ -131,31 +131,6 @@ TEST_F(Surfaces, TheListHoldsEverySurfaceInOrder) {
   for (__ORBSurface2D__ *each : expected)
     ORBGI2D_DeleteGFXSurface(each);
   *gfxsurfaces = of_the_mode;
-}
-
-TEST(Fills, EveryCountAtEveryPlace) {
-  const struct {
-    fill_routine *routine;
-    uint32_t bytes, mask;
-  } fills[] = {{memset8, 1, 0xFF},
-               {memset16, 2, 0xFFFF},
-               {memset32, 4, 0xFFFFFFFF},
-               {memset32_alphachn_unchanged, 4, 0x00FFFFFF}};
-  std::mt19937 random(12);
-  for (const auto &fill : fills)
-    for (uint32_t count = 0; count <= 140; ++count)
-      for (uint32_t start = 64; start < 80; start += fill.bytes) {
-        alignas(16) uint8_t seen[768], expected[768];
-        for (size_t i = 0; i < sizeof seen; ++i)
-          seen[i] = expected[i] = uint8_t(random());
-        const uint32_t value = random();
-        for (uint32_t i = 0; i < count * fill.bytes; ++i)
-          if (fill.mask >> i % fill.bytes * 8 & 0xFF)
-            expected[start + i] = uint8_t(value >> i % fill.bytes * 8);
-        fill.routine(seen + start, int32_t(value), count);
-        ASSERT_EQ(memcmp(seen, expected, sizeof seen), 0)
-            << &fill - fills << ": " << count << " at " << start;
-      }
 }
 
 } // namespace
