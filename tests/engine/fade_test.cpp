@@ -66,12 +66,14 @@ struct Fades : testing::Test {
 };
 
 TEST_F(Fades, ThirtyTwoBitsKeepTheTopByte) {
-  compare(32, [](uint32_t i) { return i << 24 | (i & 255) << 16 | (~i & 255) << 8 | (i & 255) / 2; },
-          faded32);
+  compare(
+      32, [](uint32_t i) { return i << 24 | (i & 255) << 16 | (~i & 255) << 8 | (i & 255) / 2; },
+      faded32);
 }
 
 TEST_F(Fades, SixteenBits) {
-  compare(16, [](uint32_t i) { return (i % 32) << 11 | (i % 64) << 5 | (31 - i % 32); }, faded16);
+  compare(
+      16, [](uint32_t i) { return (i % 32) << 11 | (i % 64) << 5 | (31 - i % 32); }, faded16);
 }
 
 TEST_F(Fades, EightBitsRecolourTheDisplayWithinTheRange) {

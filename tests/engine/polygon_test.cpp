@@ -41,7 +41,8 @@ TEST(Polygons, IntersectExactlyWhenTheySharePoints) {
     const auto pick = [&] { return std::uniform_int_distribution<int>(-span, span)(random); };
     const auto make = [&](__FPoint__ *corners) {
       const vec p{pick(), pick()}, u{pick(), pick()}, v{pick(), pick()};
-      const quad q{p, {p.x + u.x, p.y + u.y}, {p.x + u.x + v.x, p.y + u.y + v.y}, {p.x + v.x, p.y + v.y}};
+      const quad q{
+          p, {p.x + u.x, p.y + u.y}, {p.x + u.x + v.x, p.y + u.y + v.y}, {p.x + v.x, p.y + v.y}};
       for (const vec &c : q)
         *corners++ = {float(c.x), float(c.y)};
       return q;

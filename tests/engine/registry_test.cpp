@@ -3,12 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include "boundary/records.h"
 #include "frame/draw_objects.h"
 #include "support/world.h"
 #include "surface/growth.h"
 #include "surface/libraries.h"
 #include "surface/regions.h"
-#include "boundary/records.h"
 #include "surface/registry.h"
 #include "surface/surface.h"
 

@@ -27,9 +27,9 @@ TEST_F(Surfaces, SizesAndDepthsOutOfRangeAreRefused) {
   const struct {
     int32_t width, height, depth;
     bool good;
-  } rows[] = {{0, 1, 8, false},          {1, -1, 8, false},          {65536, 1, 8, false},
-              {1, 65536, 8, false},      {INT32_MIN, 1, 8, false},   {65535, 1, 32, true},
-              {1, 65535, 16, true},      {4, 4, 24, false},          {4, 4, 0, false},
+  } rows[] = {{0, 1, 8, false},          {1, -1, 8, false},         {65536, 1, 8, false},
+              {1, 65536, 8, false},      {INT32_MIN, 1, 8, false},  {65535, 1, 32, true},
+              {1, 65535, 16, true},      {4, 4, 24, false},         {4, 4, 0, false},
               {65535, 65535, 8, false},  {32768, 32768, 32, false},  // 2^32 bytes
               {32768, 16384, 32, false}, {65535, 32769, 32, false}}; // 131068 modulo 2^32
   const uint32_t before = gfxsurfaces->count;

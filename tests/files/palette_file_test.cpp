@@ -12,8 +12,8 @@ TEST(PaletteFiles, EachFormatHasThePaletteInItsPlace) {
   const struct {
     std::string magic;
     size_t palette_at;
-  } formats[] = {{"pal\x1A\x0D\x0A", 8},  {"fpg\x1A\x0D\x0A", 8},  {"fpg\x1A\x0D\x08", 8},
-                 {"fnt\x1A\x0D\x0A", 8},  {"fnt\x1A\x0D\x08", 8},  {"map\x1A\x0D\x0A", 48},
+  } formats[] = {{"pal\x1A\x0D\x0A", 8},   {"fpg\x1A\x0D\x0A", 8}, {"fpg\x1A\x0D\x08", 8},
+                 {"fnt\x1A\x0D\x0A", 8},   {"fnt\x1A\x0D\x08", 8}, {"map\x1A\x0D\x0A", 48},
                  {"map\x1A\x0D\x08", 272}, {"map\x1A\x0D\x16", 0}, {"fpg\x1A\x0D\x32", 0},
                  {"pal\x1A\x0D\x08", 0},   {"PAL\x1A\x0D\x0A", 0}};
   for (const auto &[magic, palette_at] : formats) {
