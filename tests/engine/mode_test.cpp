@@ -113,7 +113,8 @@ TEST_F(Modes, TheDisplayShowsTheScreenAndBlackBorders) {
   }
   ASSERT_EQ(set(64, 48, 32, 1), 1);
   EXPECT_EQ(gfxsurfaces->count, 5u) << "ground, screen, the display's, two of the collision tests";
-  EXPECT_EQ(GetEmulatedMode() * 100 + GetEmulatedHeight(), 48);
+  EXPECT_EQ(GetEmulatedMode() * 10000 + GetEmulatedWidth() * 100 + GetEmulatedHeight(), 6448);
+  EXPECT_TRUE(w.host.device_system.ground == ground && w.host.screen() == screen);
   w.host.call("virtualresolution_set", {200, 100, 1, 1});
   for (uint32_t i = 0; i < 64 * 48; ++i)
     set_pixel(*screen, i, 0, 0x123456);
@@ -250,6 +251,20 @@ TEST_F(Modes, TheHostHearsOfWindowsMiceAndChanges) {
   EXPECT_EQ(log.mode_changes, (modes{0, 0, 1, 0}));
   EXPECT_EQ(log.mouse_grabs * 10 + log.input_resets, 11);
   EXPECT_EQ(log.mouse_centres, 1);
+}
+
+TEST_F(Modes, FrameRatesAreClamped) {
+  static int32_t asked[2];
+  w.host.timing_services.set_fps = [](int32_t fps, int32_t skip) {
+    asked[0] = fps;
+    asked[1] = skip;
+  };
+  const int32_t rows[][4] = {{0, 0, 0, 0}, {-1, -1, 1, 0}, {60, 3, 60, 3}, {1001, 101, 1000, 100}};
+  for (const auto &[fps, skip, got_fps, got_skip] : rows) {
+    EXPECT_EQ(w.host.call("set_fps", {fps, skip}), 1);
+    EXPECT_EQ(asked[0], got_fps);
+    EXPECT_EQ(asked[1], got_skip);
+  }
 }
 
 TEST_F(Modes, ABusyRendererDropsTheFrame) {

@@ -66,8 +66,10 @@ TEST_F(RegistryLists, HostsRecordOnlyRunTimeCodes) {
     EXPECT_EQ(RecMAPCode(0, code, s), 0);
   EXPECT_EQ(RecMAPCode(1, 1000, s) + RecMAPCode(0, 1000, nullptr) + GetMAPCode(1), 0);
   // What was counted for the code before isn't subtracted from it, and it was never loaded.
+  const uint32_t surfaces = gfxsurfaces->count;
   map_new();
   w.host.call("map_unload", {1000});
+  EXPECT_EQ(gfxsurfaces->count, surfaces);
   EXPECT_EQ(RecMAPCode(0, 1000, s), 1);
   EXPECT_EQ(w.host.call("map_unload", {1000}), 1);
   EXPECT_EQ(fpg[0].memory_usage, 0u);
