@@ -13,6 +13,8 @@
 
 #include "blit/blit.h"
 #include "blit/blit_list.h"
+#include "frame/draw_objects.h"
+#include "frame/process_scan.h"
 #include "support/recording.h"
 #include "support/world.h"
 #include "surface/registry.h"
@@ -299,7 +301,8 @@ private:
         {"spawn", &transcript_player::spawn},       {"set", &transcript_player::set},
         {"local", &transcript_player::local},       {"kill", &transcript_player::kill},
         {"as", &transcript_player::become},         {"frame", &transcript_player::frame},
-        {"requests", &transcript_player::requests}, {"request", &transcript_player::request},
+        {"scan", &transcript_player::scan},         {"requests", &transcript_player::requests},
+        {"request", &transcript_player::request},
         {"global", &transcript_player::global},     {"pixel", &transcript_player::pixel_at},
         {"paint", &transcript_player::paint},       {"show", &transcript_player::show},
         {"crc", &transcript_player::crc},           {"file", &transcript_player::file},
@@ -335,7 +338,7 @@ private:
     const auto form = orbhost::best_form(host.registration(), name, arguments);
     if (!form) throw std::invalid_argument("no such form");
     const orbhost::Function &function = host.registration().functions[*form];
-    for (size_t i = 0; i < arguments.size(); ++i) // a null pointer where pointers go
+    for (size_t i = 0; i < arguments.size(); ++i) // a null is what the form has in its place
       if (line.words[i + 2] == "null" && function.arguments[i] == orbhost::ArgumentType::pointer)
         arguments[i] = static_cast<int32_t *>(nullptr);
     const int32_t result = host.call_form(function, arguments);
@@ -430,6 +433,14 @@ private:
     if (line.has_outcome || !seen.empty()) expect(line, seen);
   }
 
+  /// scan -> COUNT: the requests of processes and draw objects, as the next frame would make them.
+  void scan(const transcript_line &line) {
+    UseBlitList(graphics2D_blitlist);
+    ResetBlitList();
+    do_processes();
+    do_drawings();
+    requests(line);
+  }
   /// requests -> COUNT in the current list.
   void requests(const transcript_line &line) {
     expect(line, {std::to_string(GetNumsBlitOnList())});
