@@ -1,0 +1,472 @@
+// Which argument of a script function goes where: every form of every function that draws, with
+// random arguments, against the blit request or the rasteriser's call that it stands for. The same
+// for the locals of processes and for draw objects.
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstring>
+#include <random>
+#include <sstream>
+#include <utility>
+
+#include <gtest/gtest.h>
+
+#include "blit/blit.h"
+#include "blit/blit_list.h"
+#include "frame/draw_objects.h"
+#include "raster/raster.h"
+#include "script/blit_arguments.h"
+#include "support/world.h"
+#include "surface/regions.h"
+#include "surface/registry.h"
+#include "surface/screen.h"
+
+namespace {
+
+// ---- What is known of a request -----------------------------------------------------------------
+
+/// A field of a request with its plain value, and the values that make a difference.
+struct request_field {
+  const char *name;
+  size_t offset;
+  int32_t plain, low, high;
+};
+#define F(name) #name, offsetof(__ORBBlit2D__, name)
+// clang-format off
+constexpr request_field fields[] = {
+    {F(x), 0, -10, 70}, {F(y), 0, -10, 55}, {F(z), 0, -5, 5}, {F(resolution), 0, -2, 3},
+    {F(angle), 0, -800000, 800000}, {F(size), 100, 0, 300}, {F(size_x), 100, 0, 300},
+    {F(size_y), 100, 0, 300}, {F(shear_x), 0, -90, 90}, {F(shear_y), 0, -90, 90},
+    {F(tfmorder), 0, -1, 6}, {F(flags), 0, 0, 15}, {F(region), 0, 3, 3}, {F(alpha), 255, -9, 300},
+    {F(fxmode), 0, 1, 16}, {F(fxcolor), 0, INT32_MIN, INT32_MAX}, {F(fxintensity), 0, -10, 300},
+    {F(block_x), 0, -3, 12}, {F(block_y), 0, -3, 8}, {F(block_w), 0, -1, 14},
+    {F(block_h), 0, -1, 14}};
+// clang-format on
+
+int32_t &word_of(__ORBBlit2D__ &request, const request_field &field) {
+  return *reinterpret_cast<int32_t *>(reinterpret_cast<char *>(&request) + field.offset);
+}
+__ORBBlit2D__ plain_request(__ORBSurface2D__ *src, __ORBSurface2D__ *dst) {
+  __ORBBlit2D__ request{};
+  for (const request_field &field : fields)
+    word_of(request, field) = field.plain;
+  request.src = src;
+  request.dst = dst;
+  return request;
+}
+
+using entry = orb_blit_operation *orb_device2d::*;
+constexpr entry by_transform = nullptr, block = &orb_device2d::ORBGI2D_BlitBlock,
+                tile = &orb_device2d::ORBGI2D_BlitTile, blit = &orb_device2d::ORBGI2D_Blit,
+                scale = &orb_device2d::ORBGI2D_BlitScale, turn = &orb_device2d::ORBGI2D_BlitRotate,
+                turn_scale = &orb_device2d::ORBGI2D_BlitRotScale,
+                shear = &orb_device2d::ORBGI2D_BlitScaleShear,
+                turn_shear = &orb_device2d::ORBGI2D_BlitRotScaleShear;
+constexpr std::array operations = {block, tile, blit, scale, turn, turn_scale, shear, turn_shear};
+
+entry operation_for(const __ORBBlit2D__ &r) {
+  const bool scaled = r.size != 100 || r.size_x != 100 || r.size_y != 100;
+  if (r.shear_x || r.shear_y) return r.angle ? turn_shear : shear;
+  return r.angle ? (scaled ? turn_scale : turn) : scaled ? scale : blit;
+}
+
+/// The last request that an entry of the device record got, and how many there were.
+struct {
+  int count;
+  entry operation;
+  __ORBBlit2D__ request;
+  int32_t result;
+} seen;
+std::array<orb_blit_operation *, operations.size()> originals;
+
+template <size_t i> int32_t recorded(__ORBBlit2D__ *request) {
+  seen = {seen.count + 1, operations[i], *request, 0};
+  return seen.result = originals[i](request);
+}
+
+// ---- A world with pictures ----------------------------------------------------------------------
+
+struct drawing_world : world {
+  std::mt19937 random{16};
+  int32_t onto[2], from[2]; // graphs to draw on, and to draw, of the libraries 0 and 1
+
+  explicit drawing_world(int32_t depth) {
+    set_mode(depth);
+    host.call("region_define", {3, 5, 6, 40, 30});
+    host.call("fpg_new");
+    host.call("fpg_new");
+    for (int32_t library : {1, 0}) {
+      onto[library] = picture(any(20, 50), any(20, 50));
+      from[library] = picture(13 - library * 6, 9 + library * 2);
+    }
+    host.call("fpg_add_map", {1, 5, 0, std::exchange(onto[1], 5)});
+    host.call("fpg_add_map", {1, 6, 0, std::exchange(from[1], 6)});
+    watch(std::make_index_sequence<operations.size()>());
+  }
+  template <size_t... i> void watch(std::index_sequence<i...>) {
+    ((originals[i] = host.device()->*operations[i]), ...);
+    ((host.device()->*operations[i] = recorded<i>), ...);
+  }
+  int32_t any(int32_t low, int32_t high) {
+    return std::uniform_int_distribution<int32_t>(low, high)(random);
+  }
+  /// A graph of random pixels, some transparent, with a random pivot.
+  int32_t picture(int32_t width, int32_t height) {
+    const int32_t code =
+        host.call("map_new", {width, height, any(0, width - 1), any(0, height - 1), 0});
+    scribble(*GetMAP(0, code)->surface);
+    return code;
+  }
+  void scribble(__ORBSurface2D__ &surface) {
+    for (uint32_t i = 0; i < surface.pixel_count; ++i)
+      set_pixel(surface, i % surface.width, i / surface.width,
+                random() % 4 ? uint32_t(random()) : 0);
+  }
+  int32_t extreme() {
+    constexpr int32_t extremes[] = {INT32_MIN, INT32_MIN + 1, -65536, 65535, INT32_MAX};
+    return extremes[random() % 5];
+  }
+  /// A value for a field: its plain one, one that makes a difference, or an extreme.
+  int32_t value_for(const request_field &field) {
+    if (random() % 2) return field.plain;
+    if (random() % 32 == 0 && field.low != field.high) return extreme();
+    const bool deep = field.name == std::string("fxmode") && random() % 2;
+    return any(field.low, field.high) + (deep ? 1000 : 0);
+  }
+};
+
+__ORBSurface2D__ *surface(int32_t library, int32_t graph) {
+  return GetMAP(library, graph)->surface;
+}
+
+file_bytes pixels_of(const __ORBSurface2D__ &surface) {
+  const auto *bytes = static_cast<const uint8_t *>(surface.pixels);
+  return {bytes, bytes + surface.byte_size};
+}
+
+/// Both must draw the same pixels on the target. Frames clear the screen before they draw.
+template <typename Draw, typename Direct>
+void expect_same(__ORBSurface2D__ &target, Draw draw, Direct draw_directly) {
+  if (&target == screen) memset(target.pixels, 0, target.byte_size);
+  const file_bytes before = pixels_of(target);
+  draw();
+  const file_bytes drawn = pixels_of(target);
+  memcpy(target.pixels, before.data(), before.size());
+  draw_directly();
+  EXPECT_TRUE(pixels_of(target) == drawn) << "other pixels";
+}
+
+/// Completes a request whose fields are as given. `draw` must hand it to one operation of the
+/// device record, once; a null `operation` is the one that the transform calls for.
+template <typename Draw> void expect_request(__ORBBlit2D__ wanted, entry operation, Draw draw) {
+  wanted.angle %= 360000;
+  if (wanted.resolution > 0) {
+    wanted.x /= wanted.resolution;
+    wanted.y /= wanted.resolution;
+  }
+  if (operation == by_transform) operation = operation_for(wanted);
+  const auto at = std::find(operations.begin(), operations.end(), operation);
+  seen = {};
+  int32_t result = 0;
+  const auto draw_directly = [&] {
+    __ORBBlit2D__ request = wanted;
+    EXPECT_EQ(originals[size_t(at - operations.begin())](&request), result);
+  };
+  const auto draw_and_keep = [&] { result = draw(); };
+  expect_same(*wanted.dst, draw_and_keep, draw_directly);
+  EXPECT_EQ(seen.count, 1);
+  EXPECT_TRUE(seen.operation == operation) << "another operation";
+  for (const auto &field : fields)
+    EXPECT_EQ(word_of(seen.request, field), word_of(wanted, field)) << field.name;
+  EXPECT_EQ(seen.request.owner, wanted.owner);
+  EXPECT_TRUE(seen.request.src == wanted.src && seen.request.dst == wanted.dst);
+}
+
+// ---- Functions that put graphs ------------------------------------------------------------------
+
+/// A function's arguments in order: `to` and `from` are library and graph; with `from?` the library
+/// may be left out, and is then that of `to`; every other word is a field of the request. A form
+/// ends at each bar. What follows a = isn't an argument: the field has the size of the source, or
+/// stays as the last request of this kind left it.
+struct function_row {
+  const char *name, *arguments;
+  entry operation;
+};
+#define TRANSFORM " angle size_x size_y shear_x shear_y tfmorder flags "
+#define BLOCK     " block_x block_y block_w block_h "
+#define MAP_TAIL  " | flags alpha fxmode | fxcolor fxintensity"
+#define TAIL      " | flags region | alpha fxmode | fxcolor fxintensity"
+constexpr function_row functions[] = {
+    {"map_put", "to from? x y fxcolor=last fxintensity=last", blit},
+    {"map_xput", "to from? x y angle size flags fxcolor=last fxintensity=last", by_transform},
+    {"map_xxput", "to from? x y" TRANSFORM "alpha fxmode | fxcolor fxintensity", by_transform},
+    {"map_block_copy", "to x y from?" BLOCK MAP_TAIL, block},
+    {"map_put_tile", "to from? x y" MAP_TAIL, tile},
+    {"map_apply_fx", "to from? block_w=width block_h=height alpha fxmode | fxcolor fxintensity",
+     block},
+    {"ground_put", "from x y", blit},
+    {"ground_xput", "from x y angle size flags region", by_transform},
+    {"ground_xxput", "from x y" TRANSFORM "region alpha fxmode | fxcolor fxintensity",
+     by_transform},
+    {"ground_put_block", "from x y" BLOCK TAIL, block},
+    {"ground_put_tile", "from x y" TAIL, tile},
+    {"screen_draw_graphic",
+     "from x y z resolution | angle size flags | region alpha fxmode | fxcolor fxintensity",
+     by_transform},
+    {"screen_draw_graphic",
+     "from x y z resolution" TRANSFORM "region alpha fxmode | fxcolor fxintensity", by_transform},
+    {"screen_draw_block", "from x y z" BLOCK TAIL, block},
+    {"screen_draw_tile", "from x y z" TAIL, tile},
+};
+
+using word_list = std::vector<std::string>;
+
+/// The forms of a function, each as its words. `from?` remains where the library is left out.
+std::vector<word_list> forms_of(const function_row &function) {
+  std::vector<word_list> forms;
+  word_list words;
+  std::istringstream text(std::string(function.arguments) + " |");
+  for (std::string word; text >> word;) {
+    if (word != "|") {
+      words.push_back(word);
+      continue;
+    }
+    forms.push_back(words);
+    const auto source = std::find(words.begin(), words.end(), "from?");
+    if (source == words.end()) continue;
+    forms.push_back(words);
+    forms.back()[size_t(source - words.begin())] = "from";
+  }
+  return forms;
+}
+
+struct RequestForms : testing::TestWithParam<function_row> {};
+
+void try_form(drawing_world &w, const std::string &function, entry operation,
+              const word_list &form) {
+  const bool on_screen = function.starts_with("screen");
+  __ORBBlit2D__ wanted = plain_request(nullptr, on_screen ? screen : ground);
+  if (form[0] == "to") wanted.region = -1;
+  std::vector<orbhost::Argument> arguments;
+  std::string text = function;
+  const auto add = [&](int32_t value) {
+    arguments.emplace_back(value);
+    text += " " + std::to_string(value);
+    return value;
+  };
+  int32_t library = w.any(0, 1);
+  for (const std::string &word : form) {
+    if (word == "to") {
+      wanted.dst = surface(add(library), add(w.onto[library]));
+    } else if (word.starts_with("from")) {
+      if (word == "from") add(library = w.any(0, 1));
+      wanted.src = surface(library, add((w.any(0, 7) ? w.from : w.onto)[library]));
+    } else {
+      const size_t end = word.find('=');
+      const auto &field =
+          *std::find_if(std::begin(fields), std::end(fields),
+                        [&](const auto &each) { return word.substr(0, end) == each.name; });
+      word_of(wanted, field) = end == word.npos          ? add(w.value_for(field))
+                               : word.ends_with("=last") ? word_of(bltGraphics2D, field)
+                               : word.ends_with("width") ? int32_t(wanted.src->width)
+                                                         : int32_t(wanted.src->height);
+    }
+  }
+  SCOPED_TRACE(text);
+  expect_request(wanted, operation, [&] {
+    const int32_t result = w.host.call(function, arguments);
+    if (!on_screen) return result;
+    EXPECT_EQ(result, 1);
+    w.host.frame();
+    return seen.result;
+  });
+  EXPECT_EQ(w.reports(), "");
+}
+
+TEST_P(RequestForms, FillTheirRequest) {
+  const auto [name, unused, operation] = GetParam();
+  for (const int32_t depth : {8, 16, 32}) {
+    SCOPED_TRACE(depth);
+    drawing_world w(depth);
+    for (const word_list &form : forms_of(GetParam()))
+      for (int round = 0; round < 50 && !HasFailure(); ++round)
+        try_form(w, name, operation, form);
+  }
+}
+INSTANTIATE_TEST_SUITE_P(, RequestForms, testing::ValuesIn(functions), [](const auto &info) {
+  return std::string(info.param.name) + "_" + std::to_string(info.index);
+});
+
+TEST(RequestFormsOf, Processes) {
+  for (const int32_t depth : {8, 16, 32}) {
+    drawing_world w(depth);
+    for (int round = 0; round < 500 && !HasFailure(); ++round) {
+      SCOPED_TRACE(testing::Message() << depth << " bits, round " << round);
+      orb_process *const process = w.host.spawn();
+      orb_locals &locals = *process->locals;
+      const int32_t library = w.any(0, 1), target = w.any(-4, 1);
+      locals.file = library;
+      locals.graph = w.from[library];
+      // A process of a library can't draw on the run-time graphs of library 0.
+      if (target == 1 || (target == 0 && library == 0)) {
+        locals.destination_file = target;
+        locals.destination_graph = w.onto[target];
+      }
+      __ORBBlit2D__ wanted = plain_request(surface(library, locals.graph), screen);
+      for (const request_field &field : fields)
+        if (const orbhost::Declaration *local = w.host.locals().find(field.name))
+          word_of(wanted, field) = reinterpret_cast<int32_t *>(&locals)[local->word] =
+              w.value_for(field);
+      wanted.owner = process;
+      if (locals.destination_graph)
+        wanted.dst = surface(locals.destination_file, locals.destination_graph);
+      expect_request(wanted, by_transform, [&] {
+        w.host.frame();
+        return seen.result;
+      });
+      EXPECT_EQ(seen.request.destination_file, locals.destination_file);
+      EXPECT_EQ(seen.request.destination_graph, locals.destination_graph);
+      w.host.kill(process);
+    }
+  }
+}
+
+TEST(RequestFormsOf, DirectionGraphsUpToTheirLimit) {
+  drawing_world w(32);
+  orb_locals &locals = *w.host.spawn()->locals;
+  std::array<int32_t, 257> directions;
+  directions.fill(w.from[0]);
+  locals.xgraph = directions.data();
+  for (const int32_t count : {1, 256, 0, 257, -1, INT32_MIN}) {
+    directions[0] = count;
+    seen = {};
+    w.host.frame();
+    EXPECT_EQ(seen.count, count == 1 || count == 256) << count;
+  }
+  locals.xgraph = nullptr;
+}
+
+TEST(RequestFormsOf, WorldsWithoutAScreen) {
+  drawing_world w(32);
+  const int32_t graph = w.host.spawn()->locals->graph = w.from[0];
+  __ORBSurface2D__ *const former[] = {std::exchange(ground, nullptr),
+                                      std::exchange(screen, nullptr)};
+  EXPECT_EQ(w.host.call("ground_put", {0, graph, 5, 5}), 0);
+  EXPECT_EQ(w.host.call("ground_put_screen", {0, graph}), 0);
+  EXPECT_EQ(w.host.call("ground_get", {0, graph}), orbhost::failure_value);
+  EXPECT_EQ(w.host.call("ground_copy", {0, 0, graph, 0, 0, 4, 4}), orbhost::failure_value);
+  EXPECT_EQ(w.host.call("screen_get_pixel", {0, 0}), 0);
+  EXPECT_EQ(w.host.call("screen_draw_graphic", {0, graph, 5, 5, 0, 0}), 1);
+  w.host.frame();
+  EXPECT_EQ(GetNumsBlitOnList(), 0);
+  ground = former[0];
+  screen = former[1];
+}
+
+/// A list that can't grow ends the scan of the processes, and that of the draw objects.
+TEST(RequestFormsOf, FullLists) {
+  drawing_world w(32);
+  static int asked;
+  asked = 0;
+  w.host.device()->GetAndUpdateBlitList = []() -> __ORBBlit2D__ * { return ++asked, nullptr; };
+  for (int i = 0; i < 2; ++i) {
+    w.host.spawn()->locals->graph = w.from[0];
+    w.host.call("draw_new", {3, 0, 255, 0, 0, 0, 1, 1});
+    EXPECT_EQ(w.host.call("screen_draw_tile", {0, w.from[0], 5, 5, 0}), orbhost::failure_value);
+  }
+  w.host.frame();
+  EXPECT_EQ(asked, 4);
+}
+
+// ---- Shapes -------------------------------------------------------------------------------------
+
+/// A shape's own arguments before the colour are three for a circle, else four.
+void draw_primitive(const std::string &shape, __ORBSurface2D__ *on, const std::array<int32_t, 4> &a,
+                    uint32_t colour, int32_t fill) {
+  if (shape == "line") return draw_line(on, a[0], a[1], a[2], a[3], colour);
+  if (shape == "circle") return draw_circle(on, a[0], a[1], a[2], colour, fill);
+  draw_box_routine *const draw = shape == "rect"      ? draw_rect
+                                 : shape == "srect"   ? draw_srect
+                                 : shape == "csrect"  ? draw_csrect
+                                 : shape == "ellipse" ? draw_ellipse
+                                                      : draw_csellipse;
+  draw(on, a[0], a[1], a[2], a[3], colour, fill);
+}
+
+TEST(RequestFormsOf, Primitives) {
+  for (const int32_t depth : {8, 16, 32}) {
+    drawing_world w(depth);
+    for (const std::string shape :
+         {"line", "rect", "srect", "csrect", "circle", "ellipse", "csellipse"})
+      for (int round = 0; round < 40 && !HasFailure(); ++round) {
+        const std::array a = {w.any(-9, 40), w.any(-9, 40), w.any(1, 30), w.any(1, 30)};
+        const int32_t colour = w.any(0, 255), fill = w.any(0, 1);
+        const bool on_map = round % 2;
+        std::vector<orbhost::Argument> given(a.begin(), a.begin() + (shape == "circle" ? 3 : 4));
+        given.emplace_back(colour);
+        if (shape != "line") given.emplace_back(fill);
+        if (on_map) given.insert(given.begin(), {0, w.onto[0]});
+        __ORBSurface2D__ &target = on_map ? *surface(0, w.onto[0]) : *ground;
+        const std::string name = (on_map ? "map_put_" : "ground_put_") + shape;
+        SCOPED_TRACE(testing::Message() << name << " at " << depth << ", round " << round);
+        const auto draw = [&] { EXPECT_EQ(w.host.call(name, given), 1); };
+        expect_same(target, draw,
+                    [&] { draw_primitive(shape, &target, a, uint32_t(colour), fill); });
+      }
+  }
+}
+
+TEST(RequestFormsOf, DrawObjects) {
+  for (const int32_t depth : {8, 16, 32}) {
+    drawing_world w(depth);
+    for (int round = 0; round < 400 && !HasFailure(); ++round) {
+      SCOPED_TRACE(testing::Message() << depth << " bits, round " << round);
+      const auto corner = [&](int32_t far) { return w.any(0, 40) ? w.any(-20, far) : w.extreme(); };
+      const int32_t x0 = corner(80), y0 = corner(60), x1 = corner(80), y1 = corner(60);
+      const int32_t most = depth == 8 ? 15 : 255, alpha = w.any(0, 1) ? most : w.any(0, most);
+      const int32_t type = w.any(1, 5), colour = w.any(1, 255), region = w.any(0, 1) * 3;
+      const int32_t library = w.any(-2, 1), file = std::max(library, 0), locked = w.any(0, 1);
+      const int32_t graph = library < 0 ? 0 : w.onto[file];
+      const int32_t id = w.host.call("draw_new", {type, colour, alpha, region, x0, y0, x1, y1});
+      w.host.global("draw_destination_file") = locked ? 0 : file;
+      w.host.global("draw_destination_graph") = locked ? w.onto[0] : graph;
+      if (locked) w.host.call("draw_lock", {id});
+      if (locked && graph) w.host.call("draw_set_destination", {id, file, graph});
+      __ORBSurface2D__ *const on = graph ? surface(file, graph) : screen;
+      const auto draw_directly = [&] {
+        colorfx = uint32_t(colour);
+        alphafx = alpha;
+        draw_clipx0 = std::max(regions[region].x0, 0);
+        draw_clipy0 = std::max(regions[region].y0, 0);
+        draw_clipx1 = std::min(regions[region].x1, int32_t(on->width) - 1);
+        draw_clipy1 = std::min(regions[region].y1, int32_t(on->height) - 1);
+        // Ellipses beside the surface extend one pixel beyond their box, which must not show.
+        if (draw_clipx0 > std::max(x0, x1) || draw_clipx1 < std::min(x0, x1)) return;
+        if (draw_clipy0 > std::max(y0, y1) || draw_clipy1 < std::min(y0, y1)) return;
+        const bool opaque = alpha == most;
+        if (type == 1) return (opaque ? drawing_line : drawing_line_alpha)(on, x0, y0, x1, y1);
+        if (type < 4)
+          return (opaque ? drawing_rect : drawing_rect_alpha)(on, x0, y0, x1, y1, type == 3);
+        (opaque ? drawing_ellipse : drawing_ellipse_alpha)(on, x0, y0, x1, y1, type == 5);
+      };
+      const auto draw = [&] { w.host.frame(); };
+      expect_same(*on, draw, draw_directly);
+      EXPECT_EQ(w.host.call("draw_delete", {id}), 1);
+    }
+  }
+}
+
+TEST(RequestFormsOf, DrawObjectsUpToTheirLimit) {
+  drawing_world w(32);
+  const auto make = [&] { return w.host.call("draw_new", {3, 5, 255, 0, 0, 0, 1, 1}); };
+  for (int32_t i = 0; i < 65536; i++)
+    ASSERT_EQ(make(), 2 * i + 1);
+  EXPECT_EQ(make(), orbhost::failure_value);
+  EXPECT_EQ(w.reports(), "172 DRAW_NEW 1 3");
+  EXPECT_EQ(w.host.call("draw_delete", {131071}) + w.host.call("draw_delete", {7001}), 2);
+  EXPECT_EQ(make(), 7001);
+  w.host.frame();
+  EXPECT_EQ(pixel(*screen, 1, 1), 5u);
+}
+
+} // namespace
