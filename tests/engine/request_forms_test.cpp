@@ -1,6 +1,6 @@
 // Which argument of a script function goes where: every form of every function that draws, with
-// random arguments, against the blit request or the rasteriser's call that it stands for. The same
-// for the locals of processes and for draw objects.
+// random arguments, against the blit request that it stands for. The same for the locals of
+// processes and for draw objects.
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -240,10 +240,8 @@ std::vector<word_list> forms_of(const function_row &function) {
   return forms;
 }
 
-struct RequestForms : testing::TestWithParam<function_row> {};
-
-void try_form(drawing_world &w, const std::string &function, entry operation,
-              const word_list &form) {
+void try_form(drawing_world &w, const function_row &row, const word_list &form) {
+  const std::string function = row.name;
   const bool on_screen = function.starts_with("screen");
   __ORBBlit2D__ wanted = plain_request(nullptr, on_screen ? screen : ground);
   if (form[0] == "to") wanted.region = -1;
@@ -273,7 +271,7 @@ void try_form(drawing_world &w, const std::string &function, entry operation,
     }
   }
   SCOPED_TRACE(text);
-  expect_request(wanted, operation, [&] {
+  expect_request(wanted, row.operation, [&] {
     const int32_t result = w.host.call(function, arguments);
     if (!on_screen) return result;
     EXPECT_EQ(result, 1);
@@ -283,14 +281,14 @@ void try_form(drawing_world &w, const std::string &function, entry operation,
   EXPECT_EQ(w.reports(), "");
 }
 
+struct RequestForms : testing::TestWithParam<function_row> {};
 TEST_P(RequestForms, FillTheirRequest) {
-  const auto [name, unused, operation] = GetParam();
   for (const int32_t depth : {8, 16, 32}) {
     SCOPED_TRACE(depth);
     drawing_world w(depth);
     for (const word_list &form : forms_of(GetParam()))
       for (int round = 0; round < 50 && !HasFailure(); ++round)
-        try_form(w, name, operation, form);
+        try_form(w, GetParam(), form);
   }
 }
 INSTANTIATE_TEST_SUITE_P(, RequestForms, testing::ValuesIn(functions), [](const auto &info) {
@@ -378,43 +376,7 @@ TEST(RequestFormsOf, FullLists) {
   EXPECT_EQ(asked, 4);
 }
 
-// ---- Shapes -------------------------------------------------------------------------------------
-
-/// A shape's own arguments before the colour are three for a circle, else four.
-void draw_primitive(const std::string &shape, __ORBSurface2D__ *on, const std::array<int32_t, 4> &a,
-                    uint32_t colour, int32_t fill) {
-  if (shape == "line") return draw_line(on, a[0], a[1], a[2], a[3], colour);
-  if (shape == "circle") return draw_circle(on, a[0], a[1], a[2], colour, fill);
-  draw_box_routine *const draw = shape == "rect"      ? draw_rect
-                                 : shape == "srect"   ? draw_srect
-                                 : shape == "csrect"  ? draw_csrect
-                                 : shape == "ellipse" ? draw_ellipse
-                                                      : draw_csellipse;
-  draw(on, a[0], a[1], a[2], a[3], colour, fill);
-}
-
-TEST(RequestFormsOf, Primitives) {
-  for (const int32_t depth : {8, 16, 32}) {
-    drawing_world w(depth);
-    for (const std::string shape :
-         {"line", "rect", "srect", "csrect", "circle", "ellipse", "csellipse"})
-      for (int round = 0; round < 40 && !HasFailure(); ++round) {
-        const std::array a = {w.any(-9, 40), w.any(-9, 40), w.any(1, 30), w.any(1, 30)};
-        const int32_t colour = w.any(0, 255), fill = w.any(0, 1);
-        const bool on_map = round % 2;
-        std::vector<orbhost::Argument> given(a.begin(), a.begin() + (shape == "circle" ? 3 : 4));
-        given.emplace_back(colour);
-        if (shape != "line") given.emplace_back(fill);
-        if (on_map) given.insert(given.begin(), {0, w.onto[0]});
-        __ORBSurface2D__ &target = on_map ? *surface(0, w.onto[0]) : *ground;
-        const std::string name = (on_map ? "map_put_" : "ground_put_") + shape;
-        SCOPED_TRACE(testing::Message() << name << " at " << depth << ", round " << round);
-        const auto draw = [&] { EXPECT_EQ(w.host.call(name, given), 1); };
-        expect_same(target, draw,
-                    [&] { draw_primitive(shape, &target, a, uint32_t(colour), fill); });
-      }
-  }
-}
+// ---- Draw objects -------------------------------------------------------------------------------
 
 TEST(RequestFormsOf, DrawObjects) {
   for (const int32_t depth : {8, 16, 32}) {
