@@ -83,6 +83,7 @@ TEST_F(BlitLists, StayAsTheyAreWithoutMemory) {
   EXPECT_EQ(w.reports(), "fatal \"list: Error to resize BLIT2D list\"; "
                          "fatal \"list: Error to resize BLIT2DZOrder table\"");
   EXPECT_EQ(device.GetPtrBlitList()->capacity, 2u);
+  EXPECT_EQ(ResizeBlitList(), 1);
   ORBGI2D_Internal_DeleteBlitLists();
   EXPECT_FALSE(without(1, ORBGI2D_Internal_CreateBlitLists));
   EXPECT_FALSE(without(2, ORBGI2D_Internal_CreateBlitLists));
