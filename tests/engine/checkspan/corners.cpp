@@ -1,4 +1,4 @@
-#include "checkspan/corners.h"
+#include "engine/checkspan/corners.h"
 
 #include <cmath>
 #include <string_view>

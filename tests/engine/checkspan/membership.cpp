@@ -1,6 +1,6 @@
-#include "checkspan/membership.h"
+#include "engine/checkspan/membership.h"
 
-#include "checkspan/reference.h"
+#include "engine/checkspan/reference.h"
 
 namespace checkspan {
 

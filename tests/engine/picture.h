@@ -6,13 +6,12 @@
 
 #include <cstring>
 #include <new>
+#include <vector>
 
 #include <sanitizer/asan_interface.h>
 
-#include "checkspan/random.h"
 #include "orb/graphics2d.h"
-
-namespace checkspan {
+#include "support/random.h"
 
 /// The pixel at an address, zero-extended.
 inline uint32_t read_pixel(const void *at, int depth) {
@@ -50,17 +49,18 @@ private:
   uint8_t *start_;
 };
 
-/// A surface record over the test's memory, without control points.
+/// A surface record over the test's memory, without control points, with `padding` bytes after each
+/// row.
 class picture {
 public:
   __ORBSurface2D__ surface{};
 
-  picture(guarded_memory &memory, int width, int height, int depth, bool at_end) {
+  picture(guarded_memory &memory, int width, int height, int depth, bool at_end, int padding = 0) {
     surface.is_wrapper = 1;
     surface.width = uint32_t(width);
     surface.height = uint32_t(height);
     surface.depth = depth;
-    surface.pitch = uint32_t(width * depth / 8);
+    surface.pitch = uint32_t(width * depth / 8 + padding);
     surface.pixel_count = uint32_t(width * height);
     surface.byte_size = surface.pitch * uint32_t(height);
     surface.pixels = memory.place(surface.byte_size, at_end);
@@ -75,11 +75,15 @@ public:
   }
   uint32_t get(int x, int y) const { return read_pixel(at(x, y), surface.depth); }
 
+  std::vector<uint8_t> bytes() const { return {at(0, 0), at(0, int(surface.height))}; }
+  void set_bytes(const std::vector<uint8_t> &to) { std::memcpy(at(0, 0), to.data(), to.size()); }
+  void put(int x, int y, uint32_t value) { write_pixel(at(x, y), surface.depth, value); }
+
   /// Random pixels, one in `zeros` of them 0.
   void fill(random_source &random, int zeros) {
     for (int y = 0; y < int(surface.height); ++y)
       for (int x = 0; x < int(surface.width); ++x)
-        write_pixel(at(x, y), surface.depth, random.pixel(surface.depth, zeros));
+        put(x, y, random.pixel(surface.depth, zeros));
   }
 
   /// Under AddressSanitizer, poisons everything outside a rectangle.
@@ -96,5 +100,3 @@ public:
     }
   }
 };
-
-} // namespace checkspan

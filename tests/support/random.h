@@ -5,8 +5,6 @@
 #include <cstdlib>
 #include <random>
 
-namespace checkspan {
-
 class random_source {
 public:
   explicit random_source(uint32_t seed) : engine_(seed) {}
@@ -44,5 +42,3 @@ inline uint32_t base_seed() {
   const char *given = std::getenv("ORB_TEST_SEED");
   return given ? uint32_t(std::strtoul(given, nullptr, 0)) : 1;
 }
-
-} // namespace checkspan

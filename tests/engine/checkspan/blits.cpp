@@ -1,11 +1,11 @@
-#include "checkspan/blits.h"
+#include "engine/checkspan/blits.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 
-#include "checkspan/membership.h"
-#include "checkspan/picture.h"
+#include "engine/checkspan/membership.h"
+#include "engine/picture.h"
 
 namespace checkspan {
 

@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "checkspan/corners.h"
-#include "checkspan/reference.h"
+#include "engine/checkspan/corners.h"
+#include "engine/checkspan/reference.h"
 #include "orb/graphics2d.h"
 
 namespace checkspan {

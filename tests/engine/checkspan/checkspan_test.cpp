@@ -8,9 +8,9 @@
 #include <gtest/gtest.h>
 
 #include "blit/span.h"
-#include "checkspan/picture.h"
-#include "checkspan/random.h"
-#include "checkspan/reference.h"
+#include "engine/checkspan/reference.h"
+#include "engine/picture.h"
+#include "support/random.h"
 #include "surface/ghost_table.h"
 
 using namespace checkspan;

@@ -5,9 +5,9 @@
 #include <optional>
 #include <string>
 
-#include "checkspan/blits.h"
-#include "checkspan/picture.h"
-#include "checkspan/random.h"
+#include "engine/checkspan/blits.h"
+#include "engine/picture.h"
+#include "support/random.h"
 
 namespace checkspan {
 
@@ -16,8 +16,7 @@ struct trial_counts {
   int drawn = 0, refused = 0;
   int rows = 0;       ///< rows drawn
   int rows_open = 0;  ///< rows with more than one correct outcome
-  int rows_other = 0; ///< of those, rows drawn with a less likely outcome
-  int rows_unpredictable = 0;
+  int rows_other = 0; ///< of those, rows drawn with a less likely outcome, or beyond prediction
 };
 
 /// Two surfaces, an owner and a request between them. Needs the registry's regions.
@@ -41,7 +40,6 @@ public:
 
   /// Runs the request and compares. Returns an empty string, or the difference.
   std::string run(operation op, trial_counts &counts);
-  std::string describe(operation op) const;
 
 private:
   bool shares_memory() const;
@@ -50,14 +48,7 @@ private:
   uint32_t centre_[3] = {65535, 65535, 0};
 };
 
-/// Fills in a whole request with values of all kinds; `op` draws most of them.
-void randomize(trial &t, operation op, random_source &random);
-
 /// Runs `count` random requests, alternating instruction sets; failures go to GoogleTest.
-trial_counts run_trials(operation op, int count, uint32_t seed);
-
-/// Defines regions for clipping: a plain one, one extending beyond every picture, one inverted, one
-/// undefined. The registry must exist.
-void define_regions();
+trial_counts run_trials(operation op, int count);
 
 } // namespace checkspan

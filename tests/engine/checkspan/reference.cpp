@@ -1,8 +1,10 @@
-#include "checkspan/reference.h"
+#include "engine/checkspan/reference.h"
 
 #include <algorithm>
+#include <map>
+#include <regex>
 #include <stdexcept>
-#include <vector>
+#include <utility>
 
 namespace checkspan {
 
@@ -129,81 +131,30 @@ channels mixed(int a, channels x, channels y) {
     m[i] = part(a, x[i]) + part(255 - a, y[i]);
   return m;
 }
-channels scaled(int a, channels x) {
-  return mixed(a, x, {0, 0, 0});
-}
 
-/// Compositing where a pixel covers all or nothing, without an alpha channel. A global alpha
-/// weights the part that the source contributes or removes. A destination pixel that stays loses
-/// its top byte, since all but copies leave it 0.
-uint32_t composite_by_coverage(const pixel_rule &rule, const pixel_context &context, uint32_t s,
-                               uint32_t d) {
-  if (!rule.alpha) {
-    const uint32_t top_clear = rule.depth == 32 ? 0xFFFFFF : 0xFFFF;
-    switch (rule.fx) {
-    case dstoversrc: return (d ? d : s) & top_clear;
-    case srcindst: return (d ? s : 0) & top_clear;
-    case dstinsrc: return d & top_clear;
-    case srcoutdst: return (d ? 0 : s) & top_clear;
-    case dstoutsrc: return 0;
-    case srcatopdst: return (d ? s : d) & top_clear;
-    case dstatopsrc: return (d ? d : s) & top_clear;
-    case srccleardst: return 0;
-    default: return (d ? 0 : s) & top_clear; // srcxordst
-    }
-  }
-  const int depth = rule.depth, a = context.alpha;
-  const channels sc = split(depth, s), dc = split(depth, d), none = {0, 0, 0};
-  const auto result = [&]() -> channels {
-    switch (rule.fx) {
-    case dstoversrc: return d ? dc : scaled(a, sc);
-    case srcindst: return d ? scaled(a, sc) : none;
-    case dstinsrc: return d ? scaled(a, dc) : none;
-    case srcoutdst: return d ? none : scaled(a, sc);
-    case dstoutsrc: return d ? scaled(255 - a, dc) : none;
-    case srcatopdst: return d ? mixed(a, sc, dc) : none;
-    case dstatopsrc: return d ? scaled(a, dc) : scaled(a, sc);
-    case srccleardst: return none;
-    default: return d ? scaled(255 - a, dc) : scaled(a, sc); // srcxordst
-    }
-  };
-  return join(depth, result());
-}
-
-/// Compositing with alpha channels: the Porter-Duff modes as pairs of factors.
-uint32_t composite_by_factors(const pixel_rule &rule, const pixel_context &context, int sa,
-                              uint32_t s, uint32_t d) {
-  const int da = context.dst_alpha ? int(d >> 24) : d ? 255 : 0;
-  struct {
-    int source, destination;
-  } f{};
-  switch (rule.fx) {
-  case dstoversrc: f = {255 - da, 255}; break;
-  case srcindst: f = {da, 0}; break;
-  case dstinsrc: f = {0, sa}; break;
-  case srcoutdst: f = {255 - da, 0}; break;
-  case dstoutsrc: f = {0, 255 - sa}; break;
-  case srcatopdst: f = {da, 255 - sa}; break;
-  case dstatopsrc: f = {255 - da, sa}; break;
-  case srccleardst: f = {0, 0}; break;
-  case srcxordst: f = {255 - da, 255 - sa}; break;
-  }
-  const int p = part(sa, f.source), q = part(da, f.destination), o = std::min(255, p + q);
-  const channels sc = split(32, s), dc = split(32, d);
-  if (!context.dst_alpha) {
-    channels c{};
-    for (size_t i = 0; i < 3; ++i)
-      c[i] = std::min(255, part(p, sc[i]) + part(q, dc[i]));
-    return join(32, c);
-  }
-  if (o == 0) return 0;
-  return uint32_t(o) << 24 | join(32, mixed(compositing(p, o), sc, dc));
+/// The Porter-Duff modes as pairs of factors. Without an alpha channel a pixel covers all or
+/// nothing, and its top byte is lost.
+uint32_t composite(const pixel_rule &rule, const pixel_context &context, int sa, uint32_t s,
+                   uint32_t d) {
+  const bool dst_alpha = rule.depth == 32 && context.dst_alpha;
+  const int da = dst_alpha ? int(d >> 24) : d ? 255 : 0;
+  const std::pair<int, int> factors[] = {{255 - da, 255}, {da, 0},       {0, sa},
+                                         {255 - da, 0},   {0, 255 - sa}, {da, 255 - sa},
+                                         {255 - da, sa},  {0, 0},        {255 - da, 255 - sa}};
+  const auto [of_s, of_d] = factors[rule.fx - dstoversrc];
+  const int p = part(sa, of_s), q = part(da, of_d), o = std::min(255, p + q);
+  const channels sc = split(rule.depth, s), dc = split(rule.depth, d);
+  if (dst_alpha) return o == 0 ? 0 : uint32_t(o) << 24 | join(32, mixed(compositing(p, o), sc, dc));
+  channels c{};
+  for (size_t i = 0; i < 3; ++i)
+    c[i] = std::min(255, part(p, sc[i]) + part(q, dc[i]));
+  return join(rule.depth, c);
 }
 
 uint32_t put16(const pixel_rule &rule, const pixel_context &context, uint32_t s, uint32_t d) {
   if (rule.key == keying::ghost) return ((d & 0xF7DE) + (s & 0xF7DE)) >> 1;
   if (rule.fx >= dstoversrc && rule.fx <= srcxordst)
-    return composite_by_coverage(rule, context, s, d);
+    return composite(rule, context, rule.alpha ? context.alpha : 255, s, d);
   const channels b = blended(rule, context, s, d);
   if (!rule.alpha) return join(16, b);
   const channels sc = split(16, s), dc = split(16, d);
@@ -263,10 +214,7 @@ uint32_t put32(const pixel_rule &rule, const pixel_context &context, uint32_t s,
 
   int sa = rule.channel ? int(s >> 24) : 255;
   if (rule.alpha) sa = part(context.alpha, sa);
-  if (rule.fx >= dstoversrc && rule.fx <= srcxordst) {
-    if (rule.channel || context.dst_alpha) return composite_by_factors(rule, context, sa, s, d);
-    return composite_by_coverage(rule, context, s, d);
-  }
+  if (rule.fx >= dstoversrc && rule.fx <= srcxordst) return composite(rule, context, sa, s, d);
   if (rule.channel || rule.alpha) {
     // A transparent source pixel leaves the destination unchanged, top byte included.
     if (rule.channel && sa == 0) return d;
@@ -279,57 +227,22 @@ uint32_t put32(const pixel_rule &rule, const pixel_context &context, uint32_t s,
 
 uint32_t put8(const pixel_rule &rule, const pixel_context &context, uint32_t s, uint32_t d) {
   if (rule.key == keying::ghost) return context.ghost[s * 256 + d];
-  if (rule.fx >= dstoversrc && rule.fx <= srcxordst)
-    return composite_by_coverage(rule, context, s, d);
+  if (rule.fx >= dstoversrc && rule.fx <= srcxordst) return composite(rule, context, 255, s, d);
   return s;
 }
 
 } // namespace
 
+// clang-format off
 const std::array<std::string_view, 42> effect_names = {
-    "",
-    "src",
-    "dst",
-    "srcoverdst",
-    "dstoversrc",
-    "srcindst",
-    "dstinsrc",
-    "srcoutdst",
-    "dstoutsrc",
-    "srcatopdst",
-    "dstatopsrc",
-    "srccleardst",
-    "srcxordst",
-    "additiveblend",
-    "subtractiveblend",
-    "multiplyblend",
-    "averageblend",
-    "screenblend",
-    "rblend",
-    "gblend",
-    "bblend",
-    "rgblend",
-    "rbblend",
-    "gbblend",
-    "andblend",
-    "orblend",
-    "xorblend",
-    "invert",
-    "rinvert",
-    "ginvert",
-    "binvert",
-    "rginvert",
-    "rbinvert",
-    "gbinvert",
-    "grayscale",
-    "rscale",
-    "gscale",
-    "bscale",
-    "rgscale",
-    "rbscale",
-    "gbscale",
-    "tint",
+    "", "src", "dst", "srcoverdst", "dstoversrc", "srcindst", "dstinsrc", "srcoutdst", "dstoutsrc",
+    "srcatopdst", "dstatopsrc", "srccleardst", "srcxordst", "additiveblend", "subtractiveblend",
+    "multiplyblend", "averageblend", "screenblend", "rblend", "gblend", "bblend", "rgblend",
+    "rbblend", "gbblend", "andblend", "orblend", "xorblend", "invert", "rinvert", "ginvert",
+    "binvert", "rginvert", "rbinvert", "gbinvert", "grayscale", "rscale", "gscale", "bscale",
+    "rgscale", "rbscale", "gbscale", "tint",
 };
+// clang-format on
 
 uint32_t put_pixel(const pixel_rule &rule, const pixel_context &context, uint32_t s, uint32_t d) {
   if (rule.key != keying::every_pixel && s == 0) return d;
@@ -341,65 +254,29 @@ uint32_t put_pixel(const pixel_rule &rule, const pixel_context &context, uint32_
 }
 
 parsed_name parse_routine(std::string_view name) {
-  const auto bad = [&](const char *what) {
-    return std::invalid_argument(std::string(name) + ": " + what);
-  };
-  std::vector<std::string_view> words;
-  for (std::string_view rest = name;;) {
-    const size_t end = rest.find('_');
-    words.push_back(rest.substr(0, end));
-    if (end == rest.npos) break;
-    rest.remove_prefix(end + 1);
-  }
-  if (words.size() < 3) throw bad("too few words");
-
-  parsed_name parsed{std::string(words[0]), {}};
+  static const std::regex form("([a-z]+)_(8|16|32)to\\2_(normalnokey|normal|nokey|ghost)?_?"
+                               "(alpha(?!chn))?([a-z]*?)_?(alphachn)?");
+  const std::string text(name);
+  std::smatch word;
+  const auto bad = [&] { return std::invalid_argument(text + " is no routine's name"); };
+  static std::map<std::string, parsed_name> known; // expressions are slow
+  const auto [at, is_new] = known.try_emplace(text);
+  parsed_name &parsed = at->second;
+  if (!is_new) return parsed;
+  if (!std::regex_match(text, word, form)) throw bad();
+  parsed.operation = word[1];
   pixel_rule &rule = parsed.rule;
-  if (words[1] == "8to8")
-    rule.depth = 8;
-  else if (words[1] == "16to16")
-    rule.depth = 16;
-  else if (words[1] == "32to32")
-    rule.depth = 32;
-  else
-    throw bad("no depth");
-
-  const auto set_effect = [&](std::string_view effect) {
-    if (effect.starts_with("alpha")) {
-      rule.alpha = true;
-      effect.remove_prefix(5);
-      if (effect == "blend") return; // the solid copy with alpha
-    }
-    const auto found = std::find(effect_names.begin() + 1, effect_names.end(), effect);
-    if (found == effect_names.end()) throw bad("no such effect");
-    rule.fx = int(found - effect_names.begin());
-  };
-
-  rule.channel = words.back().ends_with("alphachn");
-  if (rule.channel) {
-    rule.key = keying::every_pixel;
-    if (words.size() == 3) {
-      rule.alpha = words[2] == "alphaalphachn";
-      if (!rule.alpha && words[2] != "alphachn") throw bad("no such effect");
-    } else if (words.size() != 4 || words[3] != "alphachn") {
-      throw bad("too many words");
-    } else if (words[2] == "ghost") {
-      rule.key = keying::ghost;
-    } else {
-      set_effect(words[2]);
-    }
-    return parsed;
-  }
-  if (words[2] == "normal")
-    rule.key = keying::keyed;
-  else if (words[2] == "nokey" || words[2] == "normalnokey")
-    rule.key = keying::every_pixel;
-  else if (words[2] == "ghost")
-    rule.key = keying::ghost;
-  else
-    throw bad("no key");
-  if (words.size() == 4) set_effect(words[3]);
-  if (words.size() > 4) throw bad("too many words");
+  rule.depth = std::stoi(word[2]);
+  rule.channel = word[6].matched;
+  const std::string key = word[3], effect = word[5];
+  rule.key = key == "ghost"                    ? keying::ghost
+             : rule.channel || key != "normal" ? keying::every_pixel
+                                               : keying::keyed;
+  rule.alpha = word[4].matched;
+  if (effect.empty() || (rule.alpha && effect == "blend")) return parsed;
+  const auto found = std::find(effect_names.begin() + 1, effect_names.end(), effect);
+  if (found == effect_names.end()) throw bad();
+  rule.fx = int(found - effect_names.begin());
   return parsed;
 }
 

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <vector>
 
-#include "checkspan/blits.h"
+#include "engine/checkspan/blits.h"
 
 namespace checkspan {
 
