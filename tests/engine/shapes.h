@@ -2,17 +2,15 @@
 // pixel.
 #pragma once
 
-#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <set>
 #include <span>
-#include <string>
 #include <utility>
 
 #include "orb/graphics2d.h"
 
-namespace raster_shapes {
+namespace shapes {
 
 constexpr int width = 37, height = 29;
 using pixel_set = std::set<std::pair<int64_t, int64_t>>; // x, y
@@ -32,16 +30,17 @@ struct plotter {
   }
 };
 
-/// The outline or all pixels of an inclusive box.
-void box(plotter &to, int64_t x0, int64_t y0, int64_t x1, int64_t y1, bool fill);
-
 struct shape {
   const char *name;
+  bool round; ///< by centre and radii; the reference walks along the outline
   void (*draw)(__ORBSurface2D__ *, const arguments &, uint32_t colour, int32_t fill);
   void (*reference)(plotter &, const arguments &, bool fill);
 };
+extern const std::span<const shape> all;
 
-std::span<const shape> all_shapes();
-const shape &shape_named(const std::string &name);
+/// The outline or all pixels of an inclusive box, and the references that drawings share.
+void box(plotter &to, int64_t x0, int64_t y0, int64_t x1, int64_t y1, bool fill);
+void line_reference(plotter &to, const arguments &a, bool);
+void ellipse_reference(plotter &to, const arguments &given, bool fill);
 
-} // namespace raster_shapes
+} // namespace shapes

@@ -1,4 +1,6 @@
-#include "raster_shapes.h"
+#include "engine/shapes.h"
+
+#include <algorithm>
 
 #include <cmath>
 #include <map>
@@ -6,34 +8,27 @@
 
 #include "raster/raster.h"
 
-namespace raster_shapes {
+namespace shapes {
 
-namespace {
-
-// ---- References ---------------------------------------------------------------------------------
-
+/// Nearest pixels; halfway between two, the one nearer the start.
 void line_reference(plotter &to, const arguments &a, bool) {
-  auto [x, y, x1, y1] = a;
-  int64_t px = x, py = y;
-  const int64_t dx = std::abs(int64_t(x1) - x), dy = std::abs(int64_t(y1) - y);
+  const auto [x0, y0, x1, y1] = a;
+  const uint64_t dx = uint64_t(std::abs(int64_t(x1) - x0)),
+                 dy = uint64_t(std::abs(int64_t(y1) - y0));
   const bool steep = dx < dy;
-  const int64_t major = steep ? dy : dx, minor = steep ? dx : dy;
-  const int sx = x1 < x ? -1 : 1, sy = y1 < y ? -1 : 1;
-  int64_t decision = 2 * minor - major;
-  for (int64_t step = 0;; ++step) {
-    to.dot(px, py);
-    if (step == major) return;
-    (steep ? py : px) += steep ? sy : sx;
-    if (decision > 0) {
-      (steep ? px : py) += steep ? sx : sy;
-      decision += 2 * (minor - major);
-    } else {
-      decision += 2 * minor;
-    }
+  const uint64_t major = steep ? dy : dx, minor = steep ? dx : dy;
+  for (int64_t at = steep ? to.top : to.left; at <= (steep ? to.bottom : to.right); ++at) {
+    const int64_t ahead =
+        (steep ? y1 < y0 : x1 < x0) ? (steep ? y0 : x0) - at : at - (steep ? y0 : x0);
+    if (ahead < 0 || uint64_t(ahead) > major) continue;
+    const uint64_t product = uint64_t(ahead) * minor, whole = major ? product / major : 0;
+    const auto across = int64_t(whole + (2 * (product - whole * major) > major));
+    if (steep)
+      to.dot(x1 < x0 ? x0 - across : x0 + across, at);
+    else
+      to.dot(at, y1 < y0 ? y0 - across : y0 + across);
   }
 }
-
-} // namespace
 
 void box(plotter &to, int64_t x0, int64_t y0, int64_t x1, int64_t y1, bool fill) {
   for (int64_t y = to.top; y <= to.bottom; ++y)
@@ -116,6 +111,8 @@ void rows_reference(plotter &to, const std::vector<reference_row> &rows, bool fi
     }
 }
 
+} // namespace
+
 void ellipse_reference(plotter &to, const arguments &given, bool fill) {
   const double x0 = std::min(given[0], given[2]), x1 = std::max(given[0], given[2]);
   const double y0 = std::min(given[1], given[3]), y1 = std::max(given[1], given[3]);
@@ -147,6 +144,8 @@ void ellipse_reference(plotter &to, const arguments &given, bool fill) {
   rows_reference(to, rows, fill);
 }
 
+namespace {
+
 void csellipse_reference(plotter &to, const arguments &given, bool fill) {
   const int64_t rx = std::max(given[2], 1), ry = std::max(given[3], 1), r = std::max(rx, ry);
   std::map<int64_t, int64_t> reach; // by row
@@ -166,41 +165,44 @@ void csellipse_reference(plotter &to, const arguments &given, bool fill) {
   rows_reference(to, rows, fill);
 }
 
-const shape shapes[] = {
-    {"line", [](auto *s, auto &a, uint32_t c, int32_t) { draw_line(s, a[0], a[1], a[2], a[3], c); },
+const shape shapes_[] = {
+    {"line", false,
+     [](auto *s, auto &a, uint32_t c, int32_t) { draw_line(s, a[0], a[1], a[2], a[3], c); },
      line_reference},
-    {"hline", [](auto *s, auto &a, uint32_t c, int32_t) { draw_hline(s, a[0], a[2], a[1], c); },
+    {"hline", false,
+     [](auto *s, auto &a, uint32_t c, int32_t) { draw_hline(s, a[0], a[2], a[1], c); },
      [](plotter &to, const arguments &a, bool) {
        to.run(std::min(a[0], a[2]), std::max(a[0], a[2]), a[1]);
      }},
-    {"vline", [](auto *s, auto &a, uint32_t c, int32_t) { draw_vline(s, a[1], a[3], a[0], c); },
+    {"vline", false,
+     [](auto *s, auto &a, uint32_t c, int32_t) { draw_vline(s, a[1], a[3], a[0], c); },
      [](plotter &to, const arguments &a, bool) {
        box(to, a[0], std::min(a[1], a[3]), a[0], std::max(a[1], a[3]), true);
      }},
-    {"rect",
+    {"rect", false,
      [](auto *s, auto &a, uint32_t c, int32_t fill) {
        draw_rect(s, a[0], a[1], a[2], a[3], c, fill);
      },
      rect_reference},
-    {"srect",
+    {"srect", false,
      [](auto *s, auto &a, uint32_t c, int32_t fill) {
        draw_srect(s, a[0], a[1], a[2], a[3], c, fill);
      },
      srect_reference},
-    {"csrect",
+    {"csrect", false,
      [](auto *s, auto &a, uint32_t c, int32_t fill) {
        draw_csrect(s, a[0], a[1], a[2], a[3], c, fill);
      },
      csrect_reference},
-    {"circle",
+    {"circle", true,
      [](auto *s, auto &a, uint32_t c, int32_t fill) { draw_circle(s, a[0], a[1], a[2], c, fill); },
      circle_reference},
-    {"ellipse",
+    {"ellipse", false,
      [](auto *s, auto &a, uint32_t c, int32_t fill) {
        draw_ellipse(s, a[0], a[1], a[2], a[3], c, fill);
      },
      ellipse_reference},
-    {"csellipse",
+    {"csellipse", true,
      [](auto *s, auto &a, uint32_t c, int32_t fill) {
        draw_csellipse(s, a[0], a[1], a[2], a[3], c, fill);
      },
@@ -209,13 +211,6 @@ const shape shapes[] = {
 
 } // namespace
 
-std::span<const shape> all_shapes() {
-  return shapes;
-}
+const std::span<const shape> all = shapes_;
 
-const shape &shape_named(const std::string &name) {
-  return *std::find_if(std::begin(shapes), std::end(shapes),
-                       [&](const shape &s) { return s.name == name; });
-}
-
-} // namespace raster_shapes
+} // namespace shapes
