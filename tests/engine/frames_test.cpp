@@ -1,0 +1,355 @@
+// Frame zones in lockstep with their rules, restores pixel by pixel, and whole frames in lockstep
+// with a redraw from scratch.
+#include <algorithm>
+#include <cstring>
+#include <map>
+#include <vector>
+
+#include <SDL.h>
+#include <gtest/gtest.h>
+
+#include "blit/blit_list.h"
+#include "frame/draw_frame.h"
+#include "support/random.h"
+#include "support/world.h"
+#include "surface/fill.h"
+#include "surface/screen.h"
+#include "video/fades.h"
+#include "video/presentation.h"
+#include "video/restore.h"
+#include "video/zones.h"
+
+namespace {
+
+struct Frames : testing::Test {
+  world w;
+  random_source random{base_seed()};
+  static constexpr int width = 97, height = 61;
+  std::vector<int32_t> graphs, drawings;
+  std::vector<orb_process *> sprites, specks;
+  int32_t canvas = 0; // a graph on which processes draw
+
+  int between(int low, int high) { return random.between(low, high); }
+  bool one_in(int n) { return random.one_in(n); }
+  template <typename T> const T &any(const std::vector<T> &of) {
+    return of[size_t(random.below(int(of.size())))];
+  }
+  int32_t colour() { return mode.bpp == 32 ? int32_t(random.word()) : random.below(1 << mode.bpp); }
+  int32_t call(const char *name, std::vector<orbhost::Argument> arguments = {}) {
+    return w.host.call(name, std::move(arguments));
+  }
+
+  void begin(int32_t bpp) {
+    call("mode_set", {width, height, bpp, 64});
+    for (const auto &[gw, gh] :
+         {std::pair{9, 7}, {32, 32}, {60, 11}, {120, 90}, {1, 1}, {40, 30}}) {
+      const int32_t code = call("map_new", {gw, gh});
+      auto *const surface =
+          const_cast<__ORBSurface2D__ *>(surface_of({"graph", "0", std::to_string(code)}));
+      for (int i = 0; i < gw * gh; ++i)
+        if (!one_in(3)) set_pixel(*surface, uint32_t(i % gw), uint32_t(i / gw), uint32_t(colour()));
+      graphs.push_back(code);
+    }
+    canvas = graphs.back();
+    graphs.pop_back();
+    for (int i = 0; i < 9; ++i)
+      sprites.push_back(w.host.spawn());
+    for (int i = 0; i < 140; ++i) { // more than there are zones
+      orb_locals &l = *specks.emplace_back(w.host.spawn())->locals;
+      l.graph = graphs.back();
+      l.visible = 0;
+      l.x = i % 32 * 3;
+      l.y = i / 32 * 4;
+    }
+    call("region_define", {1, 5, 3, 57, 18});
+    call("region_define", {2, 10, 3, 53, 38});
+  }
+
+  void change_sprite(orb_locals &l) {
+    const bool transformed = one_in(3);
+    l.visible = !one_in(5);
+    l.graph = any(graphs);
+    l.x = between(-20, width + 20);
+    l.y = between(-20, height + 20);
+    l.z = between(-3, 3);
+    l.region = between(0, 2);
+    l.flags = between(0, 11);
+    l.alpha = one_in(3) ? between(0, 255) : 255;
+    l.fxmode = one_in(4) ? between(0, 12) : 0;
+    l.angle = transformed ? between(0, 359999) : 0;
+    l.size = transformed ? between(20, 300) : 100;
+    l.shear_x = transformed && one_in(2) ? between(-90, 90) : 0;
+    l.destination_graph = one_in(9) ? canvas : 0;
+  }
+  void change_drawings() {
+    const auto x = [&] { return between(-9, width + 9); };
+    if (drawings.size() < 4) {
+      drawings.push_back(
+          call("draw_new", {between(1, 5), colour(), between(0, mode.bpp == 8 ? 15 : 255),
+                            between(0, 2), x(), x(), x(), x()}));
+    } else if (one_in(2)) {
+      call("draw_delete", {drawings.back()});
+      drawings.pop_back();
+    } else {
+      call("draw_move", {any(drawings), x(), x(), x(), x()});
+    }
+    w.host.global("draw_visible") = !one_in(5);
+  }
+  void change_ground() {
+    const int x = between(0, width), y = between(0, height);
+    switch (between(0, 7)) {
+    case 0: call("ground_put", {0, any(graphs), x, y}); break;
+    case 1: call("ground_put_pixel", {x, y, colour()}); break;
+    case 2: call("ground_put_line", {x, y, y, x, colour()}); break;
+    case 3: call("ground_put_csellipse", {x, y, 9, 5, colour(), 1}); break;
+    case 4: call("ground_put_screen", {0, any(graphs)}); break;
+    case 5: call("ground_put_tile", {0, any(graphs), x, y}); break;
+    case 6: call("screen_clear"); break;
+    default: call("screen_set_color", {colour()}); break;
+    }
+  }
+  void change_fade() {
+    const auto level = [&] { return between(0, 200); };
+    switch (between(0, 4)) {
+    case 0: call("screen_fade_out"); break;
+    case 1: call("screen_fade", {level(), level(), level(), between(1, 70)}); break;
+    default: call("screen_fade_in"); break;
+    }
+  }
+  void change_mode_settings() {
+    switch (between(0, 3)) {
+    case 0: call("mode_set_filter", {between(0, 2), 1 | 16 << between(0, 3)}); break;
+    case 1: call("virtualresolution_set", {150, 100, between(0, 1), between(0, 1)}); break;
+    case 2: call("virtualresolution_set", {0, 0, 0, 0}); break;
+    default: call("mode_set", {width, height, mode.bpp, one_in(2) ? 64 : 128}); break;
+    }
+  }
+  void change_something() {
+    for (orb_process *sprite : sprites)
+      if (one_in(4)) change_sprite(*sprite->locals);
+    if (one_in(40)) // an empty frame, or one of more zones than there are
+      for (orb_process *each : one_in(2) ? sprites : specks)
+        each->locals->visible = each->locals->graph == graphs.back() && one_in(2);
+    if (one_in(6)) change_drawings();
+    if (one_in(8)) change_ground();
+    if (one_in(30)) change_fade();
+    if (one_in(60)) change_mode_settings();
+    if (one_in(6))
+      call("screen_draw_graphic", {0, any(graphs), between(0, width), between(0, height), 0, 0});
+    if (one_in(12)) w.host.global("dump_type") = between(-1, 2);
+    if (one_in(12)) w.host.global("restore_type") = between(-2, 2);
+    w.host.renderer_busy = one_in(30); // the host skips frames when it is late
+  }
+
+  static std::vector<uint8_t> bytes(const void *from, size_t size) {
+    const auto *first = static_cast<const uint8_t *>(from);
+    return {first, first + size};
+  }
+  /// The screen holds the background and this frame's requests, by depth and age, faded.
+  void expect_redrawn() {
+    const auto drawn = bytes(screen->pixels, screen->byte_size);
+    if (ground_puting)
+      memcpy(screen->pixels, ground->pixels, screen->byte_size);
+    else
+      ORBGI2D_BlitFill(screen, screen_color, 0);
+    std::multimap<int32_t, __ORBBlit2D__ *, std::greater<>> by_depth;
+    for (int32_t i = 0; i < num_blits2D; ++i)
+      by_depth.emplace(pBlitList2D->requests[i].z, &pBlitList2D->requests[i]);
+    for (const auto &[z, request] : by_depth)
+      if (request->dst == screen) request->blit_op(request);
+    if (mode.bpp > 8 && fade_pos != fade_levels{100, 100, 100}) do_fading(nullptr);
+    const auto redrawn = bytes(screen->pixels, screen->byte_size);
+    memcpy(screen->pixels, drawn.data(), drawn.size());
+    ASSERT_TRUE(drawn == redrawn) << "the screen differs from a redraw";
+  }
+  static void expect_shown() {
+    const SDL_Surface *const display = SDL_GetVideoSurface();
+    const size_t size = size_t(display->pitch) * size_t(display->h);
+    const auto shown = bytes(display->pixels, size);
+    filter_status = filter_status_stale;
+    VID_DrawFrame();
+    ASSERT_TRUE(shown == bytes(display->pixels, size)) << "the display doesn't show the screen";
+  }
+};
+
+TEST_F(Frames, EqualARedrawAndTheDisplayShowsThem) {
+  for (const int32_t bpp : {8, 16, 32}) {
+    begin(bpp);
+    for (int frame = 0; frame < 2000; ++frame) {
+      SCOPED_TRACE(testing::Message() << "frame " << frame << " at " << bpp << " bits, dump "
+                                      << dump_type << ", restore " << restore_type);
+      change_something();
+      const bool skipped = w.host.renderer_busy;
+      w.host.frame();
+      if (!skipped && restore_type != -1) expect_redrawn();
+      expect_shown();
+      if (HasFatalFailure()) return;
+    }
+    // The next depth inherits a resting fade.
+    call("screen_fade", {50, 60, 70, 64});
+    w.host.frame();
+    w.host.frame();
+    w.host.processes().kill_all();
+    call("draw_delete", {-1});
+    drawings.clear(), graphs.clear(), sprites.clear(), specks.clear();
+  }
+}
+
+TEST_F(Frames, AMovingSpriteCostsItsZonesAlone) {
+  begin(32);
+  orb_locals &l = *sprites[0]->locals;
+  for (orb_process *sprite : sprites)
+    sprite->locals->visible = sprite == sprites[0];
+  l.graph = graphs[1];
+  l.y = 30;
+  call("ground_put", {0, graphs[3], 50, 30});
+  call("screen_fade_in");
+  w.host.global("dump_type") = 0;
+  for (const int32_t restore : {0, 1}) {
+    w.host.global("restore_type") = restore;
+    for (l.x = 20; l.x < 40; ++l.x) {
+      // Pixels outside the zones are neither restored nor presented.
+      set_pixel(*screen, width - 1, height - 1, 0xABCDEF);
+      w.host.frame();
+      if (l.x < 36) continue; // the fade in, and the first frame with these types
+      EXPECT_EQ(pixel(*screen, width - 1, height - 1) == 0xABCDEF, restore == 0);
+      EXPECT_EQ(num_framezones, 1);
+      EXPECT_EQ(complete_frame, 0);
+      EXPECT_NE(pixel(*buffer, width - 1, height - 1), 0xABCDEFu);
+    }
+  }
+}
+
+/// An operation may take requests of its own while the frame is drawn, and the list may move.
+TEST_F(Frames, DrawEveryRequestOfAListThatMoves) {
+  begin(32);
+  static int drawn;
+  drawn = 0;
+  for (int i = 0; i < 10; ++i) {
+    __ORBBlit2D__ *const request = GetAndUpdateBlitList();
+    request->dst = screen;
+    request->z = 500 - i;
+    request->blit_op = [](__ORBBlit2D__ *r) {
+      for (int more = 0; r->z == 498 && more < 5000; ++more)
+        GetAndUpdateBlitList();
+      return ++drawn;
+    };
+  }
+  w.host.frame();
+  EXPECT_EQ(drawn, 10);
+  EXPECT_EQ(GetNumsBlitOnList(), 0);
+}
+
+// ---- Zones --------------------------------------------------------------------------------------
+
+/// The zones as their rules say, which are odd: a box belongs to the last zone that has an end of
+/// it inside or beside it, across and down; one that reaches over a zone on both sides doesn't; and
+/// zones that grow together stay two.
+struct zone_rules {
+  std::vector<orb_frame_zone> zones;
+  bool complete = false;
+
+  static bool has_end(int a, int b, int z0, int z1) {
+    return (a >= z0 && a <= z1 + 1) || (b >= z0 - 1 && b <= z1);
+  }
+  /// False when there is no room for a zone.
+  bool add(const orb_frame_zone &box) {
+    if (box.w < 1 || box.h < 1) return true;
+    auto at = std::find_if(zones.rbegin(), zones.rend(), [&](const orb_frame_zone &z) {
+      return has_end(box.x0, box.x1, z.x0, z.x1) && has_end(box.y0, box.y1, z.y0, z.y1);
+    });
+    if (at == zones.rend()) {
+      if (zones.size() == 128) return false;
+      zones.push_back(box);
+      if (zones.size() == 1) return true; // its caller has compared it with the screen
+      at = zones.rbegin();
+    }
+    at->x0 = std::min(at->x0, box.x0);
+    at->y0 = std::min(at->y0, box.y0);
+    at->x1 = std::max(at->x1, box.x1);
+    at->y1 = std::max(at->y1, box.y1);
+    at->w = std::min(at->x1 - at->x0 + 1, 64);
+    at->h = std::min(at->y1 - at->y0 + 1, 48);
+    complete |= at->w == 64 && at->h == 48;
+    return true;
+  }
+};
+
+TEST_F(Frames, ZonesGatherBoxesByTheirRules) {
+  w.set_mode(32);
+  int full = 0, completed = 0;
+  for (int round = 0; round < 400; ++round) {
+    num_framezones = complete_frame = 0;
+    zone_rules rules;
+    // Small boxes fill the table; large ones join and complete the frame.
+    const int largest = 1 + random.below(round % 4 ? 3 : 70), area = round % 4 ? 1000 : 74;
+    for (int i = 0; i < 300; ++i) {
+      const int x = random.below(area), y = random.below(area);
+      const int bw = random.below(largest + 1), bh = random.below(largest + 1);
+      const orb_frame_zone box = {x, y, x + bw - 1, y + bh - 1, bw, bh};
+      const bool fits = rules.add(box);
+      ASSERT_EQ(accumulate_zone(box), fits);
+      full += !fits;
+      ASSERT_EQ(num_framezones, int(rules.zones.size()));
+      ASSERT_EQ(complete_frame, rules.complete);
+      ASSERT_EQ(memcmp(framezones, rules.zones.data(), rules.zones.size() * sizeof box), 0);
+    }
+    completed += rules.complete;
+  }
+  EXPECT_GT(full, 1000);
+  EXPECT_GT(completed, 10);
+
+  // What was drawn left of the screen counts on the right of its border.
+  __ORBBlit2D__ request{};
+  request.drawn_x0 = -7, request.drawn_x1 = -3, request.drawn_y0 = 2, request.drawn_y1 = -9;
+  const orb_frame_zone mirrored = zone_of(&request), expected = {7, 2, 3, 9, -3, 8};
+  EXPECT_EQ(memcmp(&mirrored, &expected, sizeof expected), 0);
+  request.drawn_x0 = 0, request.drawn_x1 = INT32_MIN;
+  EXPECT_GT(zone_of(&request).w, 0x7FFFFFF0);
+}
+
+TEST_F(Frames, RestoreEveryPixelOfTheZonesAndNoOther) {
+  for (const int depth : {8, 16, 32}) {
+    w.set_mode(depth);
+    const uint32_t mask = depth == 32 ? ~0u : (1u << depth) - 1;
+    screen_color = 0xA1B2C3D4;
+    for (uint32_t i = 0; i < ground->byte_size; ++i)
+      static_cast<uint8_t *>(ground->pixels)[i] = uint8_t(random.word());
+    for (int round = 0; round < 200; ++round) {
+      num_framezones = random.below(5);
+      for (int i = 0; i < num_framezones; ++i) {
+        const auto corner = [&] {
+          return one_in(16) ? random.any_of({INT32_MIN, -1, INT32_MAX}) : random.below(80);
+        };
+        framezones[i] = {corner(), corner(), 0, 0, corner(), corner()};
+      }
+      const int kind = random.below(3), type = one_in(10);
+      complete_frame = one_in(10);
+      fading_run = one_in(10);
+      const bool all = type || complete_frame || fading_run;
+      memset(screen->pixels, 0x5A, screen->byte_size);
+      const bool other_depth = one_in(20); // after a mode change that failed
+      set_restore_routines(other_depth ? (depth == 8 ? 16 : 8) : depth, kind == 1);
+      (kind == 2 ? draw_ground : clear_screen)(type);
+      int wrong = 0;
+      for (int y = 0; y < 48; ++y)
+        for (int x = 0; x < 64; ++x) {
+          const bool restored =
+              !other_depth &&
+              (all || std::any_of(framezones, framezones + num_framezones, [&](const auto &z) {
+                 return z.x0 >= 0 && z.y0 >= 0 && x >= z.x0 && y >= z.y0 &&
+                        x < int64_t(z.x0) + z.w && y < int64_t(z.y0) + z.h;
+               }));
+          const uint32_t wanted = !restored   ? 0x5A5A5A5A & mask
+                                  : kind == 0 ? 0
+                                  : kind == 1 ? 0xA1B2C3D4 & mask
+                                              : pixel(*ground, uint32_t(x), uint32_t(y));
+          wrong += pixel(*screen, uint32_t(x), uint32_t(y)) != wanted;
+        }
+      ASSERT_EQ(wrong, 0) << depth << " bits, kind " << kind << ", round " << round;
+    }
+    set_restore_routines(depth, false);
+  }
+}
+
+} // namespace
