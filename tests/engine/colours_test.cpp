@@ -1,0 +1,361 @@
+// Colours: packing, searches in the palette and what is made of them, conversions, fills and the
+// tables of the effects, each against its definition.
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <set>
+#include <tuple>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "blit/effect_tables.h"
+#include "engine/picture.h"
+#include "failing_allocator.h"
+#include "support/world.h"
+#include "surface/colour.h"
+#include "surface/conversion.h"
+#include "surface/depth_tables.h"
+#include "surface/fill.h"
+#include "surface/ghost_table.h"
+#include "surface/nearest_colour.h"
+#include "surface/palette.h"
+#include "surface/screen.h"
+#include "surface/surface.h"
+
+namespace {
+
+struct Colours : testing::Test {
+  world w;
+  random_source random{base_seed()};
+  Colours() { w.set_mode(8); }
+
+  /// Few distinct colours make ties, narrow ranges crowd the cells of a search.
+  void paint(__ORBPalette2D__ &palette, int kind) {
+    const auto component = [&](int i) -> int {
+      switch (kind % 6) {
+      case 0: return random.below(256);
+      case 1: return random.below(64) * 4;
+      case 2: return random.below(3) * 127;
+      case 3: return 100 + random.below(20);
+      case 4: return i;
+      default: return 42;
+      }
+    };
+    for (int i = 0; i < 256; ++i)
+      palette.colours[i] = {uint8_t(component(i)), uint8_t(component(i)), uint8_t(component(i))};
+  }
+};
+
+int distance(const orb_rgb &entry, int r, int g, int b) {
+  return std::abs(entry.r - r) + std::abs(entry.g - g) + std::abs(entry.b - b);
+}
+/// The lowest of the indices 1..254 at the least distance: never the key, nor the last.
+int nearest(const __ORBPalette2D__ &in, int r, int g, int b) {
+  int best = 1;
+  for (int i = 2; i <= 254; ++i)
+    if (distance(in.colours[i], r, g, b) < distance(in.colours[best], r, g, b)) best = i;
+  return best;
+}
+
+TEST_F(Colours, ArePackedClampedAndUnpacked) {
+  for (int i = 0; i < 5000; ++i) {
+    int32_t c[4];
+    uint32_t k[4];
+    for (int j = 0; j < 4; ++j) {
+      c[j] = random.one_in(4) ? random.any_of({INT32_MIN, -1, 0, 255, 256, INT32_MAX})
+                              : random.between(-20, 280);
+      k[j] = uint32_t(std::clamp(c[j], 0, 255));
+    }
+    const uint32_t p16 = k[0] / 8 * 2048 + k[1] / 4 * 32 + k[2] / 8;
+    const uint32_t p32 = k[0] * 65536 + k[1] * 256 + k[2];
+    ASSERT_EQ(set_rgb_16bits(c[0], c[1], c[2]), p16);
+    ASSERT_EQ(set_rgbx_16bits(c[0], c[1], c[2]), p16);
+    ASSERT_EQ(set_rgba_16bits(c[0], c[1], c[2], c[3]), p16);
+    ASSERT_EQ(set_rgb_32bits(c[0], c[1], c[2]), p32) << "without alpha";
+    ASSERT_EQ(set_rgbx_32bits(c[0], c[1], c[2]), p32 + 255u * 16777216u) << "opaque";
+    ASSERT_EQ(set_rgba_32bits(c[0], c[1], c[2], c[3]), p32 + k[3] * 16777216u);
+    int32_t r = -1, g = -1, b = -1, a = -1;
+    ASSERT_EQ(get_rgba_32bits(p32 + k[3] * 16777216u, &r, &g, &b, &a), 1);
+    ASSERT_EQ(std::tuple(r, g, b, a), std::tuple(k[0], k[1], k[2], k[3]));
+    ASSERT_EQ(get_rgba_16bits(p16, &r, &g, &b, &a), 1);
+    ASSERT_EQ(std::tuple(r, g, b, a), std::tuple(k[0] & 248, k[1] & 252, k[2] & 248, 255));
+    // A 16-bit colour above 65535 shows in red, which isn't masked.
+    get_rgb_16bits(p16 + 65536, &r, nullptr, nullptr);
+    ASSERT_EQ(r, int32_t((k[0] & 248) + 256));
+    get_rgb_32bits(p32, nullptr, &g, nullptr);
+    ASSERT_EQ(g, int32_t(k[1]));
+  }
+}
+
+TEST_F(Colours, SearchesFindTheLowestOfTheNearest) {
+  for (int i = 0; i < 3000; ++i) {
+    if (i % 20 == 0) paint(*palette, i / 20);
+    int32_t c[3];
+    int k[3]; // components above 63 wrap
+    for (int j = 0; j < 3; ++j) {
+      c[j] = random.one_in(50) ? random.any_of({INT32_MIN, INT32_MAX}) : random.between(-80, 120);
+      k[j] = int(std::llabs(c[j]) % 64 * 4);
+    }
+    ASSERT_EQ(find_color(c[0], c[1], c[2]), nearest(*palette, k[0], k[1], k[2]));
+    ASSERT_EQ(last_found_colour, nearest(*palette, k[0], k[1], k[2]));
+  }
+  __ORBPalette2D__ p{};
+  for (int kind = 0; kind < 48; ++kind) {
+    // Entries change in place, too: what was learnt about the old colours is out of date.
+    if (kind % 8 == 6)
+      load_default_palette(&p);
+    else if (kind % 8 == 7)
+      p.colours[random.between(1, 254)] = {7, uint8_t(random.word()), 9};
+    else
+      paint(p, kind % 8);
+    std::vector<uint32_t> colours = {0, 0xFF, 0xFF00, 0xFFFF, 0xFF0000, 0xFF00FF, 0xFFFFFF};
+    for (const orb_rgb &e : p.colours)
+      colours.push_back((uint32_t(e.r) << 16 | uint32_t(e.g) << 8 | e.b) ^
+                        (random.word() & 0x30301));
+    for (int i = 0; i < 3000; ++i)
+      colours.push_back(random.one_in(4) ? colours.back() : random.word());
+    // With memory; without any; with just enough to begin; and with memory from there on.
+    for (const uint32_t failing : {1000, 1, 2, 1000}) {
+      if (failing < 1000) forget_nearest();
+      std::vector<uint8_t> found(colours.size());
+      {
+        const allocation_fault fault(failing, fault_scope::module, fault_kind::onwards);
+        find_all_nearest(&p, colours.data(), uint32_t(colours.size()), found.data());
+      }
+      for (size_t i = 0; i < colours.size(); ++i) {
+        const uint32_t c = colours[i];
+        ASSERT_EQ(found[i], nearest(p, c >> 16 & 255, c >> 8 & 255, c & 255))
+            << "kind " << kind << ", failing " << failing << ", colour " << i;
+      }
+    }
+  }
+}
+
+TEST_F(Colours, GhostsForcedPalettesAndSystemColoursAreTheNearest) {
+  for (int kind = 0; kind < 6; ++kind) {
+    paint(*palette, kind);
+    const auto index_of = [](int r, int g, int b) { return nearest(*palette, r, g, b); };
+    update_ghost_table();
+    EXPECT_EQ(fake_ghost_table, 0);
+    for (int s = 0; s < 256; ++s)
+      for (int d = s; d < 256; ++d) {
+        const orb_rgb &a = palette->colours[s], &b = palette->colours[d];
+        const int mix = index_of((a.r + b.r) / 2, (a.g + b.g) / 2, (a.b + b.b) / 2);
+        ASSERT_EQ(table_ghost8[s * 256 + d], mix) << kind << ": " << s << ", " << d;
+        ASSERT_EQ(table_ghost8[d * 256 + s], mix) << kind << ": " << s << ", " << d;
+      }
+    update_system_colors();
+    const int greys[] = {0, 128, 255},
+              found[] = {system_colors.black, system_colors.grey, system_colors.white};
+    for (int i = 0; i < 3; ++i)
+      EXPECT_EQ(found[i], index_of(greys[i], greys[i], greys[i]));
+    // Index 0 stays, and so does a colour that both palettes have at the same place.
+    __ORBPalette2D__ source;
+    paint(source, 0);
+    source.colours[77] = palette->colours[77];
+    source.colours[255] = palette->colours[255];
+    ASSERT_EQ(init_force_palette(&source), 1);
+    for (int i = 0; i < 256; ++i) {
+      const orb_rgb &s = source.colours[i];
+      const bool stays = i == 0 || distance(palette->colours[i], s.r, s.g, s.b) == 0;
+      ASSERT_EQ(forced_palette_map[i], stays ? i : index_of(s.r, s.g, s.b)) << kind << ", " << i;
+    }
+  }
+  load_default_palette(palette);
+  update_system_colors();
+  const auto green = [](uint8_t index) { return palette->colours[index].g; };
+  EXPECT_LT(green(system_colors.black), green(system_colors.dark_grey));
+  EXPECT_LT(green(system_colors.dark_grey), green(system_colors.grey));
+  EXPECT_LT(green(system_colors.grey), green(system_colors.light_grey));
+  EXPECT_LT(green(system_colors.light_grey), green(system_colors.white));
+}
+
+/// The ghost table is made when a ghost is first drawn under a palette.
+TEST_F(Colours, GhostsAreSolidUntilTheFirstIsDrawn) {
+  set_color(9, 63, 0, 0);
+  ASSERT_EQ(create_ghost_table(), 1);
+  EXPECT_EQ(fake_ghost_table, 1);
+  EXPECT_EQ(table_ghost8[20 * 256 + 30], 20);
+  orb_locals &ghost = *w.host.spawn()->locals;
+  ghost.graph = w.host.call("map_new", {1, 1, 0, 0, 15}); // white
+  w.host.frame();
+  EXPECT_EQ(fake_ghost_table, 1);
+  ghost.flags = 4;
+  w.host.frame();
+  EXPECT_EQ(fake_ghost_table, 0);
+  const orb_rgb half = palette->colours[pixel(*surface_of({"screen"}), 0, 0)];
+  EXPECT_LE(distance(half, 126, 126, 126), 12) << "white over black";
+}
+
+TEST_F(Colours, PalettesAreExchangedMarkedAndSummed) {
+  palette_update = force_sys_fnt = fake_ghost_table = palette_loaded = 0;
+  EXPECT_EQ(set_color(200, -63, 64, INT32_MIN), 1);
+  EXPECT_EQ(distance(palette->colours[200], 252, 0, 0), 0) << "64 wraps to 0";
+  EXPECT_EQ(std::tuple(palette_update, force_sys_fnt, fake_ghost_table), std::tuple(1, 1, 1));
+  __ORBPalette2D__ mine, out;
+  paint(mine, 0);
+  EXPECT_EQ(set_palette(&mine), 1);
+  EXPECT_EQ(palette_loaded, 1);
+  EXPECT_EQ(get_palette(&out), 1);
+  EXPECT_EQ(memcmp(&out, &mine, sizeof out), 0);
+  EXPECT_EQ(get_palette(nullptr) + set_palette(nullptr) + init_force_palette(nullptr) +
+                copy_palette(&out, nullptr) + copy_palette(nullptr, &out),
+            0);
+  std::swap(out.colours[250], out.colours[251]);
+  EXPECT_NE(palette_checksum(&out), palette_checksum(&mine)) << "a remapping would be left out";
+  __ORBPalette2D__ one{};
+  one.colours[255] = {1, 2, 3};
+  EXPECT_EQ(palette_checksum(&one), ((1u * 2 + 2) * 2 + 3) * 2);
+
+  __ORBPalette2D__ *const first = palette;
+  w.set_mode(8);
+  EXPECT_EQ(palette, first) << "the same depth keeps it";
+  w.set_mode(16);
+  EXPECT_EQ(palette, nullptr);
+  EXPECT_EQ(table_ghost8, nullptr);
+  EXPECT_EQ(get_palette(&out) + set_palette(&mine) + init_force_palette(&mine), 0);
+  EXPECT_EQ(find_color(1, 2, 3), 0);
+  w.set_mode(8);
+  load_default_palette(&out);
+  EXPECT_EQ(memcmp(palette, &out, sizeof out), 0);
+  EXPECT_EQ(palette_loaded, 0);
+  // The default has a colour near any other, and nearly all are different.
+  std::set<int> distinct;
+  for (const orb_rgb &e : out.colours) {
+    EXPECT_EQ((e.r | e.g | e.b) & 3, 0);
+    distinct.insert(e.r << 16 | e.g << 8 | e.b);
+  }
+  EXPECT_GT(distinct.size(), 245u);
+  for (int i = 0; i < 2000; ++i) {
+    const int r = random.below(253), g = random.below(253), b = random.below(253);
+    ASSERT_LE(distance(out.colours[find_nearest(&out, r, g, b)], r, g, b), 3 * 26);
+  }
+}
+
+TEST_F(Colours, PicturesAreConvertedPixelByPixel) {
+  guarded_memory memory(4096);
+  __ORBPalette2D__ own;
+  paint(own, 0);
+  for (int round = 0; round < 300; ++round) {
+    const int from_depth = random.any_of({8, 16, 32}), to_depth = random.any_of({8, 16, 32});
+    if (mode.bpp != to_depth) w.set_mode(to_depth);
+    __ORBPalette2D__ in_force;
+    load_default_palette(&in_force);
+    update_depth_tables(&in_force);
+    picture from(memory, random.between(1, 20), random.between(1, 5), from_depth, true);
+    from.fill(random, 4);
+    uint32_t points[3] = {1, 2, 1};
+    from.surface.cpoints = points;
+    uint8_t alphas[256];
+    for (uint8_t &alpha : alphas)
+      alpha = uint8_t(random.byte());
+    const bool of_its_own = random.one_in(2), transparent = of_its_own && random.one_in(2);
+    const __ORBPalette2D__ &colours = of_its_own ? own : in_force;
+    __ORBSurface2D__ *const to = copy_at_screen_depth(&from.surface, of_its_own ? &own : nullptr,
+                                                      transparent ? alphas : nullptr);
+    ASSERT_EQ(to == nullptr, from_depth > to_depth);
+    if (!to) continue;
+    EXPECT_EQ(to->alpha_channel, transparent && from_depth == 8 && to_depth == 32);
+    EXPECT_EQ(to->cpoints[1], 2u);
+    for (uint32_t y = 0; y < to->height; ++y)
+      for (uint32_t x = 0; x < to->width; ++x) {
+        const uint32_t p = from.get(int(x), int(y));
+        const auto [r, g, b] = colours.colours[p & 255];
+        uint32_t wanted = p;
+        if (from_depth == 8 && to_depth == 16) {
+          wanted = r / 8u * 2048 + g / 4u * 32 + b / 8u;
+          // A black that can be seen isn't the key.
+          if (transparent) wanted = alphas[p] < 128 ? 0 : std::max(wanted, 1u);
+        } else if (from_depth == 8 && to_depth == 32) {
+          wanted = r * 65536u + g * 256u + b + (transparent ? alphas[p] * 16777216u : 0);
+        } else if (from_depth < to_depth) {
+          wanted = p / 2048 * 8 * 65536 + p / 32 % 64 * 4 * 256 + p % 32 * 8;
+          ASSERT_EQ(table_color16to32[p], wanted);
+        }
+        ASSERT_EQ(pixel(*to, x, y), wanted) << from_depth << "->" << to_depth;
+      }
+    ORBGI2D_DeleteGFXSurface(to);
+  }
+}
+
+TEST_F(Colours, FillsAndReplacementsTouchTheirPixelsAlone) {
+  guarded_memory memory(4096);
+  for (int round = 0; round < 600; ++round) {
+    const int depth = random.any_of({8, 16, 32}), padding = 4 * random.below(3);
+    picture p(memory, random.between(1, 50), random.between(1, 4), depth, random.one_in(2),
+              padding);
+    p.fill(random, 3);
+    const uint32_t mask = depth == 32 ? ~0u : (1u << depth) - 1;
+    const uint32_t colour = random.word(), replaced = p.get(0, 0);
+    const bool keeps = random.one_in(2), replaces = padding == 0 && random.one_in(2);
+    const std::vector<uint8_t> before = p.bytes();
+    for (int y = 0; y < int(p.surface.height); ++y)
+      for (int x = 0; x < int(p.surface.width); ++x) {
+        const uint32_t old = p.get(x, y), kept = depth == 32 && keeps ? 0xFF000000 : 0;
+        if (!replaces || old == replaced)
+          p.put(x, y, replaces ? colour & mask : (old & kept) | (colour & mask & ~kept));
+      }
+    const std::vector<uint8_t> wanted = p.bytes();
+    p.set_bytes(before);
+    if (!replaces)
+      EXPECT_EQ(ORBGI2D_BlitFill(&p.surface, colour, keeps), 1);
+    else
+      (depth == 8    ? draw_pixels_8to8bits
+       : depth == 16 ? draw_pixels_16to16bits
+                     : draw_pixels_32to32bits)(&p.surface, replaced, colour);
+    ASSERT_TRUE(p.bytes() == wanted) << depth << " bits, round " << round << ", " << replaces;
+  }
+}
+
+// ---- The tables of the effects ------------------------------------------------------------------
+
+TEST_F(Colours, EffectTablesAreExact) {
+  fill_effect_tables32();
+  for (int sum = 0; sum < 512; ++sum) {
+    EXPECT_EQ(FX_additiveblend32_table[sum], std::min(sum, 255));
+    // 256, for the sum 511, doesn't fit.
+    EXPECT_EQ(FX_subtractiveblend32_table[sum], sum == 511 ? 0 : std::max(sum - 255, 0));
+    EXPECT_EQ(FX_alphaadditiveblend16_table[sum], std::min(sum, 255));
+  }
+  fill_effect_tables16();
+  for (int a = 0; a < 256; ++a) {
+    EXPECT_EQ(FX_scaleR32_table[a], 76 * a / 255);
+    EXPECT_EQ(FX_scaleG32_table[a], 150 * a / 255);
+    EXPECT_EQ(FX_scaleB32_table[a], 29 * a / 255);
+    for (int j = 0; j < 256; ++j) {
+      ASSERT_EQ(FX_alpha32_table[a][j], a * j / 255);
+      ASSERT_EQ(FX_multiplyblend32_table[a][j], a * j / 255);
+      ASSERT_EQ(FX_screenblend32_table[a][j], 255 - (255 - a) * (255 - j) / 255);
+      ASSERT_EQ(FX_compositing32_table[a][j], j ? std::min(255 * a / j, 255) : 0);
+      if (j < 64) ASSERT_EQ(FX_alpha16_tableN[a][j], a * j / 255);
+    }
+    for (int difference = -255; difference <= 255; ++difference) {
+      ASSERT_EQ(FX_tint32_table[a][difference + 255], a * difference / 255);
+      if (std::abs(difference) > 63) continue;
+      ASSERT_EQ(FX_alpha16_table[a][difference + 63], a * difference / 255);
+      ASSERT_EQ(FX_tint16_table[a][difference + 63], a * difference / 255);
+    }
+  }
+  for (int a = 0; a < 64; ++a)
+    for (int j = 0; j < 64; ++j) {
+      EXPECT_EQ(FX_additiveblendG16_table[a + j], std::min(a + j, 63));
+      EXPECT_EQ(FX_subtractiveblendG16_table[a + j], std::max(a + j - 63, 0));
+      EXPECT_EQ(FX_multiplyblendG16_table[a][j], a * j / 63);
+      // The screen of two zeros isn't zero: 64 stands where one would expect 63.
+      EXPECT_EQ(FX_screenblendG16_table[a][j], 63 - (63 - a) * (63 - j) / 64);
+      if (a > 31 || j > 31) continue;
+      EXPECT_EQ(FX_additiveblendRB16_table[a + j], std::min(a + j, 31));
+      EXPECT_EQ(FX_subtractiveblendRB16_table[a + j], std::max(a + j - 31, 0));
+      EXPECT_EQ(FX_multiplyblendRB16_table[a][j], a * j / 31);
+      EXPECT_EQ(FX_screenblendRB16_table[a][j], 31 - (31 - a) * (31 - j) / 32);
+    }
+  for (int p = 0; p < 65536; ++p) {
+    const int grey =
+        (p >> 11) * 8 * 76 / 255 + (p >> 5 & 63) * 4 * 150 / 255 + (p & 31) * 8 * 29 / 255;
+    ASSERT_EQ(FX_scaleRB16_table[p], grey / 8) << p;
+    ASSERT_EQ(FX_scaleG16_table[p], grey / 4) << p;
+  }
+}
+
+} // namespace
