@@ -304,6 +304,7 @@ private:
         {"scan", &transcript_player::scan},         {"requests", &transcript_player::requests},
         {"request", &transcript_player::request},
         {"global", &transcript_player::global},     {"pixel", &transcript_player::pixel_at},
+        {"row", &transcript_player::row},
         {"paint", &transcript_player::paint},       {"show", &transcript_player::show},
         {"crc", &transcript_player::crc},           {"file", &transcript_player::file},
         {"bytes", &transcript_player::bytes},       {"write", &transcript_player::write},
@@ -524,6 +525,18 @@ private:
     expect(line, {'"' + seen + '"'});
   }
 
+  /// row SURFACE X Y -> FF0000 0 80FFFFFF: pixels to the right of there, as many as are written
+  void row(const transcript_line &line) {
+    const size_t last = line.words.size() - 1;
+    word_list seen, wanted;
+    for (uint32_t i = 0; i < line.outcome.size(); ++i) {
+      seen.push_back(hex(pixel(surface(line), uint32_t(value(line.words[last - 1])) + i,
+                               uint32_t(value(line.words[last]))), 1));
+      wanted.push_back(hex(uint32_t(std::stoul(line.outcome[i], nullptr, 16)), 1));
+    }
+    if (seen != wanted) fail(line, joined(seen));
+  }
+
   /// crc SURFACE -> SUM, crc file NAME -> SUM
   void crc(const transcript_line &line) {
     if (line.words.at(1) != "file") return expect_sum(line, crc_of(surface(line)));
@@ -543,21 +556,22 @@ private:
     const bool exists = std::filesystem::exists(at);
     expect(line, {exists ? std::to_string(std::filesystem::file_size(at)) : "missing"});
   }
-  /// bytes "NAME" OFFSET -> 6D 61 70, as many as are written
+  /// bytes "NAME" OFFSET -> 6D 61 70 00*5 "text", as many as are written
   void bytes(const transcript_line &line) {
     const file_bytes content = read_file(path(line.words.at(1)));
-    const size_t from = size_t(value(line.words.at(2)));
-    std::string seen;
-    for (size_t i = from; i < content.size() && i < from + line.outcome.size(); ++i)
-      seen += (seen.empty() ? "" : " ") + hex(content[i], 2);
-    if (seen != joined(line.outcome)) fail(line, seen);
+    const file_bytes wanted = bytes_from(joined(line.outcome));
+    const size_t from = std::min(content.size(), size_t(value(line.words.at(2))));
+    const size_t to = std::min(content.size(), from + wanted.size());
+    const file_bytes seen(content.begin() + ptrdiff_t(from), content.begin() + ptrdiff_t(to));
+    std::string text;
+    for (const uint8_t byte : seen)
+      text += hex(byte, 2) + ' ';
+    if (seen != wanted) fail(line, text);
   }
-  /// write "NAME" 6D 61 70
+  /// write "NAME" 6D 61 70 00*5 "text"
   void write(const transcript_line &line) {
-    file_bytes content;
-    for (size_t i = 2; i < line.words.size(); ++i)
-      content.push_back(uint8_t(std::stoi(line.words[i], nullptr, 16)));
-    write_file(path(line.words.at(1)), content);
+    write_file(path(line.words.at(1)),
+               bytes_from(joined({line.words.begin() + 2, line.words.end()})));
   }
   /// data "png/rgb.png": a copy of a file of the test data, under its own name without folders.
   void data(const transcript_line &line) {

@@ -29,6 +29,31 @@ void write_file(const fs::path &path, const file_bytes &bytes) {
       .write(reinterpret_cast<const char *>(bytes.data()), std::streamsize(bytes.size()));
 }
 
+file_bytes bytes_from(const std::string &text) {
+  file_bytes bytes;
+  for (size_t at = 0; at < text.size();) {
+    if (text[at] == ' ') {
+      ++at;
+      continue;
+    }
+    file_bytes piece;
+    if (text[at] == '"') {
+      const size_t end = text.find('"', at + 1);
+      piece.assign(text.begin() + ptrdiff_t(at) + 1, text.begin() + ptrdiff_t(end));
+      at = end + 1;
+    } else {
+      piece.push_back(uint8_t(std::stoul(text.substr(at, 2), nullptr, 16)));
+      at += 2;
+    }
+    size_t digits = 0, times = 1;
+    if (text[at] == '*') times = std::stoul(text.substr(at + 1), &digits);
+    if (digits) at += 1 + digits;
+    while (times-- > 0)
+      bytes.insert(bytes.end(), piece.begin(), piece.end());
+  }
+  return bytes;
+}
+
 static fs::path make_folder() {
   std::string pattern = fs::temp_directory_path() / "orb_XXXXXX";
   if (!mkdtemp(pattern.data())) throw std::runtime_error("cannot make " + pattern);

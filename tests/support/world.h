@@ -21,6 +21,8 @@ std::filesystem::path tests_folder(const std::string &name = "");
 
 file_bytes read_file(const std::filesystem::path &path);
 void write_file(const std::filesystem::path &path, const file_bytes &bytes);
+/// The bytes of a text: hexadecimal, `00*12` repeated, `"map"` letters.
+file_bytes bytes_from(const std::string &text);
 
 /// A new folder, removed with everything in it at the end.
 class scratch_folder {
