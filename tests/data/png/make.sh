@@ -1,7 +1,6 @@
 #!/bin/sh
 # Makes the pictures of this folder with programs other than ours, and beside each the pixels that
-# another program finds in it: NAME.rgba (R, G, B, A bytes), or NAME.idx (palette indices) and
-# NAME.pal (R, G, B bytes). Run here; needs ImageMagick, netpbm and Pillow (Debian: imagemagick,
+# another program finds in it: NAME.rgba (R, G, B, A bytes). Run here; needs ImageMagick, netpbm and Pillow (Debian: imagemagick,
 # netpbm, python3-pil). The results are committed, so that the tests don't need those programs.
 set -eu
 cd "$(dirname "$0")"
@@ -46,12 +45,13 @@ pamdepth -quiet 65535 subject.tmp.ppm | pnmtopng -quiet -force -interlace > netp
 rm -f subject.tmp.*
 
 # Pixels, each by a program that didn't write the file.
-for name in magick_rgb_interlaced magick_grey1 netpbm_grey4 netpbm_rgb_trns; do
+for name in magick_rgb_interlaced magick_grey1 magick_palette4_interlaced netpbm_grey4 netpbm_rgb_trns; do
   python3 -c "
 from PIL import Image
 open('$name.rgba', 'wb').write(Image.open('$name.png').convert('RGBA').tobytes())"
 done
-for name in pillow_rgb pillow_rgba pillow_grey_alpha pillow_grey netpbm_rgb16; do
+for name in pillow_rgb pillow_rgba pillow_grey_alpha pillow_grey pillow_palette2 pillow_palette8_trns \
+  netpbm_rgb16; do
   convert $name.png -depth 8 rgba:$name.rgba
 done
 # netpbm rounds when it brings 16 bits down to 8.
@@ -65,44 +65,3 @@ pngtopam -quiet pillow_grey16.png | pamdepth -quiet 255 |
 import sys
 data = sys.stdin.buffer.read()[-13 * 9:]
 open('pillow_grey16.rgba', 'wb').write(b''.join(bytes([v, v, v, 255]) for v in data))"
-# Indices and palettes without a library: a chunk reader of a few lines.
-for name in pillow_palette2 pillow_palette8_trns magick_palette4_interlaced; do
-  python3 - $name <<'PY'
-import struct, sys, zlib
-name = sys.argv[1]
-data = open(name + ".png", "rb").read()
-at, chunks = 8, {}
-while at < len(data):
-    size, kind = struct.unpack(">I4s", data[at:at + 8])
-    chunks[kind] = chunks.get(kind, b"") + data[at + 8:at + 8 + size]
-    at += size + 12
-w, h, bits, colour, _, _, interlace = struct.unpack(">IIBBBBB", chunks[b"IHDR"])
-assert colour == 3
-stream, at = zlib.decompress(chunks[b"IDAT"]), 0
-out = bytearray(w * h)
-passes = [(0, 0, 1, 1)] if not interlace else [
-    (0, 0, 8, 8), (4, 0, 8, 8), (0, 4, 4, 8), (2, 0, 4, 4), (0, 2, 2, 4), (1, 0, 2, 2), (0, 1, 1, 2)]
-for x0, y0, dx, dy in passes:
-    columns, rows = range(x0, w, dx), range(y0, h, dy)
-    if not columns or not rows:
-        continue
-    length = (len(columns) * bits + 7) // 8
-    previous = bytes(length)
-    for y in rows:
-        kind, row = stream[at], bytearray(stream[at + 1:at + 1 + length])
-        at += 1 + length
-        for i in range(length):
-            a = row[i - 1] if i else 0
-            b = previous[i]
-            c = previous[i - 1] if i else 0
-            p = a + b - c
-            paeth = min((a, b, c), key=lambda v: (abs(p - v), (a, b, c).index(v)))
-            row[i] = (row[i] + (0, a, b, (a + b) // 2, paeth)[kind]) & 255
-        previous = bytes(row)
-        for k, x in enumerate(columns):
-            bit = k * bits
-            out[y * w + x] = row[bit // 8] >> (8 - bits - bit % 8) & ((1 << bits) - 1)
-open(name + ".idx", "wb").write(out)
-open(name + ".pal", "wb").write(chunks[b"PLTE"])
-PY
-done
