@@ -38,7 +38,9 @@ uint32_t difference(uint32_t a, uint32_t b) {
   return largest;
 }
 
-uint32_t rgb_of(const orb_rgb &c) { return uint32_t(c.r << 16 | c.g << 8 | c.b); }
+uint32_t rgb_of(const orb_rgb &c) {
+  return uint32_t(c.r << 16 | c.g << 8 | c.b);
+}
 
 class loaded_picture {
 public:
@@ -127,11 +129,14 @@ TEST_P(ForeignPictures, AreReadAsOtherProgramsReadThem) {
 INSTANTIATE_TEST_SUITE_P(Folders, ForeignPictures,
                          testing::Values("bmp", "jpeg", "pcx", "png", "tga"));
 
-TEST(OddPictures, AreReadAsTheirBytesSay) { load_at_each_depth(odd_pictures()); }
+TEST(OddPictures, AreReadAsTheirBytesSay) {
+  load_at_each_depth(odd_pictures());
+}
 
 // Neighbouring colours share the slots of the converter's cache; a wide ramp covers all of them.
 TEST(OddPictures, ManyColoursKeepTheirNearestIndex) {
-  known_picture ramp{.name = "ramp", .file = bytes_from("00 00 02 00*9 00 01 80 00 18 20"), .w = 256};
+  known_picture ramp{
+      .name = "ramp", .file = bytes_from("00 00 02 00*9 00 01 80 00 18 20"), .w = 256};
   for (uint32_t i = 0; i < 256 * 128; i++) {
     const uint32_t x = i % 256, y = i / 256;
     ramp.file.insert(ramp.file.end(), {uint8_t(x * y), uint8_t(y * 2), uint8_t(x)});

@@ -15,7 +15,9 @@
 
 namespace {
 
-file_bytes data(const char *name) { return read_file(tests_folder("data/jpeg") / name); }
+file_bytes data(const char *name) {
+  return read_file(tests_folder("data/jpeg") / name);
+}
 
 /// The pixels of a file at 32 bits, empty for one that is refused. One is loaded at a time.
 std::vector<uint32_t> load(world &w, const file_bytes &file) {
@@ -99,8 +101,10 @@ TEST_F(Jpeg, AFileTooShortForItsPictureCostsNothing) {
                                     {"pillow_rgb_progressive.jpg", 0xC2}}) {
     file_bytes file = data(name);
     const size_t at = find_marker(file, uint8_t(frame)) + 5;
-    for (const auto &[width, height] : {std::pair(65500, 65500), {4096, 4096}, {65535, 1}, {0, 19}}) {
-      const file_bytes sides = {uint8_t(height >> 8), uint8_t(height), uint8_t(width >> 8), uint8_t(width)};
+    for (const auto &[width, height] :
+         {std::pair(65500, 65500), {4096, 4096}, {65535, 1}, {0, 19}}) {
+      const file_bytes sides = {uint8_t(height >> 8), uint8_t(height), uint8_t(width >> 8),
+                                uint8_t(width)};
       std::copy(sides.begin(), sides.end(), file.begin() + ptrdiff_t(at));
       EXPECT_TRUE(load(w, file).empty()) << name << ", " << width << " x " << height;
     }
@@ -161,9 +165,10 @@ file_bytes with_segments(const file_bytes &file, const std::vector<file_bytes> &
 std::vector<file_bytes> pieces(const file_bytes &profile, size_t count) {
   std::vector<file_bytes> segments;
   for (size_t i = 0; i < count; i++)
-    segments.push_back(icc_segment(i + 1, count,
-                                   {profile.begin() + ptrdiff_t(profile.size() * i / count),
-                                    profile.begin() + ptrdiff_t(profile.size() * (i + 1) / count)}));
+    segments.push_back(
+        icc_segment(i + 1, count,
+                    {profile.begin() + ptrdiff_t(profile.size() * i / count),
+                     profile.begin() + ptrdiff_t(profile.size() * (i + 1) / count)}));
   return segments;
 }
 
@@ -188,7 +193,8 @@ file_bytes profile_in(const std::vector<file_bytes> &segments) {
 
 TEST(Profiles, PiecesInAnyOrderAreTheProfile) {
   std::mt19937 random(42);
-  for (const auto &[size, count] : {std::pair(1, 1), {65519, 1}, {65520, 2}, {200'000, 4}, {255, 255}}) {
+  for (const auto &[size, count] :
+       {std::pair(1, 1), {65519, 1}, {65520, 2}, {200'000, 4}, {255, 255}}) {
     file_bytes profile((size_t(size)));
     for (uint8_t &byte : profile)
       byte = uint8_t(random());
@@ -237,7 +243,8 @@ TEST(JpegFiles, FilesAreWhatLibjpegMakesOfTheColours) {
   for (const int32_t depth : {8, 16, 32}) {
     w.set_mode(depth);
     for (const int32_t parameter : {-1, 0, 1}) {
-      const int32_t code = w.host.call("map_new", {1 + int32_t(random() % 70), 40, 0, parameter == 0});
+      const int32_t code =
+          w.host.call("map_new", {1 + int32_t(random() % 70), 40, 0, parameter == 0});
       __ORBSurface2D__ &graph = *GetMAP(0, code)->surface;
       std::vector<uint32_t> colours;
       for (uint32_t i = 0; i < graph.pixel_count; i++) {
@@ -250,7 +257,8 @@ TEST(JpegFiles, FilesAreWhatLibjpegMakesOfTheColours) {
       }
       const std::string name = w.folder.path / "written.jpg";
       ASSERT_EQ(w.host.call("image_save", {0, code, name, 3, parameter}), 1);
-      EXPECT_EQ(read_file(name), libjpeg_file(colours, graph.width, parameter < 0 ? -1 : 100 - parameter))
+      EXPECT_EQ(read_file(name),
+                libjpeg_file(colours, graph.width, parameter < 0 ? -1 : 100 - parameter))
           << depth << " bits, parameter " << parameter;
     }
   }

@@ -10,14 +10,14 @@
 struct known_picture {
   std::string name;
   file_bytes file;
-  int32_t error = 0;       ///< what is wrong at 32 bits; 0 for a picture that loads
-  bool deep = false;       ///< loads at 32 bits only
-  uint32_t w = 0, h = 0;   ///< 0 when the data doesn't say
+  int32_t error = 0;               ///< what is wrong at 32 bits; 0 for a picture that loads
+  bool deep = false;               ///< loads at 32 bits only
+  uint32_t w = 0, h = 0;           ///< 0 when the data doesn't say
   std::vector<uint32_t> pixels{};  ///< 0xAARRGGBB, with alpha 0 in pictures without a channel
   std::vector<uint32_t> indices{}; ///< where they are known
-  bool alpha = false;            ///< a channel, or alphas in the palette
-  uint32_t tolerance = 0;        ///< by how much a component may differ
-  uint32_t compared = 0xFFFFFFFF; ///< the bits that programs agree upon
+  bool alpha = false;              ///< a channel, or alphas in the palette
+  uint32_t tolerance = 0;          ///< by how much a component may differ
+  uint32_t compared = 0xFFFFFFFF;  ///< the bits that programs agree upon
 };
 
 /// The files of a folder of tests/data/ with the pixels beside them: .rgba, .rgb or .grey.

@@ -94,8 +94,11 @@ TEST_P(FailingSaves, WholeFilesAtThePlaceOfTheName) {
   fs::create_symlink("in/made", "dangling");
   fs::create_symlink("../dangling", "in/chain");
   const std::string longest(255, 'n');
-  const std::pair<std::string, std::string> places[] = {
-      {"old", "old"}, {"link", "in/old"}, {"in/chain", "in/made"}, {longest, longest}, {folder / "all", "all"}};
+  const std::pair<std::string, std::string> places[] = {{"old", "old"},
+                                                        {"link", "in/old"},
+                                                        {"in/chain", "in/made"},
+                                                        {longest, longest},
+                                                        {folder / "all", "all"}};
   for (const auto &[name, place] : places) {
     auto expected = tree_of(folder);
     std::string &text = expected[place];
@@ -137,8 +140,8 @@ TEST_P(FailingSaves, NothingChangesWhereAFileCannotBeWritten) {
   fs::create_symlink("loop", "loop");
   const auto tree = tree_of(folder);
   for (const std::string &name :
-       {"pipe"s, "to_pipe"s, "socket"s, "in"s, "in/."s, "old/"s, "absent/"s, "absent/file"s, "old/file"s,
-        "to_absent"s, "loop"s, std::string(256, 'n'), ""s,
+       {"pipe"s, "to_pipe"s, "socket"s, "in"s, "in/."s, "old/"s, "absent/"s, "absent/file"s,
+        "old/file"s, "to_absent"s, "loop"s, std::string(256, 'n'), ""s,
         // A file that can be written but not replaced, and a file without a name.
         "/proc/self/comm"s, "/proc/self/fd/" + std::to_string(gone)}) {
     EXPECT_FALSE(save(name)) << name;

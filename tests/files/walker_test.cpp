@@ -1,6 +1,6 @@
 // Every format cut to each length and damaged byte by byte, and the inputs that fuzzing found worth
-// keeping: each is loaded or refused with one report, leaves nothing behind, and decides every pixel
-// of what is loaded.
+// keeping: each is loaded or refused with one report, leaves nothing behind, and decides every
+// pixel of what is loaded.
 #include <malloc.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -58,9 +58,12 @@ public:
           const auto *from = static_cast<const uint8_t *>(slot->surface->pixels);
           pixels.insert(pixels.end(), from, from + slot->surface->byte_size);
         }
-      if (library) w.host.call("fpg_unload", {library});
-      else if (std::string(function) == "map_load") w.host.call("map_unload", {result});
-      else if (std::string(function) == "image_load") unload_picture(result);
+      if (library)
+        w.host.call("fpg_unload", {library});
+      else if (std::string(function) == "map_load")
+        w.host.call("map_unload", {result});
+      else if (std::string(function) == "image_load")
+        unload_picture(result);
     }
     // Graphs that a failed load has left go when their number is taken.
     if (function[0] == 'f') w.host.call("fpg_unload", {w.host.call("fpg_new")});
@@ -153,7 +156,9 @@ std::vector<sample> samples(const std::string &format) {
 }
 
 /// Profiles take milliseconds.
-bool is_slow(const sample &file) { return file.name.find("icc") != std::string::npos; }
+bool is_slow(const sample &file) {
+  return file.name.find("icc") != std::string::npos;
+}
 
 class DamagedFiles : public testing::TestWithParam<const char *> {};
 
@@ -192,7 +197,7 @@ TEST_P(DamagedFiles, DecideEveryPixelOrAreRefused) {
   testing::internal::CaptureStderr();
   for (const size_t mode : {0, 1, 2}) {
     walk.w.set_mode(8 << mode);
-    for (size_t i = files.size() > 100 ? mode : 0; i < files.size(); i += files.size() > 100 ? 3 : 1) {
+    for (size_t i = files.size() > 100 ? mode : 0; i<files.size(); i += files.size()> 100 ? 3 : 1) {
       const file_bytes &whole = files[i].file;
       const auto load = [&](file_bytes damaged) {
         if (damaged[0] == 0x89) { // PNG: get past the checksums; what a header claims takes time
@@ -233,7 +238,8 @@ TEST(Claims, OfMoreThanASurfaceAreToldFromBrokenFiles) {
   walker walk;
   walk.w.set_mode(32);
   const std::pair<const char *, off_t> rows[] = {
-      {"\"BM\" 00*8 3E 00*3 28 00*3 FF FF 00*2 FF FF 00*2 01 00 08 00 01 00*11 02 00*7 00*8 01 05", 40 << 20},
+      {"\"BM\" 00*8 3E 00*3 28 00*3 FF FF 00*2 FF FF 00*2 01 00 08 00 01 00*11 02 00*7 00*8 01 05",
+       40 << 20},
       {"0A 05 01 08 00*4 FE FF FE FF 00*53 03 FF FF 00*60", 420 << 20},
       {"00 00 0A 00*9 30 75 30 75 20 00", 40 << 20}};
   for (const auto &[header, size] : rows) {
@@ -260,8 +266,7 @@ TEST(Corpus, DecidesEveryPixelOrIsRefused) {
         if (depth == 8) walk.load_twice("palette_load");
         for (const char *key : {"", "key"})
           for (const char *function : {"map_load", "fpg_load", "fpg_load_map"})
-            if (folder[0] == 'f' || folder[0] == 'm')
-              walk.load_twice(function, key);
+            if (folder[0] == 'f' || folder[0] == 'm') walk.load_twice(function, key);
         if (testing::Test::HasFailure()) return;
       }
   }
