@@ -1,0 +1,114 @@
+// The programs as a user meets them: transcripts of a shell (*.txt beside this file), which
+// docs/testing.md describes.
+#include <algorithm>
+#include <fstream>
+#include <string>
+#include <sys/wait.h>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "support/world.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct command {
+  int line;
+  std::string text, expected;
+};
+
+struct program_case {
+  std::string title;
+  std::vector<command> commands;
+};
+
+std::vector<program_case> read_cases(const fs::path &path) {
+  std::ifstream in(path);
+  std::vector<program_case> cases;
+  std::string row;
+  for (int number = 1; std::getline(in, row); ++number) {
+    if (row.empty() || row.starts_with('#')) continue;
+    if (row.starts_with("== "))
+      cases.push_back({row.substr(3), {}});
+    else if (row.starts_with("$ "))
+      cases.back().commands.push_back({number, row.substr(2) + '\n', ""});
+    else if (row.starts_with("> "))
+      cases.back().commands.back().text += row.substr(2) + '\n';
+    else
+      cases.back().commands.back().expected += row + '\n';
+  }
+  return cases;
+}
+
+/// Whether a text is as expected; "..." stands for anything.
+bool matches(const std::string &seen, const std::string &expected) {
+  size_t at = 0, from = 0;
+  for (;;) {
+    const size_t dots = expected.find("...", from);
+    const std::string piece = expected.substr(from, dots - from);
+    if (dots == std::string::npos)
+      return seen.size() >= at + piece.size() && seen.ends_with(piece) &&
+             (from > 0 || seen == expected);
+    const size_t found = seen.find(piece, at);
+    if (found == std::string::npos || (from == 0 && found != 0)) return false;
+    at = found + piece.size();
+    from = dots + 3;
+  }
+}
+
+std::string text_of(const fs::path &file) {
+  const file_bytes bytes = read_file(file);
+  return {bytes.begin(), bytes.end()};
+}
+
+class program_test : public testing::Test {
+public:
+  program_test(fs::path file, program_case played)
+      : file_(std::move(file)), case_(std::move(played)) {}
+
+  void TestBody() override {
+    const scratch_folder place;
+    const fs::path folder = place.path / "in";
+    fs::create_directory(folder);
+    const std::string prelude = "cd '" + folder.string() +
+                                "' || exit\n"
+                                "tests='" ORB_TEST_SOURCE_DIR "'; data=$tests/data\n"
+                                "run32='" ORB_SOURCE_DIR "/tools/run32'; bin='" ORB_BINARY_DIR
+                                "/bin'\n"
+                                "run() { \"$run32\" \"$bin/$@\"; }\n"
+                                "orbplay() { run orbplay --headless \"$@\"; }\n"
+                                "orbgfx() { run orbgfx \"$@\"; }\n{\n";
+    for (const command &each : case_.commands) {
+      std::ofstream(place.path / "sh") << prelude << each.text << "} >../out 2>../err </dev/null\n";
+      const int status = std::system(("LC_ALL=C sh '" + (place.path / "sh").string() + "'").c_str());
+      std::string seen = text_of(place.path / "out") + text_of(place.path / "err");
+      if (!seen.empty() && seen.back() != '\n') seen += '\n';
+      const int code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+      if (code != 0) seen += '[' + std::to_string(code) + "]\n";
+      if (!matches(seen, each.expected))
+        ADD_FAILURE_AT(file_.c_str(), each.line)
+            << each.text << "-- seen:\n" << seen << "-- expected:\n" << each.expected;
+    }
+  }
+
+private:
+  fs::path file_;
+  program_case case_;
+};
+
+[[maybe_unused]] const bool registered = [] {
+  for (const auto &entry : fs::directory_iterator(tests_folder("host")))
+    if (const fs::path file = entry.path(); file.extension() == ".txt")
+      for (const program_case &played : read_cases(file)) {
+        std::string name = played.title;
+        std::replace_if(name.begin(), name.end(), [](unsigned char c) { return !isalnum(c); }, '_');
+        testing::RegisterTest(("Program_" + file.stem().string()).c_str(), name.c_str(), nullptr,
+                              nullptr, file.c_str(), played.commands.front().line,
+                              [=]() -> testing::Test * { return new program_test(file, played); });
+      }
+  return true;
+}();
+
+} // namespace
