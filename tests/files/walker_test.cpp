@@ -15,6 +15,7 @@
 #include "formats/image.h"
 #include "fuzz/png_checksums.h"
 #include "surface/libraries.h"
+#include "surface/nearest_colour.h"
 #include "surface/palette.h"
 #include "surface/screen.h"
 
@@ -39,6 +40,7 @@ public:
   /// Loads the file by a function; the pixels of all its graphs, empty for a file that is refused.
   file_bytes load(const char *function, const char *key = nullptr) {
     const int32_t surfaces = int32_t(gfxsurfaces->count), maps = maps_loaded, fpgs = fpgs_loaded;
+    forget_nearest(); // kept on purpose from picture to picture
     const int32_t blocks = outstanding_blocks(fault_scope::module);
     std::vector<orbhost::Argument> arguments = {path_};
     if (key) arguments.emplace_back(key);
@@ -73,6 +75,7 @@ public:
     EXPECT_EQ(fpg[0].memory_usage, empty_library_memory);
     EXPECT_EQ(w.host.files().open_count(), 0u);
     EXPECT_EQ(image_data, nullptr);
+    forget_nearest();
     EXPECT_EQ(outstanding_blocks(fault_scope::module), blocks) << function << ": a leak";
     return pixels;
   }
