@@ -15,7 +15,7 @@ fail() {
 
 run() {
   if [ -n "$toolchain" ]; then
-    LD_LIBRARY_PATH=$libdir ORB_SYSROOT=$sysroot "$here/../tools/run32" "$@"
+    LD_LIBRARY_PATH=$libdir ORB_SYSROOT=$sysroot "$here/../../tools/run32" "$@"
   else
     LD_LIBRARY_PATH=$libdir "$@"
   fi
@@ -29,7 +29,7 @@ libdir=$(dirname -- "$(dirname -- "$pc")")
   fail "libORB_mod_graphics2D.so is no link to libORB_mod_graphics2D.so.1"
 
 # A program that opens the installed module.
-[ ! -x "$prefix/bin/orbgfx" ] || run "$prefix/bin/orbgfx" info "$here/../examples/assets/star.png" ||
+[ ! -x "$prefix/bin/orbgfx" ] || run "$prefix/bin/orbgfx" info "$here/../../examples/assets/star.png" ||
   fail "the installed orbgfx"
 
 flags=$(PKG_CONFIG_LIBDIR=$libdir/pkgconfig pkg-config --cflags --libs orb_graphics2d) ||
