@@ -118,35 +118,31 @@ TEST(Geometry, RoundsHalfAwayFromZero) {
 /// both edges cross.
 TEST(Geometry, ScanOrder) {
   random_source random(base_seed());
-  for (auto *const sort :
-       {sort_corners_rotscale, sort_corners_scaleshear, sort_corners_rotscaleshear}) {
-    for (int i = 0; i < 20000; ++i) {
-      // A parallelogram, small enough that ties and lines are frequent.
-      const int reach = random.one_in(8) ? 1 << 29 : random.between(0, 4);
-      const auto any = [&](int most) { return random.between(-most, most); };
-      const __Vertex__ o = {any(5), any(5)}, a = {any(reach), any(reach)},
-                       b = {any(reach), any(reach)};
-      const __Vertex__ in[4] = {
-          o, {o.x + a.x, o.y + a.y}, {o.x + b.x, o.y + b.y}, {o.x + a.x + b.x, o.y + a.y + b.y}};
-      __Vertex__ out[4];
-      sort(out, in);
-      const auto pairs = [](const __Vertex__ v[4]) {
-        std::array<std::pair<int, int>, 4> p;
-        for (size_t k = 0; k < 4; ++k)
-          p[k] = {v[k].y, v[k].x};
-        return p;
-      };
-      auto given = pairs(in), sorted = pairs(out);
-      std::sort(given.begin(), given.end());
-      ASSERT_EQ(sorted[0], given[0]);
-      std::sort(sorted.begin(), sorted.end());
-      ASSERT_EQ(sorted, given);
-      // In a parallelogram opposite corners have the same sum.
-      ASSERT_EQ(int64_t(out[0].x) + out[3].x, int64_t(out[1].x) + out[2].x);
-      ASSERT_EQ(int64_t(out[0].y) + out[3].y, int64_t(out[1].y) + out[2].y);
-      ASSERT_LE((int64_t(out[1].x) - out[0].x) * (int64_t(out[2].y) - out[0].y),
-                (int64_t(out[2].x) - out[0].x) * (int64_t(out[1].y) - out[0].y));
-    }
+  const auto order = [](const __Vertex__ &a, const __Vertex__ &b) {
+    return std::pair(a.y, a.x) < std::pair(b.y, b.x);
+  };
+  for (int i = 0; i < 60000; ++i) {
+    // A parallelogram, small enough that ties and lines are frequent.
+    const int reach = random.one_in(8) ? 1 << 29 : random.between(0, 4);
+    const auto any = [&](int most) { return random.between(-most, most); };
+    const int x = any(5), y = any(5), ax = any(reach), ay = any(reach), bx = any(reach),
+              by = any(reach);
+    const __Vertex__ in[4] = {
+        {x, y}, {x + ax, y + ay}, {x + bx, y + by}, {x + ax + bx, y + ay + by}};
+    __Vertex__ out[4];
+    constexpr auto sorts =
+        std::array{sort_corners_rotscale, sort_corners_scaleshear, sort_corners_rotscaleshear};
+    sorts[size_t(i % 3)](out, in);
+    const __Vertex__ &top = *std::min_element(in, in + 4, order);
+    ASSERT_TRUE(out[0].x == top.x && out[0].y == top.y);
+    ASSERT_TRUE(std::is_permutation(in, in + 4, out, [&](const auto &a, const auto &b) {
+      return !order(a, b) && !order(b, a);
+    }));
+    // In a parallelogram opposite corners have the same sum.
+    ASSERT_EQ(int64_t(out[0].x) + out[3].x, int64_t(out[1].x) + out[2].x);
+    ASSERT_EQ(int64_t(out[0].y) + out[3].y, int64_t(out[1].y) + out[2].y);
+    ASSERT_LE((int64_t(out[1].x) - top.x) * (int64_t(out[2].y) - top.y),
+              (int64_t(out[2].x) - top.x) * (int64_t(out[1].y) - top.y));
   }
 }
 

@@ -192,9 +192,7 @@ void expect_block(blit_in_progress &blit) {
                 r.y + (blit.flags & 2 ? from_bottom : from_top), x0, y0, x1 - x0, y1 - y0);
 }
 
-int64_t modulo(int64_t a, int64_t n) {
-  return (a % n + n) % n;
-}
+int64_t modulo(int64_t a, int64_t n) { return (a % n + n) % n; }
 
 void expect_tile(blit_in_progress &blit) {
   const auto pivot = blit.take_pivot();

@@ -15,12 +15,8 @@ turn turn_of(const placed_graph &g) {
   return {std::cos(theta), std::sin(theta)};
 }
 
-double mirror_x(const placed_graph &g) {
-  return g.flags & 1 ? -1 : 1;
-}
-double mirror_y(const placed_graph &g) {
-  return g.flags & 2 ? -1 : 1;
-}
+double mirror_x(const placed_graph &g) { return g.flags & 1 ? -1 : 1; }
+double mirror_y(const placed_graph &g) { return g.flags & 2 ? -1 : 1; }
 
 /// The four offsets (L, T), (R, T), (L, B), (R, B).
 corner_set offsets(double l, double t, double r, double b) {
@@ -139,8 +135,6 @@ corner_set corners_rotscaleshear(const placed_graph &g) {
   return corners;
 }
 
-double round_half_away(double v) {
-  return v >= 0 ? std::floor(v + 0.5) : std::ceil(v - 0.5);
-}
+double round_half_away(double v) { return v >= 0 ? std::floor(v + 0.5) : std::ceil(v - 0.5); }
 
 } // namespace checkspan

@@ -43,12 +43,8 @@ enum {
 };
 
 // The three basic lookups. All divisions truncate toward zero.
-int part(int of, int x) {
-  return of * x / 255;
-}
-int compositing(int p, int o) {
-  return o == 0 ? 0 : std::min(255, 255 * p / o);
-}
+int part(int of, int x) { return of * x / 255; }
+int compositing(int p, int o) { return o == 0 ? 0 : std::min(255, 255 * p / o); }
 
 /// Red, green, blue.
 using channels = std::array<int, 3>;

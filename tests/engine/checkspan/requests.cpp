@@ -63,9 +63,7 @@ void trial::set_override(int x, int y) {
   src.surface.pivot_y = uint32_t(y);
 }
 
-bool trial::shares_memory() const {
-  return request.src == request.dst || window_;
-}
+bool trial::shares_memory() const { return request.src == request.dst || window_; }
 
 void trial::show_part_of_the_other(random_source &random) {
   picture *const pictures[] = {&src, &dst};
