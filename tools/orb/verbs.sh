@@ -160,12 +160,16 @@ verb_bench() {
   run32 "$root/build/$preset/bin/orb_bench" "${options[@]}" "$@"
 }
 
-# Lists the fuzz targets, fuzz/NAME_fuzz.cpp, with the first line of each file as its title.
+# Lists the fuzz targets: those of file formats, and fuzz/NAME_fuzz.cpp with its first line as title.
 list_targets() {
   local file name
+  for name in $(sed -n 's/^set(formats \(.*\)).*/\1/p' "$root/fuzz/CMakeLists.txt"); do
+    printf '  %-10s %s\n' "$name" "The readers of $name files."
+  done
   for file in "$root"/fuzz/*_fuzz.cpp; do
     name=${file##*/}
-    printf '  %-10s %s\n' "${name%_fuzz.cpp}" "$(sed -n '1s|^// *||p' "$file")"
+    [ "$name" = format_fuzz.cpp ] ||
+      printf '  %-10s %s\n' "${name%_fuzz.cpp}" "$(sed -n '1s|^// *||p' "$file")"
   done
 }
 
@@ -178,7 +182,7 @@ verb_fuzz() {
     list_targets
     return
   fi
-  [ -e "$root/fuzz/${target}_fuzz.cpp" ] || {
+  list_targets | grep -q "^  $target " || {
     say "unknown target '$target'; './orb fuzz' lists the targets"
     exit 2
   }
