@@ -278,7 +278,7 @@ int32_t draw_quadrilateral(__ORBBlit2D__ *request, const __FPoint__ corners[4],
   sort(v, rounded);
   source_map map;
   if (!map_source(&map, corners)) return refuse_blit(request);
-  blit.rotscale = choose_routine(span_op::rotscale, blit_column());
+  blit.rotscale = choose_routine<span_op::rotscale>(blit_column());
   if (!blit.rotscale) return refuse_blit(request);
 
   const int32_t first = std::max(v[0].y, blit.clipy0 + blit.window_y);
@@ -294,7 +294,7 @@ int32_t draw_quadrilateral(__ORBBlit2D__ *request, const __FPoint__ corners[4],
 } // namespace
 
 int32_t ORBGI2D_BlitRotate(__ORBBlit2D__ *request) {
-  if (!begin_blit(request, true) || !clip_blit(request)) return refuse_blit(request);
+  if (!begin_transformed_blit(request)) return refuse_blit(request);
   blit.size_x = blit.size_y = 100;
   __FPoint__ corners[4];
   calculate_corners_rotate(blit.src, blit.x, blit.y, blit.angle, blit.blt_flags, corners);
@@ -302,7 +302,7 @@ int32_t ORBGI2D_BlitRotate(__ORBBlit2D__ *request) {
 }
 
 int32_t ORBGI2D_BlitRotScale(__ORBBlit2D__ *request) {
-  if (!begin_blit(request, true) || !clip_blit(request)) return refuse_blit(request);
+  if (!begin_transformed_blit(request)) return refuse_blit(request);
   __FPoint__ corners[4];
   calculate_corners_rotscale(blit.src, blit.x, blit.y, blit.size_x, blit.size_y, blit.angle,
                              blit.tfmorder, blit.blt_flags, corners);
@@ -310,7 +310,7 @@ int32_t ORBGI2D_BlitRotScale(__ORBBlit2D__ *request) {
 }
 
 int32_t ORBGI2D_BlitScaleShear(__ORBBlit2D__ *request) {
-  if (!begin_blit(request, true) || !clip_blit(request)) return refuse_blit(request);
+  if (!begin_transformed_blit(request)) return refuse_blit(request);
   __FPoint__ corners[4];
   calculate_corners_scaleshear(blit.src, blit.x, blit.y, blit.size_x, blit.size_y, blit.shear_x,
                                blit.shear_y, blit.tfmorder, blit.blt_flags, corners);
@@ -318,7 +318,7 @@ int32_t ORBGI2D_BlitScaleShear(__ORBBlit2D__ *request) {
 }
 
 int32_t ORBGI2D_BlitRotScaleShear(__ORBBlit2D__ *request) {
-  if (!begin_blit(request, true) || !clip_blit(request)) return refuse_blit(request);
+  if (!begin_transformed_blit(request)) return refuse_blit(request);
   __FPoint__ corners[4];
   calculate_corners_rotscaleshear(blit.src, blit.x, blit.y, blit.size_x, blit.size_y, blit.shear_x,
                                   blit.shear_y, blit.angle, blit.tfmorder, blit.blt_flags, corners);

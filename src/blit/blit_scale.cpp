@@ -53,7 +53,7 @@ bool lay_axis(axis *a, float corner0, float corner1, int32_t length, int64_t siz
 } // namespace
 
 int32_t ORBGI2D_BlitScale(__ORBBlit2D__ *request) {
-  if (!begin_blit(request, true) || !clip_blit(request)) return refuse_blit(request);
+  if (!begin_transformed_blit(request)) return refuse_blit(request);
   float x0, y0, x1, y1;
   calculate_corners_scale(blit.src, blit.x, blit.y, blit.size_x, blit.size_y, blit.blt_flags, &x0,
                           &y0, &x1, &y1);
@@ -69,7 +69,7 @@ int32_t ORBGI2D_BlitScale(__ORBBlit2D__ *request) {
       !down.clip(blit.clipy0, blit.clipy1, blit.window_y))
     return refuse_blit(request);
 
-  blit.scale = choose_routine(span_op::scale, blit_column());
+  blit.scale = choose_routine<span_op::scale>(blit_column());
   if (!blit.scale) return refuse_blit(request);
 
   blit.dst_x = across.first;

@@ -234,12 +234,6 @@ void calculate_graph_bbox(__ORBRegion__ *box, __ORBSurface2D__ *surface, int32_t
   }
 }
 
-blit_pivot take_pivot(__ORBSurface2D__ *surface) {
-  const blit_pivot pivot = pivot_of(*surface);
-  surface->pivot_override = 0;
-  return pivot;
-}
-
 void sort_corners_rotscale(__Vertex__ sorted[4], const __Vertex__ corners[4]) {
   sort_corners(sorted, corners);
 }

@@ -46,7 +46,11 @@ inline blit_pivot pivot_of(const __ORBSurface2D__ &surface) {
   return {int32_t(middle_x ? surface.width >> 1 : centre[0]),
           int32_t(middle_y ? surface.height >> 1 : centre[1]), false};
 }
-blit_pivot take_pivot(__ORBSurface2D__ *surface);
+inline blit_pivot take_pivot(__ORBSurface2D__ *surface) {
+  const blit_pivot pivot = pivot_of(*surface);
+  surface->pivot_override = 0;
+  return pivot;
+}
 
 /// The bounding box of a scaled graph.
 void calculate_corners_scale(__ORBSurface2D__ *surface, int32_t x, int32_t y, int32_t size_x,

@@ -52,6 +52,17 @@
 ORB_SPAN_TABLES(ORB_DECLARE_SPAN_TABLE)
 #undef ORB_DECLARE_SPAN_TABLE
 
+/// The table in use of an operation.
+template <span_op in> span_routine *const *span_table_in_use(span_table table) {
+  using enum span_op;
+  static span_routine *const **const variables[] = {
+#define ORB_VARIABLE(variable, op, table) in == op ? &variable : nullptr,
+      ORB_SPAN_TABLES(ORB_VARIABLE)
+#undef ORB_VARIABLE
+  };
+  return *variables[int(in) * span_table_count + int(table)];
+}
+
 /// The constant table of an operation for an instruction set, with `table_size(op, table)` entries.
 span_routine *const *span_table_entries(instruction_set isa, span_op op, span_table table);
 
@@ -72,8 +83,8 @@ std::span<const span_directory_entry> span_directory();
 span_routine *routine_of(const span_directory_entry &entry, instruction_set isa);
 
 /// The four ways to gather pixels for a kernel: draw takes the whole rectangle, scale and rotscale
-/// the rows of the blit state or one, tile the clip rectangle. `copies`: the kernel puts every pixel
-/// down as it is, but for an alpha channel.
+/// the rows of the blit state or one, tile the clip rectangle. `copies`: the kernel puts every
+/// pixel down as it is, but for an alpha channel.
 void span_draw(span_kernel *kernel);
 void span_scale(span_kernel *kernel, instruction_set isa, bool copies);
 void span_rotscale(span_kernel *kernel, instruction_set isa);
