@@ -158,6 +158,7 @@ template <span_routine_id id, bool onto_alpha> struct rule32 : plain_rule {
   // Of pixels with alpha most are opaque.
   static constexpr bool copies = id.pixels == span_pixels::chn32 && id.fx == fx_solid &&
                                  !id.alpha && id.key != span_key::ghost;
+  static constexpr int rows_ahead = 2;
   context32 c;
 
   explicit rule32(const kernel_args &k) : c(k) {}

@@ -119,6 +119,9 @@ template <typename Word> inline void run_mirrored(span_kernel *kernel, const ker
 /// destination pixels. The answers here are those of one that has nothing to save.
 struct plain_rule {
   static constexpr int together = 1; // groups that are looked at together
+  /// Destination rows that are fetched ahead: rows of small pictures are too short for the CPU to
+  /// see where they lead, and a rule with arithmetic fills its queues before it has read many.
+  static constexpr int rows_ahead = 0;
   /// Whether groups of source pixels change nothing.
   template <typename Groups> static bool skips(const Groups &) { return false; }
   /// Whether they hide the destination wholly, so that copy(source) can replace it.
@@ -142,6 +145,7 @@ inline void put_groups(kernel_args &left, const Rule &rule) {
   const auto source_at = [](const Word *s, int x) {
     return mirror ? load_mirrored(s - x) : load<group<Word>>(s + x);
   };
+  const ptrdiff_t ahead = ptrdiff_t(Rule::rows_ahead) * left.dst_stride;
   for_each_row<Word>(left, [=](Word *d, const Word *s) {
     for (int x = 0; x < steps; x += count * size) {
       group<Word> source[count];
@@ -155,6 +159,8 @@ inline void put_groups(kernel_args &left, const Rule &rule) {
           continue;
         }
       }
+      if constexpr (Rule::rows_ahead != 0)
+        __builtin_prefetch(reinterpret_cast<const uint8_t *>(d + x) + ahead, 1);
       for (int i = 0; i < count; ++i)
         store(d + x + i * size, rule.put(source[i], load<group<Word>>(d + x + i * size)));
     }
