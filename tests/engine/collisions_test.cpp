@@ -1,6 +1,7 @@
 // Collision and overlap in random poses: pixel tests against the pictures that a frame draws,
 // outlines against those that are worked out exactly, and walks over the processes against a list.
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <map>
 #include <string>
@@ -245,6 +246,50 @@ TEST_F(Collisions, OutlinesTouchWhereTheyAreAndNoneIsPassedOver) {
   }
   EXPECT_GT(touching, 4000);
   EXPECT_GT(passed_over, 1300);
+}
+
+/// Whether an axis separates two parallelograms, or lines or points; in whole numbers.
+bool separated(const __FPoint__ a[4], const __FPoint__ b[4]) {
+  std::vector<std::pair<int, int>> axes = {{1, 0}, {0, 1}};
+  for (const __FPoint__ *p : {a, b})
+    for (int i = 0; i < 4; ++i) {
+      const int dx = int(p[(i + 1) % 4].x - p[i].x), dy = int(p[(i + 1) % 4].y - p[i].y);
+      axes.insert(axes.end(), {{-dy, dx}, {dx, dy}});
+    }
+  return std::any_of(axes.begin(), axes.end(), [&](const auto &axis) {
+    const auto extent = [&](const __FPoint__ p[4]) {
+      std::array<int, 4> at{};
+      for (size_t i = 0; i < 4; ++i)
+        at[i] = int(p[i].x) * axis.first + int(p[i].y) * axis.second;
+      return std::pair(*std::min_element(at.begin(), at.end()),
+                       *std::max_element(at.begin(), at.end()));
+    };
+    const auto [a0, a1] = extent(a);
+    const auto [b0, b1] = extent(b);
+    return a1 < b0 || b1 < a0;
+  });
+}
+
+TEST_F(Collisions, OutlinesThatShareAPointMeet) {
+  for (int round = 0; round < 100000; ++round) {
+    __FPoint__ quads[2][4];
+    for (auto &q : quads) { // small, so that touching ones, lines and points are frequent
+      const auto any = [&] { return random.between(-3, 3); };
+      const int x = any(), y = any(), ax = any(), ay = any(), bx = any(), by = any();
+      const std::pair<int, int> around[] = {
+          {x, y}, {x + ax, y + ay}, {x + ax + bx, y + ay + by}, {x + bx, y + by}};
+      for (int i = 0; i < 4; ++i)
+        q[i] = {float(around[i].first), float(around[i].second)};
+    }
+    ASSERT_EQ(convex_polygon_intersection(quads[0], quads[1]), !separated(quads[0], quads[1]))
+        << round;
+  }
+  // A point on the left or the upper border is inside, one on the others isn't.
+  const __FPoint__ square[4] = {{1, 1}, {4, 1}, {4, 4}, {1, 4}};
+  for (int y = 0; y < 6; ++y)
+    for (int x = 0; x < 6; ++x)
+      EXPECT_EQ(inside_quadrilateral(square, float(x), float(y)),
+                x >= 1 && x < 4 && y >= 1 && y < 4);
 }
 
 /// A walk goes on as long as a process asks the same question in the same frame, from the process

@@ -292,7 +292,8 @@ TEST_F(Frames, ZonesGatherBoxesByTheirRules) {
       full += !fits;
       ASSERT_EQ(num_framezones, int(rules.zones.size()));
       ASSERT_EQ(complete_frame, rules.complete);
-      ASSERT_EQ(memcmp(framezones, rules.zones.data(), rules.zones.size() * sizeof box), 0);
+      if (num_framezones > 0)
+        ASSERT_EQ(memcmp(framezones, rules.zones.data(), rules.zones.size() * sizeof box), 0);
     }
     completed += rules.complete;
   }
@@ -327,7 +328,10 @@ TEST_F(Frames, RestoreEveryPixelOfTheZonesAndNoOther) {
     const bool all = one_in(10);
     complete_frame = fading_run = 0;
     set_restore_routines(depth, kind == 1);
+    const uint32_t covered = kind == 2 && one_in(3) ? 40 : 64;
+    ground->width = covered; // of another size after a mode change that failed
     (kind == 2 ? draw_ground : clear_screen)(all);
+    ground->width = 64;
     int wrong = 0;
     for (int y = 0; y < 48; ++y)
       for (int x = 0; x < 64; ++x) {
@@ -335,7 +339,8 @@ TEST_F(Frames, RestoreEveryPixelOfTheZonesAndNoOther) {
           return z.x0 >= 0 && z.y0 >= 0 && x >= z.x0 && y >= z.y0 && x < int64_t(z.x0) + z.w &&
                  y < int64_t(z.y0) + z.h;
         };
-        const bool restored = all || std::any_of(framezones, framezones + num_framezones, holds);
+        const bool restored = x < int(covered) &&
+                              (all || std::any_of(framezones, framezones + num_framezones, holds));
         const uint32_t background = kind == 1   ? 0xA1B2C3D4
                                     : kind == 2 ? uint8_t(round) * 0x01010101u
                                                 : 0;

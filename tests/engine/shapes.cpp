@@ -165,7 +165,20 @@ void csellipse_reference(plotter &to, const arguments &given, bool fill) {
   rows_reference(to, rows, fill);
 }
 
+template <auto &routine>
+void boxed(__ORBSurface2D__ *s, const arguments &a, uint32_t colour, int32_t fill) {
+  routine(s, a[0], a[1], a[2], a[3], colour, fill);
+}
+
 const shape shapes_[] = {
+    {"rect", false, boxed<draw_rect>, rect_reference},
+    {"srect", false, boxed<draw_srect>, srect_reference},
+    {"csrect", false, boxed<draw_csrect>, csrect_reference},
+    {"ellipse", false, boxed<draw_ellipse>, ellipse_reference},
+    {"csellipse", true, boxed<draw_csellipse>, csellipse_reference},
+    {"circle", true,
+     [](auto *s, auto &a, uint32_t c, int32_t fill) { draw_circle(s, a[0], a[1], a[2], c, fill); },
+     circle_reference},
     {"line", false,
      [](auto *s, auto &a, uint32_t c, int32_t) { draw_line(s, a[0], a[1], a[2], a[3], c); },
      line_reference},
@@ -179,34 +192,6 @@ const shape shapes_[] = {
      [](plotter &to, const arguments &a, bool) {
        box(to, a[0], std::min(a[1], a[3]), a[0], std::max(a[1], a[3]), true);
      }},
-    {"rect", false,
-     [](auto *s, auto &a, uint32_t c, int32_t fill) {
-       draw_rect(s, a[0], a[1], a[2], a[3], c, fill);
-     },
-     rect_reference},
-    {"srect", false,
-     [](auto *s, auto &a, uint32_t c, int32_t fill) {
-       draw_srect(s, a[0], a[1], a[2], a[3], c, fill);
-     },
-     srect_reference},
-    {"csrect", false,
-     [](auto *s, auto &a, uint32_t c, int32_t fill) {
-       draw_csrect(s, a[0], a[1], a[2], a[3], c, fill);
-     },
-     csrect_reference},
-    {"circle", true,
-     [](auto *s, auto &a, uint32_t c, int32_t fill) { draw_circle(s, a[0], a[1], a[2], c, fill); },
-     circle_reference},
-    {"ellipse", false,
-     [](auto *s, auto &a, uint32_t c, int32_t fill) {
-       draw_ellipse(s, a[0], a[1], a[2], a[3], c, fill);
-     },
-     ellipse_reference},
-    {"csellipse", true,
-     [](auto *s, auto &a, uint32_t c, int32_t fill) {
-       draw_csellipse(s, a[0], a[1], a[2], a[3], c, fill);
-     },
-     csellipse_reference},
 };
 
 } // namespace

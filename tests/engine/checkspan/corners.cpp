@@ -1,6 +1,7 @@
 #include "engine/checkspan/corners.h"
 
 #include <cmath>
+#include <string>
 #include <string_view>
 
 namespace checkspan {
@@ -18,121 +19,61 @@ turn turn_of(const placed_graph &g) {
 double mirror_x(const placed_graph &g) { return g.flags & 1 ? -1 : 1; }
 double mirror_y(const placed_graph &g) { return g.flags & 2 ? -1 : 1; }
 
-/// The four offsets (L, T), (R, T), (L, B), (R, B).
-corner_set offsets(double l, double t, double r, double b) {
-  return {{{l, t}, {r, t}, {l, b}, {r, b}}};
-}
-/// Far edges minus one source pixel.
-corner_set offsets_before_scaling(const placed_graph &g) {
-  return offsets(-g.cx, -g.cy, (g.w - g.cx) - 1, (g.h - g.cy) - 1);
-}
-/// Scaled far edges minus one destination pixel.
-corner_set offsets_after_scaling(const placed_graph &g) {
+/// Applies the transforms, as letters in order: h shears, s scales, r turns. The far pixel is
+/// subtracted right after scaling, or at the start when scaling is last or absent.
+corner_set transformed(const placed_graph &g, std::string_view order) {
+  const auto [c, s] = turn_of(g);
+  const double kx = -g.shear_x / 100, ky = -g.shear_y / 100;
   const double sx = g.size_x / 100, sy = g.size_y / 100;
-  return offsets(-g.cx * sx, -g.cy * sy, sx * (g.w - g.cx) - 1, sy * (g.h - g.cy) - 1);
+  const size_t scaling = order.find('s');
+  const bool before = scaling == order.npos || scaling == order.size() - 1;
+  corner_set corners{};
+  for (size_t i = 0; i < 4; ++i) {
+    const double far_x = i % 2 ? 1 : 0, far_y = i / 2 ? 1 : 0;
+    corner p = {far_x * g.w - g.cx, far_y * g.h - g.cy};
+    if (before) p = {p.x - far_x, p.y - far_y};
+    for (const char letter : order) {
+      if (letter == 'h') p = {p.x + kx * p.y, p.y + ky * p.x};
+      if (letter == 'r') p = {c * p.x - s * p.y, s * p.x + c * p.y};
+      if (letter == 's') p = {p.x * sx, p.y * sy};
+      if (letter == 's' && !before) p = {p.x - far_x, p.y - far_y};
+    }
+    corners[i] = {p.x * mirror_x(g) + g.x, p.y * mirror_y(g) + g.y};
+  }
+  return corners;
 }
 
 } // namespace
 
 scaled_box corners_scale(const placed_graph &g) {
-  const double sx = g.size_x / 100 * (g.flags & 1 ? -1 : 1);
-  const double sy = g.size_y / 100 * (g.flags & 2 ? -1 : 1);
-  scaled_box box{};
-  if (sx > 0) {
-    box.x0 = g.x - g.cx * sx;
-    box.x1 = g.x + (g.w - g.cx) * sx - 1;
-  } else {
-    box.x0 = g.x + (g.w - g.cx) * sx;
-    box.x1 = g.x - g.cx * sx - 1;
-  }
-  if (sy > 0) {
-    box.y0 = g.y - g.cy * sy;
-    box.y1 = g.y + (g.h - g.cy) * sy - 1;
-  } else {
-    box.y0 = g.y + (g.h - g.cy) * sy;
-    box.y1 = g.y - g.cy * sy - 1;
-  }
-  return box;
+  const double sx = g.size_x / 100 * mirror_x(g), sy = g.size_y / 100 * mirror_y(g);
+  const double left = g.x - g.cx * sx, right = g.x + (g.w - g.cx) * sx;
+  const double top = g.y - g.cy * sy, bottom = g.y + (g.h - g.cy) * sy;
+  return {sx > 0 ? left : right, sy > 0 ? top : bottom, (sx > 0 ? right : left) - 1,
+          (sy > 0 ? bottom : top) - 1};
 }
 
-corner_set corners_rotate(const placed_graph &g) {
-  const auto [c, s] = turn_of(g);
-  corner_set corners = offsets_before_scaling(g);
-  for (corner &p : corners)
-    p = {(c * p.x - s * p.y) * mirror_x(g) + g.x, (s * p.x + c * p.y) * mirror_y(g) + g.y};
-  return corners;
-}
+corner_set corners_rotate(const placed_graph &g) { return transformed(g, "r"); }
 
 corner_set corners_rotscale(const placed_graph &g) {
-  const auto [c, s] = turn_of(g);
-  const double sx = g.size_x / 100, sy = g.size_y / 100;
-  corner_set corners{};
-  if (g.tfmorder == 1 || g.tfmorder == 4 || g.tfmorder == 5) {
-    corners = offsets_before_scaling(g);
-    for (corner &p : corners)
-      p = {(c * p.x - s * p.y) * sx * mirror_x(g) + g.x,
-           (s * p.x + c * p.y) * sy * mirror_y(g) + g.y};
-  } else {
-    corners = offsets_after_scaling(g);
-    for (corner &p : corners)
-      p = {(c * p.x - s * p.y) * mirror_x(g) + g.x, (s * p.x + c * p.y) * mirror_y(g) + g.y};
-  }
-  return corners;
+  const bool scaled_last = g.tfmorder == 1 || g.tfmorder == 4 || g.tfmorder == 5;
+  return transformed(g, scaled_last ? "rs" : "sr");
 }
 
 corner_set corners_scaleshear(const placed_graph &g) {
-  const double kx = -g.shear_x / 100, ky = -g.shear_y / 100;
-  const double sx = g.size_x / 100, sy = g.size_y / 100;
-  corner_set corners{};
-  if (g.tfmorder == 0 || g.tfmorder == 1 || g.tfmorder == 4) {
-    corners = offsets_before_scaling(g);
-    for (corner &p : corners)
-      p = {(p.x + kx * p.y) * sx * mirror_x(g) + g.x, (p.y + ky * p.x) * sy * mirror_y(g) + g.y};
-  } else {
-    corners = offsets_after_scaling(g);
-    for (corner &p : corners)
-      p = {(p.x + kx * p.y) * mirror_x(g) + g.x, (p.y + ky * p.x) * mirror_y(g) + g.y};
-  }
-  return corners;
+  const bool scaled_last = g.tfmorder == 0 || g.tfmorder == 1 || g.tfmorder == 4;
+  return transformed(g, scaled_last ? "hs" : "sh");
 }
 
+/// Transforms that change nothing don't count.
 corner_set corners_rotscaleshear(const placed_graph &g) {
-  static constexpr std::string_view orders[6] = {"hsr", "hrs", "shr", "srh", "rhs", "rsh"};
-  const auto [c, s] = turn_of(g);
-  const double kx = -g.shear_x / 100, ky = -g.shear_y / 100;
-  const double sx = g.size_x / 100, sy = g.size_y / 100;
-  // The transforms present, as letters in order.
-  std::string_view order = orders[g.tfmorder];
-  char present[4] = "";
-  int count = 0;
-  for (const char letter : order) {
-    const bool there = letter == 'h'   ? kx != 0 || ky != 0
-                       : letter == 's' ? sx != 1 || sy != 1
-                                       : g.angle % 360000 != 0;
-    if (there) present[count++] = letter;
-  }
-  order = std::string_view(present, size_t(count));
-  // The far pixel is subtracted right after scaling, or at the start when scaling is last or
-  // absent.
-  const size_t scaling = order.find('s');
-  const bool before = scaling == order.npos || scaling == order.size() - 1;
-
-  corner_set corners = offsets(-g.cx, -g.cy, g.w - g.cx, g.h - g.cy);
-  for (size_t i = 0; i < 4; ++i) {
-    const double far_x = i % 2 ? 1 : 0, far_y = i / 2 ? 1 : 0;
-    corner p = corners[i];
-    if (before) p = {p.x - far_x, p.y - far_y};
-    for (const char letter : order) {
-      if (letter == 'h') p = {p.x + kx * p.y, p.y + ky * p.x};
-      if (letter == 'r') p = {c * p.x - s * p.y, s * p.x + c * p.y};
-      if (letter == 's') {
-        p = {p.x * sx, p.y * sy};
-        if (!before) p = {p.x - far_x, p.y - far_y};
-      }
-    }
-    corners[i] = {p.x * mirror_x(g) + g.x, p.y * mirror_y(g) + g.y};
-  }
-  return corners;
+  std::string order = std::array{"hsr", "hrs", "shr", "srh", "rhs", "rsh"}[size_t(g.tfmorder)];
+  std::erase_if(order, [&](char letter) {
+    return letter == 'h'   ? g.shear_x == 0 && g.shear_y == 0
+           : letter == 's' ? g.size_x == 100 && g.size_y == 100
+                           : g.angle % 360000 == 0;
+  });
+  return transformed(g, order);
 }
 
 double round_half_away(double v) { return v >= 0 ? std::floor(v + 0.5) : std::ceil(v - 0.5); }

@@ -1,4 +1,4 @@
-// Where the corners of a transformed graph fall; each routine's formula is written out separately.
+// Where the corners of a transformed graph fall.
 #pragma once
 
 #include <array>
