@@ -370,12 +370,13 @@ TEST_F(Collisions, AWalkGivesEachHitOnceAndStartsOver) {
 TEST_F(Collisions, MemoryGrowsAndIsThenKept) {
   orb_process *const a = spawn(new_graph(64, 64, 1)), *const b = spawn(a->locals->graph);
   EXPECT_EQ(call("collision", {id(a), id(b)}), id(b));
-  const void *const pixels = proc_surface->pixels;
+  const void *const pixels = proc_surface->pixels, *const others = scan_surface->pixels;
   for (int i = -70; i < 70; ++i) {
     b->locals->x = i;
     EXPECT_EQ(call("collision", {id(a), id(b)}), std::abs(i) < 64 ? id(b) : 0) << i;
   }
   EXPECT_EQ(proc_surface->pixels, pixels);
+  EXPECT_EQ(scan_surface->pixels, others);
 }
 
 } // namespace

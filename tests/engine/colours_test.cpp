@@ -193,8 +193,9 @@ TEST_F(Colours, PalettesAreExchangedMarkedAndSummed) {
   EXPECT_EQ(std::tuple(palette_update, force_sys_fnt, fake_ghost_table), std::tuple(1, 1, 1));
   __ORBPalette2D__ mine, out;
   paint(mine, 0);
+  palette_update = fake_ghost_table = 0;
   EXPECT_EQ(set_palette(&mine), 1);
-  EXPECT_EQ(palette_loaded, 1);
+  EXPECT_EQ(std::tuple(palette_loaded, palette_update, fake_ghost_table), std::tuple(1, 1, 1));
   EXPECT_EQ(get_palette(&out), 1);
   EXPECT_EQ(memcmp(&out, &mine, sizeof out), 0);
   EXPECT_EQ(get_palette(nullptr) + set_palette(nullptr) + init_force_palette(nullptr) +
@@ -218,6 +219,9 @@ TEST_F(Colours, PalettesAreExchangedMarkedAndSummed) {
   load_default_palette(&out);
   EXPECT_EQ(memcmp(palette, &out, sizeof out), 0);
   EXPECT_EQ(palette_loaded, 0);
+  palette_update = 0;
+  EXPECT_EQ(create_palette(), 1);
+  EXPECT_EQ(palette_update, 1);
   for (int i = 0; i < 2000; ++i) { // the default has a colour near any other
     const int r = random.below(253), g = random.below(253), b = random.below(253);
     ASSERT_LE(distance(out.colours[find_nearest(&out, r, g, b)], r, g, b), 3 * 26);
