@@ -230,7 +230,8 @@ TEST_F(Frames, DrawEveryRequestOfAListThatMoves) {
     request->dst = screen;
     request->z = 500 - i;
     request->blit_op = [](__ORBBlit2D__ *r) {
-      for (int more = 0; r->z == 498 && more < 5000; ++more)
+      const int taken = r->z == 498 ? 5000 : 0;
+      for (int i = 0; i < taken; ++i)
         GetAndUpdateBlitList();
       return ++drawn;
     };

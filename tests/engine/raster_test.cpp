@@ -69,7 +69,10 @@ struct Raster : testing::Test {
     if (!s.round) {
       for (int32_t &each : a)
         if (random.one_in(2)) each = far(random);
-      if (random.one_in(2)) a = {a[0], a[1], width - 1 - a[0], height - 1 - a[1]}; // the middle
+      const auto across = [](int size, int32_t from) { // through the middle; may wrap
+        return int32_t(uint32_t(size - 1) - uint32_t(from));
+      };
+      if (random.one_in(2)) a = {a[0], a[1], across(width, a[0]), across(height, a[1])};
       return a;
     }
     // A large shape whose edge passes near the surface, often where its octants meet. Above 4096
