@@ -50,6 +50,36 @@ bool lay_axis(axis *a, float corner0, float corner1, int32_t length, int64_t siz
   return true;
 }
 
+/// Source rows: those at positions that add up in single precision, from a first one on.
+struct row_positions {
+  float at, step, bottom; // bottom: the last row
+
+  /// Takes the next `count` rows.
+  void take(int32_t *rows, int32_t count) {
+    if (take_whole(rows, count)) return;
+    for (int32_t i = 0; i < count; ++i, at += step)
+      rows[i] = int32_t(std::clamp(at, 0.0f, bottom));
+  }
+
+private:
+  /// The same where start and step are so round that no sum is rounded, as at half and at double
+  /// size: then the rows needn't wait for each other. False, with nothing done, elsewhere.
+  bool take_whole(int32_t *rows, int32_t count) {
+    // In units of 1/256, below 2^24, sums of floats are exact.
+    constexpr int32_t bits = 8, unit = 1 << bits, far = 1 << 15;
+    const float end = at + step * float(count);
+    if (!(at >= 0 && at < far && std::abs(step) < far && std::abs(end) < far)) return false;
+    const auto start = int32_t(at * unit), stride = int32_t(step * unit);
+    if (float(start) != at * unit || float(stride) != step * unit) return false;
+    const int32_t last = start + stride * (count - 1), highest = std::max(start, last);
+    if (last < 0 || highest / unit > int32_t(bottom)) return false;
+    for (int32_t i = 0; i < count; ++i)
+      rows[i] = (start + stride * i) >> bits;
+    at = end;
+    return true;
+  }
+};
+
 } // namespace
 
 int32_t ORBGI2D_BlitScale(__ORBBlit2D__ *request) {
@@ -79,17 +109,14 @@ int32_t ORBGI2D_BlitScale(__ORBBlit2D__ *request) {
   const double top = width * 65536.0 - 1;
   const int32_t src_x = to_fixed(std::clamp(across.start * 65536, 0.0, top));
   blit.x_inc = fixed_step(across.step * 65536, 1);
-  auto src_y = float(down.start);
-  const auto step_y = float(down.step);
+  row_positions positions{float(down.start), float(down.step), float(height - 1)};
   // As many rows are drawn by one call as the table holds; one by one when a surface is drawn onto
   // itself: its rows change as they are drawn.
   constexpr int32_t table_size = 1024;
   static int32_t rows[table_size];
-  const auto bottom = float(height - 1);
   for (blit.dst_y = down.first; blit.dst_y <= down.last; blit.dst_y += blit.blt_rows) {
     blit.blt_rows = blit.shared ? 1 : std::min(table_size, down.last - blit.dst_y + 1);
-    for (int32_t i = 0; i < blit.blt_rows; ++i, src_y += step_y)
-      rows[i] = int32_t(std::clamp(src_y, 0.0f, bottom));
+    positions.take(rows, blit.blt_rows);
     blit.src_x = src_x;
     blit.src_y = rows[0];
     if (!blit.shared) blit.src_rows = rows;
