@@ -230,25 +230,9 @@ template <typename Word, Word set> struct keyed_copy : plain_copy<Word, set> {
   static group<Word> put(group<Word> s, group<Word> d) { return s != 0 ? s | set : d; }
 };
 
-/// Copies rows that follow one another without a gap by the CPU's own instruction, which writes
-/// cache lines without reading them first, as vector stores can't. False, with nothing done, for
-/// other rows and for few: it starts slowly.
-constexpr int64_t many_bytes = 1 << 16;
-inline bool copy_at_once(const kernel_args &k, int bytes_each) {
-  const int32_t row = k.w * bytes_each;
-  if (row != k.dst_stride || row != k.src_stride || int64_t(row) * k.h < many_bytes) return false;
-  void *to = k.dst;
-  const void *from = k.src;
-  size_t left = size_t(row) * size_t(k.h);
-  __asm__ volatile("rep movsb" : "+D"(to), "+S"(from), "+c"(left) : : "memory");
-  return true;
-}
-
 /// A copy in either direction: its time is in the loop, so that each has its own.
 template <typename Word, Word set, bool keyed> inline void run_copy(const kernel_args &k) {
   using rule = std::conditional_t<keyed, keyed_copy<Word, set>, plain_copy<Word, set>>;
-  if constexpr (!keyed && set == 0)
-    if (!k.mirror && copy_at_once(k, sizeof(Word))) return;
   if (k.mirror)
     run_rectangle<true, Word>(k, rule{});
   else
