@@ -20,7 +20,7 @@ constexpr target_row targets[] = {
     {"blit/keyed copy/32bit/16x16", {1.0}},
     {"blit/keyed copy/32bit/64x64", {1.1}},
     {"blit/keyed copy/32bit/256x256", {1.05}},
-    {"blit/keyed copy/32bit/1280x720", {0.9}},
+    {"blit/keyed copy/32bit/1280x720", {0.9, "AMD"}},
     {"blit/keyed copy/*/256x256", {0.9}},
     {"blit/keyed copy/*/32x32", {1.3}},
     {"blit/keyed copy/*/64x64", {1.3}},
@@ -76,6 +76,8 @@ constexpr target_row targets[] = {
     {"blit/keyed rotate/32bit/64x64", {1.1}},
     {"blit/keyed rotate/*", {1.3}},
 
+    {"blit/keyed tile/32bit/64x64", {2.0, "AMD"}},
+    {"blit/keyed tile/32bit/256x256", {2.0, "AMD"}},
     {"blit/keyed tile/32bit/*", {2.0}},
     {"blit/opaque tile/*/16x16", {}},
     {"blit/opaque tile/*", {1.3}},
