@@ -1,4 +1,4 @@
-// The test program: GoogleTest's suites, and the cases of tests/transcripts/.
+// The test program: GoogleTest's suites, and the cases of the transcripts.
 #include <gtest/gtest.h>
 
 #include "support/transcript.h"
@@ -7,5 +7,6 @@
 int main(int count, char **arguments) {
   testing::InitGoogleTest(&count, arguments);
   register_transcripts(tests_folder("transcripts"));
+  register_transcripts(tests_folder("hostile"));
   return RUN_ALL_TESTS();
 }

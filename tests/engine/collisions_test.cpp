@@ -29,14 +29,14 @@ struct {
 } shown_in;
 
 struct Collisions : testing::Test {
-  world w{[](orbhost::Host &host) {
+  world w{{.prepare = [](orbhost::Host &host) {
     host.scroll_services.offset = [](int32_t, int32_t scroll, int32_t *x, int32_t *y) -> int32_t {
       *x = shown_in.x;
       *y = shown_in.y;
       return scroll == shown_in.scroll;
     };
     host.device_system.scroll = &host.scroll_services;
-  }};
+  }}};
   random_source random{base_seed()};
   Collisions() { w.set_mode(32); }
 

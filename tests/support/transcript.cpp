@@ -13,8 +13,10 @@
 
 #include "blit/blit.h"
 #include "blit/blit_list.h"
+#include "failing_allocator.h"
 #include "frame/draw_objects.h"
 #include "frame/process_scan.h"
+#include "hostile/digest.h"
 #include "support/recording.h"
 #include "support/world.h"
 #include "surface/registry.h"
@@ -29,6 +31,7 @@ struct transcript_line {
   int number;
   word_list words, outcome;
   bool has_outcome = false;
+  bool starved = false, own = false, partial = false; // see starve()
 };
 
 struct transcript_case {
@@ -36,6 +39,7 @@ struct transcript_case {
   word_list depths = {"32"};
   bool bare = false; // no mode is set
   std::vector<transcript_line> lines;
+  std::vector<std::string> refusals; // reports that a starved line may make
 };
 
 /// Words are separated by blanks; a text in quotes, with a word before it (x="..."), is one word.
@@ -62,11 +66,16 @@ std::string joined(const word_list &words) {
   return text;
 }
 
-bool is_quoted(const std::string &word) { return !word.empty() && word.front() == '"'; }
-std::string unquoted(const std::string &word) { return word.substr(1, word.size() - 2); }
+bool is_quoted(const std::string &word) {
+  return !word.empty() && word.front() == '"';
+}
+std::string unquoted(const std::string &word) {
+  return word.substr(1, word.size() - 2);
+}
 
 std::string upper(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return toupper(c); });
+  std::transform(text.begin(), text.end(), text.begin(),
+                 [](unsigned char c) { return toupper(c); });
   return text;
 }
 
@@ -97,7 +106,15 @@ std::vector<transcript_case> read_cases(const std::filesystem::path &path) {
     line.has_outcome = arrow != std::string::npos;
     if (line.has_outcome) line.outcome = split(text.substr(arrow + 4));
     transcript_case &current = cases.back();
-    if (line.words[0] == "depth")
+    while (line.words[0] == "starve" || line.words[0] == "own" || line.words[0] == "partial") {
+      line.starved = true;
+      line.own |= line.words[0] == "own";
+      line.partial |= line.words[0] == "partial";
+      line.words.erase(line.words.begin());
+    }
+    if (line.words[0] == "refusal")
+      current.refusals.push_back(joined({line.words.begin() + 1, line.words.end()}));
+    else if (line.words[0] == "depth")
       current.depths.assign(line.words.begin() + 1, line.words.end());
     else if (line.words[0] == "bare")
       current.bare = true;
@@ -124,19 +141,42 @@ constexpr record_field process_fields[] = {
     {"box_y1", offsetof(orb_process, box_y1)},
 };
 
-#define ORB_FIELD(name) {#name, offsetof(__ORBBlit2D__, name)}
+#define ORB_FIELD(name)                                                                            \
+  { #name, offsetof(__ORBBlit2D__, name) }
 constexpr record_field request_fields[] = {
-    ORB_FIELD(link),        ORB_FIELD(drawn),         ORB_FIELD(drawn_x0),
-    ORB_FIELD(drawn_y0),    ORB_FIELD(drawn_x1),      ORB_FIELD(drawn_y1),
-    ORB_FIELD(x),           ORB_FIELD(y),             ORB_FIELD(z),
-    ORB_FIELD(region),      ORB_FIELD(resolution),    ORB_FIELD(destination_file),
-    ORB_FIELD(angle),       ORB_FIELD(tfmorder),      ORB_FIELD(destination_graph),
-    ORB_FIELD(size),        ORB_FIELD(size_x),        ORB_FIELD(size_y),
-    ORB_FIELD(shear_x),     ORB_FIELD(shear_y),       ORB_FIELD(flags),
-    ORB_FIELD(alpha),       ORB_FIELD(fxmode),        ORB_FIELD(fxcolor),
-    ORB_FIELD(fxintensity), ORB_FIELD(block_x),       ORB_FIELD(block_y),
-    ORB_FIELD(block_w),     ORB_FIELD(block_h),       ORB_FIELD(own_region),
-    ORB_FIELD(own_region_x0), ORB_FIELD(own_region_y0), ORB_FIELD(own_region_x1),
+    ORB_FIELD(link),
+    ORB_FIELD(drawn),
+    ORB_FIELD(drawn_x0),
+    ORB_FIELD(drawn_y0),
+    ORB_FIELD(drawn_x1),
+    ORB_FIELD(drawn_y1),
+    ORB_FIELD(x),
+    ORB_FIELD(y),
+    ORB_FIELD(z),
+    ORB_FIELD(region),
+    ORB_FIELD(resolution),
+    ORB_FIELD(destination_file),
+    ORB_FIELD(angle),
+    ORB_FIELD(tfmorder),
+    ORB_FIELD(destination_graph),
+    ORB_FIELD(size),
+    ORB_FIELD(size_x),
+    ORB_FIELD(size_y),
+    ORB_FIELD(shear_x),
+    ORB_FIELD(shear_y),
+    ORB_FIELD(flags),
+    ORB_FIELD(alpha),
+    ORB_FIELD(fxmode),
+    ORB_FIELD(fxcolor),
+    ORB_FIELD(fxintensity),
+    ORB_FIELD(block_x),
+    ORB_FIELD(block_y),
+    ORB_FIELD(block_w),
+    ORB_FIELD(block_h),
+    ORB_FIELD(own_region),
+    ORB_FIELD(own_region_x0),
+    ORB_FIELD(own_region_y0),
+    ORB_FIELD(own_region_x1),
     ORB_FIELD(own_region_y1),
 };
 #undef ORB_FIELD
@@ -178,31 +218,51 @@ std::string name_of(const __ORBSurface2D__ *surface) {
 
 class transcript_player {
 public:
-  transcript_player(std::filesystem::path file, const transcript_case &played, int32_t depth)
-      : file_(std::move(file)), case_(played), depth_(depth) {}
-
-  void play() {
+  /// `trace` takes what each line shows, instead of comparing it.
+  transcript_player(std::filesystem::path file, const transcript_case &played, int32_t depth,
+                    std::vector<std::string> *trace = nullptr, const host_change &change = {})
+      : file_(std::move(file)), case_(played), depth_(depth), trace_(trace), world_(change) {
     if (!case_.bare) world_.set_mode(depth_);
-    EXPECT_EQ(world_.reports(), "");
-    for (const transcript_line &line : case_.lines) {
-      try {
-        run(line);
-      } catch (const std::exception &problem) {
-        fail(line, problem.what());
-      }
-    }
+    const std::string reports = world_.reports();
+    if (!trace_) EXPECT_EQ(reports, "");
   }
+
+  /// Plays the lines before `end`; all of them if it is null.
+  void play(const transcript_line *end = nullptr) {
+    for (const transcript_line &line : case_.lines)
+      if (&line == end)
+        break;
+      else
+        play_line(line);
+  }
+  void play_line(const transcript_line &line) {
+    const std::string before = line.starved && !trace_ ? digest() : "";
+    try {
+      run(line);
+    } catch (const std::exception &problem) {
+      fail(line, problem.what());
+    }
+    if (line.starved && !trace_) digests.emplace_back(before, digest());
+  }
+  std::string digest() const { return digest_of(world_.folder.path); }
+
+  /// Before and after each starved line.
+  std::vector<std::pair<std::string, std::string>> digests;
 
 private:
   std::filesystem::path file_;
   const transcript_case &case_;
   int32_t depth_;
+  std::vector<std::string> *trace_;
   world world_;
   std::map<std::string, int32_t> names_; // $name: results that were given a name, processes
   std::vector<int32_t> out_;             // what the last call wrote through pointers
 
   void fail(const transcript_line &line, const std::string &text) {
-    ADD_FAILURE_AT(file_.c_str(), line.number) << joined(line.words) << ": " << text;
+    if (trace_)
+      trace_->push_back(text);
+    else
+      ADD_FAILURE_AT(file_.c_str(), line.number) << joined(line.words) << ": " << text;
   }
 
   // -- Values
@@ -243,9 +303,9 @@ private:
     if (bracket != std::string::npos)
       index = size_t(std::stoi(name.substr(bracket + 1))) * declared->fields.size();
     if (dot != std::string::npos) {
-      const auto field = std::find_if(
-          declared->fields.begin(), declared->fields.end(),
-          [&](const orbhost::Variable &f) { return f.name == name.substr(dot + 1); });
+      const auto field =
+          std::find_if(declared->fields.begin(), declared->fields.end(),
+                       [&](const orbhost::Variable &f) { return f.name == name.substr(dot + 1); });
       if (field == declared->fields.end()) throw std::invalid_argument("no field: " + name);
       index += size_t(field - declared->fields.begin());
     }
@@ -257,6 +317,16 @@ private:
   /// Holds what happened against what is written after the arrow; numbers may be written in any
   /// way. A $name takes a number and keeps it.
   void expect(const transcript_line &line, const word_list &seen) {
+    if (trace_) {
+      word_list shown = seen; // processes by name: their ids differ from world to world
+      for (const auto &[name, known] : names_)
+        if (world_.host.processes().exists(known))
+          std::replace(shown.begin(), shown.end(), std::to_string(known), name);
+      trace_->push_back(joined(shown));
+      if (line.has_outcome && line.outcome[0].front() == '$')
+        names_.try_emplace(line.outcome[0], value(seen[0]));
+      return;
+    }
     bool same = line.has_outcome && seen.size() == line.outcome.size();
     for (size_t i = 0; same && i < seen.size(); ++i) {
       const std::string &wanted = line.outcome[i];
@@ -279,6 +349,7 @@ private:
   /// Like expect, for a sum: recording writes the new one into the transcript.
   void expect_sum(const transcript_line &line, uint32_t sum) {
     const std::string seen = hex(sum, 8);
+    if (trace_) return trace_->push_back(seen);
     if (line.has_outcome && joined(line.outcome) == seen) return;
     if (recording())
       record_outcome(file_, line.number, seen);
@@ -297,17 +368,17 @@ private:
   void run(const transcript_line &line) {
     using verb = void (transcript_player::*)(const transcript_line &);
     static const std::map<std::string, verb> verbs = {
-        {"call", &transcript_player::call},         {"out", &transcript_player::out},
-        {"spawn", &transcript_player::spawn},       {"set", &transcript_player::set},
-        {"local", &transcript_player::local},       {"kill", &transcript_player::kill},
-        {"as", &transcript_player::become},         {"frame", &transcript_player::frame},
-        {"scan", &transcript_player::scan},         {"requests", &transcript_player::requests},
-        {"request", &transcript_player::request},
-        {"global", &transcript_player::global},     {"pixel", &transcript_player::pixel_at},
-        {"row", &transcript_player::row},
-        {"paint", &transcript_player::paint},       {"show", &transcript_player::show},
-        {"crc", &transcript_player::crc},           {"file", &transcript_player::file},
-        {"bytes", &transcript_player::bytes},       {"write", &transcript_player::write},
+        {"call", &transcript_player::call},       {"out", &transcript_player::out},
+        {"spawn", &transcript_player::spawn},     {"set", &transcript_player::set},
+        {"local", &transcript_player::local},     {"kill", &transcript_player::kill},
+        {"as", &transcript_player::become},       {"frame", &transcript_player::frame},
+        {"scan", &transcript_player::scan},       {"requests", &transcript_player::requests},
+        {"request", &transcript_player::request}, {"hook", &transcript_player::hook},
+        {"many", &transcript_player::many},       {"global", &transcript_player::global},
+        {"pixel", &transcript_player::pixel_at},  {"row", &transcript_player::row},
+        {"paint", &transcript_player::paint},     {"show", &transcript_player::show},
+        {"crc", &transcript_player::crc},         {"file", &transcript_player::file},
+        {"bytes", &transcript_player::bytes},     {"write", &transcript_player::write},
         {"data", &transcript_player::data}};
     const auto found = verbs.find(line.words[0]);
     if (found == verbs.end()) throw std::invalid_argument("no such line");
@@ -345,6 +416,7 @@ private:
     const int32_t result = host.call_form(function, arguments);
     if (host.call_frame().unfetched() || host.call_frame().bad_fetches())
       fail(line, "its arguments are fetched wrongly");
+    if (host.files().open_count()) fail(line, "leaves a stream open");
 
     word_list seen;
     if (result == orbhost::failure_value) {
@@ -421,8 +493,7 @@ private:
 
   /// as $name: calls are that process's; `as none`: nobody's.
   void become(const transcript_line &line) {
-    world_.host.processes().current =
-        line.words.at(1) == "none" ? nullptr : process(line.words[1]);
+    world_.host.processes().current = line.words.at(1) == "none" ? nullptr : process(line.words[1]);
   }
 
   /// frame, frame COUNT, frame -> REPORTS
@@ -430,8 +501,35 @@ private:
     for (int count = line.words.size() > 1 ? value(line.words[1]) : 1; count > 0; --count)
       world_.host.frame();
     word_list seen;
+    if (trace_) seen.push_back("frame");
     add_reports(seen, "");
-    if (line.has_outcome || !seen.empty()) expect(line, seen);
+    if (trace_ || line.has_outcome || !seen.empty()) expect(line, seen);
+  }
+
+  /// many COUNT LINE: the same line again and again, to fill a list.
+  void many(const transcript_line &line) {
+    transcript_line again = line;
+    again.words.erase(again.words.begin(), again.words.begin() + 2);
+    std::vector<std::string> seen, *const former = std::exchange(trace_, &seen);
+    for (int count = value(line.words.at(1)); count > 0; --count)
+      run(again);
+    trace_ = former;
+    for (const std::string &each : seen)
+      if (each.starts_with("fail")) fail(line, each);
+  }
+
+  /// hook init, hook frame, hook release: what the host calls.
+  void hook(const transcript_line &line) {
+    const std::string &kind = line.words.at(1);
+    int32_t result = 0;
+    for (const orbhost::Hook &each : world_.host.registration().hooks)
+      if (each.kind == (kind == "init"    ? ORB_HOOK_INIT
+                        : kind == "frame" ? ORB_HOOK_FRAME
+                                          : ORB_HOOK_RELEASE))
+        result = each.function();
+    word_list seen{std::to_string(result)};
+    add_reports(seen, "");
+    expect(line, seen);
   }
 
   /// scan -> COUNT: the requests of processes and draw objects, as the next frame would make them.
@@ -442,6 +540,7 @@ private:
     do_drawings();
     requests(line);
   }
+
   /// requests -> COUNT in the current list.
   void requests(const transcript_line &line) {
     expect(line, {std::to_string(GetNumsBlitOnList())});
@@ -473,8 +572,7 @@ private:
 
   /// global NAME=VALUE ... sets; global NAME -> VALUE.
   void global(const transcript_line &line) {
-    if (line.has_outcome)
-      return expect(line, {std::to_string(global(line.words.at(1)))});
+    if (line.has_outcome) return expect(line, {std::to_string(global(line.words.at(1)))});
     for (size_t i = 1; i < line.words.size(); ++i) {
       const auto [key, text] = halves(line.words[i]);
       global(key) = value(text);
@@ -484,8 +582,7 @@ private:
   // -- Pixels
 
   const __ORBSurface2D__ &surface(const transcript_line &line) {
-    const __ORBSurface2D__ *const found =
-        surface_of({line.words.begin() + 1, line.words.end()});
+    const __ORBSurface2D__ *const found = surface_of({line.words.begin() + 1, line.words.end()});
     if (!found) throw std::invalid_argument("no such surface");
     return *found;
   }
@@ -503,7 +600,8 @@ private:
     uint32_t y = 0;
     for (const std::string &row : split(unquoted(line.words.back()))) {
       for (uint32_t x = 0; x < row.size(); ++x)
-        set_pixel(onto, x, y, row[x] == '.' ? 0 : uint32_t(std::stoi(row.substr(x, 1), nullptr, 16)));
+        set_pixel(onto, x, y,
+                  row[x] == '.' ? 0 : uint32_t(std::stoi(row.substr(x, 1), nullptr, 16)));
       ++y;
     }
   }
@@ -511,7 +609,8 @@ private:
   /// show SURFACE X Y -> "12. 456": as many pixels as are written, from (X, Y); `#` is above 15.
   void show(const transcript_line &line) {
     const size_t last = line.words.size() - 1;
-    const uint32_t x0 = uint32_t(value(line.words[last - 1])), y0 = uint32_t(value(line.words[last]));
+    const uint32_t x0 = uint32_t(value(line.words[last - 1])),
+                   y0 = uint32_t(value(line.words[last]));
     std::string seen;
     uint32_t y = y0;
     for (const std::string &row : split(unquoted(line.outcome.at(0)))) {
@@ -531,7 +630,8 @@ private:
     word_list seen, wanted;
     for (uint32_t i = 0; i < line.outcome.size(); ++i) {
       seen.push_back(hex(pixel(surface(line), uint32_t(value(line.words[last - 1])) + i,
-                               uint32_t(value(line.words[last]))), 1));
+                               uint32_t(value(line.words[last]))),
+                         1));
       wanted.push_back(hex(uint32_t(std::stoul(line.outcome[i], nullptr, 16)), 1));
     }
     if (seen != wanted) fail(line, joined(seen));
@@ -580,11 +680,115 @@ private:
   }
 };
 
+// ---- Allocations that fail
+// ------------------------------------------------------------------------
+
+/// What a starved line shows in a new world: once with all memory, or with one request failing.
+struct starved_world {
+  std::vector<std::string> seen;
+  transcript_player player;
+
+  starved_world(const std::filesystem::path &file, const transcript_case &played, int32_t depth,
+                const transcript_line &line)
+      : player(file, played, depth, &seen) {
+    player.play(&line);
+    seen.clear();
+  }
+};
+
+/// Whether all reports of an outcome begin as a refusal of the case does.
+bool is_refusal(const transcript_case &played, const std::string &outcome) {
+  std::string reports = outcome.substr(std::min(outcome.find(' '), outcome.size() - 1) + 1);
+  if (outcome.find(' ') == std::string::npos) reports = "silent";
+  for (size_t end; !reports.empty(); reports.erase(0, end)) {
+    end = std::min(reports.find("; "), reports.size());
+    const std::string report = reports.substr(0, end) + ' ';
+    if (std::none_of(played.refusals.begin(), played.refusals.end(),
+                     [&](const std::string &known) { return report.starts_with(known + ' '); }))
+      return false;
+    end = std::min(end + 2, reports.size());
+  }
+  return true;
+}
+
+/// Plays a line once for each allocation that it makes, with that one failing, and with that one
+/// and all later ones: each time in a new world that the case has been played in up to there. The
+/// line shows what it shows with memory, or refuses with reports that the case lists. After a
+/// refusal all is as before (unless the line is `partial`), and with memory the same line does all
+/// it does undisturbed. Nothing leaks. `own` lines are those that call SDL, which doesn't check its
+/// requests.
+void starve(const std::filesystem::path &file, const transcript_case &played, int32_t depth,
+            const transcript_line &line, const std::pair<std::string, std::string> &digests) {
+  std::string expected;
+  int32_t kept = 0;
+  for (int run = 0; run < 2; ++run) { // the first warms up
+    const int32_t blocks = outstanding_blocks(fault_scope::everybody);
+    {
+      starved_world w(file, played, depth, line);
+      w.player.play_line(line);
+      expected = w.seen.empty() ? "" : w.seen[0];
+    }
+    kept = outstanding_blocks(fault_scope::everybody) - blocks;
+  }
+  for (const fault_scope scope : {fault_scope::module, fault_scope::everybody})
+    for (const fault_kind kind : {fault_kind::once, fault_kind::onwards}) {
+      if (scope == fault_scope::everybody && (line.own || !libraries_can_fail)) continue;
+      bool reached = true;
+      uint32_t tried = 0;
+      for (uint32_t request = 1; reached && request < 20000; ++request) {
+        const int32_t own = outstanding_blocks(fault_scope::module);
+        const int32_t all = outstanding_blocks(fault_scope::everybody);
+        std::string problem, seen;
+        {
+          starved_world w(file, played, depth, line);
+          {
+            const allocation_fault fault(request, scope, kind);
+            w.player.play_line(line);
+            reached = fault.reached();
+          }
+          tried += reached;
+          seen = w.seen.empty() ? "" : w.seen[0];
+          if (seen != expected) {
+            if (!is_refusal(played, seen)) problem += "isn't a refusal of this case";
+            // The usual result with a report means that the work was completed.
+            const bool done = seen.starts_with(expected + " ");
+            if (!line.partial && !done) problem += difference(digests.first, w.player.digest());
+            w.seen.clear();
+            w.player.play_line(line);
+            if (!w.seen.empty() && w.seen[0] != expected) problem += " and then " + w.seen[0];
+          }
+          problem += difference(digests.second, w.player.digest());
+        }
+        if (outstanding_blocks(fault_scope::module) != own ||
+            outstanding_blocks(fault_scope::everybody) - all != kept)
+          problem += " and leaks";
+        if (!problem.empty())
+          ADD_FAILURE_AT(file.c_str(), line.number)
+              << (scope == fault_scope::module ? "own request " : "request ") << request
+              << (kind == fault_kind::onwards ? " and all after it" : "") << " failing: " << seen
+              << ' ' << problem;
+      }
+      if (tried == 0 && (scope == fault_scope::everybody || line.own))
+        ADD_FAILURE_AT(file.c_str(), line.number) << "asks for no memory";
+    }
+}
+
 class transcript_test : public testing::Test {
 public:
-  transcript_test(std::filesystem::path file, std::shared_ptr<transcript_case> played, int32_t depth)
+  transcript_test(std::filesystem::path file, std::shared_ptr<transcript_case> played,
+                  int32_t depth)
       : file_(std::move(file)), case_(std::move(played)), depth_(depth) {}
-  void TestBody() override { transcript_player(file_, *case_, depth_).play(); }
+  void TestBody() override {
+    std::vector<std::pair<std::string, std::string>> digests;
+    {
+      transcript_player player(file_, *case_, depth_);
+      player.play();
+      digests = player.digests;
+    }
+    size_t next = 0;
+    for (const transcript_line &line : case_->lines)
+      if (line.starved) starve(file_, *case_, depth_, line, digests.at(next++));
+  }
 
 private:
   std::filesystem::path file_;
@@ -618,4 +822,12 @@ void register_transcripts(const std::filesystem::path &folder) {
                               });
     }
   }
+}
+
+std::vector<std::string> trace_of(const std::filesystem::path &file, const std::string &title,
+                                  int32_t depth, const host_change &change) {
+  std::vector<std::string> trace;
+  for (const transcript_case &each : read_cases(file))
+    if (each.title == title) transcript_player(file, each, depth, &trace, change).play();
+  return trace;
 }

@@ -67,7 +67,7 @@ scratch_folder::~scratch_folder() {
   fs::remove_all(path, ignored);
 }
 
-world::world(const std::function<void(orbhost::Host &)> &prepare) {
+world::world(const host_change &change) {
   const auto add = [this](const std::string &report) {
     reports_ += (reports_.empty() ? "" : "; ") + report;
   };
@@ -82,8 +82,8 @@ world::world(const std::function<void(orbhost::Host &)> &prepare) {
   };
   host.files().on_loss = [](const std::string &, const std::string &) {};
   host.files().set_folder(folder.path);
-  if (prepare) prepare(host);
-  host.attach(ORB_mod_graphics2D_MainLibraryExports);
+  if (change.prepare) change.prepare(host);
+  host.attach(change.entry ? change.entry : ORB_mod_graphics2D_MainLibraryExports);
   host.init();
 }
 

@@ -34,13 +34,18 @@ public:
   const std::filesystem::path path;
 };
 
+/// What is done to a host before the module sees it; an entry of another module than the linked one.
+struct host_change {
+  std::function<void(orbhost::Host &)> prepare;
+  orb_main_library_exports *entry = nullptr;
+};
+
 class world {
 public:
   scratch_folder folder; ///< where the host's files are
   orbhost::Host host;
 
-  /// `prepare` may change the host's tables before the module sees them.
-  explicit world(const std::function<void(orbhost::Host &)> &prepare = {});
+  explicit world(const host_change &change = {});
 
   /// A mode of 64 x 48 pixels, without a fade.
   void set_mode(int32_t depth);
