@@ -76,10 +76,8 @@ void lists(std::ostream &out) {
 }
 
 void palettes(std::ostream &out) {
-  if (palette)
-    words(out, "system and shown colours",
-          {sum(&system_colors, sizeof system_colors), sum(&fadepalette, sizeof fadepalette)});
-  // Not palette_update: a restored palette is shown once more.
+  if (palette) words(out, "shown colours", {sum(&fadepalette, sizeof fadepalette)});
+  // Not palette_update, nor the system colours: a restored palette is shown once more.
   words(out, "palette",
         {sum(palette, sizeof *palette), palette_crc, palette_loaded, palette_forced, force_sys_fnt,
          fake_ghost_table, image_palette_crc,
