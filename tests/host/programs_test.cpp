@@ -73,7 +73,7 @@ public:
     const fs::path folder = place.path / "in";
     fs::create_directory(folder);
     const std::string prelude = "cd '" + folder.string() +
-                                "' || exit\n"
+                                "' || exit; ulimit -t 60\n"
                                 "tests='" ORB_TEST_SOURCE_DIR "'; data=$tests/data\n"
                                 "run32='" ORB_SOURCE_DIR "/tools/run32'; bin='" ORB_BINARY_DIR
                                 "/bin'\n"
