@@ -41,14 +41,14 @@ TEST(Motion, AgreesWithDoubleArithmetic) {
 }
 
 TEST(Motion, InAScrollAPictureIsWhereTheScrollShowsIt) {
-  world w([](orbhost::Host &host) {
+  world w({.prepare = [](orbhost::Host &host) {
     host.scroll_services.offset = [](int32_t, int32_t scroll, int32_t *x, int32_t *y) -> int32_t {
       *x = 1000;
       *y = 0;
       return scroll == 4;
     };
     host.device_system.scroll = &host.scroll_services;
-  });
+  }});
   orb_process &p = *w.host.spawn();
   p.locals->graph = w.host.call("map_new", {11, 11});
   p.locals->x = -950;

@@ -65,7 +65,7 @@ void stand_between(orbhost::Host &host) {
 }
 
 struct Streams : testing::Test {
-  world w{stand_between};
+  world w{{.prepare = stand_between}};
   Streams() {
     w.set_mode(16);
     w.host.call("map_new", {600, 900, 5}); // more than is allocated on trust
