@@ -74,7 +74,7 @@ public:
     fs::create_directory(folder);
     const std::string prelude = "cd '" + folder.string() +
                                 "' || exit; ulimit -t 60\n"
-                                "tests='" ORB_TEST_SOURCE_DIR "'; data=$tests/data\n"
+                                "tests='" ORB_SOURCE_DIR "/tests'; data=$tests/data\n"
                                 "run32='" ORB_SOURCE_DIR "/tools/run32'; bin='" ORB_BINARY_DIR
                                 "/bin'\n"
                                 "run() { \"$run32\" \"$bin/$@\"; }\n"

@@ -14,7 +14,7 @@
 
 namespace fs = std::filesystem;
 
-fs::path tests_folder(const std::string &name) { return fs::path(ORB_TEST_SOURCE_DIR) / name; }
+fs::path tests_folder(const std::string &name) { return fs::path(ORB_SOURCE_DIR "/tests") / name; }
 
 file_bytes read_file(const fs::path &path) {
   std::ifstream in(path, std::ios::binary);
