@@ -66,22 +66,23 @@ inline void plan_columns(column_plan &plan, uint32_t x, uint32_t step) {
 /// The first column isn't 0. The pixels are the odd ones from the one before it: so the last that
 /// is read is the last that is shown.
 template <typename Word>
-void sample_halves(const column_plan &plan, const scaled_rows &source, uint8_t *to_rows,
+void sample_halves(const column_plan &plan, const scaled_rows &source, uint8_t *to,
                    ptrdiff_t stride) {
   constexpr int size = group_size<Word>, bytes_each = int(sizeof(Word));
-  const int32_t skipped = (plan.first - 1) * bytes_each, last = plan.count - size;
-  for_each_shown(source, to_rows, stride, [=]<int rows>(const uint8_t *from, uint8_t *to) {
-    const uint8_t *const before = from + skipped;
-    const auto put = [=](int32_t i) {
-      const uint8_t *const at = before + 2 * i * bytes_each;
+  const uint8_t *const first = source.from + (plan.first - 1) * bytes_each;
+  const int32_t last = (plan.count - size) * bytes_each;
+  const int32_t *const end = source.rows + source.count;
+  for (const int32_t *row = source.rows; row < end; ++row, to += stride) {
+    const uint8_t *const before = first + *row * source.pitch;
+    const auto put = [=](int32_t at) {
       const auto odd = shuffled<[](int lane) { return 2 * lane + 1; }>(
-          load<group<Word>>(at), load<group<Word>>(at + vector_bytes));
-      store_rows<rows>(to + i * bytes_each, stride, odd);
+          load<group<Word>>(before + 2 * at), load<group<Word>>(before + 2 * at + vector_bytes));
+      store(to + at, odd);
     };
-    for (int32_t i = 0; i < last; i += size)
-      put(i);
+    for (int32_t at = 0; at < last; at += vector_bytes)
+      put(at);
     put(last);
-  });
+  }
 }
 
 // ---- Every pixel twice -------------------------------------------------------------------------
