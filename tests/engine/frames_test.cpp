@@ -1,6 +1,7 @@
 // Whole frames in lockstep with a redraw from scratch, frame zones with their rules, and restores
 // pixel by pixel.
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <map>
 #include <vector>
@@ -231,57 +232,50 @@ TEST_F(Frames, DrawEveryRequestOfAListThatMoves) {
   EXPECT_EQ(GetNumsBlitOnList(), 0);
 }
 
-/// The zones as their rules say, which are odd: a box belongs to the last zone that has an end of
-/// it inside or beside it, across and down; one that reaches over a zone on both sides doesn't; and
-/// zones that grow together stay two.
-struct zone_rules {
-  std::vector<orb_frame_zone> zones;
-  bool complete = false;
-
-  static bool has_end(int a, int b, int z0, int z1) {
-    return (a >= z0 && a <= z1 + 1) || (b >= z0 - 1 && b <= z1);
-  }
-  /// False when there is no room for a zone.
-  bool add(const orb_frame_zone &box) {
-    if (box.w < 1 || box.h < 1) return true;
-    auto at = std::find_if(zones.rbegin(), zones.rend(), [&](const orb_frame_zone &z) {
-      return has_end(box.x0, box.x1, z.x0, z.x1) && has_end(box.y0, box.y1, z.y0, z.y1);
-    });
-    if (at == zones.rend()) {
-      if (zones.size() == 128) return false;
-      zones.push_back(box);
-      if (zones.size() == 1) return true; // its caller has compared it with the screen
-      at = zones.rbegin();
-    }
-    at->x0 = std::min(at->x0, box.x0);
-    at->y0 = std::min(at->y0, box.y0);
-    at->x1 = std::max(at->x1, box.x1);
-    at->y1 = std::max(at->y1, box.y1);
-    at->w = std::min(at->x1 - at->x0 + 1, 64);
-    at->h = std::min(at->y1 - at->y0 + 1, 48);
-    complete |= at->w == 64 && at->h == 48;
-    return true;
-  }
-};
-
+/// A box joins the last zone that has an end of it inside or beside it, across and down. One that
+/// reaches over a zone on both sides doesn't, and zones that grow together stay two.
 TEST_F(Frames, ZonesGatherBoxesByTheirRules) {
   w.set_mode(32);
-  for (int round = 0; round < 400; ++round) {
-    num_framezones = complete_frame = 0;
-    zone_rules rules;
-    // Small boxes fill the table; large ones join and complete the frame.
-    const int largest = 1 + random.below(round % 4 ? 3 : 70), area = round % 4 ? 1000 : 74;
-    for (int i = 0; i < 300; ++i) {
-      const int x = random.below(area), y = random.below(area);
-      const int bw = random.below(largest + 1), bh = random.below(largest + 1);
-      const orb_frame_zone box = {x, y, x + bw - 1, y + bh - 1, bw, bh};
-      ASSERT_EQ(accumulate_zone(box), rules.add(box));
-      ASSERT_EQ(num_framezones, int(rules.zones.size()));
-      ASSERT_EQ(complete_frame, rules.complete);
-      const size_t size = rules.zones.size() * sizeof box;
-      ASSERT_EQ(bytes(framezones, size), bytes(rules.zones.data(), size));
-    }
+  num_framezones = complete_frame = 0;
+  using box = std::array<int32_t, 4>; // x0, y0, x1, y1
+  const struct {
+    box added;
+    int32_t zone;
+    box grown;
+  } rows[] = {
+      {{10, 10, 14, 14}, 0, {10, 10, 14, 14}},
+      {{15, 13, 16, 13}, 0, {10, 10, 16, 14}}, // beside it
+      {{12, 15, 12, 16}, 0, {10, 10, 16, 16}},
+      {{8, 9, 9, 9}, 0, {8, 9, 16, 16}},
+      {{18, 12, 19, 13}, 1, {18, 12, 19, 13}}, // a pixel away
+      {{9, 18, 9, 18}, 2, {9, 18, 9, 18}},
+      {{6, 12, 6, 12}, 3, {6, 12, 6, 12}},
+      {{12, 7, 12, 7}, 4, {12, 7, 12, 7}},
+      {{17, 12, 17, 12}, 1, {17, 12, 19, 13}}, // beside two
+      {{0, 14, 63, 15}, 5, {0, 14, 63, 15}},   // over most of them
+      {{30, 0, 31, 47}, 6, {30, 0, 31, 47}},
+      {{0, 0, 30, 0}, 6, {0, 0, 31, 47}},
+      {{32, 47, 90, 80}, 6, {0, 0, 90, 80}}, // all of the screen, and no larger
+  };
+  const auto add = [](const box &b) {
+    return accumulate_zone({b[0], b[1], b[2], b[3], b[2] - b[0] + 1, b[3] - b[1] + 1});
+  };
+  EXPECT_TRUE(add({5, 5, 4, 5}) && add({5, 5, 5, 4})) << "nothing to add";
+  int32_t count = 0;
+  for (const auto &[added, number, grown] : rows) {
+    EXPECT_FALSE(complete_frame);
+    EXPECT_TRUE(add(added));
+    count = std::max(count, number + 1);
+    EXPECT_EQ(num_framezones, count);
+    const orb_frame_zone &z = framezones[number];
+    EXPECT_EQ((box{z.x0, z.y0, z.x1, z.y1}), grown);
+    EXPECT_EQ(z.w, std::min(grown[2] - grown[0] + 1, 64));
+    EXPECT_EQ(z.h, std::min(grown[3] - grown[1] + 1, 48));
   }
+  EXPECT_TRUE(complete_frame);
+  for (int32_t i = count; i < 140; ++i)
+    EXPECT_EQ(add({200, 3 * i + 200, 200, 3 * i + 200}), i < 128);
+  EXPECT_TRUE(add({200, 3 * 127 + 201, 200, 3 * 127 + 201}));
   // What was drawn left of the screen counts on the right of its border.
   __ORBBlit2D__ request{};
   request.drawn_x0 = -7, request.drawn_x1 = -3, request.drawn_y0 = 2, request.drawn_y1 = -9;
