@@ -305,6 +305,15 @@ TEST_F(Collisions, PercentagesOutsideABoxAreThoseOfManyPoints) {
     }
     EXPECT_NEAR(get_xout_region_percent(q.corners, box), out / 100.0, 1.5) << round;
   }
+  EXPECT_EQ(get_convex_polygon_area(4, box) + get_convex_polygon_area(3, box), 15000);
+  // In a scroll a picture is where the scroll shows it.
+  orb_process *const p = spawn(new_graph(11, 11), -950, 50);
+  shown_in = {4, 1000, 0};
+  call("region_define", {3, 0, 0, 101, 101});
+  for (const uint8_t in_scroll : {0, 1}) {
+    p->coordinates = in_scroll;
+    EXPECT_EQ(call("region_is_out", {p, 3}), !in_scroll);
+  }
 }
 
 /// A walk goes on as long as a process asks the same question in the same frame, from the process

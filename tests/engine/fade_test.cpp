@@ -26,13 +26,12 @@ uint32_t field(uint32_t v, uint32_t p, uint32_t step) {
   const uint32_t c = step * v + step - 1;
   return p <= 100 ? c * p / (100 * step) : (c + (256 - step - step * v) * (p - 100) / 100) / step;
 }
-uint32_t faded32(uint32_t c) {
-  return (c & 0xFF000000) | level(c >> 16 & 255, fade_pos.r, 255) << 16 |
-         level(c >> 8 & 255, fade_pos.g, 255) << 8 | level(c & 255, fade_pos.b, 255);
-}
-uint32_t faded16(uint32_t c) {
-  return field(c >> 11, fade_pos.r, 8) << 11 | field(c >> 5 & 63, fade_pos.g, 4) << 5 |
-         field(c & 31, fade_pos.b, 8);
+uint32_t faded(uint32_t c, int32_t depth) {
+  const auto [r, g, b] = fade_pos;
+  if (depth == 16)
+    return field(c >> 11, r, 8) << 11 | field(c >> 5 & 63, g, 4) << 5 | field(c & 31, b, 8);
+  return (c & 0xFF000000) | level(c >> 16 & 255, r, 255) << 16 | level(c >> 8 & 255, g, 255) << 8 |
+         level(c & 255, b, 255);
 }
 
 struct Fades : testing::Test {
@@ -47,33 +46,29 @@ struct Fades : testing::Test {
       act();
     }
   }
-  void compare(int32_t depth, uint32_t (*fill)(uint32_t), uint32_t (*faded)(uint32_t)) {
-    w.set_mode(depth);
-    for (const row_routines *routines : {&rows_sse2, &rows_avx2}) {
-      if (routines == &rows_avx2 && !cpu_has(instruction_set::avx2)) continue;
-      row_kernels = routines;
-      each_position([&] {
-        screen->pixel_count = 256u + fade_pos.g % 19u; // seldom a multiple of the group size
-        for (uint32_t i = 0; i < 300; ++i)
-          set_pixel(*screen, i, 0, fill(i));
-        do_fading(nullptr);
-        for (uint32_t i = 0; i < 300; ++i)
-          ASSERT_EQ(pixel(*screen, i, 0), i < screen->pixel_count ? faded(fill(i)) : fill(i))
-              << std::hex << fill(i) << " at " << std::dec << int(fade_pos.r);
-      });
-    }
-  }
 };
 
-TEST_F(Fades, ThirtyTwoBitsKeepTheTopByte) {
-  compare(
-      32, [](uint32_t i) { return i << 24 | (i & 255) << 16 | (~i & 255) << 8 | (i & 255) / 2; },
-      faded32);
-}
-
-TEST_F(Fades, SixteenBits) {
-  compare(
-      16, [](uint32_t i) { return (i % 32) << 11 | (i % 64) << 5 | (31 - i % 32); }, faded16);
+TEST_F(Fades, RecolourEveryPixelButNotItsTopByte) {
+  for (const int32_t depth : {16, 32})
+    for (const row_routines *routines : {&rows_sse2, &rows_avx2}) {
+      if (routines == &rows_avx2 && !cpu_has(instruction_set::avx2)) continue;
+      w.set_mode(depth);
+      row_kernels = routines;
+      each_position([&] {
+        const auto colour = [=](uint32_t i) { // all levels of all channels
+          return depth == 16 ? (i % 32) << 11 | (i % 64) << 5 | (31 - i % 32)
+                             : i << 24 | (i & 255) << 16 | (~i & 255) << 8 | (i & 255) / 2;
+        };
+        screen->pixel_count = 256u + fade_pos.g % 19u; // seldom a multiple of the group size
+        for (uint32_t i = 0; i < 300; ++i)
+          set_pixel(*screen, i, 0, colour(i));
+        do_fading(nullptr);
+        for (uint32_t i = 0; i < 300; ++i)
+          ASSERT_EQ(pixel(*screen, i, 0),
+                    i < screen->pixel_count ? faded(colour(i), depth) : colour(i))
+              << std::hex << colour(i) << " at " << std::dec << int(fade_pos.r);
+      });
+    }
 }
 
 TEST_F(Fades, EightBitsRecolourTheDisplayWithinTheRange) {
