@@ -1,14 +1,12 @@
 // JPEG files built segment by segment: colour profiles in pieces, claims without data, scans
 // without end; and written files beside libjpeg's own.
 #include <algorithm>
-#include <csetjmp>
 #include <cstring>
 #include <random>
 
 #include <gtest/gtest.h>
 #include <jpeglib.h>
 
-#include "formats/icc_profile.h"
 #include "support/world.h"
 #include "surface/palette.h"
 #include "surface/registry.h"
@@ -101,12 +99,10 @@ TEST_F(Jpeg, AFileTooShortForItsPictureCostsNothing) {
                                     {"pillow_rgb_progressive.jpg", 0xC2}}) {
     file_bytes file = data(name);
     const size_t at = find_marker(file, uint8_t(frame)) + 5;
-    for (const auto &[width, height] :
-         {std::pair(65500, 65500), {4096, 4096}, {65535, 1}, {0, 19}}) {
-      const file_bytes sides = {uint8_t(height >> 8), uint8_t(height), uint8_t(width >> 8),
-                                uint8_t(width)};
-      std::copy(sides.begin(), sides.end(), file.begin() + ptrdiff_t(at));
-      EXPECT_TRUE(load(w, file).empty()) << name << ", " << width << " x " << height;
+    for (const char *sides : {"FF DC FF DC", "10 00 10 00", "00 01 FF FF", "00 13 00 00"}) {
+      const file_bytes bytes = bytes_from(sides); // height, width
+      std::copy(bytes.begin(), bytes.end(), file.begin() + ptrdiff_t(at));
+      EXPECT_TRUE(load(w, file).empty()) << name << ", " << sides;
     }
   }
 }
@@ -142,97 +138,69 @@ TEST_F(Jpeg, ScansWithoutEndAreRefused) {
 
 // ---- Profiles
 
-file_bytes icc_segment(size_t number, size_t count, const file_bytes &part) {
-  file_bytes out = bytes_from("\"ICC_PROFILE\" 00");
+/// A segment with the piece of a profile.
+file_bytes piece(size_t number, size_t count, const file_bytes &part) {
+  const size_t length = 2 + 14 + part.size();
+  file_bytes out = {0xFF, 0xE2, uint8_t(length >> 8), uint8_t(length)};
+  for (const char c : "ICC_PROFILE") // and its zero
+    out.push_back(uint8_t(c));
   out.insert(out.end(), {uint8_t(number), uint8_t(count)});
   out.insert(out.end(), part.begin(), part.end());
   return out;
 }
 
-/// A file with these segments behind its start marker.
-file_bytes with_segments(const file_bytes &file, const std::vector<file_bytes> &segments) {
-  file_bytes out(file.begin(), file.begin() + 2);
-  for (const file_bytes &segment : segments) {
-    const size_t length = segment.size() + 2;
-    out.insert(out.end(), {0xFF, 0xE2, uint8_t(length >> 8), uint8_t(length)});
-    out.insert(out.end(), segment.begin(), segment.end());
-  }
-  out.insert(out.end(), file.begin() + 2, file.end());
-  return out;
-}
-
-/// The profile in `count` segments of about equal size.
+/// A profile in pieces of about equal size.
 std::vector<file_bytes> pieces(const file_bytes &profile, size_t count) {
-  std::vector<file_bytes> segments;
-  for (size_t i = 0; i < count; i++)
-    segments.push_back(
-        icc_segment(i + 1, count,
-                    {profile.begin() + ptrdiff_t(profile.size() * i / count),
-                     profile.begin() + ptrdiff_t(profile.size() * (i + 1) / count)}));
-  return segments;
-}
-
-/// The profile that jpeg_icc_read_profile finds behind these segments; empty for none.
-file_bytes profile_in(const std::vector<file_bytes> &segments) {
-  const file_bytes file = with_segments(data("pillow_grey.jpg"), segments);
-  jpeg_decompress_struct info{};
-  jpeg_error_mgr errors;
-  info.err = jpeg_std_error(&errors);
-  jpeg_create_decompress(&info);
-  jpeg_mem_src(&info, file.data(), file.size());
-  jpeg_save_markers(&info, icc_marker, 0xFFFF);
-  jpeg_read_header(&info, TRUE);
-  JOCTET *profile = nullptr;
-  uint32_t size = 0;
-  EXPECT_EQ(jpeg_icc_read_profile(&info, &profile, &size), profile != nullptr);
-  const file_bytes out(profile, profile + size);
-  free(profile);
-  jpeg_destroy_decompress(&info);
-  return out;
-}
-
-TEST(Profiles, PiecesInAnyOrderAreTheProfile) {
-  std::mt19937 random(42);
-  for (const auto &[size, count] :
-       {std::pair(1, 1), {65519, 1}, {65520, 2}, {200'000, 4}, {255, 255}}) {
-    file_bytes profile((size_t(size)));
-    for (uint8_t &byte : profile)
-      byte = uint8_t(random());
-    std::vector<file_bytes> segments = pieces(profile, size_t(count));
-    std::shuffle(segments.begin(), segments.end(), random);
-    segments.insert(segments.begin(), bytes_from("\"MPF\" 00")); // other users of the marker
-    EXPECT_EQ(profile_in(segments), profile) << size << " in " << count;
+  std::vector<file_bytes> out;
+  for (size_t i = 0; i < count; i++) {
+    const auto from = profile.begin() + ptrdiff_t(profile.size() * i / count);
+    const auto to = profile.begin() + ptrdiff_t(profile.size() * (i + 1) / count);
+    out.push_back(piece(i + 1, count, {from, to}));
   }
-}
-
-TEST(Profiles, PiecesAtOddsAreNone) {
-  const file_bytes some = {1, 2, 3};
-  const std::vector<std::vector<file_bytes>> rows = {
-      {},
-      {icc_segment(1, 2, some)}, // one is missing
-      {icc_segment(2, 2, some)},
-      {icc_segment(1, 2, some), icc_segment(1, 2, some)}, // twice
-      {icc_segment(1, 2, some), icc_segment(2, 3, some)}, // their counts differ
-      {icc_segment(0, 1, some)},
-      {icc_segment(1, 0, some)},
-      {icc_segment(2, 1, some)},
-      {icc_segment(1, 1, {})},
-      {bytes_from("\"ICC_PROFILE\" 00 01")},
-  };
-  for (size_t i = 0; i < rows.size(); i++)
-    EXPECT_EQ(profile_in(rows[i]), file_bytes()) << "row " << i;
+  return out;
 }
 
 TEST_F(Jpeg, AProfileConvertsInks) {
   const file_bytes bare = data("pillow_cmyk.jpg"), inks = data("cmyk.icc");
   const auto plain = load(w, bare), converted = load(w, data("pillow_cmyk_icc.jpg"));
   EXPECT_NE(plain, converted);
-  EXPECT_EQ(load(w, with_segments(bare, pieces(inks, 5))), converted);
-  // One that LittleCMS cannot read, or that is for other pictures, is ignored.
-  EXPECT_EQ(load(w, with_segments(bare, pieces({inks.begin(), inks.begin() + 200}, 1))), plain);
+  const auto load_with = [&](const std::vector<file_bytes> &segments) {
+    file_bytes file(bare.begin(), bare.begin() + 2);
+    for (const file_bytes &segment : segments)
+      file.insert(file.end(), segment.begin(), segment.end());
+    file.insert(file.end(), bare.begin() + 2, bare.end());
+    return load(w, file);
+  };
+  // Pieces come in any order, among segments of others. What follows a profile doesn't matter.
+  std::mt19937 random(42);
+  for (const auto &[size, count] :
+       {std::pair(2212, 1), {2212, 5}, {2212, 255}, {65519, 1}, {65520, 2}, {200'000, 4}}) {
+    file_bytes profile = inks;
+    profile.resize(size_t(size));
+    std::vector<file_bytes> segments = pieces(profile, size_t(count));
+    std::shuffle(segments.begin(), segments.end(), random);
+    segments.insert(segments.begin(), bytes_from("FF E2 00 06 \"MPF\" 00"));
+    EXPECT_EQ(load_with(segments), converted) << size << " in " << count;
+  }
+  // Pieces at odds are no profile, nor is one that LittleCMS can't read or that is for others.
+  const file_bytes head(inks.begin(), inks.begin() + 1000), tail(inks.begin() + 1000, inks.end());
   file_bytes grey = inks;
   memcpy(&grey[16], "GRAY", 4);
-  EXPECT_EQ(load(w, with_segments(bare, pieces(grey, 1))), plain);
+  const std::vector<file_bytes> rows[] = {
+      {piece(1, 2, inks)}, // one is missing
+      {piece(2, 2, inks)},
+      {piece(1, 2, head), piece(1, 2, head), piece(2, 2, tail)},
+      {piece(1, 2, head), piece(2, 3, tail)},
+      {piece(0, 1, inks)},
+      {piece(1, 0, inks)},
+      {piece(2, 1, inks)},
+      {piece(1, 1, {})},
+      {bytes_from("FF E2 00 0F \"ICC_PROFILE\" 00 01")},
+      {piece(1, 1, head)},
+      {piece(1, 1, grey)},
+  };
+  for (size_t i = 0; i < std::size(rows); i++)
+    EXPECT_EQ(load_with(rows[i]), plain) << "row " << i;
 }
 
 // ---- Writing
