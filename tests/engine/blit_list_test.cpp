@@ -7,7 +7,7 @@
 
 #include "blit/blit_list.h"
 #include "blit/depth_sort.h"
-#include "failing_allocator.h"
+#include "support/failing_allocator.h"
 #include "support/world.h"
 
 namespace {

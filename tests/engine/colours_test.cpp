@@ -10,7 +10,7 @@
 
 #include "blit/effect_tables.h"
 #include "engine/picture.h"
-#include "failing_allocator.h"
+#include "support/failing_allocator.h"
 #include "support/world.h"
 #include "surface/colour.h"
 #include "surface/conversion.h"

@@ -10,7 +10,7 @@
 
 #include <gtest/gtest.h>
 
-#include "failing_allocator.h"
+#include "support/failing_allocator.h"
 #include "files/pictures.h"
 #include "formats/image.h"
 #include "fuzz/png_checksums.h"

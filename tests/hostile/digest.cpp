@@ -77,11 +77,11 @@ void lists(std::ostream &out) {
 
 void palettes(std::ostream &out) {
   if (palette) words(out, "shown colours", {sum(&fadepalette, sizeof fadepalette)});
-  // Not palette_update, nor the system colours: a restored palette is shown once more.
+  // Not palette_update, nor the system colours: a restored palette is shown once more. The map of a
+  // forced palette is made anew for each picture.
   words(out, "palette",
         {sum(palette, sizeof *palette), palette_crc, palette_loaded, palette_forced, force_sys_fnt,
-         fake_ghost_table, image_palette_crc,
-         sum(image_palette_crc ? forced_palette_map : nullptr, 256)});
+         fake_ghost_table});
   words(out, "ghosts and depth tables",
         {sum(table_ghost8, 65536), sum(table_color8to16, 512), sum(table_color8to32, 1024),
          sum(table_color16to32, 65536 * 4)});

@@ -13,7 +13,7 @@
 #include <sys/stat.h>
 
 #include "blit/blit_list.h"
-#include "failing_allocator.h"
+#include "support/failing_allocator.h"
 #include "fuzz/odd_host.h"
 #include "fuzz/script_arguments.h"
 #include "hostile/digest.h"

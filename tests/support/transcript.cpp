@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <fstream>
 #include <map>
-#include <memory>
+#include <set>
 #include <sstream>
 #include <stdexcept>
 
@@ -13,10 +13,10 @@
 
 #include "blit/blit.h"
 #include "blit/blit_list.h"
-#include "failing_allocator.h"
 #include "frame/draw_objects.h"
 #include "frame/process_scan.h"
 #include "hostile/digest.h"
+#include "support/failing_allocator.h"
 #include "support/recording.h"
 #include "support/world.h"
 #include "surface/registry.h"
@@ -59,10 +59,10 @@ word_list split(const std::string &text) {
   return words;
 }
 
-std::string joined(const word_list &words) {
+std::string joined(const word_list &words, size_t from = 0) {
   std::string text;
-  for (const std::string &word : words)
-    text += (text.empty() ? "" : " ") + word;
+  for (size_t i = from; i < words.size(); ++i)
+    text += (i == from ? "" : " ") + words[i];
   return text;
 }
 
@@ -80,12 +80,9 @@ std::string upper(std::string text) {
 }
 
 std::string hex(uint32_t value, int digits) {
-  std::ostringstream out;
-  out << std::hex << std::uppercase;
-  out.width(digits);
-  out.fill('0');
-  out << value;
-  return out.str();
+  char text[9];
+  snprintf(text, sizeof text, "%0*X", digits, value);
+  return text;
 }
 
 std::vector<transcript_case> read_cases(const std::filesystem::path &path) {
@@ -106,14 +103,14 @@ std::vector<transcript_case> read_cases(const std::filesystem::path &path) {
     line.has_outcome = arrow != std::string::npos;
     if (line.has_outcome) line.outcome = split(text.substr(arrow + 4));
     transcript_case &current = cases.back();
-    while (line.words[0] == "starve" || line.words[0] == "own" || line.words[0] == "partial") {
-      line.starved = true;
-      line.own |= line.words[0] == "own";
-      line.partial |= line.words[0] == "partial";
-      line.words.erase(line.words.begin());
-    }
+    for (const auto &[word, flag] :
+         {std::pair("starve", &line.starved), {"own", &line.own}, {"partial", &line.partial}})
+      if (line.words[0] == word) {
+        *flag = true;
+        line.words.erase(line.words.begin());
+      }
     if (line.words[0] == "refusal")
-      current.refusals.push_back(joined({line.words.begin() + 1, line.words.end()}));
+      current.refusals.push_back(joined(line.words, 1));
     else if (line.words[0] == "depth")
       current.depths.assign(line.words.begin() + 1, line.words.end());
     else if (line.words[0] == "bare")
@@ -131,53 +128,21 @@ struct record_field {
   size_t offset;
 };
 
+#define ORB_FIELD(record, name)                                                                    \
+  { #name, offsetof(record, name) }
 constexpr record_field process_fields[] = {
-    {"type", offsetof(orb_process, type)},
-    {"status", offsetof(orb_process, status)},
-    {"coordinates", offsetof(orb_process, coordinates)},
-    {"box_x0", offsetof(orb_process, box_x0)},
-    {"box_y0", offsetof(orb_process, box_y0)},
-    {"box_x1", offsetof(orb_process, box_x1)},
-    {"box_y1", offsetof(orb_process, box_y1)},
+    ORB_FIELD(orb_process, type),
+    ORB_FIELD(orb_process, status),
+    ORB_FIELD(orb_process, coordinates),
 };
-
-#define ORB_FIELD(name)                                                                            \
-  { #name, offsetof(__ORBBlit2D__, name) }
 constexpr record_field request_fields[] = {
-    ORB_FIELD(link),
-    ORB_FIELD(drawn),
-    ORB_FIELD(drawn_x0),
-    ORB_FIELD(drawn_y0),
-    ORB_FIELD(drawn_x1),
-    ORB_FIELD(drawn_y1),
-    ORB_FIELD(x),
-    ORB_FIELD(y),
-    ORB_FIELD(z),
-    ORB_FIELD(region),
-    ORB_FIELD(resolution),
-    ORB_FIELD(destination_file),
-    ORB_FIELD(angle),
-    ORB_FIELD(tfmorder),
-    ORB_FIELD(destination_graph),
-    ORB_FIELD(size),
-    ORB_FIELD(size_x),
-    ORB_FIELD(size_y),
-    ORB_FIELD(shear_x),
-    ORB_FIELD(shear_y),
-    ORB_FIELD(flags),
-    ORB_FIELD(alpha),
-    ORB_FIELD(fxmode),
-    ORB_FIELD(fxcolor),
-    ORB_FIELD(fxintensity),
-    ORB_FIELD(block_x),
-    ORB_FIELD(block_y),
-    ORB_FIELD(block_w),
-    ORB_FIELD(block_h),
-    ORB_FIELD(own_region),
-    ORB_FIELD(own_region_x0),
-    ORB_FIELD(own_region_y0),
-    ORB_FIELD(own_region_x1),
-    ORB_FIELD(own_region_y1),
+    ORB_FIELD(__ORBBlit2D__, link),     ORB_FIELD(__ORBBlit2D__, drawn),
+    ORB_FIELD(__ORBBlit2D__, drawn_x0), ORB_FIELD(__ORBBlit2D__, drawn_y0),
+    ORB_FIELD(__ORBBlit2D__, drawn_x1), ORB_FIELD(__ORBBlit2D__, drawn_y1),
+    ORB_FIELD(__ORBBlit2D__, x),        ORB_FIELD(__ORBBlit2D__, y),
+    ORB_FIELD(__ORBBlit2D__, z),        ORB_FIELD(__ORBBlit2D__, region),
+    ORB_FIELD(__ORBBlit2D__, angle),    ORB_FIELD(__ORBBlit2D__, flags),
+    ORB_FIELD(__ORBBlit2D__, alpha),    ORB_FIELD(__ORBBlit2D__, own_region),
 };
 #undef ORB_FIELD
 
@@ -375,11 +340,10 @@ private:
         {"scan", &transcript_player::scan},       {"requests", &transcript_player::requests},
         {"request", &transcript_player::request}, {"hook", &transcript_player::hook},
         {"many", &transcript_player::many},       {"global", &transcript_player::global},
-        {"pixel", &transcript_player::pixel_at},  {"row", &transcript_player::row},
-        {"paint", &transcript_player::paint},     {"show", &transcript_player::show},
-        {"crc", &transcript_player::crc},         {"file", &transcript_player::file},
-        {"bytes", &transcript_player::bytes},     {"write", &transcript_player::write},
-        {"data", &transcript_player::data}};
+        {"row", &transcript_player::row},         {"paint", &transcript_player::paint},
+        {"show", &transcript_player::show},       {"crc", &transcript_player::crc},
+        {"file", &transcript_player::file},       {"bytes", &transcript_player::bytes},
+        {"write", &transcript_player::write},     {"data", &transcript_player::data}};
     const auto found = verbs.find(line.words[0]);
     if (found == verbs.end()) throw std::invalid_argument("no such line");
     (this->*found->second)(line);
@@ -437,14 +401,10 @@ private:
 
   /// out VALUES: what the last call wrote through its pointers; `-` is untouched.
   void out(const transcript_line &line) {
-    const word_list wanted{line.words.begin() + 1, line.words.end()};
     word_list seen;
-    bool same = wanted.size() == out_.size();
-    for (size_t i = 0; i < out_.size(); ++i) {
-      seen.push_back(out_[i] == -7777 ? "-" : std::to_string(out_[i]));
-      same = same && (wanted[i] == "-" ? seen[i] == "-" : value(wanted[i]) == out_[i]);
-    }
-    if (!same) fail(line, joined(seen));
+    for (const int32_t word : out_)
+      seen.push_back(word == -7777 ? "-" : std::to_string(word));
+    if (joined(seen) != joined(line.words, 1)) fail(line, joined(seen));
   }
 
   /// spawn $name local=value ...
@@ -477,16 +437,14 @@ private:
 
   /// local $name local=value ...: as they are now.
   void local(const transcript_line &line) {
-    orb_process *const of = process(line.words.at(1));
-    compare(line, 2, [&](const std::string &key) { return process_word(of, key); });
-  }
-  template <typename Find> void compare(const transcript_line &line, size_t from, Find find) {
-    for (size_t i = from; i < line.words.size(); ++i) {
+    for (size_t i = 2; i < line.words.size(); ++i) {
       const auto [key, text] = halves(line.words[i]);
-      const int32_t *const word = find(key);
-      if (!word) throw std::invalid_argument("no field " + key);
-      if (*word != value(text)) fail(line, key + " is " + std::to_string(*word));
+      compare(line, key, *process_word(process(line.words[1]), key), text);
     }
+  }
+  void compare(const transcript_line &line, const std::string &key, int32_t word,
+               const std::string &text) {
+    if (word != value(text)) fail(line, key + " is " + std::to_string(word));
   }
 
   void kill(const transcript_line &line) { world_.host.kill(process(line.words.at(1))); }
@@ -549,25 +507,17 @@ private:
   void request(const transcript_line &line) {
     __ORBBlit2D__ *const of = GetNumBlitOnList(value(line.words.at(1)));
     if (!of) throw std::invalid_argument("no such request");
-    transcript_line rest = line;
-    const auto is_named = [&](const std::string &word) {
-      const auto [key, text] = halves(word);
-      std::string seen;
-      if (key == "src" || key == "dst") {
-        seen = name_of(key == "src" ? of->src : of->dst);
-      } else if (key == "op") {
-        for (const auto &known : operations)
-          if (known.operation == of->blit_op) seen = known.name;
-      } else {
-        return false;
+    for (size_t i = 2; i < line.words.size(); ++i) {
+      const auto [key, text] = halves(line.words[i]);
+      if (const int32_t *const word = find_word(of, request_fields, key)) {
+        compare(line, key, *word, text);
+        continue;
       }
+      std::string seen = name_of(key == "src" ? of->src : of->dst);
+      for (const auto &known : operations)
+        if (key == "op" && known.operation == of->blit_op) seen = known.name;
       if (seen != text) fail(line, key + " is " + seen);
-      return true;
-    };
-    std::erase_if(rest.words, [&](const std::string &word) {
-      return word.find('=') != std::string::npos && is_named(word);
-    });
-    compare(rest, 2, [&](const std::string &key) { return find_word(of, request_fields, key); });
+    }
   }
 
   /// global NAME=VALUE ... sets; global NAME -> VALUE.
@@ -581,26 +531,27 @@ private:
 
   // -- Pixels
 
-  const __ORBSurface2D__ &surface(const transcript_line &line) {
+  /// The surface that a line is about, and the place in its last two words.
+  struct spot {
+    __ORBSurface2D__ &surface;
+    uint32_t x, y;
+  };
+  __ORBSurface2D__ &surface(const transcript_line &line) {
     const __ORBSurface2D__ *const found = surface_of({line.words.begin() + 1, line.words.end()});
     if (!found) throw std::invalid_argument("no such surface");
-    return *found;
+    return const_cast<__ORBSurface2D__ &>(*found);
   }
-
-  /// pixel SURFACE X Y -> VALUE
-  void pixel_at(const transcript_line &line) {
-    const size_t last = line.words.size() - 1;
-    expect(line, {std::to_string(pixel(surface(line), uint32_t(value(line.words[last - 1])),
-                                       uint32_t(value(line.words[last]))))});
+  spot place(const transcript_line &line) {
+    const auto last = line.words.rbegin();
+    return {surface(line), uint32_t(value(last[1])), uint32_t(value(last[0]))};
   }
 
   /// paint SURFACE "12. 456": rows of pixels, 0..15 as hexadecimal digits, `.` for 0.
   void paint(const transcript_line &line) {
-    auto &onto = const_cast<__ORBSurface2D__ &>(surface(line));
     uint32_t y = 0;
     for (const std::string &row : split(unquoted(line.words.back()))) {
       for (uint32_t x = 0; x < row.size(); ++x)
-        set_pixel(onto, x, y,
+        set_pixel(surface(line), x, y,
                   row[x] == '.' ? 0 : uint32_t(std::stoi(row.substr(x, 1), nullptr, 16)));
       ++y;
     }
@@ -608,15 +559,12 @@ private:
 
   /// show SURFACE X Y -> "12. 456": as many pixels as are written, from (X, Y); `#` is above 15.
   void show(const transcript_line &line) {
-    const size_t last = line.words.size() - 1;
-    const uint32_t x0 = uint32_t(value(line.words[last - 1])),
-                   y0 = uint32_t(value(line.words[last]));
+    auto [shown, left, y] = place(line);
     std::string seen;
-    uint32_t y = y0;
     for (const std::string &row : split(unquoted(line.outcome.at(0)))) {
-      if (!seen.empty()) seen += ' ';
-      for (uint32_t x = x0; x < x0 + row.size(); ++x) {
-        const uint32_t p = pixel(surface(line), x, y);
+      seen += seen.empty() ? "" : " ";
+      for (uint32_t x = left; x < left + row.size(); ++x) {
+        const uint32_t p = pixel(shown, x, y);
         seen += p == 0 ? '.' : p < 16 ? "0123456789ABCDEF"[p] : '#';
       }
       ++y;
@@ -624,17 +572,13 @@ private:
     expect(line, {'"' + seen + '"'});
   }
 
-  /// row SURFACE X Y -> FF0000 0 80FFFFFF: pixels to the right of there, as many as are written
+  /// row SURFACE X Y -> FF0000 0 80FFFFFF: pixels to the right of there, as many as are written.
   void row(const transcript_line &line) {
-    const size_t last = line.words.size() - 1;
-    word_list seen, wanted;
-    for (uint32_t i = 0; i < line.outcome.size(); ++i) {
-      seen.push_back(hex(pixel(surface(line), uint32_t(value(line.words[last - 1])) + i,
-                               uint32_t(value(line.words[last]))),
-                         1));
-      wanted.push_back(hex(uint32_t(std::stoul(line.outcome[i], nullptr, 16)), 1));
-    }
-    if (seen != wanted) fail(line, joined(seen));
+    const auto [shown, left, y] = place(line);
+    word_list seen;
+    for (uint32_t i = 0; i < std::max<size_t>(line.outcome.size(), 1); ++i)
+      seen.push_back(hex(pixel(shown, left + i, y), 1));
+    if (seen != line.outcome) fail(line, joined(seen));
   }
 
   /// crc SURFACE -> SUM, crc file NAME -> SUM
@@ -660,18 +604,18 @@ private:
   void bytes(const transcript_line &line) {
     const file_bytes content = read_file(path(line.words.at(1)));
     const file_bytes wanted = bytes_from(joined(line.outcome));
-    const size_t from = std::min(content.size(), size_t(value(line.words.at(2))));
-    const size_t to = std::min(content.size(), from + wanted.size());
-    const file_bytes seen(content.begin() + ptrdiff_t(from), content.begin() + ptrdiff_t(to));
     std::string text;
-    for (const uint8_t byte : seen)
-      text += hex(byte, 2) + ' ';
+    file_bytes seen;
+    for (size_t at = value(line.words.at(2)); at < content.size() && seen.size() < wanted.size();
+         ++at) {
+      seen.push_back(content[at]);
+      text += hex(content[at], 2) + ' ';
+    }
     if (seen != wanted) fail(line, text);
   }
   /// write "NAME" 6D 61 70 00*5 "text"
   void write(const transcript_line &line) {
-    write_file(path(line.words.at(1)),
-               bytes_from(joined({line.words.begin() + 2, line.words.end()})));
+    write_file(path(line.words.at(1)), bytes_from(joined(line.words, 2)));
   }
   /// data "png/rgb.png": a copy of a file of the test data, under its own name without folders.
   void data(const transcript_line &line) {
@@ -680,34 +624,34 @@ private:
   }
 };
 
-// ---- Allocations that fail
-// ------------------------------------------------------------------------
+// ---- Allocations that fail ----------------------------------------------------------------------
 
 /// What a starved line shows in a new world: once with all memory, or with one request failing.
 struct starved_world {
-  std::vector<std::string> seen;
+  std::vector<std::string> shown;
   transcript_player player;
 
   starved_world(const std::filesystem::path &file, const transcript_case &played, int32_t depth,
                 const transcript_line &line)
-      : player(file, played, depth, &seen) {
+      : player(file, played, depth, &shown) {
     player.play(&line);
-    seen.clear();
+  }
+  std::string play(const transcript_line &line) {
+    shown = {""};
+    player.play_line(line);
+    return shown.back();
   }
 };
 
 /// Whether all reports of an outcome begin as a refusal of the case does.
 bool is_refusal(const transcript_case &played, const std::string &outcome) {
-  std::string reports = outcome.substr(std::min(outcome.find(' '), outcome.size() - 1) + 1);
-  if (outcome.find(' ') == std::string::npos) reports = "silent";
-  for (size_t end; !reports.empty(); reports.erase(0, end)) {
-    end = std::min(reports.find("; "), reports.size());
-    const std::string report = reports.substr(0, end) + ' ';
-    if (std::none_of(played.refusals.begin(), played.refusals.end(),
-                     [&](const std::string &known) { return report.starts_with(known + ' '); }))
+  const size_t blank = outcome.find(' ');
+  std::string reports = (blank < outcome.size() ? outcome.substr(blank + 1) : "silent") + "; ";
+  for (size_t end; (end = reports.find("; ")) < reports.size(); reports.erase(0, end + 2))
+    if (std::none_of(played.refusals.begin(), played.refusals.end(), [&](const auto &known) {
+          return (reports.substr(0, end) + ' ').starts_with(known + ' ');
+        }))
       return false;
-    end = std::min(end + 2, reports.size());
-  }
   return true;
 }
 
@@ -723,104 +667,91 @@ void starve(const std::filesystem::path &file, const transcript_case &played, in
   int32_t kept = 0;
   for (int run = 0; run < 2; ++run) { // the first warms up
     const int32_t blocks = outstanding_blocks(fault_scope::everybody);
-    {
-      starved_world w(file, played, depth, line);
-      w.player.play_line(line);
-      expected = w.seen.empty() ? "" : w.seen[0];
-    }
+    expected = starved_world(file, played, depth, line).play(line);
     kept = outstanding_blocks(fault_scope::everybody) - blocks;
   }
+  const auto play_with = [&](uint32_t request, fault_scope scope, fault_kind kind) {
+    const int32_t own = outstanding_blocks(fault_scope::module);
+    const int32_t all = outstanding_blocks(fault_scope::everybody);
+    std::string problem, seen;
+    bool reached = false;
+    {
+      starved_world w(file, played, depth, line);
+      {
+        const allocation_fault fault(request, scope, kind);
+        seen = w.play(line);
+        reached = fault.reached();
+      }
+      if (seen != expected) {
+        if (!is_refusal(played, seen)) problem += "isn't a refusal of this case";
+        // The usual result with a report means that the work was completed.
+        const bool done = seen.starts_with(expected + " ");
+        if (!line.partial && !done) problem += difference(digests.first, w.player.digest());
+        const std::string repeated = w.play(line);
+        if (repeated != expected && !repeated.empty()) problem += " and then " + repeated;
+      }
+      problem += difference(digests.second, w.player.digest());
+    }
+    if (outstanding_blocks(fault_scope::module) != own ||
+        outstanding_blocks(fault_scope::everybody) - all != kept)
+      problem += " and leaks";
+    if (!problem.empty())
+      ADD_FAILURE_AT(file.c_str(), line.number)
+          << (scope == fault_scope::module ? "own request " : "request ") << request
+          << (kind == fault_kind::onwards ? " and all after it" : "") << " failing: " << seen << ' '
+          << problem;
+    return reached;
+  };
   for (const fault_scope scope : {fault_scope::module, fault_scope::everybody})
     for (const fault_kind kind : {fault_kind::once, fault_kind::onwards}) {
       if (scope == fault_scope::everybody && (line.own || !libraries_can_fail)) continue;
-      bool reached = true;
-      uint32_t tried = 0;
-      for (uint32_t request = 1; reached && request < 20000; ++request) {
-        const int32_t own = outstanding_blocks(fault_scope::module);
-        const int32_t all = outstanding_blocks(fault_scope::everybody);
-        std::string problem, seen;
-        {
-          starved_world w(file, played, depth, line);
-          {
-            const allocation_fault fault(request, scope, kind);
-            w.player.play_line(line);
-            reached = fault.reached();
-          }
-          tried += reached;
-          seen = w.seen.empty() ? "" : w.seen[0];
-          if (seen != expected) {
-            if (!is_refusal(played, seen)) problem += "isn't a refusal of this case";
-            // The usual result with a report means that the work was completed.
-            const bool done = seen.starts_with(expected + " ");
-            if (!line.partial && !done) problem += difference(digests.first, w.player.digest());
-            w.seen.clear();
-            w.player.play_line(line);
-            if (!w.seen.empty() && w.seen[0] != expected) problem += " and then " + w.seen[0];
-          }
-          problem += difference(digests.second, w.player.digest());
-        }
-        if (outstanding_blocks(fault_scope::module) != own ||
-            outstanding_blocks(fault_scope::everybody) - all != kept)
-          problem += " and leaks";
-        if (!problem.empty())
-          ADD_FAILURE_AT(file.c_str(), line.number)
-              << (scope == fault_scope::module ? "own request " : "request ") << request
-              << (kind == fault_kind::onwards ? " and all after it" : "") << " failing: " << seen
-              << ' ' << problem;
-      }
-      if (tried == 0 && (scope == fault_scope::everybody || line.own))
+      uint32_t request = 1;
+      while (request < 20000 && play_with(request, scope, kind))
+        ++request;
+      if (request == 1 && (scope == fault_scope::everybody || line.own))
         ADD_FAILURE_AT(file.c_str(), line.number) << "asks for no memory";
     }
 }
 
 class transcript_test : public testing::Test {
 public:
-  transcript_test(std::filesystem::path file, std::shared_ptr<transcript_case> played,
-                  int32_t depth)
+  transcript_test(std::filesystem::path file, transcript_case played, int32_t depth)
       : file_(std::move(file)), case_(std::move(played)), depth_(depth) {}
   void TestBody() override {
     std::vector<std::pair<std::string, std::string>> digests;
     {
-      transcript_player player(file_, *case_, depth_);
+      transcript_player player(file_, case_, depth_);
       player.play();
       digests = player.digests;
     }
     size_t next = 0;
-    for (const transcript_line &line : case_->lines)
-      if (line.starved) starve(file_, *case_, depth_, line, digests.at(next++));
+    for (const transcript_line &line : case_.lines)
+      if (line.starved) starve(file_, case_, depth_, line, digests.at(next++));
   }
 
 private:
   std::filesystem::path file_;
-  std::shared_ptr<transcript_case> case_;
+  transcript_case case_;
   int32_t depth_;
 };
-
-/// A case's title as the name of a test.
-std::string test_name(const std::string &title) {
-  std::string name;
-  for (const char c : title)
-    name += isalnum(static_cast<unsigned char>(c)) ? c : '_';
-  return name;
-}
 
 } // namespace
 
 void register_transcripts(const std::filesystem::path &folder) {
-  std::vector<std::filesystem::path> files;
-  for (const auto &entry : std::filesystem::directory_iterator(folder))
-    if (entry.path().extension() == ".txt") files.push_back(entry.path());
-  std::sort(files.begin(), files.end());
-  for (const std::filesystem::path &file : files) {
+  const std::filesystem::directory_iterator entries(folder);
+  for (const std::filesystem::path &file : std::set<std::filesystem::path>(begin(entries), {})) {
+    if (file.extension() != ".txt") continue;
     const std::string suite = "Transcript_" + file.stem().string();
-    for (const transcript_case &read : read_cases(file)) {
-      const auto played = std::make_shared<transcript_case>(read);
-      for (const std::string &depth : read.depths)
-        testing::RegisterTest(suite.c_str(), (test_name(read.title) + "_" + depth).c_str(), nullptr,
-                              nullptr, file.c_str(), 1, [=]() -> testing::Test * {
+    for (const transcript_case &played : read_cases(file))
+      for (const std::string &depth : played.depths) {
+        std::string name = played.title + ' ' + depth;
+        std::replace_if(
+            name.begin(), name.end(), [](unsigned char c) { return !isalnum(c); }, '_');
+        testing::RegisterTest(suite.c_str(), name.c_str(), nullptr, nullptr, file.c_str(), 1,
+                              [=]() -> testing::Test * {
                                 return new transcript_test(file, played, std::stoi(depth));
                               });
-    }
+      }
   }
 }
 
