@@ -127,8 +127,7 @@ TEST(OddHosts, NullTexts) {
 namespace {
 
 orb_file_services honest; // the host's own services, to which those below forward
-int32_t largest_piece;
-int64_t bytes_read, empty_reads;
+int64_t empty_reads;
 
 /// Streams that return false values.
 const struct {
@@ -186,26 +185,6 @@ const struct {
 
 } // namespace
 
-TEST(OddHosts, StreamsInPiecesShowTheSame) {
-  const traces whole = tour_of();
-  for (const int32_t size : {1, 7, 1000}) {
-    SCOPED_TRACE(size);
-    expect_same(tour_of({[=](Host &host) {
-                  honest = host.file_services;
-                  largest_piece = size;
-                  host.file_services.read = [](void *to, int32_t each, int32_t count, int32_t cipher,
-                                               void *stream) {
-                    return honest.read(to, each, std::min(count, largest_piece), cipher, stream);
-                  };
-                  host.file_services.write = [](const void *from, int32_t each, int32_t count,
-                                                int32_t cipher, void *stream) {
-                    return honest.write(from, each, std::min(count, largest_piece), cipher, stream);
-                  };
-                }}),
-                whole);
-  }
-}
-
 TEST(OddHosts, LyingStreams) {
   const traces whole = tour_of();
   for (const auto &liar : lies) {
@@ -217,39 +196,6 @@ TEST(OddHosts, LyingStreams) {
                 }}),
                 whole, "files");
     EXPECT_LT(empty_reads, 10000);
-  }
-}
-
-/// Endless streams, zeros or the file repeated, stop at the largest offset.
-TEST(OddHosts, EndlessStreams) {
-  static bool again;
-  for (const bool repeats : {false, true}) {
-    again = repeats;
-    world w({[](Host &host) {
-      host.files().set_folder(fuzz::world_folder().path());
-      honest = host.file_services;
-      host.file_services.read = [](void *to, int32_t size, int32_t count, int32_t cipher,
-                                   void *stream) -> int32_t {
-        bytes_read += count;
-        int32_t read = honest.read(to, size, count, cipher, stream);
-        if (again && read == 0) {
-          honest.seek(stream, 8, SEEK_SET); // after the magic
-          read = honest.read(to, size, count, cipher, stream);
-        }
-        if (again) return read;
-        memset(static_cast<char *>(to) + read, 0, size_t(count - read));
-        return count;
-      };
-      host.file_services.at_end = [](void *) { return 0; };
-    }});
-    w.set_mode(8);
-    for (const char *name : {"map_load", "fpg_load", "palette_load", "image_load"})
-      for (const char *file : {"8.map", "8.fpg", "c.map", "c.fpg", "k.map", "8.pal"}) {
-        bytes_read = 0;
-        w.host.call(name, {file});
-        EXPECT_LE(bytes_read, int64_t(1) << 31) << name << " " << file;
-        EXPECT_EQ(w.host.files().open_count(), 0u) << name << " " << file;
-      }
   }
 }
 
