@@ -15,7 +15,6 @@
 #include "blit/blit_list.h"
 #include "support/failing_allocator.h"
 #include "fuzz/odd_host.h"
-#include "fuzz/script_arguments.h"
 #include "hostile/digest.h"
 #include "hostile/tour.h"
 #include "module/module.h"
@@ -286,15 +285,6 @@ TEST(OddHosts, ProcessesOfAllKinds) {
     EXPECT_NE(host.call("collision", {0}), orbhost::ProcessList::id(processes[3]));
 }
 
-/// All globals at one address.
-TEST(OddHosts, GlobalsOverEachOther) {
-  static std::vector<int32_t> memory(1024, 7);
-  tour_of({[](Host &host) {
-    host.runtime.rt_globals = reinterpret_cast<uint8_t *>(memory.data());
-    host.runtime.rt_global_offset = [](int32_t, const char *) { return 64; };
-  }});
-}
-
 /// Script functions called before init and after release find nothing, and the next init behaves as
 /// usual. Runs in a freshly loaded copy of the module; the linked one has been started before.
 TEST(OddHosts, CallsOutOfTurn) {
@@ -305,19 +295,10 @@ TEST(OddHosts, CallsOutOfTurn) {
   auto *const entry =
       reinterpret_cast<orb_main_library_exports *>(dlsym(library, ORB_MAIN_LIBRARY_EXPORTS));
   std::mt19937 random(3);
-  const auto call_everything = [&random](Host &host) {
+  const auto call_anything = [&random](Host &host) {
     host.call("region_define", {1, 0, 0, 9, 9}); // a region gives them something to draw in
     host.call("draw_new", {1, 0, 1, 1, 0, 0, 5, 5});
-    std::vector<int32_t> memory(fuzz::script_memory_words);
-    fuzz::script_handles handles;
-    std::vector<uint8_t> bytes(200);
-    for (int round = 0; round < 8; ++round)
-      for (const orbhost::Function &function : host.registration().functions) {
-        std::generate(bytes.begin(), bytes.end(), [&] { return uint8_t(random()); });
-        fuzz::script_reader script(bytes);
-        handles.add_result(
-            host.call_form(function, fuzz::read_arguments(script, handles, function, memory)));
-      }
+    call_everything(host, random, 8);
   };
   for (int life = 0; life < 2; ++life) {
     Host host;
@@ -328,14 +309,14 @@ TEST(OddHosts, CallsOutOfTurn) {
     host.files().on_loss = [](const std::string &, const std::string &) {};
     host.files().set_folder(fuzz::world_folder().path());
     host.attach(entry);
-    call_everything(host);
+    call_anything(host);
     EXPECT_EQ(host.screen(), nullptr);
     host.init();
     EXPECT_EQ(host.call("mode_set", {64, 48, 32}), 1);
     EXPECT_EQ(host.call("map_new", {8, 8, 5}), 1000) << "nothing is left of the calls before";
-    call_everything(host);
+    call_anything(host);
     host.release();
-    call_everything(host);
+    call_anything(host);
     EXPECT_EQ(host.screen(), nullptr);
     // This release frees what these calls made; the next init would do so, too.
     for (const orbhost::Hook &hook : host.registration().hooks)
