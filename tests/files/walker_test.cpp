@@ -10,10 +10,10 @@
 
 #include <gtest/gtest.h>
 
-#include "support/failing_allocator.h"
 #include "files/pictures.h"
 #include "formats/image.h"
 #include "fuzz/png_checksums.h"
+#include "support/failing_allocator.h"
 #include "surface/libraries.h"
 #include "surface/nearest_colour.h"
 #include "surface/palette.h"
@@ -38,50 +38,48 @@ public:
   void cut(size_t size) { ASSERT_EQ(ftruncate(descriptor_, off_t(size)), 0); }
 
   /// Loads the file by a function; the pixels of all its graphs, empty for a file that is refused.
-  file_bytes load(const char *function, const char *key = nullptr) {
-    const int32_t surfaces = int32_t(gfxsurfaces->count), maps = maps_loaded, fpgs = fpgs_loaded;
-    forget_nearest(); // kept on purpose from picture to picture
-    const int32_t blocks = outstanding_blocks(fault_scope::module);
+  file_bytes load(const std::string &function, const char *key = nullptr) {
+    const auto counts = [this] {
+      forget_nearest(); // kept on purpose from picture to picture
+      return std::array<int64_t, 7>{gfxsurfaces->count,
+                                    maps_loaded,
+                                    fpgs_loaded,
+                                    fpg[0].memory_usage,
+                                    w.host.files().open_count(),
+                                    image_data != nullptr,
+                                    outstanding_blocks(fault_scope::module)};
+    };
+    const auto before = counts();
     std::vector<orbhost::Argument> arguments = {path_};
     if (key) arguments.emplace_back(key);
-    if (std::string(function) == "fpg_load_map") arguments.insert(arguments.end(), {2, 7});
+    if (function == "fpg_load_map") arguments.insert(arguments.end(), {2, 7});
     const int32_t result = w.host.call(function, arguments);
     const std::string report = w.reports();
     file_bytes pixels;
-    const int32_t library = function[0] != 'f' ? 0 : arguments.size() > 2 ? 2 : result;
     if (result < 0) {
       ++refused;
       EXPECT_TRUE(is_described(report, function)) << function << ": " << report;
     } else {
       ++loaded;
       EXPECT_EQ(report, "");
+      const int32_t library = function[0] != 'f' ? 0 : function == "fpg_load_map" ? 2 : result;
       for (int32_t code = 1; code < graph_bound(library); ++code)
         if (const orb_map_slot *slot = GetMAP(library, code); slot && slot->surface) {
           const auto *from = static_cast<const uint8_t *>(slot->surface->pixels);
           pixels.insert(pixels.end(), from, from + slot->surface->byte_size);
         }
-      if (library)
-        w.host.call("fpg_unload", {library});
-      else if (std::string(function) == "map_load")
-        w.host.call("map_unload", {result});
-      else if (std::string(function) == "image_load")
-        unload_picture(result);
+      if (library) w.host.call("fpg_unload", {library});
+      w.host.call("map_unload", {-1});
+      w.host.call("image_unload", {-1});
     }
     // Graphs that a failed load has left go when their number is taken.
     if (function[0] == 'f') w.host.call("fpg_unload", {w.host.call("fpg_new")});
-    EXPECT_EQ(int32_t(gfxsurfaces->count), surfaces) << function;
-    EXPECT_EQ(maps_loaded, maps);
-    EXPECT_EQ(fpgs_loaded, fpgs);
-    EXPECT_EQ(fpg[0].memory_usage, empty_library_memory);
-    EXPECT_EQ(w.host.files().open_count(), 0u);
-    EXPECT_EQ(image_data, nullptr);
-    forget_nearest();
-    EXPECT_EQ(outstanding_blocks(fault_scope::module), blocks) << function << ": a leak";
+    EXPECT_EQ(counts(), before) << function << " leaves something behind";
     return pixels;
   }
 
   /// Loads the file with the heap filled in two ways: pixels that it leaves unset would differ.
-  void load_twice(const char *function, const char *key = nullptr) {
+  void load_twice(const std::string &function, const char *key = nullptr) {
     mallopt(M_PERTURB, 0x11);
     const file_bytes first = load(function, key);
     mallopt(M_PERTURB, 0xEE);
@@ -93,20 +91,17 @@ private:
   int descriptor_ = memfd_create("damaged", 0);
   std::string path_ = "/proc/self/fd/" + std::to_string(descriptor_);
 
-  void unload_picture(int32_t code) {
-    if (w.host.call("image_unload", {code}) == 0) w.host.call("map_unload", {code});
-  }
   /// One report, of the function or its older name, of the name or the key, by its number.
   bool is_described(const std::string &report, const std::string &function) const {
-    const std::string end = " \"" + path_ + '"';
     std::string name = function;
     for (char &c : name)
       c = char(toupper(c));
-    for (const char *number : {"100", "103", "106", "144"})
-      if (report == number + (" " + name) + " 1" + end) return true;
-    if (function == "palette_load" && !palette) return report.empty();
-    return report == "105 LOAD_FPG 1" + end || report == "105 " + name + " 1" + end ||
-           report == "194 " + name + " 1" + end || report == "193 " + name + " 2" + end;
+    for (const std::string &begin :
+         {"100 " + name + " 1", "103 " + name + " 1", "105 " + name + " 1", "106 " + name + " 1",
+          "144 " + name + " 1", "193 " + name + " 2", "194 " + name + " 1",
+          std::string("105 LOAD_FPG 1")})
+      if (report == begin + " \"" + path_ + '"') return true;
+    return function == "palette_load" && !palette && report.empty();
   }
 };
 
