@@ -42,70 +42,54 @@ uint32_t rgb_of(const orb_rgb &c) {
   return uint32_t(c.r << 16 | c.g << 8 | c.b);
 }
 
-class loaded_picture {
-public:
-  loaded_picture(world &in, known_picture &picture, int32_t depth)
-      : world_(in), picture_(picture), depth_(depth) {}
-
-  void load() {
-    const std::string path = world_.folder.path / "picture";
-    write_file(path, picture_.file);
-    if (palette) { // a fresh program, in which no colour is special
-      for (int i = 0; i < 256; i++)
-        palette->colours[i] = {uint8_t(i * 77), uint8_t(i * 31 + 9), uint8_t(200 - i * 53)};
-      palette_loaded = 0;
-    }
-    const int32_t code = world_.host.call("image_load", {path});
-    if (const int32_t error = picture_.deep && depth_ < 32 ? 144 : picture_.error) {
-      EXPECT_EQ(world_.reports(), "144 IMAGE_LOAD 1 \"" + path + '"');
-      EXPECT_EQ(code, INT32_MIN);
-      if (depth_ == 32) EXPECT_EQ(image_error, error);
-      return;
-    }
-    ASSERT_EQ(world_.reports(), "");
-    palette_in_file own{};
-    const bool paletted = read_palette_file(path.c_str(), &own);
-    if (depth_ == 8) EXPECT_EQ(palette_loaded, paletted);
-    if (picture_.w) EXPECT_EQ(paletted, !picture_.indices.empty());
-    const __ORBSurface2D__ &graph = *GetMAP(0, code)->surface;
-    ASSERT_EQ(graph.width * graph.height, picture_.pixels.size());
-    if (picture_.w) EXPECT_EQ(graph.width, picture_.w);
-    EXPECT_EQ(graph.depth, depth_);
-    EXPECT_EQ(graph.alpha_channel, picture_.alpha && depth_ == 32);
-    if (depth_ == 32) compare(graph);
-    for (uint32_t i = 0; i < picture_.pixels.size(); i++) {
-      const uint32_t seen = pixel(graph, i % graph.width, i / graph.width);
-      const uint32_t argb = picture_.pixels[i];
-      if (depth_ != 8 || !palette_loaded) {
-        ASSERT_EQ(seen, at_depth(argb, picture_.alpha, depth_)) << "pixel " << i;
-      } else if (picture_.alpha && argb >> 24 < 128) {
-        ASSERT_EQ(seen, 0u) << "pixel " << i;
-      } else {
-        if (!picture_.indices.empty()) ASSERT_EQ(seen, picture_.indices[i]) << "pixel " << i;
-        ASSERT_EQ(rgb_of(palette->colours[seen]), argb & 0xFFFFFF) << "pixel " << i;
-        ASSERT_EQ(rgb_of(own.colours.colours[seen]), argb & 0xFFFFFF) << "pixel " << i;
-      }
-    }
-    const bool map = picture_.name.starts_with("map");
-    EXPECT_EQ(world_.host.call(map ? "map_unload" : "image_unload", {code}), 1);
+/// Loads a picture at the world's depth and compares it with what is known. What the module reads
+/// at 32 bits then holds for the other depths.
+void load(world &w, known_picture &known, int32_t depth) {
+  const std::string path = w.folder.path / "picture";
+  write_file(path, known.file);
+  if (palette) { // a fresh program, in which no colour is special
+    for (int i = 0; i < 256; i++)
+      palette->colours[i] = {uint8_t(i * 77), uint8_t(i * 31 + 9), uint8_t(200 - i * 53)};
+    palette_loaded = 0;
   }
-
-private:
-  world &world_;
-  known_picture &picture_;
-  int32_t depth_;
-
-  /// With the reference. What the module reads at 32 bits then holds for the other depths.
-  void compare(const __ORBSurface2D__ &graph) {
-    for (uint32_t i = 0; i < picture_.pixels.size(); i++) {
-      const uint32_t seen = pixel(graph, i % graph.width, i / graph.width);
-      const uint32_t mask = picture_.compared;
-      ASSERT_LE(difference(seen & mask, picture_.pixels[i] & mask), picture_.tolerance)
-          << "pixel " << i << ": " << std::hex << seen << ", not " << picture_.pixels[i];
-      picture_.pixels[i] = seen;
+  const int32_t code = w.host.call("image_load", {path});
+  if (const int32_t error = known.deep && depth < 32 ? 144 : known.error) {
+    EXPECT_EQ(w.reports(), "144 IMAGE_LOAD 1 \"" + path + '"');
+    EXPECT_EQ(code, INT32_MIN);
+    if (depth == 32) EXPECT_EQ(image_error, error);
+    return;
+  }
+  ASSERT_EQ(w.reports(), "");
+  palette_in_file own{};
+  const bool paletted = read_palette_file(path.c_str(), &own);
+  if (depth == 8) EXPECT_EQ(palette_loaded, paletted);
+  if (known.w) EXPECT_EQ(paletted, !known.indices.empty());
+  const __ORBSurface2D__ &graph = *GetMAP(0, code)->surface;
+  ASSERT_EQ(graph.width * graph.height, known.pixels.size());
+  if (known.w) EXPECT_EQ(graph.width, known.w);
+  EXPECT_EQ(graph.depth, depth);
+  EXPECT_EQ(graph.alpha_channel, known.alpha && depth == 32);
+  for (uint32_t i = 0; i < known.pixels.size(); i++) {
+    SCOPED_TRACE("pixel " + std::to_string(i));
+    const uint32_t seen = pixel(graph, i % graph.width, i / graph.width);
+    uint32_t &argb = known.pixels[i];
+    if (depth == 32) {
+      ASSERT_LE(difference(seen & known.compared, argb & known.compared), known.tolerance)
+          << std::hex << seen << ", not " << argb;
+      argb = seen;
+    } else if (depth != 8 || !palette_loaded) {
+      ASSERT_EQ(seen, at_depth(argb, known.alpha, depth));
+    } else if (known.alpha && argb >> 24 < 128) {
+      ASSERT_EQ(seen, 0u);
+    } else {
+      if (!known.indices.empty()) ASSERT_EQ(seen, known.indices[i]);
+      ASSERT_EQ(rgb_of(palette->colours[seen]), argb & 0xFFFFFF);
+      ASSERT_EQ(rgb_of(own.colours.colours[seen]), argb & 0xFFFFFF);
     }
   }
-};
+  const bool map = known.name.starts_with("map");
+  EXPECT_EQ(w.host.call(map ? "map_unload" : "image_unload", {code}), 1);
+}
 
 void load_at_each_depth(std::vector<known_picture> pictures) {
   world w;
@@ -113,7 +97,7 @@ void load_at_each_depth(std::vector<known_picture> pictures) {
     w.set_mode(depth);
     for (known_picture &picture : pictures) {
       SCOPED_TRACE(picture.name + " at " + std::to_string(depth) + " bits");
-      loaded_picture(w, picture, depth).load();
+      load(w, picture, depth);
     }
   }
 }

@@ -1,6 +1,7 @@
 // The programs as a user meets them: transcripts of a shell (*.txt beside this file), which
 // docs/testing.md describes.
 #include <algorithm>
+#include <fnmatch.h>
 #include <fstream>
 #include <string>
 #include <sys/wait.h>
@@ -44,18 +45,13 @@ std::vector<program_case> read_cases(const fs::path &path) {
 
 /// Whether a text is as expected; "..." stands for anything.
 bool matches(const std::string &seen, const std::string &expected) {
-  size_t at = 0, from = 0;
-  for (;;) {
-    const size_t dots = expected.find("...", from);
-    const std::string piece = expected.substr(from, dots - from);
-    if (dots == std::string::npos)
-      return seen.size() >= at + piece.size() && seen.ends_with(piece) &&
-             (from > 0 || seen == expected);
-    const size_t found = seen.find(piece, at);
-    if (found == std::string::npos || (from == 0 && found != 0)) return false;
-    at = found + piece.size();
-    from = dots + 3;
-  }
+  std::string pattern;
+  for (size_t at = 0; at < expected.size(); ++at)
+    if (expected.compare(at, 3, "...") == 0)
+      pattern += '*', at += 2;
+    else
+      pattern += {'\\', expected[at]};
+  return fnmatch(pattern.c_str(), seen.c_str(), 0) == 0;
 }
 
 std::string text_of(const fs::path &file) {
@@ -82,14 +78,16 @@ public:
                                 "orbgfx() { run orbgfx \"$@\"; }\n{\n";
     for (const command &each : case_.commands) {
       std::ofstream(place.path / "sh") << prelude << each.text << "} >../out 2>../err </dev/null\n";
-      const int status = std::system(("LC_ALL=C sh '" + (place.path / "sh").string() + "'").c_str());
+      const int status =
+          std::system(("LC_ALL=C sh '" + (place.path / "sh").string() + "'").c_str());
       std::string seen = text_of(place.path / "out") + text_of(place.path / "err");
       if (!seen.empty() && seen.back() != '\n') seen += '\n';
       const int code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
       if (code != 0) seen += '[' + std::to_string(code) + "]\n";
       if (!matches(seen, each.expected))
-        ADD_FAILURE_AT(file_.c_str(), each.line)
-            << each.text << "-- seen:\n" << seen << "-- expected:\n" << each.expected;
+        ADD_FAILURE_AT(file_.c_str(), each.line) << each.text << "-- seen:\n"
+                                                 << seen << "-- expected:\n"
+                                                 << each.expected;
     }
   }
 
@@ -103,7 +101,8 @@ private:
     if (const fs::path file = entry.path(); file.extension() == ".txt")
       for (const program_case &played : read_cases(file)) {
         std::string name = played.title;
-        std::replace_if(name.begin(), name.end(), [](unsigned char c) { return !isalnum(c); }, '_');
+        std::replace_if(
+            name.begin(), name.end(), [](unsigned char c) { return !isalnum(c); }, '_');
         testing::RegisterTest(("Program_" + file.stem().string()).c_str(), name.c_str(), nullptr,
                               nullptr, file.c_str(), played.commands.front().line,
                               [=]() -> testing::Test * { return new program_test(file, played); });

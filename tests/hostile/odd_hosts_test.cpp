@@ -13,14 +13,14 @@
 #include <sys/stat.h>
 
 #include "blit/blit_list.h"
-#include "support/failing_allocator.h"
+#include "boundary/records.h"
 #include "fuzz/odd_host.h"
 #include "hostile/digest.h"
 #include "hostile/tour.h"
 #include "module/module.h"
-#include "surface/screen.h"
-#include "boundary/records.h"
+#include "support/failing_allocator.h"
 #include "surface/registry.h"
+#include "surface/screen.h"
 #include "surface/surface.h"
 #include "video/mode_lists.h"
 #include "video/mode_state.h"
@@ -79,7 +79,9 @@ const struct {
 };
 #undef POINTER
 
-void set_null(void *place) { memset(place, 0, sizeof(void *)); }
+void set_null(void *place) {
+  memset(place, 0, sizeof(void *));
+}
 
 } // namespace
 
@@ -103,7 +105,9 @@ TEST(OddHosts, EachPointerNull) {
 
 /// The last host's full-screen flag must not affect one without it.
 TEST(OddHosts, NoFullScreenFlag) {
-  { world w({[](Host &host) { host.full_screen = 1; }}); }
+  {
+    world w({[](Host &host) { host.full_screen = 1; }});
+  }
   world w({[](Host &host) { host.device_system.full_screen = nullptr; }});
   EXPECT_EQ(full_screen, 0);
 }
@@ -128,58 +132,54 @@ namespace {
 orb_file_services honest; // the host's own services, to which those below forward
 int64_t empty_reads;
 
+template <int32_t result> int32_t reads(void *, int32_t, int32_t, int32_t, void *) {
+  ++empty_reads;
+  return result;
+}
+template <int32_t result> int32_t writes(const void *, int32_t, int32_t, int32_t, void *) {
+  return result;
+}
+template <int32_t result> int32_t seeks(void *, int32_t, int32_t) {
+  return result;
+}
+template <int32_t result> int32_t ends(void *) {
+  return result;
+}
+int32_t reads_too_much(void *to, int32_t size, int32_t count, int32_t cipher, void *stream) {
+  const int32_t read = honest.read(to, size, count, cipher, stream);
+  empty_reads += read == 0;
+  return read + 1000;
+}
+const char *pipe_path(const char *, int32_t) { // with nobody at its other end
+  static const std::string pipe = fuzz::world_folder().path() / "pipe";
+  mkfifo(pipe.c_str(), 0600);
+  return pipe.c_str();
+}
+const char *endless_path(const char *, int32_t purpose) {
+  return purpose == ORB_PATH_READ ? "/dev/zero" : nullptr;
+}
+const char *folder_path(const char *, int32_t) {
+  return "/";
+}
+
 /// Streams that return false values.
 const struct {
   const char *name;
   void (*lie)(orb_file_services &services);
 } lies[] = {
-    {"reads -1",
-     [](orb_file_services &s) {
-       s.read = [](void *, int32_t, int32_t, int32_t, void *) { return ++empty_reads, -1; };
-     }},
+    {"reads -1", [](orb_file_services &s) { s.read = reads<-1>; }},
     {"reads nothing, and has no end",
-     [](orb_file_services &s) {
-       s.read = [](void *, int32_t, int32_t, int32_t, void *) { return ++empty_reads, 0; };
-       s.at_end = [](void *) { return 0; };
-     }},
-    {"reads more than asked",
-     [](orb_file_services &s) {
-       s.read = [](void *to, int32_t size, int32_t count, int32_t cipher, void *stream) {
-         const int32_t read = honest.read(to, size, count, cipher, stream);
-         empty_reads += read == 0;
-         return read + 1000;
-       };
-     }},
-    {"is always at its end", [](orb_file_services &s) { s.at_end = [](void *) { return 1; }; }},
-    {"is never at its end", [](orb_file_services &s) { s.at_end = [](void *) { return 0; }; }},
-    {"seeks nowhere",
-     [](orb_file_services &s) { s.seek = [](void *, int32_t, int32_t) { return -1; }; }},
-    {"says it has sought",
-     [](orb_file_services &s) { s.seek = [](void *, int32_t, int32_t) { return 0; }; }},
-    {"writes -1",
-     [](orb_file_services &s) {
-       s.write = [](const void *, int32_t, int32_t, int32_t, void *) { return -1; };
-     }},
-    {"writes more than given",
-     [](orb_file_services &s) {
-       s.write = [](const void *, int32_t, int32_t, int32_t, void *) { return INT32_MAX; };
-     }},
-    {"has paths to a folder",
-     [](orb_file_services &s) { s.path = [](const char *, int32_t) { return "/"; }; }},
-    {"has paths to a file without a size",
-     [](orb_file_services &s) {
-       s.path = [](const char *, int32_t purpose) {
-         return purpose == ORB_PATH_READ ? "/dev/zero" : nullptr;
-       };
-     }},
-    {"has paths to a pipe with nobody at its other end",
-     [](orb_file_services &s) {
-       s.path = [](const char *, int32_t) {
-         static const std::string pipe = fuzz::world_folder().path() / "pipe";
-         mkfifo(pipe.c_str(), 0600);
-         return pipe.c_str();
-       };
-     }},
+     [](orb_file_services &s) { s.read = reads<0>, s.at_end = ends<0>; }},
+    {"reads more than asked", [](orb_file_services &s) { s.read = reads_too_much; }},
+    {"is always at its end", [](orb_file_services &s) { s.at_end = ends<1>; }},
+    {"is never at its end", [](orb_file_services &s) { s.at_end = ends<0>; }},
+    {"seeks nowhere", [](orb_file_services &s) { s.seek = seeks<-1>; }},
+    {"says it has sought", [](orb_file_services &s) { s.seek = seeks<0>; }},
+    {"writes -1", [](orb_file_services &s) { s.write = writes<-1>; }},
+    {"writes more than given", [](orb_file_services &s) { s.write = writes<INT32_MAX>; }},
+    {"has paths to a folder", [](orb_file_services &s) { s.path = folder_path; }},
+    {"has paths to a file without a size", [](orb_file_services &s) { s.path = endless_path; }},
+    {"has paths to a pipe", [](orb_file_services &s) { s.path = pipe_path; }},
 };
 
 } // namespace
@@ -326,8 +326,8 @@ TEST(OddHosts, CallsOutOfTurn) {
   dlclose(library);
 }
 
-/// A host may draw a frame, paint the window or call a function from a callback. During a mode change
-/// there is nothing to draw on.
+/// A host may draw a frame, paint the window or call a function from a callback. During a mode
+/// change there is nothing to draw on.
 TEST(OddHosts, HostsThatCallBack) {
   static Host *serving;
   static bool inside;

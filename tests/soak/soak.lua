@@ -223,6 +223,7 @@ act(3, "graphs", function()
   mouse.file, mouse.graph = any()
   mouse.angle, mouse.size = letters.a(), letters.z()
 end)
+
 -- ---- Rounds -------------------------------------------------------------------------------------
 
 -- Creates more of everything than at any other time. Processes come in two waves, because the player
@@ -256,8 +257,8 @@ local function restore()
   screen_fade(100, 100, 100, 64)
   set_fps(0, 0)
   dump_type, restore_type = complete_dump, complete_restore
-  draw_z, draw_visible, draw_destination_file, draw_destination_graph = -255, 1, 0, 0
-  mouse.file, mouse.graph, mouse.angle, mouse.size, mouse.flags = 0, 0, 0, 100, 0
+  draw_destination_file, draw_destination_graph = 0, 0
+  mouse.file, mouse.graph, mouse.angle, mouse.size = 0, 0, 0, 100
 end
 
 -- Unloads everything, in any order, with a frame between some of the steps: libraries and graphs may
