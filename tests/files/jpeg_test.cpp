@@ -179,7 +179,7 @@ TEST_F(Jpeg, AProfileConvertsInks) {
     profile.resize(size_t(size));
     std::vector<file_bytes> segments = pieces(profile, size_t(count));
     std::shuffle(segments.begin(), segments.end(), random);
-    segments.insert(segments.begin(), bytes_from("FF E2 00 06 \"MPF\" 00"));
+    segments.insert(segments.begin(), bytes_from("FF E2 00 12 \"MPF\" 00*13"));
     EXPECT_EQ(load_with(segments), converted) << size << " in " << count;
   }
   // Pieces at odds are no profile, nor is one that LittleCMS can't read or that is for others.

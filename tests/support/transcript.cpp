@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <fstream>
 #include <map>
+#include <optional>
 #include <set>
 #include <sstream>
 #include <stdexcept>
@@ -233,17 +234,19 @@ private:
   // -- Values
 
   /// 12, -1, 0xFF, $name, or the name of a constant.
-  int32_t value(const std::string &word) {
-    if (word.front() == '$') {
-      const auto found = names_.find(word);
-      if (found == names_.end()) throw std::invalid_argument("nothing is called " + word);
-      return found->second;
-    }
-    if (isalpha(static_cast<unsigned char>(word.front()))) return world_.host.constant(word);
-    size_t end = 0;
-    const int64_t number = std::stoll(word, &end, 0);
-    if (end != word.size()) throw std::invalid_argument("not a number: " + word);
-    return int32_t(number);
+  std::optional<int32_t> number(const std::string &word) const {
+    char *end = nullptr;
+    const int64_t number = strtoll(word.c_str(), &end, 0);
+    if (!word.empty() && !*end) return int32_t(number);
+    if (const auto named = names_.find(word); named != names_.end()) return named->second;
+    for (const orbhost::Constant &constant : world_.host.registration().constants)
+      if (constant.name == word) return constant.value;
+    return {};
+  }
+  int32_t value(const std::string &word) const {
+    const std::optional<int32_t> found = number(word);
+    if (!found) throw std::invalid_argument("nothing is called " + word);
+    return *found;
   }
 
   orb_process *process(const std::string &name) {
@@ -298,19 +301,10 @@ private:
       if (wanted.front() == '$' && !names_.contains(wanted))
         names_[wanted] = value(seen[i]);
       else if (wanted != seen[i])
-        same = is_number(seen[i]) && is_value(wanted) && value(wanted) == value(seen[i]);
+        same = number(wanted) && number(wanted) == number(seen[i]);
     }
     if (!same) fail(line, joined(seen) + (line.has_outcome ? ", not " + joined(line.outcome) : ""));
   }
-  static bool is_number(const std::string &word) {
-    return isdigit(static_cast<unsigned char>(word.front())) || word.front() == '-';
-  }
-  bool is_value(const std::string &word) {
-    if (is_number(word) || names_.contains(word)) return true;
-    const std::vector<orbhost::Constant> &known = world_.host.registration().constants;
-    return std::any_of(known.begin(), known.end(), [&](const auto &c) { return c.name == word; });
-  }
-
   /// Like expect, for a sum: recording writes the new one into the transcript.
   void expect_sum(const transcript_line &line, uint32_t sum) {
     const std::string seen = hex(sum, 8);
