@@ -19,6 +19,7 @@
 #include "host/script.h"
 #include "module/module.h"
 #include "support/recording.h"
+#include "support/registration.h"
 #include "support/world.h"
 
 namespace {
@@ -127,22 +128,12 @@ TEST(Golden, KeptScripts) {
 
 namespace {
 
-class scene_test : public testing::Test {
-public:
-  explicit scene_test(std::string row) : row_(std::move(row)) {}
-  void TestBody() override { play_scene(row_); }
-
-private:
-  std::string row_;
-};
-
 [[maybe_unused]] const bool registered = [] {
   std::ifstream rows(tests_folder("golden") / "scenes.txt");
   for (std::string row; std::getline(rows, row);)
     if (!row.starts_with('#'))
-      testing::RegisterTest("Examples", row.substr(0, row.find(' ')).c_str(), nullptr, nullptr,
-                            __FILE__, __LINE__,
-                            [row]() -> testing::Test * { return new scene_test(row); });
+      register_case("Examples", row.substr(0, row.find(' ')), __FILE__, __LINE__,
+                    [row] { play_scene(row); });
   return true;
 }();
 

@@ -1,6 +1,5 @@
 // The programs as a user meets them: transcripts of a shell (*.txt beside this file), which
 // docs/testing.md describes.
-#include <algorithm>
 #include <fnmatch.h>
 #include <fstream>
 #include <string>
@@ -9,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/registration.h"
 #include "support/world.h"
 
 namespace {
@@ -59,54 +59,38 @@ std::string text_of(const fs::path &file) {
   return {bytes.begin(), bytes.end()};
 }
 
-class program_test : public testing::Test {
-public:
-  program_test(fs::path file, program_case played)
-      : file_(std::move(file)), case_(std::move(played)) {}
-
-  void TestBody() override {
-    const scratch_folder place;
-    const fs::path folder = place.path / "in";
-    fs::create_directory(folder);
-    const std::string prelude = "cd '" + folder.string() +
-                                "' || exit; ulimit -t 60\n"
-                                "tests='" ORB_SOURCE_DIR "/tests'; data=$tests/data\n"
-                                "run32='" ORB_SOURCE_DIR "/tools/run32'; bin='" ORB_BINARY_DIR
-                                "/bin'\n"
-                                "run() { \"$run32\" \"$bin/$@\"; }\n"
-                                "orbplay() { run orbplay --headless \"$@\"; }\n"
-                                "orbgfx() { run orbgfx \"$@\"; }\n{\n";
-    for (const command &each : case_.commands) {
-      std::ofstream(place.path / "sh") << prelude << each.text << "} >../out 2>../err </dev/null\n";
-      const int status =
-          std::system(("LC_ALL=C sh '" + (place.path / "sh").string() + "'").c_str());
-      std::string seen = text_of(place.path / "out") + text_of(place.path / "err");
-      if (!seen.empty() && seen.back() != '\n') seen += '\n';
-      const int code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-      if (code != 0) seen += '[' + std::to_string(code) + "]\n";
-      if (!matches(seen, each.expected))
-        ADD_FAILURE_AT(file_.c_str(), each.line) << each.text << "-- seen:\n"
-                                                 << seen << "-- expected:\n"
-                                                 << each.expected;
-    }
+void play(const fs::path &file, const program_case &played) {
+  const scratch_folder place;
+  const fs::path folder = place.path / "in";
+  fs::create_directory(folder);
+  const std::string prelude = "cd '" + folder.string() +
+                              "' || exit; ulimit -t 60\n"
+                              "tests='" ORB_SOURCE_DIR "/tests'; data=$tests/data\n"
+                              "run32='" ORB_SOURCE_DIR "/tools/run32'; bin='" ORB_BINARY_DIR
+                              "/bin'\n"
+                              "run() { \"$run32\" \"$bin/$@\"; }\n"
+                              "orbplay() { run orbplay --headless \"$@\"; }\n"
+                              "orbgfx() { run orbgfx \"$@\"; }\n{\n";
+  for (const command &each : played.commands) {
+    std::ofstream(place.path / "sh") << prelude << each.text << "} >../out 2>../err </dev/null\n";
+    const int status = std::system(("LC_ALL=C sh '" + (place.path / "sh").string() + "'").c_str());
+    std::string seen = text_of(place.path / "out") + text_of(place.path / "err");
+    if (!seen.empty() && seen.back() != '\n') seen += '\n';
+    const int code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    if (code != 0) seen += '[' + std::to_string(code) + "]\n";
+    if (!matches(seen, each.expected))
+      ADD_FAILURE_AT(file.c_str(), each.line) << each.text << "-- seen:\n"
+                                              << seen << "-- expected:\n"
+                                              << each.expected;
   }
-
-private:
-  fs::path file_;
-  program_case case_;
-};
+}
 
 [[maybe_unused]] const bool registered = [] {
   for (const auto &entry : fs::directory_iterator(tests_folder("host")))
     if (const fs::path file = entry.path(); file.extension() == ".txt")
-      for (const program_case &played : read_cases(file)) {
-        std::string name = played.title;
-        std::replace_if(
-            name.begin(), name.end(), [](unsigned char c) { return !isalnum(c); }, '_');
-        testing::RegisterTest(("Program_" + file.stem().string()).c_str(), name.c_str(), nullptr,
-                              nullptr, file.c_str(), played.commands.front().line,
-                              [=]() -> testing::Test * { return new program_test(file, played); });
-      }
+      for (const program_case &played : read_cases(file))
+        register_case("Program_" + file.stem().string(), played.title, file,
+                      played.commands.front().line, [=] { play(file, played); });
   return true;
 }();
 

@@ -19,6 +19,7 @@
 #include "hostile/digest.h"
 #include "support/failing_allocator.h"
 #include "support/recording.h"
+#include "support/registration.h"
 #include "support/world.h"
 #include "surface/registry.h"
 #include "surface/screen.h"
@@ -707,27 +708,17 @@ void starve(const std::filesystem::path &file, const transcript_case &played, in
     }
 }
 
-class transcript_test : public testing::Test {
-public:
-  transcript_test(std::filesystem::path file, transcript_case played, int32_t depth)
-      : file_(std::move(file)), case_(std::move(played)), depth_(depth) {}
-  void TestBody() override {
-    std::vector<std::pair<std::string, std::string>> digests;
-    {
-      transcript_player player(file_, case_, depth_);
-      player.play();
-      digests = player.digests;
-    }
-    size_t next = 0;
-    for (const transcript_line &line : case_.lines)
-      if (line.starved) starve(file_, case_, depth_, line, digests.at(next++));
+void play_case(const std::filesystem::path &file, const transcript_case &played, int32_t depth) {
+  std::vector<std::pair<std::string, std::string>> digests;
+  {
+    transcript_player player(file, played, depth);
+    player.play();
+    digests = player.digests;
   }
-
-private:
-  std::filesystem::path file_;
-  transcript_case case_;
-  int32_t depth_;
-};
+  size_t next = 0;
+  for (const transcript_line &line : played.lines)
+    if (line.starved) starve(file, played, depth, line, digests.at(next++));
+}
 
 } // namespace
 
@@ -735,17 +726,10 @@ void register_transcripts(const std::filesystem::path &folder) {
   const std::filesystem::directory_iterator entries(folder);
   for (const std::filesystem::path &file : std::set<std::filesystem::path>(begin(entries), {})) {
     if (file.extension() != ".txt") continue;
-    const std::string suite = "Transcript_" + file.stem().string();
     for (const transcript_case &played : read_cases(file))
-      for (const std::string &depth : played.depths) {
-        std::string name = played.title + ' ' + depth;
-        std::replace_if(
-            name.begin(), name.end(), [](unsigned char c) { return !isalnum(c); }, '_');
-        testing::RegisterTest(suite.c_str(), name.c_str(), nullptr, nullptr, file.c_str(), 1,
-                              [=]() -> testing::Test * {
-                                return new transcript_test(file, played, std::stoi(depth));
-                              });
-      }
+      for (const std::string &depth : played.depths)
+        register_case("Transcript_" + file.stem().string(), played.title + ' ' + depth, file, 1,
+                      [=] { play_case(file, played, std::stoi(depth)); });
   }
 }
 
