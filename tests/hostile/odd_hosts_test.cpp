@@ -1,9 +1,7 @@
 // Hosts that omit optional services, or return values no host should: the module continues without
 // them, and never crashes, hangs or leaks.
-#include <algorithm>
 #include <climits>
 #include <cstring>
-#include <functional>
 #include <random>
 #include <string>
 #include <vector>
