@@ -8,8 +8,6 @@
 #include <new>
 #include <vector>
 
-#include <sanitizer/asan_interface.h>
-
 #include "orb/graphics2d.h"
 #include "support/random.h"
 
@@ -65,7 +63,6 @@ public:
     surface.byte_size = surface.pitch * uint32_t(height);
     surface.pixels = memory.place(surface.byte_size, at_end);
   }
-  ~picture() { ASAN_UNPOISON_MEMORY_REGION(surface.pixels, surface.byte_size); }
   picture(const picture &) = delete;
   picture &operator=(const picture &) = delete;
 
@@ -79,23 +76,17 @@ public:
   void set_bytes(const std::vector<uint8_t> &to) { std::memcpy(at(0, 0), to.data(), to.size()); }
   void put(int x, int y, uint32_t value) { write_pixel(at(x, y), surface.depth, value); }
 
-  /// Random pixels, one in `zeros` of them 0.
+  /// Random pixels, one in `zeros` of them 0. Every other picture has runs of nothing but zeros and
+  /// of opaque pixels, as drawings have.
   void fill(random_source &random, int zeros) {
-    for (int y = 0; y < int(surface.height); ++y)
-      for (int x = 0; x < int(surface.width); ++x)
-        put(x, y, random.pixel(surface.depth, zeros));
-  }
-
-  /// Under AddressSanitizer, poisons everything outside a rectangle.
-  void expose_only(int x, int y, int w, int h) const {
-    const auto bytes = [this](int pixels) { return size_t(pixels) * size_t(surface.depth) / 8; };
-    const int width = int(surface.width), height = int(surface.height);
-    for (int row = 0; row < height; ++row) {
-      if (row < y || row >= y + h) {
-        ASAN_POISON_MEMORY_REGION(at(0, row), bytes(width));
-      } else {
-        ASAN_POISON_MEMORY_REGION(at(0, row), bytes(x));
-        ASAN_POISON_MEMORY_REGION(at(x + w, row), bytes(width - x - w));
+    const bool in_runs = random.one_in(2);
+    enum { any, transparent, opaque } run = any;
+    for (int y = 0; y < int(surface.height); ++y) {
+      for (int x = 0; x < int(surface.width); ++x) {
+        if (in_runs && random.one_in(24)) run = random.any_of({any, transparent, opaque});
+        uint32_t value = run == transparent ? 0 : random.pixel(surface.depth, zeros);
+        if (run == opaque) value |= surface.depth == 32 ? 0xFF000000 : 1;
+        put(x, y, value);
       }
     }
   }

@@ -1,11 +1,11 @@
-// The expected result of a blit request, pixel by pixel: whether each destination pixel is covered
-// and by which source pixel; the pixel reference then combines the two.
+// Blit requests drawn by the reference, pixel by pixel: whether each destination pixel is covered,
+// and by which source pixel; the pixel model then combines the two.
 #pragma once
 
+#include <array>
 #include <cstdint>
-#include <vector>
+#include <string>
 
-#include "engine/checkspan/corners.h"
 #include "engine/checkspan/reference.h"
 #include "orb/graphics2d.h"
 
@@ -13,73 +13,75 @@ namespace checkspan {
 
 enum class operation { blit, block, scale, tile, rotate, rotscale, scaleshear, rotscaleshear };
 
-/// The state that a request's outcome depends on besides the request.
-struct surroundings {
-  struct clip_region {
-    bool defined;
-    __ORBRegion__ box;
-  };
-  int screen_depth = 32;
-  const __ORBSurface2D__ *ground = nullptr;
-  std::vector<clip_region> regions;
-  const uint8_t *ghost = nullptr; ///< null outside 8-bit modes
+struct corner {
+  double x, y;
+};
+/// Top left, top right, bottom left, bottom right.
+using corner_set = std::array<corner, 4>;
+
+/// A graph of w x h pixels whose pivot (cx, cy) lands at (x, y), and its transform.
+struct placed_graph {
+  double w = 1, h = 1, cx = 0, cy = 0;
+  double x = 0, y = 0;
+  double size_x = 100, size_y = 100; // percent
+  double shear_x = 0, shear_y = 0;   // percent
+  int32_t angle = 0;                 // thousandths of a degree
+  int32_t tfmorder = 0;              // 0..5
+  int32_t flags = 0;
 };
 
-/// A row with more than one correct outcome: one of its ends falls on the boundary between two
-/// source positions, closer than the arithmetic can resolve.
-struct open_row {
-  int x, y;
-  std::vector<std::vector<uint32_t>> outcomes; ///< pixels from x on; the likely outcome first
-  bool unpredictable; ///< too far from the origin to predict the row's pixels
-};
+/// The transforms in a graph's order, as letters: h shears, s scales, r turns.
+std::string order_of(const placed_graph &graph);
+/// Those of them that change something.
+std::string order_that_matters(const placed_graph &graph);
 
-struct expectation {
-  bool drawn = false;
-  int x0 = 0, y0 = 0, x1 = 0, y1 = 0; ///< drawn box, inclusive
-  bool pivot_taken = false;           ///< a one-shot pivot was consumed
-  std::vector<uint8_t> pixels;        ///< the destination's bytes afterwards
-  std::vector<open_row> open_rows;
-};
+/// Where the corners fall after the transforms `order`.
+corner_set transformed(const placed_graph &graph, const std::string &order);
+/// The same for a graph that is only scaled.
+corner_set scaled(const placed_graph &graph);
 
-/// Takes the request as an operation would see it; changes nothing.
-expectation expect_blit(operation op, const __ORBBlit2D__ &request, const surroundings &around);
+/// Rounds half away from zero.
+double round_half_away(double v);
 
-/// A request being drawn, and its destination so far.
-class blit_in_progress {
+/// A request being drawn. What an operation leaves in the request, its owner and its surfaces, this
+/// leaves there too.
+class reference_blit {
 public:
-  const __ORBBlit2D__ &request;
-  const __ORBSurface2D__ &src, &dst;
-  expectation result;
-  int clip_x0 = 0, clip_y0 = 0, clip_x1 = -1, clip_y1 = -1;
-  int flags;              // the low 4 bits
-  int64_t size_x, size_y; // percent, `size` included
-
-  explicit blit_in_progress(const __ORBBlit2D__ &of);
-
-  /// The pivot from the top left corner, unmirrored; consumes an override.
-  struct pivot_place {
-    int64_t x, y;
-    bool overridden;
+  /// Counts of drawn rows.
+  struct row_counts {
+    int all = 0;
+    int doubtful = 0; ///< of those, drawn as another than the likely outcome, or beyond prediction
   };
-  pivot_place take_pivot();
-  placed_graph graph();
 
-  /// Source pixel; its current value when source and destination share memory.
-  uint32_t source(int64_t x, int64_t y) const;
-  /// Combines a source pixel with the destination pixel.
-  void put(int x, int y, uint32_t s);
-  /// Destination pixels of a row from x0 to x1; the second form writes them back from x on.
-  std::vector<uint32_t> row(int x0, int x1, int y);
-  void set_row(int x, int y, const std::vector<uint32_t> &pixels);
-
-  pixel_rule rule;
-  pixel_context context;
+  /// `found`: the destination's bytes as an operation has left them. It decides what is correct for
+  /// rows with two outcomes.
+  reference_blit(operation op, __ORBBlit2D__ &request, const uint8_t *found)
+      : op_(op), request_(request), found_(found) {}
+  /// The operation's result.
+  int32_t draw(row_counts &rows);
 
 private:
-  uint8_t *at(int x, int y);
-};
+  bool refused() const;
+  bool clip();
+  void take_pivot();
+  bool choose();
+  uint32_t source(int64_t x, int64_t y) const;
+  uint8_t *at(int64_t x, int64_t y) const;
+  void put(int64_t x, int64_t y, uint32_t s);
+  void put_rectangle(int64_t left, int64_t top, int64_t sx, int64_t sy, int64_t w, int64_t h);
+  void put_natural();
+  void put_block();
+  void put_tile();
+  void put_scaled();
+  void put_quadrilateral(const std::string &order, row_counts &rows);
 
-/// The rotated and sheared operations, after checks and clipping.
-void expect_quadrilateral(blit_in_progress &blit, const corner_set &corners, bool scaled);
+  operation op_;
+  __ORBBlit2D__ &request_;
+  const uint8_t *found_;
+  placed_graph graph_;
+  bool overridden_ = false; // the pivot is an override
+  __ORBRegion__ clip_{}, drawn_{};
+  pixel_rule rule_;
+};
 
 } // namespace checkspan

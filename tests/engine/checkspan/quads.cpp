@@ -1,12 +1,68 @@
-// Rotated and sheared blits, row by row.
+// Rotated and sheared graphs: where their corners fall, and what their rows show.
 #include <algorithm>
 #include <cfloat>
+#include <climits>
 #include <cmath>
+#include <cstring>
+#include <numbers>
 #include <vector>
 
 #include "engine/checkspan/blits.h"
 
 namespace checkspan {
+
+// ---- Corners ------------------------------------------------------------------------------------
+
+double round_half_away(double v) {
+  return v >= 0 ? std::floor(v + 0.5) : std::ceil(v - 0.5);
+}
+
+std::string order_of(const placed_graph &g) {
+  static const std::string orders[] = {"hsr", "hrs", "shr", "srh", "rhs", "rsh"};
+  return orders[g.tfmorder >= 0 && g.tfmorder < 6 ? g.tfmorder : 0];
+}
+
+std::string order_that_matters(const placed_graph &g) {
+  std::string order = order_of(g);
+  if (g.shear_x == 0 && g.shear_y == 0) std::erase(order, 'h');
+  if (g.size_x == 100 && g.size_y == 100) std::erase(order, 's');
+  if (g.angle % 360000 == 0) std::erase(order, 'r');
+  return order;
+}
+
+/// Corners are those of the last pixels: the far ones move back by one right after scaling, or at
+/// the start when scaling is last or absent.
+corner_set transformed(const placed_graph &g, const std::string &order) {
+  const double theta = g.angle * std::numbers::pi / -180000;
+  const double c = std::cos(theta), s = std::sin(theta);
+  const double mirror_x = g.flags & 1 ? -1 : 1, mirror_y = g.flags & 2 ? -1 : 1;
+  const size_t scaling = order.find('s');
+  const bool before = scaling == order.npos || scaling == order.size() - 1;
+  corner_set corners{};
+  for (size_t i = 0; i < 4; ++i) {
+    const double far_x = i % 2 ? 1 : 0, far_y = i / 2 ? 1 : 0;
+    corner p = {far_x * g.w - g.cx, far_y * g.h - g.cy};
+    if (before) p = {p.x - far_x, p.y - far_y};
+    for (const char letter : order) {
+      if (letter == 'h') p = {p.x - g.shear_x / 100 * p.y, p.y - g.shear_y / 100 * p.x};
+      if (letter == 'r') p = {c * p.x - s * p.y, s * p.x + c * p.y};
+      if (letter == 's') p = {p.x * (g.size_x / 100), p.y * (g.size_y / 100)};
+      if (letter == 's' && !before) p = {p.x - far_x, p.y - far_y};
+    }
+    corners[i] = {p.x * mirror_x + g.x, p.y * mirror_y + g.y};
+  }
+  return corners;
+}
+
+corner_set scaled(const placed_graph &g) {
+  const double sx = g.size_x / (g.flags & 1 ? -100 : 100);
+  const double sy = g.size_y / (g.flags & 2 ? -100 : 100);
+  const auto [x0, x1] = std::minmax({g.x - g.cx * sx, g.x + (g.w - g.cx) * sx});
+  const auto [y0, y1] = std::minmax({g.y - g.cy * sy, g.y + (g.h - g.cy) * sy});
+  return {{{x0, y0}, {x1 - 1, y0}, {x0, y1 - 1}, {x1 - 1, y1 - 1}}};
+}
+
+// ---- Rows ---------------------------------------------------------------------------------------
 
 namespace {
 
@@ -24,44 +80,41 @@ int64_t crossing(grid_point a, grid_point b, int64_t y) {
   return a.x + whole + (2 * rest >= dy ? 1 : 0);
 }
 
+/// The pixels of an outline in a row; left is beyond right where there are none.
+struct row_extent {
+  int64_t left = INT64_MAX, right = INT64_MIN;
+};
+row_extent extent_of(const grid_point (&ring)[5], int64_t y) {
+  row_extent row;
+  for (int i = 0; i < 4; ++i) {
+    const grid_point a = ring[i], b = ring[i + 1];
+    if (y < std::min(a.y, b.y) || y > std::max(a.y, b.y)) continue;
+    const bool flat = a.y == b.y;
+    for (const int64_t x : {flat ? a.x : crossing(a, b, y), flat ? b.x : crossing(a, b, y)})
+      row = {std::min(row.left, x), std::max(row.right, x)};
+  }
+  return row;
+}
+
 /// Source positions along a side of the quadrilateral: `inset` at its near end, length - `inset`
 /// at its far one.
 struct ramp {
-  long double at0, by_x, by_y; // fraction of the side
-  long double at0_terms;       // sum of the terms that cancel to give at0
-  long double inset, length;
-  long double noise; // how far the fraction may be off, relative to the sum of its terms
+  long double length, inset;
+  corner origin{};                            // the top left corner
+  long double base = 0.5, by_x = 0, by_y = 0; // fraction of the side
+  long double noise = 16 * DBL_EPSILON; // how far off it may be, relative to the sum of its terms
 
-  long double fraction(int64_t x, int64_t y) const { return at0 + by_x * x + by_y * y; }
-  /// In 16.16, before truncation.
-  long double position(int64_t x, int64_t y) const {
-    return (inset + fraction(x, y) * (length - 2 * inset)) * 65536;
-  }
-  /// The largest error of double precision against it.
-  long double uncertainty(int64_t x, int64_t y) const {
-    const long double terms =
-        at0_terms + std::abs(by_x) * std::abs(x) + std::abs(by_y) * std::abs(y) + 1;
-    return noise * terms * length * 65536 + 1e-9L;
+  /// In 16.16, truncated: the least or the most that double precision may give.
+  int64_t position(int64_t x, int64_t y, bool most) const {
+    const long double dx = x - (long double)(origin.x), dy = y - (long double)(origin.y);
+    const long double exact = inset + (base + by_x * dx + by_y * dy) * (length - 2 * inset);
+    const long double terms = 1 + std::abs(by_x) * (std::abs(x) + std::abs(origin.x)) +
+                              std::abs(by_y) * (std::abs(y) + std::abs(origin.y));
+    const long double off = noise * terms * length + 1e-14L;
+    const long double top = length * 65536 - 1;
+    return int64_t(std::clamp((most ? exact + off : exact - off) * 65536, 0.0L, top));
   }
 };
-
-/// The whole 16.16 positions that a pixel's source may have; the likely one first.
-struct position_set {
-  std::vector<int64_t> values;
-  bool unpredictable = false;
-};
-position_set positions(const ramp &r, int64_t x, int64_t y) {
-  const long double exact = r.position(x, y), error = r.uncertainty(x, y);
-  const long double top = r.length * 65536 - 1;
-  const auto whole = [&](long double v) { return int64_t(std::clamp<long double>(v, 0, top)); };
-  position_set set;
-  set.values.push_back(whole(exact));
-  for (const int64_t other : {whole(exact - error), whole(exact + error)}) {
-    if (other != set.values.front()) set.values.push_back(other);
-    if (std::abs(other - set.values.front()) > 1) set.unpredictable = true;
-  }
-  return set;
-}
 
 /// The inverse of the corners: fractions along the top side and along the left side.
 ///
@@ -71,120 +124,81 @@ void invert(const corner_set &c, ramp &across, ramp &down) {
   const long double ax = c[1].x - c[0].x, ay = c[1].y - c[0].y;
   const long double bx = c[2].x - c[0].x, by = c[2].y - c[0].y;
   const long double det = ax * by - ay * bx, aa = ax * ax + ay * ay, bb = bx * bx + by * by;
-  const auto through_corner = [&](ramp &r) {
-    r.at0 = -(r.by_x * c[0].x + r.by_y * c[0].y);
-    r.at0_terms = std::abs(r.by_x * c[0].x) + std::abs(r.by_y * c[0].y);
+  const auto follow = [&](ramp &r, long double by_x, long double by_y) {
+    r.origin = c[0];
+    r.base = 0;
+    r.by_x = by_x;
+    r.by_y = by_y;
   };
-  across.at0 = down.at0 = 0.5L;
-  across.by_x = across.by_y = down.by_x = down.by_y = 0;
-  across.noise = down.noise = 16 * DBL_EPSILON;
   if (det * det > 1e-6L * aa * bb) {
-    across.by_x = by / det;
-    across.by_y = -bx / det;
-    down.by_x = -ay / det;
-    down.by_y = ax / det;
-    through_corner(across);
-    through_corner(down);
+    follow(across, by / det, -bx / det);
+    follow(down, -ay / det, ax / det);
     // The determinant's loss when its products nearly cancel.
-    const long double lost = (std::abs(ax * by) + std::abs(ay * bx)) / std::abs(det);
-    across.noise *= 1 + lost;
-    down.noise *= 1 + lost;
+    across.noise *= 1 + (std::abs(ax * by) + std::abs(ay * bx)) / std::abs(det);
+    down.noise = across.noise;
     return;
   }
-  if (aa > 1e-6L) {
-    across.by_x = ax / aa;
-    across.by_y = ay / aa;
-    through_corner(across);
-  }
-  if (bb > 1e-6L) {
-    down.by_x = bx / bb;
-    down.by_y = by / bb;
-    through_corner(down);
-  }
+  if (aa > 1e-6L) follow(across, ax / aa, ay / aa);
+  if (bb > 1e-6L) follow(down, bx / bb, by / bb);
 }
 
 } // namespace
 
-void expect_quadrilateral(blit_in_progress &blit, const corner_set &exact_corners, bool scaled) {
+void reference_blit::put_quadrilateral(const std::string &order, row_counts &rows) {
   // Corners are stored in single precision; the outline runs between the rounded ones.
-  corner_set corners;
-  grid_point grid[4];
-  for (size_t i = 0; i < 4; ++i) {
-    corners[i] = {float(exact_corners[i].x), float(exact_corners[i].y)};
+  corner_set corners = transformed(graph_, order);
+  grid_point ring[5];
+  for (int i = 0; i < 5; ++i) {
+    corner &c = corners[std::array{0u, 1u, 3u, 2u, 0u}[size_t(i)]];
+    c = {float(c.x), float(c.y)};
     constexpr double limit = 1 << 30;
-    if (!(std::abs(corners[i].x) <= limit && std::abs(corners[i].y) <= limit)) return;
-    grid[i] = {int64_t(round_half_away(corners[i].x)), int64_t(round_half_away(corners[i].y))};
+    if (!(std::abs(c.x) <= limit && std::abs(c.y) <= limit)) return;
+    ring[i] = {int64_t(round_half_away(c.x)), int64_t(round_half_away(c.y))};
   }
-
-  ramp across{}, down{};
-  across.length = blit.src.width;
-  down.length = blit.src.height;
-  across.inset = scaled ? 50.0 / std::abs(double(blit.size_x)) : 0.5;
-  down.inset = scaled ? 50.0 / std::abs(double(blit.size_y)) : 0.5;
+  ramp across{graph_.w, 50 / std::abs(graph_.size_x)}, down{graph_.h, 50 / std::abs(graph_.size_y)};
   if (across.inset >= across.length || down.inset >= down.length) return;
   invert(corners, across, down);
 
-  expectation &result = blit.result;
-  const int ring[5] = {0, 1, 3, 2, 0};
-  for (int y = blit.clip_y0; y <= blit.clip_y1; ++y) {
-    int64_t left = INT64_MAX, right = INT64_MIN;
-    for (int i = 0; i < 4; ++i) {
-      const grid_point a = grid[ring[i]], b = grid[ring[i + 1]];
-      if (y < std::min(a.y, b.y) || y > std::max(a.y, b.y)) continue;
-      const bool flat = a.y == b.y;
-      for (const int64_t x : {flat ? a.x : crossing(a, b, y), flat ? b.x : crossing(a, b, y)}) {
-        left = std::min(left, x);
-        right = std::max(right, x);
-      }
-    }
-    // Source positions are computed for the whole row, however much of it is visible.
-    const int64_t row_left = left, row_right = right;
-    left = std::max<int64_t>(left, blit.clip_x0);
-    right = std::min<int64_t>(right, blit.clip_x1);
+  for (int y = clip_.y0; y <= clip_.y1; ++y) {
+    const auto [row_left, row_right] = extent_of(ring, y);
+    const int64_t left = std::max<int64_t>(row_left, clip_.x0);
+    const int64_t right = std::min<int64_t>(row_right, clip_.x1);
     if (left > right) continue;
+    const size_t bytes = size_t(right - left + 1) * size_t(rule_.depth) / 8;
+    const uint8_t *const found = found_ + (at(left, y) - at(0, 0));
+    const std::vector<uint8_t> before(at(left, y), at(left, y) + bytes);
 
-    result.y1 = y;
-    if (!result.drawn) {
-      result.drawn = true;
-      result.y0 = y;
-      result.x0 = int(left);
-      result.x1 = int(right);
+    // Source positions are computed for the whole row, however much of it is visible. Where double
+    // precision may give either of two at an end of it, all combinations are correct; the first
+    // that is tried is what exact numbers give, nearly always.
+    int64_t u[2][2], v[2][2];
+    bool close = false, unpredictable = false;
+    for (const int end : {0, 1}) {
+      const int64_t x = end ? row_right : row_left;
+      for (const int most : {0, 1}) {
+        u[end][most] = across.position(x, y, most);
+        v[end][most] = down.position(x, y, most);
+      }
+      const int64_t doubt = std::max(u[end][1] - u[end][0], v[end][1] - v[end][0]);
+      close |= doubt > 0;
+      unpredictable |= doubt > 1;
     }
-    result.x0 = std::min(result.x0, int(left));
-    result.x1 = std::max(result.x1, int(right));
-
-    const position_set u0 = positions(across, row_left, y), u1 = positions(across, row_right, y);
-    const position_set v0 = positions(down, row_left, y), v1 = positions(down, row_right, y);
-    open_row row{int(left),
-                 y,
-                 {},
-                 u0.unpredictable || u1.unpredictable || v0.unpredictable || v1.unpredictable};
-    // Pixel by pixel, left to right: one surface may be both source and destination.
-    const auto run = [&](int64_t u, int64_t u_last, int64_t v, int64_t v_last) {
-      const int64_t steps = row_right - row_left;
-      const int64_t u_step = steps ? (u_last - u) / steps : 0;
-      const int64_t v_step = steps ? (v_last - v) / steps : 0;
+    ++rows.all;
+    const int64_t steps = std::max<int64_t>(row_right - row_left, 1);
+    for (int choice = close ? 15 : 0; choice >= 0; --choice) {
+      std::memcpy(at(left, y), before.data(), bytes);
+      const int64_t u0 = u[0][choice & 1], u_step = (u[1][choice >> 1 & 1] - u0) / steps;
+      const int64_t v0 = v[0][choice >> 2 & 1], v_step = (v[1][choice >> 3] - v0) / steps;
       for (int64_t x = left; x <= right; ++x) {
         const int64_t n = x - row_left;
-        blit.put(int(x), y, blit.source((u + n * u_step) >> 16, (v + n * v_step) >> 16));
+        put(x, y, source((u0 + n * u_step) >> 16, (v0 + n * v_step) >> 16));
       }
-    };
-    const std::vector<uint32_t> before = blit.row(int(left), int(right), y);
-    for (const int64_t u_first : u0.values) {
-      for (const int64_t u_last : u1.values) {
-        for (const int64_t v_first : v0.values) {
-          for (const int64_t v_last : v1.values) {
-            run(u_first, u_last, v_first, v_last);
-            const std::vector<uint32_t> after = blit.row(int(left), int(right), y);
-            if (std::find(row.outcomes.begin(), row.outcomes.end(), after) == row.outcomes.end())
-              row.outcomes.push_back(after);
-            blit.set_row(int(left), y, before);
-          }
-        }
-      }
+      if (std::memcmp(at(left, y), found, bytes) != 0) continue;
+      rows.doubtful += close && choice < 15;
+      break;
     }
-    blit.set_row(int(left), y, row.outcomes.front());
-    if (row.outcomes.size() > 1 || row.unpredictable) result.open_rows.push_back(row);
+    if (unpredictable) std::memcpy(at(left, y), found, bytes);
+    rows.doubtful += unpredictable;
   }
 }
 

@@ -1,8 +1,7 @@
 #include "engine/checkspan/reference.h"
 
 #include <algorithm>
-#include <map>
-#include <regex>
+#include <array>
 #include <stdexcept>
 #include <utility>
 
@@ -10,41 +9,13 @@ namespace checkspan {
 
 namespace {
 
-// The effects by number, in script order.
-enum {
-  solid = 0,
-  src = 1,
-  dst = 2,
-  srcoverdst = 3,
-  dstoversrc,
-  srcindst,
-  dstinsrc,
-  srcoutdst,
-  dstoutsrc,
-  srcatopdst,
-  dstatopsrc,
-  srccleardst,
-  srcxordst,
-  additive = 13,
-  subtractive,
-  multiply,
-  average,
-  screen,
-  first_channel_blend = 18,
-  last_channel_blend = 23,
-  and_blend = 24,
-  or_blend,
-  xor_blend,
-  first_invert = 27,
-  last_invert = 33,
-  first_grey = 34,
-  last_grey = 40,
-  tint = 41,
-};
-
 // The three basic lookups. All divisions truncate toward zero.
-int part(int of, int x) { return of * x / 255; }
-int compositing(int p, int o) { return o == 0 ? 0 : std::min(255, 255 * p / o); }
+int part(int of, int x) {
+  return of * x / 255;
+}
+int compositing(int p, int o) {
+  return o == 0 ? 0 : std::min(255, 255 * p / o);
+}
 
 /// Red, green, blue.
 using channels = std::array<int, 3>;
@@ -85,12 +56,11 @@ int screened(int depth, int max, int s, int d) {
 }
 
 /// The effect itself, before key and alpha: colours only.
-channels blended(const pixel_rule &rule, const pixel_context &context, uint32_t sp, uint32_t dp) {
+channels blended(const pixel_rule &rule, uint32_t sp, uint32_t dp) {
   const int depth = rule.depth, fx = rule.fx;
   const channels s = split(depth, sp), d = split(depth, dp);
   const channels max = depth == 16 ? maxima16 : maxima32;
-  const channels tint_colour =
-      split(depth, depth == 16 ? context.fxcolor & 0xFFFF : context.fxcolor);
+  const channels tint_colour = split(depth, depth == 16 ? rule.fxcolor & 0xFFFF : rule.fxcolor);
   channels b{};
   for (size_t i = 0; i < 3; ++i) {
     switch (fx) {
@@ -105,7 +75,7 @@ channels blended(const pixel_rule &rule, const pixel_context &context, uint32_t 
     case and_blend: b[i] = s[i] & d[i]; break;
     case or_blend: b[i] = s[i] | d[i]; break;
     case xor_blend: b[i] = s[i] ^ d[i]; break;
-    case tint: b[i] = s[i] + context.intensity * (tint_colour[i] - s[i]) / 255; break;
+    case tint: b[i] = s[i] + rule.intensity * (tint_colour[i] - s[i]) / 255; break;
     default:
       if (fx >= first_channel_blend && fx <= last_channel_blend)
         b[i] = named(fx - first_channel_blend + 1)[i] ? s[i] : d[i];
@@ -130,14 +100,13 @@ channels mixed(int a, channels x, channels y) {
 
 /// The Porter-Duff modes as pairs of factors. Without an alpha channel a pixel covers all or
 /// nothing, and its top byte is lost.
-uint32_t composite(const pixel_rule &rule, const pixel_context &context, int sa, uint32_t s,
-                   uint32_t d) {
-  const bool dst_alpha = rule.depth == 32 && context.dst_alpha;
+uint32_t composite(const pixel_rule &rule, int sa, uint32_t s, uint32_t d) {
+  const bool dst_alpha = rule.depth == 32 && rule.dst_alpha;
   const int da = dst_alpha ? int(d >> 24) : d ? 255 : 0;
   const std::pair<int, int> factors[] = {{255 - da, 255}, {da, 0},       {0, sa},
                                          {255 - da, 0},   {0, 255 - sa}, {da, 255 - sa},
                                          {255 - da, sa},  {0, 0},        {255 - da, 255 - sa}};
-  const auto [of_s, of_d] = factors[rule.fx - dstoversrc];
+  const auto [of_s, of_d] = factors[rule.fx - first_composite];
   const int p = part(sa, of_s), q = part(da, of_d), o = std::min(255, p + q);
   const channels sc = split(rule.depth, s), dc = split(rule.depth, d);
   if (dst_alpha) return o == 0 ? 0 : uint32_t(o) << 24 | join(32, mixed(compositing(p, o), sc, dc));
@@ -147,32 +116,32 @@ uint32_t composite(const pixel_rule &rule, const pixel_context &context, int sa,
   return join(rule.depth, c);
 }
 
-uint32_t put16(const pixel_rule &rule, const pixel_context &context, uint32_t s, uint32_t d) {
+uint32_t put16(const pixel_rule &rule, uint32_t s, uint32_t d) {
   if (rule.key == keying::ghost) return ((d & 0xF7DE) + (s & 0xF7DE)) >> 1;
-  if (rule.fx >= dstoversrc && rule.fx <= srcxordst)
-    return composite(rule, context, rule.alpha ? context.alpha : 255, s, d);
-  const channels b = blended(rule, context, s, d);
-  if (!rule.alpha) return join(16, b);
+  if (rule.fx >= first_composite && rule.fx <= last_composite)
+    return composite(rule, rule.alpha, s, d);
+  const channels b = blended(rule, s, d);
+  if (rule.alpha == 255) return join(16, b);
   const channels sc = split(16, s), dc = split(16, d);
   channels c{};
   for (size_t i = 0; i < 3; ++i) {
     if (rule.fx == additive)
-      c[i] = std::min(part(context.alpha, sc[i]) + dc[i], maxima16[i]);
+      c[i] = std::min(part(rule.alpha, sc[i]) + dc[i], maxima16[i]);
     else
-      c[i] = dc[i] + context.alpha * (b[i] - dc[i]) / 255;
+      c[i] = dc[i] + rule.alpha * (b[i] - dc[i]) / 255;
   }
   return join(16, c);
 }
 
 /// Copies source pixels unchanged, transparent ones included.
-uint32_t copy32(const pixel_rule &rule, const pixel_context &context, uint32_t s, uint32_t d) {
-  if (!rule.alpha) {
-    if (!rule.channel && context.dst_alpha) return s ? s | 0xFF000000 : 0;
+uint32_t copy32(const pixel_rule &rule, uint32_t s, uint32_t d) {
+  if (rule.alpha == 255) {
+    if (!rule.channel && rule.dst_alpha) return s ? s | 0xFF000000 : 0;
     return s;
   }
-  const int a = context.alpha;
+  const int a = rule.alpha;
   const channels sc = split(32, s), dc = split(32, d);
-  if (!context.dst_alpha) return join(32, mixed(a, sc, dc));
+  if (!rule.dst_alpha) return join(32, mixed(a, sc, dc));
   const int da = int(d >> 24);
   const int p = rule.channel ? part(a, int(s >> 24)) : s ? a : 0;
   const int o = p + part(255 - a, da);
@@ -181,13 +150,12 @@ uint32_t copy32(const pixel_rule &rule, const pixel_context &context, uint32_t s
 }
 
 /// Applies an effect with opacity `sa`.
-uint32_t put_translucent(const pixel_rule &rule, const pixel_context &context, int sa, uint32_t s,
-                         uint32_t d) {
-  const channels b = blended(rule, context, s, d), sc = split(32, s), dc = split(32, d);
+uint32_t put_translucent(const pixel_rule &rule, int sa, uint32_t s, uint32_t d) {
+  const channels b = blended(rule, s, d), sc = split(32, s), dc = split(32, d);
   channels sum{};
   for (size_t i = 0; i < 3; ++i)
     sum[i] = std::min(part(sa, sc[i]) + dc[i], 255);
-  if (!context.dst_alpha) return join(32, rule.fx == additive ? sum : mixed(sa, b, dc));
+  if (!rule.dst_alpha) return join(32, rule.fx == additive ? sum : mixed(sa, b, dc));
   const int da = int(d >> 24);
   const int o = sa + part(255 - sa, da);
   const int w = compositing(sa, o);
@@ -198,82 +166,42 @@ uint32_t put_translucent(const pixel_rule &rule, const pixel_context &context, i
   return uint32_t(o) << 24 | join(32, rule.fx == additive ? sum : mixed(w, m, dc));
 }
 
-uint32_t put32(const pixel_rule &rule, const pixel_context &context, uint32_t s, uint32_t d) {
+uint32_t put32(const pixel_rule &rule, uint32_t s, uint32_t d) {
   if (rule.key == keying::ghost) {
-    pixel_rule copy;
-    copy.depth = 32;
-    if (!rule.channel && !context.dst_alpha) return ((s & 0xFEFEFE) + (d & 0xFEFEFE)) >> 1;
+    if (!rule.channel && !rule.dst_alpha) return ((s & 0xFEFEFE) + (d & 0xFEFEFE)) >> 1;
     const int sa = rule.channel ? part(128, int(s >> 24)) : 128;
-    return sa == 0 ? d : put_translucent(copy, context, sa, s, d);
+    return sa == 0 ? d : put_translucent(rule, sa, s, d);
   }
-  if (rule.fx == src) return copy32(rule, context, s, d);
+  if (rule.fx == src) return copy32(rule, s, d);
 
   int sa = rule.channel ? int(s >> 24) : 255;
-  if (rule.alpha) sa = part(context.alpha, sa);
-  if (rule.fx >= dstoversrc && rule.fx <= srcxordst) return composite(rule, context, sa, s, d);
-  if (rule.channel || rule.alpha) {
+  sa = part(rule.alpha, sa);
+  if (rule.fx >= first_composite && rule.fx <= last_composite) return composite(rule, sa, s, d);
+  if (rule.channel || rule.alpha < 255) {
     // A transparent source pixel leaves the destination unchanged, top byte included.
     if (rule.channel && sa == 0) return d;
-    return put_translucent(rule, context, sa, s, d);
+    return put_translucent(rule, sa, s, d);
   }
-  if (context.dst_alpha) return 0xFF000000 | join(32, blended(rule, context, s, d));
+  if (rule.dst_alpha) return 0xFF000000 | join(32, blended(rule, s, d));
   if (rule.fx == solid || rule.fx == srcoverdst) return s;
-  return join(32, blended(rule, context, s, d));
+  return join(32, blended(rule, s, d));
 }
 
-uint32_t put8(const pixel_rule &rule, const pixel_context &context, uint32_t s, uint32_t d) {
-  if (rule.key == keying::ghost) return context.ghost[s * 256 + d];
-  if (rule.fx >= dstoversrc && rule.fx <= srcxordst) return composite(rule, context, 255, s, d);
+uint32_t put8(const pixel_rule &rule, uint32_t s, uint32_t d) {
+  if (rule.key == keying::ghost) return rule.ghost[s * 256 + d];
+  if (rule.fx >= first_composite && rule.fx <= last_composite) return composite(rule, 255, s, d);
   return s;
 }
 
 } // namespace
 
-// clang-format off
-const std::array<std::string_view, 42> effect_names = {
-    "", "src", "dst", "srcoverdst", "dstoversrc", "srcindst", "dstinsrc", "srcoutdst", "dstoutsrc",
-    "srcatopdst", "dstatopsrc", "srccleardst", "srcxordst", "additiveblend", "subtractiveblend",
-    "multiplyblend", "averageblend", "screenblend", "rblend", "gblend", "bblend", "rgblend",
-    "rbblend", "gbblend", "andblend", "orblend", "xorblend", "invert", "rinvert", "ginvert",
-    "binvert", "rginvert", "rbinvert", "gbinvert", "grayscale", "rscale", "gscale", "bscale",
-    "rgscale", "rbscale", "gbscale", "tint",
-};
-// clang-format on
-
-uint32_t put_pixel(const pixel_rule &rule, const pixel_context &context, uint32_t s, uint32_t d) {
+uint32_t put_pixel(const pixel_rule &rule, uint32_t s, uint32_t d) {
   if (rule.key != keying::every_pixel && s == 0) return d;
   switch (rule.depth) {
-  case 8: return put8(rule, context, s, d);
-  case 16: return put16(rule, context, s, d);
-  default: return put32(rule, context, s, d);
+  case 8: return put8(rule, s, d);
+  case 16: return put16(rule, s, d);
+  default: return put32(rule, s, d);
   }
-}
-
-parsed_name parse_routine(std::string_view name) {
-  static const std::regex form("([a-z]+)_(8|16|32)to\\2_(normalnokey|normal|nokey|ghost)?_?"
-                               "(alpha(?!chn))?([a-z]*?)_?(alphachn)?");
-  const std::string text(name);
-  std::smatch word;
-  const auto bad = [&] { return std::invalid_argument(text + " is no routine's name"); };
-  static std::map<std::string, parsed_name> known; // expressions are slow
-  const auto [at, is_new] = known.try_emplace(text);
-  parsed_name &parsed = at->second;
-  if (!is_new) return parsed;
-  if (!std::regex_match(text, word, form)) throw bad();
-  parsed.operation = word[1];
-  pixel_rule &rule = parsed.rule;
-  rule.depth = std::stoi(word[2]);
-  rule.channel = word[6].matched;
-  const std::string key = word[3], effect = word[5];
-  rule.key = key == "ghost"                    ? keying::ghost
-             : rule.channel || key != "normal" ? keying::every_pixel
-                                               : keying::keyed;
-  rule.alpha = word[4].matched;
-  if (effect.empty() || (rule.alpha && effect == "blend")) return parsed;
-  const auto found = std::find(effect_names.begin() + 1, effect_names.end(), effect);
-  if (found == effect_names.end()) throw bad();
-  rule.fx = int(found - effect_names.begin());
-  return parsed;
 }
 
 } // namespace checkspan
