@@ -1,13 +1,13 @@
 // Blit lists through the device record: depth order, growth, limits.
 #include <algorithm>
 #include <cstring>
-#include <random>
 
 #include <gtest/gtest.h>
 
 #include "blit/blit_list.h"
 #include "blit/depth_sort.h"
 #include "support/failing_allocator.h"
+#include "support/random.h"
 #include "support/world.h"
 
 namespace {
@@ -15,14 +15,13 @@ namespace {
 struct BlitLists : testing::Test {
   world w;
   const orb_device2d &device = *w.host.device();
-  std::mt19937 random{1};
+  random_source random{base_seed()};
 
   /// `count` depths, the first two at the ends of the range.
   std::vector<int32_t> any_depths(int32_t low, int32_t high, size_t count) {
-    std::uniform_int_distribution<int32_t> any(low, high);
     std::vector<int32_t> depths = {low, high};
     while (depths.size() < count)
-      depths.push_back(any(random));
+      depths.push_back(random.between(low, high));
     return depths;
   }
   /// Requests at these depths, sorted, must stand in the order of a stable sort.
@@ -114,11 +113,11 @@ TEST_F(BlitLists, Grow) {
 
 TEST_F(BlitLists, AreNamedAndMany) {
   const auto name = [](int32_t i) { return "list " + std::to_string(i); };
-  for (int32_t i = 1; i < 24; ++i) // 0 is the module's own
+  for (int32_t i = 1; i < 32; ++i) // 0 is the module's own
     ASSERT_EQ(device.CreateBlitList(name(i).c_str(), 2, 1), i);
   EXPECT_EQ(device.UseBlitList(3), 1);
   ORBGI2D_Internal_ResizeBlitLists(); // the current list stays current when the records move
-  EXPECT_EQ(device.UseBlitList(24) + device.UseBlitList(-1), 0);
+  EXPECT_EQ(device.UseBlitList(32) + device.UseBlitList(-1), 0);
   EXPECT_EQ(device.GetPtrBlitList()->name, name(3));
 }
 
