@@ -18,35 +18,33 @@ TEST(Geometry, CornersAndBoxesOfTheChosenTransform) {
   for (uint32_t seed = base_seed() << 16; seed < (base_seed() << 16) + 20000; ++seed) {
     random_source random(seed);
     __ORBSurface2D__ surface{};
-    placed_graph g;
-    g.w = surface.width = uint32_t(random.between(1, 200));
-    g.h = surface.height = uint32_t(random.between(1, 200));
-    surface.pivot_override = 1;
-    g.cx = surface.pivot_x = uint32_t(random.between(0, 250));
-    g.cy = surface.pivot_y = uint32_t(random.between(0, 250));
-    const int x = random.between(-1000, 1000), y = random.between(-1000, 1000);
     static constexpr int sizes[] = {100, 100, 1, 50, 99, 101, 200, 1000, -100, -30};
     static constexpr int shears[] = {0, 0, 1, 33, 100, -50, -250};
     static constexpr int angles[] = {0, 1, 45000, 90000, 180000, 270000, 360000, -360000};
-    const int size_x = random.any_of(sizes), size_y = random.any_of(sizes);
-    const int shear_x = random.any_of(shears), shear_y = random.any_of(shears);
+    placed_graph g{};
+    surface.width = uint32_t(g.w = random.between(1, 200));
+    surface.height = uint32_t(g.h = random.between(1, 200));
+    surface.pivot_override = 1;
+    surface.pivot_x = uint32_t(g.cx = random.between(0, 250));
+    surface.pivot_y = uint32_t(g.cy = random.between(0, 250));
+    g.x = random.between(-1000, 1000), g.y = random.between(-1000, 1000);
+    g.size_x = random.any_of(sizes), g.size_y = random.any_of(sizes);
+    g.shear_x = random.any_of(shears), g.shear_y = random.any_of(shears);
     g.angle = random.one_in(3) ? random.between(-800000, 800000) : random.any_of(angles);
     g.tfmorder = random.below(6);
     g.flags = random.below(4);
-    g.x = x, g.y = y, g.size_x = size_x, g.size_y = size_y;
-    g.shear_x = shear_x, g.shear_y = shear_y;
 
     const std::string order = order_that_matters(g);
     const bool straight = order.empty() || order == "s";
     const corner_set wanted = straight ? scaled(g) : transformed(g, order);
     __FPoint__ found[4];
-    calculate_corners(&surface, x, y, size_x, size_y, shear_x, shear_y, g.angle, g.tfmorder,
-                      g.flags, found);
+    calculate_corners(&surface, g.x, g.y, g.size_x, g.size_y, g.shear_x, g.shear_y, g.angle,
+                      g.tfmorder, g.flags, found);
     ASSERT_EQ(surface.pivot_override, 0) << "an override serves once";
     surface.pivot_override = 1;
     __ORBRegion__ box;
-    calculate_graph_bbox(&box, &surface, x, y, g.angle, g.flags, size_x, size_y, shear_x, shear_y,
-                         g.tfmorder);
+    calculate_graph_bbox(&box, &surface, g.x, g.y, g.angle, g.flags, g.size_x, g.size_y, g.shear_x,
+                         g.shear_y, g.tfmorder);
     double reach = 1;
     for (const corner &c : wanted)
       reach = std::max({reach, std::abs(c.x), std::abs(c.y)});

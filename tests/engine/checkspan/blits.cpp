@@ -86,9 +86,9 @@ void reference_blit::take_pivot() {
   __ORBSurface2D__ &s = *request_.src;
   overridden_ = s.pivot_override;
   s.pivot_override = 0;
-  const auto coordinate = [&](int which, uint32_t extent, uint32_t override) -> double {
+  const auto coordinate = [&](int which, uint32_t extent, uint32_t override) {
     if (overridden_) return int32_t(override);
-    if (!s.cpoints || (s.cpoints[which] & 0xFFFF) == 0xFFFF) return extent >> 1;
+    if (!s.cpoints || (s.cpoints[which] & 0xFFFF) == 0xFFFF) return int32_t(extent >> 1);
     return int32_t(s.cpoints[which]);
   };
   graph_.cx = coordinate(0, s.width, s.pivot_x);
@@ -163,8 +163,8 @@ void reference_blit::put_rectangle(int64_t left, int64_t top, int64_t sx, int64_
 }
 
 void reference_blit::put_natural() {
-  const auto w = int64_t(graph_.w), h = int64_t(graph_.h);
-  auto px = int64_t(graph_.cx), py = int64_t(graph_.cy);
+  const int64_t w = graph_.w, h = graph_.h;
+  int64_t px = graph_.cx, py = graph_.cy;
   // The override mirrors about the last pixel, the control point about the edge.
   if (graph_.flags & 1) px = w - overridden_ - px;
   if (graph_.flags & 2) py = h - overridden_ - py;
@@ -183,7 +183,7 @@ void reference_blit::put_block() {
 }
 
 void reference_blit::put_tile() {
-  const auto left = int64_t(request_.x - graph_.cx), top = int64_t(request_.y - graph_.cy);
+  const int64_t left = int64_t(request_.x) - graph_.cx, top = int64_t(request_.y) - graph_.cy;
   for (int y = clip_.y0; y <= clip_.y1; ++y)
     for (int x = clip_.x0; x <= clip_.x1; ++x)
       put(x, y,
@@ -194,18 +194,18 @@ void reference_blit::put_scaled() {
   const placed_graph &g = graph_;
   const corner_set corners = scaled(g);
   axis across{}, down{};
-  if (!lay(across, corners[0].x, corners[3].x, g.w, g.flags & 1 ? -g.size_x : g.size_x) ||
-      !lay(down, corners[0].y, corners[3].y, g.h, g.flags & 2 ? -g.size_y : g.size_y))
+  if (!lay(across, corners[0].x, corners[3].x, g.w, g.flags & 1 ? -double(g.size_x) : g.size_x) ||
+      !lay(down, corners[0].y, corners[3].y, g.h, g.flags & 2 ? -double(g.size_y) : g.size_y))
     return;
   const double x0 = std::max(across.first, double(clip_.x0));
   const double y0 = std::max(down.first, double(clip_.y0));
 
   // Columns advance in 16.16, both start and step truncated; rows in single precision.
   const double start = (across.start + (x0 - across.first) * across.step) * 65536;
-  const auto u = int64_t(std::clamp(start, 0.0, g.w * 65536 - 1));
+  const auto u = int64_t(std::clamp(start, 0.0, g.w * 65536.0 - 1));
   auto v = float(down.start + (y0 - down.first) * down.step);
   for (double y = y0; y <= std::min(down.last, double(clip_.y1)); ++y, v += float(down.step)) {
-    const int64_t row = std::clamp<int64_t>(int64_t(v), 0, int64_t(g.h) - 1);
+    const int64_t row = std::clamp<int64_t>(int64_t(v), 0, g.h - 1);
     for (double x = x0; x <= std::min(across.last, double(clip_.x1)); ++x)
       put(int64_t(x), int64_t(y),
           source((u + int64_t(across.step * 65536) * int64_t(x - x0)) >> 16, row));
@@ -217,8 +217,8 @@ int32_t reference_blit::draw(row_counts &rows) {
   r.drawn = 0;
   if (refused() || !clip()) return 0;
   const bool own_sizes = r.size == 100;
-  graph_.w = r.src->width;
-  graph_.h = r.src->height;
+  graph_.w = int32_t(r.src->width);
+  graph_.h = int32_t(r.src->height);
   graph_.x = r.x;
   graph_.y = r.y;
   graph_.size_x = own_sizes ? r.size_x : r.size;
@@ -233,8 +233,6 @@ int32_t reference_blit::draw(row_counts &rows) {
   if (!choose()) return 0;
 
   drawn_ = {INT_MAX, INT_MIN, INT_MAX, INT_MIN};
-  // The transforms that an operation knows count even where they change nothing.
-  std::string order = order_of(graph_);
   switch (op_) {
   case operation::blit: put_natural(); break;
   case operation::block: put_block(); break;
@@ -244,14 +242,9 @@ int32_t reference_blit::draw(row_counts &rows) {
     graph_.size_x = graph_.size_y = 100;
     put_quadrilateral("r", rows);
     break;
-  case operation::rotscale:
-    std::erase(order, 'h');
-    put_quadrilateral(order, rows);
-    break;
-  case operation::scaleshear:
-    std::erase(order, 'r');
-    put_quadrilateral(order, rows);
-    break;
+  // With these two, transforms count even if they change nothing.
+  case operation::rotscale: put_quadrilateral("rs", rows); break;
+  case operation::scaleshear: put_quadrilateral("hs", rows); break;
   case operation::rotscaleshear: put_quadrilateral(order_that_matters(graph_), rows); break;
   }
   if (drawn_.x0 > drawn_.x1) return 0;

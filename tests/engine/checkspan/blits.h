@@ -21,18 +21,13 @@ using corner_set = std::array<corner, 4>;
 
 /// A graph of w x h pixels whose pivot (cx, cy) lands at (x, y), and its transform.
 struct placed_graph {
-  double w = 1, h = 1, cx = 0, cy = 0;
-  double x = 0, y = 0;
-  double size_x = 100, size_y = 100; // percent
-  double shear_x = 0, shear_y = 0;   // percent
-  int32_t angle = 0;                 // thousandths of a degree
-  int32_t tfmorder = 0;              // 0..5
-  int32_t flags = 0;
+  int32_t w, h, cx, cy, x, y;
+  int32_t size_x, size_y, shear_x, shear_y; // percent
+  int32_t angle;                            // thousandths of a degree
+  int32_t tfmorder, flags;
 };
 
-/// The transforms in a graph's order, as letters: h shears, s scales, r turns.
-std::string order_of(const placed_graph &graph);
-/// Those of them that change something.
+/// The transforms that change something, in their order, as letters: h shears, s scales, r turns.
 std::string order_that_matters(const placed_graph &graph);
 
 /// Where the corners fall after the transforms `order`.
@@ -73,12 +68,12 @@ private:
   void put_block();
   void put_tile();
   void put_scaled();
-  void put_quadrilateral(const std::string &order, row_counts &rows);
+  void put_quadrilateral(const std::string &transforms, row_counts &rows);
 
   operation op_;
   __ORBBlit2D__ &request_;
   const uint8_t *found_;
-  placed_graph graph_;
+  placed_graph graph_{};
   bool overridden_ = false; // the pivot is an override
   __ORBRegion__ clip_{}, drawn_{};
   pixel_rule rule_;

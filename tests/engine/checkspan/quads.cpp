@@ -17,7 +17,7 @@ double round_half_away(double v) {
   return v >= 0 ? std::floor(v + 0.5) : std::ceil(v - 0.5);
 }
 
-std::string order_of(const placed_graph &g) {
+static std::string order_of(const placed_graph &g) {
   static const std::string orders[] = {"hsr", "hrs", "shr", "srh", "rhs", "rsh"};
   return orders[g.tfmorder >= 0 && g.tfmorder < 6 ? g.tfmorder : 0];
 }
@@ -44,9 +44,9 @@ corner_set transformed(const placed_graph &g, const std::string &order) {
     corner p = {far_x * g.w - g.cx, far_y * g.h - g.cy};
     if (before) p = {p.x - far_x, p.y - far_y};
     for (const char letter : order) {
-      if (letter == 'h') p = {p.x - g.shear_x / 100 * p.y, p.y - g.shear_y / 100 * p.x};
+      if (letter == 'h') p = {p.x - g.shear_x / 100.0 * p.y, p.y - g.shear_y / 100.0 * p.x};
       if (letter == 'r') p = {c * p.x - s * p.y, s * p.x + c * p.y};
-      if (letter == 's') p = {p.x * (g.size_x / 100), p.y * (g.size_y / 100)};
+      if (letter == 's') p = {p.x * (g.size_x / 100.0), p.y * (g.size_y / 100.0)};
       if (letter == 's' && !before) p = {p.x - far_x, p.y - far_y};
     }
     corners[i] = {p.x * mirror_x + g.x, p.y * mirror_y + g.y};
@@ -55,10 +55,10 @@ corner_set transformed(const placed_graph &g, const std::string &order) {
 }
 
 corner_set scaled(const placed_graph &g) {
-  const double sx = g.size_x / (g.flags & 1 ? -100 : 100);
-  const double sy = g.size_y / (g.flags & 2 ? -100 : 100);
-  const auto [x0, x1] = std::minmax({g.x - g.cx * sx, g.x + (g.w - g.cx) * sx});
-  const auto [y0, y1] = std::minmax({g.y - g.cy * sy, g.y + (g.h - g.cy) * sy});
+  const double sx = g.size_x / (g.flags & 1 ? -100.0 : 100.0);
+  const double sy = g.size_y / (g.flags & 2 ? -100.0 : 100.0);
+  const auto [x0, x1] = std::minmax({g.x - g.cx * sx, g.x + (double(g.w) - g.cx) * sx});
+  const auto [y0, y1] = std::minmax({g.y - g.cy * sy, g.y + (double(g.h) - g.cy) * sy});
   return {{{x0, y0}, {x1 - 1, y0}, {x0, y1 - 1}, {x1 - 1, y1 - 1}}};
 }
 
@@ -80,18 +80,15 @@ int64_t crossing(grid_point a, grid_point b, int64_t y) {
   return a.x + whole + (2 * rest >= dy ? 1 : 0);
 }
 
-/// The pixels of an outline in a row; left is beyond right where there are none.
-struct row_extent {
-  int64_t left = INT64_MAX, right = INT64_MIN;
-};
-row_extent extent_of(const grid_point (&ring)[5], int64_t y) {
-  row_extent row;
+/// The first and the last pixel of an outline in a row; beyond each other where there are none.
+std::pair<int64_t, int64_t> extent_of(const grid_point (&ring)[5], int64_t y) {
+  std::pair<int64_t, int64_t> row(INT64_MAX, INT64_MIN);
   for (int i = 0; i < 4; ++i) {
     const grid_point a = ring[i], b = ring[i + 1];
     if (y < std::min(a.y, b.y) || y > std::max(a.y, b.y)) continue;
     const bool flat = a.y == b.y;
     for (const int64_t x : {flat ? a.x : crossing(a, b, y), flat ? b.x : crossing(a, b, y)})
-      row = {std::min(row.left, x), std::max(row.right, x)};
+      row = {std::min(row.first, x), std::max(row.second, x)};
   }
   return row;
 }
@@ -99,7 +96,7 @@ row_extent extent_of(const grid_point (&ring)[5], int64_t y) {
 /// Source positions along a side of the quadrilateral: `inset` at its near end, length - `inset`
 /// at its far one.
 struct ramp {
-  long double length, inset;
+  long double length = 0, inset = 0;
   corner origin{};                            // the top left corner
   long double base = 0.5, by_x = 0, by_y = 0; // fraction of the side
   long double noise = 16 * DBL_EPSILON; // how far off it may be, relative to the sum of its terms
@@ -144,7 +141,10 @@ void invert(const corner_set &c, ramp &across, ramp &down) {
 
 } // namespace
 
-void reference_blit::put_quadrilateral(const std::string &order, row_counts &rows) {
+/// Only these transforms count.
+void reference_blit::put_quadrilateral(const std::string &transforms, row_counts &rows) {
+  std::string order = order_of(graph_);
+  std::erase_if(order, [&](char letter) { return transforms.find(letter) == transforms.npos; });
   // Corners are stored in single precision; the outline runs between the rounded ones.
   corner_set corners = transformed(graph_, order);
   grid_point ring[5];
@@ -155,7 +155,11 @@ void reference_blit::put_quadrilateral(const std::string &order, row_counts &row
     if (!(std::abs(c.x) <= limit && std::abs(c.y) <= limit)) return;
     ring[i] = {int64_t(round_half_away(c.x)), int64_t(round_half_away(c.y))};
   }
-  ramp across{graph_.w, 50 / std::abs(graph_.size_x)}, down{graph_.h, 50 / std::abs(graph_.size_y)};
+  ramp across, down;
+  across.length = graph_.w;
+  across.inset = 50 / std::abs(double(graph_.size_x));
+  down.length = graph_.h;
+  down.inset = 50 / std::abs(double(graph_.size_y));
   if (across.inset >= across.length || down.inset >= down.length) return;
   invert(corners, across, down);
 
