@@ -2,12 +2,11 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <map>
-#include <stdexcept>
 
 #include <zlib.h>
+
+#include "support/world.h"
 
 namespace fuzz {
 namespace {
@@ -20,41 +19,29 @@ constexpr size_t most_bytes = 16384;
 /// Files by the hash of their names.
 using file_ring = std::map<uint32_t, std::string>;
 
-void add_files(file_ring &files, const fs::path &folder, const std::string &ending) {
-  if (!fs::is_directory(folder)) return;
-  for (const auto &entry : fs::directory_iterator(folder)) {
-    if (!entry.is_regular_file() || entry.file_size() > most_bytes) continue;
-    if (!ending.empty() && entry.path().extension() != ending) continue;
-    const std::string name = entry.path().filename();
-    const auto *bytes = reinterpret_cast<const Bytef *>(name.data());
-    std::ifstream in(entry.path(), std::ios::binary);
-    files[uint32_t(crc32(0, bytes, uInt(name.size())))] =
-        std::string(std::istreambuf_iterator<char>(in), {});
-  }
-}
-
-file_ring read_files(foreign_kind kind) {
-  const fs::path data = fs::path(ORB_SOURCE_DIR) / "tests/data";
+/// All small files in the folders of that name; of any format: in all.
+file_ring read_files(const std::string &kind) {
   file_ring files;
-  if (kind != foreign_kind::map) add_files(files, data / "corpus/fpg", "");
-  if (kind != foreign_kind::fpg) add_files(files, data / "corpus/map", "");
-  if (kind == foreign_kind::any) {
-    for (const char *format : {"bmp", "pcx", "png", "tga"})
-      add_files(files, data / format, std::string(".") + format);
-    add_files(files, data / "jpeg", ".jpg");
-    for (const char *format : {"bmp", "jpeg", "pcx", "tga"})
-      add_files(files, data / "corpus" / format, "");
+  for (const auto &entry : fs::recursive_directory_iterator(tests_folder("data"))) {
+    const std::string folder = entry.path().parent_path().filename();
+    if (!entry.is_regular_file() || entry.file_size() > most_bytes) continue;
+    if (kind == "any" ? folder == "data" || folder == "script" || folder == "host" : folder != kind)
+      continue;
+    const file_bytes bytes = read_file(entry.path());
+    const std::string name = entry.path().filename();
+    files[uint32_t(crc32(0, reinterpret_cast<const Bytef *>(name.data()), uInt(name.size())))] =
+        std::string(bytes.begin(), bytes.end());
   }
-  if (files.empty()) throw std::runtime_error("no files under " + data.string());
   return files;
 }
 
 } // namespace
 
-const std::string &foreign_file(foreign_kind kind, uint16_t number) {
-  static const file_ring all[] = {read_files(foreign_kind::any), read_files(foreign_kind::fpg),
-                                  read_files(foreign_kind::map)};
-  const file_ring &files = all[int(kind)];
+const std::string &foreign_file(const std::string &kind, uint16_t number) {
+  static std::map<std::string, file_ring> rings;
+  const auto ring =
+      rings.contains(kind) ? rings.find(kind) : rings.emplace(kind, read_files(kind)).first;
+  const file_ring &files = ring->second;
   const auto next = files.lower_bound(uint32_t(number) << 16);
   return next == files.end() ? files.begin()->second : next->second;
 }

@@ -6,11 +6,9 @@
 
 namespace fuzz {
 
-enum class foreign_kind : uint8_t { any, fpg, map };
-
-/// One of the small files under tests/data. A number keeps its file when others are added or
-/// removed.
-const std::string &foreign_file(foreign_kind kind, uint16_t number);
+/// One of the small files under tests/data: of any format, or MAP ("map") or FPG ("fpg"). A number
+/// keeps its file when others are added or removed.
+const std::string &foreign_file(const std::string &kind, uint16_t number);
 
 /// Whether a file claims to be a picture so big that it would only take time.
 bool claims_too_much(const std::string &file);

@@ -13,7 +13,7 @@
 #include <gtest/gtest.h>
 
 #include "blit/span_tables.h"
-#include "fuzz/script_player.h"
+#include "fuzz/player.h"
 #include "host/host.h"
 #include "host/screenshot.h"
 #include "host/script.h"

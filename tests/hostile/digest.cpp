@@ -17,8 +17,8 @@
 #include "surface/depth_tables.h"
 #include "surface/ghost_table.h"
 #include "surface/palette.h"
-#include "surface/registry.h"
 #include "surface/regions.h"
+#include "surface/registry.h"
 #include "surface/screen.h"
 #include "surface/surface.h"
 #include "video/display.h"
@@ -32,7 +32,9 @@
 
 namespace {
 
-uint32_t sum(const void *from, size_t size) { return from ? sum_of(from, size) : 0; }
+uint32_t sum(const void *from, size_t size) {
+  return from ? sum_of(from, size) : 0;
+}
 
 void words(std::ostream &out, const char *title, std::initializer_list<int64_t> values) {
   out << '\n' << title;
@@ -42,8 +44,9 @@ void words(std::ostream &out, const char *title, std::initializer_list<int64_t> 
 
 void surface(std::ostream &out, const __ORBSurface2D__ *of) {
   if (!of) return;
-  words(out, " surface", {of->width, of->height, of->depth, of->pitch, of->alpha_channel,
-                          of->has_cpoints, of->cpoint_last});
+  words(out, " surface",
+        {of->width, of->height, of->depth, of->pitch, of->alpha_channel, of->has_cpoints,
+         of->cpoint_last});
   if (of->cpoints) out << " points " << sum(of->cpoints, (of->cpoint_last + 1) * 12);
   if (!of->is_wrapper && of->pixels) out << " pixels " << sum(of->pixels, of->byte_size);
 }
@@ -92,13 +95,15 @@ void modes(std::ostream &out) {
   words(out, "mode",
         {mode.x, mode.y, mode.width, mode.height, mode.bpp, mode.type, mode.bufferbehaviour,
          mode.rate, mode.changing, cur_mode, full_screen, change_mode, filtering_mode});
-  words(out, "filter", {filter_w, filter_h, filterNx_mode, filter_scale, filter_scanline,
-                        filter_scanlinepercent, filter_scanline_percent, filter_fx, vsync});
-  words(out, "display", {sdl_w, sdl_h, sdl_fullscreen, mode_x, mode_y, emulated_mode, emulated_w,
-                         emulated_h, mode_bufferflipping,
-                         VID_DrawFrame == SDLX11_DrawFrame_FullScreen});
-  words(out, "virtual", {virtual_resolution, virtual_resolution_w, virtual_resolution_h,
-                         virtual_resolution_aspectratio});
+  words(out, "filter",
+        {filter_w, filter_h, filterNx_mode, filter_scale, filter_scanline, filter_scanlinepercent,
+         filter_scanline_percent, filter_fx, vsync});
+  words(out, "display",
+        {sdl_w, sdl_h, sdl_fullscreen, mode_x, mode_y, emulated_mode, emulated_w, emulated_h,
+         mode_bufferflipping, VID_DrawFrame == SDLX11_DrawFrame_FullScreen});
+  words(out, "virtual",
+        {virtual_resolution, virtual_resolution_w, virtual_resolution_h,
+         virtual_resolution_aspectratio});
   if (virtual_buffer_w)
     words(out, "stretched",
           {virtual_resolution_ratiow, virtual_resolution_ratioh, virtual_resolution_xoffset,
@@ -122,11 +127,12 @@ void modes(std::ostream &out) {
 
 std::string digest_of(const std::filesystem::path &folder) {
   std::ostringstream out;
-  words(out, "counters", {maps_loaded, fpgs_loaded, regions_defined, draws_painted, draws_fixed,
-                          draws_locked});
+  words(out, "counters",
+        {maps_loaded, fpgs_loaded, regions_defined, draws_painted, draws_fixed, draws_locked});
   // The collision test recreates its two surfaces when a mode had no memory for them.
-  words(out, "surfaces and readers", {gfxsurfaces ? gfxsurfaces->count - (proc_surface ? 2 : 0) : 0,
-                                      image_data != nullptr, image_cpoint != nullptr});
+  words(out, "surfaces and readers",
+        {gfxsurfaces ? gfxsurfaces->count - (proc_surface ? 2 : 0) : 0, image_data != nullptr,
+         image_cpoint != nullptr});
   libraries(out);
   lists(out);
   palettes(out);

@@ -124,15 +124,19 @@ TEST_F(EntryPoints, ShowTheSameWithAnyStackAndAnyInstructions) {
 TEST_F(EntryPoints, EveryFunctionWithAnyStack) {
   std::mt19937 random(4);
   for (const uint32_t below : {4u, 8u, 12u})
-    for (const int32_t depth : fuzz::depths) {
+    for (const int32_t depth : {8, 16, 32}) {
       misalignment = below;
-      const auto prepare = [](orbhost::Host &host) {
-        host.files().set_folder(fuzz::world_folder().path());
-      };
-      world w({prepare, misaligned_entry});
-      fuzz::make_world(w.host, depth, [&](int32_t type) { return w.host.spawn(type); });
+      world w({{}, misaligned_entry});
+      w.set_mode(depth);
+      for (int32_t i = 0; i < 3; ++i) {
+        w.host.call("map_new", {16, 16, 15});
+        w.host.spawn(i)->locals->graph = 1000 + i;
+      }
+      w.host.call("map_new_cpoint", {0, 1000, 5, 8, 5});
+      w.host.call("fpg_add_map", {w.host.call("fpg_new"), 1, 0, 1000});
+      w.host.call("region_define", {1, 8, 8, 30, 20});
+      w.host.call("draw_new", {3, 15, 12, 1, 2, 3, 40, 30});
       call_everything(w.host, random, 2);
       w.host.frame();
     }
-  fuzz::world_folder().restore();
 }

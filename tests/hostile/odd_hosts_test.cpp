@@ -12,7 +12,7 @@
 
 #include "blit/blit_list.h"
 #include "boundary/records.h"
-#include "fuzz/odd_host.h"
+#include "fuzz/player.h"
 #include "hostile/digest.h"
 #include "hostile/tour.h"
 #include "module/module.h"
@@ -149,7 +149,7 @@ int32_t reads_too_much(void *to, int32_t size, int32_t count, int32_t cipher, vo
   return read + 1000;
 }
 const char *pipe_path(const char *, int32_t) { // with nobody at its other end
-  static const std::string pipe = fuzz::world_folder().path() / "pipe";
+  static const std::string pipe = fuzz::world_folder() / "pipe";
   mkfifo(pipe.c_str(), 0600);
   return pipe.c_str();
 }
@@ -305,7 +305,7 @@ TEST(OddHosts, CallsOutOfTurn) {
     host.on_exit = [](int32_t) {};
     host.on_message = [](const std::string &, const std::string &) {};
     host.files().on_loss = [](const std::string &, const std::string &) {};
-    host.files().set_folder(fuzz::world_folder().path());
+    host.files().set_folder(fuzz::world_folder());
     host.attach(entry);
     call_anything(host);
     EXPECT_EQ(host.screen(), nullptr);
@@ -320,7 +320,7 @@ TEST(OddHosts, CallsOutOfTurn) {
     for (const orbhost::Hook &hook : host.registration().hooks)
       if (life == 1 && hook.kind == ORB_HOOK_RELEASE) hook.function();
   }
-  fuzz::world_folder().restore();
+  fuzz::restore_world_folder();
   dlclose(library);
 }
 
@@ -415,5 +415,5 @@ TEST(OddHosts, DeviceRecordWithoutMemory) {
 /// Inputs that fuzzing found worth keeping: data/corpus/host/.
 TEST(OddHosts, Corpus) {
   for (const auto &entry : std::filesystem::directory_iterator(tests_folder("data/corpus/host")))
-    EXPECT_EQ(fuzz::play_odd_host(read_file(entry.path())), "") << entry.path();
+    EXPECT_EQ(fuzz::play_odd_host(read_file(entry.path())).mistake, "") << entry.path();
 }

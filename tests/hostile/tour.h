@@ -7,8 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "fuzz/script_arguments.h"
-#include "fuzz/world.h"
+#include "fuzz/player.h"
 #include "support/transcript.h"
 
 using traces = std::map<std::string, std::vector<std::string>>; ///< by part and depth
@@ -20,7 +19,7 @@ inline traces tour_of(const host_change &change = {}) {
   for (const int32_t depth : {8, 32})
     for (const char *part : {"the rest", "processes", "files"}) {
       const auto prepare = [&](orbhost::Host &host) {
-        host.files().set_folder(fuzz::world_folder().path());
+        host.files().set_folder(fuzz::world_folder());
         host.device_system.scroll = &host.scroll_services;
         host.scroll_services.offset = [](int32_t, int32_t number, int32_t *x,
                                          int32_t *y) -> int32_t {
@@ -31,21 +30,17 @@ inline traces tour_of(const host_change &change = {}) {
       };
       seen[part + std::string(" at ") + std::to_string(depth)] =
           trace_of(tests_folder("hostile") / "tour.calls", part, depth, {prepare, change.entry});
-      fuzz::world_folder().restore();
+      fuzz::restore_world_folder();
     }
   return seen;
 }
 
 /// Calls every function again and again, with arguments that often mean something.
 inline void call_everything(orbhost::Host &host, std::mt19937 &random, int rounds) {
-  std::vector<int32_t> memory(fuzz::script_memory_words);
-  fuzz::script_handles handles;
-  std::vector<uint8_t> bytes(200);
+  std::vector<uint8_t> bytes(100000);
+  std::ranges::generate(bytes, [&] { return uint8_t(random()); });
+  fuzz::script_values values(bytes);
   for (int round = 0; round < rounds; ++round)
-    for (const orbhost::Function &function : host.registration().functions) {
-      std::generate(bytes.begin(), bytes.end(), [&] { return uint8_t(random()); });
-      fuzz::script_reader script(bytes);
-      handles.add_result(
-          host.call_form(function, fuzz::read_arguments(script, handles, function, memory)));
-    }
+    for (const orbhost::Function &function : host.registration().functions)
+      values.add_result(host.call_form(function, values.arguments(function)));
 }

@@ -160,16 +160,17 @@ verb_bench() {
   run32 "$root/build/$preset/bin/orb_bench" "${options[@]}" "$@"
 }
 
-# Lists the fuzz targets: those of file formats, and fuzz/NAME_fuzz.cpp with its first line as title.
+# Lists the fuzz targets.
 list_targets() {
-  local file name
-  for name in $(sed -n 's/^set(formats \(.*\)).*/\1/p' "$root/fuzz/CMakeLists.txt"); do
-    printf '  %-10s %s\n' "$name" "The readers of $name files."
-  done
-  for file in "$root"/fuzz/*_fuzz.cpp; do
-    name=${file##*/}
-    [ "$name" = format_fuzz.cpp ] ||
-      printf '  %-10s %s\n' "${name%_fuzz.cpp}" "$(sed -n '1s|^// *||p' "$file")"
+  local name does
+  for name in $(sed -n 's/^set(targets \(.*\)).*/\1/p' "$root/fuzz/CMakeLists.txt"); do
+    case $name in
+      host) does="Random scripts in hosts that reply oddly." ;;
+      palette) does="The palettes in files of any format." ;;
+      script) does="Random scripts over all functions, with processes, frames and modes." ;;
+      *) does="The readers of $name files." ;;
+    esac
+    printf '  %-10s %s\n' "$name" "$does"
   done
 }
 
