@@ -222,7 +222,7 @@ TEST_F(Frames, DrawEveryRequestOfAListThatMoves) {
     request->dst = screen;
     request->z = 500 - i;
     request->blit_op = [](__ORBBlit2D__ *r) {
-      for (int i = 0; r->z == 498 && i < 5000; ++i)
+      for (int left = r->z == 498 ? 5000 : 0; left > 0; --left)
         GetAndUpdateBlitList();
       return ++drawn;
     };
