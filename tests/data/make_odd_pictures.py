@@ -5,6 +5,7 @@ An entry is a title; the bytes of the file; indices, alphas (indices with alphas
 colours or alpha, "deep" before one for 32 bits only, with width and height, or refused, or memory for
 too big a claim; then the pixels (an index, R G B, or R G B A each), and the palette (R G B or R G B A).
 """
+import itertools
 import os
 import random
 import struct
@@ -17,20 +18,15 @@ out.write('# Made by make_odd_pictures.py, which says what the lines are.\n')
 
 def text(data):
     """Hexadecimal bytes, three or more equal ones as 00*N."""
-    runs = []
-    for byte in data:
-        if runs and runs[-1][0] == byte:
-            runs[-1][1] += 1
-        else:
-            runs.append([byte, 1])
+    runs = ((byte, len(list(equal))) for byte, equal in itertools.groupby(data))
     return ' '.join('%02X*%d' % (b, n) if n > 2 else ' '.join(['%02X' % b] * n) for b, n in runs)
 
 
 def put(title, data, kind='refused', size=(), pixels=(), palette=()):
-    flat = [c for p in pixels for c in (p if isinstance(p, tuple) else (p,))]
     out.write('\n== %s\n%s\n%s\n' % (title, text(data), ' '.join([kind, *map(str, size)])))
-    out.write((text(flat) + '\n') if size else '')
-    out.write(text(c for colour in palette for c in colour) + '\n' if palette else '')
+    for colours_ in pixels, palette:
+        flat = [c for p in colours_ for c in (p if isinstance(p, tuple) else (p,))]
+        out.write(text(flat) + '\n' if flat else '')
 
 
 def patched(data, at, layout, value):
@@ -44,9 +40,7 @@ def colours(count):
 
 def field(value, mask):
     """What a mask selects, of which the top eight bits count, as 0 to 255."""
-    shift = (mask & -mask).bit_length() - 1 if mask else 0
-    while mask >> shift > 255:
-        shift += 1
+    shift = max((mask & -mask).bit_length() - 1, mask.bit_length() - 8, 0)
     full = mask >> shift
     return ((value & mask) >> shift) * 255 / full + 0.5 if full else 0
 
@@ -187,11 +181,8 @@ def tga(title, type_, bits, descriptor, w=7, h=4, map_=(), id_size=0, first=0):
     data = struct.pack('<BBBHHBHHHHBB', id_size, bool(map_), type_, first, len(entries), map_[0] if map_ else 0,
                        0, 0, w, h, bits, descriptor) + bytes(range(1, id_size + 1))
     data += b''.join(little(e, (map_[0] + 7) // 8) for e in entries)
-    coded, at = b'', 0
-    while at < w * h:
-        if type_ < 8:
-            coded, at = coded + little(values[at], size), at + 1
-            continue
+    coded, at = b'' if type_ > 8 else b''.join(little(v, size) for v in values), 0
+    while type_ > 8 and at < w * h:
         length, run = random.choice((1, 2, 3, 5, 9, 128)), random.random() < 0.5
         if run:
             values[at:at + length] = [values[at]] * min(length, w * h - at)
@@ -200,15 +191,14 @@ def tga(title, type_, bits, descriptor, w=7, h=4, map_=(), id_size=0, first=0):
     rows = [values[y * w:y * w + w] for y in range(h)]
     rows = [row[::-1] if descriptor & 16 else row for row in (rows if descriptor & 32 else rows[::-1])]
     pixels = sum(rows, [])
+    kind, palette = 'indices', [(i, i, i) for i in range(256)]
     if bits > 8:
         alpha = 0xFF000000 if bits == 32 and descriptor & 15 == 8 else None
-        put('tga ' + title, data + coded, 'alpha' if alpha else 'colours', (w, h),
-            unmasked(pixels, (*(X555 if bits < 24 else X888), alpha)))
-    elif type_ & 3 == 3:
-        put('tga ' + title, data + coded, 'indices', (w, h), pixels, [(i, i, i) for i in range(256)])
-    else:
-        put('tga ' + title, data + coded, 'indices', (w, h), pixels,
-            [(0, 0, 0)] * first + unmasked(entries, X555 if map_[0] < 24 else X888))
+        kind, palette = 'alpha' if alpha else 'colours', ()
+        pixels = unmasked(pixels, (*(X555 if bits < 24 else X888), alpha))
+    elif type_ & 3 != 3:
+        palette = [(0, 0, 0)] * first + unmasked(entries, X555 if map_[0] < 24 else X888)
+    put('tga ' + title, data + coded, kind, (w, h), pixels, palette)
     return data + coded
 
 
@@ -306,12 +296,10 @@ def png(title, colour, bits, interlaced, key, w=9, h=7, short=0, spoil=lambda ih
         data += chunk(b'tRNS', bytes(alphas) if colour == 3 else b''.join(struct.pack('>H', s) for s in transparent))
     data += chunk(b'IDAT', zlib.compress(raw)) + chunk(b'IEND', b'')
     pixels = []
-    for y in range(h):
-        for x in range(w):
-            s = samples[x, y]
-            c = tuple((v * 510 + full) // (2 * full) for v in s)
-            alpha = (c[-1],) if colour & 4 else (0 if s == transparent else 255,) if key else ()
-            pixels.append(s[0] if colour == 3 else (c[:3] if colour & 2 else c[:1] * 3) + alpha)
+    for s in samples.values():
+        c = tuple((v * 510 + full) // (2 * full) for v in s)
+        alpha = (c[-1],) if colour & 4 else (0 if s == transparent else 255,) if key else ()
+        pixels.append(s[0] if colour == 3 else (c[:3] if colour & 2 else c[:1] * 3) + alpha)
     if colour == 3:
         put('png ' + title, data, 'alphas' if key else 'indices', (w, h), pixels, [c + (a,) for c, a in zip(palette, alphas + (255,) * 256)]
             if key else palette)
