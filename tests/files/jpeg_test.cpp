@@ -1,5 +1,5 @@
 // JPEG files built segment by segment: colour profiles in pieces, claims without data, scans
-// without end; and written files beside libjpeg's own.
+// without end.
 #include <algorithm>
 #include <cstring>
 #include <random>
@@ -7,9 +7,40 @@
 #include <gtest/gtest.h>
 #include <jpeglib.h>
 
-#include "support/world.h"
-#include "surface/palette.h"
+#include "files/pictures.h"
 #include "surface/registry.h"
+
+file_bytes libjpeg_file(const std::vector<uint32_t> &colours, uint32_t w, int quality,
+                        bool arithmetic) {
+  jpeg_compress_struct info{};
+  jpeg_error_mgr errors;
+  info.err = jpeg_std_error(&errors);
+  jpeg_create_compress(&info);
+  unsigned char *out = nullptr;
+  unsigned long size = 0;
+  jpeg_mem_dest(&info, &out, &size);
+  info.image_width = w;
+  info.image_height = uint32_t(colours.size()) / w;
+  info.input_components = 3;
+  info.in_color_space = JCS_RGB;
+  jpeg_set_defaults(&info);
+  if (quality >= 0) jpeg_set_quality(&info, quality, TRUE);
+  info.arith_code = arithmetic;
+  jpeg_start_compress(&info, TRUE);
+  file_bytes row;
+  for (const uint32_t colour : colours) {
+    row.insert(row.end(), {uint8_t(colour >> 16), uint8_t(colour >> 8), uint8_t(colour)});
+    if (row.size() < 3 * w) continue;
+    JSAMPROW rows[] = {row.data()};
+    jpeg_write_scanlines(&info, rows, 1);
+    row.clear();
+  }
+  jpeg_finish_compress(&info);
+  jpeg_destroy_compress(&info);
+  const file_bytes file(out, out + size);
+  free(out);
+  return file;
+}
 
 namespace {
 
@@ -44,39 +75,6 @@ size_t find_marker(const file_bytes &file, uint8_t kind, size_t from = 0) {
   const uint8_t marker[] = {0xFF, kind};
   const auto at = std::search(file.begin() + ptrdiff_t(from), file.end(), marker, marker + 2);
   return at == file.end() ? std::string::npos : size_t(at - file.begin());
-}
-
-/// The picture compressed by libjpeg from plain RGB rows. Quality -1: its own default.
-file_bytes libjpeg_file(const std::vector<uint32_t> &colours, uint32_t w, int quality,
-                        bool arithmetic = false) {
-  jpeg_compress_struct info{};
-  jpeg_error_mgr errors;
-  info.err = jpeg_std_error(&errors);
-  jpeg_create_compress(&info);
-  unsigned char *out = nullptr;
-  unsigned long size = 0;
-  jpeg_mem_dest(&info, &out, &size);
-  info.image_width = w;
-  info.image_height = uint32_t(colours.size()) / w;
-  info.input_components = 3;
-  info.in_color_space = JCS_RGB;
-  jpeg_set_defaults(&info);
-  if (quality >= 0) jpeg_set_quality(&info, quality, TRUE);
-  info.arith_code = arithmetic;
-  jpeg_start_compress(&info, TRUE);
-  file_bytes row;
-  for (const uint32_t colour : colours) {
-    row.insert(row.end(), {uint8_t(colour >> 16), uint8_t(colour >> 8), uint8_t(colour)});
-    if (row.size() < 3 * w) continue;
-    JSAMPROW rows[] = {row.data()};
-    jpeg_write_scanlines(&info, rows, 1);
-    row.clear();
-  }
-  jpeg_finish_compress(&info);
-  jpeg_destroy_compress(&info);
-  const file_bytes file(out, out + size);
-  free(out);
-  return file;
 }
 
 // ---- Claims and scans
@@ -201,35 +199,6 @@ TEST_F(Jpeg, AProfileConvertsInks) {
   };
   for (size_t i = 0; i < std::size(rows); i++)
     EXPECT_EQ(load_with(rows[i]), plain) << "row " << i;
-}
-
-// ---- Writing
-
-TEST(JpegFiles, FilesAreWhatLibjpegMakesOfTheColours) {
-  std::mt19937 random(43);
-  world w;
-  for (const int32_t depth : {8, 16, 32}) {
-    w.set_mode(depth);
-    for (const int32_t parameter : {-1, 0, 1}) {
-      const int32_t code =
-          w.host.call("map_new", {1 + int32_t(random() % 70), 40, 0, parameter == 0});
-      __ORBSurface2D__ &graph = *GetMAP(0, code)->surface;
-      std::vector<uint32_t> colours;
-      for (uint32_t i = 0; i < graph.pixel_count; i++) {
-        set_pixel(graph, i % graph.width, i / graph.width, uint32_t(random()));
-        const uint32_t p = pixel(graph, i % graph.width, i / graph.width);
-        const orb_rgb c = depth == 8 ? palette->colours[p] : orb_rgb{};
-        colours.push_back(depth == 8    ? uint32_t(c.r << 16 | c.g << 8 | c.b)
-                          : depth == 16 ? (p >> 11) << 19 | (p >> 5 & 63) << 10 | (p & 31) << 3
-                                        : p);
-      }
-      const std::string name = w.folder.path / "written.jpg";
-      ASSERT_EQ(w.host.call("image_save", {0, code, name, 3, parameter}), 1);
-      EXPECT_EQ(read_file(name),
-                libjpeg_file(colours, graph.width, parameter < 0 ? -1 : 100 - parameter))
-          << depth << " bits, parameter " << parameter;
-    }
-  }
 }
 
 } // namespace

@@ -24,3 +24,7 @@ struct known_picture {
 std::vector<known_picture> foreign_pictures(const std::string &folder);
 /// tests/data/odd_pictures.txt.
 std::vector<known_picture> odd_pictures();
+
+/// The picture compressed by libjpeg from plain RGB rows. Quality -1: its own default.
+file_bytes libjpeg_file(const std::vector<uint32_t> &colours, uint32_t w, int quality,
+                        bool arithmetic = false);

@@ -1,14 +1,15 @@
 // The writers of picture files: run-length codes worked out by hand, and whole files read again by
-// the module and by libpng. Whole files byte for byte stand in transcripts/picture_files.txt.
+// the module and by libpng, or compared with libjpeg's own. Whole files byte for byte stand in
+// transcripts/picture_files.txt.
 #include <algorithm>
 #include <random>
 
 #include <gtest/gtest.h>
 #include <png.h>
 
+#include "files/pictures.h"
 #include "formats/codec.h"
 #include "formats/rle.h"
-#include "support/world.h"
 #include "surface/palette.h"
 #include "surface/registry.h"
 
@@ -119,12 +120,14 @@ TEST_P(Writers, WhatIsSavedComesBack) {
       const __ORBSurface2D__ &graph = *GetMAP(0, code)->surface;
       // Runs of all lengths, and the pixels between them. An alpha channel may be in one pixel
       // only.
+      std::vector<uint32_t> colours;
       uint32_t value = 0;
       for (uint32_t i = 0, run = 0; i<graph.pixel_count; i++, run -= run> 0) {
         if (run == 0) value = uint32_t(random()), run = random() % 3 ? 1 : random() % 300;
         if (depth == 32 && !(alpha && (i == 0 || width < 200))) value &= 0xFFFFFF;
         if (alpha && i == 0) value |= 0x80000000;
         set_pixel(const_cast<__ORBSurface2D__ &>(graph), i % graph.width, i / graph.width, value);
+        colours.push_back(stored(pixel(graph, i % graph.width, i / graph.width), depth, false));
       }
       for (int32_t format = img_format_map; format <= img_format_tga; format++)
         for (const int32_t parameter : {-1, 0, 1}) {
@@ -139,6 +142,9 @@ TEST_P(Writers, WhatIsSavedComesBack) {
             EXPECT_GT(std::filesystem::file_size(name), graph.pixel_count * (depth == 8 ? 1 : 3));
           if (format == img_format_png && parameter == 1 && width == 700 && depth == 8)
             EXPECT_LT(std::filesystem::file_size(name), graph.pixel_count);
+          if (format == img_format_jpeg)
+            EXPECT_EQ(read_file(name),
+                      libjpeg_file(colours, graph.width, parameter < 0 ? -1 : 100 - parameter));
           const bool kept = alpha && format != img_format_pcx && format != img_format_jpeg;
           const std::vector<uint32_t> argb =
               format == img_format_png ? seen_by_libpng(read_file(name)) : std::vector<uint32_t>();
