@@ -109,8 +109,7 @@ void operator delete(void *block, size_t) noexcept {
 }
 #endif
 
-// ---- Requests of linked objects (-Wl,--wrap): they have had their chance to fail
-// -----------------
+// ---- Requests of linked objects (-Wl,--wrap), whose chance to fail comes first ------------------
 
 extern "C" {
 void *__real_malloc(size_t size);
