@@ -1,0 +1,85 @@
+// orbdocs: what is made from the reference, and whether it is true.
+#include "host/module_file.h"
+#include "tools/orbdocs/check.h"
+#include "tools/orbdocs/examples.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct CommandLine {
+  std::string source, module, out, entry;
+};
+
+// The families of a folder, in the order of its contents.txt.
+orbhost::Reference read_reference(const fs::path &folder) {
+  std::vector<orbhost::ReferenceFamily> families;
+  std::ifstream contents(folder / "contents.txt");
+  if (!contents)
+    throw orbhost::ReferenceError((folder / "contents.txt").string() + " can't be read");
+  for (std::string name; std::getline(contents, name);) {
+    if (name.empty() || name[0] == '#') continue;
+    const std::string file = name + ".md";
+    std::ifstream in(folder / file);
+    if (!in) throw orbhost::ReferenceError(file + ", of contents.txt, can't be read");
+    const std::string text(std::istreambuf_iterator<char>(in), {});
+    families.push_back(orbhost::parse_reference(file, text));
+  }
+  return orbhost::Reference(std::move(families));
+}
+
+int report(const std::vector<std::string> &found) {
+  for (const std::string &line : found)
+    std::printf("%s\n", line.c_str());
+  return found.empty() ? 0 : 1;
+}
+
+int check(const CommandLine &line) {
+  return report(orbdocs::check_reference(read_reference(line.source), line.module));
+}
+
+int play(const CommandLine &line) {
+  const orbhost::Reference reference = read_reference(line.source);
+  const fs::path folder = fs::absolute(line.out);
+  fs::create_directories(folder);
+  std::error_code already;
+  fs::create_directory_symlink(fs::absolute(line.source).parent_path() / "examples" / "assets",
+                               folder / "assets", already);
+  std::vector<std::string> found;
+  for (const orbhost::ReferenceFamily &family : reference.families())
+    for (const orbhost::ReferenceEntry &entry : family.entries)
+      if (line.entry.empty() || entry.names[0] == line.entry || family.file == line.entry + ".md") {
+        const auto more = orbdocs::play_examples(family, entry, line.module, folder);
+        found.insert(found.end(), more.begin(), more.end());
+      }
+  return report(found);
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+  CommandLine line;
+  CLI::App app{"Checks the reference, and makes what is read of it.", "orbdocs"};
+  app.require_subcommand(1);
+  app.add_option("--source", line.source, "the folder reference/")->required();
+  app.add_option("--module", line.module, "the module's file");
+  app.add_subcommand("check", "hold the reference against the module and the player");
+  CLI::App *examples = app.add_subcommand("examples", "play the examples and keep their pictures");
+  examples->add_option("out", line.out, "folder for scripts and pictures")->required();
+  examples->add_option("entry", line.entry, "only those of this entry or family");
+  CLI11_PARSE(app, argc, argv);
+  try {
+    if (line.module.empty()) line.module = orbhost::find_module(argc > 0 ? argv[0] : "");
+    return app.got_subcommand("check") ? check(line) : play(line);
+  } catch (const std::exception &error) {
+    std::fprintf(stderr, "orbdocs: %s\n", error.what());
+    return 2;
+  }
+}
