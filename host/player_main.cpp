@@ -1,6 +1,8 @@
 // orbplay: plays a Lua script with the graphics module.
 #include "host/host.h"
 #include "host/module_file.h"
+#include "host/reference.h"
+#include "host/reference_help.h"
 #include "host/screenshot.h"
 #include "host/script.h"
 
@@ -78,6 +80,22 @@ public:
   }
 };
 
+// Prints the entry of a name, or names like it.
+ExitStatus explain(const std::string &name) {
+  const orbhost::Reference &reference = orbhost::Reference::built_in();
+  if (const std::string text = orbhost::help_text(reference, name); !text.empty()) {
+    std::printf("%s", text.c_str());
+    return exit_ok;
+  }
+  std::fprintf(stderr, "orbplay: nothing is called %s", name.c_str());
+  const std::vector<std::string> near = reference.nearest(name, 3);
+  for (const std::string &other : near)
+    std::fprintf(stderr, "%s%s", &other == &near.front() ? "; did you mean " : " or ",
+                 other.c_str());
+  std::fprintf(stderr, "%s\n", near.empty() ? "" : "?");
+  return exit_usage;
+}
+
 // Exits on a usage error, and after --help and --version.
 Settings parse_options(int argc, char **argv) {
   Settings settings;
@@ -90,6 +108,12 @@ Settings parse_options(int argc, char **argv) {
     return std::string("orbplay: ") + error.what() + "\nRun with --help for more information.\n";
   });
   app.set_version_flag("--version", "orbplay " ORB_VERSION);
+  app.set_help_flag();
+  std::string topic;
+  const CLI::Option *help =
+      app.add_option("-h,--help", topic, "what NAME means to a script; or this message")
+          ->type_name("[NAME]")
+          ->expected(0, 1);
   app.add_option("script", settings.script, "Lua script to play")->type_name("SCRIPT");
   app.add_option("arguments", settings.arguments,
                  "the script's own arguments; those that begin with \"-\" after \"--\"");
@@ -115,10 +139,14 @@ Settings parse_options(int argc, char **argv) {
   app.add_flag("--fullscreen", settings.full_screen, "start in full screen");
   app.add_flag("--strict", settings.strict, "stop at the first error that the module reports");
   app.add_flag("--list-functions", settings.list_functions,
-               "list the script functions with their forms, and exit");
+               "list all functions that a script can call, and exit");
   app.add_option("--module", settings.module, "load this module file")->type_name("PATH");
   try {
     app.parse(argc, argv);
+    if (help->count() > 0) {
+      if (topic.empty()) throw CLI::CallForHelp();
+      std::exit(explain(topic));
+    }
     for (const std::string &text : screenshots) {
       settings.screenshots.push_back(parse_screenshot(text));
     }
@@ -147,9 +175,8 @@ void load_module(orbhost::Host &host, const Settings &settings, const char *prog
 }
 
 void list_functions(const orbhost::Host &host) {
-  for (const orbhost::Function &function : host.registration().functions) {
-    std::printf("%s -> %s\n", function.signature.c_str(), function.result_text.c_str());
-  }
+  const orbhost::Reference &reference = orbhost::Reference::built_in();
+  std::printf("%s", orbhost::list_text(reference, host.registration()).c_str());
 }
 
 void save_screenshots(const orbhost::Host &host, const Settings &settings, std::uint64_t frame,

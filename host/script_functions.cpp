@@ -1,4 +1,5 @@
 // Registered functions as Lua functions: choice of the form, arguments, results, reports.
+#include "host/reference_help.h"
 #include "host/script_state.h"
 
 #include <bit>
@@ -119,16 +120,82 @@ const Function *choose_form(const FunctionGroup &group, const GivenArgument *giv
   return best;
 }
 
-int wrong_call(lua_State *L, const FunctionGroup &group) {
-  std::string message = group.name + ": no form takes (";
-  for (int i = 1; i <= lua_gettop(L); ++i) {
-    if (i > 1) message += ", ";
-    message += kind_name(L, i);
+// What a form has where a call has something else.
+struct Misfit {
+  std::size_t count = 0; // arguments that don't fit, are missing or too many
+  std::size_t first = 0; // of those that don't fit or are missing, from 0
+};
+
+Misfit misfit(const FunctionGroup &group, const Function &form, const GivenArgument *given,
+              std::size_t count) {
+  const auto &types = form.arguments;
+  Misfit found{0, types.size()};
+  for (std::size_t i = 0; i < types.size(); ++i) {
+    const bool fit = i < count ? fits(group, static_cast<int>(i) + 1, given[i].kind, types[i])
+                               : types[i] == ArgumentType::pointer;
+    if (fit) continue;
+    if (found.count == 0) found.first = i;
+    ++found.count;
   }
-  message += "); forms:";
+  if (count > types.size()) found.count += count - types.size();
+  return found;
+}
+
+// "a table", "nil".
+std::string article(const std::string &kind) {
+  return (kind == "nil" ? "" : "a ") + kind;
+}
+
+const char *wanted(ArgumentType type) {
+  switch (type) {
+  case ArgumentType::integer: return "a number";
+  case ArgumentType::string: return "a string";
+  case ArgumentType::pointer: break;
+  }
+  return "a table";
+}
+
+// How the reference writes a form of the module's: the names of its parameters. Empty for a form
+// that it doesn't have.
+ReferenceForm named_form(const Function &function) {
+  const ReferencePlace *place = Reference::built_in().find(function.name);
+  if (!place) return {};
+  for (const ReferenceForm &form : place->entry->forms) {
+    const std::size_t further = form.results.empty() ? 0 : form.results.size() - 1;
+    if ((place->alias || form.name == function.name) &&
+        form.parameters.size() + further == function.arguments.size())
+      return {function.name, form.parameters, {}};
+  }
+  return {};
+}
+
+// Throws a message that says which argument of the nearest form is wrong.
+int wrong_call(lua_State *L, const FunctionGroup &group, const GivenArgument *given,
+               std::size_t count) {
+  const Function *nearest = nullptr;
+  Misfit least;
   for (const Function *form : group.forms) {
-    message += (form == group.forms.front() ? " " : ", ") + form->signature;
+    const Misfit found = misfit(group, *form, given, count);
+    if (!nearest || found.count < least.count) {
+      nearest = form;
+      least = found;
+    }
   }
+  const std::size_t needed = nearest->arguments.size();
+  const ReferenceForm form = named_form(*nearest);
+  const std::string number = std::to_string(least.first + 1);
+  const std::string name =
+      least.first < form.parameters.size() ? form.parameters[least.first] : "argument " + number;
+  std::string message = (form.name.empty() ? nearest->signature : form_text(form)) + ": ";
+  if (least.first >= needed)
+    message += std::to_string(count) + " arguments given, " + std::to_string(needed) + " taken";
+  else if (least.first >= count)
+    message += name + " is missing";
+  else
+    message += name + " is " + article(kind_name(L, static_cast<int>(least.first) + 1)) + ", not " +
+               wanted(nearest->arguments[least.first]);
+  if (group.forms.size() > 1)
+    message += " (one of " + std::to_string(group.forms.size()) + " forms)";
   throw HostError(message);
 }
 
@@ -194,11 +261,10 @@ int call_function(lua_State *L) {
   ScriptState &state = state_of(L);
   const auto &group = *static_cast<const FunctionGroup *>(lua_touserdata(L, lua_upvalueindex(1)));
   const auto count = static_cast<std::size_t>(lua_gettop(L));
-  if (count > state.given.size()) return wrong_call(L, group);
   GivenArgument *given = state.given.data();
-  look_at_arguments(L, given, count);
+  look_at_arguments(L, given, std::min(count, state.given.size()));
   const Function *form = choose_form(group, given, count);
-  if (!form) return wrong_call(L, group);
+  if (!form) return wrong_call(L, group, given, count);
 
   ArgumentWord *words = state.words.data();
   std::vector<Buffer> buffers;
