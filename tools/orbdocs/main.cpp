@@ -1,7 +1,9 @@
 // orbdocs: what is made from the reference, and whether it is true.
+#include "host/host.h"
 #include "host/module_file.h"
 #include "tools/orbdocs/check.h"
 #include "tools/orbdocs/examples.h"
+#include "tools/orbdocs/types.h"
 
 #include <CLI/CLI.hpp>
 
@@ -45,6 +47,16 @@ int check(const CommandLine &line) {
   return report(orbdocs::check_reference(read_reference(line.source), line.module));
 }
 
+int types(const CommandLine &line) {
+  orbhost::Host host;
+  host.load(line.module);
+  std::ofstream out(line.out);
+  out << orbdocs::editor_types(read_reference(line.source), host);
+  out.close();
+  if (!out) throw orbhost::ReferenceError(line.out + " can't be written");
+  return 0;
+}
+
 int play(const CommandLine &line) {
   const orbhost::Reference reference = read_reference(line.source);
   const fs::path folder = fs::absolute(line.out);
@@ -74,10 +86,13 @@ int main(int argc, char **argv) {
   CLI::App *examples = app.add_subcommand("examples", "play the examples and keep their pictures");
   examples->add_option("out", line.out, "folder for scripts and pictures")->required();
   examples->add_option("entry", line.entry, "only those of this entry or family");
+  CLI::App *types_file = app.add_subcommand("types", "write the types for editors");
+  types_file->add_option("out", line.out, "the file to write")->required();
   CLI11_PARSE(app, argc, argv);
   try {
     if (line.module.empty()) line.module = orbhost::find_module(argc > 0 ? argv[0] : "");
-    return app.got_subcommand("check") ? check(line) : play(line);
+    if (app.got_subcommand("check")) return check(line);
+    return app.got_subcommand("types") ? types(line) : play(line);
   } catch (const std::exception &error) {
     std::fprintf(stderr, "orbdocs: %s\n", error.what());
     return 2;
