@@ -50,6 +50,9 @@ orb_find(NAME lua HEADER lua.hpp SUFFIXES lua5.4 LIBRARIES lua5.4 lua PACKAGE li
 orb_find(NAME sodium HEADER sodium.h LIBRARIES sodium PACKAGE libsodium-dev)
 orb_find(NAME cli11 HEADER CLI/CLI.hpp PACKAGE libcli11-dev)
 
+# The reference's site.
+orb_find(NAME cmark HEADER cmark.h LIBRARIES cmark PACKAGE libcmark-dev)
+
 # Tests and benchmarks.
 find_package(Threads REQUIRED)
 orb_find(NAME x11 HEADER X11/Xlib.h LIBRARIES X11 PACKAGE libx11-dev OPTIONAL)

@@ -3,6 +3,7 @@
 #include "host/module_file.h"
 #include "tools/orbdocs/check.h"
 #include "tools/orbdocs/examples.h"
+#include "tools/orbdocs/site.h"
 #include "tools/orbdocs/types.h"
 
 #include <CLI/CLI.hpp>
@@ -57,9 +58,9 @@ int types(const CommandLine &line) {
   return 0;
 }
 
-int play(const CommandLine &line) {
-  const orbhost::Reference reference = read_reference(line.source);
-  const fs::path folder = fs::absolute(line.out);
+// The examples' scripts and pictures.
+std::vector<std::string> play_into(const orbhost::Reference &reference, const CommandLine &line,
+                                   const fs::path &folder) {
   fs::create_directories(folder);
   std::error_code already;
   fs::create_directory_symlink(fs::absolute(line.source).parent_path() / "examples" / "assets",
@@ -71,6 +72,23 @@ int play(const CommandLine &line) {
         const auto more = orbdocs::play_examples(family, entry, line.module, folder);
         found.insert(found.end(), more.begin(), more.end());
       }
+  return found;
+}
+
+int play(const CommandLine &line) {
+  return report(play_into(read_reference(line.source), line, fs::absolute(line.out)));
+}
+
+// All that is made, in a folder as it is installed.
+int site(const CommandLine &line) {
+  const orbhost::Reference reference = read_reference(line.source);
+  const fs::path out = fs::absolute(line.out);
+  std::vector<std::string> found = orbdocs::check_reference(reference, line.module);
+  const auto more = play_into(reference, line, out / "made");
+  found.insert(found.end(), more.begin(), more.end());
+  const auto wrong = orbdocs::make_site(reference, fs::absolute(line.source).parent_path(), out);
+  found.insert(found.end(), wrong.begin(), wrong.end());
+  fs::remove_all(out / "made");
   return report(found);
 }
 
@@ -88,10 +106,13 @@ int main(int argc, char **argv) {
   examples->add_option("entry", line.entry, "only those of this entry or family");
   CLI::App *types_file = app.add_subcommand("types", "write the types for editors");
   types_file->add_option("out", line.out, "the file to write")->required();
+  CLI::App *pages = app.add_subcommand("site", "check all, play the examples, write the site");
+  pages->add_option("out", line.out, "the folder to write")->required();
   CLI11_PARSE(app, argc, argv);
   try {
     if (line.module.empty()) line.module = orbhost::find_module(argc > 0 ? argv[0] : "");
     if (app.got_subcommand("check")) return check(line);
+    if (app.got_subcommand("site")) return site(line);
     return app.got_subcommand("types") ? types(line) : play(line);
   } catch (const std::exception &error) {
     std::fprintf(stderr, "orbdocs: %s\n", error.what());

@@ -1,0 +1,361 @@
+#include "tools/orbdocs/site.h"
+
+#include "tools/orbdocs/examples.h"
+#include "tools/orbdocs/markdown.h"
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <set>
+#include <sstream>
+
+namespace orbdocs {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string read(const fs::path &file) {
+  std::ifstream in(file, std::ios::binary);
+  if (!in) throw orbhost::ReferenceError(file.string() + " can't be read");
+  return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+void replace_all(std::string &text, std::string_view from, const std::string &to) {
+  for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size())
+    text.replace(at, from.size(), to);
+}
+
+// A text of Markdown without its title, which is the first line.
+std::pair<std::string, std::string> split_title(const std::string &markdown) {
+  const std::size_t end = std::min(markdown.find('\n'), markdown.size());
+  return {markdown.substr(std::min<std::size_t>(2, end), end - std::min<std::size_t>(2, end)),
+          markdown.substr(end)};
+}
+
+std::string json(std::string_view text) {
+  std::string result = "\"";
+  for (const char c : text) {
+    if (c == '"' || c == '\\') result += '\\';
+    result += c == '\n' ? ' ' : c;
+  }
+  return result + "\"";
+}
+
+// An example of the gallery: "NAME PICTURE" in examples/gallery.txt.
+struct Shown {
+  fs::path script, picture;
+  std::string name, title, text, source;
+};
+
+// The comment that a script begins with: its first sentence, and the rest as Markdown.
+void read_script(Shown &shown) {
+  shown.source = read(shown.script);
+  std::istringstream lines(shown.source);
+  bool in_title = true;
+  for (std::string line; std::getline(lines, line) && line.starts_with("--");) {
+    const std::string words = line.substr(std::min<std::size_t>(3, line.size()));
+    if (words.empty()) in_title = false;
+    if (in_title)
+      shown.title += (shown.title.empty() ? "" : " ") + words;
+    else
+      shown.text += (words.starts_with("  ") ? "  " : "") + words + "\n";
+  }
+}
+
+class Site {
+public:
+  Site(const orbhost::Reference &reference, fs::path root, fs::path out)
+      : reference_(reference), root_(std::move(root)), out_(std::move(out)),
+        frame_(read(root_ / "tools/orbdocs/theme/page.html")) {}
+
+  std::vector<std::string> make() {
+    for (const char *folder : {"reference", "guides", "examples", "pictures"})
+      fs::create_directories(out_ / folder);
+    for (const char *file : {"style.css", "site.js"})
+      copy(root_ / "tools/orbdocs/theme" / file, out_ / file);
+    read_gallery();
+    read_guides();
+    for (const orbhost::ReferenceFamily &family : reference_.families())
+      family_page(family);
+    contents_page();
+    for (const Guide &guide : guides_)
+      guide_page(guide);
+    for (const Shown &shown : gallery_)
+      example_page(shown);
+    start_page();
+    for (const auto &[name, script] : scripts_)
+      example_page(script);
+    std::ofstream(out_ / "search_index.js") << "const search_index = [\n" << index_ << "];\n";
+    check_links();
+    return std::move(found_);
+  }
+
+private:
+  struct Guide {
+    std::string name, title, text;
+  };
+
+  void copy(const fs::path &from, const fs::path &to) {
+    std::error_code error;
+    fs::copy_file(from, to, fs::copy_options::overwrite_existing, error);
+    if (error) found_.push_back(from.string() + ": " + error.message());
+  }
+
+  void read_gallery() {
+    std::istringstream lines(read(root_ / "examples/gallery.txt"));
+    for (std::string line; std::getline(lines, line);) {
+      if (line.empty() || line[0] == '#') continue;
+      std::istringstream words(line);
+      Shown shown;
+      std::string script, picture;
+      words >> script >> picture;
+      shown.script = root_ / "examples" / script;
+      shown.name = shown.script.stem().string();
+      shown.picture = root_ / picture;
+      read_script(shown);
+      copy(shown.picture, out_ / "pictures" / (shown.name + ".png"));
+      gallery_.push_back(std::move(shown));
+    }
+  }
+
+  void read_guides() {
+    std::istringstream lines(read(root_ / "docs/guides/contents.txt"));
+    for (std::string line; std::getline(lines, line);) {
+      if (line.empty() || line[0] == '#') continue;
+      const fs::path file = root_ / "docs" / line;
+      const auto [title, text] = split_title(read(file));
+      guides_.push_back({file.stem().string(), title, text});
+    }
+  }
+
+  // Of a page in a folder beside the others, or with an empty `up` of the start page.
+  MarkdownLinks links(const std::string &up) {
+    return {[this, up](std::string_view name) {
+              // What a form or a call names is its function.
+              const orbhost::ReferencePlace *place =
+                  reference_.find(name.substr(0, std::min(name.find('('), name.size())));
+              return place ? up + address(*place, name.substr(0, name.find('('))) : "";
+            },
+            [this, up](std::string_view to) { return target(std::string(to), up); }};
+  }
+
+  static std::string page_of(const orbhost::ReferenceFamily &family) {
+    return "reference/" + fs::path(family.file).stem().string() + ".html";
+  }
+
+  static std::string address(const orbhost::ReferencePlace &place, std::string_view name) {
+    return page_of(*place.family) + "#" + id_of(name);
+  }
+
+  // Addresses in texts are those of the tree: of Markdown files, scripts and pictures.
+  std::string target(std::string to, const std::string &up) {
+    if (to.find("://") != std::string::npos || to.starts_with('#')) return to;
+    const std::string fragment = to.find('#') == std::string::npos ? "" : to.substr(to.find('#'));
+    to = to.substr(0, to.find('#'));
+    const std::string name = fs::path(to).stem().string(), kind = fs::path(to).extension().string();
+    if (kind == ".png") {
+      for (const char *folder : {"docs/pictures", "docs/guides/pictures"})
+        if (const fs::path picture = root_ / folder / (name + kind); fs::exists(picture))
+          copy(picture, out_ / "pictures" / (name + kind));
+      return up + "pictures/" + name + kind;
+    }
+    if (kind == ".lua") {
+      add_script(to, name);
+      return up + "examples/" + name + ".html" + fragment;
+    }
+    for (const Guide &guide : guides_)
+      if (kind == ".md" && guide.name == name) return up + "guides/" + name + ".html" + fragment;
+    if (kind == ".md" && fs::exists(root_ / "reference" / (name + kind)))
+      return up + "reference/" + name + ".html" + fragment;
+    found_.push_back(to + ": a link leads there, and no page is made of it");
+    return to;
+  }
+
+  // A script that a text links to and the gallery doesn't show gets a page of its own.
+  void add_script(std::string path, const std::string &name) {
+    while (path.starts_with("../"))
+      path.erase(0, 3);
+    const bool shown =
+        std::ranges::any_of(gallery_, [&](const Shown &s) { return s.name == name; });
+    if (shown || !fs::exists(root_ / path)) return;
+    Shown script;
+    script.script = root_ / path;
+    script.name = name;
+    read_script(script);
+    scripts_[name] = std::move(script);
+  }
+
+  void write_page(const std::string &file, const std::string &title, const std::string &body,
+                  const std::string &side = "") {
+    const std::string up = file.find('/') == std::string::npos ? "" : "../";
+    std::string page = frame_;
+    std::string menu;
+    for (const Guide &guide : guides_)
+      menu += "<li><a href=\"" + up + "guides/" + guide.name + ".html\">" + escaped(guide.title) +
+              "</a></li>\n";
+    std::string families;
+    for (const orbhost::ReferenceFamily &family : reference_.families())
+      families +=
+          "<li><a href=\"" + up + page_of(family) + "\">" + escaped(family.title) + "</a></li>\n";
+    replace_all(page, "@guides@", menu);
+    replace_all(page, "@families@", families);
+    replace_all(page, "@title@", escaped(title));
+    replace_all(page, "@side@", side);
+    replace_all(page, "@up@", up);
+    replace_all(page, "@body@", body); // last: what it says stays as it is
+    constexpr std::size_t most = 300'000;
+    if (page.size() > most) found_.push_back(file + ": a page of " + std::to_string(page.size()));
+    std::ofstream(out_ / file) << page;
+    pages_[file] = page;
+  }
+
+  void add_to_index(const std::string &name, const std::string &purpose, const std::string &words,
+                    const std::string &where) {
+    index_ +=
+        "[" + json(name) + "," + json(purpose) + "," + json(words) + "," + json(where) + "],\n";
+  }
+
+  // An entry's text; after each example its picture.
+  std::string entry_body(const orbhost::ReferenceEntry &entry) {
+    std::string html = html_of(entry.text, links("../"));
+    std::size_t number = 0;
+    for (std::size_t at = html.find("<pre class=lua>"); at != std::string::npos;
+         at = html.find("<pre class=lua>", at + 1)) {
+      const std::size_t end = html.find("</pre>", at) + 6;
+      // Forms and fragments are indented blocks; only fenced ones are played.
+      const std::string code = html.substr(at, end - at);
+      if (number >= entry.examples.size() ||
+          code.find(highlighted(entry.examples[number], links("../").name)) == std::string::npos)
+        continue;
+      const std::string name = example_name(entry, number++);
+      copy(out_ / "made" / (name + ".png"), out_ / "pictures" / (name + ".png"));
+      html.insert(end,
+                  "<img class=shot alt=\"What this draws\" src=\"../pictures/" + name + ".png\">");
+    }
+    return html;
+  }
+
+  void family_page(const orbhost::ReferenceFamily &family) {
+    const std::string page = page_of(family);
+    std::string body =
+        "<h1>" + escaped(family.title) + "</h1>\n" + html_of(family.introduction, links("../"));
+    std::string side;
+    add_to_index(family.title, "Family", "", page);
+    for (const orbhost::ReferenceEntry &entry : family.entries) {
+      std::string anchors, title;
+      std::set<std::string> ids;
+      const auto anchor = [&](const std::string &name) {
+        if (ids.insert(id_of(name)).second) anchors += "<a id=\"" + id_of(name) + "\"></a>";
+      };
+      for (const std::string &name : entry.names) {
+        anchor(name);
+        title += (title.empty() ? "" : ", ") + name;
+        add_to_index(name, entry.purpose, "", page + "#" + id_of(name));
+      }
+      for (const std::string &alias : entry.aliases) {
+        anchor(alias);
+        add_to_index(alias, "The same as " + entry.names[0], "", page + "#" + id_of(alias));
+      }
+      for (const orbhost::ReferenceItem &item : entry.definitions)
+        for (const std::string &name : item.names) {
+          anchor(name);
+          add_to_index(name, item.text, entry.names[0], page + "#" + id_of(name));
+        }
+      body += "<section>" + anchors + "<h2>" + escaped(title) + "</h2>\n" + entry_body(entry) +
+              "</section>\n";
+      side += "<li><a href=\"#" + id_of(entry.names[0]) + "\">" + escaped(title) + "</a></li>\n";
+    }
+    write_page(page, family.title, body, side);
+  }
+
+  void contents_page() {
+    std::string body = "<h1>Reference</h1>\n";
+    for (const orbhost::ReferenceFamily &family : reference_.families()) {
+      body += "<h2><a href=\"../" + page_of(family) + "\">" + escaped(family.title) +
+              "</a></h2>\n<dl>\n";
+      for (const orbhost::ReferenceEntry &entry : family.entries) {
+        std::string names;
+        for (const std::string &name : entry.names)
+          names += (names.empty() ? "" : ", ") + name;
+        body += "<dt><a href=\"../" + page_of(family) + "#" + id_of(entry.names[0]) + "\">" +
+                escaped(names) + "</a></dt><dd>" + html_of(entry.purpose, links("../")) + "</dd>\n";
+      }
+      body += "</dl>\n";
+    }
+    write_page("reference/index.html", "Reference", body);
+  }
+
+  void guide_page(const Guide &guide) {
+    const std::string page = "guides/" + guide.name + ".html";
+    add_to_index(guide.title, "Guide", guide.text, page);
+    write_page(page, guide.title,
+               "<h1>" + escaped(guide.title) + "</h1>\n" + html_of(guide.text, links("../")));
+  }
+
+  void example_page(const Shown &shown) {
+    const std::string page = "examples/" + shown.name + ".html";
+    add_to_index(shown.name, shown.title, "", page);
+    write_page(page, shown.name,
+               "<h1>" + escaped(shown.name) + "</h1>\n<p>" + escaped(shown.title) + "</p>\n" +
+                   (shown.picture.empty() ? ""
+                                          : "<img class=shot alt=\"\" src=\"../pictures/" +
+                                                shown.name + ".png\">\n") +
+                   html_of(shown.text, links("../")) + "<pre class=lua><code>" +
+                   highlighted(shown.source, links("../").name) + "</code></pre>\n");
+  }
+
+  void start_page() {
+    std::string body = html_of(read(root_ / "docs/guides/start.md"), links(""));
+    std::string cards;
+    for (const Shown &shown : gallery_)
+      cards += "<a class=card href=\"examples/" + shown.name +
+               ".html\"><img loading=lazy alt=\"\" src=\"pictures/" + shown.name + ".png\"><b>" +
+               escaped(shown.name) + "</b> " + escaped(shown.title) + "</a>\n";
+    write_page("index.html", "ORB graphics2D",
+               body + "<h2>Examples</h2>\n<div class=cards>\n" + cards + "</div>\n");
+  }
+
+  // Every href and src of the pages leads to a file and, where it names one, an id.
+  void check_links() {
+    for (const auto &[file, page] : pages_)
+      for (const std::string_view attribute : {"href=\"", "src=\""})
+        for (std::size_t at = page.find(attribute); at != std::string::npos;
+             at = page.find(attribute, at + 1)) {
+          const std::size_t from = at + attribute.size();
+          check_link(file, page.substr(from, page.find('"', from) - from));
+        }
+  }
+
+  void check_link(const std::string &file, const std::string &to) {
+    if (to.find("://") != std::string::npos) return;
+    const std::size_t hash = std::min(to.find('#'), to.size());
+    const fs::path path =
+        hash == 0 ? fs::path(file)
+                  : (fs::path(file).parent_path() / to.substr(0, hash)).lexically_normal();
+    const auto page = pages_.find(path.string());
+    if (page == pages_.end() ? !fs::exists(out_ / path)
+                             : hash < to.size() && page->second.find("id=\"" + to.substr(hash + 1) +
+                                                                     "\"") == std::string::npos)
+      found_.push_back(file + ": the link to " + to + " leads nowhere");
+  }
+
+  const orbhost::Reference &reference_;
+  const fs::path root_, out_;
+  const std::string frame_;
+  std::vector<Shown> gallery_;
+  std::vector<Guide> guides_;
+  std::map<std::string, Shown> scripts_; // that texts link to
+  std::map<std::string, std::string> pages_;
+  std::string index_;
+  std::vector<std::string> found_;
+};
+
+} // namespace
+
+std::vector<std::string> make_site(const orbhost::Reference &reference, const fs::path &root,
+                                   const fs::path &out) {
+  return Site(reference, root, out).make();
+}
+
+} // namespace orbdocs
