@@ -64,7 +64,8 @@ struct Block {
 
 class Parser {
 public:
-  Parser(std::string_view file, std::string_view text) : family_{std::string(file), {}, {}, {}} {
+  Parser(std::string_view file, std::string_view text)
+      : family_{std::string(file), {}, {}, {}, {}} {
     while (!text.empty()) {
       const std::size_t end = std::min(text.find('\n'), text.size());
       lines_.push_back(text.substr(0, end));
@@ -77,6 +78,9 @@ public:
     family_.title = trim(lines_[0].substr(2));
     std::size_t at = 1, end = next_heading(at);
     family_.introduction = joined(at, end);
+    for (const Block &block : blocks(at, end))
+      if (block.kind == Block::Kind::fence && block.language == "lua")
+        family_.examples.push_back(block.text);
     while (end < lines_.size()) {
       at = end;
       end = next_heading(at + 1);
@@ -96,7 +100,11 @@ private:
       text += lines_[i];
       text += '\n';
     }
-    return std::string(trim(text));
+    // The indentation of the first line matters.
+    const std::size_t first = std::min(text.find_first_not_of('\n'), text.size());
+    while (text.size() > first && text.back() == '\n')
+      text.pop_back();
+    return text.substr(first);
   }
 
   // The next second-level heading outside of fences, or the end.

@@ -77,6 +77,7 @@ struct ReferenceEntry {
 struct ReferenceFamily {
   std::string file; // "graphs.md"
   std::string title, introduction;
+  std::vector<std::string> examples; // of the introduction
   std::vector<ReferenceEntry> entries;
 };
 

@@ -9,15 +9,20 @@
 
 namespace orbdocs {
 
-// The name of an entry's example: map_put, map_put_2 for its second one.
-std::string example_name(const orbhost::ReferenceEntry &entry, std::size_t number);
+// An example with the name of its files: map_put, or map_put_2 for an entry's second one.
+struct Example {
+  std::string name;
+  const std::string *text;
+  std::size_t line; // of the entry
+};
 
-// Plays the entry's examples without a window, under strict rules, for at most two seconds of the
-// script's time; leaves each as FOLDER/NAME.lua and its last picture as FOLDER/NAME.png. The folder
-// `assets` is found beside them. Returns what went wrong, a line each.
-std::vector<std::string> play_examples(const orbhost::ReferenceFamily &family,
-                                       const orbhost::ReferenceEntry &entry,
-                                       const std::string &module,
-                                       const std::filesystem::path &folder);
+// Those of a family's introduction and of its entries, in their order.
+std::vector<Example> examples_of(const orbhost::ReferenceFamily &family);
+
+// Plays an example without a window, under strict rules, for at most two seconds of the script's
+// time; leaves it as FOLDER/NAME.lua and its last picture as FOLDER/NAME.png. The folder `assets`
+// is found beside them. Returns what went wrong; empty: nothing.
+std::string play_example(const Example &example, const std::string &module,
+                         const std::filesystem::path &folder);
 
 } // namespace orbdocs

@@ -79,9 +79,11 @@ std::string highlighted(std::string_view lua, const link_of &link) {
       take(run_of(lua, [](char c) { return is_name(c) || c == '.'; }), "n");
     } else if (is_name(lua[0])) {
       const std::string_view word = lua.substr(0, run_of(lua, is_name));
-      // After a dot or a colon a word is a field.
-      const bool field = html.ends_with('.') || html.ends_with(':');
-      const std::string address = field ? "" : link(word);
+      // Short words are often the script's own: they lead somewhere only where they are called.
+      const bool own =
+          html.ends_with('.') || html.ends_with(':') ||
+          (word.find('_') == std::string_view::npos && !lua.substr(word.size()).starts_with('('));
+      const std::string address = own ? "" : link(word);
       if (is_keyword(word)) {
         take(word.size(), "k");
       } else if (!address.empty()) {

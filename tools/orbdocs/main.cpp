@@ -67,11 +67,13 @@ std::vector<std::string> play_into(const orbhost::Reference &reference, const Co
                                folder / "assets", already);
   std::vector<std::string> found;
   for (const orbhost::ReferenceFamily &family : reference.families())
-    for (const orbhost::ReferenceEntry &entry : family.entries)
-      if (line.entry.empty() || entry.names[0] == line.entry || family.file == line.entry + ".md") {
-        const auto more = orbdocs::play_examples(family, entry, line.module, folder);
-        found.insert(found.end(), more.begin(), more.end());
-      }
+    for (const orbdocs::Example &example : orbdocs::examples_of(family)) {
+      if (!line.entry.empty() && example.name != line.entry && family.file != line.entry + ".md")
+        continue;
+      const std::string wrong = orbdocs::play_example(example, line.module, folder);
+      if (!wrong.empty())
+        found.push_back(family.file + ":" + std::to_string(example.line) + ": " + wrong);
+    }
   return found;
 }
 
@@ -103,7 +105,7 @@ int main(int argc, char **argv) {
   app.add_subcommand("check", "hold the reference against the module and the player");
   CLI::App *examples = app.add_subcommand("examples", "play the examples and keep their pictures");
   examples->add_option("out", line.out, "folder for scripts and pictures")->required();
-  examples->add_option("entry", line.entry, "only those of this entry or family");
+  examples->add_option("entry", line.entry, "only this one, or those of this family");
   CLI::App *types_file = app.add_subcommand("types", "write the types for editors");
   types_file->add_option("out", line.out, "the file to write")->required();
   CLI::App *pages = app.add_subcommand("site", "check all, play the examples, write the site");

@@ -216,30 +216,40 @@ private:
         "[" + json(name) + "," + json(purpose) + "," + json(words) + "," + json(where) + "],\n";
   }
 
-  // An entry's text; after each example its picture.
-  std::string entry_body(const orbhost::ReferenceEntry &entry) {
-    std::string html = html_of(entry.text, links("../"));
-    std::size_t number = 0;
-    for (std::size_t at = html.find("<pre class=lua>"); at != std::string::npos;
-         at = html.find("<pre class=lua>", at + 1)) {
-      const std::size_t end = html.find("</pre>", at) + 6;
-      // Forms and fragments are indented blocks; only fenced ones are played.
-      const std::string code = html.substr(at, end - at);
-      if (number >= entry.examples.size() ||
-          code.find(highlighted(entry.examples[number], links("../").name)) == std::string::npos)
-        continue;
-      const std::string name = example_name(entry, number++);
-      copy(out_ / "made" / (name + ".png"), out_ / "pictures" / (name + ".png"));
-      html.insert(end,
-                  "<img class=shot alt=\"What this draws\" src=\"../pictures/" + name + ".png\">");
+  // A text as HTML; after each example that has a picture the picture. Names of the entry's own
+  // parameters and results aren't links.
+  std::string with_pictures(const std::string &text, const std::vector<Example> &examples,
+                            const std::set<std::string> &own = {}) {
+    MarkdownLinks to = links("../");
+    const link_of all = to.name;
+    to.name = [&](std::string_view name) { return own.count(std::string(name)) ? "" : all(name); };
+    std::string html = html_of(text, to);
+    for (const Example &example : examples) {
+      const std::string code = highlighted(*example.text, to.name) + "</code></pre>";
+      const std::size_t at = html.find(code);
+      if (at == std::string::npos) continue;
+      copy(out_ / "made" / (example.name + ".png"), out_ / "pictures" / (example.name + ".png"));
+      html.insert(at + code.size(), "<img class=shot alt=\"What this draws\" src=\"../pictures/" +
+                                        example.name + ".png\">");
     }
     return html;
   }
 
+  static std::set<std::string> own_names(const orbhost::ReferenceEntry &entry) {
+    std::set<std::string> names;
+    for (const orbhost::ReferenceForm &form : entry.forms) {
+      names.insert(form.parameters.begin(), form.parameters.end());
+      names.insert(form.results.begin(), form.results.end());
+    }
+    for (const std::string &name : entry.names) // as process has a result of that name
+      names.erase(name);
+    return names;
+  }
+
   void family_page(const orbhost::ReferenceFamily &family) {
     const std::string page = page_of(family);
-    std::string body =
-        "<h1>" + escaped(family.title) + "</h1>\n" + html_of(family.introduction, links("../"));
+    std::string body = "<h1>" + escaped(family.title) + "</h1>\n" +
+                       with_pictures(family.introduction, examples_of(family));
     std::string side;
     add_to_index(family.title, "Family", "", page);
     for (const orbhost::ReferenceEntry &entry : family.entries) {
@@ -262,8 +272,8 @@ private:
           anchor(name);
           add_to_index(name, item.text, entry.names[0], page + "#" + id_of(name));
         }
-      body += "<section>" + anchors + "<h2>" + escaped(title) + "</h2>\n" + entry_body(entry) +
-              "</section>\n";
+      body += "<section>" + anchors + "<h2>" + escaped(title) + "</h2>\n" +
+              with_pictures(entry.text, examples_of(family), own_names(entry)) + "</section>\n";
       side += "<li><a href=\"#" + id_of(entry.names[0]) + "\">" + escaped(title) + "</a></li>\n";
     }
     write_page(page, family.title, body, side);
