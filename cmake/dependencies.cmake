@@ -51,7 +51,9 @@ orb_find(NAME sodium HEADER sodium.h LIBRARIES sodium PACKAGE libsodium-dev)
 orb_find(NAME cli11 HEADER CLI/CLI.hpp PACKAGE libcli11-dev)
 
 # The reference's site.
-orb_find(NAME cmark HEADER cmark.h LIBRARIES cmark PACKAGE libcmark-dev)
+orb_find(NAME cmark HEADER cmark-gfm.h LIBRARIES cmark-gfm PACKAGE libcmark-gfm-dev)
+orb_find(NAME cmark_tables HEADER cmark-gfm-core-extensions.h LIBRARIES cmark-gfm-extensions
+  PACKAGE libcmark-gfm-extensions-dev)
 
 # Tests and benchmarks.
 find_package(Threads REQUIRED)

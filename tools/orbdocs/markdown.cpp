@@ -1,6 +1,7 @@
 #include "tools/orbdocs/markdown.h"
 
-#include <cmark.h>
+#include <cmark-gfm-core-extensions.h>
+#include <cmark-gfm.h>
 
 #include <cctype>
 #include <cstdlib>
@@ -15,6 +16,20 @@ struct Freed {
   void operator()(cmark_iter *iterator) const { cmark_iter_free(iterator); }
   void operator()(char *text) const { std::free(text); }
 };
+
+using Document = std::unique_ptr<cmark_node, Freed>;
+
+// CommonMark with tables.
+Document parse(std::string_view markdown) {
+  struct Closed {
+    void operator()(cmark_parser *parser) const { cmark_parser_free(parser); }
+  };
+  cmark_gfm_core_extensions_ensure_registered();
+  const std::unique_ptr<cmark_parser, Closed> parser(cmark_parser_new(CMARK_OPT_DEFAULT));
+  cmark_parser_attach_syntax_extension(parser.get(), cmark_find_syntax_extension("table"));
+  cmark_parser_feed(parser.get(), markdown.data(), markdown.size());
+  return Document(cmark_parser_finish(parser.get()));
+}
 
 // Puts HTML in the place of a node.
 void replace(cmark_node *node, cmark_node_type type, const std::string &html) {
@@ -74,8 +89,7 @@ std::string id_of(std::string_view heading) {
 }
 
 std::string html_of(std::string_view markdown, const MarkdownLinks &links) {
-  const std::unique_ptr<cmark_node, Freed> document(
-      cmark_parse_document(markdown.data(), markdown.size(), CMARK_OPT_DEFAULT));
+  const Document document = parse(markdown);
   const std::unique_ptr<cmark_iter, Freed> iterator(cmark_iter_new(document.get()));
   for (cmark_event_type event; (event = cmark_iter_next(iterator.get())) != CMARK_EVENT_DONE;) {
     cmark_node *const node = cmark_iter_get_node(iterator.get());
@@ -89,8 +103,16 @@ std::string html_of(std::string_view markdown, const MarkdownLinks &links) {
     const bool leaf = !cmark_node_first_child(node);
     if (leaf ? event == CMARK_EVENT_ENTER : event == CMARK_EVENT_EXIT) change(node, links);
   }
-  const std::unique_ptr<char, Freed> html(cmark_render_html(document.get(), CMARK_OPT_UNSAFE));
+  const std::unique_ptr<char, Freed> html(
+      cmark_render_html(document.get(), CMARK_OPT_UNSAFE, nullptr));
   return html.get();
+}
+
+std::string man_of(std::string_view markdown) {
+  const Document document = parse(markdown);
+  const std::unique_ptr<char, Freed> man(
+      cmark_render_man(document.get(), CMARK_OPT_DEFAULT, 0));
+  return man.get();
 }
 
 } // namespace orbdocs

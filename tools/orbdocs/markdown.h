@@ -17,6 +17,9 @@ struct MarkdownLinks {
 // have ids.
 std::string html_of(std::string_view markdown, const MarkdownLinks &links);
 
+// The body of a manual page, in the macros of man(7).
+std::string man_of(std::string_view markdown);
+
 // A heading as the id that links to it use.
 std::string id_of(std::string_view heading);
 
