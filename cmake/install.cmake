@@ -32,3 +32,11 @@ install(FILES
   DESTINATION "${package_dir}")
 install(EXPORT orb_graphics2d FILE orb_graphics2d-targets.cmake NAMESPACE orb::
   DESTINATION "${package_dir}")
+
+# What `./orb docs` makes of the reference and the guides, where it has been made.
+install(DIRECTORY "${PROJECT_BINARY_DIR}/docs/site/"
+  DESTINATION "${CMAKE_INSTALL_DOCDIR}" OPTIONAL)
+install(DIRECTORY "${PROJECT_BINARY_DIR}/docs/man/"
+  DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" OPTIONAL)
+install(DIRECTORY "${PROJECT_BINARY_DIR}/docs/types/"
+  DESTINATION "${CMAKE_INSTALL_DATADIR}/orb/types" OPTIONAL)

@@ -208,6 +208,15 @@ need_peers() {
   return 0
 }
 
+# The browser that tests look at the site with. Without it they leave that out.
+need_browser() {
+  is_debian || return 0
+  [ -z "$(missing_packages chromium)" ] ||
+    try_step browser "installing chromium, which tests look at the site with" \
+      "the site isn't looked at" install_packages chromium
+  return 0
+}
+
 # need_setup [PACKAGE...]: the system's packages, those named beside, and the sysroot.
 need_setup() {
   local packages

@@ -19,6 +19,7 @@ usage: ./orb VERB [ARGUMENTS]
   soak [FRAMES] [SEED]    create and destroy everything for 1000000 frames, unless given,
                           and check that memory, handles and counters hold;
                           --valgrind: a few thousand frames under valgrind
+  docs                    make the site, manual pages and editor's types in build/docs
   build                   build everything
   install PREFIX          install module, header and programs under PREFIX
   clean [--all]           remove what was built; --all: the sysroot too
@@ -136,6 +137,7 @@ verb_test() {
     shift
   done
   prepare "$preset" all
+  need_browser
   start_xvfb
   local log=$root/build/$preset/Testing/Temporary/LastTest.log
   rm -f "$log"
@@ -271,6 +273,22 @@ verb_soak() {
   }
 }
 
+# make_docs PRESET FOLDER: makes all that is read, and says what is wrong with it.
+make_docs() {
+  run32 "$root/build/$1/bin/orbdocs" --source "$root/reference" all "$2"
+}
+
+verb_docs() {
+  local preset
+  preset=$(default_preset)
+  prepare "$preset" orbdocs
+  make_docs "$preset" "$root/build/docs" || {
+    say "FAILED: the reference or a guide is wrong: see above"
+    exit 1
+  }
+  say "the site: $root/build/docs/site/index.html"
+}
+
 verb_build() {
   local preset
   preset=$(default_preset)
@@ -282,6 +300,7 @@ verb_install() {
   local preset
   preset=$(default_preset)
   prepare "$preset" all
+  make_docs "$preset" "$root/build/$preset/docs" || die "the documents can't be made: see above"
   cmake --install "$root/build/$preset" --strip --prefix "$1" >"$logs/install.log" 2>&1 ||
     die "installing under $1: check that folder's permissions (log: $logs/install.log)"
 }

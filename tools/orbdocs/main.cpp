@@ -3,6 +3,7 @@
 #include "host/module_file.h"
 #include "tools/orbdocs/check.h"
 #include "tools/orbdocs/examples.h"
+#include "tools/orbdocs/manual.h"
 #include "tools/orbdocs/site.h"
 #include "tools/orbdocs/types.h"
 
@@ -21,6 +22,20 @@ struct CommandLine {
   std::string source, module, out, entry;
 };
 
+void write(const fs::path &file, const std::string &text) {
+  fs::create_directories(file.parent_path());
+  std::ofstream out(file);
+  out << text;
+  out.close();
+  if (!out) throw orbhost::ReferenceError(file.string() + " can't be written");
+}
+
+std::string read(const fs::path &file) {
+  std::ifstream in(file);
+  if (!in) throw orbhost::ReferenceError(file.string() + " can't be read");
+  return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
 // The families of a folder, in the order of its contents.txt.
 orbhost::Reference read_reference(const fs::path &folder) {
   std::vector<orbhost::ReferenceFamily> families;
@@ -29,11 +44,7 @@ orbhost::Reference read_reference(const fs::path &folder) {
     throw orbhost::ReferenceError((folder / "contents.txt").string() + " can't be read");
   for (std::string name; std::getline(contents, name);) {
     if (name.empty() || name[0] == '#') continue;
-    const std::string file = name + ".md";
-    std::ifstream in(folder / file);
-    if (!in) throw orbhost::ReferenceError(file + ", of contents.txt, can't be read");
-    const std::string text(std::istreambuf_iterator<char>(in), {});
-    families.push_back(orbhost::parse_reference(file, text));
+    families.push_back(orbhost::parse_reference(name + ".md", read(folder / (name + ".md"))));
   }
   return orbhost::Reference(std::move(families));
 }
@@ -46,16 +57,6 @@ int report(const std::vector<std::string> &found) {
 
 int check(const CommandLine &line) {
   return report(orbdocs::check_reference(read_reference(line.source), line.module));
-}
-
-int types(const CommandLine &line) {
-  orbhost::Host host;
-  host.load(line.module);
-  std::ofstream out(line.out);
-  out << orbdocs::editor_types(read_reference(line.source), host);
-  out.close();
-  if (!out) throw orbhost::ReferenceError(line.out + " can't be written");
-  return 0;
 }
 
 // The examples' scripts and pictures.
@@ -81,16 +82,24 @@ int play(const CommandLine &line) {
   return report(play_into(read_reference(line.source), line, fs::absolute(line.out)));
 }
 
-// All that is made, in a folder as it is installed.
-int site(const CommandLine &line) {
+// The site, the manual pages and the editor's types, in folders of their own.
+int make_all(const CommandLine &line) {
   const orbhost::Reference reference = read_reference(line.source);
-  const fs::path out = fs::absolute(line.out);
+  const fs::path root = fs::absolute(line.source).parent_path(), out = fs::absolute(line.out);
   std::vector<std::string> found = orbdocs::check_reference(reference, line.module);
-  const auto more = play_into(reference, line, out / "made");
-  found.insert(found.end(), more.begin(), more.end());
-  const auto wrong = orbdocs::make_site(reference, fs::absolute(line.source).parent_path(), out);
-  found.insert(found.end(), wrong.begin(), wrong.end());
-  fs::remove_all(out / "made");
+  const auto add = [&](const std::vector<std::string> &more) {
+    found.insert(found.end(), more.begin(), more.end());
+  };
+  fs::remove_all(out / "site");
+  add(play_into(reference, line, out / "site/made"));
+  add(orbdocs::make_site(reference, root, out / "site"));
+  fs::remove_all(out / "site/made");
+  for (const std::string program : {"orbplay", "orbgfx"})
+    write(out / "man" / (program + ".1"),
+          orbdocs::manual_page(read(root / "docs" / (program + ".md"))));
+  orbhost::Host host;
+  host.load(line.module);
+  write(out / "types/orb.lua", orbdocs::editor_types(reference, host));
   return report(found);
 }
 
@@ -106,16 +115,13 @@ int main(int argc, char **argv) {
   CLI::App *examples = app.add_subcommand("examples", "play the examples and keep their pictures");
   examples->add_option("out", line.out, "folder for scripts and pictures")->required();
   examples->add_option("entry", line.entry, "only this one, or those of this family");
-  CLI::App *types_file = app.add_subcommand("types", "write the types for editors");
-  types_file->add_option("out", line.out, "the file to write")->required();
-  CLI::App *pages = app.add_subcommand("site", "check all, play the examples, write the site");
-  pages->add_option("out", line.out, "the folder to write")->required();
+  CLI::App *all = app.add_subcommand("all", "check, play the examples, and make all that is read");
+  all->add_option("out", line.out, "folder for site/, man/ and types/")->required();
   CLI11_PARSE(app, argc, argv);
   try {
     if (line.module.empty()) line.module = orbhost::find_module(argc > 0 ? argv[0] : "");
     if (app.got_subcommand("check")) return check(line);
-    if (app.got_subcommand("site")) return site(line);
-    return app.got_subcommand("types") ? types(line) : play(line);
+    return app.got_subcommand("all") ? make_all(line) : play(line);
   } catch (const std::exception &error) {
     std::fprintf(stderr, "orbdocs: %s\n", error.what());
     return 2;

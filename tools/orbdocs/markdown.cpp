@@ -110,8 +110,16 @@ std::string html_of(std::string_view markdown, const MarkdownLinks &links) {
 
 std::string man_of(std::string_view markdown) {
   const Document document = parse(markdown);
-  const std::unique_ptr<char, Freed> man(
-      cmark_render_man(document.get(), CMARK_OPT_DEFAULT, 0));
+  // On paper a link is its text.
+  const std::unique_ptr<cmark_iter, Freed> iterator(cmark_iter_new(document.get()));
+  for (cmark_event_type event; (event = cmark_iter_next(iterator.get())) != CMARK_EVENT_DONE;) {
+    cmark_node *const node = cmark_iter_get_node(iterator.get());
+    if (event != CMARK_EVENT_EXIT || cmark_node_get_type(node) != CMARK_NODE_LINK) continue;
+    while (cmark_node *const child = cmark_node_first_child(node))
+      cmark_node_insert_before(node, child);
+    cmark_node_free(node);
+  }
+  const std::unique_ptr<char, Freed> man(cmark_render_man(document.get(), CMARK_OPT_DEFAULT, 0));
   return man.get();
 }
 

@@ -62,3 +62,7 @@ document.addEventListener("keydown", event => {
 list.addEventListener("click", () => { list.hidden = true; });
 if (matchMedia("(max-width: 52rem)").matches)
   document.querySelectorAll("nav details").forEach(part => { part.open = false; });
+
+// index.html?q=WORDS begins with a search.
+field.value = new URLSearchParams(location.search).get("q") ?? "";
+if (field.value) show();
