@@ -28,3 +28,10 @@ picture pixels_cycling pixels_at_8_bits 5 20
 picture pixels_ghosts pixels_at_8_bits 6 20
 picture pixels_flash pixels_at_8_bits 7 44
 picture pixels_fade pixels_at_8_bits 8 60
+
+for part in 1 2 3 4 5 6; do
+  picture "frame_$part" frames 1 20 "$part"
+done
+picture frame_order frames 2 20
+picture frame_regions frames 3 20
+picture frame_zones frames 4 40
