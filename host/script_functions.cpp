@@ -169,6 +169,17 @@ ReferenceForm named_form(const Function &function) {
   return {};
 }
 
+std::string form_or_signature(const Function &function) {
+  const ReferenceForm form = named_form(function);
+  return form.name.empty() ? function.signature : form_text(form);
+}
+
+// "graph", or "argument 2" where the reference has no name. `at` counts from 0.
+std::string parameter_name(const Function &function, std::size_t at) {
+  const ReferenceForm form = named_form(function);
+  return at < form.parameters.size() ? form.parameters[at] : "argument " + std::to_string(at + 1);
+}
+
 // Throws a message that says which argument of the nearest form is wrong.
 int wrong_call(lua_State *L, const FunctionGroup &group, const GivenArgument *given,
                std::size_t count) {
@@ -182,11 +193,8 @@ int wrong_call(lua_State *L, const FunctionGroup &group, const GivenArgument *gi
     }
   }
   const std::size_t needed = nearest->arguments.size();
-  const ReferenceForm form = named_form(*nearest);
-  const std::string number = std::to_string(least.first + 1);
-  const std::string name =
-      least.first < form.parameters.size() ? form.parameters[least.first] : "argument " + number;
-  std::string message = (form.name.empty() ? nearest->signature : form_text(form)) + ": ";
+  const std::string name = parameter_name(*nearest, least.first);
+  std::string message = form_or_signature(*nearest) + ": ";
   if (least.first >= needed)
     message += std::to_string(count) + " arguments given, " + std::to_string(needed) + " taken";
   else if (least.first >= count)
@@ -223,8 +231,11 @@ std::int32_t address_word(const void *address) {
   return static_cast<std::int32_t>(reinterpret_cast<std::uintptr_t>(address));
 }
 
-ArgumentWord integer_argument(lua_State *L, int index, const GivenArgument &given) {
-  if (!given.has_word) throw_no_word(L, index, "argument");
+ArgumentWord integer_argument(const Function &function, std::size_t at,
+                              const GivenArgument &given) {
+  if (!given.has_word)
+    throw HostError(form_or_signature(function) + ": " + parameter_name(function, at) +
+                    " is no number that fits 64 bits");
   return {Argument::Kind::integer, given.word};
 }
 
@@ -283,7 +294,7 @@ int call_function(lua_State *L) {
     case ArgumentType::integer:
       words[i] = given[i].kind == Kind::text || given[i].kind == Kind::nil
                      ? text_argument(L, index)
-                     : integer_argument(L, index, given[i]);
+                     : integer_argument(*form, i, given[i]);
       break;
     case ArgumentType::string: words[i] = text_argument(L, index); break;
     case ArgumentType::pointer:
