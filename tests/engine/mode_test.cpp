@@ -203,6 +203,7 @@ TEST_F(Modes, TheHostHearsOfWindowsMiceAndChanges) {
   EXPECT_EQ(w.host.full_screen, 1);
   EXPECT_EQ(log.mode_changes, (numbers{0, 0, 1, 0}));
   EXPECT_EQ((numbers{log.mouse_grabs, log.input_resets, log.mouse_centres}), (numbers{1, 1, 1}));
+  EXPECT_EQ(log.window_rereads, 3);
 }
 
 TEST_F(Modes, FrameRatesAreClamped) {
