@@ -59,6 +59,7 @@ struct service {
 
   // ---- Replies that depend on more than a type --------------------------------------------------
 
+  static int32_t param_count(int32_t) { return int8_t(current->replies.byte()); }
   static int32_t global_offset(int32_t, const char *, int32_t honest) {
     return honest - current->replies.byte() % 64 / 16 * (honest / 16 * 4); // in the host's memory
   }
@@ -105,7 +106,7 @@ struct service {
       check(arguments...);
       if constexpr (std::is_void_v<R>) {
         honest(arguments...);
-        current->script_.interrupt();
+        if (!std::is_same_v<Table, orb_file_services>) current->script_.call_back();
       } else {
         const R answer = honest(arguments...);
         if (!current->is_odd()) return answer;
@@ -159,9 +160,10 @@ struct service {
 
   static void replace(orbhost::Host &host) {
     using runtime = orb_runtime;
-    replace_in<&runtime::rt_program_name, &runtime::rt_param_count, &runtime::rt_pop_int,
-               &runtime::rt_pop_string, &runtime::rt_peek_string, &runtime::rt_pop_pointer,
-               &runtime::rt_take_return, &runtime::rt_new_return_string>(host.runtime);
+    replace_in<&runtime::rt_program_name, &runtime::rt_pop_int, &runtime::rt_pop_string,
+               &runtime::rt_peek_string, &runtime::rt_pop_pointer, &runtime::rt_take_return,
+               &runtime::rt_new_return_string>(host.runtime);
+    liar<&runtime::rt_param_count, param_count>::replace(host.runtime);
     liar<&runtime::rt_global_offset, global_offset>::replace(host.runtime);
     using processes = orb_process_services;
     replace_in<&processes::proc_first, &processes::proc_current>(host.process_services);

@@ -185,6 +185,9 @@ bool player::is_process(int32_t id) const {
 
 void player::interrupt() {
   if (calls_until_kill > 0 && --calls_until_kill == 0) kill_at(size_t(victim));
+}
+
+void player::call_back() {
   if (is_inside || !odd || !is_up || !odd->is_odd()) return;
   is_inside = true;
   switch (odd->replies.byte() % 3) {

@@ -65,8 +65,11 @@ struct player {
   void call_any();
   void frame();
   void kill_at(size_t place);
-  /// Called from inside services: a process ends, or an odd host calls back.
+  /// Called from inside services: a process may end.
   void interrupt();
+  /// Called from inside an odd host's services, in which hosts may call back; the arguments of the
+  /// function that is being called are lost.
+  void call_back();
   /// A random call of the device record.
   void call_device();
   void delete_surfaces(); // those made through the device record

@@ -56,7 +56,7 @@ script_values::script_values(std::span<const uint8_t> bytes) : memory(1024), res
 template <typename T> T script_values::take() {
   T value = 0;
   const size_t size = std::min(rest_.size(), sizeof value);
-  memcpy(&value, rest_.data(), size);
+  std::copy_n(rest_.begin(), size, reinterpret_cast<uint8_t *>(&value));
   rest_ = rest_.subspan(size);
   return value;
 }
