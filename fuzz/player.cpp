@@ -208,11 +208,7 @@ void player::call_any() {
 int32_t player::call(const orbhost::Function &function, std::vector<orbhost::Argument> arguments) {
   has_written |= function.name.find("save") != std::string::npos;
   if (odd && !is_inside) odd->begin_call(function.name);
-  // The texts are kept here: a call that is made from inside a service ends those of the host.
-  std::vector<orbhost::ArgumentWord> words;
-  for (const orbhost::Argument &argument : arguments)
-    words.push_back({argument.kind(), argument.word()});
-  const int32_t result = host.call_words(function, words.data());
+  const int32_t result = host.call_form(function, arguments);
   if (function.result == orbhost::ResultType::string) {
     const char *answer = reinterpret_cast<const char *>(result);
     const size_t length = answer ? strnlen(answer, ORB_RETURN_STRING_SIZE) : 0;

@@ -6,7 +6,7 @@
 __ORBBlit2D__ bltGraphics2D;
 
 blit_tail pop_tail(int32_t own) {
-  const int32_t given = rt_param_count() - own;
+  const int64_t given = int64_t(rt_param_count()) - own; // a host may count anything
   blit_tail tail;
   if (given >= 6) {
     tail.fxintensity = rt_pop_int();

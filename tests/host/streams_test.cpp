@@ -18,7 +18,7 @@ file_bytes key_stream(const std::string &text, uint64_t position, size_t size) {
   crypto_generichash(key, sizeof key, reinterpret_cast<const uint8_t *>(text.data()), text.size(),
                      nullptr, 0);
   file_bytes bytes(size);
-  if (!text.empty())
+  if (!text.empty() && size > 0)
     crypto_stream_chacha20_xor_ic(bytes.data(), bytes.data(), size, nonce, position / 64, key);
   return bytes;
 }
