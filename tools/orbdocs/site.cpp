@@ -168,14 +168,25 @@ private:
       if (kind == ".md" && guide.name == name) return up + "guides/" + name + ".html" + fragment;
     if (kind == ".md" && fs::exists(root_ / "reference" / (name + kind)))
       return up + "reference/" + name + ".html" + fragment;
+    // Any other file comes along as it is.
+    if (const fs::path file = root_ / without_parents(to); fs::is_regular_file(file)) {
+      copy(file, out_ / "examples" / file.filename());
+      return up + "examples/" + file.filename().string();
+    }
     found_.push_back(to + ": a link leads there, and no page is made of it");
     return to;
   }
 
-  // A script that a text links to and the gallery doesn't show gets a page of its own.
-  void add_script(std::string path, const std::string &name) {
+  // "../../examples/x.lua" is below the root, wherever the text is.
+  static std::string without_parents(std::string path) {
     while (path.starts_with("../"))
       path.erase(0, 3);
+    return path;
+  }
+
+  // A script that a text links to and the gallery doesn't show gets a page of its own.
+  void add_script(const std::string &to, const std::string &name) {
+    const std::string path = without_parents(to);
     const bool shown =
         std::ranges::any_of(gallery_, [&](const Shown &s) { return s.name == name; });
     if (shown || !fs::exists(root_ / path)) return;
