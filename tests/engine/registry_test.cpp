@@ -69,6 +69,7 @@ TEST_F(RegistryLists, HostsRecordOnlyRunTimeCodes) {
   map_new();
   call("map_unload", {1000});
   EXPECT_EQ(RecMAPCode(0, 1000, s), 1);
+  EXPECT_EQ(GetMAP(0, 1000)->surface, s);
   EXPECT_EQ(call("map_unload", {1000}), 1);
   EXPECT_EQ(fpg[0].memory_usage, 0u);
   EXPECT_EQ(maps_loaded, -1);
