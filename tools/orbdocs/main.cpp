@@ -99,7 +99,9 @@ int make_all(const CommandLine &line) {
           orbdocs::manual_page(read(root / "docs" / (program + ".md"))));
   orbhost::Host host;
   host.load(line.module);
-  write(out / "types/orb.lua", orbdocs::editor_types(reference, host));
+  const std::string types = orbdocs::editor_types(reference, host);
+  write(out / "types/orb.lua", types);
+  if (const std::string mistake = orbdocs::mistake_in(types); !mistake.empty()) add({mistake});
   return report(found);
 }
 

@@ -2,6 +2,8 @@
 
 #include "host/host.h"
 
+#include <lua.hpp>
+
 #include <algorithm>
 #include <map>
 #include <set>
@@ -163,6 +165,16 @@ private:
 
 std::string editor_types(const orbhost::Reference &reference, const orbhost::Host &host) {
   return Types(reference, host).text();
+}
+
+std::string mistake_in(const std::string &types) {
+  lua_State *const L = luaL_newstate();
+  if (!L) return "no memory for Lua";
+  const std::string mistake = luaL_dostring(L, types.c_str()) == LUA_OK
+                                  ? ""
+                                  : "orb.lua: " + std::string(lua_tostring(L, -1));
+  lua_close(L);
+  return mistake;
 }
 
 } // namespace orbdocs

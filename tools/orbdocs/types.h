@@ -16,4 +16,7 @@ namespace orbdocs {
 // of processes, constants and globals; it has the module loaded.
 std::string editor_types(const orbhost::Reference &reference, const orbhost::Host &host);
 
+// What Lua itself says of that text when it runs it; empty: nothing.
+std::string mistake_in(const std::string &types);
+
 } // namespace orbdocs
