@@ -204,6 +204,10 @@ TEST_F(Modes, TheHostHearsOfWindowsMiceAndChanges) {
   EXPECT_EQ(log.mode_changes, (numbers{0, 0, 1, 0}));
   EXPECT_EQ((numbers{log.mouse_grabs, log.input_resets, log.mouse_centres}), (numbers{1, 1, 1}));
   EXPECT_EQ(log.window_rereads, 3);
+  for (const int flags : {4, 8}) { // not centred, centred
+    set(64, 48, 32, 1 | flags);
+    EXPECT_EQ(log.window_moved, flags == 8 ? 2 : 1);
+  }
 }
 
 TEST_F(Modes, FrameRatesAreClamped) {
