@@ -187,7 +187,9 @@ int wrong_call(lua_State *L, const FunctionGroup &group, const GivenArgument *gi
   Misfit least;
   for (const Function *form : group.forms) {
     const Misfit found = misfit(group, *form, given, count);
-    if (!nearest || found.count < least.count) {
+    // Among equals that with as many arguments as were given.
+    if (!nearest || found.count < least.count ||
+        (found.count == least.count && form->arguments.size() == count)) {
       nearest = form;
       least = found;
     }
