@@ -50,6 +50,13 @@ orb_find(NAME lua HEADER lua.hpp SUFFIXES lua5.4 LIBRARIES lua5.4 lua PACKAGE li
 orb_find(NAME sodium HEADER sodium.h LIBRARIES sodium PACKAGE libsodium-dev)
 orb_find(NAME cli11 HEADER CLI/CLI.hpp PACKAGE libcli11-dev)
 
+# Text, sound, moving pictures and packed games.
+orb_find(NAME freetype HEADER ft2build.h SUFFIXES freetype2 LIBRARIES freetype PACKAGE libfreetype-dev)
+orb_find(NAME sdl_mixer HEADER SDL_mixer.h SUFFIXES SDL LIBRARIES SDL_mixer
+  PACKAGE libsdl-mixer1.2-dev)
+orb_find(NAME gif HEADER gif_lib.h LIBRARIES gif PACKAGE libgif-dev)
+orb_find(NAME zip HEADER zip.h LIBRARIES zip PACKAGE libzip-dev)
+
 # The reference's site.
 orb_find(NAME cmark HEADER cmark-gfm.h LIBRARIES cmark-gfm PACKAGE libcmark-gfm-dev)
 orb_find(NAME cmark_tables HEADER cmark-gfm-core-extensions.h LIBRARIES cmark-gfm-extensions

@@ -1,0 +1,74 @@
+// orbplay: plays a Lua script with the graphics module.
+#include "host/reference.h"
+#include "host/reference_help.h"
+#include "host/player/options.h"
+#include "host/player/screenshots.h"
+#include "host/player/session.h"
+
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <unistd.h>
+
+namespace orbplay {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Ctrl-C ends play after the frame, so that the display is restored; a second Ctrl-C, at once. SDL
+// would swallow the signal, and a script in an endless loop couldn't be stopped.
+volatile std::sig_atomic_t interrupted = 0;
+
+extern "C" void on_interrupt(int number) {
+  if (interrupted) _exit(128 + number);
+  interrupted = number;
+}
+
+void list_functions(const Settings &settings) {
+  const orbhost::Reference &reference = orbhost::Reference::built_in();
+  const std::unique_ptr<orbhost::Host> host = make_host(settings);
+  std::printf("%s", orbhost::list_text(reference, host->registration()).c_str());
+}
+
+void play(const Settings &settings) {
+  Session session(settings);
+  session.observe(std::make_unique<Screenshots>(settings));
+  do {
+    if (interrupted) session.stop();
+  } while (session.frame());
+}
+
+int run(const Settings &settings) {
+  std::error_code ignored;
+  if (settings.list_functions) {
+    list_functions(settings);
+    return exit_ok;
+  }
+  if (!fs::is_regular_file(settings.script, ignored)) {
+    throw PlayError(exit_not_found, settings.script + ": no such script");
+  }
+  std::signal(SIGINT, on_interrupt);
+  std::signal(SIGTERM, on_interrupt);
+  play(settings);
+  return interrupted ? 128 + interrupted : int{exit_ok};
+}
+
+} // namespace
+} // namespace orbplay
+
+int main(int argc, char **argv) {
+  const orbplay::Settings settings = orbplay::parse_options(argc, argv);
+  try {
+    return orbplay::run(settings);
+  } catch (const orbhost::ScriptError &error) {
+    std::fprintf(stderr, "%s\n", error.what()); // begins with the script's line
+    return orbplay::exit_script;
+  } catch (const orbplay::PlayError &error) {
+    std::fprintf(stderr, "orbplay: %s\n", error.what());
+    return error.status;
+  } catch (const std::exception &error) {
+    std::fprintf(stderr, "orbplay: %s\n", error.what());
+    return orbplay::exit_script;
+  }
+}

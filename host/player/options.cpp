@@ -1,0 +1,123 @@
+#include "host/player/options.h"
+
+#include "host/reference.h"
+#include "host/reference_help.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+#ifndef ORB_VERSION
+#define ORB_VERSION "unknown"
+#endif
+
+namespace orbplay {
+namespace {
+
+// "FILE@12" is FILE at frame 12; without digits after the last "@" the whole text is a name.
+Screenshot parse_screenshot(const std::string &text) {
+  const std::size_t at = text.rfind('@');
+  if (at == std::string::npos || at == 0 || at + 1 == text.size() || text.size() - at > 10 ||
+      !std::all_of(text.begin() + static_cast<std::ptrdiff_t>(at) + 1, text.end(),
+                   [](char c) { return c >= '0' && c <= '9'; })) {
+    return {text, 0};
+  }
+  const std::uint64_t frame = std::stoull(text.substr(at + 1));
+  if (frame == 0) throw CLI::ValidationError("--screenshot", "frames count from 1");
+  return {text.substr(0, at), frame};
+}
+
+class Formatter : public CLI::Formatter {
+public:
+  std::string make_usage(const CLI::App *, std::string) const override {
+    return "Usage: orbplay [options] SCRIPT [-- script arguments]\n";
+  }
+};
+
+// Prints the entry of a name, or names like it.
+ExitStatus explain(const std::string &name) {
+  const orbhost::Reference &reference = orbhost::Reference::built_in();
+  if (const std::string text = orbhost::help_text(reference, name); !text.empty()) {
+    std::printf("%s", text.c_str());
+    return exit_ok;
+  }
+  std::fprintf(stderr, "orbplay: nothing is called %s", name.c_str());
+  const std::vector<std::string> near = reference.nearest(name, 3);
+  for (const std::string &other : near)
+    std::fprintf(stderr, "%s%s", &other == &near.front() ? "; did you mean " : " or ",
+                 other.c_str());
+  std::fprintf(stderr, "%s\n", near.empty() ? "" : "?");
+  return exit_usage;
+}
+
+} // namespace
+
+Settings parse_options(int argc, char **argv) {
+  Settings settings;
+  settings.program = argc > 0 ? argv[0] : "";
+  std::vector<std::string> screenshots;
+  CLI::App app{"Plays a Lua script with the 2D graphics module.", "orbplay"};
+  app.footer("Exit status: 0 ok, 1 script error, 2 usage, 3 file not found, 4 video or module\n"
+             "could not start, 130 interrupted.");
+  app.formatter(std::make_shared<Formatter>());
+  app.failure_message([](const CLI::App *, const CLI::Error &error) {
+    return std::string("orbplay: ") + error.what() + "\nRun with --help for more information.\n";
+  });
+  app.set_version_flag("--version", "orbplay " ORB_VERSION);
+  app.set_help_flag();
+  std::string topic;
+  const CLI::Option *help =
+      app.add_option("-h,--help", topic, "what NAME means to a script; or this message")
+          ->type_name("[NAME]")
+          ->expected(0, 1);
+  app.add_option("script", settings.script, "Lua script to play")->type_name("SCRIPT");
+  app.add_option("arguments", settings.arguments,
+                 "the script's own arguments; those that begin with \"-\" after \"--\"");
+  app.add_flag("--headless", settings.headless,
+               "no window, no waiting; every run draws the same frames");
+  app.add_option("--frames", settings.frames, "stop after N frames")
+      ->type_name("N")
+      ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{0xFFFFFFFF}));
+  app.add_option("--fps", settings.fps, "hold N frames a second, 0 for as many as possible")
+      ->type_name("N")
+      ->check(CLI::Range(0, 1000));
+  app.add_option("--seed", settings.seed, "seed of the script's random numbers")
+      ->type_name("N")
+      ->check(CLI::Range(std::int64_t{0}, std::int64_t{0xFFFFFFFF}));
+  app.add_option("--screenshot", screenshots,
+                 "save the screen as a PNG at that frame, or at the end; may be repeated")
+      ->type_name("FILE[@FRAME]")
+      ->type_size(1)
+      ->allow_extra_args(false)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+  app.add_flag("--display", settings.display_pictures,
+               "screenshots show the display, with filters, borders and 8-bit fades");
+  app.add_flag("--fullscreen", settings.full_screen, "start in full screen");
+  app.add_flag("--strict", settings.strict, "stop at the first error that the module reports");
+  app.add_flag("--list-functions", settings.list_functions,
+               "list all functions that a script can call, and exit");
+  app.add_option("--module", settings.module, "load this module file")->type_name("PATH");
+  try {
+    app.parse(argc, argv);
+    if (help->count() > 0) {
+      if (topic.empty()) throw CLI::CallForHelp();
+      std::exit(explain(topic));
+    }
+    for (const std::string &text : screenshots) {
+      settings.screenshots.push_back(parse_screenshot(text));
+    }
+    if (settings.script.empty() && !settings.list_functions) {
+      throw CLI::RequiredError("SCRIPT");
+    }
+  } catch (const CLI::ParseError &error) {
+    const int status = app.exit(error) == 0 ? exit_ok : exit_usage;
+    std::fflush(nullptr);
+    std::exit(status);
+  }
+  return settings;
+}
+
+} // namespace orbplay

@@ -1,0 +1,40 @@
+// What the player was told to do: its command line.
+#pragma once
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace orbplay {
+
+enum ExitStatus { exit_ok, exit_script, exit_usage, exit_not_found, exit_video };
+
+// A failure that ends the player, with its exit status.
+struct PlayError : std::runtime_error {
+  PlayError(ExitStatus with, const std::string &text) : std::runtime_error(text), status(with) {}
+  ExitStatus status;
+};
+
+struct Screenshot {
+  std::string file;
+  std::uint64_t frame = 0; // 0: the last one
+};
+
+struct Settings {
+  std::string program; // argv[0]
+  std::string script;
+  std::vector<std::string> arguments;
+  std::string module;
+  bool headless = false, full_screen = false, strict = false, list_functions = false;
+  bool display_pictures = false; // screenshots of the display instead of the script's screen
+  std::uint64_t frames = 0;      // 0: no limit
+  int fps = -1;                  // negative: the script's choice
+  std::int64_t seed = -1;        // negative: 1 when headless, else a new one every time
+  std::vector<Screenshot> screenshots;
+};
+
+// Exits on a usage error, and after --version and --help, with or without a name.
+Settings parse_options(int argc, char **argv);
+
+} // namespace orbplay

@@ -1,0 +1,66 @@
+#include "host/player/session.h"
+
+#include "host/module_file.h"
+
+#include <ctime>
+#include <filesystem>
+
+namespace orbplay {
+
+namespace fs = std::filesystem;
+
+std::unique_ptr<orbhost::Host> make_host(const Settings &settings) {
+  orbhost::Options options;
+  options.title = settings.script.empty() ? "orbplay" : fs::path(settings.script).stem().string();
+  options.headless = options.virtual_clock = settings.headless;
+  options.full_screen = settings.full_screen;
+  auto host = std::make_unique<orbhost::Host>(options);
+  std::string path = settings.module;
+  if (path.empty())
+    path = orbhost::find_module(settings.program.c_str());
+  else if (path.find('/') == std::string::npos)
+    path.insert(0, "./");
+  try {
+    host->load(path);
+  } catch (const std::exception &error) {
+    throw PlayError(exit_video, std::string("the module can't be loaded: ") + error.what());
+  }
+  return host;
+}
+
+Session::Session(const Settings &settings) : settings_(settings), host_(make_host(settings)) {
+  orbhost::ScriptOptions options;
+  options.strict = settings.strict;
+  options.arguments = settings.arguments;
+  if (settings.seed >= 0)
+    options.seed = static_cast<std::uint32_t>(settings.seed);
+  else if (!settings.headless)
+    options.seed = static_cast<std::uint32_t>(std::time(nullptr));
+  script_ = std::make_unique<orbhost::Script>(*host_, options);
+  script_->load_file(settings.script);
+  if (settings.fps >= 0) host_->clock().fix(settings.fps);
+  try {
+    host_->init();
+  } catch (const orbhost::HostError &error) {
+    throw PlayError(exit_video, std::string(error.what()) + " (--headless plays without one)");
+  }
+}
+
+Session::~Session() = default;
+
+bool Session::frame() {
+  ++frames_;
+  for (const auto &observer : observers_)
+    observer->before_frame(*host_, frames_);
+  bool more = script_->frame() && !stopped_;
+  if (settings_.frames && frames_ >= settings_.frames) more = false;
+  for (const auto &observer : observers_)
+    observer->after_frame(*host_, frames_, !more);
+  if (!more) {
+    for (const auto &observer : observers_)
+      observer->ended(frames_);
+  }
+  return more;
+}
+
+} // namespace orbplay
