@@ -25,6 +25,13 @@ void Clock::fix(std::int32_t fps) {
   fixed_ = true;
 }
 
+void Clock::resume() {
+  const auto pause = Steady::now() - held_;
+  start_ += pause;
+  due_ += pause;
+  measure_start_ += pause;
+}
+
 bool Clock::next_frame() {
   ++frames_;
   if (virtual_) {

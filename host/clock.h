@@ -18,6 +18,10 @@ public:
   // Fixes the rate: later calls of set_fps() don't change it.
   void fix(std::int32_t fps);
 
+  // Time that passes between the two is no time of play.
+  void hold() { held_ = Steady::now(); }
+  void resume();
+
   // Ends a frame: waits until the next one is due. Returns true if the next frame should be
   // skipped, because play is late and skipping is allowed. The virtual clock never skips.
   bool next_frame();
@@ -44,6 +48,7 @@ private:
   Steady::time_point start_ = Steady::now();
   Steady::time_point due_ = start_;
   Steady::time_point measure_start_ = start_;
+  Steady::time_point held_ = start_;
   std::uint64_t measured_frames_ = 0;
 };
 

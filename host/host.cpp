@@ -67,6 +67,7 @@ void Host::prepare_video() {
     setenv("SDL_VIDEODRIVER", "dummy", 1);
     return;
   }
+  if (SDL_WasInit(SDL_INIT_VIDEO)) return; // by the program, whose window it is
   // Without a display SDL would fall back to drawing with characters in the terminal.
   setenv("SDL_VIDEODRIVER", "x11", 0);
   setenv("SDL_VIDEO_CENTERED", "1", 0);
@@ -75,6 +76,7 @@ void Host::prepare_video() {
   if (SDL_InitSubSystem(SDL_INIT_VIDEO) != 0) {
     throw HostError(std::string("no display: ") + SDL_GetError());
   }
+  started_video_ = true;
   if (const SDL_VideoInfo *info = SDL_GetVideoInfo(); info && info->current_w > 0) {
     device_system.desktop_width = info->current_w;
     device_system.desktop_height = info->current_h;
@@ -95,11 +97,10 @@ void Host::run_hooks(std::int32_t kind) {
   }
 }
 
-void Host::update_mouse() {
-  const __ORBSurface2D__ *logical = screen();
+// The picture is scaled and centred on the display, with equal borders.
+Host::Place Host::picture_place() const {
   const SDL_Surface *display = SDL_WasInit(SDL_INIT_VIDEO) ? SDL_GetVideoSurface() : nullptr;
-  if (!logical || !display) return;
-  // The picture is scaled and centred on the display, with equal borders.
+  if (!screen() || !display) return {};
   int left = 0, top = 0;
   if (const orb_device2d *record = device()) {
     if (record->GetEmulatedMode && record->GetEmulatedMode()) {
@@ -111,13 +112,18 @@ void Host::update_mouse() {
       top += record->GetVirtualResolutionYOffset();
     }
   }
-  const auto scale = [](int position, int border, int shown, std::uint32_t size) {
-    const std::int64_t inner = std::max(shown - 2 * border, 1);
-    const std::int64_t at = std::int64_t{position - border} * size / inner;
+  return {left, top, std::max(display->w - 2 * left, 1), std::max(display->h - 2 * top, 1)};
+}
+
+void Host::update_mouse() {
+  const Place place = picture_place();
+  if (place.width == 0) return;
+  const auto scale = [](int position, int shown, std::uint32_t size) {
+    const std::int64_t at = std::int64_t{position} * size / shown;
     return static_cast<std::int32_t>(std::clamp<std::int64_t>(at, 0, std::int64_t{size} - 1));
   };
-  global("mouse", 2) = scale(input_.pointer.x, left, display->w, logical->width);
-  global("mouse", 3) = scale(input_.pointer.y, top, display->h, logical->height);
+  global("mouse", 2) = scale(input_.pointer.x - place.left, place.width, screen()->width);
+  global("mouse", 3) = scale(input_.pointer.y - place.top, place.height, screen()->height);
 }
 
 void Host::begin_frame() {
@@ -143,7 +149,7 @@ void Host::release() {
   released_ = true;
   processes_.kill_all();
   run_hooks(ORB_HOOK_RELEASE);
-  if (!options_.headless) SDL_QuitSubSystem(SDL_INIT_VIDEO);
+  if (started_video_) SDL_QuitSubSystem(SDL_INIT_VIDEO);
 }
 
 std::int32_t Host::call(std::string_view name, std::vector<Argument> arguments) {

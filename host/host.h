@@ -45,12 +45,14 @@ public:
 
 struct Options {
   std::string title = "orbhost"; // returned by rt_program_name
-  // SDL's dummy video: no display is needed or touched.
+  // SDL's dummy video: no display is needed or touched. Otherwise SDL's video, which the program may
+  // have started; then it stays when play ends.
   bool headless = true;
   // Frames don't wait, and always take the same virtual time. Usual with headless.
   bool virtual_clock = true;
   bool full_screen = false;
-  int desktop_width = 1024, desktop_height = 768; // reported to the module when headless
+  // Reported to the module when headless, and when the program has started SDL's video.
+  int desktop_width = 1024, desktop_height = 768;
 };
 
 // Counts of the module's calls to the window and input services.
@@ -153,6 +155,12 @@ public:
   // The logical screen; null before the module has opened one.
   [[nodiscard]] __ORBSurface2D__ *screen() const { return device_system.screen; }
 
+  // Where the display shows the screen, in pixels of the display; all 0 while it shows none.
+  struct Place {
+    int left = 0, top = 0, width = 0, height = 0;
+  };
+  [[nodiscard]] Place picture_place() const;
+
   ServiceLog log;
 
 private:
@@ -181,6 +189,7 @@ private:
   std::deque<ErrorReport> errors_; // the last ones
   void *library_ = nullptr;
   bool attached_ = false, initialised_ = false, released_ = false;
+  bool started_video_ = false; // SDL's video; a program that did keeps it
 };
 
 // The index, in Registration::functions, of the form of `name` that fits `arguments`: the same

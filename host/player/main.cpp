@@ -4,6 +4,7 @@
 #include "host/player/options.h"
 #include "host/player/screenshots.h"
 #include "host/player/session.h"
+#include "host/player/stage.h"
 
 #include <csignal>
 #include <cstdio>
@@ -19,10 +20,12 @@ namespace fs = std::filesystem;
 // Ctrl-C ends play after the frame, so that the display is restored; a second Ctrl-C, at once. SDL
 // would swallow the signal, and a script in an endless loop couldn't be stopped.
 volatile std::sig_atomic_t interrupted = 0;
+Stage *stage = nullptr;
 
 extern "C" void on_interrupt(int number) {
   if (interrupted) _exit(128 + number);
   interrupted = number;
+  if (stage) stage->stop();
 }
 
 void list_functions(const Settings &settings) {
@@ -31,12 +34,25 @@ void list_functions(const Settings &settings) {
   std::printf("%s", orbhost::list_text(reference, host->registration()).c_str());
 }
 
-void play(const Settings &settings) {
-  Session session(settings);
+// Who watches a play, by what the options ask for.
+void add_observers(Session &session, const Settings &settings) {
   session.observe(std::make_unique<Screenshots>(settings));
+}
+
+int play(const Settings &settings) {
+  if (!settings.headless) {
+    Stage in_window(settings, [&](Session &session) { add_observers(session, settings); });
+    stage = &in_window;
+    const int status = in_window.run();
+    stage = nullptr;
+    return status;
+  }
+  Session session(settings);
+  add_observers(session, settings);
   do {
     if (interrupted) session.stop();
   } while (session.frame());
+  return exit_ok;
 }
 
 int run(const Settings &settings) {
@@ -50,8 +66,8 @@ int run(const Settings &settings) {
   }
   std::signal(SIGINT, on_interrupt);
   std::signal(SIGTERM, on_interrupt);
-  play(settings);
-  return interrupted ? 128 + interrupted : int{exit_ok};
+  const int status = play(settings);
+  return interrupted ? 128 + interrupted : status;
 }
 
 } // namespace

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <map>
 #include <memory>
 
 #ifndef ORB_VERSION
@@ -95,7 +96,14 @@ Settings parse_options(int argc, char **argv) {
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
   app.add_flag("--display", settings.display_pictures,
                "screenshots show the display, with filters, borders and 8-bit fades");
-  app.add_flag("--fullscreen", settings.full_screen, "start in full screen");
+  app.add_flag("--fullscreen", settings.full_screen,
+               "show the game on the full screen, whatever it asks for");
+  app.add_option("--scale", settings.scale,
+                 "show each pixel N pixels wide; \"fit\", as without this option: as wide as fits")
+      ->type_name("N|fit")
+      ->transform(CLI::Transformer(std::map<std::string, int>{{"fit", 0}}))
+      ->check(CLI::Range(0, 64));
+  app.add_flag("--watch", settings.watch, "play again when a file in the script's folder is saved");
   app.add_flag("--strict", settings.strict, "stop at the first error that the module reports");
   app.add_flag("--list-functions", settings.list_functions,
                "list all functions that a script can call, and exit");

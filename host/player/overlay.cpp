@@ -1,0 +1,210 @@
+#include "host/player/overlay.h"
+
+#include "host/player/canvas.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+namespace orbplay {
+namespace {
+
+constexpr Colour panel = 0x101418, ink = 0xE8E8E8, faint = 0x8090A0;
+constexpr Colour work_ink = 0x70C0FF, wait_ink = 0x305070, box_ink = 0x60FF90, object_ink = 0xFFD060,
+                 change_ink = 0xFF4060, pointed_ink = 0xFFFFFF;
+constexpr int margin = 4, tile = 16;
+
+Overlay *active = nullptr;
+
+template <typename... Values> std::string format(const char *pattern, Values... values) {
+  char text[128];
+  std::snprintf(text, sizeof text, pattern, values...);
+  return text;
+}
+
+// A rectangle of the script's screen in the window: its first pixel, and the one after its last.
+struct Placed {
+  Point first, end;
+};
+
+Placed place(const orbhost::Host &host, const Window &window, int x0, int y0, int x1, int y1) {
+  const orbhost::Host::Place at = host.picture_place();
+  const __ORBSurface2D__ *const screen = host.screen();
+  const int width = static_cast<int>(screen->width), height = static_cast<int>(screen->height);
+  const auto to_window = [&](int x, int y) {
+    return window.to_window({at.left + x * at.width / width, at.top + y * at.height / height});
+  };
+  return {to_window(x0, y0), to_window(x1 + 1, y1 + 1)};
+}
+
+} // namespace
+
+void Overlay::attach(orbhost::Host &host) {
+  host_ = &host;
+  active = this;
+  drawn_.clear();
+  previous_.clear();
+  orb_device2d *const device = host.device();
+  if (!device || !device->ResetBlitList) return;
+  reset_list_ = device->ResetBlitList;
+  device->ResetBlitList = note_requests;
+}
+
+void Overlay::detach() {
+  host_ = nullptr;
+  active = nullptr;
+}
+
+// In place of the module's ResetBlitList: the last time that a frame's requests are all there.
+void Overlay::note_requests() {
+  Overlay &self = *active;
+  if (self.shown_) {
+    self.drawn_.clear();
+    self.requests_ = 0;
+    self.shown_ = false;
+  }
+  const orb_device2d &device = *self.host_->device();
+  if (self.figures || self.boxes) {
+    const orb_blit_list *const list = device.GetPtrBlitList();
+    for (std::uint32_t i = 0; list && i < list->used; ++i) {
+      const __ORBBlit2D__ &request = list->requests[i];
+      ++self.requests_;
+      if (request.drawn)
+        self.drawn_.push_back({request.owner, request.drawn_x0, request.drawn_y0, request.drawn_x1,
+                               request.drawn_y1});
+    }
+  }
+  self.reset_list_();
+}
+
+void Overlay::paint(const Window &window, SDL_Surface &surface) {
+  const auto now = Clock::now();
+  const auto ms = [](Clock::duration time) {
+    return std::chrono::duration<float, std::milli>(time).count();
+  };
+  newest_ = (newest_ + 1) % kept_times;
+  work_[newest_] = ms(now - begun_);
+  frame_[newest_] = ms(now - shown_at_);
+  shown_at_ = now;
+  shown_ = true;
+  if (!host_ || !host_->screen() || (!figures && !boxes)) return;
+  Canvas canvas(surface);
+  if (boxes) {
+    paint_changes(window, canvas);
+    paint_boxes(window, canvas);
+  }
+  if (figures) paint_figures(canvas);
+}
+
+void Overlay::paint_figures(Canvas &canvas) const {
+  std::int64_t pixels = 0;
+  for (const Drawn &box : drawn_)
+    pixels += std::int64_t{box.x1 - box.x0 + 1} * (box.y1 - box.y0 + 1);
+  float frame = 0, work = 0;
+  for (std::size_t i = 0; i < kept_times; ++i)
+    frame += frame_[i] / kept_times, work += work_[i] / kept_times;
+  const std::string lines[] = {
+      format("%5.1f ms a frame, %.0f a second", frame, frame > 0 ? 1000 / frame : 0),
+      format("%5.1f ms of it work", work),
+      format("%5zu processes", host_->processes().size()),
+      format("%5zu requests, %zu drawn", requests_, drawn_.size()),
+      format("%5.0f thousand pixels", static_cast<double>(pixels) / 1000),
+  };
+  constexpr int curve_height = 40, ms_height = 2; // pixels; pixels a millisecond
+  const int line = Canvas::line_height();
+  int width = static_cast<int>(kept_times);
+  for (const std::string &text : lines)
+    width = std::max(width, Canvas::text_width(text));
+  const int height = line * static_cast<int>(std::size(lines)) + margin + curve_height;
+  canvas.fill(0, 0, width + 2 * margin, height + 2 * margin, panel, 200);
+  int y = margin;
+  for (const std::string &text : lines) {
+    canvas.text(margin, y, text, ink);
+    y += line;
+  }
+  y += margin + curve_height;
+  for (std::size_t i = 0; i < kept_times; ++i) {
+    const std::size_t at = (newest_ + 1 + i) % kept_times;
+    const auto bar = [&](float time, Colour colour) {
+      const int high = std::min(static_cast<int>(time * ms_height), curve_height);
+      canvas.fill(margin + static_cast<int>(i), y - high, 1, high, colour);
+    };
+    bar(frame_[at], wait_ink);
+    bar(work_[at], work_ink);
+  }
+}
+
+// The tiles of the display that aren't what they were one frame ago.
+void Overlay::paint_changes(const Window &window, Canvas &canvas) {
+  SDL_Surface *const display = SDL_GetVideoSurface();
+  const std::size_t pitch = display->pitch, size = pitch * static_cast<unsigned>(display->h);
+  const auto *const pixels = static_cast<const std::uint8_t *>(display->pixels);
+  if (previous_.size() == size) {
+    for (int y = 0; y < display->h; y += tile) {
+      for (int x = 0; x < display->w; x += tile) {
+        const int right = std::min(x + tile, display->w), bottom = std::min(y + tile, display->h);
+        const int bytes = display->format->BytesPerPixel;
+        bool same = true;
+        for (int row = y; same && row < bottom; ++row) {
+          const std::size_t at = static_cast<unsigned>(row) * pitch + static_cast<unsigned>(x * bytes);
+          same = std::memcmp(&pixels[at], &previous_[at], static_cast<unsigned>((right - x) * bytes)) == 0;
+        }
+        if (same) continue;
+        const Point first = window.to_window({x, y}), end = window.to_window({right, bottom});
+        canvas.fill(first.x, first.y, end.x - first.x, end.y - first.y, change_ink, 48);
+      }
+    }
+  }
+  previous_.assign(pixels, pixels + size);
+}
+
+void Overlay::paint_boxes(const Window &window, Canvas &canvas) const {
+  const Point pointer = window.to_window(pointer_);
+  const orb_process *pointed = nullptr;
+  for (const Drawn &box : drawn_) {
+    const Placed at = place(*host_, window, box.x0, box.y0, box.x1, box.y1);
+    // A process may have ended since.
+    const bool alive = box.owner && host_->processes().exists(orbhost::ProcessList::id(box.owner));
+    canvas.outline(at.first.x, at.first.y, at.end.x - at.first.x, at.end.y - at.first.y,
+                   alive ? box_ink : object_ink);
+    if (!alive) continue;
+    canvas.text(at.first.x + 2, at.first.y + 1, format("%u", box.owner->host0), box_ink);
+    if (pointer.x >= at.first.x && pointer.x < at.end.x && pointer.y >= at.first.y &&
+        pointer.y < at.end.y)
+      pointed = box.owner; // the last is on top
+  }
+  canvas.fill(pointer.x - 4, pointer.y, 9, 1, pointed_ink);
+  canvas.fill(pointer.x, pointer.y - 4, 1, 9, pointed_ink);
+  if (pointed) paint_locals(canvas, *pointed, pointer);
+}
+
+// In two columns beside the pointer: those that aren't as declared first catch the eye.
+void Overlay::paint_locals(Canvas &canvas, const orb_process &process, Point at) const {
+  struct Line {
+    std::string text;
+    bool changed;
+  };
+  std::vector<Line> lines = {{format("process %u", process.host0), true}};
+  const auto *const words = reinterpret_cast<const std::int32_t *>(process.locals);
+  int width = 0;
+  for (const orbhost::Declaration &local : host_->locals().declarations()) {
+    if (local.kind != orbhost::Declaration::Kind::variable || local.fields[0].pointer) continue;
+    const std::int32_t value = words[local.word];
+    lines.push_back({format("%-17s %d", local.name.c_str(), value), value != local.fields[0].initial});
+  }
+  for (const Line &line : lines)
+    width = std::max(width, Canvas::text_width(line.text));
+  const int line_height = Canvas::line_height();
+  const int height = line_height * static_cast<int>(lines.size());
+  const int x = std::clamp(at.x + 3 * margin, 0, std::max(canvas.width() - width - 2 * margin, 0));
+  int y = std::clamp(at.y + 3 * margin, 0, std::max(canvas.height() - height - 2 * margin, 0));
+  canvas.fill(x, y, width + 2 * margin, height + 2 * margin, panel, 220);
+  y += margin;
+  for (const Line &line : lines) {
+    canvas.text(x + margin, y, line.text, line.changed ? ink : faint);
+    y += line_height;
+  }
+}
+
+} // namespace orbplay
