@@ -134,6 +134,7 @@ void Host::begin_frame() {
 void Host::end_frame() {
   run_hooks(ORB_HOOK_FRAME);
   processes_.frame_ended();
+  input_.end_frame();
   renderer_busy = clock_.next_frame() ? 1 : 0;
   frame_rate = clock_.rate();
 }

@@ -64,9 +64,7 @@ std::optional<int> numbered(std::string_view name, std::string_view prefix) {
   return std::stoi(digits);
 }
 
-} // namespace
-
-std::optional<int> Input::key_symbol(std::string_view name) {
+std::optional<int> key_symbol(std::string_view name) {
   for (const KeyName &entry : key_names) {
     if (entry.name == name) return entry.symbol;
   }
@@ -78,53 +76,96 @@ std::optional<int> Input::key_symbol(std::string_view name) {
   return std::nullopt;
 }
 
-std::optional<bool> Input::key(std::string_view name) const {
-  const std::optional<int> symbol = key_symbol(name);
-  if (!symbol) return std::nullopt;
-  const auto seen = [this](int key) {
-    return down_.test(static_cast<std::size_t>(key)) ||
-           pressed_.test(static_cast<std::size_t>(key));
-  };
-  const int other = other_side(name);
-  return seen(*symbol) || (other != SDLK_UNKNOWN && seen(other));
+// The events that an SDL event means to a script.
+void translate(const SDL_Event &event, const std::function<void(const InputEvent &)> &apply) {
+  using Kind = InputEvent::Kind;
+  switch (event.type) {
+  case SDL_KEYDOWN:
+  case SDL_KEYUP:
+    apply({.kind = Kind::key, .down = event.type == SDL_KEYDOWN, .code = event.key.keysym.sym});
+    break;
+  case SDL_MOUSEMOTION:
+    apply({.kind = Kind::motion, .x = event.motion.x, .y = event.motion.y});
+    break;
+  case SDL_MOUSEBUTTONDOWN:
+  case SDL_MOUSEBUTTONUP: {
+    const int button = event.button.button;
+    const bool down = event.type == SDL_MOUSEBUTTONDOWN;
+    if (button <= SDL_BUTTON_RIGHT)
+      apply({.kind = Kind::button, .down = down, .code = button});
+    else if (down && button <= SDL_BUTTON_WHEELDOWN)
+      apply({.kind = Kind::wheel, .y = button == SDL_BUTTON_WHEELUP ? 1 : -1});
+    break;
+  }
+  case SDL_QUIT: apply({.kind = Kind::quit}); break;
+  default: break;
+  }
 }
 
-void Input::set_key(int symbol, bool down) {
-  if (symbol >= 0 && static_cast<std::size_t>(symbol) < down_.size()) {
-    down_.set(static_cast<std::size_t>(symbol), down);
-    if (down) pressed_.set(static_cast<std::size_t>(symbol));
-  }
+} // namespace
+
+std::optional<Input::Control> Input::control(std::string_view name) {
+  if (name == "mouse_left") return Control{mouse_controls, mouse_controls};
+  if (name == "mouse_middle") return Control{mouse_controls + 1, mouse_controls + 1};
+  if (name == "mouse_right") return Control{mouse_controls + 2, mouse_controls + 2};
+  const std::optional<int> symbol = key_symbol(name);
+  if (!symbol) return std::nullopt;
+  const int other = other_side(name);
+  return Control{*symbol, other == SDLK_UNKNOWN ? *symbol : other};
+}
+
+bool Input::down(Control control) const {
+  const Controls seen = down_ | pressed_;
+  return seen[control.number] || seen[control.other];
+}
+
+bool Input::pressed(Control control) const {
+  return pressed_[control.number] || pressed_[control.other];
+}
+
+bool Input::released(Control control) const {
+  return released_[control.number] || released_[control.other];
+}
+
+void Input::set(int control, bool down) {
+  if (control < 0 || control >= all_controls || down_[control] == down) return;
+  down_[control] = down;
+  (down ? pressed_ : released_).set(control);
 }
 
 void Input::reset() {
   down_.reset();
+  end_frame();
+}
+
+void Input::end_frame() {
   pressed_.reset();
-  pointer.left = pointer.middle = pointer.right = false;
+  released_.reset();
+  wheel = 0;
+}
+
+void Input::apply(const InputEvent &event) {
+  using Kind = InputEvent::Kind;
+  if (on_event) on_event(event);
+  switch (event.kind) {
+  case Kind::key: set(event.code, event.down); break;
+  case Kind::button: set(mouse_controls + event.code - 1, event.down); break;
+  case Kind::motion:
+    pointer.x = event.x;
+    pointer.y = event.y;
+    break;
+  case Kind::wheel: wheel += event.y; break;
+  case Kind::quit: quit = true; break;
+  default: break;
+  }
 }
 
 void Input::pump() {
-  pressed_.reset();
   if (!SDL_WasInit(SDL_INIT_VIDEO) || !SDL_GetVideoSurface()) return;
   SDL_Event event;
   while (SDL_PollEvent(&event)) {
-    switch (event.type) {
-    case SDL_KEYDOWN: set_key(event.key.keysym.sym, true); break;
-    case SDL_KEYUP: set_key(event.key.keysym.sym, false); break;
-    case SDL_MOUSEMOTION:
-      pointer.x = event.motion.x;
-      pointer.y = event.motion.y;
-      break;
-    case SDL_MOUSEBUTTONDOWN:
-    case SDL_MOUSEBUTTONUP: {
-      const bool pressed = event.type == SDL_MOUSEBUTTONDOWN;
-      if (event.button.button == SDL_BUTTON_LEFT) pointer.left = pressed;
-      if (event.button.button == SDL_BUTTON_MIDDLE) pointer.middle = pressed;
-      if (event.button.button == SDL_BUTTON_RIGHT) pointer.right = pressed;
-      break;
-    }
-    case SDL_QUIT: quit = true; break;
-    default: break;
-    }
+    if (on_sdl_event && !on_sdl_event(event)) continue;
+    translate(event, [this](const InputEvent &record) { apply(record); });
   }
 }
 

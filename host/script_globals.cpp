@@ -66,11 +66,13 @@ int record_index(lua_State *L) {
     lua_pushinteger(L, view.words[field]);
     return 1;
   }
-  const Pointer &pointer = state.host.input().pointer;
+  const auto push_button = [&](const char *name) {
+    lua_pushboolean(L, state.host.input().down(*Input::control(name)));
+  };
   switch (field) {
-  case left_button: lua_pushboolean(L, pointer.left); break;
-  case middle_button: lua_pushboolean(L, pointer.middle); break;
-  case right_button: lua_pushboolean(L, pointer.right); break;
+  case left_button: push_button("mouse_left"); break;
+  case middle_button: push_button("mouse_middle"); break;
+  case right_button: push_button("mouse_right"); break;
   default: throw_no_field(L, view);
   }
   return 1;

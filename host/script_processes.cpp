@@ -305,9 +305,9 @@ int type_of(lua_State *L) {
 
 int key(lua_State *L) {
   const char *name = luaL_checkstring(L, 1);
-  const std::optional<bool> down = state_of(L).host.input().key(name);
-  if (!down) throw HostError(std::string("key: no key is called \"") + name + '"');
-  lua_pushboolean(L, *down);
+  const std::optional<Input::Control> control = Input::control(name);
+  if (!control) throw HostError(std::string("key: no key is called \"") + name + '"');
+  lua_pushboolean(L, state_of(L).host.input().down(*control));
   return 1;
 }
 
