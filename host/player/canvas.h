@@ -25,13 +25,13 @@ public:
   // `scale` pixels wide.
   void text(int x, int y, std::string_view line, Colour colour, int scale = 1);
 
-  [[nodiscard]] int width() const { return surface_.w; }
-  [[nodiscard]] int height() const { return surface_.h; }
+  [[nodiscard]] int width() const { return surface_->w; }
+  [[nodiscard]] int height() const { return surface_->h; }
   static int text_width(std::string_view line);
   static int line_height();
 
 private:
-  SDL_Surface &surface_;
+  SDL_Surface *surface_;
   bool usable_ = true;
 };
 

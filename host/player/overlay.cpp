@@ -79,18 +79,23 @@ void Overlay::note_requests() {
 }
 
 void Overlay::paint(const Window &window, SDL_Surface &surface) {
-  const auto now = Clock::now();
-  const auto ms = [](Clock::duration time) {
-    return std::chrono::duration<float, std::milli>(time).count();
-  };
-  newest_ = (newest_ + 1) % kept_times;
-  work_[newest_] = ms(now - begun_);
-  frame_[newest_] = ms(now - shown_at_);
-  shown_at_ = now;
+  const bool fresh = measuring_; // not the same frame once more
+  if (fresh) {
+    const auto now = Clock::now();
+    const auto ms = [](Clock::duration time) {
+      return std::chrono::duration<float, std::milli>(time).count();
+    };
+    newest_ = (newest_ + 1) % kept_times;
+    work_[newest_] = ms(now - begun_);
+    frame_[newest_] = ms(now - shown_at_);
+    shown_at_ = now;
+    measuring_ = false;
+  }
   shown_ = true;
   if (!host_ || !host_->screen() || (!figures && !boxes)) return;
   Canvas canvas(surface);
   if (boxes) {
+    if (fresh) find_changes();
     paint_changes(window, canvas);
     paint_boxes(window, canvas);
   }
@@ -135,28 +140,36 @@ void Overlay::paint_figures(Canvas &canvas) const {
   }
 }
 
-// The tiles of the display that aren't what they were one frame ago.
-void Overlay::paint_changes(const Window &window, Canvas &canvas) {
-  SDL_Surface *const display = SDL_GetVideoSurface();
-  const std::size_t pitch = display->pitch, size = pitch * static_cast<unsigned>(display->h);
-  const auto *const pixels = static_cast<const std::uint8_t *>(display->pixels);
-  if (previous_.size() == size) {
-    for (int y = 0; y < display->h; y += tile) {
-      for (int x = 0; x < display->w; x += tile) {
-        const int right = std::min(x + tile, display->w), bottom = std::min(y + tile, display->h);
-        const int bytes = display->format->BytesPerPixel;
-        bool same = true;
-        for (int row = y; same && row < bottom; ++row) {
-          const std::size_t at = static_cast<unsigned>(row) * pitch + static_cast<unsigned>(x * bytes);
-          same = std::memcmp(&pixels[at], &previous_[at], static_cast<unsigned>((right - x) * bytes)) == 0;
-        }
-        if (same) continue;
-        const Point first = window.to_window({x, y}), end = window.to_window({right, bottom});
-        canvas.fill(first.x, first.y, end.x - first.x, end.y - first.y, change_ink, 48);
-      }
+void Overlay::find_changes() {
+  const SDL_Surface &display = *SDL_GetVideoSurface();
+  const std::size_t pitch = display.pitch, size = pitch * static_cast<unsigned>(display.h);
+  const std::size_t pixel = display.format->BytesPerPixel;
+  const auto *const pixels = static_cast<const std::uint8_t *>(display.pixels);
+  changes_.clear();
+  for (int y = 0; previous_.size() == size && y < display.h; y += tile) {
+    for (int x = 0; x < display.w; x += tile) {
+      const int width = std::min(tile, display.w - x), height = std::min(tile, display.h - y);
+      const auto same = [&](int row) {
+        const std::size_t at = static_cast<unsigned>(row) * pitch + static_cast<unsigned>(x) * pixel;
+        const std::size_t bytes = static_cast<unsigned>(width) * pixel;
+        return std::memcmp(&pixels[at], &previous_[at], bytes) == 0;
+      };
+      int row = y;
+      while (row < y + height && same(row))
+        ++row;
+      if (row == y + height) continue;
+      changes_.push_back({static_cast<Sint16>(x), static_cast<Sint16>(y),
+                          static_cast<Uint16>(width), static_cast<Uint16>(height)});
     }
   }
   previous_.assign(pixels, pixels + size);
+}
+
+void Overlay::paint_changes(const Window &window, Canvas &canvas) const {
+  for (const SDL_Rect &part : changes_) {
+    const Point first = window.to_window({part.x, part.y});
+    canvas.fill(first.x, first.y, part.w * window.scale(), part.h * window.scale(), change_ink, 48);
+  }
 }
 
 void Overlay::paint_boxes(const Window &window, Canvas &canvas) const {

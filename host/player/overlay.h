@@ -23,8 +23,11 @@ public:
   // Watches a host whose module is initialised. One overlay at a time.
   void attach(orbhost::Host &host);
   void detach();
-  // A frame begins, whose time is measured until paint().
-  void frame_begins() { begun_ = Clock::now(); }
+  // A frame begins, whose time is measured until the first paint().
+  void frame_begins() {
+    begun_ = Clock::now();
+    measuring_ = true;
+  }
   // The pointer, on the module's display.
   void point(Point at) { pointer_ = at; }
   void paint(const Window &window, SDL_Surface &surface);
@@ -40,7 +43,8 @@ private:
 
   static void note_requests();
   void paint_figures(Canvas &canvas) const;
-  void paint_changes(const Window &window, Canvas &canvas);
+  void find_changes();
+  void paint_changes(const Window &window, Canvas &canvas) const;
   void paint_boxes(const Window &window, Canvas &canvas) const;
   void paint_locals(Canvas &canvas, const orb_process &process, Point at) const;
 
@@ -49,11 +53,13 @@ private:
   std::vector<Drawn> drawn_;       // in the frame that is shown
   std::size_t requests_ = 0;
   bool shown_ = false; // since drawn_ was last written
+  bool measuring_ = false;
   Clock::time_point begun_, shown_at_;
   static constexpr std::size_t kept_times = 120;
   std::array<float, kept_times> work_{}, frame_{}; // ms, of the last frames
   std::size_t newest_ = 0;
   std::vector<std::uint8_t> previous_; // the display, one frame ago
+  std::vector<SDL_Rect> changes_;      // tiles of it that were different then
   Point pointer_;
 };
 

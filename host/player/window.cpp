@@ -16,11 +16,9 @@ namespace {
 Window *active = nullptr;
 
 // The library's own function of that name, which the one of this program hides.
-template <typename F> F *library(F *, const char *name) {
-  static_assert(sizeof(F *) == sizeof(void *));
-  return reinterpret_cast<F *>(dlsym(RTLD_NEXT, name));
+template <typename Function> Function *library(const char *name) {
+  return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
 }
-#define ORB_LIBRARY(function) (library(&(function), #function))
 
 // A window as large as this part of the desktop is comfortable.
 constexpr int part_of_desktop = 85; // percent
@@ -45,7 +43,7 @@ using Widen = void(const std::uint32_t *from, std::uint32_t *to, int width, int 
 constexpr Widen *widen_by[] = {widen<0>, widen<1>, widen<2>, widen<3>, widen<4>, widen<5>};
 
 void update_all(SDL_Surface *window) {
-  static const auto update = ORB_LIBRARY(SDL_UpdateRect);
+  static const auto update = library<decltype(SDL_UpdateRect)>("SDL_UpdateRect");
   update(window, 0, 0, 0, 0);
 }
 
@@ -91,7 +89,7 @@ SDL_Surface *Window::open_display(int width, int height, int depth, std::uint32_
 }
 
 bool Window::set_mode(int width, int height, std::uint32_t flags) {
-  static const auto set_video_mode = ORB_LIBRARY(SDL_SetVideoMode);
+  static const auto set_video_mode = library<decltype(SDL_SetVideoMode)>("SDL_SetVideoMode");
   SDL_Surface *const opened = set_video_mode(width, height, 32, SDL_SWSURFACE | flags);
   if (opened) window_ = opened;
   return opened != nullptr;
@@ -234,29 +232,27 @@ struct WindowCalls {
 // The dynamic linker looks in the program before it looks in libraries, so these are what the
 // module calls, and what SDL calls itself. Without a Window they pass on to the library's.
 
+using namespace orbplay;
+
 extern "C" {
 
 SDL_Surface *SDL_SetVideoMode(int width, int height, int bpp, Uint32 flags) {
-  static const auto next = ORB_LIBRARY(SDL_SetVideoMode);
-  using namespace orbplay;
+  static const auto next = library<decltype(SDL_SetVideoMode)>("SDL_SetVideoMode");
   return active ? WindowCalls::open(width, height, bpp, flags) : next(width, height, bpp, flags);
 }
 
 SDL_Surface *SDL_GetVideoSurface() {
-  static const auto next = ORB_LIBRARY(SDL_GetVideoSurface);
-  using namespace orbplay;
+  static const auto next = library<decltype(SDL_GetVideoSurface)>("SDL_GetVideoSurface");
   return active ? WindowCalls::display() : next();
 }
 
 void SDL_UpdateRect(SDL_Surface *surface, Sint32 x, Sint32 y, Uint32 width, Uint32 height) {
-  static const auto next = ORB_LIBRARY(SDL_UpdateRect);
-  using namespace orbplay;
+  static const auto next = library<decltype(SDL_UpdateRect)>("SDL_UpdateRect");
   WindowCalls::shows(surface) ? active->show() : next(surface, x, y, width, height);
 }
 
 int SDL_Flip(SDL_Surface *surface) {
-  static const auto next = ORB_LIBRARY(SDL_Flip);
-  using namespace orbplay;
+  static const auto next = library<decltype(SDL_Flip)>("SDL_Flip");
   if (!WindowCalls::shows(surface)) return next(surface);
   active->show();
   return 0;
@@ -264,14 +260,14 @@ int SDL_Flip(SDL_Surface *surface) {
 
 // Every size can be shown on the full screen, with borders.
 SDL_Rect **SDL_ListModes(SDL_PixelFormat *format, Uint32 flags) {
-  static const auto next = ORB_LIBRARY(SDL_ListModes);
-  return orbplay::active ? reinterpret_cast<SDL_Rect **>(-1) : next(format, flags);
+  static const auto next = library<decltype(SDL_ListModes)>("SDL_ListModes");
+  return active ? reinterpret_cast<SDL_Rect **>(-1) : next(format, flags);
 }
 
 void SDL_WarpMouse(Uint16 x, Uint16 y) {
-  static const auto next = ORB_LIBRARY(SDL_WarpMouse);
-  if (orbplay::active) {
-    const orbplay::Point at = orbplay::active->to_window({x, y});
+  static const auto next = library<decltype(SDL_WarpMouse)>("SDL_WarpMouse");
+  if (active) {
+    const Point at = active->to_window({x, y});
     x = static_cast<Uint16>(at.x);
     y = static_cast<Uint16>(at.y);
   }
