@@ -84,6 +84,7 @@ Script::Script(Host &host, ScriptOptions options)
   luaL_openlibs(L);
   open_functions(*state_);
   open_processes(*state_);
+  open_texts(*state_);
   open_files(*state_);
   open_chunks(*state_);
   open_globals(*state_); // last: from here on, assigning a constant's name is an error
@@ -104,6 +105,7 @@ Script::Script(Host &host, ScriptOptions options)
 Script::~Script() {
   for (const auto &process : state_->order)
     end_process(*state_, *process);
+  close_texts(*state_);
   state_->host.on_error = nullptr;
   lua_close(state_->L);
 }
@@ -128,6 +130,7 @@ bool Script::frame() {
   state.host.begin_frame();
   if (state.host.input().quit) state.quit = true;
   run_turns(state);
+  show_texts(state);
   state.host.end_frame();
   if (!state.frame_mistake.empty()) throw ScriptError(state.frame_mistake);
   return !state.quit && !state.order.empty();

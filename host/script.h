@@ -20,6 +20,10 @@
 // - kill(p), sleep(p) (neither drawn nor run), freeze(p) (drawn, not run), wake(p), alive(p), also
 //   as methods; p may be an id. process(id) returns the process with that id, or nil; type_of(body)
 //   the type of the processes that run that function, type_of(p) that of a process.
+// - write(text, {x = 10, colour = ...}) makes a text: a process without a body, which shows its
+//   fields `text`, `colour`, `font` and `align`, and lives until it is killed. Play doesn't wait for
+//   texts. text_graph(text, {colour = ...}) makes a graph of the script's own, font_load(file, size)
+//   a font; text_width and text_height measure.
 // - key(name), quit() (play ends with this frame), seed(n), list_folder(name) (the sorted names of
 //   the files in a folder, or nil and a message).
 // - The script's arguments, in `arg` and as the script's `...`. `require` looks beside the script

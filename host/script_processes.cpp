@@ -23,7 +23,9 @@ struct ProcessObject {
 
 // The object at `index`, of a process alive or not; null for anything else.
 const ProcessObject *to_object(lua_State *L, int index) {
-  const void *block = userdata_block(L, index, state_of(L).process_metatable);
+  const ScriptState &state = state_of(L);
+  const void *block = userdata_block(L, index, state.process_metatable);
+  if (!block) block = userdata_block(L, index, state.text_metatable);
   return static_cast<const ProcessObject *>(block);
 }
 
@@ -34,6 +36,11 @@ orb_process *live_process(const ScriptState &state, lua_State *L, int index) {
   return id != AddressTable::none ? ProcessList::process(id) : nullptr;
 }
 
+// What a record belongs to; null where something else than the script has made the process.
+ScriptProcess *owner(const orb_process *process) {
+  return reinterpret_cast<ScriptProcess *>(std::uintptr_t{process->host7[0]});
+}
+
 // The process behind an object or an id, or null when it has ended.
 ScriptProcess *find_process(ScriptState &state, lua_State *L, int index) {
   const orb_process *process = live_process(state, L, index);
@@ -42,8 +49,7 @@ ScriptProcess *find_process(ScriptState &state, lua_State *L, int index) {
   } else if (!process && !to_object(L, index)) {
     throw HostError(std::string("process expected, got ") + luaL_typename(L, index));
   }
-  // Null where something else than the script has made the process.
-  return process ? reinterpret_cast<ScriptProcess *>(std::uintptr_t{process->host7[0]}) : nullptr;
+  return process ? owner(process) : nullptr;
 }
 
 void push_object(lua_State *L, const ScriptProcess &process) {
@@ -153,6 +159,8 @@ int process_index(lua_State *L) {
   return 1;
 }
 
+} // namespace
+
 int process_assign(lua_State *L) {
   ScriptState &state = state_of(L);
   orb_process *process = live_process(state, L, 1);
@@ -173,6 +181,8 @@ int process_assign(lua_State *L) {
   assign_xgraph(state, L, process, 3);
   return 0;
 }
+
+namespace {
 
 int process_text(lua_State *L) {
   const ProcessObject &object = check_object(L);
@@ -202,15 +212,7 @@ int spawn(lua_State *L) {
   lua_pushvalue(L, 1);
   ScriptProcess &process = make_process(state, L, type);
   const int object = top + 1;
-  if (top >= 2 && lua_istable(L, 2)) {
-    lua_pushcfunction(L, set_fields);
-    lua_pushvalue(L, object);
-    lua_pushvalue(L, 2);
-    if (lua_pcall(L, 2, 0, 0) != LUA_OK) { // leaves no half-made process
-      end_process(state, process);
-      return lua_error(L);
-    }
-  }
+  if (top >= 2 && lua_istable(L, 2)) set_locals(state, L, process, object, 2);
   lua_State *thread = process.thread;
   if (!lua_checkstack(thread, top + 1) || !lua_checkstack(L, top + 1)) {
     end_process(state, process);
@@ -394,27 +396,48 @@ void sweep(ScriptState &state) {
 
 } // namespace
 
-ScriptProcess &make_process(ScriptState &state, lua_State *L, std::int32_t type) {
-  if (state.host.processes().size() >= state.options.most_processes) {
+ScriptProcess *find_live(const ScriptState &state, lua_State *L, int index) {
+  const orb_process *process = live_process(state, L, index);
+  return process ? owner(process) : nullptr;
+}
+
+void check_room(const ScriptState &state) {
+  if (state.host.processes().size() >= state.options.most_processes)
     throw HostError("too many processes");
-  }
+}
+
+void set_locals(ScriptState &state, lua_State *L, ScriptProcess &process, int object, int table) {
+  lua_pushcfunction(L, set_fields);
+  lua_pushvalue(L, object);
+  lua_pushvalue(L, table);
+  if (lua_pcall(L, 2, 0, 0) == LUA_OK) return;
+  end_process(state, process); // leaves no half-made process
+  lua_error(L);
+}
+
+void open_process(ScriptState &state, lua_State *L, ScriptProcess &fresh, std::int32_t type) {
+  auto *object = static_cast<ProcessObject *>(lua_newuserdatauv(L, sizeof(ProcessObject), 1));
+  *object = {};
+  push_process_metatable(L);
+  lua_setmetatable(L, -2);
+  lua_pushvalue(L, -1);
+  fresh.object_reference = luaL_ref(L, LUA_REGISTRYINDEX);
+  fresh.process = state.host.spawn(type);
+  fresh.process->host7[0] = reinterpret_cast<std::uintptr_t>(&fresh);
+  *object = {ProcessList::id(fresh.process), fresh.process->host0};
+  fresh.object = object;
+  state.live_objects.set(object, object->id);
+}
+
+ScriptProcess &make_process(ScriptState &state, lua_State *L, std::int32_t type) {
+  check_room(state);
   auto fresh = std::make_unique<ScriptProcess>();
   fresh->thread = lua_newthread(L);
   lua_pushvalue(L, -2);
   lua_xmove(L, fresh->thread, 1);
   fresh->thread_reference = luaL_ref(L, LUA_REGISTRYINDEX);
   lua_pop(L, 1); // the function
-  auto *object = static_cast<ProcessObject *>(lua_newuserdatauv(L, sizeof(ProcessObject), 1));
-  *object = {};
-  lua_rawgetp(L, LUA_REGISTRYINDEX, &metatable_key);
-  lua_setmetatable(L, -2);
-  lua_pushvalue(L, -1);
-  fresh->object_reference = luaL_ref(L, LUA_REGISTRYINDEX);
-  fresh->process = state.host.spawn(type);
-  fresh->process->host7[0] = reinterpret_cast<std::uintptr_t>(fresh.get());
-  *object = {ProcessList::id(fresh->process), fresh->process->host0};
-  fresh->object = object;
-  state.live_objects.set(object, object->id);
+  open_process(state, L, *fresh, type);
   state.order.push_back(std::move(fresh));
   return *state.order.back();
 }
@@ -460,6 +483,10 @@ void run_turns(ScriptState &state) {
   for (const auto &process : state.order)
     ended |= process->process == nullptr;
   if (ended) sweep(state);
+}
+
+void push_process_metatable(lua_State *L) {
+  lua_rawgetp(L, LUA_REGISTRYINDEX, &metatable_key);
 }
 
 void open_processes(ScriptState &state) {

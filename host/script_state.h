@@ -65,6 +65,8 @@ struct RecordType {
   NameTable fields;
 };
 
+struct Texts; // script_text.cpp
+
 struct ScriptState {
   ScriptState(Host &owner, ScriptOptions given) : host(owner), options(std::move(given)) {}
 
@@ -76,6 +78,7 @@ struct ScriptState {
   bool quit = false;
   // The addresses of metatables. What has one of them is a process, an array or a struct.
   const void *process_metatable = nullptr;
+  const void *text_metatable = nullptr; // of processes that are texts
   const void *array_metatable = nullptr;
   const void *record_metatable = nullptr;
   AddressTable live_objects; // the ids of live processes, by the blocks of their objects
@@ -88,6 +91,7 @@ struct ScriptState {
   std::vector<GivenArgument> given;
   std::vector<ArgumentWord> words;
   std::int32_t types = 0; // process types given out
+  std::shared_ptr<Texts> texts;
   bool in_call = false;
   std::vector<ErrorReport> call_reports; // of the call in progress
   std::string frame_mistake;             // with strict: a report outside a call
@@ -171,6 +175,19 @@ void open_processes(ScriptState &state);
 // Creates a process whose coroutine runs the function at the top of L's stack. Pops the function
 // and pushes the process's object. `type` is a type_number().
 ScriptProcess &make_process(ScriptState &state, lua_State *L, std::int32_t type);
+// Throws HostError where the script has as many processes as it may.
+void check_room(const ScriptState &state);
+// Gives a process its record, and its object, which it pushes.
+void open_process(ScriptState &state, lua_State *L, ScriptProcess &fresh, std::int32_t type);
+// Sets the fields of the table on the process's object, both by their absolute indices. Where one
+// can't be set, the process is ended and the error raised.
+void set_locals(ScriptState &state, lua_State *L, ScriptProcess &process, int object, int table);
+// The live process whose object is at `index`, or null.
+ScriptProcess *find_live(const ScriptState &state, lua_State *L, int index);
+// What an object does where nothing else is said; assigns the value at 3 to the field at 2 of that
+// at 1.
+void push_process_metatable(lua_State *L);
+int process_assign(lua_State *L);
 // The type number of the function (or any value) at `index`.
 std::int32_t type_number(ScriptState &state, lua_State *L, int index);
 // Ends a process; its coroutine is closed unless it is running now.
@@ -179,5 +196,14 @@ void end_process(ScriptState &state, ScriptProcess &process);
 void run_turns(ScriptState &state);
 // The id of the process object at `index`, alive or not; false when it is no such object.
 bool is_process(lua_State *L, int index, std::int32_t &id);
+
+// ---- script_text.cpp: texts that are processes, fonts -------------------------------------------
+
+void open_texts(ScriptState &state);
+// Draws again the texts whose graphs are gone or out of date, and forgets those that have ended.
+// After the turns of a frame. Throws ScriptError.
+void show_texts(ScriptState &state);
+// Ends all texts.
+void close_texts(ScriptState &state);
 
 } // namespace orbhost
