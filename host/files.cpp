@@ -19,8 +19,7 @@ bool writable_folder_of(const fs::path &file) {
 } // namespace
 
 void Files::set_folder(const fs::path &folder) {
-  std::error_code ignored;
-  folder_ = folder.empty() ? fs::path() : fs::absolute(folder, ignored);
+  folder_ = folder == "." ? fs::path() : folder; // names in messages stay as they were given
 }
 
 std::optional<std::string> Files::resolve(const char *name, bool writing) const {
@@ -38,7 +37,19 @@ const char *Files::path(const char *name, bool writing) {
   std::optional<std::string> found = resolve(name, writing);
   if (!found) return nullptr;
   path_ = std::move(*found);
+  note(path_, writing);
   return path_.c_str();
+}
+
+void Files::note(const std::string &path, bool writing) {
+  std::error_code ignored;
+  const std::string absolute = fs::absolute(path, ignored).lexically_normal().string();
+  if (writing) {
+    written_.insert(absolute);
+    read_.erase(absolute);
+  } else if (!written_.contains(absolute)) {
+    read_.insert(absolute);
+  }
 }
 
 Stream *Files::open(const char *name, std::int32_t mode, const char *key) {
@@ -54,6 +65,7 @@ Stream *Files::open(const char *name, std::int32_t mode, const char *key) {
   const bool writing = mode == ORB_OPEN_WRITE || mode == ORB_OPEN_WRITE_COMPRESSED;
   const std::optional<std::string> path = resolve(name, writing);
   if (!path) return nullptr;
+  note(*path, writing);
   // Only regular files are opened: a pipe would block, and a folder can't be read.
   std::error_code ignored;
   const fs::file_status status = fs::status(*path, ignored);

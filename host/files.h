@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <unordered_map>
 
@@ -26,8 +27,14 @@ public:
   // Nothing for a null or empty name.
   [[nodiscard]] std::optional<std::string> resolve(const char *name, bool writing) const;
 
-  // As resolve(), or null; the text stays valid until the next call of path().
+  // As resolve(), or null, for a file that is about to be read or written; the text stays valid
+  // until the next call of path().
   const char *path(const char *name, bool writing);
+  // Notes that a file is read or written, whoever opens it. `path` is no name, but where it leads.
+  void note(const std::string &path, bool writing);
+  // The absolute paths of all that was read so far, whether it was there or not, except for what
+  // was also written: nobody but the script changes that.
+  [[nodiscard]] const std::set<std::string> &read_paths() const { return read_; }
 
   // Opens a stream for mode 1 (read), 2 (write), 7 (read compressed) or 8 (write compressed). Null
   // when the file can't be opened, isn't a regular file, isn't compressed (mode 7), or the mode is
@@ -50,6 +57,7 @@ public:
 private:
   std::filesystem::path folder_;
   std::string path_;
+  std::set<std::string> read_, written_; // a path is in one of them
   struct Opened {
     std::unique_ptr<Stream> stream;
     std::string path;

@@ -44,7 +44,7 @@ public:
 };
 
 struct Options {
-  std::string title = "orbhost"; // returned by rt_program_name
+  std::string title = "orbhost"; // the game's name, returned by rt_program_name
   // SDL's dummy video: no display is needed or touched. Otherwise SDL's video, which the program may
   // have started; then it stays when play ends.
   bool headless = true;

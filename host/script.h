@@ -25,7 +25,9 @@
 //   texts. text_graph(text, {colour = ...}) makes a graph of the script's own, font_load(file, size)
 //   a font; text_width and text_height measure.
 // - key(name), quit() (play ends with this frame), seed(n), list_folder(name) (the sorted names of
-//   the files in a folder, or nil and a message).
+//   the files in a folder, or nil and a message), save_folder() (the path of the folder for what
+//   the game saves).
+// - Lua's own library, where names of files lead by the rule of host/files.h.
 // - The script's arguments, in `arg` and as the script's `...`. `require` looks beside the script
 //   first, then in ../lib.
 #pragma once

@@ -106,6 +106,7 @@ int load_chunk(ScriptState &state, lua_State *L, std::string_view text, const st
 }
 
 int load_chunk_file(ScriptState &state, lua_State *L, const std::string &path) {
+  state.host.files().note(path, false);
   std::string text;
   std::ifstream file(path, std::ios::binary);
   char part[4096];

@@ -10,6 +10,7 @@
 
 #include "host/host.h"
 #include "host/name_table.h"
+#include "host/save_folder.h"
 #include "host/script.h"
 
 #include <lua.hpp>
@@ -68,10 +69,13 @@ struct RecordType {
 struct Texts; // script_text.cpp
 
 struct ScriptState {
-  ScriptState(Host &owner, ScriptOptions given) : host(owner), options(std::move(given)) {}
+  ScriptState(Host &owner, ScriptOptions given)
+      : host(owner), options(std::move(given)),
+        saves(owner.options().title, owner.options().headless) {}
 
   Host &host;
   ScriptOptions options;
+  SaveFolder saves;
   lua_State *L = nullptr;
   std::vector<std::unique_ptr<ScriptProcess>> order; // creation order; ended ones are swept
   ScriptProcess *running = nullptr;
@@ -161,7 +165,7 @@ int load_chunk(ScriptState &state, lua_State *L, std::string_view text, const st
 // The same for a file.
 int load_chunk_file(ScriptState &state, lua_State *L, const std::string &path);
 
-// ---- script_files.cpp: folders ------------------------------------------------------------------
+// ---- script_files.cpp: where names lead ---------------------------------------------------------
 
 void open_files(ScriptState &state);
 
