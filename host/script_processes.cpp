@@ -2,6 +2,7 @@
 #include "host/script_state.h"
 
 #include <algorithm>
+#include <cmath>
 #include <iterator>
 
 namespace orbhost {
@@ -112,6 +113,40 @@ std::int32_t &local_word(const orb_process *record, std::int32_t word) {
   return reinterpret_cast<std::int32_t *>(record->locals)[word];
 }
 
+void push_local(lua_State *L, const orb_process *record, std::int32_t local) {
+  const std::int32_t word = local_word(record, local);
+  if (record->host7[1]) {
+    if (const double *number = owner(record)->fractions.find(local, word)) {
+      lua_pushnumber(L, *number);
+      return;
+    }
+  }
+  lua_pushinteger(L, word);
+}
+
+// Assigns the number at `index` that isn't an integer of Lua's.
+void assign_float(lua_State *L, orb_process *record, std::int32_t local, int index) {
+  std::int32_t &word = local_word(record, local);
+  const double number = lua_tonumber(L, index);
+  if (lua_type(L, index) == LUA_TNUMBER && std::abs(number) < INT32_MAX &&
+      number != std::floor(number)) {
+    word = owner(record)->fractions.keep(local, number);
+    record->host7[1] = 1;
+    return;
+  }
+  if (!fraction_to_word(L, index, word)) throw_no_word(L, index, lua_tostring(L, 2));
+  owner(record)->fractions.forget(local);
+}
+
+void assign_local(lua_State *L, orb_process *record, std::int32_t local, int index) {
+  if (!lua_isinteger(L, index)) {
+    assign_float(L, record, local, index);
+    return;
+  }
+  local_word(record, local) = integer_word(L, index);
+  if (record->host7[1]) owner(record)->fractions.forget(local);
+}
+
 // Leaves one of the script's own fields on the stack.
 void push_own_field(lua_State *L) {
   if (lua_getiuservalue(L, 1, 1) != LUA_TTABLE) return; // nil: there are none
@@ -137,7 +172,7 @@ int process_index(lua_State *L) {
   const orb_process *process = live_process(state, L, 1);
   const std::int32_t member = state.process_members.find(L, 2);
   if (member >= 0 && process) {
-    lua_pushinteger(L, local_word(process, member));
+    push_local(L, process, member);
     return 1;
   }
   if (!process) check_object(L);
@@ -166,7 +201,7 @@ int process_assign(lua_State *L) {
   orb_process *process = live_process(state, L, 1);
   const std::int32_t member = state.process_members.find(L, 2);
   if (member >= 0 && process) {
-    if (!to_word(L, 3, local_word(process, member))) throw_no_word(L, 3, lua_tostring(L, 2));
+    assign_local(L, process, member, 3);
     return 0;
   }
   if (!process) check_object(L);

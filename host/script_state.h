@@ -8,6 +8,7 @@
 // handled after it.
 #pragma once
 
+#include "host/fractions.h"
 #include "host/host.h"
 #include "host/name_table.h"
 #include "host/save_folder.h"
@@ -24,7 +25,8 @@
 
 namespace orbhost {
 
-// A process and its coroutine; the record's word host7[0] points here.
+// A process and its coroutine; the record's word host7[0] points here, and host7[1] is 1 once one of
+// its locals has had a fraction.
 struct ScriptProcess {
   orb_process *process = nullptr; // null once the process has ended
   lua_State *thread = nullptr;
@@ -32,6 +34,7 @@ struct ScriptProcess {
   int object_reference = LUA_NOREF; // keeps the script's object for it
   const void *object = nullptr;     // the object's block
   int first_arguments = 0;          // on the coroutine's stack, until its first turn
+  Fractions fractions;
 };
 
 // An argument through which a function reads an array. It is registered as an address; in Lua it is

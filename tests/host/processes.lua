@@ -25,6 +25,18 @@ fails(spawn, 5)
 fails(spawn, print, 5)
 fails(spawn, print, {x = 'a'})
 
+print('a local keeps the fraction that the script assigns')
+for _ = 1, 4 do main.x, main.y = main.x + 0.4, -0.5 end
+print(main.x, main.y)
+advance(main, 3)
+print(main.x, main.y)
+xadvance(main, 90000, 1)
+print(main.x, main.y)
+main.x, main.y, main.z = 5.75, 7.5, 2.0
+main.x, main.y = 5, 2^31 + 0.5
+print(main.x, main.y, main.z)
+fails(function() main.x = 0/0 end)
+
 print('a process stands for its id, and its object for no other')
 p = spawn(short)
 print(alive(p), process(p.id) == p, type_of(p) == type_of(short), type_of(short) ~= type_of(print))
