@@ -87,6 +87,7 @@ Script::Script(Host &host, ScriptOptions options)
   open_texts(*state_);
   open_files(*state_);
   open_chunks(*state_);
+  open_interrupt(*state_);
   open_globals(*state_); // last: from here on, assigning a constant's name is an error
   set_seed(*state_);
   host.on_error = [state = state_.get()](const ErrorReport &report) {
@@ -133,7 +134,7 @@ bool Script::frame() {
   show_texts(state);
   state.host.end_frame();
   if (!state.frame_mistake.empty()) throw ScriptError(state.frame_mistake);
-  return !state.quit && !state.order.empty();
+  return !state.quit && !state.interrupted && !state.order.empty();
 }
 
 } // namespace orbhost

@@ -12,9 +12,10 @@
 //   `#video_modes`. `mouse` has the fields of its struct, and `left`, `middle`, `right` (booleans).
 // - Processes. `spawn(body, {x = 10}, ...)` makes one, which runs body(self, ...): for the first
 //   time in the frame in which it was spawned, after all older processes had their turn. `frame()`
-//   ends the turn; a body that returns ends the process. A process has its locals (`p.x`;
-//   `p.xgraph` takes a table of graph codes or nil and gives a copy), `p.id`, `p.type`, and any
-//   other field, which is the script's own. The script itself is a process, `main`: without a
+//   ends the turn; a body that returns ends the process. A process has its locals (`p.x`: a
+//   fraction is rounded down for the module, and given back to the script until somebody else
+//   writes the local; `p.xgraph` takes a table of graph codes or nil and gives a copy), `p.id`,
+//   `p.type`, and any other field, which is the script's own. The script itself is a process, `main`: without a
 //   graph, and with the turns that its top level takes by calling frame(). Play ends when no
 //   process is left.
 // - kill(p), sleep(p) (neither drawn nor run), freeze(p) (drawn, not run), wake(p), alive(p), also
@@ -78,8 +79,13 @@ public:
 
   // One frame: events and mouse, a turn for every running process in list order, then the module's
   // frame hook and the clock. False when play is over: no process is left, or the script or the
-  // window asked to quit; this frame is still drawn. Throws ScriptError; nothing runs after that.
+  // window asked to quit, or it was interrupted; this frame is still drawn. Throws ScriptError; nothing runs after that.
   bool frame();
+
+  // Ends play; may be called in a signal handler. The turn under way has a tenth of a second to end;
+  // then frame() throws ScriptError with the line, "interrupted" and a traceback. What holds the
+  // script up inside one call of a library, or of the module, isn't stopped.
+  void interrupt();
 
   // The Lua state, for a program that gives its scripts more functions, or calls theirs.
   [[nodiscard]] lua_State *lua() const;

@@ -401,9 +401,11 @@ std::string failure(lua_State *L, lua_State *thread) {
 void run_turn(ScriptState &state, ScriptProcess &process) {
   state.running = &process;
   state.host.processes().current = process.process;
+  enter_thread(state, process.thread);
   int results = 0;
   const int status =
       lua_resume(process.thread, state.L, std::exchange(process.first_arguments, 0), &results);
+  enter_thread(state, nullptr);
   state.running = nullptr;
   state.host.processes().current = nullptr;
   if (status != LUA_YIELD && status != LUA_OK) throw ScriptError(failure(state.L, process.thread));
@@ -511,7 +513,7 @@ bool is_process(lua_State *L, int index, std::int32_t &id) {
 void run_turns(ScriptState &state) {
   // By index, since processes may spawn others.
   bool ended = false;
-  for (std::size_t i = 0; i < state.order.size() && !state.quit; ++i) {
+  for (std::size_t i = 0; i < state.order.size() && !state.quit && !state.interrupted; ++i) {
     ScriptProcess &process = *state.order[i];
     if (process.process && process.process->status == process_running) run_turn(state, process);
   }

@@ -16,6 +16,7 @@
 
 #include <lua.hpp>
 
+#include <csignal>
 #include <cstdint>
 #include <deque>
 #include <memory>
@@ -83,6 +84,10 @@ struct ScriptState {
   std::vector<std::unique_ptr<ScriptProcess>> order; // creation order; ended ones are swept
   ScriptProcess *running = nullptr;
   bool quit = false;
+  // Of a signal handler, see script_interrupt.cpp: the coroutine that runs Lua code, or null.
+  lua_State *volatile thread = nullptr;
+  volatile std::sig_atomic_t interrupted = false;
+  std::int64_t interrupt_time = 0;
   // The addresses of metatables. What has one of them is a process, an array or a struct.
   const void *process_metatable = nullptr;
   const void *text_metatable = nullptr; // of processes that are texts
@@ -171,6 +176,12 @@ int load_chunk_file(ScriptState &state, lua_State *L, const std::string &path);
 // ---- script_files.cpp: where names lead ---------------------------------------------------------
 
 void open_files(ScriptState &state);
+
+// ---- script_interrupt.cpp -----------------------------------------------------------------------
+
+void open_interrupt(ScriptState &state);
+// Notes the coroutine that runs from now on; null: none.
+void enter_thread(ScriptState &state, lua_State *thread);
 
 // ---- script_globals.cpp: constants, script globals, arrays, the mouse -------------------------
 

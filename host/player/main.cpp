@@ -17,16 +17,28 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Ctrl-C ends play after the frame, so that the display is restored; a second Ctrl-C, at once. SDL
-// would swallow the signal, and a script in an endless loop couldn't be stopped.
+// Ctrl-C ends play after the frame, so that the display is restored, and stops a script that doesn't
+// get that far; a second Ctrl-C ends the program at once. SDL would swallow the signal.
 volatile std::sig_atomic_t interrupted = 0;
 Stage *stage = nullptr;
+orbhost::Script *volatile playing = nullptr;
 
 extern "C" void on_interrupt(int number) {
   if (interrupted) _exit(128 + number);
   interrupted = number;
   if (stage) stage->stop();
+  if (playing) playing->interrupt();
 }
+
+// A play that the signal reaches, for as long as it lives.
+class Interruptible : public Observer {
+public:
+  explicit Interruptible(orbhost::Script &script) {
+    playing = &script;
+    if (interrupted) script.interrupt();
+  }
+  ~Interruptible() override { playing = nullptr; }
+};
 
 void list_functions(const Settings &settings) {
   const orbhost::Reference &reference = orbhost::Reference::built_in();
@@ -37,6 +49,7 @@ void list_functions(const Settings &settings) {
 // Who watches a play, by what the options ask for.
 void add_observers(Session &session, const Settings &settings) {
   session.observe(std::make_unique<Screenshots>(settings));
+  session.observe(std::make_unique<Interruptible>(session.script()));
 }
 
 int play(const Settings &settings) {
@@ -49,9 +62,8 @@ int play(const Settings &settings) {
   }
   Session session(settings);
   add_observers(session, settings);
-  do {
-    if (interrupted) session.stop();
-  } while (session.frame());
+  while (session.frame()) {
+  }
   return exit_ok;
 }
 
@@ -79,7 +91,7 @@ int main(int argc, char **argv) {
     return orbplay::run(settings);
   } catch (const orbhost::ScriptError &error) {
     std::fprintf(stderr, "%s\n", error.what()); // begins with the script's line
-    return orbplay::exit_script;
+    return orbplay::interrupted ? 128 + orbplay::interrupted : int{orbplay::exit_script};
   } catch (const orbplay::PlayError &error) {
     std::fprintf(stderr, "orbplay: %s\n", error.what());
     return error.status;
