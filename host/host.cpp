@@ -81,6 +81,7 @@ void Host::prepare_video() {
     device_system.desktop_width = info->current_w;
     device_system.desktop_height = info->current_h;
   }
+  input_.use_pads();
   SDL_WM_SetCaption(options_.title.c_str(), options_.title.c_str());
 }
 

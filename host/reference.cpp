@@ -311,17 +311,26 @@ const ReferencePlace *Reference::find(std::string_view name) const {
   return found == places_.end() ? nullptr : &found->second;
 }
 
-std::vector<std::string> Reference::nearest(std::string_view name, std::size_t most) const {
+std::vector<std::string> nearest_names(const std::vector<std::string> &names, std::string_view name,
+                                       std::size_t most) {
   std::vector<std::pair<std::size_t, std::string>> near;
-  for (const auto &[other, place] : places_) {
+  for (const std::string &other : names) {
     const std::size_t distance = edit_distance(name, other);
     if (distance <= 1 + name.size() / 4) near.emplace_back(distance, other);
   }
   std::sort(near.begin(), near.end());
+  near.resize(std::min(most, near.size()));
+  std::vector<std::string> found;
+  for (const auto &[distance, other] : near)
+    found.push_back(other);
+  return found;
+}
+
+std::vector<std::string> Reference::nearest(std::string_view name, std::size_t most) const {
   std::vector<std::string> names;
-  for (std::size_t i = 0; i < std::min(most, near.size()); ++i)
-    names.push_back(near[i].second);
-  return names;
+  for (const auto &[other, place] : places_)
+    names.push_back(other);
+  return nearest_names(names, name, most);
 }
 
 } // namespace orbhost

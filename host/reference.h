@@ -91,6 +91,10 @@ struct ReferencePlace {
   bool alias = false;
 };
 
+// Up to `most` of the names that look like this one, the nearest first.
+std::vector<std::string> nearest_names(const std::vector<std::string> &names, std::string_view name,
+                                       std::size_t most);
+
 class Reference {
 public:
   // Throws ReferenceError where a name is described twice.
@@ -101,7 +105,7 @@ public:
   [[nodiscard]] const std::vector<ReferenceFamily> &families() const { return families_; }
   // The place of an entry, an alias or a defined word; null where there is none.
   [[nodiscard]] const ReferencePlace *find(std::string_view name) const;
-  // Up to `most` names that look like this one, the nearest first.
+  // The nearest_names() of all names.
   [[nodiscard]] std::vector<std::string> nearest(std::string_view name, std::size_t most) const;
 
 private:

@@ -16,7 +16,12 @@ struct View {
 };
 
 // What the fields of the mouse that aren't in memory are found as.
-enum Button : std::int32_t { left_button = -1, middle_button = -2, right_button = -3 };
+enum MouseField : std::int32_t {
+  left_button = -1,
+  middle_button = -2,
+  right_button = -3,
+  wheel = -4
+};
 
 // Registry keys, by address.
 const char array_key = 0;
@@ -73,6 +78,7 @@ int record_index(lua_State *L) {
   case left_button: push_button("mouse_left"); break;
   case middle_button: push_button("mouse_middle"); break;
   case right_button: push_button("mouse_right"); break;
+  case wheel: lua_pushinteger(L, state.host.input().wheel); break;
   default: throw_no_field(L, view);
   }
   return 1;
@@ -81,7 +87,11 @@ int record_index(lua_State *L) {
 int record_assign(lua_State *L) {
   const View view = check_view(L, state_of(L).record_metatable);
   const std::int32_t field = view.type->fields.find(L, 2);
-  if (field < 0) throw_no_field(L, view);
+  if (field == NameTable::none) throw_no_field(L, view);
+  if (field < 0) {
+    throw HostError(std::string("mouse.") + lua_tostring(L, 2) +
+                    " can't be assigned: it tells what the player does");
+  }
   view.words[field] = check_word(L, 3, lua_tostring(L, 2));
   return 0;
 }
@@ -145,6 +155,7 @@ void push_declared(ScriptState &state, lua_State *L, const Declaration &declarat
     type.fields.add(L, "left", left_button);
     type.fields.add(L, "middle", middle_button);
     type.fields.add(L, "right", right_button);
+    type.fields.add(L, "wheel", wheel);
   }
   push_view(L, declaration.kind == Declaration::Kind::array ? &array_key : &record_key,
             {&type, &state.host.global(declaration.name)});

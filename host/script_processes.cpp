@@ -340,14 +340,6 @@ int type_of(lua_State *L) {
   return 1;
 }
 
-int key(lua_State *L) {
-  const char *name = luaL_checkstring(L, 1);
-  const std::optional<Input::Control> control = Input::control(name);
-  if (!control) throw HostError(std::string("key: no key is called \"") + name + '"');
-  lua_pushboolean(L, state_of(L).host.input().down(*control));
-  return 1;
-}
-
 int seed(lua_State *L) {
   const std::int32_t value = check_word(L, 1, "seed");
   lua_getglobal(L, "math");
@@ -371,7 +363,6 @@ constexpr luaL_Reg functions[] = {
     {"quit", quit},
     {"process", guarded<process_of>},
     {"type_of", guarded<type_of>},
-    {"key", guarded<key>},
     {"seed", guarded<seed>},
     {nullptr, nullptr},
 };

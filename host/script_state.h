@@ -183,6 +183,10 @@ void open_interrupt(ScriptState &state);
 // Notes the coroutine that runs from now on; null: none.
 void enter_thread(ScriptState &state, lua_State *thread);
 
+// ---- script_input.cpp: keys, pads, typed text ---------------------------------------------------
+
+void open_input(ScriptState &state);
+
 // ---- script_globals.cpp: constants, script globals, arrays, the mouse -------------------------
 
 void open_globals(ScriptState &state);
