@@ -90,6 +90,7 @@ void Host::init() {
   prepare_video();
   initialised_ = true;
   run_hooks(ORB_HOOK_INIT);
+  clock_.start();
 }
 
 void Host::run_hooks(std::int32_t kind) {
@@ -136,7 +137,8 @@ void Host::end_frame() {
   run_hooks(ORB_HOOK_FRAME);
   processes_.frame_ended();
   input_.end_frame();
-  renderer_busy = clock_.next_frame() ? 1 : 0;
+  clock_.next_frame();
+  renderer_busy = clock_.frame().late ? 1 : 0;
   frame_rate = clock_.rate();
 }
 

@@ -87,6 +87,7 @@ Script::Script(Host &host, ScriptOptions options)
   open_texts(*state_);
   open_files(*state_);
   open_input(*state_);
+  open_clock(*state_);
   open_chunks(*state_);
   open_interrupt(*state_);
   open_globals(*state_); // last: from here on, assigning a constant's name is an error

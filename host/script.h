@@ -25,9 +25,10 @@
 //   fields `text`, `colour`, `font` and `align`, and lives until it is killed. Play doesn't wait for
 //   texts. text_graph(text, {colour = ...}) makes a graph of the script's own, font_load(file, size)
 //   a font; text_width and text_height measure.
-// - key(name), quit() (play ends with this frame), seed(n), list_folder(name) (the sorted names of
-//   the files in a folder, or nil and a message), save_folder() (the path of the folder for what
-//   the game saves).
+// - key(name), pressed(name), released(name), pad(number, axis), pad_count(), typed(text), clock():
+//   what the player's hands do, and the milliseconds of play; see the reference.
+// - quit() (play ends with this frame), seed(n), list_folder(name) (the sorted names of the files in
+//   a folder, or nil and a message), save_folder() (the path of the folder for what the game saves).
 // - Lua's own library, where names of files lead by the rule of host/files.h.
 // - The script's arguments, in `arg` and as the script's `...`. `require` looks beside the script
 //   first, then in ../lib.
@@ -36,6 +37,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -57,6 +59,9 @@ struct ScriptOptions {
   bool strict = false;    // errors that the module reports become Lua errors
   std::uint32_t seed = 1; // of math.random
   std::vector<std::string> arguments;
+  // What os.time() tells as play begins; it, os.date() and os.clock() then go by the host's clock.
+  // Nothing: by the machine's.
+  std::optional<std::int64_t> started;
   std::size_t most_processes = 200'000; // spawn() fails beyond it: bodies may spawn themselves
 };
 

@@ -187,6 +187,10 @@ void enter_thread(ScriptState &state, lua_State *thread);
 
 void open_input(ScriptState &state);
 
+// ---- script_clock.cpp: time and chance ----------------------------------------------------------
+
+void open_clock(ScriptState &state);
+
 // ---- script_globals.cpp: constants, script globals, arrays, the mouse -------------------------
 
 void open_globals(ScriptState &state);

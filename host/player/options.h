@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -34,6 +35,8 @@ struct Settings {
   int fps = -1;                  // negative: the script's choice
   std::int64_t seed = -1;        // negative: 1 when headless, else a new one every time
   std::vector<Screenshot> screenshots;
+  std::string record, replay, hashes, check; // files; empty: none
+  std::optional<std::int64_t> started;       // see orbhost::ScriptOptions
 };
 
 // Exits on a usage error, and after --version and --help, with or without a name.

@@ -9,6 +9,9 @@ namespace orbplay {
 
 namespace fs = std::filesystem;
 
+// What os.time() tells headless: noon of 1 January 2000, UTC.
+constexpr std::int64_t headless_start = 946'728'000;
+
 std::unique_ptr<orbhost::Host> make_host(const Settings &settings) {
   orbhost::Options options;
   options.title = settings.script.empty() ? "orbplay" : fs::path(settings.script).stem().string();
@@ -36,6 +39,8 @@ Session::Session(const Settings &settings) : settings_(settings), host_(make_hos
     options.seed = static_cast<std::uint32_t>(settings.seed);
   else if (!settings.headless)
     options.seed = static_cast<std::uint32_t>(std::time(nullptr));
+  options.started = settings.started;
+  if (settings.headless && !options.started) options.started = headless_start;
   script_ = std::make_unique<orbhost::Script>(*host_, options);
   script_->load_file(settings.script);
   if (settings.fps >= 0) host_->clock().fix(settings.fps);
