@@ -82,7 +82,7 @@ void ErrorScreen::add_source(const std::string &file, int line) {
 void ErrorScreen::paint(SDL_Surface &surface) const {
   Canvas canvas(surface);
   canvas.fill(0, 0, canvas.width(), canvas.height(), background);
-  const int scale = canvas.width() >= 1000 ? 2 : 1;
+  const int scale = canvas.width() >= 900 ? 2 : 1;
   const int width = (canvas.width() - 2 * margin) / scale;
   const int height = (Canvas::line_height() + 2) * scale;
   int y = margin;

@@ -28,6 +28,37 @@ struct Placed {
   Point first, end;
 };
 
+// A row of a panel: a name and a value below one another.
+struct Row {
+  std::string name, value;
+  Colour colour = ink;
+};
+
+int names_width(const std::vector<Row> &rows) {
+  int width = 0;
+  for (const Row &row : rows)
+    width = std::max(width, Canvas::text_width(row.name));
+  return width + 2 * margin;
+}
+
+int rows_width(const std::vector<Row> &rows) {
+  int width = 0;
+  for (const Row &row : rows)
+    width = std::max(width, Canvas::text_width(row.value));
+  return width + names_width(rows);
+}
+
+// Draws rows from (x, y) on; the y below them.
+int paint_rows(Canvas &canvas, int x, int y, const std::vector<Row> &rows) {
+  const int values = x + names_width(rows);
+  for (const Row &row : rows) {
+    canvas.text(x, y, row.name, row.colour);
+    canvas.text(values, y, row.value, row.colour);
+    y += Canvas::line_height();
+  }
+  return y;
+}
+
 Placed place(const orbhost::Host &host, const Window &window, int x0, int y0, int x1, int y1) {
   const orbhost::Host::Place at = host.picture_place();
   const __ORBSurface2D__ *const screen = host.screen();
@@ -109,26 +140,18 @@ void Overlay::paint_figures(Canvas &canvas) const {
   float frame = 0, work = 0;
   for (std::size_t i = 0; i < kept_times; ++i)
     frame += frame_[i] / kept_times, work += work_[i] / kept_times;
-  const std::string lines[] = {
-      format("%5.1f ms a frame, %.0f a second", frame, frame > 0 ? 1000 / frame : 0),
-      format("%5.1f ms of it work", work),
-      format("%5zu processes", host_->processes().size()),
-      format("%5zu requests, %zu drawn", requests_, drawn_.size()),
-      format("%5.0f thousand pixels", static_cast<double>(pixels) / 1000),
+  const std::vector<Row> rows = {
+      {"frame", format("%.1f ms, %.0f a second", frame, frame > 0 ? 1000 / frame : 0)},
+      {"of it work", format("%.1f ms", work)},
+      {"processes", format("%zu", host_->processes().size())},
+      {"requests", format("%zu, %zu of them drawn", requests_, drawn_.size())},
+      {"pixels", format("%.0f thousand", static_cast<double>(pixels) / 1000)},
   };
   constexpr int curve_height = 40, ms_height = 2; // pixels; pixels a millisecond
-  const int line = Canvas::line_height();
-  int width = static_cast<int>(kept_times);
-  for (const std::string &text : lines)
-    width = std::max(width, Canvas::text_width(text));
-  const int height = line * static_cast<int>(std::size(lines)) + margin + curve_height;
+  const int height = Canvas::line_height() * static_cast<int>(rows.size()) + margin + curve_height;
+  const int width = std::max(static_cast<int>(kept_times), rows_width(rows));
   canvas.fill(0, 0, width + 2 * margin, height + 2 * margin, panel, 200);
-  int y = margin;
-  for (const std::string &text : lines) {
-    canvas.text(margin, y, text, ink);
-    y += line;
-  }
-  y += margin + curve_height;
+  const int y = paint_rows(canvas, margin, margin, rows) + margin + curve_height;
   for (std::size_t i = 0; i < kept_times; ++i) {
     const std::size_t at = (newest_ + 1 + i) % kept_times;
     const auto bar = [&](float time, Colour colour) {
@@ -192,32 +215,22 @@ void Overlay::paint_boxes(const Window &window, Canvas &canvas) const {
   if (pointed) paint_locals(canvas, *pointed, pointer);
 }
 
-// In two columns beside the pointer: those that aren't as declared first catch the eye.
+// Beside the pointer; locals that aren't as declared stand out.
 void Overlay::paint_locals(Canvas &canvas, const orb_process &process, Point at) const {
-  struct Line {
-    std::string text;
-    bool changed;
-  };
-  std::vector<Line> lines = {{format("process %u", process.host0), true}};
+  std::vector<Row> rows = {{"process", format("%u", process.host0)}};
   const auto *const words = reinterpret_cast<const std::int32_t *>(process.locals);
-  int width = 0;
   for (const orbhost::Declaration &local : host_->locals().declarations()) {
     if (local.kind != orbhost::Declaration::Kind::variable || local.fields[0].pointer) continue;
     const std::int32_t value = words[local.word];
-    lines.push_back({format("%-17s %d", local.name.c_str(), value), value != local.fields[0].initial});
+    rows.push_back(
+        {local.name, format("%d", value), value == local.fields[0].initial ? faint : ink});
   }
-  for (const Line &line : lines)
-    width = std::max(width, Canvas::text_width(line.text));
-  const int line_height = Canvas::line_height();
-  const int height = line_height * static_cast<int>(lines.size());
-  const int x = std::clamp(at.x + 3 * margin, 0, std::max(canvas.width() - width - 2 * margin, 0));
-  int y = std::clamp(at.y + 3 * margin, 0, std::max(canvas.height() - height - 2 * margin, 0));
-  canvas.fill(x, y, width + 2 * margin, height + 2 * margin, panel, 220);
-  y += margin;
-  for (const Line &line : lines) {
-    canvas.text(x + margin, y, line.text, line.changed ? ink : faint);
-    y += line_height;
-  }
+  const int width = rows_width(rows) + 2 * margin;
+  const int height = Canvas::line_height() * static_cast<int>(rows.size()) + 2 * margin;
+  const int x = std::clamp(at.x + 3 * margin, 0, std::max(canvas.width() - width, 0));
+  const int y = std::clamp(at.y + 3 * margin, 0, std::max(canvas.height() - height, 0));
+  canvas.fill(x, y, width, height, panel, 220);
+  paint_rows(canvas, x + margin, y + margin, rows);
 }
 
 } // namespace orbplay
