@@ -47,20 +47,15 @@ std::vector<std::string> broken(std::string line, int width) {
 ErrorScreen::ErrorScreen(const std::string &message) {
   std::istringstream in(message);
   std::string line;
-  bool trace = false;
-  while (std::getline(in, line)) {
-    if (line == "stack traceback:") {
-      trace = true;
-      // "game.lua:12: what went wrong"
-      const std::string &first = lines_.empty() ? line : lines_.front().text;
-      const std::size_t colon = first.find(".lua:");
-      if (colon != std::string::npos)
-        add_source(first.substr(0, colon + 4), std::atoi(first.c_str() + colon + 5));
-      lines_.push_back({"called from", Line::Kind::trace});
-      continue;
-    }
-    lines_.push_back({without_tabs(line), trace ? Line::Kind::trace : Line::Kind::message});
-  }
+  while (std::getline(in, line) && line != "stack traceback:")
+    lines_.push_back({without_tabs(line), Line::Kind::message});
+  // The first begins with the place: "game.lua:12: what went wrong".
+  const std::string first = lines_.empty() ? "" : lines_.front().text;
+  if (const std::size_t end = first.find(".lua:"); end != std::string::npos)
+    add_source(first.substr(0, end + 4), std::atoi(first.c_str() + end + 5));
+  if (line == "stack traceback:") lines_.push_back({"called from", Line::Kind::trace});
+  while (std::getline(in, line))
+    lines_.push_back({without_tabs(line), Line::Kind::trace});
   lines_.push_back({"", Line::Kind::help});
   lines_.push_back({"r plays again, escape ends", Line::Kind::help});
 }

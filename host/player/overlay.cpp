@@ -76,6 +76,7 @@ void Overlay::attach(orbhost::Host &host) {
   active = this;
   drawn_.clear();
   previous_.clear();
+  shown_at_ = Clock::now();
   orb_device2d *const device = host.device();
   if (!device || !device->ResetBlitList) return;
   reset_list_ = device->ResetBlitList;
