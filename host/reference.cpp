@@ -6,6 +6,7 @@
 #include <cctype>
 #include <charconv>
 #include <numeric>
+#include <sstream>
 
 namespace orbhost {
 
@@ -71,6 +72,7 @@ public:
       lines_.push_back(text.substr(0, end));
       text.remove_prefix(std::min(end + 1, text.size()));
     }
+    hidden_.resize(lines_.size());
   }
 
   ReferenceFamily parse() {
@@ -97,6 +99,7 @@ private:
   std::string joined(std::size_t from, std::size_t to) const {
     std::string text;
     for (std::size_t i = from; i < to; ++i) {
+      if (hidden_[i]) continue;
       text += lines_[i];
       text += '\n';
     }
@@ -210,12 +213,36 @@ private:
     return report;
   }
 
+  // Keywords of `angle`: rotate, turn.
+  void parse_keywords(ReferenceEntry &entry, const Block &block, std::size_t to) {
+    const std::size_t colon = std::min(block.text.find(": "), block.text.size());
+    const std::string_view head = std::string_view(block.text).substr(0, colon);
+    std::string words = block.text.substr(std::min(colon + 2, block.text.size()));
+    if (words.ends_with('.')) words.pop_back();
+    ReferenceKeywords keywords{codes_in(head), split_list(words)};
+    if (keywords.names.empty()) keywords.names = entry.names;
+    for (const std::string &name : keywords.names)
+      if (!describes(entry, name)) fail(block.line, name + " has keywords, but isn't described here");
+    if (keywords.words.empty()) fail(block.line, "keywords look like Keywords: rotate, turn.");
+    entry.keywords.push_back(std::move(keywords));
+    for (std::size_t i = block.line; i < to; ++i) {
+      hidden_[i] = true;
+      if (lines_[i].empty()) break;
+    }
+  }
+
+  static bool describes(const ReferenceEntry &entry, const std::string &name) {
+    const auto has = [&](const std::vector<std::string> &names) {
+      return std::ranges::find(names, name) != names.end();
+    };
+    return has(entry.names) || std::ranges::any_of(entry.definitions, has, &ReferenceItem::names);
+  }
+
   void parse_entry(std::size_t from, std::size_t to) {
     ReferenceEntry &entry = family_.entries.emplace_back();
     entry.names = split_list(lines_[from].substr(3));
     if (entry.names.empty()) fail(from, "a name is missing");
     entry.line = from + 1;
-    entry.text = joined(from + 1, to);
     bool reports = false; // whether items are reports
     for (const Block &block : blocks(from + 1, to)) {
       const std::string_view text = block.text;
@@ -234,6 +261,8 @@ private:
           entry.aliases = codes_in(text);
         else if (text.starts_with("See also: "))
           entry.see_also = codes_in(text);
+        else if (text.starts_with("Keywords"))
+          parse_keywords(entry, block, to);
         else if (entry.purpose.empty())
           entry.purpose = text;
         break;
@@ -249,12 +278,23 @@ private:
       }
       }
     }
+    entry.text = joined(from + 1, to);
     if (entry.purpose.empty()) fail(from, entry.names[0] + " doesn't say what it is for");
   }
 
   ReferenceFamily family_;
   std::vector<std::string_view> lines_;
+  std::vector<bool> hidden_; // of each line, whether texts leave it out
 };
+
+// In lower case, without the blanks between them.
+std::vector<std::string> words_in(std::string_view text) {
+  std::istringstream stream{std::string(text)};
+  std::vector<std::string> words;
+  for (std::string word; stream >> word; words.push_back(word))
+    std::ranges::transform(word, word.begin(), [](unsigned char c) { return std::tolower(c); });
+  return words;
+}
 
 // How many letters must be changed, added or left out to make one of the other.
 std::size_t edit_distance(std::string_view a, std::string_view b) {
@@ -272,6 +312,16 @@ std::size_t edit_distance(std::string_view a, std::string_view b) {
 }
 
 } // namespace
+
+std::string keywords_of(const ReferenceEntry &entry, std::string_view name) {
+  std::string text;
+  for (const ReferenceKeywords &keywords : entry.keywords) {
+    if (std::ranges::find(keywords.names, name) == keywords.names.end()) continue;
+    for (const std::string &word : keywords.words)
+      text += (text.empty() ? "" : ", ") + word;
+  }
+  return text;
+}
 
 ReferenceFamily parse_reference(std::string_view file, std::string_view text) {
   return Parser(file, text).parse();
@@ -309,6 +359,25 @@ const Reference &Reference::built_in() {
 const ReferencePlace *Reference::find(std::string_view name) const {
   const auto found = places_.find(name);
   return found == places_.end() ? nullptr : &found->second;
+}
+
+std::vector<std::string> Reference::with_keywords(std::string_view words) const {
+  const std::vector<std::string> wanted = words_in(words);
+  std::vector<std::string> names;
+  for (const ReferenceFamily &family : families_)
+    for (const ReferenceEntry &entry : family.entries)
+      for (const ReferenceKeywords &keywords : entry.keywords) {
+        std::string all;
+        for (const std::string &word : keywords.words)
+          all += word + " ";
+        const std::vector<std::string> known = words_in(all);
+        const bool has_all = std::ranges::all_of(wanted, [&](const std::string &word) {
+          return std::ranges::find(known, word) != known.end();
+        });
+        if (!wanted.empty() && has_all)
+          names.insert(names.end(), keywords.names.begin(), keywords.names.end());
+      }
+  return names;
 }
 
 std::vector<std::string> nearest_names(const std::vector<std::string> &names, std::string_view name,

@@ -21,6 +21,9 @@
 //
 //     See also: `region_is_out`.
 //
+//     Keywords: clip, scissor.                            what users may look for; found, not shown
+//     Keywords of `angle`: rotate.                        the same of a word that a topic defines
+//
 // A Lua block is an example, a program of its own. An entry without forms is a topic: its list
 // items that begin with `name` = value or with `name` define constants, globals, locals and fields.
 #pragma once
@@ -61,6 +64,12 @@ struct ReferenceReport {
   std::string text;
 };
 
+// Words by which users of other engines may look for a name.
+struct ReferenceKeywords {
+  std::vector<std::string> names; // an entry's own, or words that it defines
+  std::vector<std::string> words; // in lower case; several words are a phrase
+};
+
 struct ReferenceEntry {
   std::vector<std::string> names; // of functions that are described together
   std::size_t line = 0;           // of the heading
@@ -70,9 +79,13 @@ struct ReferenceEntry {
   std::vector<ReferenceItem> definitions; // of a topic
   std::vector<ReferenceReport> reports;
   std::vector<std::string> aliases, see_also;
+  std::vector<ReferenceKeywords> keywords;
   std::vector<std::string> examples;
-  std::string text; // all of it below the heading, as it stands
+  std::string text; // all of it below the heading but the keywords, as it stands
 };
+
+// The keywords of a name that an entry describes, ", " between them.
+std::string keywords_of(const ReferenceEntry &entry, std::string_view name);
 
 struct ReferenceFamily {
   std::string file; // "graphs.md"
@@ -105,6 +118,9 @@ public:
   [[nodiscard]] const std::vector<ReferenceFamily> &families() const { return families_; }
   // The place of an entry, an alias or a defined word; null where there is none.
   [[nodiscard]] const ReferencePlace *find(std::string_view name) const;
+  // The names that have all of these words, in lower case or not, among their keywords, in the order
+  // of the reference.
+  [[nodiscard]] std::vector<std::string> with_keywords(std::string_view words) const;
   // The nearest_names() of all names.
   [[nodiscard]] std::vector<std::string> nearest(std::string_view name, std::size_t most) const;
 

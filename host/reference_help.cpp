@@ -96,6 +96,18 @@ std::string help_text(const Reference &reference, std::string_view name) {
          rendered(place->entry->text);
 }
 
+std::string keyword_text(const Reference &reference, std::string_view words) {
+  std::string text;
+  for (const std::string &name : reference.with_keywords(words)) {
+    const ReferenceEntry &entry = *reference.find(name)->entry;
+    std::string purpose = entry.purpose;
+    for (const ReferenceItem &item : entry.definitions)
+      if (std::ranges::find(item.names, name) != item.names.end()) purpose = item.text;
+    wrap(text, name + ": " + plain(purpose), 2);
+  }
+  return text;
+}
+
 std::string list_text(const Reference &reference, const Registration &registration) {
   std::string text, older, others;
   for (const ReferenceFamily &family : reference.families()) {

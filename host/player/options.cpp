@@ -38,11 +38,15 @@ public:
   }
 };
 
-// Prints the entry of a name, or names like it.
+// Prints the entry of a name, or the names that serve for what a word says, or names like it.
 ExitStatus explain(const std::string &name) {
   const orbhost::Reference &reference = orbhost::Reference::built_in();
   if (const std::string text = orbhost::help_text(reference, name); !text.empty()) {
     std::printf("%s", text.c_str());
+    return exit_ok;
+  }
+  if (const std::string text = orbhost::keyword_text(reference, name); !text.empty()) {
+    std::printf("Nothing is called %s. For that there is:\n\n%s", name.c_str(), text.c_str());
     return exit_ok;
   }
   std::fprintf(stderr, "orbplay: nothing is called %s", name.c_str());
@@ -71,7 +75,7 @@ Settings parse_options(int argc, char **argv) {
   app.set_help_flag();
   std::string topic;
   const CLI::Option *help =
-      app.add_option("-h,--help", topic, "what NAME means to a script; or this message")
+      app.add_option("-h,--help", topic, "what NAME, or a word like rotate, means to a script; or this message")
           ->type_name("[NAME]")
           ->expected(0, 1);
   app.add_option("script", settings.script, "Lua script to play")->type_name("SCRIPT");

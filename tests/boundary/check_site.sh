@@ -29,6 +29,8 @@ finds collis reference/collision.html
 finds touches+pixel reference/collision.html#collision
 finds put reference/ground.html#put # an alias
 finds fps reference/globals.html#fps
+finds rotate reference/processes.html#angle # keywords, which no text has
+finds fade+to+black reference/fades.html#screen_fade
 finds first+game guides/first_game.html
 for opened in reference/effects.html guides/first_game.html examples/games_meteors.html; do
   page "$opened"

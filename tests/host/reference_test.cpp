@@ -39,6 +39,8 @@ TEST(ReferenceTexts, NameTheLineOfAMistake) {
       {"# X\n\n## a\n\n    a(c)\n", "x.md:3: a doesn't say what it is for"},
       {"# X\n\n## a\n\nDoes it.\n\nReports:\n\n- `b`: no\n",
        "x.md:9: a report looks like - 121 `graph`: no such graph"},
+      {"# X\n\n## a\n\nDoes it.\n\nKeywords of `b`: c.\n",
+       "x.md:7: b has keywords, but isn't described here"},
       {"# X\n\n## a\n\nDoes it.\n\n```lua\nb()\n", "x.md:7: this block doesn't end"},
       {"# X\n\n## a\n\nDoes it.\n\n## a\n\nAgain.\n", "x.md:7: a is described twice"}};
   for (const auto &[text, mistake] : rows) {

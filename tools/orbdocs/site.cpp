@@ -221,10 +221,11 @@ private:
     pages_[file] = page;
   }
 
+  // `words` are found too, though a search prefers the others.
   void add_to_index(const std::string &name, const std::string &purpose, const std::string &words,
-                    const std::string &where) {
-    index_ +=
-        "[" + json(name) + "," + json(purpose) + "," + json(words) + "," + json(where) + "],\n";
+                    const std::string &where, const std::string &keywords = "") {
+    index_ += "[" + json(name) + "," + json(purpose) + "," + json(words) + "," + json(where) +
+              (keywords.empty() ? "" : "," + json(keywords)) + "],\n";
   }
 
   // A text as HTML; after each example that has a picture the picture. Names of the entry's own
@@ -272,7 +273,7 @@ private:
       for (const std::string &name : entry.names) {
         anchor(name);
         title += (title.empty() ? "" : ", ") + name;
-        add_to_index(name, entry.purpose, "", page + "#" + id_of(name));
+        add_to_index(name, entry.purpose, "", page + "#" + id_of(name), keywords_of(entry, name));
       }
       for (const std::string &alias : entry.aliases) {
         anchor(alias);
@@ -281,7 +282,8 @@ private:
       for (const orbhost::ReferenceItem &item : entry.definitions)
         for (const std::string &name : item.names) {
           anchor(name);
-          add_to_index(name, item.text, entry.names[0], page + "#" + id_of(name));
+          add_to_index(name, item.text, entry.names[0], page + "#" + id_of(name),
+                       keywords_of(entry, name));
         }
       body += "<section>" + anchors + "<h2>" + escaped(title) + "</h2>\n" +
               with_pictures(entry.text, examples_of(family), own_names(entry)) + "</section>\n";
@@ -316,7 +318,7 @@ private:
 
   void example_page(const Shown &shown) {
     const std::string page = "examples/" + shown.name + ".html";
-    add_to_index(shown.name, shown.title, "", page);
+    add_to_index(shown.name, shown.title, shown.text, page);
     write_page(page, shown.name,
                "<h1>" + escaped(shown.name) + "</h1>\n<p>" + escaped(shown.title) + "</p>\n" +
                    (shown.picture.empty() ? ""

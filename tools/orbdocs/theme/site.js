@@ -2,14 +2,18 @@
 const field = document.getElementById("search"), list = document.getElementById("found");
 let chosen = 0;
 
-// How well an entry fits a word: in its name best, in its purpose less, in other text least; 0: not.
-function score([name, purpose, words], word) {
+// How well an entry fits a word: as its name best, as a keyword next, then within its name, its keywords
+// and its purpose, in other text least; 0: not.
+function score([name, purpose, words, , keywords = ""], word) {
+  const begins = new RegExp("\\b" + word.replace(/\W/g, "\\$&"));
   name = name.toLowerCase();
   if (name === word) return 100;
+  if (keywords.split(", ").includes(word)) return 70;
   if (name.startsWith(word)) return 60;
   if (name.includes(word)) return 40;
+  if (begins.test(keywords)) return 30;
   const text = purpose.toLowerCase();
-  if (new RegExp("\\b" + word.replace(/\W/g, "\\$&")).test(text)) return 20;
+  if (begins.test(text)) return 20;
   if (text.includes(word)) return 10;
   return words.toLowerCase().includes(word) ? 5 : 0;
 }
