@@ -23,11 +23,12 @@ trap 'rm -f examples/.picture.lua' EXIT
 picture pixels_ramp pixels_at_8_bits 1 20
 picture pixels_index_0 pixels_at_8_bits 2 70
 picture pixels_order pixels_at_8_bits 3 20
-picture pixels_forced pixels_at_8_bits 4 20
-picture pixels_cycling pixels_at_8_bits 5 20
-picture pixels_ghosts pixels_at_8_bits 6 20
-picture pixels_flash pixels_at_8_bits 7 44
-picture pixels_fade pixels_at_8_bits 8 60
+picture pixels_free pixels_at_8_bits 4 20
+picture pixels_forced pixels_at_8_bits 5 20
+picture pixels_cycling pixels_at_8_bits 6 20
+picture pixels_ghosts pixels_at_8_bits 7 20
+picture pixels_flash pixels_at_8_bits 8 44
+picture pixels_fade pixels_at_8_bits 9 60
 
 for part in 1 2 3 4 5 6; do
   picture "frame_$part" frames 1 20 "$part"
