@@ -222,7 +222,8 @@ private:
     ReferenceKeywords keywords{codes_in(head), split_list(words)};
     if (keywords.names.empty()) keywords.names = entry.names;
     for (const std::string &name : keywords.names)
-      if (!describes(entry, name)) fail(block.line, name + " has keywords, but isn't described here");
+      if (!describes(entry, name))
+        fail(block.line, name + " has keywords, but isn't described here");
     if (keywords.words.empty()) fail(block.line, "keywords look like Keywords: rotate, turn.");
     entry.keywords.push_back(std::move(keywords));
     for (std::size_t i = block.line; i < to; ++i) {

@@ -75,7 +75,8 @@ Settings parse_options(int argc, char **argv) {
   app.set_help_flag();
   std::string topic;
   const CLI::Option *help =
-      app.add_option("-h,--help", topic, "what NAME, or a word like rotate, means to a script; or this message")
+      app.add_option("-h,--help", topic,
+                     "what NAME, or a word like rotate, means to a script; or this message")
           ->type_name("[NAME]")
           ->expected(0, 1);
   app.add_option("script", settings.script, "Lua script to play")->type_name("SCRIPT");

@@ -228,7 +228,7 @@ private:
               (keywords.empty() ? "" : "," + json(keywords)) + "],\n";
   }
 
-  // A text as HTML; after each example that has a picture the picture. Names of the entry's own
+  // A text as HTML; after each example that has a picture the picture. The entry's own names, its
   // parameters and results aren't links.
   std::string with_pictures(const std::string &text, const std::vector<Example> &examples,
                             const std::set<std::string> &own = {}) {
@@ -253,8 +253,7 @@ private:
       names.insert(form.parameters.begin(), form.parameters.end());
       names.insert(form.results.begin(), form.results.end());
     }
-    for (const std::string &name : entry.names) // as process has a result of that name
-      names.erase(name);
+    names.insert(entry.names.begin(), entry.names.end()); // the page of those is open
     return names;
   }
 
@@ -309,22 +308,40 @@ private:
     write_page("reference/index.html", "Reference", body);
   }
 
+  // Links to the second-level headings of a text, each of which has an anchor before it.
+  static std::string headings_of(const std::string &html) {
+    constexpr std::string_view id = "<a id=\"", heading = "\"></a>\n<h2>", end = "</h2>";
+    std::string side;
+    for (std::size_t at = 0; (at = html.find(heading, at)) != std::string::npos; ++at) {
+      const std::size_t from = html.rfind(id, at) + id.size(), title = at + heading.size();
+      side += "<li><a href=\"#" + html.substr(from, at - from) + "\">" +
+              html.substr(title, html.find(end, title) - title) + "</a></li>\n";
+    }
+    return side;
+  }
+
   void guide_page(const Guide &guide) {
     const std::string page = "guides/" + guide.name + ".html";
     add_to_index(guide.title, "Guide", guide.text, page);
-    write_page(page, guide.title,
-               "<h1>" + escaped(guide.title) + "</h1>\n" + html_of(guide.text, links("../")));
+    const std::string text = html_of(guide.text, links("../"));
+    write_page(page, guide.title, "<h1>" + escaped(guide.title) + "</h1>\n" + text,
+               headings_of(text));
   }
 
   void example_page(const Shown &shown) {
     const std::string page = "examples/" + shown.name + ".html";
+    const std::string play = shown.script.parent_path().filename() == "lib" // for others to require
+                                 ? ""
+                                 : "<pre><code>./orb play " +
+                                       escaped(fs::relative(shown.script, root_).string()) +
+                                       "</code></pre>\n";
     add_to_index(shown.name, shown.title, shown.text, page);
     write_page(page, shown.name,
                "<h1>" + escaped(shown.name) + "</h1>\n<p>" + escaped(shown.title) + "</p>\n" +
                    (shown.picture.empty() ? ""
                                           : "<img class=shot alt=\"\" src=\"../pictures/" +
                                                 shown.name + ".png\">\n") +
-                   html_of(shown.text, links("../")) + "<pre class=lua><code>" +
+                   html_of(shown.text, links("../")) + play + "<pre class=lua><code>" +
                    highlighted(shown.source, links("../").name) + "</code></pre>\n");
   }
 
@@ -336,7 +353,8 @@ private:
                ".html\"><img loading=lazy alt=\"\" src=\"pictures/" + shown.name + ".png\"><b>" +
                escaped(shown.name) + "</b> " + escaped(shown.title) + "</a>\n";
     write_page("index.html", "ORB graphics2D",
-               body + "<h2>Examples</h2>\n<div class=cards>\n" + cards + "</div>\n");
+               body + "<h2 id=\"examples\">Examples</h2>\n<div class=cards>\n" + cards +
+                   "</div>\n");
   }
 
   // Every href and src of the pages leads to a file and, where it names one, an id.

@@ -47,6 +47,11 @@ function show() {
     link.appendChild(document.createElement("span")).textContent = purpose.replaceAll("`", "");
     return row;
   }));
+  if (!list.children.length && field.value.trim()) {
+    const row = list.appendChild(document.createElement("li"));
+    row.className = "none";
+    row.textContent = "Nothing found. Try a single word, or look at the families of the reference.";
+  }
   list.hidden = !list.children.length;
   choose(0);
 }
@@ -63,7 +68,9 @@ field.addEventListener("keydown", event => {
 document.addEventListener("keydown", event => {
   if (event.key === "/" && event.target !== field) { field.focus(); event.preventDefault(); }
 });
-list.addEventListener("click", () => { list.hidden = true; });
+// A click on a result or beside the list closes it; the field opens it again.
+document.addEventListener("click", event => { if (event.target !== field) list.hidden = true; });
+field.addEventListener("focus", () => { if (field.value) show(); });
 if (matchMedia("(max-width: 52rem)").matches)
   document.querySelectorAll("nav details").forEach(part => { part.open = false; });
 
