@@ -1,12 +1,13 @@
 -- Your first game, step 7: bricks burst and tumble.
 
-local text = require "text"
-
 mode_set(640, 480, 32, mode_window)
 set_fps(60, 0)
 ground_put(0, image_load("../assets/space.png"), 320, 240)
 
 local score, balls = 0, 3
+local ink = rgb(235, 240, 255)
+local score_label = write("Score 0000", { x = 16, y = 8, size = 200, colour = ink })
+local balls_label = write("Balls 3", { x = 624, y = 8, size = 200, colour = ink, align = "right" })
 local spark_graph = image_load("../assets/spark.png")
 
 -- A rectangle with a darker edge, as a graph.
@@ -119,26 +120,12 @@ local function ball(self)
   end
 end
 
--- A line of text, drawn anew when what line() returns has changed.
-local function label(self, line)
-  local shown
-  while true do
-    local wanted = line()
-    if wanted ~= shown then
-      if shown then map_unload(self.graph) end
-      self.graph = text.graph(wanted, 2, rgb(235, 240, 255))
-      shown = wanted
-    end
-    frame()
-  end
-end
-
 build_wall()
 spawn(ball, { graph = image_load("../assets/ball.png"), size = 50 })
-spawn(label, { x = 90, y = 24 }, function() return string.format("score %04d", score) end)
-spawn(label, { x = 560, y = 24 }, function() return "balls " .. balls end)
 
 while not key("escape") do
+  score_label.text = string.format("Score %04d", score)
+  balls_label.text = "Balls " .. balls
   frame()
 end
 quit()

@@ -2,8 +2,6 @@
 --
 -- Keys: left and right move the paddle, space begins again after the end, escape ends.
 
-local text = require "text"
-
 mode_set(640, 480, 32, mode_window)
 set_fps(60, 0)
 ground_put(0, image_load("../assets/space.png"), 320, 240)
@@ -12,6 +10,12 @@ local score, balls, level = 0, 3, 0
 local bricks = {} -- those that stand: process -> true
 local ball_graph = image_load("../assets/ball.png")
 local spark_graph = image_load("../assets/spark.png")
+
+local ink = rgb(235, 240, 255)
+local score_label = write("Score 0000", { x = 16, y = 8, size = 200, colour = ink })
+local balls_label = write("Balls 3", { x = 624, y = 8, size = 200, colour = ink, align = "right" })
+local level_label = write("", { x = 320, y = 8, size = 200, colour = ink, align = "centre" })
+local announcement = write("", { x = 320, y = 300, size = 200, colour = ink, align = "middle" })
 
 -- A rectangle with a darker edge, as a graph.
 local function block(width, height, r, g, b)
@@ -124,29 +128,6 @@ local function ball(self)
   end
 end
 
--- A line of text, drawn anew when what line() returns has changed.
-local function label(self, line)
-  local shown
-  while true do
-    local wanted = line()
-    if wanted ~= shown then
-      if shown then map_unload(self.graph) end
-      self.graph = text.graph(wanted, 2, rgb(235, 240, 255))
-      shown = wanted
-    end
-    frame()
-  end
-end
-
-local function announcement()
-  return balls == 0 and "game over - space begins again" or " "
-end
-
-spawn(label, { x = 90, y = 24 }, function() return string.format("score %04d", score) end)
-spawn(label, { x = 320, y = 24 }, function() return "level " .. level end)
-spawn(label, { x = 560, y = 24 }, function() return "balls " .. balls end)
-spawn(label, { x = 320, y = 300 }, announcement)
-
 local flying
 local function next_level()
   level = level + 1
@@ -161,6 +142,10 @@ while not key("escape") do
     for standing in pairs(bricks) do standing:kill() end
     bricks, score, balls, level = {}, 0, 3, 0
   end
+  score_label.text = string.format("Score %04d", score)
+  balls_label.text = "Balls " .. balls
+  level_label.text = "Level " .. level
+  announcement.text = balls == 0 and "Game over: space begins again" or ""
   frame()
 end
 quit()

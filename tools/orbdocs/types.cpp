@@ -71,7 +71,7 @@ public:
                "---@field [string] any the script's own fields\n";
     return "---@meta\n-- All that a script can name. Made from the reference; changes are "
            "lost.\n\n" +
-           process + "local orb_process = {}\n\n" + text_;
+           process + "local orb_process = {}\n\n---@class font\n\n" + text_;
   }
 
 private:
