@@ -9,7 +9,6 @@
 -- up and down scale it, m mirrors it, space starts and stops the demonstration, escape ends.
 
 local pressed = require("keys").pressed
-local text = require "text"
 
 local width, height = 640, 480
 mode_set(width, height, 32, mode_window)
@@ -77,35 +76,23 @@ draw_new(2, plain, 110, whole_screen, region_box.x, region_box.y, x1, y1)
 
 -- ---- The panel ----------------------------------------------------------------------------------
 
--- A line of text that is redrawn when it changes.
-local function panel_line(self, line)
-  local shown
-  self.z = -100
-  while true do
-    local wanted, colour = line()
-    if wanted ~= shown then
-      if shown then map_unload(self.graph) end
-      shown = wanted
-      self.graph = text.graph(wanted, 2, colour)
-      self.x = 16 + map_get_width(0, self.graph) // 2
-    end
-    frame()
-  end
+local answers = {}
+local lines = { "overlap", "collision", "pointer", "outside" }
+local texts = {} -- of the answers, by line
+for i, name in ipairs(lines) do
+  local y = 24 * i - 12
+  write(name, { x = 16, y = y, z = -100, size = 200 })
+  texts[name] = write("", { x = 150, y = y, z = -100, size = 200 })
 end
 
-local answers = {}
-local function yes_or_no(name)
-  return function()
-    local yes = answers[name]
-    return string.format("%-10s %s", name, yes and "yes" or "no"), yes and hit or calm
+local function show_answers()
+  for _, name in ipairs(lines) do
+    local answer = answers[name]
+    local yes = answer == true or answer ~= false and answer > 0
+    texts[name].colour = yes and hit or calm
+    texts[name].text = name == "outside" and string.format("%.0f %%", answer) or yes and "yes" or "no"
   end
 end
-spawn(panel_line, { y = 24 }, yes_or_no "overlap")
-spawn(panel_line, { y = 48 }, yes_or_no "collision")
-spawn(panel_line, { y = 72 }, yes_or_no "pointer")
-spawn(panel_line, { y = 96 }, function()
-  return string.format("outside    %3.0f %%", answers.outside), answers.outside > 0 and hit or calm
-end)
 
 -- ---- Input --------------------------------------------------------------------------------------
 
@@ -147,6 +134,7 @@ while not key "escape" do
   answers.collision = collision(meteor, fighter) ~= 0
   answers.pointer = collision(mouse.x, mouse.y, chosen) ~= 0
   answers.outside = region_is_xout(chosen, region_number)
+  show_answers()
   for _, s in ipairs(shapes) do
     local colour = answers.collision and hit or answers.overlap and calm or plain
     move_frame(frames[s], corners_of(s), colour)

@@ -8,8 +8,6 @@
 -- Usage: ./orb play examples/collision/collision_storm.lua [-- BITS [BULLETS [ENEMIES]]]
 -- Keys: escape ends.
 
-local text = require "text"
-
 local bits = tonumber(arg[1]) or 32
 local bullets, enemies = tonumber(arg[2]) or 2000, tonumber(arg[3]) or 200
 local width, height = 640, 480
@@ -122,37 +120,28 @@ local function ship(self)
   end
 end
 
--- A line of text as a process, redrawn when it changes.
-local function label(self, line)
-  local shown
-  while true do
-    local wanted = line()
-    if wanted ~= shown then
-      if shown then map_unload(self.graph) end
-      shown = wanted
-      self.graph = text.graph(shown, 2, colour(235, 240, 255))
-    end
-    frame()
-  end
-end
-
 for _ = 1, enemies do spawn(enemy, { z = 0 }) end
 for i = 1, bullets do spawn(bullet, { fxmode = light, z = 10 }, (bullets - i) * 80 // bullets) end
 spawn(ship, { graph = pictures.ship, x = middle_x, y = middle_y, z = -10, size = 80 })
 
-local milliseconds
--- Lines of text on plates that let the battle shine through.
-local function show(x, y, letters, line)
-  local plate = map_new(letters * text.width * 2 + 12, 24, colour(16, 14, 40))
+-- A line of text on a plate that lets the battle shine through, as wide as the longest line.
+local function label(x, y, align, longest)
+  local plate = map_new(2 * text_width(longest) + 12, 26, colour(16, 14, 40))
+  local middle = align == "left" and x + text_width(longest) or x
   spawn(function() while true do frame() end end,
-    { graph = plate, x = x, y = y - 2, z = -90, flags = flg_ghost })
-  spawn(label, { x = x, y = y, z = -100 }, line)
+    { graph = plate, x = middle, y = y + 13, z = -90, flags = flg_ghost })
+  return write("", { x = x, y = y, z = -100, align = align, size = 200, colour = { 235, 240, 255 } })
 end
-show(86, 18, 12, function() return string.format("score %06d", score) end)
-show(middle_x, height - 16, 35, function()
-  local time = milliseconds and string.format("%5.1f", milliseconds) or "   --"
-  return string.format("%d bullets  %d enemies  %s ms", bullets, enemies, time)
-end)
+local score_label = label(14, 4, "left", "Score 000000")
+local time_label = label(middle_x, height - 30, "centre",
+  string.format("%d bullets, %d enemies: 00.0 ms", bullets, enemies))
+local milliseconds
+
+local function show_labels()
+  local time = milliseconds and string.format("%.1f", milliseconds) or "--"
+  score_label.text = string.format("Score %06d", score)
+  time_label.text = string.format("%d bullets, %d enemies: %s ms", bullets, enemies, time)
+end
 
 -- Measured once in so many frames, by the processor's time: waiting for a frame doesn't count.
 local frames_measured, age, before = 60, 0, os.clock()
@@ -162,6 +151,7 @@ while not key "escape" do
     local now = os.clock()
     milliseconds, before = (now - before) * 1000 / frames_measured, now
   end
+  show_labels()
   frame()
 end
 quit()

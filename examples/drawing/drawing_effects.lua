@@ -9,8 +9,6 @@
 --
 -- Keys: 8, 1 and 3 switch to 8, 16 and 32 bits a pixel, escape ends.
 
-local text = require "text"
-
 local depths = { ["8"] = 8, ["1"] = 16, ["3"] = 32 }
 local effects = {
   "solid", "src", "dst", "srcoverdst", "dstoversrc", "srcindst", "dstinsrc", "srcoutdst", "dstoutsrc",
@@ -22,15 +20,16 @@ local effects = {
 }
 local columns, cell_width, cell_height = 6, 106, 65
 
--- An 8-bit mode has no rgb(): the palette's nearest colour, from components of 0 to 63.
-local function colour(r, g, b)
-  if mode_get_bpp() == 8 then return palette_find_color(r // 4, g // 4, b // 4) end
-  return rgbx(r, g, b)
+local labels = {}
+local function label(x, y, line, align, colour)
+  labels[#labels + 1] = write(line, { x = x, y = y, align = align, colour = colour })
 end
 
 local function draw_sheet(landscape, bird)
+  for _, old in ipairs(labels) do old:kill() end
+  labels = {}
   local count = mode_get_bpp() == 8 and "13 of 42" or "42"
-  text.put(8, 8, count .. " effects at " .. mode_get_bpp() .. " bits", colour(255, 220, 120))
+  label(8, 4, count .. " effects at " .. mode_get_bpp() .. " bits", "left", { 255, 220, 120 })
   local tint = mode_get_bpp() == 8 and 0 or rgb(255, 80, 0)
   for i, name in ipairs(effects) do
     local left = 2 + (i - 1) % columns * cell_width
@@ -41,8 +40,8 @@ local function draw_sheet(landscape, bird)
       ground_xxput(0, bird, left + 60, top + 25, 0, 100, 100, 0, 0, tfm_hsr, flg_normal, 0, 255,
         _G["fx_" .. name], tint, 160)
     end
-    local ink = possible and colour(255, 255, 255) or colour(110, 110, 120)
-    text.centre(left + 52, top + 53, name, ink)
+    local ink = possible and { 255, 255, 255 } or { 110, 110, 120 }
+    label(left + 52, top + 50, name, "centre", ink)
   end
 end
 

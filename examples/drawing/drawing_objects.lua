@@ -11,8 +11,6 @@
 -- Keys: space hides and shows the unlocked objects; 8, 1 and 3 switch to 8, 16 and 32 bits a pixel,
 -- escape ends.
 
-local text = require "text"
-
 local line, rectangle, filled_rectangle, ellipse, filled_ellipse = 1, 2, 3, 4, 5
 local screen_region, window_region = 0, 1
 local width, height = 640, 480
@@ -39,13 +37,11 @@ local function locked(z, ...)
   return id
 end
 
--- A pane of glass with its frame and, on the ground below, its depth.
+-- A pane of glass with its frame.
 local function pane(x, z, r, g, b)
   locked(z, filled_rectangle, colour(r, g, b), alpha(45), screen_region, x, 90, x + 110, 330)
   local white = colour(255, 255, 255)
   local edge = locked(z - 1, rectangle, white, alpha(100), screen_region, x, 90, x + 110, 330)
-  local ink = mode_get_bpp() == 8 and 15 or rgbx(255, 255, 255)
-  text.centre(x + 55, 338, "pane at z " .. z, ink)
   -- The short form of draw_move checks the last opacity passed to the long form, perhaps in another
   -- mode. This call sets it to one of this mode.
   draw_move(edge, white, alpha(100), x, 90, x + 110, 330)
@@ -158,6 +154,11 @@ local function set_screen(depth)
   pane(60, 30, 255, 80, 80)
   pane(250, 0, 80, 255, 120)
   pane(440, -30, 90, 140, 255)
+end
+
+-- Below each pane its depth. Texts outlive a change of the mode.
+for i, z in ipairs { 30, 0, -30 } do
+  write("pane at z " .. z, { x = 190 * i - 75, y = 334, z = 200, align = "centre" })
 end
 
 set_screen(tonumber(arg[1]) or 32)

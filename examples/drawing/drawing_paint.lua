@@ -20,8 +20,6 @@
 -- Arguments: the depth, 8, 16 or 32 bits a pixel; "demo" paints a landscape by itself
 -- before the mouse takes over.
 
-local text = require "text"
-
 local depth = tonumber(arg[1]) or 32
 local demo = arg[1] == "demo" or arg[2] == "demo"
 local sheet = { x = 72, y = 20, w = 568, h = 400 }
@@ -193,22 +191,6 @@ local function title_line()
   return line
 end
 
--- The title, a process that is redrawn when it changes.
-local function title(self)
-  local line
-  self.x, self.y = 6, 6
-  while true do
-    local wanted = title_line()
-    if wanted ~= line then
-      if line then map_unload(self.graph) end
-      line = wanted
-      self.graph = text.graph(line, 1, panels.ink)
-      map_set_center(0, self.graph, 0, 0)
-    end
-    frame()
-  end
-end
-
 local function arrow(self)
   local graph = map_new(12, 15)
   map_set_center(0, graph, 0, 0)
@@ -317,7 +299,7 @@ end
 
 -- ---- The program --------------------------------------------------------------------------------
 
-spawn(title)
+local title = write("", { x = 6, y = 3, colour = panels.ink })
 spawn(arrow)
 spawn(function(self) -- the sheet
   self.graph, self.flags, self.z = shown, flg_nokey, 10
@@ -338,6 +320,7 @@ while not key "escape" do
   local hover = paint.tool.hovers and on_sheet() and
       { tool = paint.tool, x = pointer.x - sheet.x, y = pointer.y - sheet.y }
   show(stroke or hover)
+  title.text = title_line()
   frame()
 end
 quit()

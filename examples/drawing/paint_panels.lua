@@ -5,14 +5,18 @@
 --   panels.draw()        paints them on the ground
 --   panels.press(x, y)   does what a click there does
 
-local text = require "text"
-
 return function(paint, tools)
   local panels = {}
   local colour_of, sheet = paint.colour_of, paint.sheet
   local back, face, edge = colour_of "182028", colour_of "303c48", colour_of "8090a0"
   local ink, lit = colour_of "d0e8ff", colour_of "f8b830"
   panels.ink, panels.lit = ink, lit
+
+  local function put_text(x, y, line, colour, align)
+    local graph = text_graph(line, { colour = colour, align = align })
+    ground_put(0, graph, x, y)
+    map_unload(graph)
+  end
 
   -- A button: a place, draw(), press(dx) with the distance from its left edge, and chosen().
   local buttons = {}
@@ -46,7 +50,7 @@ return function(paint, tools)
   end
   for i, action in ipairs(paint.actions) do
     local x, y = cell(i, 333)
-    button(x, y, 31, 31, action.run, function() text.centre(x + 16, y + 12, action.name, ink) end)
+    button(x, y, 31, 31, action.run, function() put_text(x + 16, y + 9, action.name, ink, "centre") end)
   end
   for i, hex in ipairs(paint.colours) do
     local x, y, c = 72 + (i - 1) % 16 * 35, 449 + (i - 1) // 16 * 15, colour_of(hex)
@@ -61,10 +65,10 @@ return function(paint, tools)
     button(x, 422, setting.box, 25,
       function(dx) paint.step(setting, dx * 2 < setting.box and -1 or 1) end,
       function()
-        text.centre(x + setting.box // 2, 425, setting.name, edge)
-        text.put(x + 3, 425, "-", edge)
-        text.put(x + setting.box - 8, 425, "+", edge)
-        text.centre(x + setting.box // 2, 436, tostring(paint.value(setting.name)), ink)
+        put_text(x + setting.box // 2, 422, setting.name, edge, "centre")
+        put_text(x + 4, 422, "-", edge)
+        put_text(x + setting.box - 3, 422, "+", edge, "right")
+        put_text(x + setting.box // 2, 433, tostring(paint.value(setting.name)), ink, "centre")
       end)
   end
 

@@ -9,8 +9,6 @@
 --
 -- Keys: left and right turn the pages, escape ends.
 
-local text = require "text"
-
 local folder = arg[1] or "../assets/gallery"
 local depth = tonumber(arg[2]) or 32
 
@@ -78,22 +76,30 @@ local function put_squares(x, y, width, height)
   end
 end
 
--- As many last letters of a name as fit a cell.
+-- The end of a name that fits a cell.
 local function shortened(name)
-  local most = frame_width // text.width
-  return #name <= most and name or ".." .. name:sub(-(most - 2))
+  local shown = name
+  for from = 2, #name do
+    if text_width(shown) <= frame_width then break end
+    shown = "…" .. name:sub(from)
+  end
+  return shown
+end
+
+-- Prints a line on the ground.
+local function put_text(x, y, line, colour_of_line, align)
+  local graph = text_graph(line, { colour = colour_of_line, align = align })
+  ground_put(0, graph, x, y)
+  map_unload(graph)
 end
 
 local function put_page(pictures, others, page)
   local white, grey = colour(255, 255, 255), colour(176, 184, 200)
   ground_put_rect(0, 0, 639, strips - 1, colour(28, 32, 48), 1)
   local pages = math.max(1, (#pictures + per_page - 1) // per_page)
-  text.put(8, 8, ("%d pictures at %d bits, page %d of %d"):format(#pictures, depth, page, pages),
+  put_text(8, 6, ("%d pictures at %d bits, page %d of %d"):format(#pictures, depth, page, pages),
     white)
-  if #others > 0 then
-    local line = ("not shown: %d"):format(#others)
-    text.put(632 - #line * text.width, 8, line, grey)
-  end
+  if #others > 0 then put_text(632, 6, ("%d not shown"):format(#others), grey, "right") end
   for i = 1, per_page do
     local picture = pictures[(page - 1) * per_page + i]
     if not picture then break end
@@ -102,9 +108,9 @@ local function put_page(pictures, others, page)
     put_squares(x - frame_width // 2, y, frame_width, frame_height)
     put_fitting(0, picture.graph, x, y + frame_height // 2, frame_width, frame_height)
     local w, h = map_get_width(0, picture.graph), map_get_height(0, picture.graph)
-    local alpha = map_has_alphachannel(0, picture.graph) == 1 and " a" or ""
-    text.centre(x, y + frame_height + 6, shortened(picture.name), white)
-    text.centre(x, y + frame_height + 18, ("%d x %d x %d%s"):format(w, h, depth, alpha), grey)
+    local alpha = map_has_alphachannel(0, picture.graph) == 1 and " A" or ""
+    put_text(x, y + frame_height + 3, shortened(picture.name), white, "centre")
+    put_text(x, y + frame_height + 16, ("%d × %d × %d%s"):format(w, h, depth, alpha), grey, "centre")
   end
 end
 
@@ -143,10 +149,10 @@ local function show_way(library, count, way, y)
     end
     if code <= 12 then put_fitting(again, code, 210 + 26 * code, y + 12, 24, 22) end
   end
-  text.put(8, y + 8, ("%s: %d KB"):format(way.name, #bytes_of(file_name) // 1024),
+  put_text(8, y + 6, ("%s: %d KB"):format(way.name, #bytes_of(file_name) // 1024),
     colour(255, 255, 255))
-  text.put(564, y + 8, ("%d equal"):format(equal),
-    equal == count and colour(120, 220, 120) or colour(255, 96, 80))
+  put_text(632, y + 6, ("%d equal"):format(equal),
+    equal == count and colour(120, 220, 120) or colour(255, 96, 80), "right")
   fpg_unload(again)
   os.remove(file_name)
   os.remove(scratch)

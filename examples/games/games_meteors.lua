@@ -8,7 +8,6 @@
 -- end, escape ends. Argument: "demo" lets the game play by itself.
 
 local pressed = require("keys").pressed
-local text = require "text"
 
 local demo = arg[1] == "demo"
 local width, height = 640, 480
@@ -157,25 +156,19 @@ end
 
 -- ---- The course of the game ---------------------------------------------------------------------
 
--- A line of text as a process, redrawn when it changes.
-local function label(self, line, size)
-  local shown
-  while true do
-    local wanted = line()
-    if wanted ~= shown then
-      if shown and shown ~= "" then map_unload(self.graph) end
-      shown = wanted
-      self.visible = shown == "" and 0 or 1
-      if shown ~= "" then self.graph = text.graph(shown, size, rgbx(235, 240, 255)) end
-    end
-    frame()
-  end
+local function label(x, y, align, size)
+  return write("", { x = x, y = y, z = -100, align = align, size = size, colour = rgb(235, 240, 255) })
 end
+local score_label = label(16, 6, "left", 200)
+local lives_label = label(width // 2, 6, "centre", 200)
+local best_label = label(width - 16, 6, "right", 200)
+local announcement = label(width // 2, height // 2, "middle", 300)
 
-local function announce()
-  if paused then return "pause" end
-  if over then return "game over - return starts again" end
-  return ""
+local function show_labels()
+  score_label.text = string.format("Score %05d", score)
+  lives_label.text = string.rep("+", lives, " ")
+  best_label.text = string.format("Best %05d", best)
+  announcement.text = paused and "Pause" or over and "Game over: return starts again" or ""
 end
 
 local function start_wave()
@@ -194,14 +187,6 @@ local function start_game()
 end
 
 start_game()
-spawn(label, { x = 110, y = 18, z = -100 }, function()
-  return string.format("score %05d", score)
-end, 2)
-spawn(label, { x = 530, y = 18, z = -100 }, function()
-  return string.format("best %05d  %s", best, string.rep("+", math.max(lives, 0)))
-end, 2)
-spawn(label, { x = width // 2, y = height // 2, z = -100 }, announce, 3)
-
 while not key "escape" do
   if pressed "p" and not over then paused = not paused end
 
@@ -218,6 +203,7 @@ while not key "escape" do
   elseif over and (key "return" or demo) then
     start_game()
   end
+  show_labels()
   frame()
 end
 quit()

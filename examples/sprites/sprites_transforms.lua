@@ -6,30 +6,27 @@
 --
 -- Keys: 8, 1 and 3 switch to 8, 16 and 32 bits a pixel, escape ends.
 
-local text = require "text"
-
 local depths = { ["8"] = 8, ["1"] = 16, ["3"] = 32 }
 local bird
 
--- An 8-bit mode has no rgb(): the default palette has white at 15 and a dark grey at 8.
-local function ink()
-  if mode_get_bpp() == 8 then return 15, 8 end
-  return rgbx(255, 255, 255), rgbx(30, 20, 50)
-end
-
-local function label(x, y, line)
-  text.centre(x, y, line, ink())
+-- Prints a line on the ground, over its shadow.
+local function label(x, y, line, align)
+  for i, colour in ipairs { { 30, 20, 50 }, { 255, 255, 255 } } do
+    local graph = text_graph(line, { colour = colour, align = align or "centre" })
+    ground_put(0, graph, x + 2 - i, y + 2 - i)
+    map_unload(graph)
+  end
 end
 
 -- The bird with every transform: angle, sizes, shears, order, flags, then alpha.
 local function put(x, y, name, t)
   ground_xxput(0, bird, x, y, t.angle or 0, t.size_x or 100, t.size_y or 100, t.shear_x or 0,
     t.shear_y or 0, t.order or tfm_hsr, t.flags or flg_normal, 0, t.alpha or 255, fx_solid)
-  label(x, y + 38, name)
+  label(x, y + 35, name)
 end
 
 local function draw_sheet()
-  text.put(8, 8, "TRANSFORMS AT " .. mode_get_bpp() .. " BITS", ink())
+  label(8, 4, "Transforms at " .. mode_get_bpp() .. " bits", "left")
 
   put(60, 50, "natural", {})
   put(150, 50, "hmirror", { flags = flg_hmirror })
@@ -65,11 +62,11 @@ local function draw_sheet()
       ground_put_block(0, bird, 30 + column * 36, 385 + row * 28, column * 30, row * 22, 30, 22)
     end
   end
-  label(62, 450, "blocks")
+  label(62, 447, "blocks")
 
   region_define(1, 130, 385, 480, 60)
   ground_put_tile(0, bird, 150, 400, flg_normal, 1)
-  label(370, 450, "tiles")
+  label(370, 447, "tiles")
 end
 
 -- Rotates, grows and shrinks.

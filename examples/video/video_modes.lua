@@ -9,7 +9,6 @@
 -- Arguments: frames that a step lasts (60), and "window" to leave full screens out.
 
 local pressed = require("keys").pressed
-local text = require "text"
 
 local frames_a_step = tonumber(arg[1]) or 60
 local windows_only = arg[2] == "window"
@@ -40,6 +39,8 @@ local function load_pictures()
   end
 end
 
+local label = write("", { x = 4, y = 1 })
+
 -- A background of the mode's size with steps of red, green, blue and grey at the bottom, and rings
 -- whose steps distinguish Scale2x from plain doubling.
 local function draw_ground(title)
@@ -64,13 +65,11 @@ local function draw_ground(title)
         cy + math.floor(ring * math.sin(angle) + 0.5), white())
     end
   end
-  for y = 2, 24 do
+  for y = 0, 26 do
     for x = 0, w - 1 do ground_put_pixel(x, y, grade(0, 0, 40)) end
   end
-  text.put(4, 4, title, white())
-  text.put(4, 14, string.format("%d x %d, %d bits, display %d x %d%s", w, h, mode_get_bpp(),
-    mode_get_realwidth(), mode_get_realheight(), mode_is_emulated() == 1 and ", borders" or ""),
-    white())
+  label.text = string.format("%s\n%d × %d, %d bits, display %d × %d%s", title, w, h, mode_get_bpp(),
+    mode_get_realwidth(), mode_get_realheight(), mode_is_emulated() == 1 and ", borders" or "")
 end
 
 local function bird(self)

@@ -8,8 +8,6 @@
 -- Keys: 1, 2 and 3 go to a picture, space stops and starts the rolling, f flashes, escape ends.
 -- Argument: frames that a picture lasts (300).
 
-local text = require "text"
-
 local frames_a_scene = tonumber(arg[1]) or 300
 local ink, shade = 254, 240 -- entries that no picture uses and nothing rolls
 
@@ -77,10 +75,8 @@ end
 
 for i = 0, 255 do fill(64 + i % 128 * 4, 424 + i // 128 * 20, 4, 18, i) end
 
-local function caption(line)
-  fill(0, 404, 640, 16, shade)
-  text.centre(320, 408, line .. "     1 2 3: picture  space: stop  f: flash", ink)
-end
+fill(0, 402, 640, 18, shade)
+local caption = write("", { x = 320, y = 404, align = "centre", colour = ink })
 
 -- ---- Play ---------------------------------------------------------------------------------------
 
@@ -104,7 +100,7 @@ local function show(scene, former)
   if former then fade_to(0, 4, former) else screen_fade_out() end
   scene.palette()
   picture.graph = scene.graph
-  caption(scene.title)
+  caption.text = scene.title .. "     1 2 3: picture  space: stop  f: flash"
   age = 0
   fade_to(100, 4, scene)
 end
