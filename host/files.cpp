@@ -90,11 +90,7 @@ void Files::close(void *handle) {
   const int error = opened.stream->close();
   if (error == 0) return;
   ++losses_;
-  const std::string reason = std::strerror(error);
-  if (on_loss)
-    on_loss(opened.path, reason);
-  else
-    std::fprintf(stderr, "%s: not saved: %s\n", opened.path.c_str(), reason.c_str());
+  loss_ = std::strerror(error);
 }
 
 } // namespace orbhost

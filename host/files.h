@@ -5,7 +5,6 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <set>
@@ -19,6 +18,7 @@ public:
   // The script's folder, in which relative names are looked up first. Empty: only the current
   // directory.
   void set_folder(const std::filesystem::path &folder);
+  [[nodiscard]] const std::filesystem::path &folder() const { return folder_; }
 
   // The path for a script's file name. A relative name is looked up in the script's folder, then in
   // the current directory. For reading, the first file that exists; if there is none, the path in
@@ -43,13 +43,12 @@ public:
   // The stream of a handle that open() returned and that isn't closed yet; null otherwise.
   [[nodiscard]] Stream *find(void *handle) const;
   // Closes a stream. A written file replaces the old one only here, and only if every write has
-  // succeeded; otherwise the old file stays. The service has no result to report that; on_loss and
-  // losses() do.
+  // succeeded; otherwise the old file stays. The service has no result to report that; losses() and
+  // loss() do.
   void close(void *handle);
-  // Called with the path and the reason when a written file is lost; by default prints on stderr.
-  std::function<void(const std::string &path, const std::string &reason)> on_loss;
-  // Number of written files that were lost.
+  // Number of written files that were lost, and why the last one was; empty while there was none.
   [[nodiscard]] std::size_t losses() const { return losses_; }
+  [[nodiscard]] const std::string &loss() const { return loss_; }
 
   // Number of open streams.
   [[nodiscard]] std::size_t open_count() const { return streams_.size(); }
@@ -64,6 +63,7 @@ private:
   };
   std::unordered_map<void *, Opened> streams_;
   std::size_t losses_ = 0;
+  std::string loss_;
 };
 
 } // namespace orbhost

@@ -1,5 +1,6 @@
 #include "host/host.h"
 
+#include "host/diagnosis.h"
 #include "host/runtime_table.h"
 
 #include <SDL.h>
@@ -222,7 +223,7 @@ void Host::report(ErrorReport report) {
   if (on_error)
     on_error(report);
   else
-    std::fprintf(stderr, "%s\n", describe(report).c_str());
+    std::fprintf(stderr, "%s\n", diagnose(*this, report).c_str());
 }
 
 std::optional<std::size_t> best_form(const Registration &registration, std::string_view name,

@@ -147,6 +147,7 @@ public:
   [[nodiscard]] ProcessList &processes() { return processes_; }
   [[nodiscard]] CallFrame &call_frame() { return call_; } // of the current or last call
   [[nodiscard]] Files &files() { return files_; }
+  [[nodiscard]] const Files &files() const { return files_; }
   [[nodiscard]] Input &input() { return input_; }
   [[nodiscard]] Clock &clock() { return clock_; }
   [[nodiscard]] const Options &options() const { return options_; }

@@ -53,6 +53,10 @@ std::string message_text(std::int32_t code) {
 }
 
 std::string describe(const ErrorReport &report) {
+  return describe(report, message_text(report.code));
+}
+
+std::string describe(const ErrorReport &report, const std::string &text) {
   std::string result = report.function + ": ";
   if (report.position > 0) {
     result += "argument " + std::to_string(report.position) + " (";
@@ -62,7 +66,7 @@ std::string describe(const ErrorReport &report) {
       result += std::to_string(report.value);
     result += "): ";
   }
-  return result + message_text(report.code);
+  return result + text;
 }
 
 } // namespace orbhost

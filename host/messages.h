@@ -20,7 +20,8 @@ struct ErrorReport {
 std::string message_text(std::int32_t code);
 
 // `MAP_LOAD: argument 1 ("x.map"): not a MAP file, or deeper than the screen`. Without the
-// argument if the position is below 1.
+// argument if the position is below 1; with another text than the code's.
 std::string describe(const ErrorReport &report);
+std::string describe(const ErrorReport &report, const std::string &text);
 
 } // namespace orbhost

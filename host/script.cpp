@@ -1,5 +1,6 @@
 #include "host/script.h"
 
+#include "host/diagnosis.h"
 #include "host/script_state.h"
 
 #include <filesystem>
@@ -98,10 +99,11 @@ Script::Script(Host &host, ScriptOptions options)
       return;
     }
     // From a hook, so no line of the script belongs to it.
-    std::fprintf(stderr, "%s\n", describe(report).c_str());
-    if (state->options.strict && state->frame_mistake.empty()) {
-      state->frame_mistake = describe(report);
-    }
+    const std::string text = diagnose(state->host, report);
+    if (!state->options.strict)
+      state->reports.tell(text);
+    else if (state->frame_mistake.empty())
+      state->frame_mistake = text;
   };
 }
 

@@ -102,7 +102,15 @@ int load_chunk(ScriptState &state, lua_State *L, std::string_view text, const st
   lua_pop(L, 1);
   const std::string_view with_constants[] = {state.prologue, text, "\nend"};
   const int folded = load_pieces(L, with_constants, name);
-  return folded == LUA_OK ? lua_pcall(L, 0, 1, 0) : folded;
+  if (folded != LUA_OK) return folded;
+  warn_of_overwriting(state, text, [&](const std::string &prologue) {
+    const std::string_view with_functions[] = {prologue, text, "\nend"};
+    const int declared = load_pieces(L, with_functions, name);
+    const std::string mistake = declared == LUA_OK ? "" : lua_tostring(L, -1);
+    lua_pop(L, 1);
+    return mistake;
+  });
+  return lua_pcall(L, 0, 1, 0);
 }
 
 int load_chunk_file(ScriptState &state, lua_State *L, const std::string &path) {

@@ -1,7 +1,9 @@
 // Registered functions as Lua functions: choice of the form, arguments, results, reports.
+#include "host/diagnosis.h"
 #include "host/reference_help.h"
 #include "host/script_state.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstring>
@@ -90,12 +92,14 @@ void look_at_arguments(lua_State *L, GivenArgument *given, std::size_t count) {
   }
 }
 
-bool fits(const FunctionGroup &group, int index, GivenArgument::Kind kind, ArgumentType type) {
+// Whether an argument of that kind can be argument `at`, from 0, of a form.
+bool fits(const FunctionGroup &group, std::size_t form, std::size_t at, GivenArgument::Kind kind) {
   using Kind = GivenArgument::Kind;
-  if (group.array && group.array->argument == index) return true; // read() looks closer
-  switch (type) {
+  if (group.array && group.array->argument == static_cast<int>(at) + 1)
+    return true; // read() looks closer
+  switch (group.forms[form]->arguments[at]) {
   case ArgumentType::integer:
-    return kind == Kind::number || kind == Kind::process ||
+    return kind == Kind::number || (kind == Kind::process && (group.processes[form] >> at & 1)) ||
            (group.text_for_int && (kind == Kind::text || kind == Kind::nil));
   case ArgumentType::string: return kind == Kind::text || kind == Kind::nil;
   case ArgumentType::pointer: return kind == Kind::table || kind == Kind::nil;
@@ -107,15 +111,13 @@ bool fits(const FunctionGroup &group, int index, GivenArgument::Kind kind, Argum
 const Function *choose_form(const FunctionGroup &group, const GivenArgument *given,
                             std::size_t count) {
   const Function *best = nullptr;
-  for (const Function *form : group.forms) {
-    const auto &types = form->arguments;
+  for (std::size_t form = 0; form < group.forms.size(); ++form) {
+    const auto &types = group.forms[form]->arguments;
     if (types.size() < count || (best && types.size() >= best->arguments.size())) continue;
     bool fit = true;
-    for (std::size_t i = 0; fit && i < types.size(); ++i) {
-      fit = i < count ? fits(group, static_cast<int>(i) + 1, given[i].kind, types[i])
-                      : types[i] == ArgumentType::pointer;
-    }
-    if (fit) best = form;
+    for (std::size_t i = 0; fit && i < types.size(); ++i)
+      fit = i < count ? fits(group, form, i, given[i].kind) : types[i] == ArgumentType::pointer;
+    if (fit) best = group.forms[form];
   }
   return best;
 }
@@ -126,13 +128,13 @@ struct Misfit {
   std::size_t first = 0; // of those that don't fit or are missing, from 0
 };
 
-Misfit misfit(const FunctionGroup &group, const Function &form, const GivenArgument *given,
+Misfit misfit(const FunctionGroup &group, std::size_t form, const GivenArgument *given,
               std::size_t count) {
-  const auto &types = form.arguments;
+  const auto &types = group.forms[form]->arguments;
   Misfit found{0, types.size()};
   for (std::size_t i = 0; i < types.size(); ++i) {
-    const bool fit = i < count ? fits(group, static_cast<int>(i) + 1, given[i].kind, types[i])
-                               : types[i] == ArgumentType::pointer;
+    const bool fit =
+        i < count ? fits(group, form, i, given[i].kind) : types[i] == ArgumentType::pointer;
     if (fit) continue;
     if (found.count == 0) found.first = i;
     ++found.count;
@@ -169,6 +171,19 @@ ReferenceForm named_form(const Function &function) {
   return {};
 }
 
+// Which arguments of a form may be processes, as bits; all, for a form that the reference lacks.
+std::uint32_t process_parameters(const Function &function) {
+  const ReferenceForm form = named_form(function);
+  if (form.name.empty()) return ~0u;
+  std::uint32_t bits = 0;
+  for (const ReferenceItem &item : Reference::built_in().find(function.name)->entry->parameters) {
+    if (item.kind != "process") continue;
+    for (std::size_t i = 0; i < form.parameters.size(); ++i)
+      if (std::ranges::count(item.names, form.parameters[i])) bits |= 1u << i;
+  }
+  return bits;
+}
+
 std::string form_or_signature(const Function &function) {
   const ReferenceForm form = named_form(function);
   return form.name.empty() ? function.signature : form_text(form);
@@ -185,12 +200,12 @@ int wrong_call(lua_State *L, const FunctionGroup &group, const GivenArgument *gi
                std::size_t count) {
   const Function *nearest = nullptr;
   Misfit least;
-  for (const Function *form : group.forms) {
-    const Misfit found = misfit(group, *form, given, count);
+  for (std::size_t form = 0; form < group.forms.size(); ++form) {
+    const Misfit found = misfit(group, form, given, count);
     // Among equals that with as many arguments as were given.
     if (!nearest || found.count < least.count ||
-        (found.count == least.count && form->arguments.size() == count)) {
-      nearest = form;
+        (found.count == least.count && group.forms[form]->arguments.size() == count)) {
+      nearest = group.forms[form];
       least = found;
     }
   }
@@ -264,8 +279,7 @@ void push_result(lua_State *L, ResultType type, std::int32_t word) {
 void handle_reports(lua_State *L, ScriptState &state) {
   const std::vector<ErrorReport> reports = std::exchange(state.call_reports, {});
   for (const ErrorReport &report : reports) {
-    if (state.options.strict) throw HostError(describe(report));
-    std::fprintf(stderr, "%s%s\n", where(L).c_str(), describe(report).c_str());
+    warn(state, L, diagnose(state.host, report));
   }
 }
 
@@ -312,7 +326,10 @@ int call_function(lua_State *L) {
   state.in_call = true;
   const std::int32_t word = state.host.call_words(*form, words);
   state.in_call = false;
-  if (!state.call_reports.empty()) handle_reports(L, state);
+  if (!state.call_reports.empty())
+    handle_reports(L, state);
+  else if (word == failure_value || (word == 0 && group.fails_with_zero))
+    judge_call(state, L, *form, words, word);
 
   push_result(L, form->result, word);
   int results = 1;
@@ -365,12 +382,14 @@ void open_functions(ScriptState &state) {
     if (!group) {
       group = &state.groups.emplace_back();
       group->name = function.name;
+      group->fails_with_zero = function.name == "mode_set";
       group->text_for_int = takes_text_for_int(function.name);
       for (const InputArray &array : input_arrays) {
         if (array.function == function.name) group->array = &array;
       }
     }
     group->forms.push_back(&function);
+    group->processes.push_back(process_parameters(function));
   }
   std::size_t longest = 0;
   for (const Function &function : state.host.registration().functions)

@@ -93,8 +93,13 @@ enum Member : std::int32_t {
   member_id = -1,
   member_type = -2,
   member_xgraph = -3,
-  member_method = -4
+  member_method = -4,
+  member_own = -5 // a field of the script's own that was assigned before
 };
+
+constexpr int most_judged_fields = 1000; // a script may make names without end
+constexpr std::size_t longest_judged_field = 32;
+
 
 // The functions below have the stack: object, name [, value].
 
@@ -166,6 +171,16 @@ void assign_own_field(lua_State *L) {
   lua_rawset(L, 2);
 }
 
+// A name that is assigned for the first time, to any process, may be a mistake.
+void note_own_field(ScriptState &state, lua_State *L) {
+  if (lua_type(L, 2) != LUA_TSTRING || lua_rawlen(L, 2) > longest_judged_field ||
+      state.judged_fields == most_judged_fields)
+    return;
+  ++state.judged_fields;
+  state.process_members.add(L, lua_tostring(L, 2), member_own);
+  judge_field(state, L);
+}
+
 // Upvalue 1: the methods by name.
 int process_index(lua_State *L) {
   const ScriptState &state = state_of(L);
@@ -177,7 +192,8 @@ int process_index(lua_State *L) {
   }
   if (!process) check_object(L);
   switch (member) {
-  case NameTable::none: push_own_field(L); break;
+  case NameTable::none:
+  case member_own: push_own_field(L); break;
   case member_method:
     lua_pushvalue(L, 2);
     lua_rawget(L, lua_upvalueindex(1));
@@ -205,7 +221,8 @@ int process_assign(lua_State *L) {
     return 0;
   }
   if (!process) check_object(L);
-  if (member == NameTable::none) {
+  if (member == NameTable::none) note_own_field(state, L);
+  if (member == NameTable::none || member == member_own) {
     assign_own_field(L);
     return 0;
   }
@@ -383,6 +400,7 @@ std::string failure(lua_State *L, lua_State *thread) {
   lua_pcall(L, 1, 1, 0);
   const char *text = lua_tostring(L, -1);
   message += text ? text : "an error value that can't be shown";
+  message = with_hint(state_of(L), std::move(message));
   luaL_traceback(L, thread, message.c_str(), 0);
   std::string result = lua_tostring(L, -1);
   lua_pop(L, 2);
@@ -400,10 +418,16 @@ void run_turn(ScriptState &state, ScriptProcess &process) {
   state.running = nullptr;
   state.host.processes().current = nullptr;
   if (status != LUA_YIELD && status != LUA_OK) throw ScriptError(failure(state.L, process.thread));
-  if (status == LUA_OK && process.process)
+  if (status == LUA_OK && process.process) {
     end_process(state, process);
-  else
-    lua_pop(process.thread, results);
+    return;
+  }
+  lua_pop(process.thread, results);
+  if (!process.process) return;
+  const orb_locals &locals = *process.process->locals;
+  if (locals.graph != 0 && locals.visible > 0 &&
+      (locals.graph != state.drawable_graph || locals.file != state.drawable_file))
+    look_at_picture(state, process);
 }
 
 // Removes ended processes, and closes and releases their coroutines. Closing runs to-be-closed
@@ -504,10 +528,12 @@ bool is_process(lua_State *L, int index, std::int32_t &id) {
 void run_turns(ScriptState &state) {
   // By index, since processes may spawn others.
   bool ended = false;
+  state.drawable_graph = 0;
   for (std::size_t i = 0; i < state.order.size() && !state.quit && !state.interrupted; ++i) {
     ScriptProcess &process = *state.order[i];
     if (process.process && process.process->status == process_running) run_turn(state, process);
   }
+  tell_undrawn(state);
   for (const auto &process : state.order)
     ended |= process->process == nullptr;
   if (ended) sweep(state);

@@ -11,6 +11,7 @@
 #include "host/fractions.h"
 #include "host/host.h"
 #include "host/name_table.h"
+#include "host/repeated_lines.h"
 #include "host/save_folder.h"
 #include "host/script.h"
 
@@ -19,9 +20,11 @@
 #include <csignal>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace orbhost {
@@ -51,7 +54,9 @@ struct InputArray {
 // All forms of one script function.
 struct FunctionGroup {
   std::string name;
+  bool fails_with_zero = false; // without a report
   std::vector<const Function *> forms; // in registration order
+  std::vector<std::uint32_t> processes; // of each form: bits of the integers that may be processes
   bool text_for_int = false;
   const InputArray *array = nullptr; // its array argument, if any
 };
@@ -106,6 +111,13 @@ struct ScriptState {
   std::shared_ptr<Texts> texts;
   bool in_call = false;
   std::vector<ErrorReport> call_reports; // of the call in progress
+  RepeatedLines reports;                 // and warnings
+  // See script_warnings.cpp: names of fields that were looked at; a graph that can be drawn in this
+  // frame; processes that can't be, with the line where their turn ended; the functions, declared.
+  int judged_fields = 0;
+  std::int32_t drawable_file = 0, drawable_graph = 0;
+  std::vector<std::pair<ScriptProcess *, std::string>> undrawn;
+  std::vector<std::string> function_prologues;
   std::string frame_mistake;             // with strict: a report outside a call
 };
 
@@ -176,6 +188,25 @@ int load_chunk_file(ScriptState &state, lua_State *L, const std::string &path);
 // ---- script_files.cpp: where names lead ---------------------------------------------------------
 
 void open_files(ScriptState &state);
+
+// ---- script_warnings.cpp: mistakes that would go unnoticed --------------------------------------
+
+// Prints a line with the script's place, once; with strict throws HostError.
+void warn(ScriptState &state, lua_State *L, const std::string &text);
+// Warns of a call that has failed without a report.
+void judge_call(ScriptState &state, lua_State *L, const Function &form, const ArgumentWord *words,
+                std::int32_t result);
+// Warns where the name at index 2 seems to be that of a local, misspelt.
+void judge_field(ScriptState &state, lua_State *L);
+// Looks whether a visible process can be drawn. tell_undrawn() warns, after all turns.
+void look_at_picture(ScriptState &state, ScriptProcess &process);
+void tell_undrawn(ScriptState &state);
+// Adds what a name that is nil may be meant to be.
+std::string with_hint(const ScriptState &state, std::string message);
+// Warns of a text that assigns to functions of the player or the module. `compile` tells what is
+// wrong with the text behind a line; empty: nothing. With strict throws ScriptError.
+void warn_of_overwriting(ScriptState &state, std::string_view text,
+                         const std::function<std::string(const std::string &)> &compile);
 
 // ---- script_interrupt.cpp -----------------------------------------------------------------------
 

@@ -13,6 +13,7 @@ try('map_new', 3, true)
 try('map_load', 1)
 try('map_exists', 0, nil)
 try('map_load', main)
+try('advance', main)
 try('map_clone', table.unpack({}, 1, 20))
 
 print('numbers become words')

@@ -304,7 +304,6 @@ TEST(OddHosts, CallsOutOfTurn) {
     host.on_fatal = [](int32_t, const std::string &) {};
     host.on_exit = [](int32_t) {};
     host.on_message = [](const std::string &, const std::string &) {};
-    host.files().on_loss = [](const std::string &, const std::string &) {};
     host.files().set_folder(fuzz::world_folder());
     host.attach(entry);
     call_anything(host);

@@ -80,7 +80,6 @@ world::world(const host_change &change) {
   host.on_message = [add](const std::string &text, const std::string &) {
     add("box \"" + text + '"');
   };
-  host.files().on_loss = [](const std::string &, const std::string &) {};
   host.files().set_folder(folder.path);
   if (change.prepare) change.prepare(host);
   host.attach(change.entry ? change.entry : ORB_mod_graphics2D_MainLibraryExports);

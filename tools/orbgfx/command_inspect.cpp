@@ -116,7 +116,7 @@ std::string unaccounted(Session &session, const std::string &path, const Loaded 
     const std::uint64_t points = (slot.memory_usage - record_memory - bytes) / point_memory;
     expected += header + 4 * points + bytes;
   }
-  const std::uint64_t found = content_size(session.files(), path, loaded.container);
+  const std::uint64_t found = orbhost::content_size(session.files(), path, loaded.container);
   if (found == expected) return {};
   return std::to_string(found > expected ? found - expected : expected - found) +
          (found > expected ? " bytes belong to no graph" : " bytes are missing");

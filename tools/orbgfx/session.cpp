@@ -54,7 +54,6 @@ orbhost::Options host_options() {
 } // namespace
 
 Session::Session(const Common &common) : common_(common), host_(host_options()) {
-  files().on_loss = [this](const std::string &, const std::string &reason) { loss_ = reason; };
   try {
     host_.load(common.module);
   } catch (const orbhost::HostError &error) {
@@ -71,7 +70,7 @@ void Session::set_depth(int depth) {
 
 std::int32_t Session::call(const std::string &path, std::string_view name,
                            std::vector<orbhost::Argument> arguments) {
-  loss_.clear();
+  const std::size_t losses = files().losses();
   try {
     return orbhost::checked_call(host_, name, std::move(arguments));
   } catch (const orbhost::CallError &error) {
@@ -82,7 +81,7 @@ std::int32_t Session::call(const std::string &path, std::string_view name,
     case not_opened: throw ToolError(path + ": can't be opened");
     case not_saved:
       throw ToolError(path + ": can't be written" +
-                      (loss_.empty() ? why_not_saved(path) : ": " + loss_));
+                      (losses == files().losses() ? why_not_saved(path) : ": " + files().loss()));
     default: throw ToolError(path + ": " + orbhost::message_text(error.code()));
     }
   }

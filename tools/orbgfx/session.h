@@ -73,7 +73,6 @@ private:
   const Common &common_;
   orbhost::Host host_;
   int depth_ = 0;
-  std::string loss_; // why the file of the last call was lost
 };
 
 } // namespace orbgfx
