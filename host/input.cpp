@@ -150,12 +150,32 @@ std::optional<Input::Control> Input::control(std::string_view name) {
   return Control{*symbol, other == SDLK_UNKNOWN ? *symbol : other};
 }
 
-std::optional<std::string> Input::key_name(int symbol) {
+std::optional<InputEvent> Input::event(Control control, bool down) {
+  using Kind = InputEvent::Kind;
+  if (control.number < mouse_controls)
+    return InputEvent{.kind = Kind::key, .down = down, .code = control.number};
+  if (control.number < pad_controls)
+    return InputEvent{
+        .kind = Kind::button, .down = down, .code = control.number - mouse_controls + 1};
+  const int pad = (control.number - pad_controls) / controls_of_pad;
+  const int button = (control.number - pad_controls) % controls_of_pad - pad_buttons;
+  if (button < 0) return std::nullopt;
+  return InputEvent{.kind = Kind::pad_button, .down = down, .pad = pad + 1, .code = button};
+}
+
+std::optional<std::string> Input::name(const InputEvent &event) {
+  const int code = event.code;
+  if (event.kind == InputEvent::Kind::button) return mouse_buttons[code - 1];
+  if (event.kind == InputEvent::Kind::pad_button) {
+    const std::string pad = "pad" + std::to_string(event.pad) + "_";
+    return pad + (code < int{pad_button_names.size()} ? pad_button_names[code]
+                                                      : "button" + std::to_string(code + 1));
+  }
   for (const KeyName &entry : key_names)
-    if (entry.symbol == symbol) return std::string(entry.name);
-  if (symbol >= SDLK_F1 && symbol <= SDLK_F15) return "f" + std::to_string(symbol - SDLK_F1 + 1);
-  if (symbol >= SDLK_KP0 && symbol <= SDLK_KP9) return "kp" + std::to_string(symbol - SDLK_KP0);
-  if (symbol > ' ' && symbol < 127) return std::string(1, static_cast<char>(symbol));
+    if (entry.symbol == code) return std::string(entry.name);
+  if (code >= SDLK_F1 && code <= SDLK_F15) return "f" + std::to_string(code - SDLK_F1 + 1);
+  if (code >= SDLK_KP0 && code <= SDLK_KP9) return "kp" + std::to_string(code - SDLK_KP0);
+  if (code > ' ' && code < 127) return std::string(1, static_cast<char>(code));
   return std::nullopt;
 }
 

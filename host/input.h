@@ -57,8 +57,10 @@ public:
   };
   // Nothing for other texts.
   [[nodiscard]] static std::optional<Control> control(std::string_view name);
-  // The first name of a key's symbol; nothing for keys that have none.
-  [[nodiscard]] static std::optional<std::string> key_name(int symbol);
+  // The record that tells that it went down or up; nothing for a stick's direction.
+  [[nodiscard]] static std::optional<InputEvent> event(Control control, bool down);
+  // The name that a record of a key or button is about; nothing for keys that have none.
+  [[nodiscard]] static std::optional<std::string> name(const InputEvent &event);
   // All names but those of digits, letters and signs.
   [[nodiscard]] static std::vector<std::string> control_names();
 

@@ -1,15 +1,18 @@
 // orbplay: plays a Lua script with the graphics module.
-#include "host/reference.h"
-#include "host/reference_help.h"
+#include "host/player/hashes.h"
 #include "host/player/options.h"
+#include "host/player/recording.h"
 #include "host/player/screenshots.h"
 #include "host/player/session.h"
 #include "host/player/stage.h"
+#include "host/reference.h"
+#include "host/reference_help.h"
 
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <unistd.h>
 
 namespace orbplay {
@@ -47,21 +50,35 @@ void list_functions(const Settings &settings) {
 }
 
 // Who watches a play, by what the options ask for.
-void add_observers(Session &session, const Settings &settings) {
+void add_observers(Session &session, const Settings &settings,
+                   const std::optional<Recording> &recording) {
+  orbhost::Host &host = session.host();
+  if (recording) session.observe(std::make_unique<Replayer>(host, *recording));
+  if (!settings.record.empty()) session.observe(std::make_unique<Recorder>(host, settings));
+  if (!settings.hashes.empty()) session.observe(std::make_unique<HashWriter>(settings.hashes));
+  if (!settings.check.empty()) session.observe(std::make_unique<HashCheck>(settings));
   session.observe(std::make_unique<Screenshots>(settings));
   session.observe(std::make_unique<Interruptible>(session.script()));
 }
 
-int play(const Settings &settings) {
+int play(Settings settings) {
+  std::optional<Recording> recording;
+  if (!settings.replay.empty()) {
+    recording = Recording::read(settings.replay);
+    recording->adopt(settings);
+  }
+  if (!settings.record.empty()) Recorder::prepare(settings);
   if (!settings.headless) {
-    Stage in_window(settings, [&](Session &session) { add_observers(session, settings); });
+    Stage in_window(settings, [&](Session &session) {
+      add_observers(session, settings, recording);
+    });
     stage = &in_window;
     const int status = in_window.run();
     stage = nullptr;
     return status;
   }
   Session session(settings);
-  add_observers(session, settings);
+  add_observers(session, settings, recording);
   while (session.frame()) {
   }
   return exit_ok;

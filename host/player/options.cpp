@@ -80,19 +80,30 @@ Settings parse_options(int argc, char **argv) {
           ->type_name("[NAME]")
           ->expected(0, 1);
   app.add_option("script", settings.script, "Lua script to play")->type_name("SCRIPT");
-  app.add_option("arguments", settings.arguments,
-                 "the script's own arguments; those that begin with \"-\" after \"--\"");
+  CLI::Option *arguments =
+      app.add_option("arguments", settings.arguments,
+                     "the script's own arguments; those that begin with \"-\" after \"--\"");
   app.add_flag("--headless", settings.headless,
                "no window, no waiting; every run draws the same frames");
   app.add_option("--frames", settings.frames, "stop after N frames")
       ->type_name("N")
       ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{0xFFFFFFFF}));
-  app.add_option("--fps", settings.fps, "hold N frames a second, 0 for as many as possible")
-      ->type_name("N")
-      ->check(CLI::Range(0, 1000));
-  app.add_option("--seed", settings.seed, "seed of the script's random numbers")
-      ->type_name("N")
-      ->check(CLI::Range(std::int64_t{0}, std::int64_t{0xFFFFFFFF}));
+  CLI::Option *fps =
+      app.add_option("--fps", settings.fps, "hold N frames a second, 0 for as many as possible")
+          ->type_name("N")
+          ->check(CLI::Range(0, 1000));
+  CLI::Option *seed = app.add_option("--seed", settings.seed, "seed of the script's random numbers")
+                          ->type_name("N")
+                          ->check(CLI::Range(std::int64_t{0}, std::int64_t{0xFFFFFFFF}));
+  CLI::Option *record =
+      app.add_option("--record", settings.record, "record the player's inputs")->type_name("FILE");
+  app.add_option("--replay", settings.replay, "play a recording, to its last frame")
+      ->type_name("FILE")
+      ->excludes(record, fps, seed, arguments);
+  app.add_option("--hashes", settings.hashes, "write sums of every frame, for --check")
+      ->type_name("FILE");
+  app.add_option("--check", settings.check, "stop at the first frame that differs from FILE")
+      ->type_name("FILE");
   app.add_option("--screenshot", screenshots,
                  "save the screen as a PNG at that frame, or at the end; may be repeated")
       ->type_name("FILE[@FRAME]")

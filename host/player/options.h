@@ -36,7 +36,9 @@ struct Settings {
   std::int64_t seed = -1;        // negative: 1 when headless, else a new one every time
   std::vector<Screenshot> screenshots;
   std::string record, replay, hashes, check; // files; empty: none
-  std::optional<std::int64_t> started;       // see orbhost::ScriptOptions
+  // What a recording says of the machine and the time; nothing and 0: as they are.
+  std::optional<std::int64_t> started; // see orbhost::ScriptOptions
+  int desktop_width = 0, desktop_height = 0;
 };
 
 // Exits on a usage error, and after --version and --help, with or without a name.

@@ -9,14 +9,15 @@ namespace orbplay {
 
 namespace fs = std::filesystem;
 
-// What os.time() tells headless: noon of 1 January 2000, UTC.
-constexpr std::int64_t headless_start = 946'728'000;
-
 std::unique_ptr<orbhost::Host> make_host(const Settings &settings) {
   orbhost::Options options;
   options.title = settings.script.empty() ? "orbplay" : fs::path(settings.script).stem().string();
   options.headless = options.virtual_clock = settings.headless;
   options.full_screen = settings.full_screen;
+  if (settings.desktop_width) {
+    options.desktop_width = settings.desktop_width;
+    options.desktop_height = settings.desktop_height;
+  }
   auto host = std::make_unique<orbhost::Host>(options);
   std::string path = settings.module;
   if (path.empty())

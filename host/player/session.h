@@ -2,14 +2,17 @@
 #pragma once
 
 #include "host/host.h"
-#include "host/script.h"
 #include "host/player/options.h"
+#include "host/script.h"
 
 #include <cstdint>
 #include <memory>
 #include <vector>
 
 namespace orbplay {
+
+// What os.time() tells as play begins headless: noon of 1 January 2000, UTC.
+inline constexpr std::int64_t headless_start = 946'728'000;
 
 // Something that watches play, frame by frame: screenshots, a recording. It may throw
 // orbhost::HostError, which ends play.
