@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/declarations.h"
+#include "host/fixed_memory.h"
 #include "orb/graphics2d.h"
 
 #include <cstddef>
@@ -101,7 +102,9 @@ private:
   orb_process_node *first_ = nullptr;
   orb_process_node *last_ = nullptr;
   std::size_t size_ = 0;
-  std::pmr::monotonic_buffer_resource memory_; // the records', for as long as the list lives
+  // The records', for as long as the list lives. Ids are addresses, and the same in every run.
+  FixedMemory fixed_{0x40000000, 0x08000000};
+  std::pmr::monotonic_buffer_resource memory_{&fixed_};
   // One bit for each line of the address space, set where the record of a live process begins. Of
   // these 8 MB only the pages that were ever written take memory.
   std::unique_ptr<std::uint32_t[], Free> live_;

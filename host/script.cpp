@@ -78,8 +78,7 @@ void push_message(lua_State *L, const std::exception &error) {
 
 Script::Script(Host &host, ScriptOptions options)
     : state_(std::make_unique<ScriptState>(host, std::move(options))) {
-  lua_State *L = luaL_newstate();
-  if (!L) throw std::bad_alloc();
+  lua_State *L = state_->memory.new_state();
   state_->L = L;
   *static_cast<ScriptState **>(lua_getextraspace(L)) = state_.get();
   luaL_openlibs(L);

@@ -10,6 +10,7 @@
 
 #include "host/fractions.h"
 #include "host/host.h"
+#include "host/lua_memory.h"
 #include "host/name_table.h"
 #include "host/repeated_lines.h"
 #include "host/save_folder.h"
@@ -85,6 +86,7 @@ struct ScriptState {
   Host &host;
   ScriptOptions options;
   SaveFolder saves;
+  LuaMemory memory;
   lua_State *L = nullptr;
   std::vector<std::unique_ptr<ScriptProcess>> order; // creation order; ended ones are swept
   ScriptProcess *running = nullptr;
