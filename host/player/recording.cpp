@@ -194,8 +194,6 @@ private:
     const std::size_t sign = std::min(word.find('='), word.size());
     const std::string_view name = word.substr(0, sign);
     const std::string_view value = word.substr(std::min(sign + 1, word.size()));
-    const std::size_t comma = std::min(value.find(','), value.size());
-    const std::string_view second = value.substr(std::min(comma + 1, value.size()));
     if (word == "quit") {
       add({.kind = Kind::quit});
     } else if (word == "late") {
@@ -205,9 +203,9 @@ private:
     } else if (name == "rate") {
       frame.rate = small_number(value, 0, INT32_MAX);
     } else if (name == "mouse") {
-      add({.kind = Kind::motion,
-           .x = small_number(value.substr(0, comma), -65535, 65535),
-           .y = small_number(second, -65535, 65535)});
+      InputEvent event{.kind = Kind::motion};
+      read_pair(event, value, 65535);
+      add(event);
     } else if (name == "wheel") {
       add({.kind = Kind::wheel, .y = small_number(value, -1000, 1000)});
     } else if (name == "text") {
@@ -216,22 +214,38 @@ private:
       pads_ = small_number(value, 0, orbhost::most_pads);
       add({.kind = Kind::pads, .code = pads_});
     } else if (name.starts_with("pad") && name.size() > 5 && name[4] == '_') {
-      InputEvent event{.kind = Kind::pad_hat, .pad = small_number(name.substr(3, 1), 1, pads_)};
-      const auto axis = std::ranges::find(axis_names, name.substr(5)) - axis_names.begin();
-      if (name.substr(5) == "hat") {
-        event.x = small_number(value.substr(0, comma), -1, 1);
-        event.y = small_number(second, -1, 1);
-      } else if (axis < std::ssize(axis_names)) {
-        event.kind = Kind::pad_axis;
-        event.code = static_cast<int>(axis);
-        event.x = small_number(value, -100, 100);
-      } else {
-        fail_word(word);
-      }
-      add(event);
+      add(pad_event(word, name, value));
     } else {
       fail_word(word);
     }
+  }
+
+  // "pad1_x=50", "pad2_hat=-1,0".
+  InputEvent pad_event(std::string_view word, std::string_view name, std::string_view value) const {
+    InputEvent event{.kind = Kind::pad_hat, .pad = name[3] - '0'};
+    if (event.pad < 1 || event.pad > pads_) {
+      const std::string pad(1, name[3]);
+      fail("there is no pad " + pad + "; \"pads=" + pad + "\" comes first");
+    }
+    name.remove_prefix(5);
+    const auto axis = std::ranges::find(axis_names, name) - axis_names.begin();
+    if (name == "hat") {
+      read_pair(event, value, 1);
+    } else if (axis < std::ssize(axis_names)) {
+      event.kind = Kind::pad_axis;
+      event.code = static_cast<int>(axis);
+      event.x = small_number(value, -100, 100);
+    } else {
+      fail_word(word);
+    }
+    return event;
+  }
+
+  void read_pair(InputEvent &event, std::string_view text, int most) const {
+    const std::size_t comma = text.find(',');
+    if (comma == text.npos) fail('"' + std::string(text) + "\" isn't X,Y");
+    event.x = small_number(text.substr(0, comma), -most, most);
+    event.y = small_number(text.substr(comma + 1), -most, most);
   }
 
   [[noreturn]] void fail_word(std::string_view word) const {
@@ -290,6 +304,7 @@ void Recorder::prepare(Settings &settings) {
 Recorder::Recorder(orbhost::Host &host, const Settings &settings)
     : host_(host), name_(settings.record),
       file_(open(name_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666)) {
+  if (file_ < 0) throw PlayError(exit_script, name_ + ": " + std::strerror(errno));
   std::string text(first_line);
   text += "\nscript " + fs::path(settings.script).filename().string() + '\n';
   if (const auto sum = sum_of(settings.script)) text += "sum " + hexadecimal(*sum) + '\n';
