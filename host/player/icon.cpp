@@ -1,6 +1,6 @@
 #include "host/player/icon.h"
 
-#include "host/player/icon_file.h"
+#include "host/player/embedded_files.h"
 
 #include <SDL.h>
 #include <png.h>
@@ -37,11 +37,11 @@ bool set_icon(png_image &image, bool begun) {
 void set_icon(const std::string &folder) {
   png_image image{};
   image.version = PNG_IMAGE_VERSION;
-  const std::string file = (folder.empty() ? "." : folder) + "/icon.png";
+  const std::string file = folder + "/icon.png";
   if (set_icon(image, png_image_begin_read_from_file(&image, file.c_str()) != 0)) return;
   image = {};
   image.version = PNG_IMAGE_VERSION;
-  set_icon(image, png_image_begin_read_from_memory(&image, icon_file, icon_file_size) != 0);
+  set_icon(image, png_image_begin_read_from_memory(&image, own_icon.data(), own_icon.size()) != 0);
 }
 
 } // namespace orbplay

@@ -1,5 +1,7 @@
 // orbplay: plays a Lua script with the graphics module.
+#include "host/player/game.h"
 #include "host/player/hashes.h"
+#include "host/player/new_game.h"
 #include "host/player/options.h"
 #include "host/player/recording.h"
 #include "host/player/screenshots.h"
@@ -10,15 +12,12 @@
 
 #include <csignal>
 #include <cstdio>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <unistd.h>
 
 namespace orbplay {
 namespace {
-
-namespace fs = std::filesystem;
 
 // Ctrl-C ends play after the frame, so that the display is restored, and stops a script that doesn't
 // get that far; a second Ctrl-C ends the program at once. SDL would swallow the signal.
@@ -45,7 +44,7 @@ public:
 
 void list_functions(const Settings &settings) {
   const orbhost::Reference &reference = orbhost::Reference::built_in();
-  const std::unique_ptr<orbhost::Host> host = make_host(settings);
+  const std::unique_ptr<orbhost::Host> host = make_host(settings, "orbplay");
   std::printf("%s", orbhost::list_text(reference, host->registration()).c_str());
 }
 
@@ -61,7 +60,7 @@ void add_observers(Session &session, const Settings &settings,
   session.observe(std::make_unique<Interruptible>(session.script()));
 }
 
-int play(Settings settings) {
+int play(Settings settings, const Game &game) {
   std::optional<Recording> recording;
   if (!settings.replay.empty()) {
     recording = Recording::read(settings.replay);
@@ -69,7 +68,7 @@ int play(Settings settings) {
   }
   if (!settings.record.empty()) Recorder::prepare(settings);
   if (!settings.headless) {
-    Stage in_window(settings, [&](Session &session) {
+    Stage in_window(settings, game, [&](Session &session) {
       add_observers(session, settings, recording);
     });
     stage = &in_window;
@@ -77,25 +76,27 @@ int play(Settings settings) {
     stage = nullptr;
     return status;
   }
-  Session session(settings);
+  Session session(settings, game);
   add_observers(session, settings, recording);
   while (session.frame()) {
   }
   return exit_ok;
 }
 
-int run(const Settings &settings) {
-  std::error_code ignored;
+int run(Settings settings) {
   if (settings.list_functions) {
     list_functions(settings);
     return exit_ok;
   }
-  if (!fs::is_regular_file(settings.script, ignored)) {
-    throw PlayError(exit_not_found, settings.script + ": no such script");
+  if (!settings.new_game.empty()) {
+    make_new_game(settings.new_game, settings.program);
+    return exit_ok;
   }
+  const Game game = open_game(settings.script);
   std::signal(SIGINT, on_interrupt);
   std::signal(SIGTERM, on_interrupt);
-  const int status = play(settings);
+  settings.script = game.script;
+  const int status = play(settings, game);
   return interrupted ? 128 + interrupted : status;
 }
 

@@ -34,7 +34,7 @@ Screenshot parse_screenshot(const std::string &text) {
 class Formatter : public CLI::Formatter {
 public:
   std::string make_usage(const CLI::App *, std::string) const override {
-    return "Usage: orbplay [options] SCRIPT [-- script arguments]\n";
+    return "Usage: orbplay [options] GAME [-- script arguments]\n";
   }
 };
 
@@ -79,7 +79,8 @@ Settings parse_options(int argc, char **argv) {
                      "what NAME, or a word like rotate, means to a script; or this message")
           ->type_name("[NAME]")
           ->expected(0, 1);
-  app.add_option("script", settings.script, "Lua script to play")->type_name("SCRIPT");
+  app.add_option("game", settings.script, "Lua script, folder with a main.lua, or zip file to play")
+      ->type_name("GAME");
   CLI::Option *arguments =
       app.add_option("arguments", settings.arguments,
                      "the script's own arguments; those that begin with \"-\" after \"--\"");
@@ -121,6 +122,9 @@ Settings parse_options(int argc, char **argv) {
       ->check(CLI::Range(0, 64));
   app.add_flag("--watch", settings.watch, "play again when a file in the script's folder is saved");
   app.add_flag("--strict", settings.strict, "stop at the first error that the module reports");
+  app.add_option("--new", settings.new_game,
+                 "make a folder with a small game to begin with, and exit")
+      ->type_name("FOLDER");
   app.add_flag("--list-functions", settings.list_functions,
                "list all functions that a script can call, and exit");
   app.add_option("--module", settings.module, "load this module file")->type_name("PATH");
@@ -133,8 +137,8 @@ Settings parse_options(int argc, char **argv) {
     for (const std::string &text : screenshots) {
       settings.screenshots.push_back(parse_screenshot(text));
     }
-    if (settings.script.empty() && !settings.list_functions) {
-      throw CLI::RequiredError("SCRIPT");
+    if (settings.script.empty() && settings.new_game.empty() && !settings.list_functions) {
+      throw CLI::RequiredError("GAME");
     }
   } catch (const CLI::ParseError &error) {
     const int status = app.exit(error) == 0 ? exit_ok : exit_usage;

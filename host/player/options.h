@@ -24,7 +24,8 @@ struct Screenshot {
 
 struct Settings {
   std::string program; // argv[0]
-  std::string script;
+  std::string script; // or a folder or zip file of a game
+  std::string new_game;
   std::vector<std::string> arguments;
   std::string module;
   bool headless = false, full_screen = false, strict = false, list_functions = false;

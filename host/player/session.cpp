@@ -3,15 +3,12 @@
 #include "host/module_file.h"
 
 #include <ctime>
-#include <filesystem>
 
 namespace orbplay {
 
-namespace fs = std::filesystem;
-
-std::unique_ptr<orbhost::Host> make_host(const Settings &settings) {
+std::unique_ptr<orbhost::Host> make_host(const Settings &settings, const std::string &name) {
   orbhost::Options options;
-  options.title = settings.script.empty() ? "orbplay" : fs::path(settings.script).stem().string();
+  options.title = name;
   options.headless = options.virtual_clock = settings.headless;
   options.full_screen = settings.full_screen;
   if (settings.desktop_width) {
@@ -32,7 +29,8 @@ std::unique_ptr<orbhost::Host> make_host(const Settings &settings) {
   return host;
 }
 
-Session::Session(const Settings &settings) : settings_(settings), host_(make_host(settings)) {
+Session::Session(const Settings &settings, const Game &game)
+    : settings_(settings), host_(make_host(settings, game.name)) {
   orbhost::ScriptOptions options;
   options.strict = settings.strict;
   options.arguments = settings.arguments;
@@ -43,7 +41,7 @@ Session::Session(const Settings &settings) : settings_(settings), host_(make_hos
   options.started = settings.started;
   if (settings.headless && !options.started) options.started = headless_start;
   script_ = std::make_unique<orbhost::Script>(*host_, options);
-  script_->load_file(settings.script);
+  script_->load_file(game.script);
   if (settings.fps >= 0) host_->clock().fix(settings.fps);
   try {
     host_->init();

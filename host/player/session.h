@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/host.h"
+#include "host/player/game.h"
 #include "host/player/options.h"
 #include "host/script.h"
 
@@ -33,7 +34,7 @@ public:
 class Session {
 public:
   // Loads module and script and starts the module. Throws PlayError, or orbhost::ScriptError.
-  explicit Session(const Settings &settings);
+  Session(const Settings &settings, const Game &game);
   ~Session();
 
   // Takes part in every frame from now on.
@@ -57,7 +58,7 @@ private:
   bool stopped_ = false;
 };
 
-// A host with the settings' module attached. Throws PlayError.
-std::unique_ptr<orbhost::Host> make_host(const Settings &settings);
+// A host for the game of that name, with the settings' module attached. Throws PlayError.
+std::unique_ptr<orbhost::Host> make_host(const Settings &settings, const std::string &name);
 
 } // namespace orbplay

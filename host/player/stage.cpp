@@ -15,17 +15,13 @@ namespace fs = std::filesystem;
 
 constexpr unsigned idle_ms = 10;
 
-std::string name_of(const Settings &settings) {
-  return fs::path(settings.script).stem().string();
-}
-
 } // namespace
 
-Stage::Stage(const Settings &settings, std::function<void(Session &)> prepare)
-    : settings_(settings), prepare_(std::move(prepare)),
-      window_({name_of(settings), settings.scale, settings.full_screen}) {
-  set_icon(fs::path(settings.script).parent_path().string());
-  if (settings.watch) watch_.emplace(settings.script);
+Stage::Stage(const Settings &settings, const Game &game, std::function<void(Session &)> prepare)
+    : settings_(settings), game_(game), prepare_(std::move(prepare)),
+      window_({game.name, settings.scale, settings.full_screen}) {
+  set_icon(game.folder);
+  if (settings.watch) watch_.emplace(game.folder);
 }
 
 int Stage::run() {
@@ -38,7 +34,7 @@ Stage::Next Stage::play() {
   again_ = paused_ = failed_ = false;
   std::string message;
   try {
-    Session session(settings_);
+    Session session(settings_, game_);
     prepare_(session);
     session.host().input().on_sdl_event = [this](SDL_Event &event) { return handle(event); };
     overlay_.attach(session.host());
@@ -105,7 +101,7 @@ void Stage::take_screenshot() {
   std::error_code ignored;
   std::string file;
   for (int i = 1; file.empty() || fs::exists(file, ignored); ++i)
-    file = name_of(settings_) + "-" + std::to_string(i) + ".png";
+    file = game_.name + "-" + std::to_string(i) + ".png";
   try {
     orbhost::save_png(orbhost::take_display_picture(), file);
     std::fprintf(stderr, "orbplay: saved %s\n", file.c_str());

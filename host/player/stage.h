@@ -16,7 +16,7 @@ namespace orbplay {
 class Stage {
 public:
   // `prepare` is called with each play before its first frame. Throws PlayError without a display.
-  Stage(const Settings &settings, std::function<void(Session &)> prepare);
+  Stage(const Settings &settings, const Game &game, std::function<void(Session &)> prepare);
 
   // Plays until the user has had enough; the exit status. Throws PlayError.
   int run();
@@ -34,6 +34,7 @@ private:
   void take_screenshot();
 
   const Settings &settings_;
+  const Game &game_;
   std::function<void(Session &)> prepare_;
   Window window_;
   Overlay overlay_;

@@ -14,11 +14,6 @@ constexpr unsigned period = 200; // ms
 
 } // namespace
 
-Watch::Watch(const std::string &script) : folder_(fs::path(script).parent_path()) {
-  if (folder_.empty()) folder_ = ".";
-  seen_ = pending_ = look();
-}
-
 Watch::Times Watch::look() const {
   Times times;
   std::error_code error;

@@ -7,11 +7,11 @@
 
 namespace orbplay {
 
-// Looks at every file in the folder of a script, and those in its folders, but for hidden ones and
-// what lies beyond the first few thousand.
+// Looks at every file in a game's folder, and in the folders there, but for hidden ones and what lies
+// beyond the first few thousand.
 class Watch {
 public:
-  explicit Watch(const std::string &script);
+  explicit Watch(const std::string &folder) : folder_(folder), seen_(look()), pending_(seen_) {}
   // Whether a file was written, added or removed since the last call. Looks at most a few times a
   // second; an editor's save in several steps counts once.
   bool changed();

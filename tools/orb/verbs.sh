@@ -4,7 +4,9 @@ verb_help() {
   cat <<'END'
 usage: ./orb VERB [ARGUMENTS]
 
-  play [OPTIONS] SCRIPT   play a Lua script; --help lists the player's options
+  play [OPTIONS] GAME     play a Lua script, a folder with a main.lua, or a zip file of
+                          one; --help lists the player's options
+  new FOLDER              make a folder with a small game to begin with
   gfx COMMAND ...         pack, unpack and compare graph libraries; --help
   test [--sanitize | --record] [PATTERN | CTEST OPTIONS]
                           run all tests, or those whose suite matches PATTERN;
@@ -72,6 +74,15 @@ verb_play() {
   local status=$?
   [ ! -e "$picture" ] || say "last frame: $picture"
   exit $status
+}
+
+verb_new() {
+  [ $# -eq 1 ] || { say "usage: ./orb new FOLDER"; exit 2; }
+  local preset
+  preset=$(default_preset)
+  prepare "$preset" orbplay
+  run32 "$root/build/$preset/bin/orbplay" --new "$1" >/dev/null || exit
+  say "$1 is a game now. To play it: $0 play $1"
 }
 
 verb_gfx() {
