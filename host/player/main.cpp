@@ -1,4 +1,5 @@
 // orbplay: plays a Lua script with the graphics module.
+#include "host/player/capture.h"
 #include "host/player/game.h"
 #include "host/player/hashes.h"
 #include "host/player/new_game.h"
@@ -57,6 +58,7 @@ void add_observers(Session &session, const Settings &settings,
   if (!settings.hashes.empty()) session.observe(std::make_unique<HashWriter>(settings.hashes));
   if (!settings.check.empty()) session.observe(std::make_unique<HashCheck>(settings));
   session.observe(std::make_unique<Screenshots>(settings));
+  if (!settings.capture.file.empty()) session.observe(std::make_unique<Capture>(settings));
   session.observe(std::make_unique<Interruptible>(session.script()));
 }
 

@@ -8,8 +8,10 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <map>
 #include <memory>
+#include <regex>
 
 #ifndef ORB_VERSION
 #define ORB_VERSION "unknown"
@@ -29,6 +31,29 @@ Screenshot parse_screenshot(const std::string &text) {
   const std::uint64_t frame = std::stoull(text.substr(at + 1));
   if (frame == 0) throw CLI::ValidationError("--screenshot", "frames count from 1");
   return {text.substr(0, at), frame};
+}
+
+// "FILE@FROM-TO/N", "FILE@FROM-TO" or "FILE@FROM-"; anything else is a name.
+CaptureSettings parse_capture(const std::string &text) {
+  static const std::regex form("(.+)@([0-9]{1,9})-([0-9]{0,9})(/([0-9]{1,9}))?");
+  CaptureSettings capture;
+  capture.file = text;
+  if (std::smatch part; std::regex_match(text, part, form)) {
+    capture.file = part[1];
+    capture.from = std::stoull(part[2]);
+    capture.to = part[3].length() ? std::stoull(part[3]) : 0;
+    capture.every = part[5].matched ? std::stoull(part[5]) : 1;
+    if (capture.from == 0 || (part[3].length() && capture.to < capture.from) || capture.every == 0)
+      throw CLI::ValidationError("--capture", "frames count from 1 and go from the lower number "
+                                              "to the higher");
+  }
+  const std::string type = std::filesystem::path(capture.file).extension().string();
+  capture.is_gif = type == ".gif";
+  if (!capture.is_gif && !type.empty())
+    throw CLI::ValidationError("--capture", capture.file +
+                                                ": neither a GIF file (.gif) nor a folder, whose "
+                                                "name may end in /");
+  return capture;
 }
 
 class Formatter : public CLI::Formatter {
@@ -64,6 +89,7 @@ Settings parse_options(int argc, char **argv) {
   Settings settings;
   settings.program = argc > 0 ? argv[0] : "";
   std::vector<std::string> screenshots;
+  std::string capture;
   CLI::App app{"Plays a Lua script with the 2D graphics module.", "orbplay"};
   app.footer("Exit status: 0 ok, 1 script error, 2 usage, 3 file not found, 4 video or module\n"
              "could not start, 130 interrupted.");
@@ -111,8 +137,12 @@ Settings parse_options(int argc, char **argv) {
       ->type_size(1)
       ->allow_extra_args(false)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+  app.add_option("--capture", capture,
+                 "make a moving picture of play: a GIF, or a folder of PNGs; of the frames FROM to "
+                 "TO, every Nth")
+      ->type_name("FILE.gif|FOLDER[@FROM-TO[/N]]");
   app.add_flag("--display", settings.display_pictures,
-               "screenshots show the display, with filters, borders and 8-bit fades");
+               "screenshots and captures show the display, with filters, borders and 8-bit fades");
   app.add_flag("--fullscreen", settings.full_screen,
                "show the game on the full screen, whatever it asks for");
   app.add_option("--scale", settings.scale,
@@ -137,6 +167,7 @@ Settings parse_options(int argc, char **argv) {
     for (const std::string &text : screenshots) {
       settings.screenshots.push_back(parse_screenshot(text));
     }
+    settings.capture = parse_capture(capture);
     if (settings.script.empty() && settings.new_game.empty() && !settings.list_functions) {
       throw CLI::RequiredError("GAME");
     }

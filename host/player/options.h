@@ -22,9 +22,16 @@ struct Screenshot {
   std::uint64_t frame = 0; // 0: the last one
 };
 
+// Every nth of some frames as a moving picture.
+struct CaptureSettings {
+  std::string file;                          // empty: none
+  bool is_gif = false;                       // else a folder of PNG files
+  std::uint64_t from = 1, to = 0, every = 1; // to 0: the last one
+};
+
 struct Settings {
   std::string program; // argv[0]
-  std::string script; // or a folder or zip file of a game
+  std::string script;  // or a folder or zip file of a game
   std::string new_game;
   std::vector<std::string> arguments;
   std::string module;
@@ -40,6 +47,7 @@ struct Settings {
   // What a recording says of the machine and the time; nothing and 0: as they are.
   std::optional<std::int64_t> started; // see orbhost::ScriptOptions
   int desktop_width = 0, desktop_height = 0;
+  CaptureSettings capture;
 };
 
 // Exits on a usage error, and after --version and --help, with or without a name.
