@@ -47,7 +47,7 @@ void Files::note(const std::string &path, bool writing) {
   if (writing) {
     written_.insert(absolute);
     read_.erase(absolute);
-  } else if (!written_.contains(absolute)) {
+  } else if (!written_.contains(absolute) && fs::exists(absolute, ignored)) {
     read_.insert(absolute);
   }
 }

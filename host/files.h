@@ -32,8 +32,8 @@ public:
   const char *path(const char *name, bool writing);
   // Notes that a file is read or written, whoever opens it. `path` is no name, but where it leads.
   void note(const std::string &path, bool writing);
-  // The absolute paths of all that was read so far, whether it was there or not, except for what
-  // was also written: nobody but the script changes that.
+  // The absolute paths of all files that were read so far, except for those that were also written:
+  // their changes are the script's own.
   [[nodiscard]] const std::set<std::string> &read_paths() const { return read_; }
 
   // Opens a stream for mode 1 (read), 2 (write), 7 (read compressed) or 8 (write compressed). Null

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "host/address_table.h"
+#include "host/script.h"
 #include "module/module.h"
 #include "support/world.h"
 
@@ -183,6 +184,28 @@ TEST(Host, FilesBesideTheScriptComeFirst) {
   for (const char *name : {"sub", "absent.txt", "/dev/zero"})
     EXPECT_EQ(files.open(name, ORB_OPEN_READ, nullptr), nullptr) << name;
   EXPECT_EQ(files.open("here.txt", 9, nullptr), nullptr);
+}
+
+TEST(Host, WhatWasReadAndNotWrittenIsKnown) {
+  world w;
+  const auto put = [&](const char *name, std::string_view text) {
+    write_file(w.folder.path / name, {text.begin(), text.end()});
+  };
+  put("game.lua", "require 'part' dofile('./part2.lua') image_load('a.png') map_load('x/../b.map')"
+                  "io.open('level.txt') io.open('log.txt', 'w') io.open('log.txt')"
+                  "io.open('best.txt') io.open('best.new', 'w'):close()"
+                  "os.rename('best.new', 'best.txt') os.remove('old.txt')");
+  put("part.lua", "");
+  for (const char *name : {"part2.lua", "a.png", "b.map", "level.txt"})
+    put(name, "");
+  std::filesystem::create_directory(w.folder.path / "x");
+  Script script(w.host, {});
+  script.load_file((w.folder.path / "game.lua").string());
+  script.frame();
+  std::set<std::string> expected;
+  for (const char *name : {"game.lua", "part.lua", "part2.lua", "a.png", "b.map", "level.txt"})
+    expected.insert((w.folder.path / name).string());
+  EXPECT_EQ(w.host.files().read_paths(), expected);
 }
 
 // The pointer is in pixels of the logical screen, here half the size of the display.
