@@ -4,7 +4,7 @@
 import io, os, stat, struct, zipfile
 
 here = os.path.dirname(os.path.abspath(__file__))
-main = 'print(arg[0]:match("[^/]*/[^/]*$"), dofile("part.lua"), #list_folder("levels"))'
+main = 'print(arg[0]:match("[^/]*/[^/]*$"), dofile("part.lua"), #list_folder("levels")) save_folder()'
 game = [("main.lua", main), ("part.lua", 'return "part"'), ("levels/1.txt", "one"), ("empty/", "")]
 
 
