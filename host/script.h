@@ -15,20 +15,22 @@
 //   ends the turn; a body that returns ends the process. A process has its locals (`p.x`: a
 //   fraction is rounded down for the module, and given back to the script until somebody else
 //   writes the local; `p.xgraph` takes a table of graph codes or nil and gives a copy), `p.id`,
-//   `p.type`, and any other field, which is the script's own. The script itself is a process, `main`: without a
-//   graph, and with the turns that its top level takes by calling frame(). Play ends when no
-//   process is left.
+//   `p.type`, and any other field, which is the script's own. The script itself is a process,
+//   `main`: without a graph, and with the turns that its top level takes by calling frame(). Play
+//   ends when no process is left.
 // - kill(p), sleep(p) (neither drawn nor run), freeze(p) (drawn, not run), wake(p), alive(p), also
 //   as methods; p may be an id. process(id) returns the process with that id, or nil; type_of(body)
 //   the type of the processes that run that function, type_of(p) that of a process.
 // - write(text, {x = 10, colour = ...}) makes a text: a process without a body, which shows its
-//   fields `text`, `colour`, `font` and `align`, and lives until it is killed. Play doesn't wait for
-//   texts. text_graph(text, {colour = ...}) makes a graph of the script's own, font_load(file, size)
-//   a font; text_width and text_height measure.
+//   fields `text`, `colour`, `font` and `align`, and lives until it is killed. Play doesn't wait
+//   for texts. text_graph(text, {colour = ...}) makes a graph of the script's own, font_load(file,
+//   size) a font; text_width and text_height measure.
 // - key(name), pressed(name), released(name), pad(number, axis), pad_count(), typed(text), clock():
 //   what the player's hands do, and the milliseconds of play; see the reference.
-// - quit() (play ends with this frame), seed(n), list_folder(name) (the sorted names of the files in
-//   a folder, or nil and a message), save_folder() (the path of the folder for what the game saves).
+// - quit() (play ends with this frame), seed(n), list_folder(name) (the sorted names of the files
+// in
+//   a folder, or nil and a message), save_folder() (the path of the folder for what the game
+//   saves).
 // - Lua's own library, where names of files lead by the rule of host/files.h.
 // - The script's arguments, in `arg` and as the script's `...`. `require` looks beside the script
 //   first, then in ../lib.
@@ -84,12 +86,13 @@ public:
 
   // One frame: events and mouse, a turn for every running process in list order, then the module's
   // frame hook and the clock. False when play is over: no process is left, or the script or the
-  // window asked to quit, or it was interrupted; this frame is still drawn. Throws ScriptError; nothing runs after that.
+  // window asked to quit, or it was interrupted; this frame is still drawn. Throws ScriptError;
+  // nothing runs after that.
   bool frame();
 
-  // Ends play; may be called in a signal handler. The turn under way has a tenth of a second to end;
-  // then frame() throws ScriptError with the line, "interrupted" and a traceback. What holds the
-  // script up inside one call of a library, or of the module, isn't stopped.
+  // Ends play; may be called in a signal handler. The turn under way has a tenth of a second to
+  // end; then frame() throws ScriptError with the line, "interrupted" and a traceback. What holds
+  // the script up inside one call of a library, or of the module, isn't stopped.
   void interrupt();
 
   // The Lua state, for a program that gives its scripts more functions, or calls theirs.

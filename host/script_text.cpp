@@ -52,8 +52,7 @@ constexpr const char *font_form = "font_load(file, size)";
 
 using FontPointer = std::shared_ptr<Font>;
 
-// ---- Arguments
-// -----------------------------------------------------------------------------------
+// ---- Arguments ---------------------------------------------------------------------------------
 
 [[noreturn]] void throw_wrong(lua_State *L, int index, const std::string &what,
                               const char *wanted) {
@@ -128,8 +127,7 @@ bool set_look(lua_State *L, int index, std::int32_t member, TextLook &look) {
   }
 }
 
-// ---- Texts
-// -----------------------------------------------------------------------------------------
+// ---- Texts -------------------------------------------------------------------------------------
 
 void draw(ScriptText &text, const std::string &string, const TextLook &look) {
   text.graph.draw(string, look);
@@ -197,7 +195,6 @@ int text_graph(lua_State *L) {
   if (lua_istable(L, 2)) {
     for (lua_pushnil(L); lua_next(L, 2); lua_pop(L, 1)) {
       if (!set_look(L, 4, state.texts->members.find(L, 3), look)) {
-        lua_pop(L, 1);
         throw HostError(parameter(graph_form, "look") + " has a field " +
                         (lua_type(L, 3) == LUA_TSTRING ? lua_tostring(L, 3) : luaL_typename(L, 3)) +
                         "; it takes font, colour and align");
@@ -223,8 +220,7 @@ int height_of(lua_State *L) {
   return 1;
 }
 
-// ---- Fonts
-// -----------------------------------------------------------------------------------------
+// ---- Fonts -------------------------------------------------------------------------------------
 
 std::vector<std::uint8_t> read_file(Files &files, const std::string &name) {
   void *const handle = files.open(name.c_str(), ORB_OPEN_READ, nullptr);

@@ -41,8 +41,7 @@ bool is_control(char32_t character) {
   return character < 0x20 || (character >= 0x7F && character < 0xA0);
 }
 
-// ---- Lines
-// ---------------------------------------------------------------------------------------
+// ---- Lines -------------------------------------------------------------------------------------
 
 struct PlacedGlyph {
   const Glyph *glyph;
@@ -106,8 +105,7 @@ TextLayout lay_out(std::string_view text, Font &font, Align align) {
   return layout;
 }
 
-// ---- Pixels
-// --------------------------------------------------------------------------------------
+// ---- Pixels ------------------------------------------------------------------------------------
 
 // The entry nearest to a colour, other than 0, which is transparent.
 std::uint32_t nearest_index(const Host &host, const std::array<std::int32_t, 3> &rgb) {
@@ -212,8 +210,7 @@ TextColour unpack_colour(const Host &host, std::int32_t colour) {
   return result;
 }
 
-// ---- TextGraph
-// -----------------------------------------------------------------------------------
+// ---- TextGraph ---------------------------------------------------------------------------------
 
 std::uint32_t TextGraph::mark() const {
   return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(this));
