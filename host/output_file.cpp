@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <climits>
+#include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -11,6 +12,7 @@ namespace orbhost {
 namespace {
 
 constexpr int most_links = 40, most_names = 100;
+constexpr int most_descriptors = 1024; // that are looked at
 
 // Gives the new file the permissions of the old one, and its owner or at least its group if the
 // system permits.
@@ -129,6 +131,22 @@ void OutputFile::discard() {
   file_ = nullptr;
   if (!new_name_.empty()) ::unlinkat(folder_, new_name_.c_str(), 0);
   new_name_.clear();
+}
+
+void remove_unfinished_files() {
+  // Only calls that are safe in a signal handler, so the names come from the open descriptors.
+  for (int descriptor = 0; descriptor < most_descriptors; ++descriptor) {
+    char link[] = "/proc/self/fd/\0\0\0\0", path[PATH_MAX];
+    char *digit = link + sizeof "/proc/self/fd/" - 1;
+    for (int unit = 1000; unit > 0; unit /= 10)
+      if (descriptor >= unit || unit == 1)
+        *digit++ = static_cast<char>('0' + descriptor / unit % 10);
+    const ssize_t length = ::readlink(link, path, sizeof path - 1);
+    if (length <= 0) continue;
+    path[length] = '\0';
+    const char *name = std::strrchr(path, '/');
+    if (name && std::strncmp(name, "/.orb-", 6) == 0) ::unlink(path);
+  }
 }
 
 int save_file(const std::string &path, const void *data, std::size_t bytes) {

@@ -54,6 +54,10 @@ private:
   int error_ = 0;
 };
 
+// Removes the new files that this process is writing now, the module's too. For a signal handler,
+// before the program ends.
+void remove_unfinished_files();
+
 // Saves a whole file. Returns 0, or the errno of create() or commit().
 int save_file(const std::string &path, const void *data, std::size_t bytes);
 

@@ -362,6 +362,14 @@ const ReferencePlace *Reference::find(std::string_view name) const {
   return found == places_.end() ? nullptr : &found->second;
 }
 
+std::vector<std::string> Reference::related(std::string_view text) const {
+  std::vector<std::string> names;
+  for (const auto &[name, place] : places_)
+    if (!place.alias && (name.starts_with(text) || place.family->file == std::string(text) + ".md"))
+      names.push_back(name);
+  return names;
+}
+
 std::vector<std::string> Reference::with_keywords(std::string_view words) const {
   const std::vector<std::string> wanted = words_in(words);
   std::vector<std::string> names;

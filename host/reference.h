@@ -118,6 +118,9 @@ public:
   [[nodiscard]] const std::vector<ReferenceFamily> &families() const { return families_; }
   // The place of an entry, an alias or a defined word; null where there is none.
   [[nodiscard]] const ReferencePlace *find(std::string_view name) const;
+  // The names that begin with a text; for the name of a family's file ("motion"), those of its
+  // entries, too.
+  [[nodiscard]] std::vector<std::string> related(std::string_view text) const;
   // The names that have all of these words, in lower case or not, among their keywords, in the order
   // of the reference.
   [[nodiscard]] std::vector<std::string> with_keywords(std::string_view words) const;

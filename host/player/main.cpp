@@ -1,4 +1,5 @@
 // orbplay: plays a Lua script with the graphics module.
+#include "host/output_file.h"
 #include "host/player/capture.h"
 #include "host/player/game.h"
 #include "host/player/hashes.h"
@@ -27,7 +28,10 @@ Stage *stage = nullptr;
 orbhost::Script *volatile playing = nullptr;
 
 extern "C" void on_interrupt(int number) {
-  if (interrupted) _exit(128 + number);
+  if (interrupted) {
+    orbhost::remove_unfinished_files();
+    _exit(128 + number);
+  }
   interrupted = number;
   if (stage) stage->stop();
   if (playing) playing->interrupt();

@@ -75,6 +75,14 @@ ExitStatus explain(const std::string &name) {
     return exit_ok;
   }
   std::fprintf(stderr, "orbplay: nothing is called %s", name.c_str());
+  if (const std::vector<std::string> related = reference.related(name);
+      !name.empty() && !related.empty()) {
+    for (const std::string &other : related)
+      std::fprintf(stderr, "%s%s", &other == &related.front() ? "; there is\n  " : "\n  ",
+                   other.c_str());
+    std::fprintf(stderr, "\n");
+    return exit_usage;
+  }
   const std::vector<std::string> near = reference.nearest(name, 3);
   for (const std::string &other : near)
     std::fprintf(stderr, "%s%s", &other == &near.front() ? "; did you mean " : " or ",

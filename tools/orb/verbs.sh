@@ -31,6 +31,25 @@ Each verb first installs what is missing and builds what has changed.
 END
 }
 
+# explain_verb VERB: prints its entry in the list, and the options of the program behind it, without
+# building anything. Fails for no verb.
+explain_verb() {
+  local entry
+  entry=$(verb_help | awk -v verb="$1" '
+    /^  [a-z]/ { shown = $1 == verb }
+    /^Each verb/ || !NF { shown = 0 }
+    shown')
+  [ -n "$entry" ] || return
+  printf 'usage: ./orb %s\n' "${entry#  }"
+  case $1 in
+    play) sed -n '/^## Options/,/^## /{ /^## /d; p; }' "$root/docs/orbplay.md" | tr -d '\140' ;;
+    gfx)
+      printf '\ncommands, each with --help:\n\n'
+      sed -n 's/^    orbgfx/  .\/orb gfx/p' "$root/docs/orbgfx.md"
+      ;;
+  esac
+}
+
 # has_option OPTIONS ARGUMENTS...: whether the player's arguments (those before "--") contain one of
 # the options, as in has_option "--frames --headless" "$@".
 has_option() {

@@ -73,7 +73,12 @@ int convert(const ConvertOptions &options, const Common &common) {
                     exit_usage);
   }
   Session session(common);
-  examine(session.files(), options.input, common); // first reports a missing file
+  const Container container = examine(session.files(), options.input, common);
+  if (is_library_name(options.output) && container.kind != Kind::fpg) {
+    throw ToolError(options.input + ": a picture, not a library; \"orbgfx pack -o " +
+                        options.output + " " + options.input + "\" makes a library of it",
+                    exit_usage);
+  }
   check_overwrite(options.output, common);
   if (!options.side_file.empty() && !is_map_name(options.output)) {
     check_overwrite(options.side_file, common);

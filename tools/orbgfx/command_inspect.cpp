@@ -118,7 +118,7 @@ std::string unaccounted(Session &session, const std::string &path, const Loaded 
   }
   const std::uint64_t found = orbhost::content_size(session.files(), path, loaded.container);
   if (found == expected) return {};
-  return std::to_string(found > expected ? found - expected : expected - found) +
+  return "damaged: " + std::to_string(found > expected ? found - expected : expected - found) +
          (found > expected ? " bytes belong to no graph" : " bytes are missing");
 }
 

@@ -1,12 +1,18 @@
 // orbgfx: graph libraries and pictures from the shell.
 #include "host/module_file.h"
+#include "host/output_file.h"
 #include "tools/orbgfx/commands.h"
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <functional>
 #include <memory>
+#include <unistd.h>
 
 #ifndef ORB_VERSION
 #define ORB_VERSION "unknown"
@@ -174,11 +180,51 @@ void add_palette(CLI::App &app, CommandLine &line) {
 void add_diff(CLI::App &app, CommandLine &line) {
   CLI::App *command = add_command(app, line, "diff", "Compare two libraries or two pictures.",
                                   [&line] { return diff(line.diff, line.common); });
-  command->add_option("first", line.diff.first, "a file")->required()->type_name("A");
-  command->add_option("second", line.diff.second, "another")->required()->type_name("B");
+  command->add_option("first_file", line.diff.first, "a file")->required()->type_name("A");
+  command->add_option("second_file", line.diff.second, "another")->required()->type_name("B");
   add_depth(command, line.diff.depth, "bring both to this depth first");
   add_key(command, line, "of enciphered files");
   add_json(command, line);
+}
+
+// "pictures and --output FILE are missing".
+std::string missing_arguments(const CLI::App &command) {
+  std::vector<std::string> missing;
+  for (const CLI::Option *option : command.get_options()) {
+    if (!option->get_required() || option->count() > 0) continue;
+    std::string name = option->get_name();
+    std::ranges::replace(name, '_', ' ');
+    missing.push_back(option->get_positional() ? name : name + " " + option->get_type_name());
+  }
+  std::string text;
+  for (const std::string &name : missing)
+    text += (text.empty() ? "" : " and ") + name;
+  return text + (missing.size() == 1 && !text.ends_with('s') ? " is missing" : " are missing");
+}
+
+// What is wrong with a command line.
+std::string complaint(const CLI::App &app, const CLI::Error &error) {
+  const std::vector<CLI::App *> chosen = app.get_subcommands();
+  const bool required = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError);
+  if (!chosen.empty()) {
+    const std::string name = chosen.front()->get_name();
+    return name + ": " + (required ? missing_arguments(*chosen.front()) : error.what()) +
+           "\n\"orbgfx " + name + " --help\" explains it.\n";
+  }
+  std::string commands;
+  for (const CLI::App *command : app.get_subcommands([](const CLI::App *) { return true; }))
+    commands += (commands.empty() ? "" : ", ") + command->get_name();
+  std::string what = required ? "a command is missing" : error.what();
+  for (const std::string &word : app.remaining())
+    what = (word.starts_with('-') ? "no option is called " : "no command is called ") + word;
+  return what + "; the commands are " + commands + "\n\"orbgfx --help\" explains them.\n";
+}
+
+// SDL takes SIGINT and SIGTERM for an event of its own, which nobody reads here, unless they have a
+// handler already.
+extern "C" void on_signal(int number) {
+  orbhost::remove_unfinished_files();
+  _exit(128 + number);
 }
 
 // Exits on a usage error, and after --help and --version.
@@ -189,10 +235,8 @@ void parse(CommandLine &line, int argc, char **argv) {
   app.footer("Exit status: 0 ok, 1 failure or difference, 2 usage, 3 file not found.\n"
              "\"orbgfx COMMAND --help\" explains a command.");
   app.formatter(std::make_shared<Formatter>());
-  app.failure_message([](const CLI::App *, const CLI::Error &error) {
-    std::string what = error.what();
-    if (what == "A subcommand is required") what = "a command is required";
-    return "orbgfx: " + what + "\nRun with --help for more information.\n";
+  app.failure_message([](const CLI::App *failed, const CLI::Error &error) {
+    return "orbgfx: " + complaint(*failed, error);
   });
   app.set_version_flag("--version", "orbgfx " ORB_VERSION);
   app.require_subcommand(1);
@@ -216,6 +260,8 @@ void parse(CommandLine &line, int argc, char **argv) {
 } // namespace
 
 int main(int argc, char **argv) {
+  std::signal(SIGINT, on_signal);
+  std::signal(SIGTERM, on_signal);
   CommandLine line;
   parse(line, argc, argv);
   if (line.common.module.empty()) {
@@ -225,7 +271,7 @@ int main(int argc, char **argv) {
   }
   try {
     const int status = line.run();
-    if (std::fflush(stdout) != 0) throw ToolError("standard output can't be written");
+    if (std::fflush(stdout) != 0) throw ToolError(std::string("standard output can't be written: ") + std::strerror(errno));
     return status;
   } catch (const ToolError &error) {
     std::fprintf(stderr, "orbgfx: %s\n", error.what());
