@@ -54,6 +54,7 @@ orb_find(NAME cli11 HEADER CLI/CLI.hpp PACKAGE libcli11-dev)
 orb_find(NAME freetype HEADER ft2build.h SUFFIXES freetype2 LIBRARIES freetype PACKAGE libfreetype-dev)
 orb_find(NAME sdl_mixer HEADER SDL_mixer.h SUFFIXES SDL LIBRARIES SDL_mixer
   PACKAGE libsdl-mixer1.2-dev)
+orb_find(NAME vorbisfile HEADER vorbis/vorbisfile.h LIBRARIES vorbisfile PACKAGE libvorbis-dev)
 orb_find(NAME gif HEADER gif_lib.h LIBRARIES gif PACKAGE libgif-dev)
 orb_find(NAME zip HEADER zip.h LIBRARIES zip PACKAGE libzip-dev)
 

@@ -22,7 +22,9 @@ constexpr std::int32_t not_saved = 123; // the code of the script error
 
 } // namespace
 
-Host::Host(Options options) : options_(std::move(options)), clock_(options_.virtual_clock) {
+Host::Host(Options options)
+    : options_(std::move(options)), clock_(options_.virtual_clock),
+      sound_(clock_, !options_.headless && !options_.mute) {
   RuntimeTable::activate(*this);
   full_screen = options_.full_screen ? 1 : 0;
   frame_rate = clock_.rate();

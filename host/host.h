@@ -21,6 +21,7 @@
 #include "host/messages.h"
 #include "host/process_list.h"
 #include "host/registration.h"
+#include "host/sound.h"
 #include "orb/graphics2d.h"
 
 #include <cstdint>
@@ -51,6 +52,7 @@ struct Options {
   // Frames don't wait, and always take the same virtual time. Usual with headless.
   bool virtual_clock = true;
   bool full_screen = false;
+  bool mute = false; // no sound; nor is there any headless
   // Reported to the module when headless, and when the program has started SDL's video.
   int desktop_width = 1024, desktop_height = 768;
 };
@@ -150,6 +152,7 @@ public:
   [[nodiscard]] const Files &files() const { return files_; }
   [[nodiscard]] Input &input() { return input_; }
   [[nodiscard]] Clock &clock() { return clock_; }
+  [[nodiscard]] Sound &sound() { return sound_; }
   [[nodiscard]] const Options &options() const { return options_; }
   // The device record that the module published; null before init().
   [[nodiscard]] orb_device2d *device() const { return runtime.rt_device2D; }
@@ -187,6 +190,7 @@ private:
   Files files_;
   Input input_;
   Clock clock_;
+  Sound sound_;
   std::deque<ErrorReport> errors_; // the last ones
   void *library_ = nullptr;
   bool attached_ = false, initialised_ = false, released_ = false;

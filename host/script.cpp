@@ -88,6 +88,7 @@ Script::Script(Host &host, ScriptOptions options)
   open_files(*state_);
   open_input(*state_);
   open_clock(*state_);
+  open_sound(*state_);
   open_chunks(*state_);
   open_interrupt(*state_);
   open_globals(*state_); // last: from here on, assigning a constant's name is an error

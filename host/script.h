@@ -27,10 +27,10 @@
 //   size) a font; text_width and text_height measure.
 // - key(name), pressed(name), released(name), pad(number, axis), pad_count(), typed(text), clock():
 //   what the player's hands do, and the milliseconds of play; see the reference.
-// - quit() (play ends with this frame), seed(n), list_folder(name) (the sorted names of the files
-// in
-//   a folder, or nil and a message), save_folder() (the path of the folder for what the game
-//   saves).
+// - Sounds and music: sound_load and the others of reference/sound.md. A file that can't be loaded
+//   is a Lua error.
+// - quit() (play ends with this frame), seed(n), list_folder(name) (the sorted names of the files in
+//   a folder, or nil and a message), save_folder() (the path of the folder for what the game saves).
 // - Lua's own library, where names of files lead by the rule of host/files.h.
 // - The script's arguments, in `arg` and as the script's `...`. `require` looks beside the script
 //   first, then in ../lib.

@@ -224,6 +224,10 @@ void open_input(ScriptState &state);
 
 void open_clock(ScriptState &state);
 
+// ---- script_sound.cpp: sounds and music ---------------------------------------------------------
+
+void open_sound(ScriptState &state);
+
 // ---- script_globals.cpp: constants, script globals, arrays, the mouse -------------------------
 
 void open_globals(ScriptState &state);

@@ -119,7 +119,8 @@ Settings parse_options(int argc, char **argv) {
       app.add_option("arguments", settings.arguments,
                      "the script's own arguments; those that begin with \"-\" after \"--\"");
   app.add_flag("--headless", settings.headless,
-               "no window, no waiting; every run draws the same frames");
+               "no window, no sound, no waiting; every run draws the same frames");
+  app.add_flag("--mute", settings.mute, "no sound");
   app.add_option("--frames", settings.frames, "stop after N frames")
       ->type_name("N")
       ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{0xFFFFFFFF}));

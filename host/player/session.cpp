@@ -11,6 +11,7 @@ std::unique_ptr<orbhost::Host> make_host(const Settings &settings, const std::st
   options.title = name;
   options.headless = options.virtual_clock = settings.headless;
   options.full_screen = settings.full_screen;
+  options.mute = settings.mute;
   if (settings.desktop_width) {
     options.desktop_width = settings.desktop_width;
     options.desktop_height = settings.desktop_height;
