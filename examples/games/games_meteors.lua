@@ -23,12 +23,23 @@ local pictures = {
 }
 ground_put(0, picture "space", width // 2, height // 2)
 
+local function sound(name) return sound_load("../assets/" .. name .. ".wav") end
+local sounds = { shot = sound "shot", hit = sound "hit", boom = sound "boom", wave = sound "pling" }
+music_play("../assets/tune.mod")
+music_volume(50)
+
 local score, lives, wave, best = 0, 3, 0, 0
 local over, paused = false, false
 local ship
 local rocks = {} -- the flying ones: process -> true
 
 local random = math.random
+
+-- Plays a sound from where it happens: as far to the left or right as `x` is on the screen.
+local function play_at(x, name, volume)
+  sound_play(sounds[name], 0, volume, math.floor(140 * (x / width - 0.5)))
+end
+
 local function between(low, high) return low + random() * (high - low) end
 
 -- Ends a turn, and waits during a pause.
@@ -83,6 +94,7 @@ local function rock(self, x, y, size)
   end
   rocks[self] = nil
   burst(body.x, body.y, size // 4, 2.5)
+  play_at(body.x, size > 40 and "boom" or "hit", size > 40 and 60 or 50)
   if size > 40 then
     for _ = 1, 2 do spawn(rock, {}, body.x, body.y, size * 55 // 100) end
   end
@@ -142,6 +154,7 @@ local function fighter(self)
     body.dx, body.dy = body.dx * 0.99, body.dy * 0.99
     if fire and cool <= 0 then
       spawn(shot, {}, body.x, body.y, self.angle)
+      play_at(body.x, "shot", 30)
       cool = 12
     end
     fly(self, body, 24)
@@ -151,6 +164,7 @@ local function fighter(self)
     turn()
   end
   burst(body.x, body.y, 70, 4)
+  play_at(body.x, "boom", 100)
   lives = lives - 1
 end
 
@@ -173,6 +187,7 @@ end
 
 local function start_wave()
   wave = wave + 1
+  sound_play(sounds.wave)
   for _ = 1, wave + 3 do
     -- Away from the centre, where the ship is.
     local angle = between(0, 2 * math.pi)
@@ -188,7 +203,10 @@ end
 
 start_game()
 while not key "escape" do
-  if pressed "p" and not over then paused = not paused end
+  if pressed "p" and not over then
+    paused = not paused
+    if paused then music_pause() else music_resume() end
+  end
 
   best = math.max(best, score)
   if not paused and not over then
