@@ -121,7 +121,7 @@ void Sound::open_mixer_for_music() {
 }
 
 double Sound::now() const {
-  return (paused_ ? paused_at_ : clock_.seconds()) - paused_for_;
+  return static_cast<double>(clock_.frame().milliseconds) / 1000;
 }
 
 // ---- Sounds ------------------------------------------------------------------------------------
@@ -261,13 +261,8 @@ void Sound::set_master_volume(std::int32_t volume) {
   mix_music();
 }
 
+// The clock of play stands still meanwhile by itself.
 void Sound::pause(bool paused) {
-  if (paused == paused_) return;
-  if (paused)
-    paused_at_ = clock_.seconds();
-  else
-    paused_for_ += clock_.seconds() - paused_at_;
-  paused_ = paused;
   if (heard()) SDL_PauseAudio(paused ? 1 : 0);
 }
 

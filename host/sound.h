@@ -96,8 +96,6 @@ private:
   std::vector<char> music_file_; // the mixer reads from it
   bool music_playing_ = false;
   std::int32_t music_volume_ = 100, master_volume_ = 100;
-  bool paused_ = false;
-  double paused_at_ = 0, paused_for_ = 0; // seconds of the clock
 };
 
 } // namespace orbhost

@@ -64,6 +64,7 @@ Stage::Next Stage::play() {
 void Stage::wait_while_paused(Session &session) {
   if (!paused_) return;
   session.host().clock().hold();
+  session.host().sound().pause(true);
   std::vector<SDL_Event> kept;
   while (paused_ && !step_ && !again_ && !stopped_) {
     for (SDL_Event event; SDL_PollEvent(&event);) {
@@ -78,6 +79,7 @@ void Stage::wait_while_paused(Session &session) {
   for (SDL_Event &event : kept)
     SDL_PushEvent(&event);
   step_ = false;
+  session.host().sound().pause(false);
   session.host().clock().resume();
 }
 
