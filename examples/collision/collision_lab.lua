@@ -8,8 +8,6 @@
 -- Mouse: drag with the left button. Keys: tab chooses the other picture, left and right rotate it,
 -- up and down scale it, m mirrors it, space starts and stops the demonstration, escape ends.
 
-local pressed = require("keys").pressed
-
 local width, height = 640, 480
 mode_set(width, height, 32, mode_window)
 set_fps(60, 0)

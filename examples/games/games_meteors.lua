@@ -7,8 +7,6 @@
 -- Keys: left and right turn, up accelerates, space shoots, p pauses, return starts again after the
 -- end, escape ends. Argument: "demo" lets the game play by itself.
 
-local pressed = require("keys").pressed
-
 local demo = arg[1] == "demo"
 local width, height = 640, 480
 local fine = 16 -- positions are kept in sixteenths of a pixel

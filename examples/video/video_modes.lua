@@ -8,8 +8,6 @@
 -- Keys: right and left go on and back, space stops and starts the tour, escape ends.
 -- Arguments: frames that a step lasts (60), and "window" to leave full screens out.
 
-local pressed = require("keys").pressed
-
 local frames_a_step = tonumber(arg[1]) or 60
 local windows_only = arg[2] == "window"
 

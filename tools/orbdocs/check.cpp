@@ -135,7 +135,7 @@ private:
       if (end == std::string::npos) break;
       const std::string word = text.substr(at + 1, end - at - 1);
       if (is_word(word) && word.find('_') != std::string::npos && !known.count(word) &&
-          !reference_.find(word))
+          !reference_.find(word) && !orbhost::Input::control(word))
         say("`" + word + "` is nothing that the reference describes");
       at = text.find('`', end + 1);
     }
