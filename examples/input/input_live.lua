@@ -6,19 +6,17 @@
 --
 -- Keys: escape ends; all others light up, return clears the line.
 
-local text = require "text"
-
 local width, height = 640, 360
 mode_set(width, height, 32, mode_window)
 set_fps(60, 0)
 
-local dark, light, white = rgb(40, 48, 72), rgb(255, 176, 64), rgb(255, 255, 255)
+local dark, light = rgb(40, 48, 72), rgb(255, 176, 64)
 local picture_of_spark = image_load("../assets/spark.png")
 
 -- A box with a label in its middle.
 local function box(w, h, colour, label)
   local graph = map_new(w, h, colour)
-  local letters = text.graph(label, 1, white)
+  local letters = text_graph(label, { align = "middle" })
   map_put(0, graph, letters, w // 2, h // 2)
   map_unload(letters)
   return graph
@@ -48,7 +46,7 @@ end
 local function row(x, y, names)
   for _, name in ipairs(names) do
     local label = name:gsub("^mouse_", ""):gsub("^pad%d_", "")
-    local w = math.max(22, #label * text.width + 8)
+    local w = math.max(22, text_width(label) + 8)
     spawn(button, { x = x + w // 2, y = y }, name, w, label)
     x = x + w + 4
   end
@@ -102,20 +100,14 @@ local function show_pad(number)
   row(x, 324, names)
 end
 
-text.put(20, 14, "Press, click, turn the wheel, move a stick, type.", light)
-text.put(4, 220, "Pads:", white)
+write("Press, click, turn the wheel, move a stick, type.", { x = 20, y = 14, colour = light })
+write("Pads:", { x = 4, y = 220 })
 
-local line, shown, pads = "", nil, 0
-local label = spawn(function() while true do frame() end end, { y = 38 })
+local line, pads = "", 0
+local shown = write("_", { x = 20, y = 30, size = 200 })
 while not key("escape") do
   line = pressed("enter") and "" or typed(line)
-  if line ~= shown then
-    if label.graph ~= 0 then map_unload(label.graph) end
-    shown = line
-    local w = (#line + 1) * text.width * 2
-    label.graph = text.graph(line .. "_", 2, white)
-    label.x = 20 + w // 2
-  end
+  shown.text = line .. "_"
   while pads < pad_count() do
     pads = pads + 1
     show_pad(pads)

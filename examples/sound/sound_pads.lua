@@ -7,9 +7,6 @@
 -- Keys: 1 to 9 or the mouse press pads, up and down change the volume, space stops all sounds, escape
 -- ends. Argument: "demo" presses them by itself.
 
-local pressed = require("keys").pressed
-local text = require "text"
-
 local demo = arg[1] == "demo"
 mode_set(640, 480, 32, mode_window)
 set_fps(60, 0)
@@ -67,9 +64,8 @@ for i, pad in ipairs(pads) do
   local x, y = left + column * (size + gap), top + row * (size + gap)
   pad.x, pad.y, pad.pan = x, y, (column - 1) * 70
   spawn(box, { x = x, y = y }, pad)
-  local function still() while true do frame() end end
-  spawn(still, { graph = text.graph(tostring(i), 4, white), x = x, y = y - 12, z = -1 })
-  spawn(still, { graph = text.graph(pad.label or pad.name, 2, white), x = x, y = y + 26, z = -1 })
+  write(tostring(i), { x = x, y = y - 12, z = -1, size = 400, align = "middle" })
+  write(pad.label or pad.name, { x = x, y = y + 26, z = -1, size = 200, align = "middle" })
 end
 
 local function pad_at(x, y)
@@ -89,24 +85,20 @@ local function set_volume(value)
   ground_put_rect(220, 440, 220 + 2 * volume, 452, grey, 1)
 end
 
-text.centre(320, 14, "1 to 9 or the mouse, up and down, space", grey)
-text.put(150, 442, "volume", grey)
+write("1 to 9 or the mouse, up and down, space", { x = 320, y = 14, align = "centre", colour = grey })
+write("volume", { x = 212, y = 440, align = "right", colour = grey })
 set_volume(80)
 
 -- ---- The course of things -----------------------------------------------------------------------
 
-local held = false -- the mouse button
 local time = 0
 
 while not key "escape" do
   for i, pad in ipairs(pads) do
     if pressed(tostring(i)) then press(pad) end
   end
-  if mouse.left and not held then
-    local pad = pad_at(mouse.x, mouse.y)
-    if pad then press(pad) end
-  end
-  held = mouse.left
+  local under = pressed "mouse_left" and pad_at(mouse.x, mouse.y)
+  if under then press(under) end
   if pressed "space" then sound_stop() end
   if key "up" then set_volume(volume + 1) end
   if key "down" then set_volume(volume - 1) end
