@@ -100,7 +100,6 @@ enum Member : std::int32_t {
 constexpr int most_judged_fields = 1000; // a script may make names without end
 constexpr std::size_t longest_judged_field = 32;
 
-
 // The functions below have the stack: object, name [, value].
 
 // The object of a process, alive or not.

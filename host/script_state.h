@@ -30,8 +30,8 @@
 
 namespace orbhost {
 
-// A process and its coroutine; the record's word host7[0] points here, and host7[1] is 1 once one of
-// its locals has had a fraction.
+// A process and its coroutine; the record's word host7[0] points here, and host7[1] is 1 once one
+// of its locals has had a fraction.
 struct ScriptProcess {
   orb_process *process = nullptr; // null once the process has ended
   lua_State *thread = nullptr;
@@ -55,8 +55,8 @@ struct InputArray {
 // All forms of one script function.
 struct FunctionGroup {
   std::string name;
-  bool fails_with_zero = false; // without a report
-  std::vector<const Function *> forms; // in registration order
+  bool fails_with_zero = false;         // without a report
+  std::vector<const Function *> forms;  // in registration order
   std::vector<std::uint32_t> processes; // of each form: bits of the integers that may be processes
   bool text_for_int = false;
   const InputArray *array = nullptr; // its array argument, if any
@@ -120,7 +120,7 @@ struct ScriptState {
   std::int32_t drawable_file = 0, drawable_graph = 0;
   std::vector<std::pair<ScriptProcess *, std::string>> undrawn;
   std::vector<std::string> function_prologues;
-  std::string frame_mistake;             // with strict: a report outside a call
+  std::string frame_mistake; // with strict: a report outside a call
 };
 
 // The script behind a Lua state.

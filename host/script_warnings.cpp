@@ -1,5 +1,5 @@
-// Mistakes that neither Lua nor the module tells of: failures without a report, pictures that aren't
-// drawn, names that are misspelt. Looked for where it costs nothing, or once.
+// Mistakes that neither Lua nor the module tells of: failures without a report, pictures that
+// aren't drawn, names that are misspelt. Looked for where it costs nothing, or once.
 #include "host/reference.h"
 #include "host/script_state.h"
 
@@ -19,7 +19,8 @@ bool is_slip(std::string_view name, std::string_view local) {
   if (local.size() < 4 || name == local) return false;
   if (name.size() == local.size() && strncasecmp(name.data(), local.data(), name.size()) == 0)
     return true;
-  const auto [left, other_left] = std::mismatch(name.begin(), name.end(), local.begin(), local.end());
+  const auto [left, other_left] =
+      std::mismatch(name.begin(), name.end(), local.begin(), local.end());
   const auto head = static_cast<std::size_t>(left - name.begin());
   const std::size_t most = std::min(name.size(), local.size()) - head;
   std::size_t tail = 0;
@@ -83,13 +84,15 @@ std::string failure_cause(const ScriptState &state, const std::string &function,
   if (function == "mode_set") return "there is no such mode";
   if (depth == 0) return "no mode is set; call mode_set first";
   if (place.family->file == "palette.md")
-    return depth == 8 ? "an index outside the palette, 0 to 255, or no name"
-                      : "only modes of 8 bits have a palette, this one has " + std::to_string(depth);
+    return depth == 8
+               ? "an index outside the palette, 0 to 255, or no name"
+               : "only modes of 8 bits have a palette, this one has " + std::to_string(depth);
   if (depth == 16) {
     const std::string colour = wide_colour(*place.entry, words, count);
     if (!colour.empty()) return colour;
   }
-  return "an argument is out of range, or a graph of another depth (orbplay --help " + function + ")";
+  return "an argument is out of range, or a graph of another depth (orbplay --help " + function +
+         ")";
 }
 
 } // namespace
@@ -142,8 +145,8 @@ void tell_undrawn(ScriptState &state) {
     else
       text += " has " + std::to_string(slot->surface->depth) + " bits, the mode " +
               std::to_string(state.host.screen()->depth);
-    if (!state.options.strict)
-      state.reports.tell(text);
+    if (!state.options.strict) // once for a loop, whatever its graphs
+      state.reports.tell(text, line + std::to_string(process->process->type));
     else if (state.frame_mistake.empty())
       state.frame_mistake = text;
   }

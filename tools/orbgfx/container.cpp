@@ -9,8 +9,7 @@ Container examine(orbhost::Files &files, const std::string &path, const Common &
   const auto status = std::filesystem::status(path, ignored);
   if (!std::filesystem::exists(status)) throw ToolError(path + ": no such file", exit_not_found);
   if (!std::filesystem::is_regular_file(status)) throw ToolError(path + ": not a file");
-  const auto container =
-      orbhost::examine(files, path, common.key ? common.key->c_str() : nullptr);
+  const auto container = orbhost::examine(files, path, common.key ? common.key->c_str() : nullptr);
   if (!container) throw ToolError(path + ": can't be opened, or its compression is damaged");
   return *container;
 }

@@ -271,7 +271,8 @@ int main(int argc, char **argv) {
   }
   try {
     const int status = line.run();
-    if (std::fflush(stdout) != 0) throw ToolError(std::string("standard output can't be written: ") + std::strerror(errno));
+    if (std::fflush(stdout) != 0)
+      throw ToolError(std::string("standard output can't be written: ") + std::strerror(errno));
     return status;
   } catch (const ToolError &error) {
     std::fprintf(stderr, "orbgfx: %s\n", error.what());
