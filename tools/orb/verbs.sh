@@ -76,7 +76,7 @@ verb_play() {
   is_native || player=("$root/tools/run32" "${player[@]}")
 
   if [ $# -eq 0 ] ||
-     has_option "--headless --help -h --version --list-functions" "$@" ||
+     has_option "--headless --help -h --version --list-functions --new" "$@" ||
      display_opens "$preset"; then
     exec "${player[@]}" "$@"
   fi
