@@ -12,7 +12,7 @@ std::string manual_page(const std::string &markdown) {
   const std::string name = markdown.substr(2, title_end - 2);
   std::string body = markdown.substr(title_end);
   body.erase(0, body.find_first_not_of('\n'));
-  std::string purpose = body.substr(0, body.find(". "));
+  std::string purpose = body.substr(0, std::min(body.find(". "), body.find("\n\n")));
   std::ranges::replace(purpose, '\n', ' ');
   purpose.erase(std::min(purpose.find_last_not_of('.') + 1, purpose.size()));
   purpose[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(purpose[0])));
