@@ -75,23 +75,6 @@ TEST(Host, VirtualClockNeverWaits) {
 
 // Random spawns and deaths beside a plain vector; a table of the live ones by their addresses. Ids
 // of recently dead processes stay unused.
-TEST(Host, PausedSoundWaits) {
-  Host host;
-  const std::int32_t shot = host.sound().load(tests_folder("../examples/assets/shot.wav"));
-  const std::int32_t voice = host.sound().play(shot, 0, 100, 0); // 0.18 seconds
-  const auto pass = [&](int frames) { // of 1/24 second
-    while (frames-- > 0)
-      host.clock().next_frame();
-    return host.sound().playing(voice);
-  };
-  EXPECT_TRUE(pass(2));
-  host.sound().pause(true);
-  EXPECT_TRUE(pass(24));
-  host.sound().pause(false);
-  EXPECT_TRUE(pass(2));
-  EXPECT_FALSE(pass(1));
-}
-
 TEST(Host, ProcessesKeepTheirOrder) {
   world w;
   Host &host = w.host;
