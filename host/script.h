@@ -92,7 +92,8 @@ public:
 
   // Ends play; may be called in a signal handler. The turn under way has a tenth of a second to
   // end; then frame() throws ScriptError with the line, "interrupted" and a traceback. What holds
-  // the script up inside one call of a library, or of the module, isn't stopped.
+  // the script up inside one call of a library, or of the module, isn't stopped, nor is a message
+  // handler.
   void interrupt();
 
   // The Lua state, for a program that gives its scripts more functions, or calls theirs.

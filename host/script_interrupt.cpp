@@ -24,7 +24,7 @@ std::int64_t now() {
 // As a hook, level 0 is the function that was running; called by a C function, level 1 is.
 void stop_when_due(lua_State *L, lua_Debug *hook) {
   const ScriptState &state = state_of(L);
-  if (!state.interrupted || now() - state.interrupt_time < grace) return;
+  if (now() - state.interrupt_time < grace) return;
   lua_sethook(L, stop_when_due, LUA_MASKCOUNT, 1);
   luaL_where(L, hook ? 0 : 1);
   lua_pushliteral(L, "interrupted");
@@ -32,20 +32,53 @@ void stop_when_due(lua_State *L, lua_Debug *hook) {
   lua_error(L);
 }
 
-// In place of coroutine.resume and of what coroutine.wrap returns. Upvalue 1: Lua's own; upvalue 2:
-// the coroutine, of a wrapped one.
-int resume(lua_State *L) {
+// Resumes a coroutine of the script's own with the topmost arguments. The number of results on the
+// stack; or -1, with the error.
+int run_thread(lua_State *L, lua_State *thread, int arguments) {
   ScriptState &state = state_of(L);
-  const bool wrapped = lua_isthread(L, lua_upvalueindex(2));
-  lua_State *inner = lua_tothread(L, wrapped ? lua_upvalueindex(2) : 1);
-  lua_pushvalue(L, lua_upvalueindex(1));
-  lua_insert(L, 1);
-  if (inner) enter_thread(state, inner);
-  const int status = lua_pcall(L, lua_gettop(L) - 1, LUA_MULTRET, 0);
+  if (!lua_checkstack(thread, arguments)) {
+    lua_pushliteral(L, "too many arguments to resume");
+    return -1;
+  }
+  lua_xmove(L, thread, arguments);
+  int results = 0;
+  enter_thread(state, thread);
+  const int status = lua_resume(thread, L, arguments, &results);
   enter_thread(state, L);
-  stop_when_due(L, nullptr); // each change of coroutines begins a new count of instructions
-  if (status == LUA_OK) return lua_gettop(L);
-  if (wrapped && lua_type(L, -1) == LUA_TSTRING) { // as Lua's own does for its caller
+  if (state.interrupted) stop_when_due(L, nullptr); // each change begins a new count
+  if (status != LUA_OK && status != LUA_YIELD) {
+    lua_xmove(thread, L, 1);
+    return -1;
+  }
+  if (!lua_checkstack(L, results + 1)) {
+    lua_pop(thread, results);
+    lua_pushliteral(L, "too many results to resume");
+    return -1;
+  }
+  lua_xmove(thread, L, results);
+  return results;
+}
+
+// In place of coroutine.resume.
+int resume(lua_State *L) {
+  lua_State *thread = lua_tothread(L, 1);
+  luaL_argexpected(L, thread, 1, "coroutine");
+  const int results = run_thread(L, thread, lua_gettop(L) - 1);
+  lua_pushboolean(L, results >= 0);
+  lua_insert(L, results >= 0 ? -(results + 1) : -2);
+  return results >= 0 ? results + 1 : 2;
+}
+
+// What coroutine.wrap returns. Upvalue 1: the coroutine.
+int resume_wrapped(lua_State *L) {
+  lua_State *thread = lua_tothread(L, lua_upvalueindex(1));
+  const int results = run_thread(L, thread, lua_gettop(L));
+  if (results >= 0) return results;
+  if (const int status = lua_status(thread); status != LUA_OK && status != LUA_YIELD) {
+    lua_resetthread(thread); // runs its closers, which may fail in turn
+    lua_xmove(thread, L, 1);
+  }
+  if (lua_type(L, -1) == LUA_TSTRING) {
     luaL_where(L, 1);
     lua_insert(L, -2);
     lua_concat(L, 2);
@@ -53,13 +86,13 @@ int resume(lua_State *L) {
   return lua_error(L);
 }
 
-// In place of coroutine.wrap. Upvalue 1: Lua's own.
+// In place of coroutine.wrap.
 int wrap(lua_State *L) {
-  lua_pushvalue(L, lua_upvalueindex(1));
-  lua_insert(L, 1);
-  lua_call(L, lua_gettop(L) - 1, 1);
-  lua_getupvalue(L, -1, 1); // the coroutine
-  lua_pushcclosure(L, resume, 2);
+  luaL_checktype(L, 1, LUA_TFUNCTION);
+  lua_State *thread = lua_newthread(L);
+  lua_pushvalue(L, 1);
+  lua_xmove(L, thread, 1);
+  lua_pushcclosure(L, resume_wrapped, 1);
   return 1;
 }
 
@@ -78,14 +111,9 @@ void Script::interrupt() {
 
 void open_interrupt(ScriptState &state) {
   lua_State *L = state.L;
+  constexpr luaL_Reg replaced[] = {{"resume", resume}, {"wrap", wrap}, {nullptr, nullptr}};
   lua_getglobal(L, "coroutine");
-  lua_getfield(L, -1, "resume");
-  lua_pushnil(L);
-  lua_pushcclosure(L, resume, 2);
-  lua_setfield(L, -2, "resume");
-  lua_getfield(L, -1, "wrap");
-  lua_pushcclosure(L, wrap, 1);
-  lua_setfield(L, -2, "wrap");
+  luaL_setfuncs(L, replaced, 0);
   lua_pop(L, 1);
 }
 

@@ -424,8 +424,8 @@ void run_turn(ScriptState &state, ScriptProcess &process) {
   lua_pop(process.thread, results);
   if (!process.process) return;
   const orb_locals &locals = *process.process->locals;
-  if (locals.graph != 0 && locals.visible > 0 &&
-      (locals.graph != state.drawable_graph || locals.file != state.drawable_file))
+  const ScriptState::Picture picture{locals.file, locals.graph};
+  if (picture.graph != 0 && locals.visible > 0 && drawable_slot(state, picture.graph) != picture)
     look_at_picture(state, process);
 }
 
@@ -527,7 +527,7 @@ bool is_process(lua_State *L, int index, std::int32_t &id) {
 void run_turns(ScriptState &state) {
   // By index, since processes may spawn others.
   bool ended = false;
-  state.drawable_graph = 0;
+  state.drawable = {};
   for (std::size_t i = 0; i < state.order.size() && !state.quit && !state.interrupted; ++i) {
     ScriptProcess &process = *state.order[i];
     if (process.process && process.process->status == process_running) run_turn(state, process);

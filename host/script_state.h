@@ -18,6 +18,7 @@
 
 #include <lua.hpp>
 
+#include <array>
 #include <csignal>
 #include <cstdint>
 #include <deque>
@@ -114,10 +115,15 @@ struct ScriptState {
   bool in_call = false;
   std::vector<ErrorReport> call_reports; // of the call in progress
   RepeatedLines reports;                 // and warnings
-  // See script_warnings.cpp: names of fields that were looked at; a graph that can be drawn in this
-  // frame; processes that can't be, with the line where their turn ended; the functions, declared.
+  // See script_warnings.cpp: names of fields that were looked at; graphs that can be drawn in this
+  // frame, by their lowest bits; processes that can't be, with the line where their turn ended; the
+  // functions, declared.
   int judged_fields = 0;
-  std::int32_t drawable_file = 0, drawable_graph = 0;
+  struct Picture {
+    std::int32_t file, graph;
+    bool operator==(const Picture &) const = default;
+  };
+  std::array<Picture, 64> drawable{};
   std::vector<std::pair<ScriptProcess *, std::string>> undrawn;
   std::vector<std::string> function_prologues;
   std::string frame_mistake; // with strict: a report outside a call
@@ -200,6 +206,10 @@ void judge_call(ScriptState &state, lua_State *L, const Function &form, const Ar
                 std::int32_t result);
 // Warns where the name at index 2 seems to be that of a local, misspelt.
 void judge_field(ScriptState &state, lua_State *L);
+// Where a graph is remembered that can be drawn.
+inline ScriptState::Picture &drawable_slot(ScriptState &state, std::int32_t graph) {
+  return state.drawable[static_cast<std::uint32_t>(graph) % 64];
+}
 // Looks whether a visible process can be drawn. tell_undrawn() warns, after all turns.
 void look_at_picture(ScriptState &state, ScriptProcess &process);
 void tell_undrawn(ScriptState &state);

@@ -125,7 +125,7 @@ void look_at_picture(ScriptState &state, ScriptProcess &process) {
   const orb_locals &locals = *process.process->locals;
   if (!state.host.screen() || locals.xgraph) return;
   if (is_drawable(state, locals))
-    state.drawable_file = locals.file, state.drawable_graph = locals.graph;
+    drawable_slot(state, locals.graph) = {locals.file, locals.graph};
   else
     state.undrawn.push_back({&process, where(process.thread)});
 }

@@ -13,7 +13,9 @@
 #include "host/reference_help.h"
 
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
+#include <ctime>
 #include <memory>
 #include <optional>
 #include <unistd.h>
@@ -27,11 +29,18 @@ volatile std::sig_atomic_t interrupted = 0;
 Stage *stage = nullptr;
 orbhost::Script *volatile playing = nullptr;
 
+std::int64_t interrupt_time = 0; // milliseconds
+
 extern "C" void on_interrupt(int number) {
+  timespec time{};
+  clock_gettime(CLOCK_MONOTONIC, &time);
+  const std::int64_t now = std::int64_t{time.tv_sec} * 1000 + time.tv_nsec / 1'000'000;
   if (interrupted) {
+    if (now - interrupt_time < 100) return; // the same: timeout(1) signals the whole group, too
     orbhost::remove_unfinished_files();
     _exit(128 + number);
   }
+  interrupt_time = now;
   interrupted = number;
   if (stage) stage->stop();
   if (playing) playing->interrupt();
