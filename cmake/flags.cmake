@@ -27,6 +27,10 @@ if(ORB_DWARF)
   target_compile_options(orb_common INTERFACE -gdwarf-${ORB_DWARF})
 endif()
 
+if(ORB_REPRODUCIBLE)
+  target_compile_options(orb_common INTERFACE "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.")
+endif()
+
 if(ORB_WERROR)
   target_compile_options(orb_common INTERFACE -Werror)
 endif()

@@ -62,9 +62,10 @@ need_packages() {
     install_packages "${missing[@]}"
 }
 
-# Identifies the contents of the sysroot, which is recreated when this changes.
+# Identifies the contents of the sysroot, which is recreated when this changes. The number counts
+# what else make_sysroot has kept over time.
 sysroot_id() {
-  list_of "$sysroot_list" | sort | sha256sum | cut -d' ' -f1
+  { list_of "$sysroot_list" | sort; echo 2; } | sha256sum | cut -d' ' -f1
 }
 
 # The archive in apt's one-line form, for i386. Only the release itself, without updates: their
@@ -98,6 +99,7 @@ extract_i386() {
   [ -n "$line" ] || { echo "apt knows no archive of '$suite'"; return 1; }
   proxy=$(apt-config dump --format '%v' Acquire::http::Proxy)
   [ -z "$proxy" ] || options+=(--aptopt="Acquire::http::Proxy \"$proxy\"")
+  options+=(--extract-hook="sh '$root/tools/orb/record_packages.sh' \"\$1\"")
   [ ${#packages[@]} -eq 0 ] || options+=(--include="$(IFS=,; echo "${packages[*]}")")
   lines=("$line")
   if [ ${#sources[@]} -gt 0 ]; then
@@ -111,12 +113,14 @@ extract_i386() {
     "$suite" "$dir" "${lines[@]}"
 }
 
-# make_sysroot DIR: creates a sysroot of the listed packages.
+# make_sysroot DIR: creates a sysroot of the listed packages. Their copyright files and dpkg's records of
+# them stay: packages of the programs are made from these.
 make_sysroot() {
   local dir=$1 packages
   mapfile -t packages < <(list_of "$sysroot_list")
   extract_i386 "$dir" "${packages[@]}" || return
-  rm -rf "$dir"/usr/share/{doc,man,locale} "$dir"/var
+  rm -rf "$dir"/usr/share/{man,locale} "$dir"/var/{cache,log,tmp} "$dir"/var/lib/apt
+  find "$dir/usr/share/doc" -type f ! -name copyright -delete
 
   # Absolute links would lead out of the sysroot.
   local link target
@@ -242,6 +246,7 @@ need_configured() {
       asan) options+=(-DORB_SANITIZE=address,undefined) ;;
       fuzz) options+=(-DORB_SANITIZE=address,undefined,fuzzer-no-link
                       -DORB_TESTS=OFF -DORB_BENCH=OFF) ;;
+      release) options+=(-DORB_REPRODUCIBLE=ON -DORB_TESTS=OFF -DORB_BENCH=OFF) ;;
       valgrind) options+=(-DORB_DWARF=4 -DORB_TESTS=OFF -DORB_BENCH=OFF) ;;
     esac
   else

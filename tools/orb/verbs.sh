@@ -24,6 +24,10 @@ usage: ./orb VERB [ARGUMENTS]
   docs                    make the site, manual pages and editor's types in build/docs
   build                   build everything
   install PREFIX          install module, header and programs under PREFIX
+  uninstall PREFIX        remove what was installed there
+  package                 make the portable folder's archive in build/dist
+  deb                     make Debian packages in build/dist
+  release                 make all that is released, with checksums, in build/dist
   clean [--all]           remove what was built; --all: the sysroot too
   help                    show this list
 
@@ -323,16 +327,6 @@ verb_build() {
   local preset
   preset=$(default_preset)
   prepare "$preset" all
-}
-
-verb_install() {
-  [ $# -eq 1 ] || { say "usage: ./orb install PREFIX"; exit 2; }
-  local preset
-  preset=$(default_preset)
-  prepare "$preset" all
-  make_docs "$preset" "$root/build/$preset/docs" || die "the documents can't be made: see above"
-  cmake --install "$root/build/$preset" --strip --prefix "$1" >"$logs/install.log" 2>&1 ||
-    die "installing under $1: check that folder's permissions (log: $logs/install.log)"
 }
 
 verb_clean() {
