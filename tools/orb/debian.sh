@@ -31,7 +31,7 @@ END
 # debian_package NAME COMPONENT VERSION FOLDER: one package, in ./NAME, then in FOLDER.
 debian_package() {
   local name=$1 tree=$PWD/$1 doc=$PWD/$1/usr/share/doc/$1 files=() options=()
-  install_build release "$tree/usr" lib/i386-linux-gnu --component "$2" || return
+  install_build "$root/build/release" "$tree/usr" lib/i386-linux-gnu --component "$2" || return
   mkdir -p "$tree/DEBIAN" "$doc" && cp debian/copyright "$doc/copyright" &&
     gzip -9n <debian/changelog >"$doc/changelog.gz" || return
   case $2 in

@@ -136,15 +136,16 @@ credit() {
   sed -i "1i orb-graphics2d $(project_version)\n\nLibraries in lib/orb, unchanged from Debian's packages for i386:" "$to/versions.txt"
 }
 
-# install_build PRESET PREFIX LIBRARIES [OPTIONS]: installs a build with its libraries in PREFIX/LIBRARIES.
+# install_build BUILD PREFIX LIBRARIES [OPTIONS]: installs a build with its libraries in PREFIX/LIBRARIES.
 install_build() {
-  local dir=$root/build/$1 prefix=$2 libraries=$3
+  local dir=$1 prefix=$2 libraries=$3
   shift 3
-  cmake "-DCMAKE_INSTALL_LIBDIR=$libraries" "$dir" >/dev/null &&
-    cmake --install "$dir" --strip --prefix "$prefix" "$@"
+  grep -qx "CMAKE_INSTALL_LIBDIR:[A-Z]*=$libraries" "$dir/CMakeCache.txt" ||
+    cmake "-DCMAKE_INSTALL_LIBDIR=$libraries" "$dir" >/dev/null || return
+  cmake --install "$dir" --strip --prefix "$prefix" "$@"
 }
 
-# install_files PRESET PREFIX: all of `./orb install`. The list of the files is for uninstalling.
+# install_files BUILD PREFIX: all of `./orb install`. The list of the files is for uninstalling.
 install_files() {
   local list=share/orb/files.txt
   install_build "$1" "$2" lib || return
@@ -152,7 +153,7 @@ install_files() {
   sed -i "s#^Exec=orbplay#Exec=$(printf %s "$2" | sed 's/[\\&# ]/\\&/g')/bin/orbplay#" \
     "$2/share/applications/orbplay.desktop" || return
   {
-    sed "s#^$2/##" "$root/build/$1/install_manifest.txt"
+    sed "s#^$2/##" "$1/install_manifest.txt"
     cd "$2" && find lib/orb share/doc/orb_graphics2d -type f
     echo $list
   } | sort -u >"$2/$list.new" && mv "$2/$list.new" "$2/$list"
@@ -166,7 +167,7 @@ verb_install() {
   prepare "$preset" orbplay orbgfx orbdocs
   make_docs "$preset" "$root/build/$preset/docs" || die "the documents can't be made: see above"
   step install "installing under $prefix" "check that folder's permissions" \
-    install_files "$preset" "$prefix"
+    install_files "$root/build/$preset" "$prefix"
 }
 
 verb_uninstall() {
@@ -189,7 +190,7 @@ need_release() {
   make_docs release "$root/build/release/docs" || die "the documents can't be made: see above"
 }
 
-# make_portable PRESET FOLDER: the portable folder.
+# make_portable BUILD FOLDER: the portable folder.
 make_portable() {
   rm -rf "$2"
   install_build "$1" "$2" lib && bundle "$2" && cp "$root/LICENSE" "$2"
@@ -209,7 +210,7 @@ make_debug() {
 portable_archives() {
   local name
   name=orb-graphics2d-$(project_version)-linux
-  make_portable release "$dist/$name" && pack "$dist/$name" "$dist/$name.tar.xz" &&
+  make_portable "$root/build/release" "$dist/$name" && pack "$dist/$name" "$dist/$name.tar.xz" &&
     make_debug "$dist/$name-debug" && pack "$dist/$name-debug" "$dist/$name-debug.tar.xz" || return
   rm -rf "$dist/$name" "$dist/$name-debug"
 }
