@@ -14,11 +14,13 @@ debian_source() {
   local maintainer="${DEBFULLNAME-ORB graphics2D authors} <${DEBEMAIL-orb-graphics2d@example.org}>"
   mkdir -p "$1" &&
     sed "s#@MAINTAINER@#$maintainer#" "$root/tools/debian/control" >"$1/control" || return
-  awk '$0 == "@LICENSE@" {
+  awk '{ sub(/@YEAR@/, year) }
+  $0 == "@LICENSE@" {
     while ((getline line <license) > 0)
       if (n++ > 3) print line == "" ? " ." : " " line
     next
-  } { print }' license="$root/LICENSE" "$root/tools/debian/copyright" >"$1/copyright" || return
+  } { print }' license="$root/LICENSE" year="$(date -ud "@$SOURCE_DATE_EPOCH" +%Y)" \
+    "$root/tools/debian/copyright" >"$1/copyright" || return
   cat >"$1/changelog" <<END
 orb-graphics2d ($2) unstable; urgency=medium
 
@@ -38,6 +40,7 @@ debian_package() {
     library)
       files=("$tree"/usr/lib/i386-linux-gnu/*.so.1)
       echo "activate-noawait ldconfig" >"$tree/DEBIAN/triggers"
+      echo "libORB_mod_graphics2D 1 $name (>= $3)" >"$tree/DEBIAN/shlibs"
       dpkg-gensymbols "-p$name" "-v$3" "-P$tree" -c4 "-I$root/tools/debian/$name.symbols" \
         "-O$tree/DEBIAN/symbols" || return
       ;;
