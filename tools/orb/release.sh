@@ -38,6 +38,7 @@ verb_release() {
 # Tries the release on fresh systems, each in a root of its own.
 try_release() {
   local system log
+  need_packages arch-test
   mkdir -p "$logs"
   for system in bookworm-amd64 bookworm-i386 bullseye-amd64 trixie-amd64; do
     log=$logs/try-$system.log

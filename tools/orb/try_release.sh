@@ -1,7 +1,7 @@
 #!/bin/sh
 # Tries a release as users of one system would, in a fresh root: the portable folder on the bare system,
-# then the Debian packages; plays headless and in a window, packs and unpacks a library, builds the host
-# of examples/host_in_c. Prints a line "TRIED: ..." for each way. Only for root.
+# then, on the release that they are for, the Debian packages; plays headless and in a window, packs and
+# unpacks a library, builds the host of examples/host_in_c. Prints a line "TRIED: ..." for each way. Only for root.
 # usage: try_release.sh SUITE ARCHITECTURE DIST PROJECT_DIRECTORY
 [ "${ORB_TRY-}" ] || ORB_TRY=1 exec unshare --mount --propagation private sh "$0" "$@"
 set -eu
@@ -22,7 +22,7 @@ cp /etc/resolv.conf "$work/root/etc/"
 mount -t proc proc "$work/root/proc"
 mount --rbind /dev "$work/root/dev"
 
-Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp 3>"$work/display" &
+Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp -noreset -ac 3>"$work/display" &
 display=$!
 until [ -s "$work/display" ]; do sleep 0.2; done
 mkdir -p "$work/root/tmp/.X11-unix"
@@ -58,11 +58,14 @@ try() {
 }
 
 mkdir -p "$work/root/opt/a folder"
-tar -C "$work/root/opt/a folder" -xJf "$(ls "$dist"/orb-graphics2d-*-linux.tar.xz)"
-ln -s "/opt/a folder"/* "$work/root/opt/orb"
+archive=$(ls "$dist"/orb-graphics2d-*-linux.tar.xz)
+tar -C "$work/root/opt/a folder" -xJf "$archive"
+ln -s "a folder/$(basename "$archive" .tar.xz)" "$work/root/opt/orb"
 try portable /opt/orb/bin /opt/orb/share/orb/examples
 rm -rf "$work/root/opt"
 
+# The packages are for the release of Debian whose libraries they were made with.
+[ "$suite" = "$(. /etc/os-release && echo "$VERSION_CODENAME")" ] || exit 0
 [ "$architecture" = i386 ] || inside dpkg --add-architecture i386
 mkdir "$work/root/packages"
 cp "$dist"/*.deb "$work/root/packages"
@@ -70,9 +73,9 @@ inside apt-get -q update
 inside sh -c 'apt-get -qy install --no-install-recommends /packages/liborb-graphics2d1_* /packages/orb-player_*'
 try packages /usr/bin /usr/share/orb/examples
 
-compiler=gcc
-[ "$architecture" = i386 ] || compiler="gcc-multilib libc6-dev:i386"
-inside sh -c "apt-get -qy install --no-install-recommends /packages/*-dev_* pkg-config gcc $compiler"
+compiler=
+[ "$architecture" = i386 ] || compiler="gcc-multilib"
+inside sh -c "apt-get -qy install --no-install-recommends /packages/*-dev_* pkg-config gcc libc6-dev:i386 $compiler"
 cp "$project/examples/host_in_c/host.c" "$work/root/tmp"
 inside sh -c 'cd /tmp && export PKG_CONFIG_LIBDIR=/usr/lib/i386-linux-gnu/pkgconfig &&
   cc -m32 -std=c99 -o host host.c $(pkg-config --cflags --libs orb_graphics2d) && ./host && orbgfx info host.png'
