@@ -58,7 +58,7 @@ else
   set -- -DCMAKE_C_FLAGS=-m32
 fi
 cmake -G Ninja -S "$root/examples/host_in_c" -B "$work/build" "$@" \
-  -Dorb_graphics2d_DIR="$libdir/cmake/orb_graphics2d" >"$work/log" 2>&1 &&
+  -DCMAKE_PREFIX_PATH="$prefix" >"$work/log" 2>&1 &&
   cmake --build "$work/build" >>"$work/log" 2>&1 || {
   cat "$work/log"
   fail "building with find_package"
