@@ -56,8 +56,9 @@ Stage::Next Stage::play() {
   overlay_.detach();
   failed_ = true;
   std::fprintf(stderr, "%s\n", message.c_str());
-  // Who counts frames has nobody who looks.
-  return settings_.frames || stopped_ ? Next::leave : show_failure(message);
+  // Programs that play games count frames, and nobody looks.
+  const bool nobody = settings_.frames || stopped_ || !Window::is_seen();
+  return nobody ? Next::leave : show_failure(message);
 }
 
 // Keys and buttons that are pressed meanwhile reach the game afterwards.

@@ -203,6 +203,11 @@ bool Window::handle(SDL_Event &event) {
   }
 }
 
+bool Window::is_seen() {
+  char name[16] = "";
+  return SDL_VideoDriverName(name, sizeof name) && std::strcmp(name, "dummy") != 0;
+}
+
 Point Window::to_window(Point at) const {
   return {at.x * scale_ + origin_.x, at.y * scale_ + origin_.y};
 }

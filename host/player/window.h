@@ -50,6 +50,9 @@ public:
   // the module's display. False for an event that isn't for the game.
   bool handle(SDL_Event &event);
 
+  // Whether there is a display on which people can see it; SDL also has drivers that draw nowhere.
+  [[nodiscard]] static bool is_seen();
+
   // From the module's display to the window, and back.
   [[nodiscard]] Point to_window(Point at) const;
   [[nodiscard]] Point to_display(Point at) const;
