@@ -3,10 +3,12 @@
 // and on small servers of every depth started for it.
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <fcntl.h>
@@ -287,3 +289,97 @@ INSTANTIATE_TEST_SUITE_P(Small, RealWindow,
                          [](const testing::TestParamInfo<const char *> &screen) {
                            return "Of" + std::string(strrchr(screen.param, 'x') + 1) + "Bits";
                          });
+
+// ---- The player's window -----------------------------------------------------------------------
+
+namespace {
+
+/// A player on a server of its own, and what the screen of that shows.
+struct player {
+  virtual_server server{"700x500x24"};
+  Display *display = server.name.empty() ? nullptr : XOpenDisplay(server.name.c_str());
+  pid_t process = 0;
+
+  explicit player(const std::string &script) {
+    if (!display || (process = fork()) != 0) return;
+    setenv("DISPLAY", server.name.c_str(), 1);
+    unsetenv("SDL_VIDEODRIVER");
+    execl(ORB_SOURCE_DIR "/tools/run32", "run32", ORB_BINARY_DIR "/bin/orbplay", "--mute",
+          script.c_str(), nullptr);
+    _exit(127);
+  }
+  ~player() {
+    if (process > 0) kill(process, SIGKILL), waitpid(process, nullptr, 0);
+    if (display) XCloseDisplay(display);
+  }
+
+  /// Waits until the screen shows what is expected; the first pixel that doesn't, after some seconds.
+  std::string differs(const std::function<uint32_t(int, int)> &expected) {
+    std::string wrong;
+    for (int tries = 0; tries < 100; ++tries, usleep(50'000)) {
+      wrong.clear();
+      XImage *const image = XGetImage(display, DefaultRootWindow(display), 0, 0, 700, 500, ~0UL, ZPixmap);
+      for (int i = 0; wrong.empty() && i < 700 * 500; ++i)
+        if ((XGetPixel(image, i % 700, i / 700) & 0xFFFFFF) != expected(i % 700, i / 700))
+          wrong = std::to_string(i % 700) + "," + std::to_string(i / 700);
+      XDestroyImage(image);
+      if (wrong.empty()) break;
+    }
+    return wrong;
+  }
+
+  /// Presses or releases a key in the window that listens to keys.
+  void send(int type, KeySym key, Window window) {
+    XWindowAttributes of{};
+    XGetWindowAttributes(display, window, &of);
+    XEvent event{};
+    event.xkey = {type, 0, True, display, window, of.root, None, CurrentTime, 1, 1, 1, 1, 0,
+                  XKeysymToKeycode(display, key), True};
+    if (of.all_event_masks & KeyPressMask) XSendEvent(display, window, False, KeyPressMask, &event);
+    Window root, parent, *children = nullptr;
+    unsigned count = 0;
+    XQueryTree(display, window, &root, &parent, &children, &count);
+    for (unsigned i = 0; i < count; ++i)
+      send(type, key, children[i]);
+    if (children) XFree(children);
+    XFlush(display);
+  }
+  void press(std::initializer_list<KeySym> keys) {
+    for (const KeySym key : keys)
+      send(KeyPress, key, DefaultRootWindow(display));
+    for (const KeySym key : keys)
+      send(KeyRelease, key, DefaultRootWindow(display));
+  }
+};
+
+} // namespace
+
+TEST(PlayerWindow, EnlargesByWholeNumbersAndFillsTheScreen) {
+  const scratch_folder place;
+  const std::string script = place.path / "game.lua";
+  std::ofstream(script) << "mode_set(100, 60, 32, mode_window | mode_donotfade)\n"
+                           "screen_fade(100, 100, 100, 64)\n"
+                           "for i = 0, 5999 do\n"
+                           "  local x, y = i % 100, i // 100\n"
+                           "  ground_put_pixel(x, y, rgb(2 * x, 4 * y, 99))\n"
+                           "end\n"
+                           "while not key('q') do frame() end\n";
+  player played(script);
+  if (!played.display) GTEST_SKIP() << "no Xvfb";
+  const auto shown = [](int left, int top, int scale) {
+    return [=](int x, int y) -> uint32_t {
+      const int px = (x - left) / scale, py = (y - top) / scale;
+      const bool inside = x >= left && y >= top && px < 100 && py < 60;
+      return inside ? uint32_t(px * 2 << 16 | py * 4 << 8 | 99) : 0;
+    };
+  };
+  // 85 % of the screen hold five times the picture; all of it, seven times.
+  EXPECT_EQ(played.differs(shown(100, 100, 5)), "");
+  played.press({XK_Alt_L, XK_Return});
+  EXPECT_EQ(played.differs(shown(0, 40, 7)), "");
+  played.press({XK_Alt_L, XK_Return});
+  EXPECT_EQ(played.differs(shown(100, 100, 5)), "");
+  int status = 0;
+  played.press({XK_q});
+  EXPECT_EQ(waitpid(std::exchange(played.process, 0), &status, 0) > 0 && status == 0, true);
+}
