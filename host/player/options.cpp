@@ -159,7 +159,7 @@ Settings parse_options(int argc, char **argv) {
       ->type_name("N|fit")
       ->transform(CLI::Transformer(std::map<std::string, int>{{"fit", 0}}))
       ->check(CLI::Range(0, 64));
-  app.add_flag("--watch", settings.watch, "play again when a file in the script's folder is saved");
+  app.add_flag("--watch", settings.watch, "play again when a script or another file that the game reads is saved");
   app.add_flag("--strict", settings.strict, "stop at the first error that the module reports");
   app.add_option("--new", settings.new_game,
                  "make a folder with a small game to begin with, and exit")

@@ -36,7 +36,7 @@ struct Settings {
   std::vector<std::string> arguments;
   std::string module;
   bool headless = false, mute = false, full_screen = false, strict = false, list_functions = false;
-  bool watch = false;            // play again when a file of the game is saved
+  bool watch = false;            // play again when a file that the game has read is saved
   int scale = 0;                 // of the window; 0: as large as the desktop allows
   bool display_pictures = false; // screenshots of the display instead of the script's screen
   std::uint64_t frames = 0;      // 0: no limit

@@ -21,7 +21,7 @@ Stage::Stage(const Settings &settings, const Game &game, std::function<void(Sess
     : settings_(settings), game_(game), prepare_(std::move(prepare)),
       window_({game.name, settings.scale, settings.full_screen}) {
   set_icon(game.folder);
-  if (settings.watch) watch_.emplace(game.folder);
+  if (settings.watch) watch_.emplace(game.script);
 }
 
 int Stage::run() {
@@ -43,8 +43,14 @@ Stage::Next Stage::play() {
       wait_while_paused(session);
       if (again_ || stopped_) session.stop();
       overlay_.frame_begins();
-      more = session.frame();
+      try {
+        more = session.frame();
+      } catch (const orbhost::ScriptError &) {
+        if (watch_) watch_->follow(session.host().files().read_paths());
+        throw;
+      }
       window_.check();
+      if (watch_) watch_->follow(session.host().files().read_paths());
       again_ |= watch_ && watch_->changed();
     }
     overlay_.detach();

@@ -9,23 +9,35 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t most_files = 4000;
 constexpr unsigned period = 200; // ms
 
 } // namespace
 
+Watch::Watch(const std::string &script) {
+  std::error_code ignored;
+  files_ = {fs::absolute(script, ignored).string()};
+  seen_ = pending_ = look();
+}
+
+// What is followed anew counts as seen now.
+void Watch::follow(const std::set<std::string> &files) {
+  if (files.empty() || files.size() == files_.size()) return;
+  files_ = files;
+  const Times now = look();
+  for (Times *times : {&seen_, &pending_}) {
+    Times kept = now;
+    for (auto &[file, time] : kept)
+      if (const auto before = times->find(file); before != times->end()) time = before->second;
+    *times = std::move(kept);
+  }
+}
+
 Watch::Times Watch::look() const {
   Times times;
-  std::error_code error;
-  fs::recursive_directory_iterator entry(folder_, error);
-  for (; !error && entry != fs::recursive_directory_iterator() && times.size() < most_files;
-       entry.increment(error)) {
-    std::error_code gone; // files may vanish meanwhile
-    if (entry->path().filename().native().starts_with('.')) {
-      if (entry->is_directory(gone)) entry.disable_recursion_pending();
-    } else if (entry->is_regular_file(gone)) {
-      times[entry->path()] = entry->last_write_time(gone);
-    }
+  for (const std::string &file : files_) {
+    std::error_code missing;
+    const fs::file_time_type time = fs::last_write_time(file, missing);
+    times[file] = missing ? fs::file_time_type::min() : time;
   }
   return times;
 }
