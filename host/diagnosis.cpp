@@ -57,21 +57,6 @@ std::string other_capitals(const fs::path &path) {
   return {};
 }
 
-std::string missing(const Host &host, const std::string &name) {
-  std::error_code ignored;
-  fs::path folder = host.files().folder().lexically_normal();
-  if (!folder.has_filename()) folder = folder.parent_path(); // "/game/." becomes "/game/"
-  const fs::path current = fs::current_path(ignored);
-  const std::string beside = folder.empty() ? "" : other_capitals(folder / name);
-  std::string text = "no such file";
-  if (fs::path(name).is_relative()) {
-    text += " in " + (folder.empty() ? current : folder).string();
-    if (!folder.empty() && !fs::equivalent(folder, current, ignored))
-      text += " or " + current.string();
-  }
-  return text + (beside.empty() ? other_capitals(name) : beside);
-}
-
 // What a graph file is that the function can't take.
 std::string wrong_file(const Host &host, const ErrorReport &report, const Container &file) {
   const std::string_view function = report.function;
@@ -101,7 +86,7 @@ std::string unreadable(Host &host, const ErrorReport &report) {
   const std::string path = host.files().resolve(name.c_str(), false).value_or(name);
   std::error_code error;
   const fs::file_status status = fs::status(path, error);
-  if (status.type() == fs::file_type::not_found) return missing(host, name);
+  if (status.type() == fs::file_type::not_found) return missing_file(host, name);
   if (error) return error.message();
   if (fs::is_directory(status)) return "a folder, not a file";
   if (!fs::is_regular_file(status)) return "not a regular file";
@@ -131,6 +116,21 @@ std::string unwritable(Host &host, const ErrorReport &report) {
 }
 
 } // namespace
+
+std::string missing_file(const Host &host, const std::string &name) {
+  std::error_code ignored;
+  fs::path folder = host.files().folder().lexically_normal();
+  if (!folder.has_filename()) folder = folder.parent_path(); // "/game/." becomes "/game/"
+  const fs::path current = fs::current_path(ignored);
+  const std::string beside = folder.empty() ? "" : other_capitals(folder / name);
+  std::string text = "no such file";
+  if (fs::path(name).is_relative()) {
+    text += " in " + (folder.empty() ? current : folder).string();
+    if (!folder.empty() && !fs::equivalent(folder, current, ignored))
+      text += " or " + current.string();
+  }
+  return text + (beside.empty() ? other_capitals(name) : beside);
+}
 
 std::string diagnose(Host &host, const ErrorReport &report) {
   if (report.kind != ORB_VALUE_STRING) return describe(report);

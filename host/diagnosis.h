@@ -13,4 +13,8 @@ class Host;
 // as far as a look at it tells now: call it right after the report.
 std::string diagnose(Host &host, const ErrorReport &report);
 
+// "no such file in game or /home/me": where a file of that name was looked for, and a name there with
+// other capitals.
+std::string missing_file(const Host &host, const std::string &name);
+
 } // namespace orbhost

@@ -1,4 +1,5 @@
 // Keyboard, mouse buttons, pads and typed text, by name.
+#include "host/script_arguments.h"
 #include "host/script_state.h"
 
 #include "host/reference.h"
@@ -18,18 +19,11 @@ namespace {
   throw HostError(message);
 }
 
-// The argument at `index`, called `name` in the form of the function.
-std::string check_text(lua_State *L, int index, const std::string &form, const char *name) {
-  if (lua_type(L, index) != LUA_TSTRING)
-    throw HostError(form + ": " + name + " is " + luaL_typename(L, index) + ", not a string");
-  return lua_tostring(L, index);
-}
-
 using Question = bool (Input::*)(Input::Control) const;
 constexpr char key_name[] = "key", pressed_name[] = "pressed", released_name[] = "released";
 
 template <const char *function, Question question> int ask(lua_State *L) {
-  const std::string name = check_text(L, 1, std::string(function) + "(name)", "name");
+  const std::string name = check_text(L, 1, std::string(function) + "(name): name");
   const std::optional<Input::Control> control = Input::control(name);
   if (!control) throw_unknown(function, "key", name, Input::control_names());
   lua_pushboolean(L, (state_of(L).host.input().*question)(*control));
@@ -45,7 +39,7 @@ int pad(lua_State *L) {
   const lua_Integer number = lua_tointegerx(L, 1, &is_integer);
   if (!is_integer || number < 1 || number > most_pads)
     throw HostError(form + ": number isn't one of 1 to " + std::to_string(most_pads));
-  const std::string name = check_text(L, 2, form, "axis");
+  const std::string name = check_text(L, 2, form + ": axis");
   for (std::size_t axis = 0; axis < axis_names.size(); ++axis) {
     if (name != axis_names[axis]) continue;
     lua_pushinteger(
@@ -87,7 +81,7 @@ void remove_last_character(std::string &text) {
 
 // typed([text]): the text as the keyboard has continued it since the last frame.
 int typed(lua_State *L) {
-  std::string text = lua_isnoneornil(L, 1) ? "" : check_text(L, 1, "typed(text)", "text");
+  std::string text = lua_isnoneornil(L, 1) ? "" : check_text(L, 1, "typed(text): text");
   for (const char32_t c : state_of(L).host.input().typed()) {
     if (c == U'\b')
       remove_last_character(text);

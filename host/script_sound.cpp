@@ -1,4 +1,6 @@
 // Sounds and music for scripts.
+#include "host/diagnosis.h"
+#include "host/script_arguments.h"
 #include "host/script_state.h"
 
 #include <filesystem>
@@ -12,63 +14,23 @@ Sound &sound_of(lua_State *L) {
   return state_of(L).host.sound();
 }
 
-// What a function takes, for messages: "sound_play(sound, loops, volume, pan)".
-using Form = const char *;
-
-// "volume is nil, not a number"
-[[noreturn]] void throw_wrong(lua_State *L, int index, Form form, const char *name,
-                              const char *wanted) {
-  std::string message = std::string(form) + ": " + name + " is ";
-  if (lua_isnone(L, index))
-    message += "missing";
-  else
-    message += (lua_isnil(L, index) ? "" : "a ") + std::string(luaL_typename(L, index)) + ", not " +
-               wanted;
-  throw HostError(message);
-}
-
-std::int32_t number(lua_State *L, int index, Form form, const char *name) {
-  std::int32_t word = 0;
-  if (to_word(L, index, word)) return word;
-  if (lua_type(L, index) != LUA_TNUMBER) throw_wrong(L, index, form, name, "a number");
-  throw HostError(std::string(form) + ": " + name + " is no number that fits 64 bits");
-}
-
-// The same for what may be left out.
-std::int32_t number_or(std::int32_t fallback, lua_State *L, int index, Form form,
-                       const char *name) {
-  return lua_isnoneornil(L, index) ? fallback : number(L, index, form, name);
-}
-
-std::int32_t loaded_sound(lua_State *L, Form form) {
-  const std::int32_t sound = number(L, 1, form, "sound");
+std::int32_t loaded_sound(lua_State *L, const char *form) {
+  const std::int32_t sound = check_number(L, 1, parameter(form, "sound"));
   if (!sound_of(L).has(sound))
     throw HostError(std::string(form) + ": no sound " + std::to_string(sound) + " is loaded");
   return sound;
 }
 
-// "no such file, neither in /home/me/game nor in /home/me"
-std::string missing_text(const Files &files, const fs::path &name) {
-  std::error_code ignored;
-  const fs::path current = fs::current_path(ignored), folder = files.folder().lexically_normal();
-  const bool both = !folder.empty() && !fs::equivalent(folder, current, ignored);
-  if (name.is_absolute()) return "no such file";
-  if (!both) return "no such file in " + current.string();
-  return "no such file, neither in " + fs::path(folder / "").parent_path().string() + " nor in " +
-         current.string();
-}
-
 // Does something with the path of the file that argument 1 names. What it throws gets the function
 // and the name in front.
 template <typename Action>
-void with_file(lua_State *L, Form form, const char *function, Action action) {
-  if (lua_type(L, 1) != LUA_TSTRING) throw_wrong(L, 1, form, "name", "a string");
-  const char *name = lua_tostring(L, 1);
-  const Files &files = state_of(L).host.files();
+void with_file(lua_State *L, const char *form, const char *function, Action action) {
+  const std::string name = check_text(L, 1, parameter(form, "name"));
+  const Host &host = state_of(L).host;
   try {
-    const std::string path = files.resolve(name, false).value_or("");
+    const std::string path = host.files().resolve(name.c_str(), false).value_or("");
     std::error_code ignored;
-    if (!fs::exists(path, ignored)) throw HostError(missing_text(files, name));
+    if (!fs::exists(path, ignored)) throw HostError(missing_file(host, name));
     action(path);
   } catch (const HostError &error) {
     throw HostError(std::string(function) + ": " + name + ": " + error.what());
@@ -89,11 +51,11 @@ int sound_unload(lua_State *L) {
 }
 
 int sound_play(lua_State *L) {
-  constexpr Form form = "sound_play(sound, loops, volume, pan)";
+  constexpr const char *form = "sound_play(sound, loops, volume, pan)";
   const std::int32_t sound = loaded_sound(L, form);
-  const std::int32_t loops = number_or(0, L, 2, form, "loops");
-  const std::int32_t volume = number_or(100, L, 3, form, "volume");
-  const std::int32_t pan = number_or(0, L, 4, form, "pan");
+  const std::int32_t loops = check_number_or(0, L, 2, parameter(form, "loops"));
+  const std::int32_t volume = check_number_or(100, L, 3, parameter(form, "volume"));
+  const std::int32_t pan = check_number_or(0, L, 4, parameter(form, "pan"));
   lua_pushinteger(L, sound_of(L).play(sound, loops, volume, pan));
   return 1;
 }
@@ -103,32 +65,32 @@ int sound_stop(lua_State *L) {
   if (lua_isnone(L, 1))
     sound_of(L).stop_all();
   else
-    sound_of(L).stop(number(L, 1, "sound_stop(voice)", "voice"));
+    sound_of(L).stop(check_number(L, 1, parameter("sound_stop(voice)", "voice")));
   return 0;
 }
 
 int sound_playing(lua_State *L) {
-  lua_pushboolean(L, sound_of(L).playing(number(L, 1, "sound_playing(voice)", "voice")));
+  lua_pushboolean(L, sound_of(L).playing(check_number(L, 1, parameter("sound_playing(voice)", "voice"))));
   return 1;
 }
 
 int sound_volume(lua_State *L) {
-  constexpr Form form = "sound_volume(voice, volume)";
-  const std::int32_t voice = number(L, 1, form, "voice");
-  sound_of(L).set_volume(voice, number(L, 2, form, "volume"));
+  constexpr const char *form = "sound_volume(voice, volume)";
+  const std::int32_t voice = check_number(L, 1, parameter(form, "voice"));
+  sound_of(L).set_volume(voice, check_number(L, 2, parameter(form, "volume")));
   return 0;
 }
 
 int sound_pan(lua_State *L) {
-  constexpr Form form = "sound_pan(voice, pan)";
-  const std::int32_t voice = number(L, 1, form, "voice");
-  sound_of(L).set_pan(voice, number(L, 2, form, "pan"));
+  constexpr const char *form = "sound_pan(voice, pan)";
+  const std::int32_t voice = check_number(L, 1, parameter(form, "voice"));
+  sound_of(L).set_pan(voice, check_number(L, 2, parameter(form, "pan")));
   return 0;
 }
 
 int music_play(lua_State *L) {
-  constexpr Form form = "music_play(name, loops)";
-  const std::int32_t loops = number_or(-1, L, 2, form, "loops");
+  constexpr const char *form = "music_play(name, loops)";
+  const std::int32_t loops = check_number_or(-1, L, 2, parameter(form, "loops"));
   if (loops != 0 && loops != -1)
     throw HostError(std::string(form) + ": loops is " + std::to_string(loops) +
                     ", not 0 (once) or -1 (for ever)");
@@ -153,12 +115,12 @@ int music_playing(lua_State *L) {
 }
 
 int music_volume(lua_State *L) {
-  sound_of(L).set_music_volume(number(L, 1, "music_volume(volume)", "volume"));
+  sound_of(L).set_music_volume(check_number(L, 1, parameter("music_volume(volume)", "volume")));
   return 0;
 }
 
 int master_volume(lua_State *L) {
-  sound_of(L).set_master_volume(number(L, 1, "master_volume(volume)", "volume"));
+  sound_of(L).set_master_volume(check_number(L, 1, parameter("master_volume(volume)", "volume")));
   return 0;
 }
 

@@ -1,4 +1,6 @@
 // Texts: processes without a function, whose picture is a string. And fonts.
+#include "host/diagnosis.h"
+#include "host/script_arguments.h"
 #include "host/script_state.h"
 #include "host/text.h"
 
@@ -53,25 +55,6 @@ constexpr const char *font_form = "font_load(file, size)";
 using FontPointer = std::shared_ptr<Font>;
 
 // ---- Arguments ---------------------------------------------------------------------------------
-
-[[noreturn]] void throw_wrong(lua_State *L, int index, const std::string &what,
-                              const char *wanted) {
-  if (lua_isnone(L, index)) throw HostError(what + " is missing");
-  const std::string kind = luaL_typename(L, index);
-  throw HostError(what + " is " + (kind == "nil" ? "" : "a ") + kind + ", not " + wanted);
-}
-
-std::string parameter(const char *form, const char *name) {
-  return std::string(form) + ": " + name;
-}
-
-// A string, or a number as one.
-std::string check_text(lua_State *L, int index, const std::string &what) {
-  if (!lua_isstring(L, index)) throw_wrong(L, index, what, "a string");
-  std::size_t length = 0;
-  const char *text = lua_tolstring(L, index, &length);
-  return {text, length};
-}
 
 FontPointer standard_font(ScriptState &state) {
   FontPointer &font = state.texts->standard_font;
@@ -222,9 +205,10 @@ int height_of(lua_State *L) {
 
 // ---- Fonts -------------------------------------------------------------------------------------
 
-std::vector<std::uint8_t> read_file(Files &files, const std::string &name) {
+std::vector<std::uint8_t> read_file(Host &host, const std::string &name) {
+  Files &files = host.files();
   void *const handle = files.open(name.c_str(), ORB_OPEN_READ, nullptr);
-  if (!handle) throw FontError("no such file, neither beside the script nor in the current folder");
+  if (!handle) throw FontError(missing_file(host, name));
   std::vector<std::uint8_t> bytes;
   std::size_t count = 0;
   do {
@@ -240,15 +224,14 @@ int font_load(lua_State *L) {
   const std::string name = check_text(L, 1, parameter(font_form, "file"));
   std::int32_t size = 0;
   if (!lua_isnoneornil(L, 2)) {
-    if (lua_type(L, 2) != LUA_TNUMBER) throw_wrong(L, 2, parameter(font_form, "size"), "a number");
-    size = check_word(L, 2, "size");
+    size = check_number(L, 2, parameter(font_form, "size"));
     if (size < 1 || size > largest_size)
       throw HostError(parameter(font_form, "size") + " is " + std::to_string(size) + ", not 1 to " +
                       std::to_string(largest_size));
   }
   FontPointer font;
   try {
-    font = read_font(read_file(state_of(L).host.files(), name), size);
+    font = read_font(read_file(state_of(L).host, name), size);
   } catch (const FontError &error) {
     throw HostError(std::string(font_form) + ": " + name + ": " + error.what());
   }
