@@ -150,13 +150,14 @@ install_files() {
   local list=share/orb/files.txt
   install_build "$1" "$2" lib || return
   is_native || bundle "$2" || return
-  sed -i "s#^Exec=orbplay#Exec=$(printf %s "$2" | sed 's/[\\&# ]/\\&/g')/bin/orbplay#" \
+  sed -i "s#^Exec=orbplay#Exec=\"$(printf %s "$2" | sed 's/[\\&#]/\\&/g')/bin/orbplay\"#" \
     "$2/share/applications/orbplay.desktop" || return
   {
     sed "s#^$2/##" "$1/install_manifest.txt"
+    echo # the manifest's last line doesn't end
     cd "$2" && find lib/orb share/doc/orb_graphics2d -type f
     echo $list
-  } | sort -u >"$2/$list.new" && mv "$2/$list.new" "$2/$list"
+  } | sed '/^$/d' | sort -u >"$2/$list.new" && mv "$2/$list.new" "$2/$list"
 }
 
 verb_install() {
