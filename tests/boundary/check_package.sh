@@ -25,7 +25,7 @@ ORB_SYSROOT=$sysroot "$root/tools/run32" "$build/bin/orbplay" "${play[@]}" "$wor
 ln -s "$folder/bin/orbplay" "$work/link"
 env -i "$work/link" "${play[@]}" "$work/launched.png" "$folder/$script" || die "the launcher doesn't play"
 cmp "$work/build.png" "$work/launched.png" || die "the folder draws another picture"
-env -i "$folder/bin/orbgfx" info "$work/launched.png" || die "orbgfx doesn't run"
+env -i "$folder/bin/orbgfx" info "$work/launched.png" >/dev/null || die "orbgfx doesn't run"
 
 if unshare --map-root-user true 2>/dev/null; then
   (cd / && unshare --map-root-user --root="$folder" /lib/orb/ld-linux.so.2 --library-path /lib/orb \

@@ -27,7 +27,8 @@ usage: ./orb VERB [ARGUMENTS]
   uninstall PREFIX        remove what was installed there
   package                 make the portable folder's archive in build/dist
   deb                     make Debian packages in build/dist
-  release                 make all that is released, with checksums, in build/dist
+  release [--try]         make all that is released, with checksums, in build/dist;
+                          --try: try it on fresh systems
   clean [--all]           remove what was built; --all: the sysroot too
   help                    show this list
 
