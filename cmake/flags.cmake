@@ -29,6 +29,8 @@ endif()
 
 if(ORB_REPRODUCIBLE)
   target_compile_options(orb_common INTERFACE "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.")
+  set_property(GLOBAL PROPERTY RULE_LAUNCH_COMPILE
+    "sh \"${PROJECT_SOURCE_DIR}/tools/compile_relative\" \"${PROJECT_SOURCE_DIR}\"")
 endif()
 
 if(ORB_WERROR)
