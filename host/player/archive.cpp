@@ -11,6 +11,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <set>
 #include <vector>
@@ -61,15 +62,48 @@ bool is_device(std::string_view part) {
   throw PlayError(exit_script, archive + ": " + entry + (entry.empty() ? "" : ": ") + problem);
 }
 
-Zip open(const std::string &archive) {
+// How many bytes the game in an archive of some size may have.
+std::uint64_t most_unpacked(std::uint64_t archive_bytes) {
+  return std::min(limits::most_total, limits::total_free + limits::most_ratio * archive_bytes);
+}
+
+// Files of an archive, as they are counted against the limits.
+class Tally {
+public:
+  explicit Tally(std::uint64_t most_bytes) : most_bytes_(most_bytes) {}
+  [[nodiscard]] std::uint64_t bytes() const { return bytes_; }
+
+  // Counts an entry; a folder's name ends in a slash. Why an archive can't have it, or an empty
+  // text.
+  std::string add(std::string_view name, std::uint64_t bytes) {
+    if (const char *problem = name_problem(name)) return problem;
+    if (name.ends_with('/')) name.remove_suffix(1);
+    if (!names_.emplace(name).second) return "is there twice";
+    if (names_.size() > limits::most_files)
+      return "with it, there are more than " + std::to_string(limits::most_files) + " files";
+    if (bytes > limits::most_bytes)
+      return "unpacks to more than " + std::to_string(limits::most_bytes >> 20) + " MB";
+    bytes_ += bytes;
+    if (bytes_ > most_bytes_)
+      return "with it, the game unpacks to more than " + std::to_string(most_bytes_ >> 20) + " MB";
+    return {};
+  }
+
+private:
+  std::uint64_t most_bytes_, bytes_ = 0;
+  std::set<std::string, std::less<>> names_;
+};
+
+// `failure` is what a failure begins with.
+Zip open(const std::string &archive, int flags, const std::string &failure) {
   int code = 0;
-  Zip zip(zip_open(archive.c_str(), ZIP_RDONLY, &code));
+  Zip zip(zip_open(archive.c_str(), flags, &code));
   if (zip) return zip;
   zip_error_t error;
   zip_error_init_with_code(&error, code);
   const std::string reason = zip_error_strerror(&error);
   zip_error_fini(&error);
-  refuse(archive, "", "no zip file that can be read: " + reason);
+  refuse(archive, "", failure + reason);
 }
 
 // A link or a device, as systems with file modes store them.
@@ -84,34 +118,21 @@ bool is_special(zip_t *zip, zip_uint64_t index) {
 // All entries, which are fit to be unpacked.
 std::vector<Entry> look_through(zip_t *zip, const std::string &archive) {
   std::error_code ignored;
-  const std::uint64_t packed = fs::file_size(archive, ignored);
-  const std::uint64_t most_total =
-      std::min(limits::most_total, limits::total_free + limits::most_ratio * packed);
+  Tally tally(most_unpacked(fs::file_size(archive, ignored)));
   const auto count = static_cast<std::uint64_t>(zip_get_num_entries(zip, 0));
-  if (count > limits::most_files)
-    refuse(archive, "", "more than " + std::to_string(limits::most_files) + " files");
   std::vector<Entry> entries;
-  std::set<std::string> names;
-  std::uint64_t total = 0;
   for (zip_uint64_t i = 0; i < count; ++i) {
     zip_stat_t stat;
     if (zip_stat_index(zip, i, 0, &stat) != 0 || !(stat.valid & ZIP_STAT_NAME))
       refuse(archive, "entry " + std::to_string(i + 1), zip_strerror(zip));
     Entry entry{i, stat.name, false, stat.valid & ZIP_STAT_SIZE ? stat.size : 0};
-    if (const char *problem = name_problem(entry.name)) refuse(archive, entry.name, problem);
+    if (const std::string problem = tally.add(entry.name, entry.bytes); !problem.empty())
+      refuse(archive, entry.name, problem);
     if (is_special(zip, i)) refuse(archive, entry.name, "is a link or a device, not a file");
     if (entry.name.ends_with('/')) {
       entry.name.pop_back();
       entry.folder = true;
     }
-    if (!names.insert(entry.name).second) refuse(archive, entry.name, "is there twice");
-    if (entry.bytes > limits::most_bytes)
-      refuse(archive, entry.name,
-             "unpacks to more than " + std::to_string(limits::most_bytes >> 20) + " MB");
-    total += entry.bytes;
-    if (total > most_total)
-      refuse(archive, entry.name,
-             "with it, the game unpacks to more than " + std::to_string(most_total >> 20) + " MB");
     entries.push_back(std::move(entry));
   }
   return entries;
@@ -134,6 +155,32 @@ void unpack_file(zip_t *zip, const Entry &entry, const std::string &archive, con
   if (bytes != entry.bytes) refuse(archive, entry.name, "is damaged: its size is another");
   out.close();
   if (!out) refuse(archive, entry.name, std::string("can't be unpacked: ") + std::strerror(errno));
+}
+
+// All files get the first day that the format knows, and the same rights.
+void add_file(zip_t *zip, const std::string &archive, const std::string &name,
+              const std::string &path, bool deflated) {
+  constexpr zip_uint16_t first_day = 1 << 5 | 1;
+  zip_source_t *source = zip_source_file(zip, path.c_str(), 0, -1);
+  const zip_int64_t added = source ? zip_file_add(zip, name.c_str(), source, ZIP_FL_ENC_UTF_8) : -1;
+  if (added < 0) {
+    zip_source_free(source);
+    refuse(archive, name, "has a name that isn't UTF-8");
+  }
+  const auto index = static_cast<zip_uint64_t>(added);
+  zip_file_set_dostime(zip, index, 0, first_day, 0);
+  zip_file_set_external_attributes(zip, index, 0, ZIP_OPSYS_UNIX, (S_IFREG | 0644u) << 16);
+  zip_set_file_compression(zip, index, deflated ? ZIP_CM_DEFLATE : ZIP_CM_STORE, 9);
+}
+
+void write(const std::map<std::string, std::string> &files, const std::string &archive,
+           bool deflated) {
+  Zip zip = open(archive, ZIP_CREATE | ZIP_TRUNCATE, "can't be written: ");
+  for (const auto &[name, path] : files)
+    add_file(zip.get(), archive, name, path, deflated);
+  if (zip_close(zip.get()) != 0)
+    refuse(archive, "", std::string("can't be written: ") + zip_strerror(zip.get()));
+  static_cast<void>(zip.release()); // which closing it frees
 }
 
 } // namespace
@@ -166,7 +213,7 @@ const char *name_problem(std::string_view name) {
 }
 
 void unpack(const std::string &archive, const std::string &folder) {
-  const Zip zip = open(archive);
+  const Zip zip = open(archive, ZIP_RDONLY, "no zip file that can be read: ");
   for (const Entry &entry : look_through(zip.get(), archive)) {
     const fs::path to = fs::path(folder) / entry.name;
     std::error_code error;
@@ -174,6 +221,16 @@ void unpack(const std::string &archive, const std::string &folder) {
     if (error) refuse(archive, entry.name, "can't be unpacked: " + error.message());
     if (!entry.folder) unpack_file(zip.get(), entry, archive, to);
   }
+}
+
+void pack(const std::map<std::string, std::string> &files, const std::string &archive) {
+  Tally tally(limits::most_total);
+  for (const auto &[name, path] : files)
+    if (const std::string problem = tally.add(name, fs::file_size(path)); !problem.empty())
+      refuse(archive, name, problem);
+  write(files, archive, true);
+  // Files that shrink to almost nothing would look as if they were to fill the disk.
+  if (tally.bytes() > most_unpacked(fs::file_size(archive))) write(files, archive, false);
 }
 
 } // namespace orbplay

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <string>
 #include <string_view>
 
@@ -30,5 +31,9 @@ const char *name_problem(std::string_view name);
 // archive and the entry at fault; files may have been unpacked by then if reading or writing
 // failed.
 void unpack(const std::string &archive, const std::string &folder);
+
+// Writes an archive of files, whose paths stand by their names in it. The same files give the same
+// bytes. Throws PlayError, also where unpack() would.
+void pack(const std::map<std::string, std::string> &files, const std::string &archive);
 
 } // namespace orbplay

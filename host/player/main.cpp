@@ -5,6 +5,7 @@
 #include "host/player/hashes.h"
 #include "host/player/new_game.h"
 #include "host/player/options.h"
+#include "host/player/pack.h"
 #include "host/player/recording.h"
 #include "host/player/screenshots.h"
 #include "host/player/session.h"
@@ -105,6 +106,10 @@ int run(Settings settings) {
   }
   if (!settings.new_game.empty()) {
     make_new_game(settings.new_game, settings.program);
+    return exit_ok;
+  }
+  if (!settings.pack.empty()) {
+    pack_game(settings.pack, settings.program);
     return exit_ok;
   }
   const Game game = open_game(settings.script);

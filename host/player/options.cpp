@@ -164,6 +164,9 @@ Settings parse_options(int argc, char **argv) {
   app.add_option("--new", settings.new_game,
                  "make a folder with a small game to begin with, and exit")
       ->type_name("FOLDER");
+  app.add_option("--pack", settings.pack,
+                 "pack a game's folder as files to give away, and exit")
+      ->type_name("FOLDER");
   app.add_flag("--list-functions", settings.list_functions,
                "list all functions that a script can call, and exit");
   app.add_option("--module", settings.module, "load this module file")->type_name("PATH");
@@ -177,7 +180,8 @@ Settings parse_options(int argc, char **argv) {
       settings.screenshots.push_back(parse_screenshot(text));
     }
     settings.capture = parse_capture(capture);
-    if (settings.script.empty() && settings.new_game.empty() && !settings.list_functions) {
+    if (settings.script.empty() && settings.new_game.empty() && settings.pack.empty() &&
+        !settings.list_functions) {
       throw CLI::RequiredError("GAME");
     }
   } catch (const CLI::ParseError &error) {

@@ -75,7 +75,8 @@ bundle() {
     mv "$1/bin/$name" "$lib" && install -m 755 "$root/tools/launcher" "$1/bin/$name" || return
     queue+=("$lib/$name")
   done
-  install -m 755 "$root/tools/launcher_run" "$lib/run" || return
+  install -m 755 "$root/tools/launcher_run" "$lib/run" &&
+    install -m 755 "$root/tools/launcher_game" "$root/tools/pack_game" "$lib" || return
   file=$(readelf -lW "$lib/orbplay" | sed -n 's/.*interpreter: \(.*\)\]/\1/p')
   used=("$(library_root)$file")
   install -m 755 "${used[0]}" "$lib/ld-linux.so.2" || return
@@ -224,4 +225,16 @@ verb_package() {
   mkdir -p "$dist"
   step package "making the portable folder" "read the end of the log" portable_archives
   say "made: $(ls "$dist"/*-linux.tar.xz)"
+}
+
+# verb_pack FOLDER: packs a game by the player of a portable folder, which goes with it.
+verb_pack() {
+  [ $# -eq 1 ] || { say "usage: ./orb pack FOLDER"; exit 2; }
+  local player=$root/build/portable
+  prepare release orbplay orbgfx
+  lock
+  step portable "collecting what the player needs" "read the end of the log" \
+    make_portable "$root/build/release" "$player"
+  unlock
+  exec "$player/bin/orbplay" --pack "$1"
 }

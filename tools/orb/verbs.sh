@@ -7,6 +7,7 @@ usage: ./orb VERB [ARGUMENTS]
   play [OPTIONS] GAME     play a Lua script, a folder with a main.lua, or a zip file of
                           one; --help lists the player's options
   new FOLDER              make a folder with a small game to begin with
+  pack FOLDER             pack a game to give it away, with and without the player
   gfx COMMAND ...         pack, unpack and compare graph libraries; --help
   test [--sanitize | --record] [PATTERN | CTEST OPTIONS]
                           run all tests, or those whose suite matches PATTERN;
@@ -81,7 +82,7 @@ verb_play() {
   is_native || player=("$root/tools/run32" "${player[@]}")
 
   if [ $# -eq 0 ] ||
-     has_option "--headless --help -h --version --list-functions --new" "$@" ||
+     has_option "--headless --help -h --version --list-functions --new --pack" "$@" ||
      display_opens "$preset"; then
     exec "${player[@]}" "$@"
   fi
