@@ -10,6 +10,7 @@ trap 'rm -rf "$control"' EXIT
 mkdir -p "$records/info"
 : >"$records/status"
 for archive in var/cache/apt/archives/*.deb; do
+  [ -e "$archive" ] || break # only source packages were asked for
   rm -rf "$control"
   dpkg-deb --control "$archive" "$control"
   name=$(sed -n 's/^Package: //p' "$control/control")
