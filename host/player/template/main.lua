@@ -9,6 +9,7 @@ ground_put_rect(0, 0, width - 1, height - 1, rgb(20, 24, 56), 1)
 
 local ship_graph = image_load("assets/ship.png")
 local star_graph = image_load("assets/star.png")
+local score = write("0 stars", { x = 16, y = 12, size = 200 })
 local caught = 0
 
 -- Moves while an arrow is down, and stays on the screen.
@@ -22,15 +23,14 @@ local function ship(self)
   end
 end
 
--- Falls, until it is caught or out of sight. Those that are caught are counted on the background.
+-- Falls, until it is caught or out of sight.
 local function star(self, speed)
   while self.y < height + 20 do
     self.y = self.y + speed
     self.angle = self.angle + 2000 * speed
     if collision(type_of(ship)) ~= 0 then
-      local x, y = 20 + caught % 31 * 20, 20 + caught // 31 * 20
-      ground_xput(0, star_graph, x, y, 0, 40, flg_normal, 0)
       caught = caught + 1
+      score.text = caught .. " stars"
       return
     end
     frame()
