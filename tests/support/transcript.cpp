@@ -681,7 +681,8 @@ void starve(const std::filesystem::path &file, const transcript_case &played, in
         if (!is_refusal(played, seen)) problem += "isn't a refusal of this case";
         // The usual result with a report means that the work was completed.
         const bool done = seen.starts_with(expected + " ");
-        if (!line.partial && !done) problem += difference(digests.first, w.player.digest());
+        if (!line.partial)
+          problem += difference(done ? digests.second : digests.first, w.player.digest());
         const std::string repeated = w.play(line);
         if (repeated != expected && !repeated.empty()) problem += " and then " + repeated;
       }
