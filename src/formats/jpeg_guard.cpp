@@ -12,7 +12,6 @@ namespace {
 }
 
 void on_message(j_common_ptr, int) {}
-void print_nothing(j_common_ptr) {}
 
 } // namespace
 
@@ -20,7 +19,6 @@ jpeg_error_mgr *init_guard(jpeg_guard *guard) {
   jpeg_std_error(&guard->manager);
   guard->manager.error_exit = on_error;
   guard->manager.emit_message = on_message;
-  guard->manager.output_message = print_nothing;
   guard->error = error_format;
   return &guard->manager;
 }
