@@ -108,8 +108,8 @@ std::int32_t rt_global_offset(std::int32_t /*zero*/, const char *name) noexcept 
 
 // ---- Processes ------------------------------------------------------------------------------
 
-orb_process_node *proc_first(std::int32_t /*zero*/) noexcept {
-  return active->processes().first();
+orb_process_node *proc_first(std::int32_t zero) noexcept {
+  return zero == 0 ? active->processes().first() : nullptr;
 }
 orb_process *proc_current() noexcept {
   return active->processes().current;
