@@ -93,7 +93,7 @@ TEST_F(Modes, AModeThatCantBeOpenedIsTakenBack) {
       w.host.call("ground_put_pixel", {10, 0, 42});
       w.host.frame();
       if (palette) palette_crc = 4711;
-      w.host.global("vsync") = 1; // by the script since
+      w.host.global("vsync") = 7; // by the script since
       const auto state = [&] {
         return digest_of(w.folder.path) + "\nchoices " + std::to_string(mode_centerwindow) +
                std::to_string(mode_centermouse) + std::to_string(mode_fade) +
@@ -226,8 +226,10 @@ TEST_F(Modes, ABusyRendererDropsTheFrame) {
   for (const int32_t busy : {1, 0}) {
     w.host.begin_frame();
     w.host.renderer_busy = busy;
+    if (busy) w.host.call("screen_draw_graphic", {0, 1000, 30, 30, 0, 0});
     w.host.end_frame();
     EXPECT_EQ(pixel(*screen, 0, 0), busy ? 0u : 5u);
+    EXPECT_EQ(pixel(*screen, 30, 30), 0u);
   }
   // A new depth forgets requests for the old screen.
   *device2D.GetAndUpdateBlitList() = {};
@@ -253,7 +255,9 @@ TEST_F(Modes, ReleaseLeavesNothingAndInitStartsAgain) {
       setenv("SDL_VIDEODRIVER", "nothing of the kind", 1);
       ORB_mod_graphics2D_init();
       EXPECT_NE(w.reports().find("fatal \"Graphics2D init error\""), std::string::npos);
+      const int32_t frames = frame_number;
       w.host.frame(); // a host that goes on all the same comes to no harm
+      EXPECT_EQ(frame_number, frames);
       setenv("SDL_VIDEODRIVER", "dummy", 1);
     }
     ORB_mod_graphics2D_init();

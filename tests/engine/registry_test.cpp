@@ -67,8 +67,10 @@ TEST_F(RegistryLists, HostsRecordOnlyRunTimeCodes) {
   EXPECT_EQ(RecMAPCode(1, 1000, s) + RecMAPCode(0, 1000, nullptr) + GetMAPCode(1), 0);
   // What was counted for the code before isn't subtracted from it, and it was never loaded.
   map_new();
+  call("map_set_name", {0, 1000, "before"});
   call("map_unload", {1000});
   EXPECT_EQ(RecMAPCode(0, 1000, s), 1);
+  EXPECT_EQ(w.host.call_text("map_get_name", {0, 1000}), "");
   EXPECT_EQ(GetMAP(0, 1000)->surface, s);
   EXPECT_EQ(call("map_unload", {1000}), 1);
   EXPECT_EQ(fpg[0].memory_usage, 0u);
@@ -103,7 +105,8 @@ TEST_F(RegistryLists, ListsGrowInStepsUpToTheirLimits) {
     fpg[file].in_use = 1;
   EXPECT_EQ(call("fpg_new"), INT32_MIN) << "the list is full";
   EXPECT_EQ(call("fpg_clone", {1}), INT32_MIN);
-  EXPECT_EQ(w.reports(), "104 FPG_NEW 0 0; 104 FPG_CLONE 1 1");
+  EXPECT_EQ(call("fpg_load", {"any"}), INT32_MIN);
+  EXPECT_EQ(w.reports(), "104 FPG_NEW 0 0; 104 FPG_CLONE 1 1; 104 FPG_LOAD 1 \"any\"");
   for (int32_t file = 2; file < max_fpg; ++file)
     fpg[file].in_use = fpg[file].slots != nullptr;
 

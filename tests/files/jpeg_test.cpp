@@ -187,7 +187,7 @@ TEST_F(Jpeg, AProfileConvertsInks) {
   const std::vector<file_bytes> rows[] = {
       {piece(1, 2, inks)}, // one is missing
       {piece(2, 2, inks)},
-      {piece(1, 2, head), piece(1, 2, head), piece(2, 2, tail)},
+      {piece(1, 2, head), piece(2, 2, tail), piece(2, 2, tail)},
       {piece(1, 2, head), piece(2, 3, tail)},
       {piece(0, 1, inks)},
       {piece(1, 0, inks)},
