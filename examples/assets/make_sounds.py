@@ -72,6 +72,19 @@ def step():
     return 0.07, lambda t: 0.9 * noise.next(0.25) * fall(t, 0.07)
 
 
+def bubble():
+    return 0.16, lambda t: 0.5 * tone(glide(t, 300, 1100, 0.16)) * fall(t, 0.16)
+
+
+def haul():
+    """Four notes upwards, each into the one before."""
+    notes = [(0.08 * i, 523.25 * 2 ** (steps / 12)) for i, steps in enumerate((0, 4, 7, 12))]
+
+    def value(t):
+        return sum(tone((t - start) * pitch) * fall(t - start, 0.4) for start, pitch in notes if t >= start) / 3
+    return 0.7, value
+
+
 def save_wav(sound):
     seconds, value = sound()
     # Whole waves of silence in the middle of the range: 8 bits have no sign in a WAV file.
@@ -179,6 +192,6 @@ def save_mod(name, title):
 
 
 if __name__ == "__main__":
-    for each in (shot, boom, pling, hit, jump, step):
+    for each in (shot, boom, pling, hit, jump, step, bubble, haul):
         save_wav(each)
     save_mod("tune.mod", "round the meadow")
