@@ -22,7 +22,7 @@ mode_set(width, height, options.depth, mode_window)
 set_fps(60, 0)
 
 local random, sin, max, min = math.random, math.sin, math.max, math.min
-local day, lungs = 75 * 60, 9 * 60 -- frames that a day and a breath last
+local day, lungs = 75 * 60, 10 * 60 -- frames that a day and a breath last
 local score, best, age, breath = 0, 0, 0, 0
 local playing, paused = false, false
 local diver -- nil until the first game
@@ -64,7 +64,7 @@ end
 -- Crosses the sea by beats of its bell. way: 1 to the right, -1 to the left.
 local function jelly(self, way)
   local speed, beat = 0.25 + 0.4 * random() + 0.5 * sea.hour, random() * 6
-  local depth, drift = random(surface + 30, floor - 35), 10 + 22 * random()
+  local depth, drift = random(surface + 45, floor - 35), 10 + 22 * random()
   self.x = way > 0 and -20 or width + 20
   jellies[self] = true
   put(glow, { graph = pictures.glow, z = -60, fxmode = fx_additiveblend }, self)
@@ -194,7 +194,10 @@ end
 local function breathe(self)
   if self.y > surface + 8 then
     breath = breath - 1
-    if breath < 150 and breath % 30 == 0 then play_at(self.x, "breath", 100) end
+    if breath < 180 and breath % 30 == 0 then
+      play_at(self.x, "breath", 100)
+      sea.jolt(0, 70, 255, 40, 60)
+    end
     if random(12) == 1 then sea.bubbles(self.x, self.y, 1) end
   elseif breath < lungs then
     breath = min(lungs, breath + 9)
@@ -247,8 +250,9 @@ local function dive(self)
     turn()
   end
   cut(1)
-  while true do -- to the surface, on the back
-    self.flags, self.y = flg_vmirror, max(surface + 3, self.y - 0.6)
+  self.angle, self.flags = 0, flg_vmirror
+  while true do -- drifts to the surface, on the back
+    self.y = max(surface + 3, self.y - 0.6)
     turn()
   end
 end
@@ -263,17 +267,13 @@ local line = write("", { x = width // 2, y = 128, z = -600, align = "middle" })
 
 local best_file = save_folder() .. "/best.txt"
 local function load_best()
-  local file = io.open(best_file)
-  if not file then return 0 end
-  local number = file:read("n") or 0
-  file:close()
-  return number
+  local file <close> = io.open(best_file)
+  return file and file:read("n") or 0
 end
 
 local function save_best()
-  local file = io.open(best_file, "w")
+  local file <close> = io.open(best_file, "w")
   file:write(best, "\n")
-  file:close()
 end
 
 -- A frame of the main loop: what works all the time, and the lights of the score.
@@ -331,7 +331,7 @@ for i = 0, 5 do put(shell, { graph = pictures.shut, x = 35 + 50 * i, y = floor +
 spawn(send_jellies)
 music_play("../assets/tune.mod")
 music_volume(40)
-ask("STRING OF PEARLS", "Press space, click, or press a")
+ask("STRING OF PEARLS", "Press space, click, or press pad a")
 while true do
   local verdict = play()
   local record = score > best

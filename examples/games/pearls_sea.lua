@@ -73,7 +73,7 @@ return function(width, height, surface, floor, turn)
 
   local function sun(self)
     while true do
-      self.x, self.y = 20 + 270 * sea.hour, 12 + 48 * sea.hour ^ 4
+      self.x, self.y = 60 + 225 * sea.hour, 12 + 48 * sea.hour ^ 4
       turn()
     end
   end
