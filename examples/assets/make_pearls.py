@@ -4,7 +4,6 @@ other examples, and writes its font."""
 
 import math
 import os
-import random
 
 from make_assets import (Sprite, both, circle, clamp, curve, ellipse, mix, noise, polygon, ramp, smooth,
                          write_png)
@@ -14,7 +13,6 @@ WIDTH, HEIGHT, SURFACE, FLOOR = 320, 240, 48, 216
 
 def paint_sea():
     """Sky, sea and a sandy floor: blue that gets deeper downwards, rocks far away."""
-    rng = random.Random(4)
     sand, far = noise(3), noise(12)
     sky = [(0, (92, 170, 232)), (30, (168, 214, 240)), (SURFACE, (246, 232, 200))]
     water = [(SURFACE, (92, 206, 214)), (80, (44, 150, 194)), (140, (24, 94, 156)), (240, (14, 50, 108))]
@@ -35,7 +33,7 @@ def paint_sea():
                     grain = 0.5 + 0.5 * sand(x / 3, y / 2)
                     colour = mix((196, 176, 130), (96, 92, 96), clamp(deep + 0.25 * grain))
                     colour = mix(colour, (236, 220, 170), 0.6 * smooth(2.2, 0.0, y - shore))
-            row += bytes(round(clamp(c + rng.uniform(-1.5, 1.5), 0, 255)) for c in colour)
+            row += bytes(round(clamp(c, 0, 255)) for c in colour)
         rows.append(bytes(row))
     write_png("pearls/sea.png", WIDTH, HEIGHT, rows, False)
 

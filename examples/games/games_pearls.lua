@@ -172,20 +172,19 @@ end
 local function autopilot(self)
   local goal, nearest = boat, 1e9
   local way_home = get_dist(self, boat) * (1 + 0.12 * #string)
-  if #string == 6 or breath < way_home + 100 or age + way_home > day - 200 then self.rested = false end
+  if #string == 6 or breath < way_home + 140 or age + way_home > day - 200 then self.rested = false end
   if self.rested then
     for each in pairs(pearls) do
       local distance = each.place and 1e9 or get_dist(self, each)
       if distance < nearest then goal, nearest = each, distance end
     end
   end
-  local x, y = (goal.x - self.x) / 20, (goal.y - self.y) / 20
+  local pull = 3 / max(1, get_dist(self, goal))
+  local x, y = (goal.x - self.x) * pull, (goal.y - self.y) * pull
   for each in pairs(jellies) do
     local distance = get_dist(self, each)
-    if distance < 45 then
-      x = x + (self.x - each.x) * 2 / distance
-      y = y + (self.y - each.y) * 2 / distance
-    end
+    local fear = max(0, 60 - distance) / 200
+    x, y = x + (self.x - each.x) * fear, y + (self.y - each.y) * fear
   end
   return x, y, false
 end
@@ -242,7 +241,7 @@ local function dive(self)
     if hurt < 0 and collision(type_of(jelly)) ~= 0 then
       hurt, breath = 90, breath - 120
       cut(1)
-      sea.jolt(8, 200, 255, 60, 120)
+      sea.jolt(8, 140, 255, 60, 120)
       sea.burst(self.x, self.y, pictures.glow, 16)
       play_at(self.x, "sting", 90)
     end

@@ -160,7 +160,7 @@ return function(width, height, surface, floor, turn)
 
   -- Shows a text that rises and fades; size in percent.
   function sea.say(line, x, y, size, colour)
-    local text = write(line, { x = max(50, min(width - 50, x)), y = y, z = -70, align = "middle",
+    local text = write(line, { x = max(75, min(width - 75, x)), y = y, z = -70, align = "middle",
       font = sea.font, colour = colour, destination_graph = stage })
     spawn(float, {}, text, size)
   end
