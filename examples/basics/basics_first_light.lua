@@ -5,9 +5,10 @@
 -- back, flg_hmirror turns a picture to face left, flg_ghost lets the background through.
 --
 -- Keys: 8, 1 and 3 switch to 8, 16 and 32 bits a pixel, escape ends.
+-- Argument: the depth, 8, 16 or 32; "help" lists it.
 
 local depths = { ["8"] = 8, ["1"] = 16, ["3"] = 32 }
-local bits = tonumber(arg[1]) or 32
+local options = require "options" { { "depth", 32, "bits a pixel", { 8, 16, 32 } } }
 
 -- Pictures belong to the mode they were loaded in, so a mode change reloads them.
 local graphs = {}
@@ -83,7 +84,7 @@ local function star(self, speed)
   end
 end
 
-set_screen(bits)
+set_screen(options.depth)
 set_fps(60, 0)
 
 local random = math.random

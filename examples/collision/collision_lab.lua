@@ -7,9 +7,12 @@
 --
 -- Mouse: drag with the left button. Keys: tab chooses the other picture, left and right rotate it,
 -- up and down scale it, m mirrors it, space starts and stops the demonstration, escape ends.
+-- Argument: the depth, 8, 16 or 32; "help" lists it.
 
+local options = require "options" { { "depth", 32, "bits a pixel", { 8, 16, 32 } } }
+local colour = require "colour"
 local width, height = 640, 480
-mode_set(width, height, 32, mode_window)
+mode_set(width, height, options.depth, mode_window)
 set_fps(60, 0)
 
 ground_put(0, image_load("../assets/space.png"), width // 2, height // 2)
@@ -17,11 +20,12 @@ local region_number = 1
 local region_box = { x = 200, y = 140, w = 240, h = 200 }
 region_define(region_number, region_box.x, region_box.y, region_box.w, region_box.h)
 
-local plain, hit, calm = rgbx(120, 130, 160), rgbx(255, 96, 80), rgbx(110, 220, 150)
+local plain, hit, calm = colour(120, 130, 160), colour(255, 96, 80), colour(110, 220, 150)
 
 -- ---- Frames: four lines as draw objects, moved every frame --------------------------------------
 
-local opaque, whole_screen, line_shape = 255, 0, 1
+local opaque = options.depth == 8 and 15 or 255 -- 8-bit modes have 16 steps
+local whole_screen, line_shape = 0, 1
 local function new_frame()
   local lines = {}
   for i = 1, 4 do
@@ -70,7 +74,7 @@ local frames = { [meteor] = new_frame(), [fighter] = new_frame() }
 local chosen = fighter
 
 local x1, y1 = region_box.x + region_box.w - 1, region_box.y + region_box.h - 1
-draw_new(2, plain, 110, whole_screen, region_box.x, region_box.y, x1, y1)
+draw_new(2, plain, opaque * 2 // 5, whole_screen, region_box.x, region_box.y, x1, y1)
 
 -- ---- The panel ----------------------------------------------------------------------------------
 
@@ -134,8 +138,7 @@ while not key "escape" do
   answers.outside = region_is_xout(chosen, region_number)
   show_answers()
   for _, s in ipairs(shapes) do
-    local colour = answers.collision and hit or answers.overlap and calm or plain
-    move_frame(frames[s], corners_of(s), colour)
+    move_frame(frames[s], corners_of(s), answers.collision and hit or answers.overlap and calm or plain)
   end
   frame()
 end

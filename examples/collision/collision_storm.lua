@@ -5,11 +5,16 @@
 -- enemy that is hit lights up, and bursts in the end; another one comes in its place. The line
 -- below tells what all this takes: the time of a frame for moving, testing and drawing.
 --
--- Usage: ./orb play examples/collision/collision_storm.lua [-- BITS [BULLETS [ENEMIES]]]
 -- Keys: escape ends.
+-- Arguments: the depth, 8, 16 or 32; how many bullets; how many enemies; "help" lists them.
 
-local bits = tonumber(arg[1]) or 32
-local bullets, enemies = tonumber(arg[2]) or 2000, tonumber(arg[3]) or 200
+local options = require "options" {
+  { "depth", 32, "bits a pixel", { 8, 16, 32 } },
+  { "bullets", 2000, "how many bullets fly" },
+  { "enemies", 200, "how many enemies circle" },
+}
+local colour, stopwatch = require "colour", require "stopwatch"
+local bits, bullets, enemies = options.depth, options.bullets, options.enemies
 local width, height = 640, 480
 local middle_x, middle_y = width // 2, height // 2
 
@@ -23,12 +28,6 @@ local pictures = {
 }
 ground_put(0, picture "space", middle_x, middle_y)
 collision_set_alphathreshold(100) -- the halo of a bullet touches nothing
-
--- An 8-bit mode has no rgb(): the palette's nearest colour, from components of 0 to 63.
-local function colour(r, g, b)
-  if bits == 8 then return palette_find_color(r // 4, g // 4, b // 4) end
-  return rgb(r, g, b)
-end
 
 local light = bits == 8 and fx_solid or fx_additiveblend
 local random, sin, cos, floor = math.random, math.sin, math.cos, math.floor
@@ -143,14 +142,8 @@ local function show_labels()
   time_label.text = string.format("%d bullets, %d enemies: %s ms", bullets, enemies, time)
 end
 
--- Measured once in so many frames, by the processor's time: waiting for a frame doesn't count.
-local frames_measured, age, before = 60, 0, os.clock()
 while not key "escape" do
-  age = age + 1
-  if age % frames_measured == 0 then
-    local now = os.clock()
-    milliseconds, before = (now - before) * 1000 / frames_measured, now
-  end
+  milliseconds = stopwatch(60) or milliseconds
   show_labels()
   frame()
 end

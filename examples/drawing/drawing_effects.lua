@@ -8,6 +8,9 @@
 -- the compositing effects also change the destination around it.
 --
 -- Keys: 8, 1 and 3 switch to 8, 16 and 32 bits a pixel, escape ends.
+-- Argument: the depth, 8, 16 or 32; "help" lists it.
+
+local options = require "options" { { "depth", 32, "bits a pixel", { 8, 16, 32 } } }
 
 local depths = { ["8"] = 8, ["1"] = 16, ["3"] = 32 }
 local effects = {
@@ -51,7 +54,7 @@ local function set_screen(depth)
   draw_sheet(image_load("../assets/meadow.png"), image_load("../assets/bird.png"))
 end
 
-set_screen(tonumber(arg[1]) or 32)
+set_screen(options.depth)
 set_fps(60, 0)
 
 while not key("escape") do

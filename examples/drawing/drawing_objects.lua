@@ -9,7 +9,10 @@
 -- script's draw_z, draw_visible and draw_destination.
 --
 -- Keys: space hides and shows the unlocked objects; 8, 1 and 3 switch to 8, 16 and 32 bits a pixel,
--- escape ends.
+-- escape ends. Argument: the depth, 8, 16 or 32; "help" lists it.
+
+local options = require "options" { { "depth", 32, "bits a pixel", { 8, 16, 32 } } }
+local colour = require "colour"
 
 local line, rectangle, filled_rectangle, ellipse, filled_ellipse = 1, 2, 3, 4, 5
 local screen_region, window_region = 0, 1
@@ -17,12 +20,6 @@ local width, height = 640, 480
 
 local depths = { ["8"] = 8, ["1"] = 16, ["3"] = 32 }
 local graphs = {}
-
--- An 8-bit mode has no rgb(): the palette's nearest colour, from components of 0 to 63.
-local function colour(r, g, b)
-  if mode_get_bpp() == 8 then return palette_find_color(r // 4, g // 4, b // 4) end
-  return rgb(r, g, b)
-end
 
 -- Converts an opacity in percent to the mode's range: 8-bit modes have 16 steps.
 local function alpha(percent)
@@ -161,7 +158,7 @@ for i, z in ipairs { 30, 0, -30 } do
   write("pane at z " .. z, { x = 190 * i - 75, y = 334, z = 200, align = "centre" })
 end
 
-set_screen(tonumber(arg[1]) or 32)
+set_screen(options.depth)
 set_fps(60, 0)
 spawn(bird, { x = 20, y = 120, z = 50 }, 2)
 spawn(bird, { x = 250, y = 180, z = 15 }, 3)

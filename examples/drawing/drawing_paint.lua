@@ -1,7 +1,5 @@
 -- A painting program for the mouse.
 --
---   ./orb play examples/drawing/drawing_paint.lua [-- [DEPTH] [demo]]
---
 -- A shape is drawn on a separate layer. With the chosen effect and opacity the layer is drawn on
 -- the displayed copy of the picture and, when the button is released, on the picture itself: the
 -- same calls preview and paint. The tools are in paint_tools.lua.
@@ -18,10 +16,13 @@
 -- ghost flags, and no effects from additiveblend on.
 --
 -- Arguments: the depth, 8, 16 or 32 bits a pixel; "demo" paints a landscape by itself
--- before the mouse takes over.
+-- before the mouse takes over; "help" lists them.
 
-local depth = tonumber(arg[1]) or 32
-local demo = arg[1] == "demo" or arg[2] == "demo"
+local options = require "options" {
+  { "depth", 32, "bits a pixel", { 8, 16, 32 } },
+  { "demo", false, "paints a landscape by itself" },
+}
+local depth, demo = options.depth, options.demo
 local sheet = { x = 72, y = 20, w = 568, h = 400 }
 
 mode_set(640, 480, depth, mode_window)

@@ -1,28 +1,25 @@
 -- Shows every picture in a folder, whatever its format, and packs them all into one file.
 --
---   ./orb play examples/files/files_gallery.lua [FOLDER [DEPTH]]
---
 -- What to look at: the pictures, with their names and sizes, and an A for an alpha channel. Below,
 -- the library that they are packed into, saved plain, compressed and enciphered with a key. Each
 -- file is loaded again, shown, and compared with the original, to the last pixel, control point and
 -- letter.
 --
 -- Keys: left and right turn the pages, escape ends.
+-- Arguments: the depth, 8, 16 or 32; the folder; "help" lists them.
 
-local folder = arg[1] or "../assets/gallery"
-local depth = tonumber(arg[2]) or 32
+local options = require "options" {
+  { "depth", 32, "bits a pixel", { 8, 16, 32 } },
+  { "folder", "../assets/gallery", "where the pictures are" },
+}
+local colour = require "colour"
+local depth, folder = options.depth, options.folder
 
 local columns, rows = 4, 2
 local per_page = columns * rows
 local cell_width, cell_height = 160, 178
 local frame_width, frame_height = 144, 132
 local top, strips = 26, 392
-
--- An 8-bit mode has no rgb(): the palette's nearest colour, from components of 0 to 63.
-local function colour(r, g, b)
-  if depth == 8 then return palette_find_color(r // 4, g // 4, b // 4) end
-  return rgb(r, g, b)
-end
 
 -- ---- Loading
 -- --------------------------------------------------------------------------------------

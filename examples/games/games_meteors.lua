@@ -5,13 +5,18 @@
 -- into dust; each wave has one more rock.
 --
 -- Keys: left and right turn, up accelerates, space shoots, p pauses, return starts again after the
--- end, escape ends. Argument: "demo" lets the game play by itself.
+-- end, escape ends. Arguments: the depth, 8, 16 or 32; "demo" lets the game play by itself; "help"
+-- lists them.
 
-local demo = arg[1] == "demo"
+local options = require "options" {
+  { "depth", 32, "bits a pixel", { 8, 16, 32 } },
+  { "demo", false, "plays by itself" },
+}
+local demo = options.demo
 local width, height = 640, 480
 local fine = 16 -- positions are kept in sixteenths of a pixel
 
-mode_set(width, height, 32, mode_window)
+mode_set(width, height, options.depth, mode_window)
 set_fps(60, 0)
 
 local function picture(name) return image_load("../assets/" .. name .. ".png") end
@@ -32,6 +37,7 @@ local ship
 local rocks = {} -- the flying ones: process -> true
 
 local random = math.random
+local light = options.depth == 8 and fx_solid or fx_additiveblend -- 8-bit modes can't add colours
 
 -- Plays a sound from where it happens: as far to the left or right as `x` is on the screen.
 local function play_at(x, name, volume)
@@ -64,7 +70,7 @@ end
 local function spark(self, x, y, speed, life)
   local dx, dy = direction(random(0, 359999))
   local body = { x = x, y = y, dx = dx * speed, dy = dy * speed }
-  self.graph, self.fxmode, self.z = pictures.spark, fx_additiveblend, -10
+  self.graph, self.fxmode, self.z = pictures.spark, light, -10
   for age = 1, life do
     fly(self, body, 30)
     self.size = 130 - 100 * age // life
@@ -101,7 +107,7 @@ end
 local function shot(self, x, y, angle)
   local dx, dy = direction(angle)
   local body = { x = x + dx * 30, y = y + dy * 30, dx = dx * 7, dy = dy * 7 }
-  self.graph, self.angle, self.fxmode = pictures.shot, angle, fx_additiveblend
+  self.graph, self.angle, self.fxmode = pictures.shot, angle, light
   for _ = 1, 55 do
     fly(self, body, 10)
     local hit = collision(type_of(rock))
@@ -169,7 +175,7 @@ end
 -- ---- The course of the game ---------------------------------------------------------------------
 
 local function label(x, y, align, size)
-  return write("", { x = x, y = y, z = -100, align = align, size = size, colour = rgb(235, 240, 255) })
+  return write("", { x = x, y = y, z = -100, align = align, size = size, colour = { 235, 240, 255 } })
 end
 local score_label = label(16, 6, "left", 200)
 local lives_label = label(width // 2, 6, "centre", 200)

@@ -26,7 +26,7 @@ local day, lungs = 75 * 60, 10 * 60 -- frames that a day and a breath last
 local score, best, age, breath = 0, 0, 0, 0
 local playing, paused = false, false
 local diver -- nil until the first game
-local string = {} -- the pearls that follow the diver, the nearest first
+local strung = {} -- the pearls that follow the diver, the nearest first
 local pearls, jellies = {}, {} -- all that there are: process -> true
 
 -- Ends a turn, and waits during a pause.
@@ -89,9 +89,9 @@ end
 
 -- Cuts the string at its pearl number `first`: that one and all behind it are loose.
 local function cut(first)
-  for i = #string, first, -1 do
-    string[i].place, string[i].loose = nil, 45 -- frames until it can be taken again
-    string[i] = nil
+  for i = #strung, first, -1 do
+    strung[i].place, strung[i].loose = nil, 45 -- frames until it can be taken again
+    strung[i] = nil
   end
 end
 
@@ -114,12 +114,12 @@ local function pearl(self)
   self.loose = 0
   while not self.safe do
     if self.place then
-      follow(self, string[self.place - 1] or diver)
+      follow(self, strung[self.place - 1] or diver)
     else
       self.loose, self.y = self.loose - 1, min(floor, self.y + 0.7)
       if playing and self.loose < 0 and collision(diver) ~= 0 then
-        string[#string + 1], self.place = self, #string + 1
-        play_at(self.x, "take", 20 + 5 * #string)
+        strung[#strung + 1], self.place = self, #strung + 1
+        play_at(self.x, "take", 20 + 5 * #strung)
         sea.burst(self.x, self.y, pictures.lamp, 4)
       end
     end
@@ -148,9 +148,9 @@ end
 
 -- The whole string comes on board.
 local function bring_home()
-  local count, points = #string, 10 * #string * #string
-  for _, each in ipairs(string) do each.safe = true end
-  string = {}
+  local count, points = #strung, 10 * #strung * #strung
+  for _, each in ipairs(strung) do each.safe = true end
+  strung = {}
   score = score + points
   sea.jolt(min(count, 8), min(25 * count, 220), 255, 240, 200)
   sea.say("+" .. points, boat.x, surface + 24, 90 + 15 * count, { 255, 240, 150 })
@@ -171,8 +171,8 @@ end
 -- or the day gets short.
 local function autopilot(self)
   local goal, nearest = boat, 1e9
-  local way_home = get_dist(self, boat) * (1 + 0.12 * #string)
-  if #string == 6 or breath < way_home + 140 or age + way_home > day - 200 then self.rested = false end
+  local way_home = get_dist(self, boat) * (1 + 0.12 * #strung)
+  if #strung == 6 or breath < way_home + 140 or age + way_home > day - 200 then self.rested = false end
   if self.rested then
     for each in pairs(pearls) do
       local distance = each.place and 1e9 or get_dist(self, each)
@@ -201,7 +201,7 @@ local function breathe(self)
   elseif breath < lungs then
     breath = min(lungs, breath + 9)
     if breath == lungs then play_at(self.x, "splash", 30) end
-  elseif #string == 0 then
+  elseif #strung == 0 then
     self.rested = true
   end
   return breath > 0
@@ -221,7 +221,7 @@ local function dive(self)
   while playing and breathe(self) do
     local x, y, kick = steer(self)
     local much = max(1, math.sqrt(x * x + y * y))
-    local strength = 0.13 / (1 + 0.12 * #string)
+    local strength = 0.13 / (1 + 0.12 * #strung)
     if kick and breath > 60 then
       strength, breath = strength * 20, breath - 30
       play_at(self.x, "kick", 60)
@@ -245,7 +245,7 @@ local function dive(self)
       sea.burst(self.x, self.y, pictures.glow, 16)
       play_at(self.x, "sting", 90)
     end
-    if #string > 0 and collision(boat) ~= 0 then bring_home() end
+    if #strung > 0 and collision(boat) ~= 0 then bring_home() end
     turn()
   end
   cut(1)
@@ -308,7 +308,7 @@ local function start_game()
   for each in pairs(pearls) do each:kill() end
   for each in pairs(jellies) do each:kill() end
   if diver then diver:kill() end
-  pearls, jellies, string = {}, {}, {}
+  pearls, jellies, strung = {}, {}, {}
   score, age, breath, playing, sea.hour = 0, 0, lungs, true, 0
   diver = put(dive, { x = boat.x, y = surface + 4 })
 end

@@ -5,12 +5,16 @@
 -- sticks and its buttons.
 --
 -- Keys: escape ends; all others light up, return clears the line.
+-- Argument: the depth, 8, 16 or 32; "help" lists it.
 
+local options = require "options" { { "depth", 32, "bits a pixel", { 8, 16, 32 } } }
+local colour = require "colour"
 local width, height = 640, 360
-mode_set(width, height, 32, mode_window)
+mode_set(width, height, options.depth, mode_window)
 set_fps(60, 0)
 
-local dark, light = rgb(40, 48, 72), rgb(255, 176, 64)
+local dark, light = colour(40, 48, 72), colour(255, 176, 64)
+local glowing = options.depth == 8 and fx_solid or fx_additiveblend
 local picture_of_spark = image_load("../assets/spark.png")
 
 -- A box with a label in its middle.
@@ -36,7 +40,7 @@ local function button(self, name, w, label)
     self.graph = key(name) and down or up
     if pressed(name) then self.size = 140 end
     if released(name) then
-      spawn(spark, { graph = picture_of_spark, x = self.x, y = self.y, z = -10, fxmode = fx_additiveblend })
+      spawn(spark, { graph = picture_of_spark, x = self.x, y = self.y, z = -10, fxmode = glowing })
     end
     self.size = 100 + (self.size - 100) * 3 // 4
     frame()

@@ -5,13 +5,17 @@
 -- pressed again, and the ninth pad is the music.
 --
 -- Keys: 1 to 9 or the mouse press pads, up and down change the volume, space stops all sounds, escape
--- ends. Argument: "demo" presses them by itself.
+-- ends. Arguments: the depth, 8, 16 or 32; "demo" presses them by itself; "help" lists them.
 
-local demo = arg[1] == "demo"
-mode_set(640, 480, 32, mode_window)
+local options = require "options" {
+  { "depth", 32, "bits a pixel", { 8, 16, 32 } },
+  { "demo", false, "presses pads by itself" },
+}
+local colour = require "colour"
+mode_set(640, 480, options.depth, mode_window)
 set_fps(60, 0)
 
-local white, grey = rgb(235, 240, 255), rgb(120, 128, 150)
+local white, grey = colour(235, 240, 255), colour(120, 128, 150)
 local size, gap = 116, 20
 local left, top = 320 - size - gap, 226 - size - gap -- the middle of the first pad
 local pads = {
@@ -48,12 +52,14 @@ local function press(pad)
 end
 
 local function box(self, pad)
-  local graph = map_new(size, size, rgb(table.unpack(pad.colour)))
+  local graph = map_new(size, size, colour(table.unpack(pad.colour)))
   map_put_rect(0, graph, 0, 0, size - 1, size - 1, white, 0)
   self.graph = graph
   while true do
     pad.glow = math.max((pad.glow or 0) - 1, 0)
-    self.alpha = is_lit(pad) and 255 or 110
+    local lit = is_lit(pad)
+    self.alpha = lit and 255 or 110
+    if options.depth == 8 then self.flags = lit and flg_normal or flg_ghost end -- which have no alpha
     self.size = 100 + pad.glow
     frame()
   end
@@ -81,7 +87,7 @@ local volume
 local function set_volume(value)
   volume = math.max(0, math.min(100, value))
   master_volume(volume)
-  ground_put_rect(220, 440, 420, 452, rgb(40, 44, 58), 1)
+  ground_put_rect(220, 440, 420, 452, colour(40, 44, 58), 1)
   ground_put_rect(220, 440, 220 + 2 * volume, 452, grey, 1)
 end
 
@@ -102,7 +108,7 @@ while not key "escape" do
   if pressed "space" then sound_stop() end
   if key "up" then set_volume(volume + 1) end
   if key "down" then set_volume(volume - 1) end
-  if demo and time % 10 == 0 then press(pads[time // 10 % #pads + 1]) end
+  if options.demo and time % 10 == 0 then press(pads[time // 10 % #pads + 1]) end
   time = time + 1
   frame()
 end

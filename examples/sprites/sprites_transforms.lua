@@ -5,6 +5,9 @@
 -- rotating bird on the right is a process.
 --
 -- Keys: 8, 1 and 3 switch to 8, 16 and 32 bits a pixel, escape ends.
+-- Argument: the depth, 8, 16 or 32; "help" lists it.
+
+local options = require "options" { { "depth", 32, "bits a pixel", { 8, 16, 32 } } }
 
 local depths = { ["8"] = 8, ["1"] = 16, ["3"] = 32 }
 local bird
@@ -90,7 +93,7 @@ local function set_screen(depth)
   draw_sheet()
 end
 
-set_screen(tonumber(arg[1]) or 32)
+set_screen(options.depth)
 set_fps(60, 0)
 spawn(acrobat, { x = 550, y = 60 })
 

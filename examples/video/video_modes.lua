@@ -6,10 +6,14 @@
 -- The line at the top names the mode and what the display made of it.
 --
 -- Keys: right and left go on and back, space stops and starts the tour, escape ends.
--- Arguments: frames that a step lasts (60), and "window" to leave full screens out.
+-- All depths are shown. Arguments: frames that a step lasts; "window" leaves full screens out; "help"
+-- lists them.
 
-local frames_a_step = tonumber(arg[1]) or 60
-local windows_only = arg[2] == "window"
+local options = require "options" {
+  { "frames", 60, "how many a step lasts" },
+  { "window", false, "leaves full screens out" },
+}
+local frames_a_step, windows_only = options.frames, options.window
 
 local depths = { 8, 16, 32 }
 local graphs = {}

@@ -6,9 +6,10 @@
 -- and back. The strip at the bottom shows the palette.
 --
 -- Keys: 1, 2 and 3 go to a picture, space stops and starts the rolling, f flashes, escape ends.
--- Argument: frames that a picture lasts (300).
+-- The depth is 8, the only one with a palette. Argument: frames that a picture lasts; "help" lists it.
 
-local frames_a_scene = tonumber(arg[1]) or 300
+local options = require "options" { { "frames", 300, "how many a picture lasts" } }
+local frames_a_scene = options.frames
 local ink, shade = 254, 240 -- entries that no picture uses and nothing rolls
 
 mode_set(640, 480, 8, mode_window)
