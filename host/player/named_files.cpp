@@ -105,7 +105,10 @@ private:
   void add(std::string_view text, bool plain) {
     const std::size_t next = rest_.find_first_not_of(" \t\r\n)");
     const bool joins = next != rest_.npos && rest_.substr(next).starts_with("..");
-    if (plain && !joined_ && !joins) found_.push_back({start_, std::string(text), requires_});
+    const NamedFile::Kind kind = joins       ? NamedFile::beginning
+                                 : requires_ ? NamedFile::module
+                                             : NamedFile::whole;
+    if (plain && !joined_) found_.push_back({start_, std::string(text), kind});
     joined_ = requires_ = false;
   }
 

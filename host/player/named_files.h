@@ -11,13 +11,18 @@
 namespace orbplay {
 
 struct NamedFile {
+  enum Kind {
+    whole,
+    beginning, // something is joined to it
+    module     // for `require`: dots part folders, and no .lua is at the end
+  };
   int line; // in the script; counts from 1
   std::string name;
-  bool module; // the name is that of `require`: dots part folders, and no .lua is at the end
+  Kind kind;
 };
 
-// The strings of a Lua text, as they come. Those that are joined to others, or have escapes for
-// other characters than quotes and backslashes, are left out.
+// The strings of a Lua text, as they come. Those that are joined to what is before them, or have
+// escapes for other characters than quotes and backslashes, are left out.
 std::vector<NamedFile> strings_of(std::string_view lua);
 
 // Whether a name is that of a file that games come with, by the ending.

@@ -90,30 +90,31 @@ std::string text_of(const fs::path &file) {
 
 // What follows from a name in a script: nothing, a file that is packed after all, or a warning.
 std::string check_name(Folder &folder, const NamedFile &named) {
+  const bool module = named.kind == NamedFile::module;
   std::string text = named.name;
-  if (named.module) {
+  if (module) {
     std::ranges::replace(text, '.', '/');
     text += ".lua";
   }
   const fs::path path = (folder.path / text).lexically_normal();
   const std::string name = path.lexically_relative(folder.path).generic_string();
-  const bool outside = fs::path(text).is_absolute() || name.starts_with("../");
+  const bool upwards = (name + "/").starts_with("../");
+  const bool outside = upwards || fs::path(text).is_absolute();
   if (!outside && folder.files.contains(name)) return {};
   if (const auto file = folder.left.find(name);
       file != folder.left.end() && !path.filename().native().starts_with('.')) {
     folder.files.insert(folder.left.extract(file));
     return {};
   }
-  if (!named.module && !is_game_file(text)) return {};
-  if (outside)
-    return named.name +
-           " is outside of the game's folder and isn't packed; copy it into the folder, "
-           "and change the name here";
+  if (named.kind == NamedFile::beginning ? !upwards : !module && !is_game_file(text)) return {};
   std::error_code ignored;
-  if (fs::exists(path, ignored)) return named.name + " is hidden and isn't packed; rename it";
-  if (named.module && fs::exists(folder.path / "../lib" / text, ignored))
+  if (outside)
+    return named.name + " is outside of the game's folder and isn't packed; copy what is needed "
+                        "into the folder, and change the name here";
+  if (module && !fs::exists(path, ignored) && fs::exists(folder.path / "../lib" / text, ignored))
     return "the module " + named.name + " is in ../lib and isn't packed; copy it into the folder";
-  return (named.module ? "the module " : "") + named.name + " isn't in the game's folder";
+  if (fs::exists(path, ignored)) return named.name + " is hidden and isn't packed; rename it";
+  return (module ? "the module " : "") + named.name + " isn't in the game's folder";
 }
 
 void check_scripts(Folder &folder) {

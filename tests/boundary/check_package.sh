@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Makes the portable folder of a build and plays an example from it: by the launcher through a link with
 # an empty environment, and, where the kernel lets users have roots of their own, in a root that holds
-# nothing else. Both must draw what the build draws.
+# nothing else. Both must draw what the build draws. So must a game that it packs, from its archive.
 # usage: check_package.sh BUILD_DIR SYSROOT
 set -u
 root=$(cd -- "$(dirname -- "$0")/../.." && pwd) || exit 1
@@ -26,6 +26,24 @@ ln -s "$folder/bin/orbplay" "$work/link"
 env -i "$work/link" "${play[@]}" "$work/launched.png" "$folder/$script" || die "the launcher doesn't play"
 cmp "$work/build.png" "$work/launched.png" || die "the folder draws another picture"
 env -i "$folder/bin/orbgfx" info "$work/launched.png" >/dev/null || die "orbgfx doesn't run"
+
+# At another time, in another zone, it is packed as the same bytes.
+game="$work/Günter's game"
+mkdir "$game" "$work/friend"
+sed 's#"\.\./assets/#"#' "$folder/$script" >"$game/main.lua"
+cp -R "$folder"/share/orb/examples/assets/* "$game"
+for twice in 1 2; do
+  (cd "$game" && env -i "PATH=$PATH" XZ_OPT=-0 TZ=UTC-$twice \
+    "$folder/bin/orbplay" --pack .) >"$work/log" 2>&1 &&
+    sha256sum "$game.zip" "$game-linux.tar.xz" >"$work/sums$twice" ||
+    { cat "$work/log"; die "the folder doesn't pack a game"; }
+  touch "$game/main.lua"
+done
+cmp "$work/sums1" "$work/sums2" || die "the same game is packed otherwise"
+tar -C "$work/friend" -xf "$game-linux.tar.xz" && mv "$work/friend" "$work/a friend"
+env -i "$work/a friend/Günter's game/Günter's game" "${play[@]}" "$work/packed.png" ||
+  die "the packed game doesn't play"
+cmp "$work/build.png" "$work/packed.png" || die "the packed game draws another picture"
 
 if unshare --map-root-user true 2>/dev/null; then
   (cd / && unshare --map-root-user --root="$folder" /lib/orb/ld-linux.so.2 --library-path /lib/orb \
