@@ -31,7 +31,7 @@ env -i "$folder/bin/orbgfx" info "$work/launched.png" >/dev/null || die "orbgfx 
 game="$work/Günter's game"
 mkdir "$game" "$work/friend"
 sed 's#"\.\./assets/#"#' "$folder/$script" >"$game/main.lua"
-cp -R "$folder"/share/orb/examples/assets/* "$game"
+cp -R "$folder"/share/orb/examples/assets/* "$folder"/share/orb/examples/lib/*.lua "$game"
 for twice in 1 2; do
   (cd "$game" && env -i "PATH=$PATH" XZ_OPT=-0 TZ=UTC-$twice \
     "$folder/bin/orbplay" --pack .) >"$work/log" 2>&1 &&
