@@ -74,7 +74,7 @@ local frames = { [meteor] = new_frame(), [fighter] = new_frame() }
 local chosen = fighter
 
 local x1, y1 = region_box.x + region_box.w - 1, region_box.y + region_box.h - 1
-draw_new(2, plain, opaque * 2 // 5, whole_screen, region_box.x, region_box.y, x1, y1)
+draw_new(2, plain, opaque * 110 // 255, whole_screen, region_box.x, region_box.y, x1, y1)
 
 -- ---- The panel ----------------------------------------------------------------------------------
 

@@ -22,7 +22,7 @@ end
 
 -- dx and dy: pixels a frame.
 local function ball(self)
-  self.dx, self.dy = 3, -5
+  self.dx, self.dy = 2.5, -4.5
   while true do
     self.x, self.y = self.x + self.dx, self.y + self.dy
     self.angle = self.angle - self.dx * 1500

@@ -50,7 +50,7 @@ local function serve(self)
     self.x, self.y = player.x, player.y - 20
     frame()
   end
-  self.dx, self.dy = 3, -5
+  self.dx, self.dy = 2.5, -4.5
 end
 
 -- Sends the ball back to the side of the brick on which it is.
@@ -72,7 +72,7 @@ local function ball(self)
     if self.x > 628 then self.dx = -math.abs(self.dx) end
     if self.y < 12 then self.dy = math.abs(self.dy) end
     if collision(player) ~= 0 then
-      self.dx = (self.x - player.x) // 8
+      self.dx = (self.x - player.x) / 8
       self.dy = -math.abs(self.dy)
     end
     local id = collision(type_of(brick))

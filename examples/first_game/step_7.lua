@@ -48,26 +48,28 @@ end
 -- A brick that was hit: it falls, turns and fades.
 local function rubble(self, spin)
   for age = 1, 40 do
-    self.y, self.angle = self.y + age // 4, self.angle + spin
+    self.y, self.angle = self.y + age / 4, self.angle + spin
     self.alpha = 255 - 6 * age
     frame()
   end
 end
 
--- Flies off in a direction, in hundredths of a pixel.
-local function spark(self, angle, speed)
-  self.fxmode, self.resolution, self.z = fx_additiveblend, 100, -10
+-- Flies off. dx and dy: pixels a frame.
+local function spark(self, dx, dy)
+  self.fxmode, self.z = fx_additiveblend, -10
   for age = 1, 25 do
-    xadvance(angle, speed)
+    self.x, self.y = self.x + dx, self.y + dy
     self.size, self.alpha = 120 - 4 * age, 255 - 10 * age
     frame()
   end
 end
 
+-- A random number from -3 to 3, with fractions.
+local function speed() return 6 * math.random() - 3 end
+
 local function burst(x, y)
   for _ = 1, 12 do
-    spawn(spark, { graph = spark_graph, x = 100 * x, y = 100 * y },
-      math.random(0, 359999), math.random(50, 350))
+    spawn(spark, { graph = spark_graph, x = x, y = y }, speed(), speed())
   end
 end
 
@@ -77,7 +79,7 @@ local function serve(self)
     self.x, self.y = player.x, player.y - 20
     frame()
   end
-  self.dx, self.dy = 3, -5
+  self.dx, self.dy = 2.5, -4.5
 end
 
 -- Sends the ball back to the side of the brick on which it is.
@@ -99,7 +101,7 @@ local function ball(self)
     if self.x > 628 then self.dx = -math.abs(self.dx) end
     if self.y < 12 then self.dy = math.abs(self.dy) end
     if collision(player) ~= 0 then
-      self.dx = (self.x - player.x) // 8
+      self.dx = (self.x - player.x) / 8
       self.dy = -math.abs(self.dy)
     end
     local id = collision(type_of(brick))

@@ -1,4 +1,4 @@
--- Your first game, step 8: levels that get faster, an end, and another game.
+-- Your first game, step 8: levels that get faster, an end, a best score, and another game.
 --
 -- Keys: left and right move the paddle, space begins again after the end, escape ends.
 
@@ -55,26 +55,28 @@ end
 -- A brick that was hit: it falls, turns and fades.
 local function rubble(self, spin)
   for age = 1, 40 do
-    self.y, self.angle = self.y + age // 4, self.angle + spin
+    self.y, self.angle = self.y + age / 4, self.angle + spin
     self.alpha = 255 - 6 * age
     frame()
   end
 end
 
--- Flies off in a direction, in hundredths of a pixel.
-local function spark(self, angle, speed)
-  self.fxmode, self.resolution, self.z = fx_additiveblend, 100, -10
+-- Flies off. dx and dy: pixels a frame.
+local function spark(self, dx, dy)
+  self.fxmode, self.z = fx_additiveblend, -10
   for age = 1, 25 do
-    xadvance(angle, speed)
+    self.x, self.y = self.x + dx, self.y + dy
     self.size, self.alpha = 120 - 4 * age, 255 - 10 * age
     frame()
   end
 end
 
+-- A random number from -3 to 3, with fractions.
+local function speed() return 6 * math.random() - 3 end
+
 local function burst(x, y)
   for _ = 1, 12 do
-    spawn(spark, { graph = spark_graph, x = 100 * x, y = 100 * y },
-      math.random(0, 359999), math.random(50, 350))
+    spawn(spark, { graph = spark_graph, x = x, y = y }, speed(), speed())
   end
 end
 
@@ -84,7 +86,7 @@ local function serve(self)
     self.x, self.y = player.x, player.y - 20
     frame()
   end
-  self.dx, self.dy = 3, -4 - level
+  self.dx, self.dy = 2.5, -4 - level / 2
 end
 
 -- Sends the ball back to the side of the brick on which it is.
@@ -94,6 +96,23 @@ local function bounce_off(self, hit)
   else
     self.dx = self.x < hit.x and -math.abs(self.dx) or math.abs(self.dx)
   end
+end
+
+-- The best score, which is kept when play ends.
+local best_file = save_folder() .. "/best.txt"
+local best = 0
+local file = io.open(best_file)
+if file then
+  best = file:read("n") or 0
+  file:close()
+end
+
+local function keep_best()
+  if score <= best then return end
+  best = score
+  file = io.open(best_file, "w")
+  file:write(best)
+  file:close()
 end
 
 -- dx and dy: pixels a frame.
@@ -106,7 +125,7 @@ local function ball(self)
     if self.x > 628 then self.dx = -math.abs(self.dx) end
     if self.y < 12 then self.dy = math.abs(self.dy) end
     if collision(player) ~= 0 then
-      self.dx = (self.x - player.x) // 8
+      self.dx = (self.x - player.x) / 8
       self.dy = -math.abs(self.dy)
     end
     local id = collision(type_of(brick))
@@ -121,7 +140,10 @@ local function ball(self)
     end
     if self.y > 500 then
       balls = balls - 1
-      if balls == 0 then return end
+      if balls == 0 then
+        keep_best()
+        return
+      end
       serve(self)
     end
     frame()
@@ -145,7 +167,7 @@ while not key("escape") do
   score_label.text = string.format("Score %04d", score)
   balls_label.text = "Balls " .. balls
   level_label.text = "Level " .. level
-  announcement.text = balls == 0 and "Game over: space begins again" or ""
+  announcement.text = balls == 0 and "Game over. Best: " .. best .. "\nSpace begins again" or ""
   frame()
 end
 quit()
