@@ -1,7 +1,7 @@
 -- String of Pearls: dive for pearls on one breath, and bring them to the boat before sunset.
 --
 -- Pearls that you touch follow you on a string, and each makes you slower. A haul of n pearls is worth
--- 10 n n points, so one long string beats many short ones. But a jellyfish that touches the string cuts it;
+-- 10 * n * n points, so one long string beats many short ones. But a jellyfish that touches the string cuts it;
 -- one that touches you takes all of it, and some of your breath. During the day they become more, and
 -- quicker. You breathe at the surface; only the boat takes pearls.
 --
@@ -167,24 +167,27 @@ local function controls(self)
   return x, y, pressed "space" or pressed "mouse_right" or pressed "pad1_a"
 end
 
+local function nearest(self, set)
+  local found, distance = nil, 1e9
+  for each in pairs(set) do
+    local d = each.place and 1e9 or get_dist(self, each) -- not those on the string
+    if d < distance then found, distance = each, d end
+  end
+  return found, distance
+end
+
 -- The demo swims to the nearest pearl and away from jellyfish, and home with six pearls, or when its breath
 -- or the day gets short.
 local function autopilot(self)
-  local goal, nearest = boat, 1e9
   local way_home = get_dist(self, boat) * (1 + 0.12 * #strung)
   if #strung == 6 or breath < way_home + 140 or age + way_home > day - 200 then self.rested = false end
-  if self.rested then
-    for each in pairs(pearls) do
-      local distance = each.place and 1e9 or get_dist(self, each)
-      if distance < nearest then goal, nearest = each, distance end
-    end
-  end
+  local goal = self.rested and nearest(self, pearls) or boat
   local pull = 3 / max(1, get_dist(self, goal))
   local x, y = (goal.x - self.x) * pull, (goal.y - self.y) * pull
-  for each in pairs(jellies) do
-    local distance = get_dist(self, each)
-    local fear = max(0, 60 - distance) / 200
-    x, y = x + (self.x - each.x) * fear, y + (self.y - each.y) * fear
+  local danger, distance = nearest(self, jellies)
+  if distance < 60 then
+    local fear = (60 - distance) / 250
+    x, y = x + (self.x - danger.x) * fear, y + (self.y - danger.y) * fear
   end
   return x, y, false
 end
@@ -222,7 +225,7 @@ local function dive(self)
     local x, y, kick = steer(self)
     local much = max(1, math.sqrt(x * x + y * y))
     local strength = 0.13 / (1 + 0.12 * #strung)
-    if kick and breath > 60 then
+    if kick and breath > 60 and (x ~= 0 or y ~= 0) then
       strength, breath = strength * 20, breath - 30
       play_at(self.x, "kick", 60)
       sea.bubbles(self.x, self.y, 6)
@@ -272,10 +275,10 @@ end
 
 local function save_best()
   local file <close> = io.open(best_file, "w")
-  file:write(best, "\n")
+  if file then file:write(best, "\n") end
 end
 
--- A frame of the main loop: what works all the time, and the lights of the score.
+-- A frame of the main loop: the keys that always work, and what is shown in front of the stage.
 local function step()
   if pressed "escape" then quit() end
   if playing and (pressed "p" or pressed "pad1_start") then

@@ -60,7 +60,9 @@ local counter = write("-- ms", { x = 171, y = 2, z = -1000, align = "right", siz
 
 while not key("escape") do
   local milliseconds = stopwatch(30)
-  if milliseconds then counter.text = string.format(milliseconds < 10 and "%.1f ms" or "%.0f ms", milliseconds) end
+  if milliseconds then
+    counter.text = string.format(milliseconds < 10 and "%.1f ms" or "%.0f ms", milliseconds)
+  end
   frame()
 end
 quit()
