@@ -160,8 +160,8 @@ void make_zip(const Folder &folder, const std::string &name, const std::string &
   for (const auto &[file, path] : folder.files)
     files.emplace(name + "/" + file, path.string());
   pack(files, archive);
-  std::printf("%s: %zu files, %s, for all who have orbplay\n", archive.c_str(), files.size(),
-              size_of(archive).c_str());
+  std::printf("%s: %zu file%s, %s, for all who have orbplay\n", archive.c_str(), files.size(),
+              files.size() == 1 ? "" : "s", size_of(archive).c_str());
 }
 
 // What packs the player, in the portable folder that this one runs from. Empty: there is none.
