@@ -25,6 +25,10 @@ function(orb_find)
   endif()
   if(NOT found)
     if(NOT arg_OPTIONAL)
+      if(EMSCRIPTEN)
+        message(FATAL_ERROR "${arg_HEADER} or its library is missing in ${ORB_WEB_SYSROOT}: "
+          "run ./orb web.")
+      endif()
       message(FATAL_ERROR "${arg_HEADER} or its 32-bit library is missing: "
         "install ${arg_PACKAGE} (i386).")
     endif()
@@ -48,17 +52,25 @@ orb_find(NAME lcms2 HEADER lcms2.h LIBRARIES lcms2 PACKAGE liblcms2-dev)
 # every frame, the C build uses longjmp, the other a C++ exception.
 orb_find(NAME lua HEADER lua.hpp SUFFIXES lua5.4 LIBRARIES lua5.4 lua PACKAGE liblua5.4-dev)
 orb_find(NAME sodium HEADER sodium.h LIBRARIES sodium PACKAGE libsodium-dev)
-orb_find(NAME cli11 HEADER CLI/CLI.hpp PACKAGE libcli11-dev)
+if(NOT EMSCRIPTEN)
+  orb_find(NAME cli11 HEADER CLI/CLI.hpp PACKAGE libcli11-dev)
+endif()
 
 # Text, sound, moving pictures and packed games.
 orb_find(NAME freetype HEADER ft2build.h SUFFIXES freetype2 LIBRARIES freetype PACKAGE libfreetype-dev)
 orb_find(NAME sdl_mixer HEADER SDL_mixer.h SUFFIXES SDL LIBRARIES SDL_mixer
   PACKAGE libsdl-mixer1.2-dev)
 orb_find(NAME vorbisfile HEADER vorbis/vorbisfile.h LIBRARIES vorbisfile PACKAGE libvorbis-dev)
+if(EMSCRIPTEN) # static: nothing else says what they need
+  target_link_libraries(orb::vorbisfile INTERFACE vorbis ogg)
+  target_link_libraries(orb::sdl_mixer INTERFACE mikmod)
+  target_link_directories(orb::vorbisfile INTERFACE "${ORB_WEB_SYSROOT}/lib")
+  return()
+endif()
+
+# The player, and the reference's site.
 orb_find(NAME gif HEADER gif_lib.h LIBRARIES gif PACKAGE libgif-dev)
 orb_find(NAME zip HEADER zip.h LIBRARIES zip PACKAGE libzip-dev)
-
-# The reference's site.
 orb_find(NAME cmark HEADER cmark-gfm.h LIBRARIES cmark-gfm PACKAGE libcmark-gfm-dev)
 orb_find(NAME cmark_tables HEADER cmark-gfm-core-extensions.h LIBRARIES cmark-gfm-extensions
   PACKAGE libcmark-gfm-extensions-dev)

@@ -14,13 +14,19 @@ set(CMAKE_C_FLAGS_RELWITHDEBINFO "-O2 -g")
 set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O2 -g")
 
 add_library(orb_common INTERFACE)
-target_compile_options(orb_common INTERFACE
+if(EMSCRIPTEN)
+  # The intrinsics of SSE2, in terms of WebAssembly's own; and what its C and C++ libraries lack.
+  set(machine -msse2 -isystem "${PROJECT_SOURCE_DIR}/web/compat")
+else()
   # SSE arithmetic gives the same floating-point results in every build; x87 does not.
-  -march=i686 -msse2 -mfpmath=sse -ffp-contract=off
+  set(machine -march=i686 -msse2 -mfpmath=sse)
+  target_link_options(orb_common INTERFACE -Wl,--as-needed)
+endif()
+target_compile_options(orb_common INTERFACE
+  ${machine} -ffp-contract=off
   # Surfaces, process locals and the host's tables are raw memory accessed as several types.
   -fno-strict-aliasing
   -Wall -Wextra -Wpedantic -Wshadow -Wvla -Wundef)
-target_link_options(orb_common INTERFACE -Wl,--as-needed)
 
 # valgrind 3.19 can't read DWARF 5, which clang writes by default.
 if(ORB_DWARF)
@@ -52,7 +58,7 @@ endif()
 
 find_program(ORB_LLD NAMES ld.lld ld.lld-14)
 mark_as_advanced(ORB_LLD)
-if(ORB_LLD AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+if(ORB_LLD AND NOT EMSCRIPTEN AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
   target_link_options(orb_common INTERFACE -fuse-ld=lld)
 endif()
 
@@ -61,7 +67,7 @@ target_link_libraries(orb_module_flags INTERFACE orb_common)
 target_compile_options(orb_module_flags INTERFACE
   -fvisibility=hidden
   # The i386 ABI lets a host call with a stack aligned to 4 bytes; SSE spills need 16.
-  -mstackrealign
+  $<$<NOT:$<BOOL:${EMSCRIPTEN}>>:-mstackrealign>
   -fno-math-errno
   $<$<COMPILE_LANGUAGE:CXX>:-fvisibility-inlines-hidden -fno-exceptions -fno-rtti
                             -fno-threadsafe-statics>)

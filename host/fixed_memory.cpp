@@ -4,6 +4,11 @@
 
 namespace orbhost {
 
+#ifdef __EMSCRIPTEN__
+// The heap does: it begins at the same address in every run, and nothing else takes of it. Its memory
+// is all taken or none; an address alone can't be reserved.
+FixedMemory::FixedMemory(std::uintptr_t, std::size_t) {}
+#else
 FixedMemory::FixedMemory(std::uintptr_t address, std::size_t size) {
   // Pages that are never written take no memory.
   void *const memory = mmap(reinterpret_cast<void *>(address), size, PROT_READ | PROT_WRITE,
@@ -12,6 +17,7 @@ FixedMemory::FixedMemory(std::uintptr_t address, std::size_t size) {
   start_ = static_cast<std::byte *>(memory);
   size_ = size;
 }
+#endif
 
 FixedMemory::~FixedMemory() {
   if (start_) munmap(start_, size_);

@@ -87,6 +87,16 @@ Picture take_display_picture() {
   return picture;
 }
 
+std::uint64_t picture_sum(const Picture &picture) {
+  std::uint64_t hash = 0xCBF29CE484222325;
+  const auto add = [&hash](std::uint32_t value) { hash = (hash ^ value) * 0x100000001B3; };
+  add(static_cast<std::uint32_t>(picture.width));
+  add(static_cast<std::uint32_t>(picture.height));
+  for (const std::uint8_t component : picture.rgb)
+    add(component);
+  return hash;
+}
+
 void save_png(const Picture &picture, const std::string &path) {
   png_image image{};
   image.version = PNG_IMAGE_VERSION;

@@ -24,6 +24,9 @@ Picture take_picture(const Host &host);
 // of an 8-bit palette, at the display's size, borders included. Throws HostError without a display.
 Picture take_display_picture();
 
+// FNV-1a (Fowler, Noll, Vo) over the picture and its size.
+std::uint64_t picture_sum(const Picture &picture);
+
 // Writes a PNG. Throws HostError with the reason.
 void save_png(const Picture &picture, const std::string &path);
 

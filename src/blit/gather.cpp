@@ -140,9 +140,7 @@ void draw_turned(span_kernel *kernel, line_sampler *sample, const turned_row *ro
   }
 }
 
-const samplers &samplers_of(instruction_set isa) {
-  return isa == instruction_set::avx2 ? sampling_avx2 : sampling_sse2;
-}
+constexpr by_instruction_set<samplers> samplers_of = one_for_each(sampling_sse2, sampling_avx2);
 
 /// Calls the row function for the source's pixel size.
 template <typename F> void by_depth(F f) {
@@ -172,7 +170,7 @@ void span_draw(span_kernel *kernel) {
 }
 
 void span_scale(span_kernel *kernel, instruction_set isa, bool copies) {
-  const samplers &with = samplers_of(isa);
+  const samplers &with = samplers_of[isa];
   const int32_t word = blit.src->depth >> 4;
   if (blit.shared) {
     // A line that doesn't leave its row.
@@ -191,7 +189,7 @@ void span_scale(span_kernel *kernel, instruction_set isa, bool copies) {
 }
 
 void span_rotscale(span_kernel *kernel, instruction_set isa) {
-  line_sampler *const sample = samplers_of(isa).turned[blit.src->depth >> 4];
+  line_sampler *const sample = samplers_of[isa].turned[blit.src->depth >> 4];
   if (blit.turned_rows) return draw_turned(kernel, sample, blit.turned_rows, blit.blt_rows);
   turned_row row = {
       blit.dst_x,

@@ -81,5 +81,5 @@ constexpr directory whole_directory = make_directory();
 std::span<const span_directory_entry> span_directory() { return whole_directory.entries; }
 
 span_routine *routine_of(const span_directory_entry &entry, instruction_set isa) {
-  return spans_in(entry.op).routines->at[int(isa)][number_of(entry.id)];
+  return spans_in(entry.op).routines->of[int(isa)].at[number_of(entry.id)];
 }

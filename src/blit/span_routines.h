@@ -8,17 +8,17 @@
 
 namespace {
 
-inline constexpr const kernel_table *kernel_tables[instruction_set_count][4] = {
-    {&kernels8_sse2, &kernels16_sse2, &kernels32_sse2, &kernelschn_sse2},
-    {&kernels8_avx2, &kernels16_avx2, &kernels32_avx2, &kernelschn_avx2},
-};
+/// By the kind of pixels.
+inline constexpr by_instruction_set<kernel_table> kernel_tables[] = {
+    one_for_each(kernels8_sse2, kernels8_avx2), one_for_each(kernels16_sse2, kernels16_avx2),
+    one_for_each(kernels32_sse2, kernels32_avx2), one_for_each(kernelschn_sse2, kernelschn_avx2)};
 
 /// The routine for a number of routine.h: finds its kernel and gathers pixels for it.
 template <instruction_set isa, span_op op, int number> void span() {
   constexpr span_routine_id id = routine_at(number);
   constexpr instruction_set kernel_isa = gains_by_width(id) ? isa : instruction_set::sse2;
   span_kernel *const kernel =
-      kernel_tables[int(kernel_isa)][int(id.pixels)]->at[number % kernels_per_pixel_kind];
+      kernel_tables[int(id.pixels)][kernel_isa].at[number % kernels_per_pixel_kind];
   if constexpr (op == span_op::draw)
     span_draw(kernel);
   else if constexpr (op == span_op::scale)
@@ -36,14 +36,15 @@ template <instruction_set isa, span_op op, int number> constexpr span_routine *s
     return nullptr;
 }
 
-template <span_op op, int... number>
-constexpr numbered_routines numbered(std::integer_sequence<int, number...>) {
-  return {{{span_or_null<instruction_set::sse2, op, number>()...},
-           {span_or_null<instruction_set::avx2, op, number>()...}}};
+template <instruction_set isa, span_op op, int... number>
+constexpr routines_of_set numbered(std::integer_sequence<int, number...>) {
+  return {{span_or_null<isa, op, number>()...}};
 }
-template <span_op op>
-inline constexpr numbered_routines
-    routines = numbered<op>(std::make_integer_sequence<int, routine_numbers>());
+template <span_op op, int... isa>
+constexpr numbered_routines numbered(std::integer_sequence<int, isa...>) {
+  return {{numbered<instruction_set(isa), op>(std::make_integer_sequence<int, routine_numbers>())...}};
+}
+template <span_op op> inline constexpr numbered_routines routines = numbered<op>(instruction_sets);
 
 template <int size> struct filled_table {
   span_routine *entries[size] = {};
@@ -53,7 +54,7 @@ constexpr filled_table<table_size(op, table)> fill(instruction_set isa) {
   filled_table<table_size(op, table)> result;
   for (int i = 0; i < table_size(op, table); ++i) {
     const span_routine_id id = entry_of(op, table, i);
-    if (id.exists) result.entries[i] = routines<op>.at[int(isa)][number_of(id)];
+    if (id.exists) result.entries[i] = routines<op>.of[int(isa)].at[number_of(id)];
   }
   return result;
 }
@@ -67,14 +68,18 @@ static_assert(table_size(span_op::tile, span_table::t32) == 84);
 static_assert(table_size(span_op::tile, span_table::alphachn32) == 42);
 
 /// All tables and routines of an operation.
-template <span_op op, int... table>
-constexpr operation_spans spans_of(std::integer_sequence<int, table...>) {
+template <instruction_set isa, span_op op, int... table>
+constexpr tables_of_set tables_of(std::integer_sequence<int, table...>) {
+  return {{filled<op, span_table(table), isa>.entries...}};
+}
+template <span_op op, int... isa>
+constexpr operation_spans spans_of(std::integer_sequence<int, isa...>) {
   return {&routines<op>,
-          {{filled<op, span_table(table), instruction_set::sse2>.entries...},
-           {filled<op, span_table(table), instruction_set::avx2>.entries...}}};
+          {tables_of<instruction_set(isa), op>(
+              std::make_integer_sequence<int, span_table_count>())...}};
 }
 template <span_op op> constexpr operation_spans spans_of() {
-  return spans_of<op>(std::make_integer_sequence<int, span_table_count>());
+  return spans_of<op>(instruction_sets);
 }
 
 } // namespace

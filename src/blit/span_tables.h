@@ -3,14 +3,20 @@
 
 #include "blit/span.h"
 
-/// Routines by number (routine.h) and instruction set; null where there is no routine.
+/// Routines by number (routine.h); null where there is no routine.
+struct routines_of_set {
+  span_routine *at[routine_numbers];
+};
 struct numbered_routines {
-  span_routine *at[instruction_set_count][routine_numbers];
+  routines_of_set of[instruction_set_count];
 };
 
+struct tables_of_set {
+  span_routine *const *at[span_table_count];
+};
 struct operation_spans {
   const numbered_routines *routines;
-  span_routine *const *tables[instruction_set_count][span_table_count];
+  tables_of_set of[instruction_set_count];
 };
 
 extern const operation_spans draw_spans, scale_spans, rotscale_spans, tile_spans;

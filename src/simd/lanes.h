@@ -85,9 +85,15 @@ template <typename Vector> inline bool has_all(Vector v, Vector mask) {
 #endif
 }
 
-/// x * y / 255 in 16-bit lanes, for factors 0..255. The compiler divides by multiplying with the
-/// reciprocal and taking the upper half, which is exact for all 16-bit values.
-inline words div255(words x) { return x / 255; }
+/// The upper half of the product.
+inline words high_product(words x, words y) {
+  return words(ORB_LANES(mulhi_epu16)(register_type(x), register_type(y)));
+}
+
+/// x / 255, exact for all 16-bit values. Compilers for x86 divide so themselves; the one for
+/// WebAssembly would divide lane by lane.
+inline words div255(words x) { return high_product(x, words{} + 0x8081) >> 7; }
+/// x * y / 255 in 16-bit lanes, for factors 0..255.
 inline words mul255(words x, words y) { return div255(x * y); }
 
 /// Saturating sums and differences of bytes.
@@ -116,7 +122,9 @@ struct channels {
 /// A vector about which the compiler knows nothing. It replaces the unpacking of vectors that it
 /// knows, or knows to be equal, by shuffles that need a constant each.
 template <typename Vector> inline Vector hidden(Vector v) {
+#ifndef __wasm__ // all its shuffles have constants
   __asm__("" : "+x"(v));
+#endif
   return v;
 }
 
@@ -138,11 +146,6 @@ inline channels operator+(channels x, channels y) { return {x.low + y.low, x.hig
 // Parts of channels: c * w / 255 for a channel c and a weight w, truncated, each as the upper end
 // of one product. How c and w are widened takes the place of the division. Two pixels are mixed by
 // a weight and its rest, 255 - w.
-
-/// The upper half of the product.
-inline words high_product(words x, words y) {
-  return words(ORB_LANES(mulhi_epu16)(register_type(x), register_type(y)));
-}
 
 /// A weight for every channel, as 257 * w: its byte twice.
 struct weights {

@@ -26,17 +26,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// FNV-1a (Fowler, Noll, Vo) over the picture and its size.
-uint64_t sum_of(const orbhost::Picture &picture) {
-  uint64_t hash = 0xCBF29CE484222325;
-  const auto add = [&hash](uint32_t value) { hash = (hash ^ value) * 0x100000001B3; };
-  add(uint32_t(picture.width));
-  add(uint32_t(picture.height));
-  for (const uint8_t component : picture.rgb)
-    add(component);
-  return hash;
-}
-
 void play_scene(const std::string &row) {
   std::istringstream words(row);
   std::string name, script, word;
@@ -63,7 +52,7 @@ void play_scene(const std::string &row) {
   for (int frame = 1; frame <= frames; ++frame) {
     played.frame();
     picture = display ? orbhost::take_display_picture() : orbhost::take_picture(host);
-    seen.push_back(sum_of(picture));
+    seen.push_back(orbhost::picture_sum(picture));
     if (wrong || (seen.size() <= expected.size() && seen.back() == expected[seen.size() - 1])) continue;
     wrong = seen.size();
     first_wrong = picture;

@@ -240,7 +240,9 @@ need_setup() {
 # configures again if the options have changed; CMake handles all else.
 need_configured() {
   local preset=$1 dir=$root/build/$1 options=() source=$1 id=native wanted
-  if is_native; then
+  if [ "$preset" = web ]; then
+    id=$(cat "$web_sysroot/.id")
+  elif is_native; then
     source=native
     case $preset in
       asan) options+=(-DORB_SANITIZE=address,undefined) ;;

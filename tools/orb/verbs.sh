@@ -30,7 +30,8 @@ usage: ./orb VERB [ARGUMENTS]
   deb                     make Debian packages in build/dist
   release [--try]         make all that is released, with checksums, in build/dist;
                           --try: try it on fresh systems
-  clean [--all]           remove what was built; --all: the sysroot too
+  web                     make the player for pages in build/web
+  clean [--all]           remove what was built; --all: the sysroots too
   help                    show this list
 
 Each verb first installs what is missing and builds what has changed.
@@ -334,7 +335,7 @@ verb_build() {
 verb_clean() {
   case ${1-} in
     '') rm -rf "$root/build" ;;
-    --all) rm -rf "$root/build" "$root/.sysroot" "$root/.sysroot.new" ;;
+    --all) rm -rf "$root/build" "$root"/.sysroot{,.new,-web,-web.new,-web.new.work} ;;
     *) say "usage: ./orb clean [--all]"; exit 2 ;;
   esac
 }
