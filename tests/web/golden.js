@@ -7,6 +7,10 @@ const path = require('path');
 const root = path.join(__dirname, '../..');
 const folder = path.resolve(process.argv[2]);
 const part = process.argv[3] || '';
+if (!fs.existsSync(path.join(folder, 'orb.wasm'))) {
+  console.log('no player for pages: ./orb web makes it');
+  process.exit(77);
+}
 const createOrb = require(path.join(folder, 'orb.js'));
 
 function copyFolder(FS, from, to) {
