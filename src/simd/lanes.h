@@ -90,9 +90,15 @@ inline words high_product(words x, words y) {
   return words(ORB_LANES(mulhi_epu16)(register_type(x), register_type(y)));
 }
 
-/// x / 255, exact for all 16-bit values. Compilers for x86 divide so themselves; the one for
-/// WebAssembly would divide lane by lane.
-inline words div255(words x) { return high_product(x, words{} + 0x8081) >> 7; }
+/// x / 255, exact for all 16-bit values. Compilers for x86 make the product themselves, and move what
+/// stands around it; the one for WebAssembly would divide lane by lane.
+inline words div255(words x) {
+#ifdef __wasm__
+  return high_product(x, words{} + 0x8081) >> 7;
+#else
+  return x / 255;
+#endif
+}
 /// x * y / 255 in 16-bit lanes, for factors 0..255.
 inline words mul255(words x, words y) { return div255(x * y); }
 
