@@ -57,6 +57,7 @@ if(NOT EMSCRIPTEN)
 endif()
 
 # Text, sound, moving pictures and packed games.
+orb_find(NAME zip HEADER zip.h LIBRARIES zip PACKAGE libzip-dev)
 orb_find(NAME freetype HEADER ft2build.h SUFFIXES freetype2 LIBRARIES freetype PACKAGE libfreetype-dev)
 orb_find(NAME sdl_mixer HEADER SDL_mixer.h SUFFIXES SDL LIBRARIES SDL_mixer
   PACKAGE libsdl-mixer1.2-dev)
@@ -70,7 +71,6 @@ endif()
 
 # The player, and the reference's site.
 orb_find(NAME gif HEADER gif_lib.h LIBRARIES gif PACKAGE libgif-dev)
-orb_find(NAME zip HEADER zip.h LIBRARIES zip PACKAGE libzip-dev)
 orb_find(NAME cmark HEADER cmark-gfm.h LIBRARIES cmark-gfm PACKAGE libcmark-gfm-dev)
 orb_find(NAME cmark_tables HEADER cmark-gfm-core-extensions.h LIBRARIES cmark-gfm-extensions
   PACKAGE libcmark-gfm-extensions-dev)

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
-#include <thread>
 
 namespace orbhost {
 namespace {
@@ -72,7 +71,7 @@ bool Clock::wait() {
   const auto frame = std::chrono::nanoseconds(1'000'000'000 / fps_);
   due_ += frame;
   if (now < due_) {
-    std::this_thread::sleep_until(due_);
+    sleep_until(due_);
     skipped_ = 0;
     return false;
   }

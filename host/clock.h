@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <thread>
 
 namespace orbhost {
 
@@ -38,6 +39,11 @@ public:
   void next_frame();
   // The frame under way, or the first.
   [[nodiscard]] const Frame &frame() const { return frame_; }
+  // Waits until a time. A program that paces frames itself has it return at once, and reads due().
+  std::function<void(std::chrono::steady_clock::time_point)> sleep_until =
+      [](std::chrono::steady_clock::time_point time) { std::this_thread::sleep_until(time); };
+  // When the frame under way is to begin.
+  [[nodiscard]] std::chrono::steady_clock::time_point due() const { return due_; }
   // Called with each new frame, and with what it would be on a virtual clock. It may change the
   // first.
   std::function<void(Frame &frame, const Frame &nominal)> on_frame;

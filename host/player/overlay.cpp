@@ -23,7 +23,7 @@ template <typename... Values> std::string format(const char *pattern, Values... 
   return text;
 }
 
-// A rectangle of the script's screen in the window: its first pixel, and the one after its last.
+// A rectangle of the script's screen in the picture: its first pixel, and the one after its last.
 struct Placed {
   Point first, end;
 };
@@ -59,14 +59,14 @@ int paint_rows(Canvas &canvas, int x, int y, const std::vector<Row> &rows) {
   return y;
 }
 
-Placed place(const orbhost::Host &host, const Window &window, int x0, int y0, int x1, int y1) {
+Placed place(const orbhost::Host &host, const View &view, int x0, int y0, int x1, int y1) {
   const orbhost::Host::Place at = host.picture_place();
   const __ORBSurface2D__ *const screen = host.screen();
   const int width = static_cast<int>(screen->width), height = static_cast<int>(screen->height);
-  const auto to_window = [&](int x, int y) {
-    return window.to_window({at.left + x * at.width / width, at.top + y * at.height / height});
+  const auto to_picture = [&](int x, int y) {
+    return view.from_display({at.left + x * at.width / width, at.top + y * at.height / height});
   };
-  return {to_window(x0, y0), to_window(x1 + 1, y1 + 1)};
+  return {to_picture(x0, y0), to_picture(x1 + 1, y1 + 1)};
 }
 
 } // namespace
@@ -110,7 +110,7 @@ void Overlay::note_requests() {
   self.reset_list_();
 }
 
-void Overlay::paint(const Window &window, SDL_Surface &surface) {
+void Overlay::paint(const View &view, SDL_Surface &surface) {
   const bool fresh = measuring_; // not the same frame once more
   if (fresh) {
     const auto now = Clock::now();
@@ -128,8 +128,8 @@ void Overlay::paint(const Window &window, SDL_Surface &surface) {
   Canvas canvas(surface);
   if (boxes) {
     if (fresh) find_changes();
-    paint_changes(window, canvas);
-    paint_boxes(window, canvas);
+    paint_changes(view, canvas);
+    paint_boxes(view, canvas);
   }
   if (figures) paint_figures(canvas);
 }
@@ -189,18 +189,18 @@ void Overlay::find_changes() {
   previous_.assign(pixels, pixels + size);
 }
 
-void Overlay::paint_changes(const Window &window, Canvas &canvas) const {
+void Overlay::paint_changes(const View &view, Canvas &canvas) const {
   for (const SDL_Rect &part : changes_) {
-    const Point first = window.to_window({part.x, part.y});
-    canvas.fill(first.x, first.y, part.w * window.scale(), part.h * window.scale(), change_ink, 48);
+    const Point first = view.from_display({part.x, part.y});
+    canvas.fill(first.x, first.y, part.w * view.scale, part.h * view.scale, change_ink, 48);
   }
 }
 
-void Overlay::paint_boxes(const Window &window, Canvas &canvas) const {
-  const Point pointer = window.to_window(pointer_);
+void Overlay::paint_boxes(const View &view, Canvas &canvas) const {
+  const Point pointer = view.from_display(pointer_);
   const orb_process *pointed = nullptr;
   for (const Drawn &box : drawn_) {
-    const Placed at = place(*host_, window, box.x0, box.y0, box.x1, box.y1);
+    const Placed at = place(*host_, view, box.x0, box.y0, box.x1, box.y1);
     // A process may have ended since.
     const bool alive = box.owner && host_->processes().exists(orbhost::ProcessList::id(box.owner));
     canvas.outline(at.first.x, at.first.y, at.end.x - at.first.x, at.end.y - at.first.y,

@@ -4,7 +4,9 @@
 #pragma once
 
 #include "host/host.h"
-#include "host/player/window.h"
+#include "host/player/view.h"
+
+#include <SDL.h>
 
 #include <array>
 #include <chrono>
@@ -30,7 +32,8 @@ public:
   }
   // The pointer, on the module's display.
   void point(Point at) { pointer_ = at; }
-  void paint(const Window &window, SDL_Surface &surface);
+  // `surface` has 32 bits a pixel.
+  void paint(const View &view, SDL_Surface &surface);
 
 private:
   using Clock = std::chrono::steady_clock;
@@ -44,8 +47,8 @@ private:
   static void note_requests();
   void paint_figures(Canvas &canvas) const;
   void find_changes();
-  void paint_changes(const Window &window, Canvas &canvas) const;
-  void paint_boxes(const Window &window, Canvas &canvas) const;
+  void paint_changes(const View &view, Canvas &canvas) const;
+  void paint_boxes(const View &view, Canvas &canvas) const;
   void paint_locals(Canvas &canvas, const orb_process &process, Point at) const;
 
   orbhost::Host *host_ = nullptr;

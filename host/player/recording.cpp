@@ -1,9 +1,9 @@
 #include "host/player/recording.h"
 
+#include "host/player/input_words.h"
 #include "host/sum.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <charconv>
 #include <cstring>
@@ -20,12 +20,10 @@ namespace orbplay {
 namespace {
 
 namespace fs = std::filesystem;
-using orbhost::Input;
 using orbhost::InputEvent;
 using Kind = InputEvent::Kind;
 
 constexpr std::string_view first_line = "orbplay recording 1";
-constexpr std::array axis_names{"x", "y", "x2", "y2"};
 
 std::string read_file(const std::string &name) {
   std::ifstream in(name, std::ios::binary);
@@ -48,41 +46,24 @@ std::optional<std::uint64_t> sum_of(const std::string &file) {
   return sum.value();
 }
 
-// ---- Words of a frame --------------------------------------------------------------------------
-
-// Empty for what no script can ask for.
-std::string word_of(const InputEvent &event) {
-  const auto pair = [&] { return std::to_string(event.x) + ',' + std::to_string(event.y); };
-  const std::string pad = "pad" + std::to_string(event.pad) + '_';
-  switch (event.kind) {
-  case Kind::key:
-  case Kind::button:
-  case Kind::pad_button: {
-    const std::optional<std::string> name = Input::name(event);
-    return name ? (event.down ? '+' : '-') + *name : std::string();
-  }
-  case Kind::motion: return "mouse=" + pair();
-  case Kind::wheel: return "wheel=" + std::to_string(event.y);
-  case Kind::text:
-    if (event.code > ' ' && event.code < 127 && event.code != '"')
-      return std::string("text=\"") + static_cast<char>(event.code) + '"';
-    return "text=" + std::to_string(event.code);
-  case Kind::pads: return "pads=" + std::to_string(event.code);
-  case Kind::pad_axis: return pad + axis_names[event.code] + '=' + std::to_string(event.x);
-  case Kind::pad_hat: return pad + "hat=" + pair();
-  case Kind::quit: return "quit";
-  }
-  return {};
-}
-
 // Reads a recording line by line.
 class Reader {
 public:
   explicit Reader(const std::string &file) { recording_.file = file; }
 
   Recording read() {
-    const std::string text = read_file(recording_.file);
-    for (std::string_view rest = text; !rest.empty();) {
+    try {
+      read_lines(read_file(recording_.file));
+    } catch (const WordError &error) {
+      throw PlayError(exit_script,
+                      recording_.file + ':' + std::to_string(line_) + ": " + error.what());
+    }
+    return std::move(recording_);
+  }
+
+private:
+  void read_lines(std::string_view rest) {
+    while (!rest.empty()) {
       const std::string_view line = rest.substr(0, rest.find('\n'));
       rest.remove_prefix(std::min(line.size() + 1, rest.size()));
       ++line_;
@@ -97,13 +78,9 @@ public:
       if (recording_.frames.empty()) fail("the recording holds no frames");
       recording_.end = recording_.frames.back().number;
     }
-    return std::move(recording_);
   }
 
-private:
-  [[noreturn]] void fail(const std::string &what) const {
-    throw PlayError(exit_script, recording_.file + ':' + std::to_string(line_) + ": " + what);
-  }
+  [[noreturn]] static void fail(const std::string &what) { throw WordError(what); }
 
   // The next word of the line; a space within quotes doesn't end it.
   std::string_view next_word() {
@@ -116,18 +93,8 @@ private:
     return word;
   }
 
-  std::int64_t number(std::string_view text, std::int64_t least, std::int64_t most) const {
-    std::int64_t value = 0;
-    const char *end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value);
-    if (error != std::errc() || stop != end || value < least || value > most) {
-      fail('"' + std::string(text) + "\" isn't a number from " + std::to_string(least) + " to " +
-           std::to_string(most));
-    }
-    return value;
-  }
-  int small_number(std::string_view text, int least, int most) const {
-    return static_cast<int>(number(text, least, most));
+  static int small_number(std::string_view text, int least, int most) {
+    return static_cast<int>(number_of(text, least, most));
   }
 
   std::uint64_t sum(const std::string &text) const {
@@ -150,9 +117,9 @@ private:
     } else if (key == "sum") {
       recording_.sum = sum(value);
     } else if (key == "seed") {
-      recording_.seed = number(value, 0, UINT32_MAX);
+      recording_.seed = number_of(value, 0, UINT32_MAX);
     } else if (key == "started") {
-      recording_.started = number(value, 0, INT64_MAX / 2);
+      recording_.started = number_of(value, 0, INT64_MAX / 2);
     } else if (key == "fps") {
       recording_.fps = small_number(value, 0, 1000);
     } else if (key == "desktop") {
@@ -162,7 +129,7 @@ private:
       recording_.arguments.push_back(value);
     } else if (key == "end") {
       recording_.end = static_cast<std::uint64_t>(
-          number(value, static_cast<std::int64_t>(last_frame()), UINT32_MAX));
+          number_of(value, static_cast<std::int64_t>(last_frame()), UINT32_MAX));
     } else {
       fail("no line of a recording begins with \"" + std::string(key) + '"');
     }
@@ -173,7 +140,7 @@ private:
   }
 
   void read_frame(std::string_view key) {
-    const auto frame = static_cast<std::uint64_t>(number(key, 1, UINT32_MAX));
+    const auto frame = static_cast<std::uint64_t>(number_of(key, 1, UINT32_MAX));
     if (!recording_.frames.empty() && frame <= last_frame())
       fail("frame " + std::to_string(frame) + " comes after frame " + std::to_string(last_frame()));
     if (recording_.end) fail("a frame comes after the end");
@@ -183,89 +150,22 @@ private:
   }
 
   void read_word(Recording::Frame &frame, std::string_view word) {
-    const auto add = [&](const InputEvent &event) { frame.events.push_back(event); };
-    if (word[0] == '+' || word[0] == '-') {
-      const auto control = Input::control(word.substr(1));
-      const auto event = control ? Input::event(*control, word[0] == '+') : std::nullopt;
-      if (!event) fail("no key or button is called \"" + std::string(word.substr(1)) + '"');
-      add(*event);
-      return;
-    }
     const std::size_t sign = std::min(word.find('='), word.size());
     const std::string_view name = word.substr(0, sign);
     const std::string_view value = word.substr(std::min(sign + 1, word.size()));
-    if (word == "quit") {
-      add({.kind = Kind::quit});
-    } else if (word == "late") {
+    if (word == "late")
       frame.late = true;
-    } else if (name == "clock") {
-      frame.milliseconds = number(value, 0, INT64_MAX / 2);
-    } else if (name == "rate") {
-      frame.rate = small_number(value, 0, INT32_MAX);
-    } else if (name == "mouse") {
-      InputEvent event{.kind = Kind::motion};
-      read_pair(event, value, 65535);
-      add(event);
-    } else if (name == "wheel") {
-      add({.kind = Kind::wheel, .y = small_number(value, -1000, 1000)});
-    } else if (name == "text") {
-      read_text(frame, value);
-    } else if (name == "pads") {
-      pads_ = small_number(value, 0, orbhost::most_pads);
-      add({.kind = Kind::pads, .code = pads_});
-    } else if (name.starts_with("pad") && name.size() > 5 && name[4] == '_') {
-      add(pad_event(word, name, value));
-    } else {
-      fail_word(word);
-    }
-  }
-
-  // "pad1_x=50", "pad2_hat=-1,0".
-  InputEvent pad_event(std::string_view word, std::string_view name, std::string_view value) const {
-    InputEvent event{.kind = Kind::pad_hat, .pad = name[3] - '0'};
-    if (event.pad < 1 || event.pad > pads_) {
-      const std::string pad(1, name[3]);
-      fail("there is no pad " + pad + "; \"pads=" + pad + "\" comes first");
-    }
-    name.remove_prefix(5);
-    const auto axis = std::ranges::find(axis_names, name) - axis_names.begin();
-    if (name == "hat") {
-      read_pair(event, value, 1);
-    } else if (axis < std::ssize(axis_names)) {
-      event.kind = Kind::pad_axis;
-      event.code = static_cast<int>(axis);
-      event.x = small_number(value, -100, 100);
-    } else {
-      fail_word(word);
-    }
-    return event;
-  }
-
-  void read_pair(InputEvent &event, std::string_view text, int most) const {
-    const std::size_t comma = text.find(',');
-    if (comma == text.npos) fail('"' + std::string(text) + "\" isn't X,Y");
-    event.x = small_number(text.substr(0, comma), -most, most);
-    event.y = small_number(text.substr(comma + 1), -most, most);
-  }
-
-  [[noreturn]] void fail_word(std::string_view word) const {
-    fail("\"" + std::string(word) + "\" is no input");
-  }
-
-  void read_text(Recording::Frame &frame, std::string_view value) {
-    if (value.size() < 2 || value.front() != '"' || value.back() != '"') {
-      frame.events.push_back({.kind = Kind::text, .code = small_number(value, 1, 0x10FFFF)});
-      return;
-    }
-    for (const char c : value.substr(1, value.size() - 2)) {
-      if (c < ' ' || c > '~') fail("a text in quotes is of ASCII characters");
-      frame.events.push_back({.kind = Kind::text, .code = c});
-    }
+    else if (name == "clock")
+      frame.milliseconds = number_of(value, 0, INT64_MAX / 2);
+    else if (name == "rate")
+      frame.rate = static_cast<std::int32_t>(number_of(value, 0, INT32_MAX));
+    else
+      words_.read(word, frame.events);
   }
 
   Recording recording_;
   int line_ = 0;
-  int pads_ = 0;
+  InputWords words_;
   std::string_view rest_; // of the line
 };
 

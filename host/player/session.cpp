@@ -1,7 +1,5 @@
 #include "host/player/session.h"
 
-#include "host/module_file.h"
-
 #include <ctime>
 
 namespace orbplay {
@@ -17,16 +15,7 @@ std::unique_ptr<orbhost::Host> make_host(const Settings &settings, const std::st
     options.desktop_height = settings.desktop_height;
   }
   auto host = std::make_unique<orbhost::Host>(options);
-  std::string path = settings.module;
-  if (path.empty())
-    path = orbhost::find_module(settings.program.c_str());
-  else if (path.find('/') == std::string::npos)
-    path.insert(0, "./");
-  try {
-    host->load(path);
-  } catch (const std::exception &error) {
-    throw PlayError(exit_video, std::string("the module can't be loaded: ") + error.what());
-  }
+  attach_module(*host, settings);
   return host;
 }
 

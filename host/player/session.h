@@ -58,6 +58,10 @@ private:
   bool stopped_ = false;
 };
 
+// Attaches the settings' module to a host. Throws PlayError. The programs that play have it: one
+// loads a file, another has the module in itself.
+void attach_module(orbhost::Host &host, const Settings &settings);
+
 // A host for the game of that name, with the settings' module attached. Throws PlayError.
 std::unique_ptr<orbhost::Host> make_host(const Settings &settings, const std::string &name);
 

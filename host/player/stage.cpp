@@ -38,7 +38,7 @@ Stage::Next Stage::play() {
     prepare_(session);
     session.host().input().on_sdl_event = [this](SDL_Event &event) { return handle(event); };
     overlay_.attach(session.host());
-    window_.paint = [this](SDL_Surface &surface) { overlay_.paint(window_, surface); };
+    window_.paint = [this](SDL_Surface &surface) { overlay_.paint(window_.view(), surface); };
     for (bool more = true; more;) {
       wait_while_paused(session);
       if (again_ || stopped_) session.stop();

@@ -100,18 +100,18 @@ bool Window::open(int width, int height) {
       shape_ == Shape::full_screen || (shape_ == Shape::script && script_full_screen_);
   if (wants_full_screen && desktop_width_ > 0) {
     if (set_mode(desktop_width_, desktop_height_, SDL_FULLSCREEN)) {
-      scale_ = largest_scale(width, height, desktop_width_, desktop_height_);
+      view_.scale = largest_scale(width, height, desktop_width_, desktop_height_);
       return true;
     }
     std::fprintf(stderr, "orbplay: no full screen: %s\n", SDL_GetError());
     shape_ = Shape::window;
   }
-  scale_ = options_.scale > 0 ? options_.scale
+  view_.scale = options_.scale > 0 ? options_.scale
                               : largest_scale(width, height, desktop_width_ * part_of_desktop / 100,
                                               desktop_height_ * part_of_desktop / 100);
   // SDL and X keep sizes in 16 bits.
-  scale_ = std::min(scale_, largest_scale(width, height, 16383, 16383));
-  return set_mode(width * scale_, height * scale_, 0);
+  view_.scale = std::min(view_.scale, largest_scale(width, height, 16383, 16383));
+  return set_mode(width * view_.scale, height * view_.scale, 0);
 }
 
 // Opens the window for the display if it isn't; false when that fails.
@@ -123,9 +123,9 @@ bool Window::fit() {
     return false;
   }
   stale_ = false;
-  origin_ = {(window_->w - display_->w * scale_) / 2, (window_->h - display_->h * scale_) / 2};
+  view_.origin = {(window_->w - display_->w * view_.scale) / 2, (window_->h - display_->h * view_.scale) / 2};
   SDL_FreeSurface(picture_);
-  picture_ = scale_ == 1 ? nullptr
+  picture_ = view_.scale == 1 ? nullptr
                          : SDL_CreateRGBSurface(SDL_SWSURFACE, display_->w, display_->h, 32,
                                                 0xFF0000, 0xFF00, 0xFF, 0);
   SDL_FillRect(window_, nullptr, 0);
@@ -138,7 +138,7 @@ void Window::show() {
     SDL_BlitSurface(display_, nullptr, picture_, nullptr);
     enlarge();
   } else {
-    SDL_Rect at{static_cast<Sint16>(origin_.x), static_cast<Sint16>(origin_.y), 0, 0};
+    SDL_Rect at{static_cast<Sint16>(view_.origin.x), static_cast<Sint16>(view_.origin.y), 0, 0};
     SDL_BlitSurface(display_, nullptr, window_, &at);
   }
   if (paint) paint(*window_);
@@ -149,15 +149,15 @@ void Window::show() {
 void Window::enlarge() const {
   if (SDL_MUSTLOCK(window_) && SDL_LockSurface(window_) != 0) return;
   const auto *from = static_cast<const std::uint8_t *>(picture_->pixels);
-  auto *to = static_cast<std::uint8_t *>(window_->pixels) + origin_.y * window_->pitch +
-             origin_.x * 4;
-  Widen *const row = widen_by[scale_ < static_cast<int>(std::size(widen_by)) ? scale_ : 0];
-  const std::size_t bytes = std::size_t(picture_->w) * static_cast<unsigned>(scale_) * 4;
+  auto *to = static_cast<std::uint8_t *>(window_->pixels) + view_.origin.y * window_->pitch +
+             view_.origin.x * 4;
+  Widen *const row = widen_by[view_.scale < static_cast<int>(std::size(widen_by)) ? view_.scale : 0];
+  const std::size_t bytes = std::size_t(picture_->w) * static_cast<unsigned>(view_.scale) * 4;
   for (int y = 0; y < picture_->h; ++y, from += picture_->pitch) {
     std::uint8_t *const first = to;
     row(reinterpret_cast<const std::uint32_t *>(from), reinterpret_cast<std::uint32_t *>(first),
-        picture_->w, scale_);
-    for (int i = 1; i < scale_; ++i)
+        picture_->w, view_.scale);
+    for (int i = 1; i < view_.scale; ++i)
       std::memcpy(to += window_->pitch, first, bytes);
     to += window_->pitch;
   }
@@ -208,14 +208,10 @@ bool Window::is_seen() {
   return SDL_VideoDriverName(name, sizeof name) && std::strcmp(name, "dummy") != 0;
 }
 
-Point Window::to_window(Point at) const {
-  return {at.x * scale_ + origin_.x, at.y * scale_ + origin_.y};
-}
-
 Point Window::to_display(Point at) const {
   if (!display_) return {};
-  return {std::clamp((at.x - origin_.x) / scale_, 0, display_->w - 1),
-          std::clamp((at.y - origin_.y) / scale_, 0, display_->h - 1)};
+  return {std::clamp((at.x - view_.origin.x) / view_.scale, 0, display_->w - 1),
+          std::clamp((at.y - view_.origin.y) / view_.scale, 0, display_->h - 1)};
 }
 
 // What the functions below need of the window.
@@ -272,7 +268,7 @@ SDL_Rect **SDL_ListModes(SDL_PixelFormat *format, Uint32 flags) {
 void SDL_WarpMouse(Uint16 x, Uint16 y) {
   static const auto next = library<decltype(SDL_WarpMouse)>("SDL_WarpMouse");
   if (active) {
-    const Point at = active->to_window({x, y});
+    const Point at = active->view().from_display({x, y});
     x = static_cast<Uint16>(at.x);
     y = static_cast<Uint16>(at.y);
   }

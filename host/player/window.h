@@ -6,6 +6,8 @@
 // the same in every window and in none.
 #pragma once
 
+#include "host/player/view.h"
+
 #include <SDL.h>
 
 #include <cstdint>
@@ -13,10 +15,6 @@
 #include <string>
 
 namespace orbplay {
-
-struct Point {
-  int x = 0, y = 0;
-};
 
 class Window {
 public:
@@ -53,10 +51,8 @@ public:
   // Whether there is a display on which people can see it; SDL also has drivers that draw nowhere.
   [[nodiscard]] static bool is_seen();
 
-  // From the module's display to the window, and back.
-  [[nodiscard]] Point to_window(Point at) const;
-  [[nodiscard]] Point to_display(Point at) const;
-  [[nodiscard]] int scale() const { return scale_; }
+  // The module's display in the window.
+  [[nodiscard]] const View &view() const { return view_; }
 
 private:
   friend struct WindowCalls;
@@ -66,6 +62,7 @@ private:
 
   bool open(int width, int height);
   bool set_mode(int width, int height, std::uint32_t flags);
+  [[nodiscard]] Point to_display(Point at) const;
   bool fit();
   void enlarge() const;
 
@@ -78,8 +75,7 @@ private:
   bool script_full_screen_ = false;
   bool stale_ = true; // the window was opened for another display
   std::string failure_;
-  int scale_ = 1;
-  Point origin_; // of the picture in the window
+  View view_;
 };
 
 } // namespace orbplay
