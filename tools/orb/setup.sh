@@ -240,7 +240,7 @@ need_setup() {
 # configures again if the options have changed; CMake handles all else.
 need_configured() {
   local preset=$1 dir=$root/build/$1 options=() source=$1 id=native wanted
-  if [ "$preset" = web ]; then
+  if [ "$preset" = wasm ]; then
     id=$(cat "$web_sysroot/.id")
   elif is_native; then
     source=native

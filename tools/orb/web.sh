@@ -51,8 +51,8 @@ verb_web() {
   lock
   need_packages "${packages[@]}"
   need_web_sysroot
-  need_configured web
-  need_built web
+  need_configured wasm
+  need_built wasm
   unlock
   say "the page: $root/build/web/index.html"
 }
