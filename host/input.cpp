@@ -201,16 +201,29 @@ std::vector<std::string> Input::control_names() {
 }
 
 bool Input::down(Control control) const {
+  asked_.set(control.number);
   const Controls seen = down_ | pressed_;
   return seen[control.number] || seen[control.other];
 }
 
 bool Input::pressed(Control control) const {
+  asked_.set(control.number);
   return pressed_[control.number] || pressed_[control.other];
 }
 
 bool Input::released(Control control) const {
+  asked_.set(control.number);
   return released_[control.number] || released_[control.other];
+}
+
+std::vector<std::string> Input::asked() const {
+  std::vector<std::string> names;
+  for (int number = 0; number < all_controls; ++number) {
+    if (!asked_[number]) continue;
+    const std::optional<InputEvent> told = event({number, number}, true);
+    if (const auto known = told ? name(*told) : std::nullopt) names.push_back(*known);
+  }
+  return names;
 }
 
 void Input::set(int control, bool down) {

@@ -69,6 +69,9 @@ public:
   // Whether it went down, or up, since the last frame.
   [[nodiscard]] bool pressed(Control control) const;
   [[nodiscard]] bool released(Control control) const;
+  // The names of what any of these three was asked about, so that a player without a keyboard can
+  // be given those keys. "shift", "ctrl" and "alt" stand as the left one.
+  [[nodiscard]] std::vector<std::string> asked() const;
 
   // The pointer in pixels of the display (the window's content, not the logical screen).
   struct {
@@ -104,6 +107,7 @@ private:
 
   Controls down_;
   Controls pressed_, released_; // since the last frame
+  mutable Controls asked_;
   std::u32string typed_;
   bool text_wanted_ = false;
   std::array<Pad, most_pads> pad_{};

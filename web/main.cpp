@@ -1,188 +1,311 @@
-// The player for pages: module and host in one WebAssembly program, which plays a frame when it is
-// called. web/player.js calls it, shows its display and tells it what the hands do.
+// The player for pages: module, host and what pages need of the desktop's player in one WebAssembly
+// program. player.js calls it: frame by frame, shows its picture, lets its sound be heard and tells
+// it what the hands do.
 //
-// The clock is virtual, so that a game plays the same here as headless; the page paces the frames.
 // SDL has its dummy video driver: the module's display is a surface in memory, which is all that a
-// page needs. One program plays one game at a time; a fresh instance of it has no past.
-#include "host/host.h"
+// page needs. A program plays one game in its life; each play has a fresh instance.
+#include "host/player/error_screen.h"
+#include "host/player/input_words.h"
+#include "host/player/overlay.h"
+#include "host/player/recording.h"
+#include "host/player/session.h"
 #include "host/screenshot.h"
-#include "host/script.h"
+#include "web/libraries/pull_sound.h"
 
 #include <SDL.h>
 #include <emscripten.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
-#include <exception>
 #include <memory>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <vector>
 
 extern "C" std::int32_t ORB_mod_graphics2D_MainLibraryExports(const orb_registration *);
 
+namespace orbplay {
+
+void attach_module(orbhost::Host &host, const Settings & /*settings*/) {
+  host.attach(ORB_mod_graphics2D_MainLibraryExports);
+}
+
 namespace {
 
-std::unique_ptr<orbhost::Host> host;
-std::unique_ptr<orbhost::Script> script; // goes before the host
+// What the page tells of the hands reaches the game, and a recording, as the next frame begins.
+class Hands : public Observer {
+public:
+  std::vector<orbhost::InputEvent> waiting;
+
+  void before_frame(orbhost::Host &host, std::uint64_t /*frame*/) override {
+    for (const orbhost::InputEvent &event : waiting)
+      if (host.input().listening) host.input().apply(event);
+    waiting.clear();
+  }
+};
+
+Settings settings;
+Game game;
+std::optional<Recording> recording;
+std::optional<Session> session;
+Hands *hands = nullptr; // the session's
+InputWords input_words;
+Overlay overlay;
+std::optional<ErrorScreen> error_screen;
+std::string answer; // of the last function that returns a text
 std::string failure;
-std::string sum;
-std::vector<std::uint32_t> shown; // the display as the canvas takes it
+std::vector<std::uint32_t> shown; // the picture as the page takes it
+std::vector<std::int16_t> samples;
 
 // Runs what may throw. False: it has, and `failure` holds the message.
 template <typename F> bool attempt(F f) {
   try {
     f();
     return true;
+  } catch (const orbhost::ScriptError &error) {
+    failure = error.what();
+    error_screen.emplace(failure, "r plays again");
   } catch (const std::exception &error) {
     failure = error.what();
-    return false;
   }
-}
-
-std::vector<std::string> lines_of(const std::string &text) {
-  std::vector<std::string> lines;
-  for (std::size_t at = 0; at < text.size();) {
-    const std::size_t end = std::min(text.find('\n', at), text.size());
-    lines.push_back(text.substr(at, end - at));
-    at = end + 1;
-  }
-  return lines;
+  return false;
 }
 
 SDL_Surface *display() {
   return SDL_WasInit(SDL_INIT_VIDEO) ? SDL_GetVideoSurface() : nullptr;
 }
 
+constexpr int error_width = 640, error_height = 400; // where there is no display
+
+// Calls row(y, pixels) with the display's rows as 0xRRGGBB.
+template <typename Row> void display_rows(const SDL_Surface &surface, Row row) {
+  std::vector<std::uint32_t> line(static_cast<std::size_t>(surface.w));
+  const auto rows = [&](auto pixel, auto colour) {
+    for (int y = 0; y < surface.h; ++y) {
+      const auto *from = static_cast<const std::uint8_t *>(surface.pixels) + y * surface.pitch;
+      for (std::uint32_t &to : line) {
+        std::memcpy(&pixel, from, sizeof pixel);
+        from += sizeof pixel;
+        to = colour(pixel);
+      }
+      row(y, line);
+    }
+  };
+  switch (surface.format->BitsPerPixel) {
+  case 8: {
+    std::uint32_t colours[256];
+    for (int i = 0; i < 256; ++i) {
+      const SDL_Color c = surface.format->palette->colors[i];
+      colours[i] = std::uint32_t{c.r} << 16 | std::uint32_t{c.g} << 8 | c.b;
+    }
+    rows(std::uint8_t{}, [&](std::uint8_t p) { return colours[p]; });
+    break;
+  }
+  case 16:
+    rows(std::uint16_t{}, [](std::uint32_t p) {
+      const std::uint32_t r = p >> 11, g = p >> 5 & 63, b = p & 31;
+      return (r << 3 | r >> 2) << 16 | (g << 2 | g >> 4) << 8 | (b << 3 | b >> 2);
+    });
+    break;
+  default: rows(std::uint32_t{}, [](std::uint32_t p) { return p & 0xFFFFFF; });
+  }
+}
+
+// Draws on `shown`, of 0xRRGGBB.
+template <typename Paint> void paint_over(int width, int height, Paint paint) {
+  SDL_Surface *const surface = SDL_CreateRGBSurfaceFrom(shown.data(), width, height, 32, 4 * width,
+                                                        0xFF0000, 0xFF00, 0xFF, 0);
+  if (surface) paint(*surface);
+  SDL_FreeSurface(surface);
+}
+
+const char *answer_with(std::string text) {
+  answer = std::move(text);
+  return answer.c_str();
+}
+
+void start(const char *path, const std::string &arguments, const std::string &options) {
+  settings.script = path;
+  std::istringstream lines(arguments);
+  for (std::string line; std::getline(lines, line);)
+    settings.arguments.push_back(line);
+  std::istringstream words(options);
+  for (std::string word; words >> word;) {
+    if (word == "headless") settings.headless = true;
+    if (word == "strict") settings.strict = true;
+    if (word == "record") settings.record = "/recording.txt";
+    if (word == "replay") settings.replay = "/replay.txt";
+  }
+  setenv("SDL_VIDEODRIVER", "dummy", 1);
+  SDL_InitSubSystem(SDL_INIT_VIDEO);
+  game = open_game(settings.script);
+  settings.script = game.script;
+  if (!settings.replay.empty()) {
+    recording = Recording::read(settings.replay);
+    recording->adopt(settings);
+  }
+  if (!settings.record.empty()) Recorder::prepare(settings);
+  session.emplace(settings, game);
+  orbhost::Host &host = session->host();
+  host.clock().sleep_until = [](auto) {}; // the page paces the frames
+  if (recording) session->observe(std::make_unique<Replayer>(host, *recording));
+  if (!settings.record.empty()) session->observe(std::make_unique<Recorder>(host, settings));
+  auto listening = std::make_unique<Hands>();
+  hands = listening.get();
+  session->observe(std::move(listening));
+  overlay.attach(host);
+}
+
 } // namespace
+} // namespace orbplay
+
+using namespace orbplay;
 
 extern "C" {
 
-// Plays a script of the file system from its beginning, with its arguments, one a line. `strict`:
-// errors that the module reports end play. 0: it can't be loaded; see orb_error().
-EMSCRIPTEN_KEEPALIVE int orb_start(const char *path, const char *arguments, int strict) {
-  return attempt([&] {
-    script.reset();
-    host.reset();
-    host = std::make_unique<orbhost::Host>();
-    host->attach(ORB_mod_graphics2D_MainLibraryExports);
-    host->init();
-    orbhost::ScriptOptions options;
-    options.strict = strict != 0;
-    options.arguments = lines_of(arguments);
-    script = std::make_unique<orbhost::Script>(*host, options);
-    script->load_file(path);
-  });
+// Begins to play a script, or a game's folder or zip file, of the file system, with its arguments,
+// one a line. `options` are words: "headless": a virtual clock and no sound, so that all plays are
+// the same; "strict": errors that the module reports end play; "record": into /recording.txt;
+// "replay": from /replay.txt. 0: it can't be played; see orb_error().
+EMSCRIPTEN_KEEPALIVE int orb_start(const char *path, const char *arguments, const char *options) {
+  return attempt([&] { start(path, arguments, options); });
 }
 
 // One frame: 1 play goes on, 0 it is over, -1 it has failed; see orb_error().
 EMSCRIPTEN_KEEPALIVE int orb_frame() {
   bool more = false;
-  return attempt([&] { more = script->frame(); }) ? more : -1;
+  overlay.frame_begins();
+  return attempt([&] { more = session->frame(); }) ? more : -1;
 }
 
 // Why the last call failed: "/game/main.lua:12: " and more, with a traceback.
 EMSCRIPTEN_KEEPALIVE const char *orb_error() { return failure.c_str(); }
 
-// Frames a second that the script has asked for; 0: as many as there can be.
-EMSCRIPTEN_KEEPALIVE int orb_rate() { return host->clock().fps(); }
+// Milliseconds until the next frame is due; less than 0 if it is late, 0 if there is no rate.
+EMSCRIPTEN_KEEPALIVE double orb_due() {
+  const orbhost::Clock &clock = session->host().clock();
+  if (clock.fps() == 0) return 0;
+  const auto wait = clock.due() - std::chrono::steady_clock::now();
+  return std::chrono::duration<double, std::milli>(wait).count();
+}
+// The rate that the script asks for, in frames a second; 0: as many as there can be.
+EMSCRIPTEN_KEEPALIVE int orb_rate() { return session->host().clock().fps(); }
 
-// The display's size in pixels; 0 while there is none.
+// Time that passes from orb_hold(1) to orb_hold(0) is no time of play.
+EMSCRIPTEN_KEEPALIVE void orb_hold(int held) {
+  orbhost::Host &host = session->host();
+  host.sound().pause(held != 0);
+  if (held)
+    host.clock().hold();
+  else
+    host.clock().resume();
+}
+
+// The size of the picture in pixels: the display's, or of an error's screen; 0 while there is none.
 EMSCRIPTEN_KEEPALIVE int orb_width() {
   const SDL_Surface *const surface = display();
-  return surface ? surface->w : 0;
+  return surface ? surface->w : error_screen ? error_width : 0;
 }
 EMSCRIPTEN_KEEPALIVE int orb_height() {
   const SDL_Surface *const surface = display();
-  return surface ? surface->h : 0;
+  return surface ? surface->h : error_screen ? error_height : 0;
 }
 
-// The display's pixels, rows from the top: bytes of red, green, blue and 255. They stay until the
-// next call; null while there is no display.
-EMSCRIPTEN_KEEPALIVE const std::uint32_t *orb_pixels() {
-  SDL_Surface *const surface = display();
-  if (!surface) return nullptr;
-  const SDL_PixelFormat &format = *surface->format;
-  shown.resize(static_cast<std::size_t>(surface->w) * static_cast<std::size_t>(surface->h));
-  std::uint32_t *out = shown.data();
-  const auto rows = [&](auto pixel, auto colour) {
-    for (int y = 0; y < surface->h; ++y) {
-      const auto *from = static_cast<const std::uint8_t *>(surface->pixels) + y * surface->pitch;
-      for (int x = 0; x < surface->w; ++x, from += sizeof pixel) {
-        std::memcpy(&pixel, from, sizeof pixel);
-        *out++ = 0xFF000000 | colour(pixel);
+// The picture, each pixel of it `scale` x `scale` large, so that what the player draws on top is
+// fine: rows from the top, bytes of red, green, blue and 255. It stays until the next call; null
+// while there is none.
+EMSCRIPTEN_KEEPALIVE const std::uint32_t *orb_pixels(int scale) {
+  const int width = orb_width() * scale, height = orb_height() * scale;
+  if (width == 0) return nullptr;
+  shown.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
+  if (error_screen) {
+    paint_over(width, height, [](SDL_Surface &surface) { error_screen->paint(surface); });
+  } else {
+    display_rows(*display(), [&](int y, const std::vector<std::uint32_t> &line) {
+      std::uint32_t *const first = shown.data() + static_cast<std::size_t>(y * scale * width);
+      if (scale == 1) {
+        std::copy(line.begin(), line.end(), first);
+        return;
       }
-    }
-  };
-  switch (format.BitsPerPixel) {
-  case 8:
-    rows(std::uint8_t{}, [colours = format.palette->colors](std::uint8_t p) {
-      return static_cast<std::uint32_t>(colours[p].b << 16 | colours[p].g << 8 | colours[p].r);
+      std::uint32_t *to = first;
+      for (const std::uint32_t pixel : line)
+        to = std::fill_n(to, scale, pixel);
+      for (int i = 1; i < scale; ++i)
+        std::copy_n(first, width, first + static_cast<std::size_t>(i * width));
     });
-    break;
-  case 16:
-    rows(std::uint16_t{}, [](std::uint32_t p) {
-      const std::uint32_t r = p >> 11, g = p >> 5 & 63, b = p & 31;
-      return (b << 3 | b >> 2) << 16 | (g << 2 | g >> 4) << 8 | (r << 3 | r >> 2);
-    });
-    break;
-  default:
-    rows(std::uint32_t{}, [](std::uint32_t p) {
-      return (p & 255) << 16 | (p & 0xFF00) | (p >> 16 & 255);
-    });
+    if (overlay.figures || overlay.boxes)
+      paint_over(width, height, [&](SDL_Surface &surface) { overlay.paint({scale, {}}, surface); });
   }
+  for (std::uint32_t &pixel : shown)
+    pixel = 0xFF000000 | (pixel & 255) << 16 | (pixel & 0xFF00) | (pixel >> 16 & 255);
   return shown.data();
+}
+
+// What is shown on top of the game: figures, boxes.
+EMSCRIPTEN_KEEPALIVE void orb_overlay(int figures, int boxes) {
+  overlay.figures = figures != 0;
+  overlay.boxes = boxes != 0;
 }
 
 // The sum of the screen, or of the display, in hexadecimal digits, as tests/golden/ records it;
 // empty if there is none.
 EMSCRIPTEN_KEEPALIVE const char *orb_sum(int of_display) {
-  sum.clear();
+  answer.clear();
   attempt([&] {
-    const orbhost::Picture picture =
-        of_display ? orbhost::take_display_picture() : orbhost::take_picture(*host);
+    const orbhost::Picture picture = of_display ? orbhost::take_display_picture()
+                                                : orbhost::take_picture(session->host());
     char digits[17];
     std::snprintf(digits, sizeof digits, "%llx",
                   static_cast<unsigned long long>(orbhost::picture_sum(picture)));
-    sum = digits;
+    answer = digits;
   });
-  return sum.c_str();
+  return answer.c_str();
 }
 
-// A key goes down or up, by its name for scripts; `character` is what it writes, or 0. 0: no such
-// key.
-EMSCRIPTEN_KEEPALIVE int orb_key(const char *name, int character, int down) {
-  const auto control = orbhost::Input::control(name);
-  const auto record = control ? orbhost::Input::event(*control, down != 0) : std::nullopt;
-  if (!record || record->kind != orbhost::InputEvent::Kind::key) return 0;
-  SDL_Event event{};
-  event.type = down ? SDL_KEYDOWN : SDL_KEYUP;
-  event.key.state = down ? SDL_PRESSED : SDL_RELEASED;
-  event.key.keysym.sym = static_cast<SDLKey>(record->code);
-  if (SDL_EnableUNICODE(-1)) event.key.keysym.unicode = static_cast<Uint16>(character);
-  SDL_PushEvent(&event);
-  return 1;
+// Saves the display as a PNG file. 0: there is none, or no room.
+EMSCRIPTEN_KEEPALIVE int orb_screenshot(const char *path) {
+  return attempt([&] { orbhost::save_png(orbhost::take_display_picture(), path); });
 }
 
-// The pointer, in pixels of the display.
-EMSCRIPTEN_KEEPALIVE void orb_pointer(int x, int y) {
-  SDL_Event event{};
-  event.type = SDL_MOUSEMOTION;
-  event.motion.x = static_cast<Uint16>(x);
-  event.motion.y = static_cast<Uint16>(y);
-  SDL_PushEvent(&event);
+// What the hands did, in words parted by spaces (host/player/input_words.h), before the next frame.
+// Words that mean nothing are passed over: keyboards have keys that no script can ask for.
+EMSCRIPTEN_KEEPALIVE void orb_input(const char *words) {
+  std::istringstream parts(words);
+  for (std::string word; parts >> word;) {
+    try {
+      input_words.read(word, hands->waiting);
+    } catch (const WordError &) {
+      continue;
+    }
+    if (hands->waiting.empty()) continue;
+    const orbhost::InputEvent &last = hands->waiting.back();
+    if (last.kind == orbhost::InputEvent::Kind::motion) overlay.point({last.x, last.y});
+  }
 }
 
-// A button of the mouse, or a step of its wheel, as SDL numbers them: 1 left, 2 middle, 3 right, 4
-// away from the user, 5 towards.
-EMSCRIPTEN_KEEPALIVE void orb_button(int button, int down) {
-  SDL_Event event{};
-  event.type = down ? SDL_MOUSEBUTTONDOWN : SDL_MOUSEBUTTONUP;
-  event.button.button = static_cast<Uint8>(button);
-  event.button.state = down ? SDL_PRESSED : SDL_RELEASED;
-  SDL_PushEvent(&event);
+// The keys and buttons that the script has asked for so far, parted by spaces.
+EMSCRIPTEN_KEEPALIVE const char *orb_asked() {
+  std::string names;
+  for (const std::string &name : session->host().input().asked())
+    names += name + ' ';
+  return answer_with(std::move(names));
+}
+
+// The game's name, under which its saves are kept.
+EMSCRIPTEN_KEEPALIVE const char *orb_name() { return game.name.c_str(); }
+
+// Samples a second and side; 0 while the game has no sound.
+EMSCRIPTEN_KEEPALIVE int orb_rate_of_sound() { return orb_sound_rate(); }
+// The next `count` samples, left and right by turns. They stay until the next call.
+EMSCRIPTEN_KEEPALIVE const std::int16_t *orb_sound(int count) {
+  samples.resize(2 * static_cast<std::size_t>(count));
+  orb_pull_sound(samples.data(), static_cast<int>(samples.size() * sizeof samples[0]));
+  return samples.data();
 }
 
 } // extern "C"

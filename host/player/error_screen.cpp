@@ -44,7 +44,7 @@ std::vector<std::string> broken(std::string line, int width) {
 
 } // namespace
 
-ErrorScreen::ErrorScreen(const std::string &message) {
+ErrorScreen::ErrorScreen(const std::string &message, const std::string &help) {
   std::istringstream in(message);
   std::string line;
   while (std::getline(in, line) && line != "stack traceback:")
@@ -57,7 +57,7 @@ ErrorScreen::ErrorScreen(const std::string &message) {
   while (std::getline(in, line))
     lines_.push_back({without_tabs(line), Line::Kind::trace});
   lines_.push_back({"", Line::Kind::help});
-  lines_.push_back({"r plays again, escape ends", Line::Kind::help});
+  lines_.push_back({help, Line::Kind::help});
 }
 
 void ErrorScreen::add_source(const std::string &file, int line) {

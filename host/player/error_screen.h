@@ -11,8 +11,9 @@ namespace orbplay {
 
 class ErrorScreen {
 public:
-  // `message` as of orbhost::ScriptError. Reads the source as it is now.
-  explicit ErrorScreen(const std::string &message);
+  // `message` as of orbhost::ScriptError. Reads the source as it is now. `help`: what the user can
+  // do.
+  ErrorScreen(const std::string &message, const std::string &help);
   void paint(SDL_Surface &surface) const;
 
 private:

@@ -120,7 +120,7 @@ void Stage::take_screenshot() {
 }
 
 Stage::Next Stage::show_failure(const std::string &message) {
-  const ErrorScreen screen(message);
+  const ErrorScreen screen(message, "r plays again, escape ends");
   window_.paint = [&](SDL_Surface &surface) { screen.paint(surface); };
   window_.show_alone();
   Next next = Next::leave;

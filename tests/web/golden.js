@@ -29,8 +29,8 @@ async function play(wasmBinary, name, script, frames, words) {
   const orb = await createOrb({ wasmBinary, print: console.log, printErr: console.error });
   copyFolder(orb.FS, path.join(root, 'examples'), '/examples');
   const error = () => orb.ccall('orb_error', 'string');
-  const started = orb.ccall('orb_start', 'number', ['string', 'string', 'number'],
-    ['/examples/' + script, args.join('\n'), 1]);
+  const started = orb.ccall('orb_start', 'number', ['string', 'string', 'string'],
+    ['/examples/' + script, args.join('\n'), 'headless strict']);
   if (!started) return error();
   const recorded = fs.readFileSync(path.join(root, 'tests/golden', name + '.txt'), 'utf8').split('\n');
   for (let frame = 0; frame < frames; ++frame) {

@@ -1,0 +1,48 @@
+// Sound: samples as the worker gives them, one after the other.
+
+let audio = null; // of all players: browsers allow few
+
+// Browsers are silent until the user has done something.
+function wakeSound() {
+  if (!audio && window.AudioContext) audio = new AudioContext({ sampleRate: 44100, latencyHint: 'interactive' });
+  if (audio && audio.state === 'suspended') audio.resume().catch(() => {});
+}
+
+// Where the sound of one player goes.
+function soundOutput() {
+  let gain = null, next = 0, muted = false;
+  return {
+    get muted() { return muted; },
+    set muted(now) {
+      muted = now;
+      if (gain) gain.gain.value = muted ? 0 : 1;
+    },
+    // `samples`: 16 bits, left and right by turns.
+    hear({ rate, samples }) {
+      if (!audio || audio.state !== 'running') return;
+      if (!gain) {
+        gain = audio.createGain();
+        gain.gain.value = muted ? 0 : 1;
+        gain.connect(audio.destination);
+      }
+      const values = new Int16Array(samples), count = values.length / 2;
+      const buffer = audio.createBuffer(2, count, rate);
+      for (let side = 0; side < 2; ++side) {
+        const to = buffer.getChannelData(side);
+        for (let i = 0; i < count; ++i) to[i] = values[2 * i + side] / 32768;
+      }
+      // Behind: begin anew, a little later. Far ahead (the page was asleep): pass over.
+      if (next < audio.currentTime) next = audio.currentTime + 0.02;
+      if (next > audio.currentTime + 0.5) return;
+      const source = audio.createBufferSource();
+      source.buffer = buffer;
+      source.connect(gain);
+      source.start(next);
+      next += count / rate;
+    },
+    end() {
+      if (gain) gain.disconnect();
+      gain = null;
+    },
+  };
+}
