@@ -2,8 +2,9 @@
 
 let audio = null; // of all players: browsers allow few
 
-// Browsers are silent until the user has done something.
+// Browsers are silent until the user has done something; one that is asked before complains.
 function wakeSound() {
+  if (navigator.userActivation && !navigator.userActivation.hasBeenActive) return;
   if (!audio && window.AudioContext) audio = new AudioContext({ sampleRate: 44100, latencyHint: 'interactive' });
   if (audio && audio.state === 'suspended') audio.resume().catch(() => {});
 }
