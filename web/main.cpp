@@ -5,6 +5,7 @@
 // SDL has its dummy video driver: the module's display is a surface in memory, which is all that a
 // page needs. A program plays one game in its life; each play has a fresh instance.
 #include "host/player/error_screen.h"
+#include "host/player/hashes.h"
 #include "host/player/input_words.h"
 #include "host/player/overlay.h"
 #include "host/player/recording.h"
@@ -140,6 +141,7 @@ void start(const char *path, const std::string &arguments, const std::string &op
     if (word == "strict") settings.strict = true;
     if (word == "record") settings.record = "/recording.txt";
     if (word == "replay") settings.replay = "/replay.txt";
+    if (word == "hashes") settings.hashes = "/hashes.txt";
   }
   setenv("SDL_VIDEODRIVER", "dummy", 1);
   SDL_InitSubSystem(SDL_INIT_VIDEO);
@@ -155,6 +157,7 @@ void start(const char *path, const std::string &arguments, const std::string &op
   host.clock().sleep_until = [](auto) {}; // the page paces the frames
   if (recording) session->observe(std::make_unique<Replayer>(host, *recording));
   if (!settings.record.empty()) session->observe(std::make_unique<Recorder>(host, settings));
+  if (!settings.hashes.empty()) session->observe(std::make_unique<HashWriter>(settings.hashes));
   auto listening = std::make_unique<Hands>();
   hands = listening.get();
   session->observe(std::move(listening));
@@ -171,7 +174,7 @@ extern "C" {
 // Begins to play a script, or a game's folder or zip file, of the file system, with its arguments,
 // one a line. `options` are words: "headless": a virtual clock and no sound, so that all plays are
 // the same; "strict": errors that the module reports end play; "record": into /recording.txt;
-// "replay": from /replay.txt. 0: it can't be played; see orb_error().
+// "replay": from /replay.txt; "hashes": sums of all frames into /hashes.txt. 0: it can't be played; see orb_error().
 EMSCRIPTEN_KEEPALIVE int orb_start(const char *path, const char *arguments, const char *options) {
   return attempt([&] { start(path, arguments, options); });
 }
