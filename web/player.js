@@ -13,7 +13,7 @@
 //   fill       the game takes the height of `place` too, which has one; else that of its pixels
 //   onstate    (state): idle, starting, playing, paused, over, failed, stopped
 //   onerror    ({message, file, line}): why the game failed; else the player shows it
-//   onprint    (line): what the game prints; else the player shows it
+//   onprint    (lines): what the game prints; else the player shows it
 //   strict     errors that the module reports end play
 //   sums       numbers of frames, for tests: plays as fast as can be up to the last, and leaves their
 //              sums in place.dataset.sums
@@ -187,9 +187,9 @@ function orbPlayer(place, options) {
     else failure.textContent = message;
   }
 
-  function print(line) {
-    if (options.onprint) return options.onprint(line);
-    printed.textContent += line + '\n';
+  function print(lines) {
+    if (options.onprint) return options.onprint(lines);
+    printed.textContent += lines + '\n';
     if (printed.textContent.length > 20000) printed.textContent = printed.textContent.slice(-10000);
     printed.scrollTop = printed.scrollHeight;
   }
@@ -223,7 +223,7 @@ function orbPlayer(place, options) {
     screenshot: bytes => download(game.name + '-' + ++pictures + '.png', bytes, 'image/png'),
     recording: text => download(game.name + '.rec', text, 'text/plain'),
     sums(sums) { place.dataset.sums = JSON.stringify(sums); end('stopped'); },
-    over() { if (recording) endRecording(); else end('over'); },
+    over() { if (recording) endRecording('over'); else end('over'); },
     error: fail,
   };
 
@@ -287,12 +287,12 @@ function orbPlayer(place, options) {
   }
 
   function stop() {
-    if (recording) endRecording();
+    if (recording && worker) endRecording();
     else if (worker || state === 'starting') end('stopped');
   }
 
   function record() {
-    if (recording) return endRecording();
+    if (recording) return stop();
     play(null, { words: ['record'] });
     recording = true;
     refresh();
@@ -300,11 +300,11 @@ function orbPlayer(place, options) {
   }
 
   // The worker's recording ends play; one that is busy for ever has none.
-  function endRecording() {
+  function endRecording(then = 'stopped') {
     const give = text => {
       if (text !== undefined) hear.recording(text);
       clearTimeout(late);
-      end('stopped');
+      end(then);
     };
     const mine = worker, late = setTimeout(() => { if (worker === mine) give(); }, 500);
     recording = false;

@@ -41,15 +41,12 @@ async function compile() {
     orbPlayer.program = null; // 5 MB
     return WebAssembly.compile(bytes);
   }
-  const answer = fetch(here + 'orb.wasm');
+  const answer = await fetch(here + 'orb.wasm').catch(() => ({ ok: false }));
+  if (!answer.ok) throw new Error("orb.wasm can't be loaded; reload the page");
   // Streams want the right type from the server.
-  if (WebAssembly.compileStreaming) {
-    const module = await WebAssembly.compileStreaming(answer).catch(() => null);
-    if (module) return module;
-  }
-  const again = await fetch(here + 'orb.wasm');
-  if (!again.ok) throw new Error("orb.wasm can't be loaded (" + again.status + '); reload the page');
-  return WebAssembly.compile(await again.arrayBuffer());
+  if (WebAssembly.compileStreaming && /^application\/wasm/.test(answer.headers.get('content-type')))
+    return WebAssembly.compileStreaming(answer);
+  return WebAssembly.compile(await answer.arrayBuffer());
 }
 
 let compiled = null, glue = null;

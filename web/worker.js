@@ -12,7 +12,7 @@
 // as can be. From it:
 //
 //   started: {name}   frame: {number, width, height, displayWidth, displayHeight, pixels}
-//   sound: {rate, samples}   print: text
+//   sound: {rate, samples}   print: lines of text
 //   asked: [key, ...]   saved: [[name, Uint8Array], ...]   screenshot: Uint8Array   recording: text
 //   sums: {frame: sum}   over: true   error: text
 function orbWorker() {
@@ -23,11 +23,28 @@ function orbWorker() {
   let soundBegan = 0, soundGiven = 0; // ms; samples
   let asked = '', saved = '';
 
+  let lines = [], left = 0, printedAt = 0;
+
   const text = name => orb.ccall(name, 'string');
   const say = (message, transferred) => postMessage(message, transferred || []);
 
+  // A script that prints without an end must not drown the page: it gets what is newest.
+  function print(line) {
+    lines.push(line);
+    if (lines.length > 1000) left += lines.splice(0, 500).length;
+    if (performance.now() - printedAt > 100) tellPrinted();
+  }
+  function tellPrinted() {
+    printedAt = performance.now();
+    if (left) lines.unshift('(' + left + ' lines left out)');
+    if (lines.length) say({ print: lines.join('\n') });
+    lines = [];
+    left = 0;
+  }
+
   function end(message) {
     ended = true;
+    tellPrinted();
     tellSaves();
     say(message);
   }
@@ -77,7 +94,7 @@ function orbWorker() {
     try { request.send(); } catch (problem) { /* told below */ }
     const bytes = new Uint8Array(request.status === 200 ? request.response : 0);
     if (bytes.length === size) return bytes;
-    say({ print: url + " can't be loaded, or isn't the file that it was: reload the page" });
+    print(url + " can't be loaded, or isn't the file that it was: reload the page");
     throw new orb.FS.ErrnoError(29);
   }
 
@@ -121,6 +138,7 @@ function orbWorker() {
     if (state < 0) return end({ error: text('orb_error') });
     if (state === 0) return end({ over: true });
     if (!fast && !held) give();
+    if (lines.length) tellPrinted();
     tellSaves();
     const now = text('orb_asked');
     if (now !== asked) say({ asked: (asked = now).split(' ').filter(Boolean) });
@@ -137,7 +155,6 @@ function orbWorker() {
   }
 
   async function play(game) {
-    const print = line => say({ print: line });
     orb = await createOrb({
       print, printErr: print,
       instantiateWasm(imports, done) {
