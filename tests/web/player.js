@@ -80,11 +80,20 @@ async function look(page) {
   check(await text("[...document.querySelectorAll('.orb-fingers > *')].map(e => e.className + e.textContent).join()"),
     'orb-cross,orb-buttonsesc', 'keys for fingers');
 
-  await text("button('Pause').click()");
-  const still = Number(await text('place.dataset.frame'));
-  await sleep(300);
-  check(Number(await text('place.dataset.frame')) - still < 2, true, 'paused');
-  const before = Number(await text('place.dataset.frame'));
+  const frame = async () => Number(await text('place.dataset.frame'));
+  const stillAfter = async expression => {
+    await text(expression);
+    const then = await frame();
+    await sleep(300);
+    return await frame() - then < 2;
+  };
+  const hide = hidden => `Object.defineProperty(document, 'hidden', {value: ${hidden}, configurable: true});
+    document.dispatchEvent(new Event('visibilitychange'))`;
+  check(await stillAfter(hide(true)), true, 'asleep where nobody sees it');
+  await text(hide(false));
+  check(await stillAfter(''), false, 'and awake again');
+  check(await stillAfter("button('Pause').click()"), true, 'paused');
+  const before = await frame();
   await text("button('Step').click()");
   await page.until('place.dataset.frame == ' + (before + 1));
   await text("button('Figures').click()");
