@@ -1,4 +1,4 @@
-# The player for pages. Sourced by `orb`.
+# The player for pages, and the site whose examples play. Sourced by `orb`.
 #
 # The libraries are built from Debian's source packages and stay in .sysroot-web until their list, or
 # the way they are built, changes.
@@ -45,8 +45,24 @@ need_web_sysroot() {
   mv "$new" "$web_sysroot" || die "$new could not be renamed to $web_sysroot: check that folder's permissions"
 }
 
+# The site is made anew if something that it is made of is newer than it.
+need_web_site() {
+  local preset=$1 site=$root/build/web made=$root/build/.web-made
+  [ -e "$site/index.html" ] && [ -e "$made" ] &&
+    [ -z "$(find "$root"/{README.md,docs,reference,examples,tests/golden,tools/orbdocs/theme} \
+      "$root/build/wasm/play" "$root/build/$preset"/{bin/orbdocs,lib/libORB_mod_graphics2D.so.1} -newer "$made" -print -quit)" ] && return
+  touch "$made.new"
+  rm -rf "$made" "$site.new"
+  run32 "$root/build/$preset/bin/orbdocs" --source "$root/reference" site "$site.new" \
+    --play "$root/build/wasm/play" || die "the reference, an example or a guide is wrong: see above"
+  rm -rf "$site"
+  mv "$site.new" "$site" && mv "$made.new" "$made" ||
+    die "$site.new could not be renamed to $site: check that folder's permissions"
+}
+
 verb_web() {
-  local packages
+  local packages preset
+  preset=$(default_preset)
   mapfile -t packages < <(list_of "$root/tools/packages.txt" "$root/tools/packages-web.txt")
   lock
   need_packages "${packages[@]}"
@@ -54,5 +70,9 @@ verb_web() {
   need_configured wasm
   need_built wasm
   unlock
-  say "the page: $root/build/web/index.html"
+  prepare "$preset" orbdocs
+  lock
+  need_web_site "$preset"
+  unlock
+  say "the site: $root/build/web/index.html"
 }

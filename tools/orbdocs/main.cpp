@@ -19,7 +19,7 @@ namespace {
 namespace fs = std::filesystem;
 
 struct CommandLine {
-  std::string source, module, out, entry;
+  std::string source, module, out, entry, play;
 };
 
 void write(const fs::path &file, const std::string &text) {
@@ -82,6 +82,26 @@ int play(const CommandLine &line) {
   return report(play_into(read_reference(line.source), line, fs::absolute(line.out)));
 }
 
+// The site in a folder of its own, with what is wrong with it.
+std::vector<std::string> site_into(const orbhost::Reference &reference, const CommandLine &line,
+                                   const fs::path &site) {
+  std::vector<std::string> found = play_into(reference, line, site / "made");
+  const fs::path play = line.play.empty() ? fs::path() : fs::absolute(line.play);
+  const std::vector<std::string> more =
+      orbdocs::make_site(reference, fs::absolute(line.source).parent_path(), site, play);
+  found.insert(found.end(), more.begin(), more.end());
+  fs::remove_all(site / "made");
+  return found;
+}
+
+int make_site(const CommandLine &line) {
+  const fs::path site = fs::absolute(line.out);
+  if (fs::exists(site) && !fs::is_empty(site) && !fs::exists(site / "search_index.js"))
+    throw orbhost::ReferenceError(site.string() + " is in the way, and no site: name another folder");
+  fs::remove_all(site);
+  return report(site_into(read_reference(line.source), line, site));
+}
+
 // The site, the manual pages and the editor's types, in folders of their own.
 int make_all(const CommandLine &line) {
   const orbhost::Reference reference = read_reference(line.source);
@@ -91,9 +111,7 @@ int make_all(const CommandLine &line) {
     found.insert(found.end(), more.begin(), more.end());
   };
   fs::remove_all(out / "site");
-  add(play_into(reference, line, out / "site/made"));
-  add(orbdocs::make_site(reference, root, out / "site"));
-  fs::remove_all(out / "site/made");
+  add(site_into(reference, line, out / "site"));
   for (const std::string program : {"orbplay", "orbgfx"})
     write(out / "man" / (program + ".1"),
           orbdocs::manual_page(read(root / "docs" / (program + ".md"))));
@@ -119,10 +137,16 @@ int main(int argc, char **argv) {
   examples->add_option("entry", line.entry, "only this one, or those of this family");
   CLI::App *all = app.add_subcommand("all", "check, play the examples, and make all that is read");
   all->add_option("out", line.out, "folder for site/, man/ and types/")->required();
+  CLI::App *site = app.add_subcommand("site", "play the examples, and make the site");
+  site->add_option("out", line.out, "folder for it, which is replaced")->required();
+  for (CLI::App *made : {all, site})
+    made->add_option("--play", line.play, "the player for pages, for a site whose examples play")
+        ->check(CLI::ExistingDirectory);
   CLI11_PARSE(app, argc, argv);
   try {
     if (line.module.empty()) line.module = orbhost::find_module(argc > 0 ? argv[0] : "");
     if (app.got_subcommand("check")) return check(line);
+    if (app.got_subcommand("site")) return make_site(line);
     return app.got_subcommand("all") ? make_all(line) : play(line);
   } catch (const std::exception &error) {
     std::fprintf(stderr, "orbdocs: %s\n", error.what());

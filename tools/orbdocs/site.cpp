@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iterator>
 #include <map>
+#include <regex>
 #include <set>
 #include <sstream>
 
@@ -42,6 +43,21 @@ std::string json(std::string_view text) {
   return result + "\"";
 }
 
+// The attributes src, width and height of a PNG file's picture, so that its place is there before it
+// is. A small picture is shown at twice its size.
+std::string source_of(const fs::path &png, const std::string &address) {
+  const std::string head = read(png).substr(0, 24);
+  const auto number = [&](std::size_t at) {
+    unsigned value = 0;
+    for (std::size_t i = at; i < at + 4 && i < head.size(); ++i)
+      value = value << 8 | static_cast<unsigned char>(head[i]);
+    return value;
+  };
+  const unsigned scale = number(16) < 200 ? 2 : 1;
+  return "src=\"" + address + "\" width=" + std::to_string(scale * number(16)) +
+         " height=" + std::to_string(scale * number(20));
+}
+
 // An example of the gallery: "NAME PICTURE" in examples/gallery.txt.
 struct Shown {
   fs::path script, picture;
@@ -65,15 +81,21 @@ void read_script(Shown &shown) {
 
 class Site {
 public:
-  Site(const orbhost::Reference &reference, fs::path root, fs::path out)
-      : reference_(reference), root_(std::move(root)), out_(std::move(out)),
+  Site(const orbhost::Reference &reference, fs::path root, fs::path out, fs::path play)
+      : reference_(reference), root_(std::move(root)), out_(std::move(out)), play_(std::move(play)),
         frame_(read(root_ / "tools/orbdocs/theme/page.html")) {}
 
   std::vector<std::string> make() {
     for (const char *folder : {"reference", "guides", "examples", "pictures"})
       fs::create_directories(out_ / folder);
     for (const char *file : {"style.css", "site.js"})
-      copy(root_ / "tools/orbdocs/theme" / file, out_ / file);
+      copy(theme(file), out_ / file);
+    copy(root_ / "share/orb.png", out_ / "orb.png");
+    if (live()) {
+      for (const char *file : {"live.css", "live.js"})
+        copy(theme(file), out_ / file);
+      fs::copy(play_, out_ / "play", fs::copy_options::recursive);
+    }
     read_gallery();
     read_guides();
     for (const orbhost::ReferenceFamily &family : reference_.families())
@@ -84,6 +106,7 @@ public:
     for (const Shown &shown : gallery_)
       example_page(shown);
     start_page();
+    if (live()) own_game_page();
     for (const auto &[name, script] : scripts_)
       example_page(script);
     std::ofstream(out_ / "search_index.js") << "const search_index = [\n" << index_ << "];\n";
@@ -95,6 +118,9 @@ private:
   struct Guide {
     std::string name, title, text;
   };
+
+  bool live() const { return !play_.empty(); }
+  fs::path theme(const char *file) const { return root_ / "tools/orbdocs/theme" / file; }
 
   void copy(const fs::path &from, const fs::path &to) {
     std::error_code error;
@@ -197,10 +223,22 @@ private:
     scripts_[name] = std::move(script);
   }
 
+  // A wide page has its menus above, folded.
   void write_page(const std::string &file, const std::string &title, const std::string &body,
-                  const std::string &side = "") {
+                  const std::string &side = "", bool wide = false) {
     const std::string up = file.find('/') == std::string::npos ? "" : "../";
     std::string page = frame_;
+    const auto when_live = [this](const char *html) { return live() ? html : ""; };
+    replace_all(page, "@style@",
+                when_live("<link rel=\"stylesheet\" href=\"@up@play/player.css\">\n"
+                          "<link rel=\"stylesheet\" href=\"@up@live.css\">\n"));
+    replace_all(page, "@own_game@",
+                when_live("<p><a href=\"@up@play.html\">Play your own game</a></p>\n"));
+    replace_all(page, "@scripts@",
+                when_live("<script src=\"@up@play/player.js\" defer></script>\n"
+                          "<script src=\"@up@live.js\" defer></script>\n"));
+    replace_all(page, "@body_class@", wide ? "<body class=wide>\n" : "");
+    replace_all(page, "@open@", wide ? "" : " open");
     std::string menu;
     for (const Guide &guide : guides_)
       menu += "<li><a href=\"" + up + "guides/" + guide.name + ".html\">" + escaped(guide.title) +
@@ -240,9 +278,16 @@ private:
       const std::string code = highlighted(*example.text, to.name) + "</code></pre>";
       const std::size_t at = html.find(code);
       if (at == std::string::npos) continue;
-      copy(out_ / "made" / (example.name + ".png"), out_ / "pictures" / (example.name + ".png"));
-      html.insert(at + code.size(), "<img class=shot alt=\"What this draws\" src=\"../pictures/" +
-                                        example.name + ".png\">");
+      const std::string picture = "pictures/" + example.name + ".png";
+      copy(out_ / "made" / (example.name + ".png"), out_ / picture);
+      const std::string shot = "<img class=shot alt=\"What this draws\" " +
+                               source_of(out_ / picture, "../" + picture) + ">";
+      html.insert(at + code.size(), live() ? "<div class=bar></div><div class=place>" + shot +
+                                                 "</div></div>"
+                                           : shot);
+      if (live())
+        html.insert(html.rfind("<pre", at), "<div class=live data-script=\"/examples/reference.lua\""
+                                            " data-name=\"" + example.name + "\">");
     }
     return html;
   }
@@ -328,33 +373,81 @@ private:
                headings_of(text));
   }
 
+  // The scripts that a script requires, from its folder or from lib, and those that they require.
+  void add_required(const std::string &source, const fs::path &folder,
+                    std::vector<fs::path> &found) const {
+    static const std::regex require("\\brequire[ (]*\"(\\w+)\"");
+    for (std::sregex_iterator at(source.begin(), source.end(), require), end; at != end; ++at)
+      for (const fs::path &place : {folder, root_ / "examples/lib"}) {
+        const fs::path file = place / (at->str(1) + ".lua");
+        if (!fs::exists(file)) continue;
+        if (std::ranges::find(found, file) == found.end()) {
+          found.push_back(file);
+          add_required(read(file), place, found);
+        }
+        break;
+      }
+  }
+
+  // A script's path for the player for pages.
+  std::string path_of(const fs::path &script) const {
+    return "/" + escaped(fs::relative(script, root_).string());
+  }
+
+  std::string code_of(const fs::path &script, const std::string &source) {
+    return "<pre class=lua data-path=\"" + path_of(script) + "\"><code>" +
+           highlighted(source, links("../").name) + "</code></pre>\n";
+  }
+
   void example_page(const Shown &shown) {
-    const std::string page = "examples/" + shown.name + ".html";
-    const std::string play = shown.script.parent_path().filename() == "lib" // for others to require
-                                 ? ""
-                                 : "<pre><code>./orb play " +
-                                       escaped(fs::relative(shown.script, root_).string()) +
-                                       "</code></pre>\n";
+    const std::string page = "examples/" + shown.name + ".html", picture = "pictures/" + shown.name;
+    const bool plays = shown.script.parent_path().filename() != "lib"; // which is for others to require
+    const std::string head =
+        "<h1>" + escaped(shown.name) + "</h1>\n<p>" + escaped(shown.title) + "</p>\n";
+    const std::string shot =
+        shown.picture.empty() ? ""
+                              : "<img class=shot alt=\"\" " +
+                                    source_of(shown.picture, "../" + picture + ".png") + ">\n";
+    std::string words = html_of(shown.text, links("../")), code = code_of(shown.script, shown.source);
+    if (plays)
+      words += "<pre><code>./orb play " + escaped(fs::relative(shown.script, root_).string()) +
+               "</code></pre>\n";
     add_to_index(shown.name, shown.title, shown.text, page);
+    if (!live() || !plays) return write_page(page, shown.name, head + shot + words + code);
+
+    std::vector<fs::path> others;
+    add_required(shown.source, shown.script.parent_path(), others);
+    for (const fs::path &other : others)
+      code += "<details><summary>" + escaped(other.filename().string()) + "</summary>" +
+              code_of(other, read(other)) + "</details>\n";
     write_page(page, shown.name,
-               "<h1>" + escaped(shown.name) + "</h1>\n<p>" + escaped(shown.title) + "</p>\n" +
-                   (shown.picture.empty() ? ""
-                                          : "<img class=shot alt=\"\" src=\"../pictures/" +
-                                                shown.name + ".png\">\n") +
-                   html_of(shown.text, links("../")) + play + "<pre class=lua><code>" +
-                   highlighted(shown.source, links("../").name) + "</code></pre>\n");
+               head + "<div class=\"live bench\" data-script=\"" + path_of(shown.script) +
+                   "\" data-name=\"" + escaped(shown.name) + "\">\n<div class=shown><div class=place>" + shot +
+                   "</div></div>\n<div class=source>\n<div class=bar></div>\n" + code +
+                   "</div>\n<div class=words>\n" + words + "</div>\n</div>\n",
+               "", true);
   }
 
   void start_page() {
     std::string body = html_of(read(root_ / "docs/guides/start.md"), links(""));
     std::string cards;
-    for (const Shown &shown : gallery_)
-      cards += "<a class=card href=\"examples/" + shown.name +
-               ".html\"><img loading=lazy alt=\"\" src=\"pictures/" + shown.name + ".png\"><b>" +
-               escaped(shown.name) + "</b> " + escaped(shown.title) + "</a>\n";
+    for (const Shown &shown : gallery_) {
+      const std::string picture = "pictures/" + shown.name + ".png";
+      cards += "<a class=card href=\"examples/" + shown.name + ".html\"><img loading=lazy alt=\"\" " +
+               source_of(shown.picture, picture) + "><b>" + escaped(shown.name) + "</b> " +
+               escaped(shown.title) + "</a>\n";
+    }
+    const std::string live_words =
+        "<p>Each plays on its page, beside its source, which you can change and run again. You can also "
+        "<a href=\"play.html\">play a game of your own</a>.</p>\n";
     write_page("index.html", "ORB graphics2D",
-               body + "<h2 id=\"examples\">Examples</h2>\n<div class=cards>\n" + cards +
-                   "</div>\n");
+               body + "<h2 id=\"examples\">Examples</h2>\n" + (live() ? live_words : "") +
+                   "<div class=cards>\n" + cards + "</div>\n");
+  }
+
+  void own_game_page() {
+    add_to_index("Play your own game", "A folder or a zip file, played on a page", "", "play.html");
+    write_page("play.html", "Play your own game", read(theme("play.html")), "", true);
   }
 
   // Every href and src of the pages leads to a file and, where it names one, an id.
@@ -382,7 +475,7 @@ private:
   }
 
   const orbhost::Reference &reference_;
-  const fs::path root_, out_;
+  const fs::path root_, out_, play_;
   const std::string frame_;
   std::vector<Shown> gallery_;
   std::vector<Guide> guides_;
@@ -395,8 +488,8 @@ private:
 } // namespace
 
 std::vector<std::string> make_site(const orbhost::Reference &reference, const fs::path &root,
-                                   const fs::path &out) {
-  return Site(reference, root, out).make();
+                                   const fs::path &out, const fs::path &play) {
+  return Site(reference, root, out, play).make();
 }
 
 } // namespace orbdocs

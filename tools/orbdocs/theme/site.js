@@ -66,7 +66,9 @@ field.addEventListener("keydown", event => {
   event.preventDefault();
 });
 document.addEventListener("keydown", event => {
-  if (event.key === "/" && event.target !== field) { field.focus(); event.preventDefault(); }
+  if (event.key !== "/" || event.defaultPrevented || event.target.closest("input, textarea, canvas")) return;
+  field.focus();
+  event.preventDefault();
 });
 // A click on a result or beside the list closes it; the field opens it again.
 document.addEventListener("click", event => { if (event.target !== field) list.hidden = true; });
