@@ -417,6 +417,9 @@ private:
 
     std::vector<fs::path> others;
     add_required(shown.source, shown.script.parent_path(), others);
+    std::ranges::stable_partition(others, [&](const fs::path &file) { // its own ones first
+      return file.parent_path() == shown.script.parent_path();
+    });
     for (const fs::path &other : others)
       code += "<details><summary>" + escaped(other.filename().string()) + "</summary>" +
               code_of(other, read(other)) + "</details>\n";
