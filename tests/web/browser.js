@@ -6,8 +6,8 @@ const { spawn, spawnSync } = require('child_process');
 
 const sleep = ms => new Promise(done => setTimeout(done, ms));
 
-// A page of a new browser: {open(url), value(expression), until(expression), key(...), size(width, height),
-// shot(file), close()}, and of the page and its workers, since the browser began: `requests`, the addresses
+// A page of a new browser: {open(url), value(expression), until(expression), key(...), drop(file), size(width,
+// height), shot(file), close()}, and of the page and its workers, since the browser began: `requests`, the addresses
 // that were asked for, and `complaints`, what the console shows.
 async function browse() {
   const profile = fs.mkdtempSync(path.join(os.tmpdir(), 'orb-page-'));
@@ -59,9 +59,14 @@ async function browse() {
       for (const end = Date.now() + 60000; Date.now() < end; await sleep(100))
         if (await value('document.readyState === "complete" && (' + expression + ')').catch(() => false)) return;
       throw new Error('in a minute it did not come to: ' + expression + '; the page says ' +
-        await value('document.body.innerText'));
+        await value('document.body.innerText.slice(0, 3000)'));
     },
     key: (type, code, key) => page('Input.dispatchKeyEvent', { type, code, key }),
+    async drop(file) { // a folder, too
+      const data = { items: [], files: [file], dragOperationsMask: 1 };
+      for (const type of ['dragEnter', 'dragOver', 'drop'])
+        await page('Input.dispatchDragEvent', { type, x: 300, y: 300, data });
+    },
     size: (width, height) => page('Emulation.setDeviceMetricsOverride',
       { width, height, deviceScaleFactor: 1, mobile: width < 600 }),
     shot: async file => fs.writeFileSync(file,

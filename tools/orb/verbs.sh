@@ -30,7 +30,7 @@ usage: ./orb VERB [ARGUMENTS]
   deb                     make Debian packages in build/dist
   release [--try]         make all that is released, with checksums, in build/dist;
                           --try: try it on fresh systems
-  web                     make the player for pages in build/web
+  web                     make the site whose examples play in a browser, in build/web
   clean [--all]           remove what was built; --all: the sysroots too
   help                    show this list
 

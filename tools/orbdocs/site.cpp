@@ -417,7 +417,7 @@ private:
 
     std::vector<fs::path> others;
     add_required(shown.source, shown.script.parent_path(), others);
-    std::ranges::stable_partition(others, [&](const fs::path &file) { // its own ones first
+    std::stable_partition(others.begin(), others.end(), [&](const fs::path &file) { // its own first
       return file.parent_path() == shown.script.parent_path();
     });
     for (const fs::path &other : others)

@@ -109,6 +109,10 @@ function edit(pre, path, run) {
       mark.style.height = height + 'px';
       box.scrollTo(0, mark.offsetTop - box.clientHeight / 3);
     },
+    go() {
+      field.focus({ preventScroll: true });
+      mark.scrollIntoView({ block: 'nearest' });
+    },
   };
 }
 
@@ -225,7 +229,7 @@ function bring_to_life(live) {
     const show = () => { choose(editor); editor.select(line); };
     show();
     problem.prepend(button('Line ' + line + (editor === editors[0] ? '' : ' of ' + file.split('/').pop()),
-      'Goes to the line in the source', () => { show(); editor.field.focus(); }));
+      'Goes to the line in the source', () => { show(); editor.go(); }));
   }
 
   let choose = () => {};
@@ -367,7 +371,9 @@ function own_games(own) {
   document.addEventListener('drop', event => {
     event.preventDefault();
     over(-inside);
-    dropped(event.dataTransfer).then(take, error => refuse('It can\'t be read: ' + error.message));
+    dropped(event.dataTransfer).then(take, error => refuse(location.protocol !== 'file:'
+      ? 'It can\'t be read: ' + error.message
+      : 'This browser lets no page from a disk read a dropped folder: choose it with the button, or drop a zip file.'));
   });
 }
 
