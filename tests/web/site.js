@@ -148,6 +148,8 @@ async function look(page) {
     await says('drop the game');
     await page.drop(path.join(work, 'mine'));
     await plays(208);
+    check(await page.value('document.querySelector("#own .hint").textContent'),
+      'Left out, since their names begin with a dot: mine/.hidden.', 'what is left out');
     await shoot('own');
     await drop('note.md', 'no game');
     await says('No Lua script');

@@ -260,7 +260,7 @@ function bring_to_life(live) {
 
 // ---- A game of one's own ------------------------------------------------------------------------
 
-const most = 256 << 20, most_together = 512 << 20;
+const most = 256 << 20, most_together = 512 << 20, most_files = 20000;
 
 // What was dropped, as [{path, file}]: folders with all that is in them.
 async function dropped(transfer) {
@@ -268,16 +268,15 @@ async function dropped(transfer) {
     .map(item => ({ entry: item.webkitGetAsEntry && item.webkitGetAsEntry(), file: item.getAsFile() }));
   const found = [];
   async function walk(entry) {
-    if (entry.name.startsWith('.') || found.length > 20000) return;
-    if (entry.isFile) {
+    if (found.length > most_files) return;
+    if (entry.name.startsWith('.')) {
+      found.push({ path: entry.fullPath.slice(1) });
+    } else if (entry.isFile) {
       found.push({ path: entry.fullPath.slice(1), file: await new Promise((done, failed) => entry.file(done, failed)) });
-      return;
-    }
-    const reader = entry.createReader();
-    for (;;) { // a reader gives some at a time, and none at the end
-      const some = await new Promise((done, failed) => reader.readEntries(done, failed));
-      if (!some.length) return;
-      for (const inside of some) await walk(inside);
+    } else {
+      const reader = entry.createReader();
+      for (let some; (some = await new Promise((done, failed) => reader.readEntries(done, failed))).length;)
+        for (const inside of some) await walk(inside); // a reader gives some at a time
     }
   }
   for (const { entry, file } of entries)
@@ -286,17 +285,24 @@ async function dropped(transfer) {
   return found;
 }
 
-// The game that files are: {game, notes}, {recording}, or {refused} with words for a user.
+// The game that files are: {game, notes, scripts: which of them may begin, if none is main.lua}, {recording},
+// or {refused} with words for a user.
 async function game_of(list) {
-  const notes = [], taken = [];
+  const notes = [], taken = [], hidden = new Set();
   let together = 0;
   for (const { path, file } of list) {
-    if (path.split('/').some(part => part.startsWith('.'))) continue;
-    if (file.size > most) { notes.push(path + ' is larger than 256 MB and is left out.'); continue; }
-    together += file.size;
-    taken.push({ path, file });
+    const dotted = path.match(/^(?:.*?\/)?\.[^/]*/);
+    if (dotted) {
+      hidden.add(dotted[0]);
+    } else if (file.size > most) {
+      notes.push(path + ' is larger than 256 MB and is left out.');
+    } else {
+      together += file.size;
+      taken.push({ path, file });
+    }
   }
-  if (list.length > 20000) return { refused: 'There are more than 20,000 files: choose the game\'s own folder.' };
+  if (hidden.size) notes.push('Left out, since their names begin with a dot: ' + [...hidden].sort().join(', ') + '.');
+  if (list.length > most_files) return { refused: 'There are more than 20,000 files: choose the game\'s own folder.' };
   if (together > most_together) return { refused: 'All files together are larger than 512 MB, which is more than a page can play.' };
   if (!taken.length) return { refused: ['There is nothing to play in it.', ...notes].join(' ') };
 
@@ -314,11 +320,15 @@ async function game_of(list) {
   const files = {};
   for (const one of taken) files['/drop/' + (loose ? 'game/' : '') + one.path] = await bytes(one.file);
   const folder = loose ? '/drop/game' : '/drop/' + path.split('/')[0];
-  const scripts = Object.keys(files).filter(name => name.endsWith('.lua') && name.lastIndexOf('/') === folder.length);
-  if (!Object.keys(files).some(name => name.endsWith('.lua')))
-    return { refused: 'No Lua script is in ' + (alone ? path : folder.slice(6)) + '. A game is a folder with a main.lua, or a zip file of one.' };
-  const script = scripts.length === 1 ? scripts[0] : folder;
-  return { notes, game: { name: loose ? scripts[0].split('/').pop().replace(/\.lua$/, '') : folder.slice(6), script, files } };
+  const game = { name: loose ? path.replace(/\.lua$/, '') : folder.slice(6), script: folder, files };
+  if (files[folder + '/main.lua']) return { notes, game };
+  const all = Object.keys(files).filter(name => name.endsWith('.lua')).sort();
+  const above = all.filter(name => name.lastIndexOf('/') === folder.length);
+  const scripts = above.length ? above : all;
+  if (!scripts.length)
+    return { refused: 'No Lua script is in ' + game.name + '. A game is a folder with a main.lua, or a zip file of one.' };
+  game.script = scripts[0];
+  return { notes, game, scripts };
 }
 
 function own_games(own) {
@@ -343,24 +353,33 @@ function own_games(own) {
     problem.replaceChildren(make('pre', {}, message));
   }
 
+  function play(game) {
+    problem.hidden = true;
+    if (player) player.destroy();
+    place.hidden = false;
+    player = orbPlayer(place, { game, autoplay: true, onerror: ({ message }) => refuse(message) });
+    place.scrollIntoView({ block: 'nearest' });
+    player.focus();
+  }
+
   async function take(list) {
     problem.hidden = true;
     notes.textContent = '';
-    const { game, recording, refused, notes: left_out } = await game_of(list)
+    const { game, recording, refused, scripts = [], notes: left_out } = await game_of(list)
       .catch(error => ({ refused: 'It can\'t be read: ' + error.message }));
     if (refused) return refuse(refused);
     if (recording && !player) return refuse('That is a recording: drop the game that it was made of first.');
     if (recording) {
       notes.textContent = 'The recording is played.';
       player.replay(recording);
+      player.focus();
     } else {
       notes.textContent = left_out.join(' ');
-      if (player) player.destroy();
-      place.hidden = false;
-      player = orbPlayer(place, { game, autoplay: true, onerror: ({ message }) => refuse(message) });
+      if (scripts.length > 1)
+        notes.append(make('span', { className: 'bar' }, 'No main.lua is in it. Which script begins?', ...scripts.slice(0, 50).map(script =>
+          button(script.split('/').slice(3).join('/'), 'Plays it', () => play({ ...game, name: game.name + '/' + script.split('/').pop(), script })))));
+      else play(game);
     }
-    place.scrollIntoView({ block: 'nearest' });
-    player.focus();
   }
 
   let inside = 0; // entered elements that have not been left

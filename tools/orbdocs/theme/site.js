@@ -73,8 +73,6 @@ document.addEventListener("keydown", event => {
 // A click on a result or beside the list closes it; the field opens it again.
 document.addEventListener("click", event => { if (event.target !== field) list.hidden = true; });
 field.addEventListener("focus", () => { if (field.value) show(); });
-if (matchMedia("(max-width: 52rem)").matches)
-  document.querySelectorAll("nav details").forEach(part => { part.open = false; });
 
 // index.html?q=WORDS begins with a search.
 field.value = new URLSearchParams(location.search).get("q") ?? "";
