@@ -357,7 +357,7 @@ function own_games(own) {
     problem.hidden = true;
     if (player) player.destroy();
     place.hidden = false;
-    player = orbPlayer(place, { game, autoplay: true, onerror: ({ message }) => refuse(message) });
+    player = orbPlayer(place, { game, autoplay: true, fill: true, onerror: ({ message }) => refuse(message) });
     place.scrollIntoView({ block: 'nearest' });
     player.focus();
   }
@@ -400,6 +400,7 @@ function own_games(own) {
 
 const own = document.getElementById('own');
 if (why_not) {
+  document.querySelectorAll('.bench .place').forEach(place => { place.style.padding = 0; });
   for (const where of [own, document.querySelector('.bench .source')])
     if (where) where.prepend(make('p', { className: 'problem' }, why_not));
 } else {
