@@ -54,8 +54,8 @@ async function look(page) {
   const server = await serve(), work = fs.mkdtempSync(path.join(os.tmpdir(), 'orb-site-'));
   const disk = 'file://' + site + '/', served = 'http://127.0.0.1:' + server.address().port + '/some/place/';
   const state = '[...document.querySelectorAll(".place")].find(place => place.dataset.state).dataset.state';
-  const click = label => page.value('[...document.querySelectorAll("button")].find(button => button.textContent.startsWith(' +
-    JSON.stringify(label) + ') && !button.disabled).click()');
+  const click = label => page.value('[...document.querySelectorAll("button")].find(button => !button.disabled &&' +
+    'button.textContent.startsWith(' + JSON.stringify(label) + ')).click()');
   const edit = text => page.value('{ const field = document.querySelector(".editor:not([hidden]) textarea");' +
     'field.value = ' + JSON.stringify(text) + '; field.dispatchEvent(new Event("input")); }');
   const drop = async (name, contents) => {
@@ -113,7 +113,7 @@ async function look(page) {
     await page.until('["starting", "playing"].includes(' + state + ')');
     await click('Stop');
     await click('Reset');
-    await page.until(state + ' === "idle" && document.querySelector(".editor:not([hidden]) textarea").value.startsWith("-- String")');
+    await page.until(state + ' === "idle" && document.querySelector("textarea").value.startsWith("-- String")');
 
     // The reference's examples: one plays at a time.
     for (const from of [disk, served]) {
@@ -135,7 +135,7 @@ async function look(page) {
     }
 
     // Games of one's own.
-    const says = text => page.until('document.querySelector("#own .problem").textContent.includes(' + JSON.stringify(text) + ')');
+    const says = text => page.until('document.querySelector(".problem").textContent.includes("' + text + '")');
     const plays = width => page.until('document.querySelector("#own .place").dataset.state === "playing" && ' +
       'document.querySelector("canvas").dataset.width === "' + width + '"');
     await page.open(served + 'play.html');
@@ -165,7 +165,8 @@ async function look(page) {
     await plays(176);
 
     check(page.complaints.join('\n'), '', 'what the console shows');
-    const elsewhere = page.requests.filter(url => ![disk, served, 'blob:', 'data:', 'about:'].some(own => url.startsWith(own)));
+    const known = [disk, served, 'blob:', 'data:', 'about:'];
+    const elsewhere = page.requests.filter(url => !known.some(own => url.startsWith(own)));
     check(elsewhere.join('\n'), '', 'requests to others');
   } finally {
     server.close();

@@ -49,8 +49,9 @@ need_web_sysroot() {
 need_web_site() {
   local preset=$1 site=$root/build/web made=$root/build/.web-made
   [ -e "$site/index.html" ] && [ -e "$made" ] &&
-    [ -z "$(find "$root"/{README.md,docs,reference,examples,tests/golden,tools/orbdocs/theme} \
-      "$root/build/wasm/play" "$root/build/$preset"/{bin/orbdocs,lib/libORB_mod_graphics2D.so.1} -newer "$made" -print -quit)" ] && return
+    [ -z "$(find "$root"/{docs,reference,examples,share,tests/golden,tools/orbdocs/theme} \
+      "$root/build/wasm/play" "$root/build/$preset"/{bin/orbdocs,lib/libORB_mod_graphics2D.so.1} \
+      -newer "$made" -print -quit)" ] && return
   touch "$made.new"
   rm -rf "$made" "$site.new"
   run32 "$root/build/$preset/bin/orbdocs" --source "$root/reference" site "$site.new" \

@@ -97,7 +97,8 @@ std::vector<std::string> site_into(const orbhost::Reference &reference, const Co
 int make_site(const CommandLine &line) {
   const fs::path site = fs::absolute(line.out);
   if (fs::exists(site) && !fs::is_empty(site) && !fs::exists(site / "search_index.js"))
-    throw orbhost::ReferenceError(site.string() + " is in the way, and no site: name another folder");
+    throw orbhost::ReferenceError(site.string() +
+                                  " is in the way, and no site: name another folder");
   fs::remove_all(site);
   return report(site_into(read_reference(line.source), line, site));
 }

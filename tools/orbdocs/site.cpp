@@ -43,8 +43,8 @@ std::string json(std::string_view text) {
   return result + "\"";
 }
 
-// The attributes src, width and height of a PNG file's picture, so that its place is there before it
-// is. A small picture is shown at twice its size.
+// The attributes src, width and height of a PNG file's picture, so that its place is there before
+// it is. A small picture is shown at twice its size.
 std::string source_of(const fs::path &png, const std::string &address) {
   const std::string head = read(png).substr(0, 24);
   const auto number = [&](std::size_t at) {
@@ -282,12 +282,13 @@ private:
       copy(out_ / "made" / (example.name + ".png"), out_ / picture);
       const std::string shot = "<img class=shot alt=\"What this draws\" " +
                                source_of(out_ / picture, "../" + picture) + ">";
-      html.insert(at + code.size(), live() ? "<div class=bar></div><div class=place>" + shot +
-                                                 "</div></div>"
-                                           : shot);
+      html.insert(at + code.size(),
+                  live() ? "<div class=bar></div><div class=place>" + shot + "</div></div>" : shot);
       if (live())
-        html.insert(html.rfind("<pre", at), "<div class=live data-script=\"/examples/reference.lua\""
-                                            " data-name=\"" + example.name + "\">");
+        html.insert(html.rfind("<pre", at),
+                    "<div class=live data-script=\"/examples/reference.lua\""
+                    " data-name=\"" +
+                        example.name + "\">");
     }
     return html;
   }
@@ -401,14 +402,16 @@ private:
 
   void example_page(const Shown &shown) {
     const std::string page = "examples/" + shown.name + ".html", picture = "pictures/" + shown.name;
-    const bool plays = shown.script.parent_path().filename() != "lib"; // which is for others to require
+    const bool plays =
+        shown.script.parent_path().filename() != "lib"; // which is for others to require
     const std::string head =
         "<h1>" + escaped(shown.name) + "</h1>\n<p>" + escaped(shown.title) + "</p>\n";
-    const std::string shot =
-        shown.picture.empty() ? ""
-                              : "<img class=shot alt=\"\" " +
-                                    source_of(shown.picture, "../" + picture + ".png") + ">\n";
-    std::string words = html_of(shown.text, links("../")), code = code_of(shown.script, shown.source);
+    const std::string shot = shown.picture.empty()
+                                 ? ""
+                                 : "<img class=shot alt=\"\" " +
+                                       source_of(shown.picture, "../" + picture + ".png") + ">\n";
+    std::string words = html_of(shown.text, links("../")),
+                code = code_of(shown.script, shown.source);
     if (plays)
       words += "<pre><code>./orb play " + escaped(fs::relative(shown.script, root_).string()) +
                "</code></pre>\n";
@@ -425,7 +428,8 @@ private:
               code_of(other, read(other)) + "</details>\n";
     write_page(page, shown.name,
                head + "<div class=\"live bench\" data-script=\"" + path_of(shown.script) +
-                   "\" data-name=\"" + escaped(shown.name) + "\">\n<div class=shown><div class=place>" + shot +
+                   "\" data-name=\"" + escaped(shown.name) +
+                   "\">\n<div class=shown><div class=place>" + shot +
                    "</div></div>\n<div class=source>\n<div class=bar></div>\n" + code +
                    "</div>\n<div class=words>\n" + words + "</div>\n</div>\n",
                "", true);
@@ -436,13 +440,13 @@ private:
     std::string cards;
     for (const Shown &shown : gallery_) {
       const std::string picture = "pictures/" + shown.name + ".png";
-      cards += "<a class=card href=\"examples/" + shown.name + ".html\"><img loading=lazy alt=\"\" " +
-               source_of(shown.picture, picture) + "><b>" + escaped(shown.name) + "</b> " +
-               escaped(shown.title) + "</a>\n";
+      cards += "<a class=card href=\"examples/" + shown.name +
+               ".html\"><img loading=lazy alt=\"\" " + source_of(shown.picture, picture) + "><b>" +
+               escaped(shown.name) + "</b> " + escaped(shown.title) + "</a>\n";
     }
-    const std::string live_words =
-        "<p>Each plays on its page, beside its source, which you can change and run again. You can also "
-        "<a href=\"play.html\">play a game of your own</a>.</p>\n";
+    const std::string live_words = "<p>Each plays on its page, beside its source, which you can "
+                                   "change and run again. You can also "
+                                   "<a href=\"play.html\">play a game of your own</a>.</p>\n";
     write_page("index.html", "ORB graphics2D",
                body + "<h2 id=\"examples\">Examples</h2>\n" + (live() ? live_words : "") +
                    "<div class=cards>\n" + cards + "</div>\n");

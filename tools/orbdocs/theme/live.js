@@ -266,17 +266,18 @@ const most = 256 << 20, most_together = 512 << 20, most_files = 20000;
 async function dropped(transfer) {
   const entries = [...transfer.items].filter(item => item.kind === 'file')
     .map(item => ({ entry: item.webkitGetAsEntry && item.webkitGetAsEntry(), file: item.getAsFile() }));
-  const found = [];
+  const found = [], promised = ask => new Promise((done, failed) => ask(done, failed));
   async function walk(entry) {
     if (found.length > most_files) return;
     if (entry.name.startsWith('.')) {
       found.push({ path: entry.fullPath.slice(1) });
     } else if (entry.isFile) {
-      found.push({ path: entry.fullPath.slice(1), file: await new Promise((done, failed) => entry.file(done, failed)) });
+      found.push({ path: entry.fullPath.slice(1), file: await promised((done, failed) => entry.file(done, failed)) });
     } else {
       const reader = entry.createReader();
-      for (let some; (some = await new Promise((done, failed) => reader.readEntries(done, failed))).length;)
-        for (const inside of some) await walk(inside); // a reader gives some at a time
+      const more = () => promised((done, failed) => reader.readEntries(done, failed));
+      for (let some; (some = await more()).length;) // it gives some at a time
+        for (const inside of some) await walk(inside);
     }
   }
   for (const { entry, file } of entries)
@@ -303,7 +304,8 @@ async function game_of(list) {
   }
   if (hidden.size) notes.push('Left out, since their names begin with a dot: ' + [...hidden].sort().join(', ') + '.');
   if (list.length > most_files) return { refused: 'There are more than 20,000 files: choose the game\'s own folder.' };
-  if (together > most_together) return { refused: 'All files together are larger than 512 MB, which is more than a page can play.' };
+  if (together > most_together)
+    return { refused: 'All files together are larger than 512 MB, which is more than a page can play.' };
   if (!taken.length) return { refused: ['There is nothing to play in it.', ...notes].join(' ') };
 
   const [{ path, file }] = taken, alone = taken.length === 1;
@@ -312,21 +314,23 @@ async function game_of(list) {
     if (text.startsWith('orbplay recording 1')) return { recording: text };
   }
   const bytes = async from => new Uint8Array(await from.arrayBuffer());
-  if (alone && !path.includes('/') && /\.zip$/i.test(path))
-    return { notes, game: { name: path.replace(/\.zip$/i, ''), script: '/drop/' + path, files: { ['/drop/' + path]: await bytes(file) } } };
+  if (alone && !path.includes('/') && /\.zip$/i.test(path)) {
+    const script = '/drop/' + path;
+    return { notes, game: { name: path.replace(/\.zip$/i, ''), script, files: { [script]: await bytes(file) } } };
+  }
 
   // Loose files are as a folder of them.
   const loose = taken.some(one => !one.path.includes('/'));
   const files = {};
   for (const one of taken) files['/drop/' + (loose ? 'game/' : '') + one.path] = await bytes(one.file);
   const folder = loose ? '/drop/game' : '/drop/' + path.split('/')[0];
-  const game = { name: loose ? path.replace(/\.lua$/, '') : folder.slice(6), script: folder, files };
+  const game = { name: alone ? path.replace(/\.lua$/, '') : folder.slice(6), script: folder, files };
   if (files[folder + '/main.lua']) return { notes, game };
   const all = Object.keys(files).filter(name => name.endsWith('.lua')).sort();
   const above = all.filter(name => name.lastIndexOf('/') === folder.length);
   const scripts = above.length ? above : all;
   if (!scripts.length)
-    return { refused: 'No Lua script is in ' + game.name + '. A game is a folder with a main.lua, or a zip file of one.' };
+    return { refused: 'No Lua script is in it. A game is a folder with a main.lua, or a zip file of one.' };
   game.script = scripts[0];
   return { notes, game, scripts };
 }
@@ -357,7 +361,8 @@ function own_games(own) {
     problem.hidden = true;
     if (player) player.destroy();
     place.hidden = false;
-    player = orbPlayer(place, { game, autoplay: true, fill: true, onerror: ({ message }) => refuse(message) });
+    player = orbPlayer(place, { game, autoplay: true, fill: true, onerror: ({ message }) => refuse(message),
+      onstate: state => { if (state === 'starting') problem.hidden = true; } });
     place.scrollIntoView({ block: 'nearest' });
     player.focus();
   }
@@ -375,21 +380,26 @@ function own_games(own) {
       player.focus();
     } else {
       notes.textContent = left_out.join(' ');
-      if (scripts.length > 1)
-        notes.append(make('span', { className: 'bar' }, 'No main.lua is in it. Which script begins?', ...scripts.slice(0, 50).map(script =>
-          button(script.split('/').slice(3).join('/'), 'Plays it', () => play({ ...game, name: game.name + '/' + script.split('/').pop(), script })))));
-      else play(game);
+      if (scripts.length < 2) return play(game);
+      const choices = scripts.slice(0, 50).map(script => button(script.split('/').slice(3).join('/'), 'Plays it',
+        () => play({ ...game, name: game.name + '/' + script.split('/').pop(), script })));
+      notes.append(make('span', { className: 'bar' }, 'No main.lua is in it. Which script begins?', ...choices));
     }
   }
 
   let inside = 0; // entered elements that have not been left
-  const over = change => { inside = Math.max(inside + change, 0); document.body.classList.toggle('dropping', inside > 0); };
+  const over = change => {
+    inside = Math.max(inside + change, 0);
+    document.body.classList.toggle('dropping', inside > 0);
+  };
   document.addEventListener('dragenter', () => over(1));
   document.addEventListener('dragleave', () => over(-1));
-  document.addEventListener('dragover', event => event.preventDefault());
+  const has_files = event => [...event.dataTransfer.types].includes('Files'); // text goes where it is dropped
+  document.addEventListener('dragover', event => { if (has_files(event)) event.preventDefault(); });
   document.addEventListener('drop', event => {
-    event.preventDefault();
     over(-inside);
+    if (!has_files(event)) return;
+    event.preventDefault();
     dropped(event.dataTransfer).then(take, error => refuse(location.protocol !== 'file:'
       ? 'It can\'t be read: ' + error.message
       : 'This browser lets no page from a disk read a dropped folder: choose it with the button, or drop a zip file.'));
