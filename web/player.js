@@ -115,7 +115,8 @@ function orbPlayer(place, options) {
     if (options.onstate) options.onstate(now);
   }
 
-  // As large as there is room, and each pixel as large as every other if that costs little.
+  // As large as there is room, and each pixel as large as every other if that costs little. Elsewhere
+  // the worker enlarges by a whole number, and the browser makes that smaller: edges stay sharp.
   function fit() {
     const pixels = shape || { width: poster.naturalWidth || 640, height: poster.naturalHeight || 480 };
     const full = document.fullscreenElement === stage, dense = window.devicePixelRatio || 1;
@@ -129,8 +130,7 @@ function orbPlayer(place, options) {
       shown.style.height = pixels.height * scale / dense + 'px';
       shown.style.imageRendering = crisp ? 'pixelated' : 'auto';
     }
-    const fine = Math.max(Math.round(scale), 1);
-    const wanted = figures || boxes ? fine : 1;
+    const wanted = crisp && !figures && !boxes ? 1 : Math.max(Math.ceil(scale), 1);
     if (wanted !== pixelScale) tell({ scale: pixelScale = wanted });
   }
   const watch = new ResizeObserver(() => requestAnimationFrame(fit));
