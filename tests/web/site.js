@@ -67,6 +67,8 @@ async function look(page) {
     // The gallery, and examples with what they draw.
     await page.open(disk + 'index.html');
     await page.until('document.querySelectorAll(".card").length >= 15');
+    await click('Run');
+    await page.until('document.querySelector(".place").dataset.frame > 5');
     await page.value('document.querySelector(".card").click()');
     await page.until('document.querySelector("h1").textContent === "basics_first_light" && ' + state + ' === "idle"');
     for (const [from, name, query, frames] of [

@@ -435,8 +435,32 @@ private:
                "", true);
   }
 
+  // The start page's example plays in the place of the picture above it.
+  void bring_to_life(std::string &start) {
+    const std::string_view paragraph = "<p><img ", code = "</code></pre>";
+    const std::size_t from = start.find(paragraph), end = start.find("</p>", from),
+                      last = start.find(code, end);
+    if (last == std::string::npos) {
+      found_.push_back("docs/guides/start.md: it has no picture with an example below");
+      return;
+    }
+    const std::string image = start.substr(from, end - from);
+    const auto value = [&](std::string_view attribute) {
+      const std::size_t at = image.find(attribute) + attribute.size();
+      return image.substr(at, image.find('"', at) - at);
+    };
+    const std::string picture = value("src=\"");
+    start.insert(last + code.size(), "</div>");
+    start.replace(from, end + 4 - from,
+                  "<div class=live data-script=\"/examples/basics/hello.lua\" data-name=hello>"
+                  "<div class=place><img class=shot alt=\"" +
+                      value("alt=\"") + "\" " + source_of(out_ / picture, picture) +
+                      "></div><div class=bar></div>");
+  }
+
   void start_page() {
     std::string body = html_of(read(root_ / "docs/guides/start.md"), links(""));
+    if (live()) bring_to_life(body);
     std::string cards;
     for (const Shown &shown : gallery_) {
       const std::string picture = "pictures/" + shown.name + ".png";
