@@ -642,11 +642,14 @@ struct starved_world {
 bool is_refusal(const transcript_case &played, const std::string &outcome) {
   const size_t blank = outcome.find(' ');
   std::string reports = (blank < outcome.size() ? outcome.substr(blank + 1) : "silent") + "; ";
-  for (size_t end; (end = reports.find("; ")) < reports.size(); reports.erase(0, end + 2))
-    if (std::none_of(played.refusals.begin(), played.refusals.end(), [&](const auto &known) {
-          return (reports.substr(0, end) + ' ').starts_with(known + ' ');
-        }))
-      return false;
+  while (!reports.empty()) {
+    const auto known =
+        std::find_if(played.refusals.begin(), played.refusals.end(), [&](const std::string &text) {
+          return reports.starts_with(text + ' ') || reports.starts_with(text + "; ");
+        });
+    if (known == played.refusals.end()) return false;
+    reports.erase(0, reports.find("; ", known->size()) + 2);
+  }
   return true;
 }
 
