@@ -159,12 +159,21 @@ const char *endless_path(const char *, int32_t purpose) {
 const char *folder_path(const char *, int32_t) {
   return "/";
 }
+void *opens_to_read(const char *name, int32_t mode, int32_t one, const char *key) {
+  return mode == ORB_OPEN_READ ? honest.open(name, mode, one, key) : nullptr;
+}
+void closes_what_is_open(void *stream) {
+  EXPECT_TRUE(stream);
+  honest.close(stream);
+}
 
 /// Streams that return false values.
 const struct {
   const char *name;
   void (*lie)(orb_file_services &services);
 } lies[] = {
+    {"opens only to read",
+     [](orb_file_services &s) { s.open = opens_to_read, s.close = closes_what_is_open; }},
     {"reads -1", [](orb_file_services &s) { s.read = reads<-1>; }},
     {"reads nothing, and has no end",
      [](orb_file_services &s) { s.read = reads<0>, s.at_end = ends<0>; }},
