@@ -25,4 +25,16 @@ std::string find_module(const char *program) {
   return module_file;
 }
 
+std::string find_above_module(const char *program, std::initializer_list<const char *> paths) {
+  namespace fs = std::filesystem;
+  std::error_code ignored;
+  fs::path above = fs::absolute(find_module(program), ignored);
+  while (above.has_relative_path()) {
+    above = above.parent_path();
+    for (const char *path : paths)
+      if (fs::exists(above / path, ignored)) return (above / path).string();
+  }
+  return {};
+}
+
 } // namespace orbhost

@@ -6,6 +6,7 @@
 #include "host/player/new_game.h"
 #include "host/player/options.h"
 #include "host/player/pack.h"
+#include "host/player/pack_web.h"
 #include "host/player/recording.h"
 #include "host/player/screenshots.h"
 #include "host/player/session.h"
@@ -109,7 +110,10 @@ int run(Settings settings) {
     return exit_ok;
   }
   if (!settings.pack.empty()) {
-    pack_game(settings.pack, settings.program);
+    if (settings.web)
+      pack_for_web(settings);
+    else
+      pack_game(settings.pack, settings.program);
     return exit_ok;
   }
   const Game game = open_game(settings.script);

@@ -15,22 +15,16 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Where the editor's types are installed or, in a tree, made: above the module. As a text of JSON;
-// empty if they aren't there.
+// Where the editor's types are installed or, in a tree, made. As a text of JSON; empty if they aren't
+// there.
 std::string types_folder(const std::string &program) {
-  std::error_code ignored;
-  fs::path above = fs::absolute(orbhost::find_module(program.c_str()), ignored);
-  while (above.has_relative_path()) {
-    above = above.parent_path();
-    for (const char *types : {"share/orb/types", "docs/types"}) {
-      if (!fs::exists(above / types / "orb.lua", ignored)) continue;
-      std::string text = "\"";
-      for (const char c : (above / types).string())
-        text += c == '"' || c == '\\' ? std::string{'\\', c} : std::string{c};
-      return text + '"';
-    }
-  }
-  return {};
+  const fs::path types = orbhost::find_above_module(
+      program.c_str(), {"share/orb/types/orb.lua", "docs/types/orb.lua"});
+  if (types.empty()) return {};
+  std::string text = "\"";
+  for (const char c : types.parent_path().string())
+    text += c == '"' || c == '\\' ? std::string{'\\', c} : std::string{c};
+  return text + '"';
 }
 
 void fill_in(std::string &text, std::string_view place, const std::string &with) {

@@ -164,9 +164,11 @@ Settings parse_options(int argc, char **argv) {
   app.add_option("--new", settings.new_game,
                  "make a folder with a small game to begin with, and exit")
       ->type_name("FOLDER");
-  app.add_option("--pack", settings.pack,
-                 "pack a game's folder as files to give away, and exit")
-      ->type_name("FOLDER");
+  CLI::Option *pack = app.add_option("--pack", settings.pack,
+                                     "pack a game's folder as files to give away, and exit")
+                          ->type_name("FOLDER");
+  app.add_flag("--web", settings.web, "with --pack: make pages for browsers of it instead")
+      ->needs(pack);
   app.add_flag("--list-functions", settings.list_functions,
                "list all functions that a script can call, and exit");
   app.add_option("--module", settings.module, "load this module file")->type_name("PATH");

@@ -33,6 +33,7 @@ struct Settings {
   std::string program; // argv[0]
   std::string script;  // or a folder or zip file of a game
   std::string new_game, pack; // folders; empty: none is to be made, or packed
+  bool web = false;           // what is packed is for browsers
   std::vector<std::string> arguments;
   std::string module;
   bool headless = false, mute = false, full_screen = false, strict = false, list_functions = false;

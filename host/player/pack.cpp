@@ -145,23 +145,7 @@ void tell_what_is_left_out(const Folder &folder) {
 }
 
 std::string size_of(const fs::path &file) {
-  const std::uintmax_t bytes = fs::file_size(file);
-  char text[32];
-  if (bytes < 1'000'000)
-    std::snprintf(text, sizeof text, "%ju KB", (bytes + 999) / 1000);
-  else
-    std::snprintf(text, sizeof text, "%.1f MB", static_cast<double>(bytes) / 1e6);
-  return text;
-}
-
-// NAME.zip, with the files in a folder NAME: the game keeps its name whatever the file's becomes.
-void make_zip(const Folder &folder, const std::string &name, const std::string &archive) {
-  std::map<std::string, std::string> files;
-  for (const auto &[file, path] : folder.files)
-    files.emplace(name + "/" + file, path.string());
-  pack(files, archive);
-  std::printf("%s: %zu file%s, %s, for all who have orbplay\n", archive.c_str(), files.size(),
-              files.size() == 1 ? "" : "s", size_of(archive).c_str());
+  return size_in_words(fs::file_size(file));
 }
 
 // What packs the player, in the portable folder that this one runs from. Empty: there is none.
@@ -201,7 +185,7 @@ void add_player(const fs::path &packer, const std::string &name, const std::stri
 
 } // namespace
 
-void pack_game(const std::string &path, const std::string &program) {
+PackedGame look_through(const std::string &path) {
   std::error_code ignored;
   if (fs::exists(path, ignored) && !fs::is_directory(path, ignored))
     throw PlayError(exit_usage, path + ": is no folder; name the folder of a game with a main.lua");
@@ -209,14 +193,33 @@ void pack_game(const std::string &path, const std::string &program) {
   Folder folder = look_at(fs::canonical(game.folder));
   check_scripts(folder);
   tell_what_is_left_out(folder);
-  const std::string &name = game.name;
-  const fs::path beside = folder.path.parent_path();
-  const std::string zip = (beside / (name + ".zip")).string();
-  make_zip(folder, name, zip);
-  if (const fs::path packer = find_packer(program); !packer.empty())
-    add_player(packer, name, zip, (beside / (name + "-linux.tar.xz")).string());
+  // In a folder NAME: the game keeps its name whatever the archive's becomes.
+  PackedGame packed{game.name, folder.path, {}};
+  for (const auto &[file, from] : folder.files)
+    packed.files.emplace(game.name + "/" + file, from.string());
+  return packed;
+}
+
+std::string size_in_words(std::uintmax_t bytes) {
+  char text[32];
+  if (bytes < 1'000'000)
+    std::snprintf(text, sizeof text, "%ju KB", (bytes + 999) / 1000);
   else
-    warn("to have " + name +
+    std::snprintf(text, sizeof text, "%.1f MB", static_cast<double>(bytes) / 1e6);
+  return text;
+}
+
+void pack_game(const std::string &path, const std::string &program) {
+  const PackedGame game = look_through(path);
+  const fs::path beside = game.folder.parent_path();
+  const std::string zip = (beside / (game.name + ".zip")).string();
+  pack(game.files, zip);
+  std::printf("%s: %zu file%s, %s, for all who have orbplay\n", zip.c_str(), game.files.size(),
+              game.files.size() == 1 ? "" : "s", size_of(zip).c_str());
+  if (const fs::path packer = find_packer(program); !packer.empty())
+    add_player(packer, game.name, zip, (beside / (game.name + "-linux.tar.xz")).string());
+  else
+    warn("to have " + game.name +
          "-linux.tar.xz too, with the player in it, pack with the orbplay of the "
          "portable folder");
 }
