@@ -46,9 +46,10 @@ fs::path find_player(const std::string &program) {
   const std::string page = orbhost::find_above_module(
       program.c_str(), {"share/orb/web/packed.html", "build/wasm/play/packed.html"});
   if (page.empty())
-    throw PlayError(exit_not_found,
-                    "the player for pages isn't here: the portable folder has it, and in the source "
-                    "tree ./orb web makes it");
+    throw PlayError(
+        exit_not_found,
+        "the player for pages isn't here: the portable folder has it, and in the source "
+        "tree ./orb web makes it");
   return fs::path(page).parent_path();
 }
 
@@ -172,10 +173,10 @@ std::string replace_all(std::string text, std::string_view part, std::string_vie
   return text;
 }
 
-// A script, in which the two texts that mean something to HTML stand in strings at most.
+// A script, in whose strings nothing can end it or begin a comment of HTML.
 std::string inlined_script(std::string text) {
-  for (const char *tag : {"</script", "</SCRIPT", "</Script"})
-    text = replace_all(std::move(text), tag, std::string("<\\") + (tag + 1));
+  text = replace_all(std::move(text), "</s", "<\\/s");
+  text = replace_all(std::move(text), "</S", "<\\/S");
   return "<script>\n" + replace_all(std::move(text), "<!--", "<\\!--") + "</script>\n";
 }
 
@@ -259,14 +260,14 @@ void make_file(const Made &made, const fs::path &file) {
   const auto script = [&](const char *name) { return inlined_script(read(made.player / name)); };
   const std::string program =
       "<script>orbPlayer.program = '" + base64(read(made.player / "orb.wasm")) + "';</script>";
-  const std::string page =
-      filled_in(read(made.player / "packed.html"),
-                with(made.texts, {{"PREVIEW", ""},
-                                  {"ICON", data_address("image/png", made.icon)},
-                                  {"PICTURE", data_address("image/png", made.picture)},
-                                  {"STYLE", "<style>\n" + read(made.player / "player.css") + "</style>"},
-                                  {"PLAYER", script("orb.js") + script("player.js") + program},
-                                  {"GAME", "bytesOf('" + base64(read(made.zip)) + "')"}}));
+  const std::string page = filled_in(
+      read(made.player / "packed.html"),
+      with(made.texts, {{"PREVIEW", ""},
+                        {"ICON", data_address("image/png", made.icon)},
+                        {"PICTURE", data_address("image/png", made.picture)},
+                        {"STYLE", "<style>\n" + read(made.player / "player.css") + "</style>"},
+                        {"PLAYER", script("orb.js") + script("player.js") + program},
+                        {"GAME", "bytesOf('" + base64(read(made.zip)) + "')"}}));
   save(file, page);
   std::printf("%s: %s, for any browser, from a disk too\n", file.c_str(),
               size_in_words(page.size()).c_str());
@@ -287,7 +288,10 @@ void pack_for_web(const Settings &settings) {
   pack(game.files, zip.string());
   std::string icon = own_picture(game, "icon.png");
   if (icon.empty()) icon = own_icon;
-  const Made made{player, zip, preview_of(game, zip, settings, icon), icon,
+  const Made made{player,
+                  zip,
+                  preview_of(game, zip, settings, icon),
+                  icon,
                   {{"TITLE", as_html(game.name)},
                    {"DESCRIPTION", as_html(first_comment(read(game.folder / "main.lua")))},
                    {"NAME", as_script(game.name)}}};

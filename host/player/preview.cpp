@@ -20,7 +20,8 @@ constexpr unsigned most_seconds = 10;
 // Whether the play has got as far as the picture.
 bool play(const std::string &zip, Settings settings) {
   try {
-    const Game game = open_game(zip); // unpacked elsewhere: what it writes isn't in the user's folder
+    const Game game =
+        open_game(zip); // unpacked elsewhere: what it writes isn't in the user's folder
     settings.script = game.script;
     Session session(settings, game);
     session.observe(std::make_unique<Screenshots>(settings));
