@@ -26,7 +26,7 @@ namespace {
 namespace fs = std::filesystem;
 
 // Browsers read the single file as a whole, and keep it as text and as bytes.
-constexpr std::uintmax_t most_bytes_in_a_page = 64u << 20;
+constexpr std::uintmax_t most_bytes_in_a_page = 64'000'000;
 
 // What the template has, and thereby all pages that are made of it.
 constexpr std::string_view mark = "name=\"generator\" content=\"orbplay\"";
