@@ -44,6 +44,12 @@ install(DIRECTORY "${PROJECT_BINARY_DIR}/docs/man/"
 install(DIRECTORY "${PROJECT_BINARY_DIR}/docs/types/"
   DESTINATION "${CMAKE_INSTALL_DATADIR}/orb/types" COMPONENT player OPTIONAL)
 
+# What `./orb web` makes and packed games are played by on pages, where it has been made.
+foreach(file IN ITEMS orb.js orb.wasm player.js player.css packed.html)
+  install(FILES "${PROJECT_SOURCE_DIR}/build/wasm/play/${file}"
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/orb/web" COMPONENT player OPTIONAL)
+endforeach()
+
 install(DIRECTORY examples DESTINATION "${CMAKE_INSTALL_DATADIR}/orb" COMPONENT player
   PATTERN "*.py" EXCLUDE PATTERN gallery.txt EXCLUDE)
 

@@ -45,6 +45,13 @@ env -i "$work/a friend/Günter's game/Günter's game" "${play[@]}" "$work/packed
   die "the packed game doesn't play"
 cmp "$work/build.png" "$work/packed.png" || die "the packed game draws another picture"
 
+# As pages, if the player for them has been made; the picture is of a play.
+if [ -e "$folder/share/orb/web" ]; then
+  env -i "$folder/bin/orbplay" --pack "$game" --web >"$work/log" 2>&1 && [ -e "$game.html" ] &&
+    ! cmp -s "$game-web/picture.png" "$game-web/icon.png" ||
+    { cat "$work/log"; die "the folder doesn't make pages of a game"; }
+fi
+
 if unshare --map-root-user true 2>/dev/null; then
   (cd / && unshare --map-root-user --root="$folder" /lib/orb/ld-linux.so.2 --library-path /lib/orb \
     --argv0 /bin/orbplay /lib/orb/orbplay "${play[@]}" /alone.png "/$script") ||

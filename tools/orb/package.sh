@@ -186,8 +186,9 @@ pack() {
     --format=gnu --mode=u+rw,go+r,go-w -c "${1##*/}" | xz -9e -T1 >"$2.new" && mv "$2.new" "$2"
 }
 
-# need_release: builds the preset "release" and its documents.
+# need_release: builds the preset "release", its documents, and the player for pages.
 need_release() {
+  need_web_player
   prepare release orbplay orbgfx orbdocs
   make_docs release "$root/build/release/docs" || die "the documents can't be made: see above"
 }
@@ -227,14 +228,26 @@ verb_package() {
   say "made: $(ls "$dist"/*-linux.tar.xz)"
 }
 
-# verb_pack FOLDER: packs a game by the player of a portable folder, which goes with it.
+# verb_pack FOLDER [--web]: packs a game by the player of a portable folder, which goes with it; or as
+# pages.
 verb_pack() {
-  [ $# -eq 1 ] || { say "usage: ./orb pack FOLDER"; exit 2; }
-  local player=$root/build/portable
+  local player=$root/build/portable folder=${1-} preset
+  case "$# $*" in
+    '2 --web '*) folder=$2 ;;
+    '1 '[!-]* | '2 '*' --web') ;;
+    *) say "usage: ./orb pack FOLDER [--web]"; exit 2 ;;
+  esac
+  if [ $# = 2 ]; then
+    need_web_player
+    preset=$(default_preset)
+    prepare "$preset" orbplay
+    run32 "$root/build/$preset/bin/orbplay" --pack "$folder" --web
+    exit
+  fi
   prepare release orbplay orbgfx
   lock
   step portable "collecting what the player needs" "read the end of the log" \
     make_portable "$root/build/release" "$player"
   unlock
-  exec "$player/bin/orbplay" --pack "$1"
+  exec "$player/bin/orbplay" --pack "$folder"
 }

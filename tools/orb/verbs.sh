@@ -7,7 +7,8 @@ usage: ./orb VERB [ARGUMENTS]
   play [OPTIONS] GAME     play a Lua script, a folder with a main.lua, or a zip file of
                           one; --help lists the player's options
   new FOLDER              make a folder with a small game to begin with
-  pack FOLDER             pack a game to give it away, with and without the player
+  pack FOLDER [--web]     pack a game to give it away, with and without the player;
+                          --web: as pages for browsers
   gfx COMMAND ...         pack, unpack and compare graph libraries; --help
   test [--sanitize | --record] [PATTERN | CTEST OPTIONS]
                           run all tests, or those whose suite matches PATTERN;

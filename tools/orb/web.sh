@@ -61,9 +61,9 @@ need_web_site() {
     die "$site.new could not be renamed to $site: check that folder's permissions"
 }
 
-verb_web() {
-  local packages preset
-  preset=$(default_preset)
+# need_web_player: makes the player for pages, in build/wasm/play.
+need_web_player() {
+  local packages
   mapfile -t packages < <(list_of "$root/tools/packages.txt" "$root/tools/packages-web.txt")
   lock
   need_packages "${packages[@]}"
@@ -71,6 +71,12 @@ verb_web() {
   need_configured wasm
   need_built wasm
   unlock
+}
+
+verb_web() {
+  local preset
+  preset=$(default_preset)
+  need_web_player
   prepare "$preset" orbdocs
   lock
   need_web_site "$preset"
