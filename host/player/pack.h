@@ -1,6 +1,7 @@
 // Games as files to give away.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <map>
 #include <string>

@@ -12,6 +12,7 @@
 #include <sodium.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -115,29 +116,36 @@ std::string preview_of(const PackedGame &game, const fs::path &zip, const Settin
 
 // ---- Texts -------------------------------------------------------------------------------------
 
-// The first line of the comment that a script begins with.
+bool is_of_word(char c) {
+  return std::isalnum(static_cast<unsigned char>(c)) || static_cast<unsigned char>(c) >= 0x80;
+}
+
+// The first line with a word in it of the comment that a script begins with.
 std::string first_comment(std::string_view lua) {
   constexpr const char *blanks = " \t\r\v\f";
+  if (lua.starts_with("\xEF\xBB\xBF")) lua.remove_prefix(3);
   bool in_block = false;
   while (!lua.empty()) {
     std::string_view line = lua.substr(0, lua.find('\n'));
     lua.remove_prefix(std::min(line.size() + 1, lua.size()));
-    if (line.starts_with("\xEF\xBB\xBF")) line.remove_prefix(3);
     line.remove_prefix(std::min(line.find_first_not_of(blanks), line.size()));
-    if (line.empty() || line.starts_with("#!") || line.starts_with("---@")) continue;
-    if (!in_block && !line.starts_with("--")) return {};
-    line.remove_prefix(std::min(line.find_first_not_of('-'), line.size()));
-    if (const std::size_t level = line.find_first_not_of('=', 1);
-        !in_block && line.starts_with('[') && level != line.npos && line[level] == '[') {
-      in_block = true;
-      line.remove_prefix(level + 1);
+    if (line.empty() || line.starts_with("#!") || line.starts_with("---@"))
+      continue; // or for an editor
+    if (!in_block) {
+      if (!line.starts_with("--")) return {};
+      line.remove_prefix(std::min(line.find_first_not_of('-'), line.size()));
+      const std::size_t level = line.find_first_not_of('=', 1);
+      in_block = line.starts_with('[') && level != line.npos && line[level] == '[';
+      if (in_block) line.remove_prefix(level + 1);
     }
-    const bool ends = in_block && line.find(']') != line.npos;
-    if (ends) line = line.substr(0, line.find(']'));
-    line.remove_prefix(std::min(line.find_first_not_of(" \t\r=*#"), line.size()));
-    if (const std::size_t last = line.find_last_not_of(" \t\r-=*#"); last != line.npos)
-      return std::string(line.substr(0, last + 1));
-    if (ends) return {};
+    if (const std::size_t end = std::min(line.find("]]"), line.find("]="));
+        in_block && end != line.npos) {
+      line = line.substr(0, end);
+      in_block = false;
+    }
+    if (std::ranges::none_of(line, is_of_word)) continue;
+    line.remove_prefix(line.find_first_not_of(blanks));
+    return std::string(line.substr(0, line.find_last_not_of(blanks) + 1));
   }
   return {};
 }
