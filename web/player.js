@@ -9,7 +9,8 @@
 //              before play}; arguments: the script's
 //   poster     the address of a picture, shown until play begins
 //   autoplay   begin at once; else a button over the poster does
-//   controls   false: no bar
+//   controls   false: no bar; or the names of its buttons: pause, step, again, stop, figures, boxes,
+//              picture, record, sound, full; all are there if this is left out
 //   fill       the game takes the height of `place` too, which has one; else that of its pixels
 //   onstate    (state): idle, starting, playing, paused, over, failed, stopped
 //   onerror    ({message, file, line}): why the game failed; else the player shows it
@@ -71,7 +72,7 @@ function orbPlayer(place, options) {
   const buttons = {};
   function addButton(name, label, title, onclick) {
     buttons[name] = element('button', { type: 'button', textContent: label, title, onclick });
-    bar.append(buttons[name]);
+    if (!options.controls || options.controls.includes(name)) bar.append(buttons[name]);
   }
   addButton('pause', 'Pause', 'F6 in the game', () => pause());
   addButton('step', 'Step', 'One frame: F7 in the game', () => step());
