@@ -17,6 +17,8 @@ add_library(orb_common INTERFACE)
 if(EMSCRIPTEN)
   # The intrinsics of SSE2, in terms of WebAssembly's own; and what its C and C++ libraries lack.
   set(machine -msse2 -isystem "${PROJECT_SOURCE_DIR}/web/compat")
+  # As on Linux, nothing lies where null pointers with an offset lead (src/boundary/readable.cpp).
+  target_link_options(orb_common INTERFACE -sGLOBAL_BASE=65536)
 else()
   # SSE arithmetic gives the same floating-point results in every build; x87 does not.
   set(machine -march=i686 -msse2 -mfpmath=sse)
