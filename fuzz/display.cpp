@@ -7,19 +7,20 @@
 
 fuzz::display_manner fuzz::display;
 
-namespace {
-
-/// SDL's own function, which the one of that name here replaces.
-template <typename F> F *in_sdl(const char *name) {
-  return reinterpret_cast<F *>(dlsym(RTLD_NEXT, name));
-}
-
-} // namespace
+#ifdef __wasm__ // SDL is linked in: the linker puts these before its own (-Wl,--wrap)
+#define HERE(name) __wrap_##name
+#define IN_SDL(name) __real_##name
+extern "C" decltype(SDL_SetVideoMode) IN_SDL(SDL_SetVideoMode);
+extern "C" decltype(SDL_ListModes) IN_SDL(SDL_ListModes);
+#else
+#define HERE(name) name
+#define IN_SDL(name) reinterpret_cast<decltype(name) *>(dlsym(RTLD_NEXT, #name))
+#endif
 
 extern "C" {
 
-SDL_Surface *SDL_SetVideoMode(int width, int height, int bpp, Uint32 flags) {
-  static auto *const real = in_sdl<decltype(SDL_SetVideoMode)>("SDL_SetVideoMode");
+SDL_Surface *HERE(SDL_SetVideoMode)(int width, int height, int bpp, Uint32 flags) {
+  static auto *const real = IN_SDL(SDL_SetVideoMode);
   if (fuzz::display.refusals > 0) {
     --fuzz::display.refusals;
     return nullptr;
@@ -27,8 +28,8 @@ SDL_Surface *SDL_SetVideoMode(int width, int height, int bpp, Uint32 flags) {
   return real(width, height, std::max(bpp, fuzz::display.depth), flags);
 }
 
-SDL_Rect **SDL_ListModes(SDL_PixelFormat *format, Uint32 flags) {
-  static auto *const real = in_sdl<decltype(SDL_ListModes)>("SDL_ListModes");
+SDL_Rect **HERE(SDL_ListModes)(SDL_PixelFormat *format, Uint32 flags) {
+  static auto *const real = IN_SDL(SDL_ListModes);
   static SDL_Rect sizes[] = {{0, 0, 640, 480}, {0, 0, 320, 240}, {0, 0, 100, 80}, {0, 0, 64, 48}};
   static SDL_Rect *few[] = {&sizes[0], &sizes[1], &sizes[2], &sizes[3], nullptr};
   switch (fuzz::display.listed) {

@@ -60,8 +60,12 @@ const std::filesystem::path &world_folder() {
 }
 
 void restore_world_folder() {
+  // None is removed while they are listed: some file systems then leave entries out.
+  std::vector<std::filesystem::path> there;
   for (const auto &entry : std::filesystem::directory_iterator(world_folder()))
-    std::filesystem::remove_all(entry.path());
+    there.push_back(entry.path());
+  for (const auto &path : there)
+    std::filesystem::remove_all(path);
   for (const auto &[path, bytes] : kept_files)
     write_file(path, bytes);
 }

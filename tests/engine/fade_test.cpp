@@ -50,10 +50,10 @@ struct Fades : testing::Test {
 
 TEST_F(Fades, RecolourEveryPixelButNotItsTopByte) {
   for (const int32_t depth : {16, 32})
-    for (const row_routines *routines : {&rows_sse2, &rows_avx2}) {
-      if (routines == &rows_avx2 && !cpu_has(instruction_set::avx2)) continue;
+    for (const instruction_set isa : {instruction_set::sse2, instruction_set::avx2}) {
+      if (!cpu_has(isa)) continue;
       w.set_mode(depth);
-      row_kernels = routines;
+      row_kernels = &one_for_each(rows_sse2, rows_avx2)[isa];
       each_position([&] {
         const auto colour = [=](uint32_t i) { // all levels of all channels
           return depth == 16 ? (i % 32) << 11 | (i % 64) << 5 | (31 - i % 32)

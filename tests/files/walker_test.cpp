@@ -1,7 +1,7 @@
 // Every format cut to each length and damaged byte by byte, and the inputs that fuzzing found worth
 // keeping: each is loaded or refused with one report, leaves nothing behind, and decides every
 // pixel of what is loaded.
-#include <malloc.h>
+#include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -80,16 +80,22 @@ public:
 
   /// Loads the file with the heap filled in two ways: pixels that it leaves unset would differ.
   void load_twice(const std::string &function, const char *key = nullptr) {
-    mallopt(M_PERTURB, 0x11);
-    const file_bytes first = load(function, key);
-    mallopt(M_PERTURB, 0xEE);
-    if (!first.empty()) EXPECT_TRUE(load(function, key) == first) << function;
-    mallopt(M_PERTURB, 0);
+    const auto load_over = [&](uint8_t fill) {
+      const filled_heap filled(fill);
+      return load(function, key);
+    };
+    const file_bytes first = load_over(0x11);
+    if (!first.empty()) EXPECT_TRUE(load_over(0xEE) == first) << function;
   }
 
 private:
+#ifdef __wasm__ // all files are in memory
+  std::string path_ = w.folder.path / "damaged";
+  int descriptor_ = open(path_.c_str(), O_RDWR | O_CREAT, 0600);
+#else
   int descriptor_ = memfd_create("damaged", 0);
   std::string path_ = "/proc/self/fd/" + std::to_string(descriptor_);
+#endif
 
   /// One report, of the function or its older name, of the name or the key, by its number.
   bool is_described(const std::string &report, const std::string &function) const {

@@ -5,7 +5,6 @@
 #include <fstream>
 #include <functional>
 #include <iterator>
-#include <malloc.h>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -18,6 +17,7 @@
 #include "host/screenshot.h"
 #include "host/script.h"
 #include "module/module.h"
+#include "support/failing_allocator.h"
 #include "support/recording.h"
 #include "support/registration.h"
 #include "support/world.h"
@@ -75,12 +75,11 @@ void play_scene(const std::string &row) {
 }
 
 /// Plays with every allocation filled with a byte, and a limit on instructions.
-fuzz::played play_kept(const file_bytes &script, int fill, instruction_set highest) {
-  mallopt(M_PERTURB, fill);
+fuzz::played play_kept(const file_bytes &script, uint8_t fill, instruction_set highest) {
+  const filled_heap filled(fill);
   mask_instruction_sets(highest);
   fuzz::played result = fuzz::play_script(script);
   mask_instruction_sets(instruction_set::avx2);
-  mallopt(M_PERTURB, 0);
   return result;
 }
 

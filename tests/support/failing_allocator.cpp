@@ -30,6 +30,7 @@ struct armed_fault {
 thread_local armed_fault fault;
 
 std::atomic<int32_t> module_blocks, all_blocks;
+std::atomic<int> filling = -1; // negative: none
 
 /// Whether this request must fail.
 bool fails(bool of_library) {
@@ -47,6 +48,12 @@ void *counted(void *block, std::atomic<int32_t> &blocks) {
   return block;
 }
 
+/// Fills memory, unless it is null.
+[[maybe_unused]] void *filled(void *at, size_t size) {
+  if (at && filling >= 0) memset(at, filling, size);
+  return at;
+}
+
 } // namespace
 
 allocation_fault::allocation_fault(uint32_t request, fault_scope scope, fault_kind kind) {
@@ -57,6 +64,13 @@ allocation_fault::~allocation_fault() {
 }
 bool allocation_fault::reached() const {
   return fault.reached;
+}
+
+filled_heap::filled_heap(uint8_t byte) {
+  filling = byte;
+}
+filled_heap::~filled_heap() {
+  filling = -1;
 }
 
 int32_t outstanding_blocks(fault_scope scope) {
@@ -75,14 +89,16 @@ void __libc_free(void *block);
 
 #pragma GCC visibility push(default)
 void *malloc(size_t size) {
-  return fails(true) ? nullptr : counted(__libc_malloc(size), all_blocks);
+  return fails(true) ? nullptr : counted(filled(__libc_malloc(size), size), all_blocks);
 }
 void *calloc(size_t count, size_t size) {
   return fails(true) ? nullptr : counted(__libc_calloc(count, size), all_blocks);
 }
 void *realloc(void *block, size_t size) {
   if (fails(true)) return nullptr;
+  const size_t former_size = malloc_usable_size(block);
   void *const moved = __libc_realloc(block, size);
+  if (moved && size > former_size) filled(static_cast<char *>(moved) + former_size, size - former_size);
   all_blocks += (moved != nullptr) - (block && (moved || size == 0)); // size 0 frees
   return moved;
 }
@@ -91,6 +107,7 @@ void *aligned_alloc(size_t alignment, size_t size) {
 }
 void free(void *block) {
   all_blocks -= block != nullptr;
+  filled(block, malloc_usable_size(block));
   __libc_free(block);
 }
 #pragma GCC visibility pop

@@ -8,7 +8,7 @@
 //
 // Two kinds of requests are distinguished. Those of objects linked into this program, the module's
 // among them, reach the wrappers that the linker puts before malloc and its relatives. Those of
-// shared libraries (libpng, libjpeg, LittleCMS, zlib, SDL, the C library itself) reach them because
+// libraries (libpng, libjpeg, LittleCMS, zlib, SDL, the C library itself) reach them because
 // the program's malloc precedes the C library's; sanitizers need that place for themselves, so
 // their builds see the first kind only. `operator new`, and so every container of the tests and
 // their host, bypasses both: it never fails and is never counted.
@@ -40,6 +40,16 @@ public:
   allocation_fault &operator=(const allocation_fault &) = delete;
 
   bool reached() const;
+};
+
+/// During its lifetime new and freed memory of everybody is filled with a byte, except where
+/// sanitizers have the heap. Only one may exist at a time.
+class filled_heap {
+public:
+  explicit filled_heap(uint8_t byte);
+  ~filled_heap();
+  filled_heap(const filled_heap &) = delete;
+  filled_heap &operator=(const filled_heap &) = delete;
 };
 
 /// Blocks allocated and not yet freed, over all threads.

@@ -1,6 +1,7 @@
 #include "support/transcript.h"
 
 #include <algorithm>
+#include <bit>
 #include <cctype>
 #include <cstddef>
 #include <fstream>
