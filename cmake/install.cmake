@@ -45,7 +45,7 @@ install(DIRECTORY "${PROJECT_BINARY_DIR}/docs/types/"
   DESTINATION "${CMAKE_INSTALL_DATADIR}/orb/types" COMPONENT player OPTIONAL)
 
 # What `./orb web` makes and packed games are played by on pages, where it has been made.
-foreach(file IN ITEMS orb.js orb.wasm player.js player.css packed.html)
+foreach(file IN ITEMS orb.js orb.wasm player.js player.css packed.html licences.txt)
   install(FILES "${PROJECT_SOURCE_DIR}/build/wasm/play/${file}"
     DESTINATION "${CMAKE_INSTALL_DATADIR}/orb/web" COMPONENT player OPTIONAL)
 endforeach()

@@ -1,12 +1,13 @@
 // Makes the folder that pages load the player from.
-// usage: node assemble.js WEB-FOLDER ORB.JS EXAMPLES-FOLDER OUT
+// usage: node assemble.js SOURCE-TREE ORB.JS FOLDER-OF-LICENCES OUT
 //
 // What is there twice, as it is and as a script, is so for pages that were opened from a disk: they
 // may load scripts only.
 const fs = require('fs');
 const path = require('path');
 
-const [web, orb, examples, out] = process.argv.slice(2);
+const [root, orb, licences, out] = process.argv.slice(2);
+const web = path.join(root, 'web'), examples = path.join(root, 'examples');
 const parts = ['program.js', 'worker.js', 'sound.js', 'saves.js', 'hands.js', 'player.js'];
 
 const write = (name, contents) => {
@@ -24,6 +25,16 @@ const wasm = orb.replace(/\.js$/, '.wasm');
 write('orb.js', fs.readFileSync(orb));
 write('orb.wasm', fs.readFileSync(wasm));
 write('orb.wasm.js', 'orbPlayer.program = "' + base64(wasm) + '";\n');
+
+// The licences of all that is in the program, with those of Debian's that they name by their paths.
+const texts = [['orb graphics2D', path.join(root, 'LICENSE')],
+  ...fs.readdirSync(licences).filter(name => name !== 'googletest').map(name => [name, path.join(licences, name)]),
+  ["Emscripten's runtime and libraries", '/usr/share/doc/emscripten/copyright']]
+  .filter(([, file]) => fs.existsSync(file)).map(([name, file]) => [name, fs.readFileSync(file, 'utf8')]);
+const named = texts.map(([, text]) => text).join().match(/\/usr\/share\/common-licenses\/[\w.-]*\w/g) || [];
+for (const file of [...new Set(named)].sort())
+  if (fs.existsSync(file)) texts.push([file, fs.readFileSync(file, 'utf8')]);
+write('licences.txt', texts.map(([name, text]) => '==== ' + name + ' ====\n\n' + text.trim() + '\n').join('\n\n'));
 
 // The files that examples use: no programs that made them, and no hidden ones.
 const sizes = {}, contents = {};

@@ -72,7 +72,7 @@ function orbPlayer(place, options) {
   const buttons = {};
   function addButton(name, label, title, onclick) {
     buttons[name] = element('button', { type: 'button', textContent: label, title, onclick });
-    if (!options.controls || options.controls.includes(name)) bar.append(buttons[name]);
+    if (!Array.isArray(options.controls) || options.controls.includes(name)) bar.append(buttons[name]);
   }
   addButton('pause', 'Pause', 'F6 in the game', () => pause());
   addButton('step', 'Step', 'One frame: F7 in the game', () => step());

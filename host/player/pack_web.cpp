@@ -33,7 +33,8 @@ constexpr std::uintmax_t most_bytes_in_a_page = 64'000'000;
 constexpr std::string_view mark = "name=\"generator\" content=\"orbplay\"";
 
 // The files of the player for pages that a server has to have.
-constexpr const char *player_files[] = {"orb.js", "orb.wasm", "player.js", "player.css"};
+constexpr const char *player_files[] = {"orb.js", "orb.wasm", "player.js", "player.css",
+                                        "licences.txt"};
 
 using Texts = std::map<std::string, std::string, std::less<>>; // by the names of their places
 
@@ -245,6 +246,7 @@ void make_folder(const Made &made, const fs::path &folder) {
                                {"PICTURE", "picture.png"},
                                {"STYLE", "<link rel=\"stylesheet\" href=\"player.css\">"},
                                {"PLAYER", "<script src=\"player.js\"></script>"},
+                               {"LICENCES", "See licences.txt."},
                                {"GAME", "'game.zip'"}}))}};
   save(folder / "index.html", files["index.html"]);
   files["picture.png"] = made.picture;
@@ -275,6 +277,7 @@ void make_file(const Made &made, const fs::path &file) {
                         {"PICTURE", data_address("image/png", made.picture)},
                         {"STYLE", "<style>\n" + read(made.player / "player.css") + "</style>"},
                         {"PLAYER", script("orb.js") + script("player.js") + program},
+                        {"LICENCES", as_html(read(made.player / "licences.txt"))},
                         {"GAME", "bytesOf('" + base64(read(made.zip)) + "')"}}));
   save(file, page);
   std::printf("%s: %s, for any browser, from a disk too\n", file.c_str(),
