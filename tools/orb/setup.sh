@@ -80,7 +80,8 @@ archive_line() {
 }
 
 # extract_i386 DIR PACKAGE...: extracts i386 packages and what they depend on. Nothing of them is
-# run. A package given as src:NAME is a source package: its archives are left in DIR/src.
+# run. A package given as src:NAME or src:NAME=VERSION is a source package: its archives are left in
+# DIR/src. Of a version that the archive has no more, those of the present one are.
 extract_i386() {
   local dir=$1 suite line proxy package packages=() sources=() options=() lines=()
   shift
@@ -104,8 +105,11 @@ extract_i386() {
   lines=("$line")
   if [ ${#sources[@]} -gt 0 ]; then
     lines+=("${line/#deb/deb-src}")
-    options+=(--extract-hook='mkdir "$1/src" && cd "$1/src" &&
-      APT_CONFIG=$MMDEBSTRAP_APT_CONFIG apt-get -q source --download-only '"${sources[*]}")
+    options+=(--extract-hook='mkdir "$1/src" && cd "$1/src" && export APT_CONFIG=$MMDEBSTRAP_APT_CONFIG &&
+      for source in '"${sources[*]}"'; do
+        apt-get -q source --download-only "$source" ||
+          apt-get -q source --download-only "${source%%=*}" || exit
+      done')
   fi
 
   rm -rf "$dir"

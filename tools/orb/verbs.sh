@@ -10,9 +10,10 @@ usage: ./orb VERB [ARGUMENTS]
   pack FOLDER [--web]     pack a game to give it away, with and without the player;
                           --web: as pages for browsers
   gfx COMMAND ...         pack, unpack and compare graph libraries; --help
-  test [--sanitize | --record] [PATTERN | CTEST OPTIONS]
+  test [--sanitize | --record] [--no-web] [PATTERN | CTEST OPTIONS]
                           run all tests, or those whose suite matches PATTERN;
                           --sanitize: under AddressSanitizer and UBSan;
+                          --no-web: without those in WebAssembly and of pages;
                           --record: write the sums of today's pictures over the recorded
   bench [NAME] [OPTIONS]  run all benchmarks, or those whose name matches NAME;
                           --runs N: N times, for medians; --sse2: without AVX2;
@@ -163,11 +164,12 @@ summarize() {
 }
 
 verb_test() {
-  local preset status arguments=()
+  local preset status web=1 arguments=()
   preset=$(default_preset)
   while [ $# -gt 0 ]; do
     case $1 in
       --sanitize) preset=asan ;;
+      --no-web) web= ;;
       --record) export ORB_RECORD=1 ;;
       -*) arguments+=("$@"); break ;;
       *) arguments+=(-R "$1") ;;
@@ -175,6 +177,16 @@ verb_test() {
     shift
   done
   prepare "$preset" all
+  if ctest --test-dir "$root/build/$preset" -N -L '^pages$' "${arguments[@]}" </dev/null 2>&1 |
+     grep -q '^ *Test *#'; then
+    if [ -n "$web" ] && try_wasm; then
+      lock
+      need_web_site "$preset"
+      unlock
+    else
+      arguments+=(-LE '^pages$')
+    fi
+  fi
   need_browser
   start_xvfb
   local log=$root/build/$preset/Testing/Temporary/LastTest.log

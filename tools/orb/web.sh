@@ -11,8 +11,23 @@ web_sysroot_id() {
   cat "$web_sources" "$root"/web/libraries/* "$root/cmake/wasm32.cmake" | sha256sum | cut -d' ' -f1
 }
 
+# Why the player for pages can't be made here, in words for a user; nothing if it can.
+web_obstacle() {
+  local missing packages codename
+  codename=$(. /etc/os-release 2>/dev/null && echo "${VERSION_CODENAME-}")
+  is_debian && [ "$codename" = bookworm ] || {
+    echo "compiler and libraries are those of Debian 12"
+    return
+  }
+  mapfile -t packages < <(list_of "$root/tools/packages-web.txt")
+  mapfile -t missing < <(missing_packages "${packages[@]}")
+  [ ${#missing[@]} -eq 0 ] || [ "$(id -u)" = 0 ] || command -v sudo >/dev/null ||
+    echo "without root and sudo, ${missing[*]} can't be installed"
+}
+
 # make_web_sysroot DIR: fetches the sources, compares their checksums, and builds and installs them
-# in DIR.
+# in DIR. A point release may have taken a version out of the archive: then it takes the present one,
+# which apt has verified, and says so.
 make_web_sysroot() {
   local dir=$1 name version sum file packages=()
   local work=$dir.work
@@ -23,8 +38,15 @@ make_web_sysroot() {
   extract_i386 "$work" "${packages[@]}" || return
   mkdir "$work/sources" || return
   while read -r name version sum; do
-    file=${work}/src/${name}_${version#*:}.dsc
-    echo "$sum  $file" | sha256sum --check || return
+    file=$work/src/${name}_${version#*:}.dsc
+    if [ -e "$file" ]; then
+      echo "$sum  $file" | sha256sum --check || return
+    else
+      file=$(echo "$work/src/${name}"_*.dsc)
+      [ -e "$file" ] || return
+      say "the archive no longer has $name $version; taking ${file##*/}, SHA-256" \
+        "$(sha256sum <"$file" | cut -d' ' -f1); cmake/web-sources.txt should list it"
+    fi
     dpkg-source -x "$file" "$work/sources/$name" || return # compares the sums that the .dsc has
   done < <(sed 's/#.*//; /^ *$/d' "$web_sources")
   cmake -G Ninja -S "$root/web/libraries" -B "$work/objects" -DCMAKE_BUILD_TYPE=Release \
@@ -61,22 +83,47 @@ need_web_site() {
     die "$site.new could not be renamed to $site: check that folder's permissions"
 }
 
-# need_web_player: makes the player for pages, in build/wasm/play.
-need_web_player() {
+# What is needed to build the player for pages.
+need_web_setup() {
   local packages
   mapfile -t packages < <(list_of "$root/tools/packages.txt" "$root/tools/packages-web.txt")
-  lock
   need_packages "${packages[@]}"
   need_web_sysroot
+}
+
+# make_wasm: makes the player for pages, and its tests, in build/wasm.
+make_wasm() {
+  local obstacle
+  obstacle=$(web_obstacle)
+  [ -z "$obstacle" ] || die "the player for pages can't be made: $obstacle"
+  lock
+  need_web_setup
   need_configured wasm
   need_built wasm
   unlock
 }
 
+# try_wasm: the same for tests, which go on without it where it can't be had. Fails then; but one that
+# can't be compiled is a failure of the tests.
+try_wasm() {
+  local obstacle
+  obstacle=$(web_obstacle)
+  if [ -z "$obstacle" ]; then
+    lock
+    (need_web_setup) || obstacle="see above"
+    unlock
+  fi
+  [ -z "$obstacle" ] || {
+    say "without the player for pages, its tests are left out: $obstacle"
+    return 1
+  }
+  make_wasm
+}
+
 verb_web() {
   local preset
   preset=$(default_preset)
-  need_web_player
+  make_wasm
   prepare "$preset" orbdocs
   lock
   need_web_site "$preset"
