@@ -171,7 +171,8 @@ local function nearest(self, set)
   local found, distance = nil, 1e9
   for each in pairs(set) do
     local d = each.place and 1e9 or get_dist(self, each) -- not those on the string
-    if d < distance then found, distance = each, d end
+    -- Of equally near ones the same in every play: the order of pairs() is that of addresses.
+    if d < distance or found and d == distance and each.x < found.x then found, distance = each, d end
   end
   return found, distance
 end
