@@ -188,7 +188,7 @@ pack() {
 
 # need_release: builds the preset "release", its documents, and the player for pages.
 need_release() {
-  make_wasm
+  try_wasm orb_play
   prepare release orbplay orbgfx orbdocs
   make_docs release "$root/build/release/docs" || die "the documents can't be made: see above"
 }
@@ -238,7 +238,7 @@ verb_pack() {
     *) say "usage: ./orb pack FOLDER [--web]"; exit 2 ;;
   esac
   if [ $# = 2 ]; then
-    make_wasm
+    make_wasm orb_play
     preset=$(default_preset)
     prepare "$preset" orbplay
     run32 "$root/build/$preset/bin/orbplay" --pack "$folder" --web

@@ -91,7 +91,7 @@ need_web_setup() {
   need_web_sysroot
 }
 
-# make_wasm: makes the player for pages, and its tests, in build/wasm.
+# make_wasm [TARGET]: makes the player for pages in build/wasm; without a target its tests, too.
 make_wasm() {
   local obstacle
   obstacle=$(web_obstacle)
@@ -99,12 +99,12 @@ make_wasm() {
   lock
   need_web_setup
   need_configured wasm
-  need_built wasm
+  need_built wasm "$@"
   unlock
 }
 
-# try_wasm: the same for tests, which go on without it where it can't be had. Fails then; but one that
-# can't be compiled is a failure of the tests.
+# try_wasm [TARGET]: the same for those who go on without it where it can't be had. Fails then; but one
+# that can't be compiled is a failure of theirs.
 try_wasm() {
   local obstacle
   obstacle=$(web_obstacle)
@@ -114,16 +114,16 @@ try_wasm() {
     unlock
   fi
   [ -z "$obstacle" ] || {
-    say "without the player for pages, its tests are left out: $obstacle"
+    say "the player for pages is left out, and its tests: $obstacle"
     return 1
   }
-  make_wasm
+  make_wasm "$@"
 }
 
 verb_web() {
   local preset
   preset=$(default_preset)
-  make_wasm
+  make_wasm orb_play
   prepare "$preset" orbdocs
   lock
   need_web_site "$preset"
