@@ -29,6 +29,7 @@ return function()
   return n
 end`);
 fs.writeFileSync(path.join(folder, 'main.lua'), `-- Two & two
+set_fps(0, 0)
 mode_set(160, 100, 16, mode_window)
 ground_put(0, image_load('ball.png'), 80, 50)
 print('play ' .. require('parts.save')())

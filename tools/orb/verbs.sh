@@ -191,7 +191,7 @@ verb_test() {
   start_xvfb
   local log=$root/build/$preset/Testing/Temporary/LastTest.log
   rm -f "$log"
-  ctest --test-dir "$root/build/$preset" -j "$(nproc)" --output-on-failure --no-tests=error \
+  ctest --test-dir "$root/build/$preset" -j "$(($(nproc) + 1))" --output-on-failure --no-tests=error \
     "${arguments[@]}" </dev/null
   status=$?
   [ ! -e "$log" ] || summarize "$log" $status
