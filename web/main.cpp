@@ -23,6 +23,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -68,11 +69,8 @@ template <typename F> bool attempt(F f) {
   try {
     f();
     return true;
-  } catch (const orbhost::ScriptError &error) {
-    failure = error.what();
-    error_screen.emplace(failure, "r plays again");
   } catch (const std::exception &error) {
-    failure = error.what();
+    failure.assign(error.what(), std::min(std::strlen(error.what()), failure.capacity()));
   }
   return false;
 }
@@ -81,7 +79,21 @@ SDL_Surface *display() {
   return SDL_WasInit(SDL_INIT_VIDEO) ? SDL_GetVideoSurface() : nullptr;
 }
 
-constexpr int error_width = 640, error_height = 400; // where there is no display
+int error_width = 640, error_height = 400; // or as large as the display was
+
+// Ends a play that has failed and shows why. The script goes first: it may hold all memory.
+void show_failure() {
+  if (const SDL_Surface *const surface = display())
+    error_width = surface->w, error_height = surface->h;
+  overlay.detach();
+  session.reset();
+  hands = nullptr;
+  try {
+    error_screen.emplace(failure, "r plays again");
+  } catch (const std::bad_alloc &) {
+    error_screen.reset();
+  }
+}
 
 // Calls row(y, pixels) with the display's rows as 0xRRGGBB.
 template <typename Row> void display_rows(const SDL_Surface &surface, Row row) {
@@ -131,6 +143,7 @@ const char *answer_with(std::string text) {
 }
 
 void start(const char *path, const std::string &arguments, const std::string &options) {
+  failure.reserve(1 << 16); // a failure for want of memory can be told, too
   settings.script = path;
   std::istringstream lines(arguments);
   for (std::string line; std::getline(lines, line);)
@@ -176,14 +189,18 @@ extern "C" {
 // the same; "strict": errors that the module reports end play; "record": into /recording.txt;
 // "replay": from /replay.txt; "hashes": sums of all frames into /hashes.txt. 0: it can't be played; see orb_error().
 EMSCRIPTEN_KEEPALIVE int orb_start(const char *path, const char *arguments, const char *options) {
-  return attempt([&] { start(path, arguments, options); });
+  const bool started = attempt([&] { start(path, arguments, options); });
+  if (!started) show_failure();
+  return started;
 }
 
 // One frame: 1 play goes on, 0 it is over, -1 it has failed; see orb_error().
 EMSCRIPTEN_KEEPALIVE int orb_frame() {
   bool more = false;
   overlay.frame_begins();
-  return attempt([&] { more = session->frame(); }) ? more : -1;
+  if (attempt([&] { more = session->frame(); })) return more;
+  show_failure();
+  return -1;
 }
 
 // Why the last call failed: "/game/main.lua:12: " and more, with a traceback.
@@ -212,11 +229,11 @@ EMSCRIPTEN_KEEPALIVE void orb_hold(int held) {
 // The size of the picture in pixels: the display's, or of an error's screen; 0 while there is none.
 EMSCRIPTEN_KEEPALIVE int orb_width() {
   const SDL_Surface *const surface = display();
-  return surface ? surface->w : error_screen ? error_width : 0;
+  return error_screen ? error_width : surface ? surface->w : 0;
 }
 EMSCRIPTEN_KEEPALIVE int orb_height() {
   const SDL_Surface *const surface = display();
-  return surface ? surface->h : error_screen ? error_height : 0;
+  return error_screen ? error_height : surface ? surface->h : 0;
 }
 
 // The picture, each pixel of it `scale` x `scale` large, so that what the player draws on top is
@@ -278,6 +295,7 @@ EMSCRIPTEN_KEEPALIVE int orb_screenshot(const char *path) {
 // What the hands did, in words parted by spaces (host/player/input_words.h), before the next frame.
 // Words that mean nothing are passed over: keyboards have keys that no script can ask for.
 EMSCRIPTEN_KEEPALIVE void orb_input(const char *words) {
+  if (!hands) return;
   std::istringstream parts(words);
   for (std::string word; parts >> word;) {
     try {

@@ -189,7 +189,11 @@ function orbPlayer(place, options) {
   }
 
   function print(lines) {
-    if (options.onprint) return options.onprint(lines);
+    if (options.onprint) options.onprint(lines);
+    else showPrinted(lines);
+  }
+
+  function showPrinted(lines) {
     printed.textContent += lines + '\n';
     if (printed.textContent.length > 20000) printed.textContent = printed.textContent.slice(-10000);
     printed.scrollTop = printed.scrollHeight;
@@ -218,7 +222,7 @@ function orbPlayer(place, options) {
       fingers.classList.toggle('none', !touched || !fingers.children.length);
     },
     saved: files => saves.keep(game.name, files).then(kept => {
-      if (!kept && !hear.told) print('This browser keeps nothing for this page: what the game saves is lost with it.');
+      if (!kept && !hear.told) showPrinted('This browser keeps nothing for this page: what the game saves is lost with it.');
       hear.told = hear.told || !kept;
     }),
     screenshot: bytes => download(game.name + '-' + ++pictures + '.png', bytes, 'image/png'),

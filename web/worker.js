@@ -127,8 +127,9 @@ function orbWorker() {
     timer = 0;
     try {
       state = orb._orb_frame();
-    } catch (problem) { // of the program itself: out of memory, or it has ended
-      return end({ error: String(problem) });
+    } catch (problem) { // the program itself has ended
+      if (problem.name !== 'ExitStatus') return end({ error: String(problem) });
+      return end(problem.status ? { error: 'the script has ended play by os.exit(' + problem.status + ')' } : { over: true });
     }
     ++frame;
     if (wanted.includes(frame)) sums[frame] = orb.ccall('orb_sum', 'string', ['number'], [0]);
