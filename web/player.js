@@ -212,7 +212,11 @@ function orbPlayer(place, options) {
   }
 
   const hear = {
-    started() { setState('playing'); settle(); },
+    started() {
+      lookAtPads = padWatch(); // a new program knows of none
+      setState('playing');
+      settle();
+    },
     frame: show,
     sound: message => sound.hear(message),
     print,
@@ -362,7 +366,7 @@ function orbPlayer(place, options) {
       !/^(lctrl|rctrl)$/.test(name);
   });
 
-  const lookAtPads = padWatch();
+  let lookAtPads = padWatch();
   let looking = requestAnimationFrame(function look() {
     const words = state === 'playing' ? lookAtPads() : '';
     if (words) tell({ input: words });
