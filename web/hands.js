@@ -74,7 +74,18 @@ function listen(canvas, keys, tell, shortcut, passes) {
     keys.releaseAll();
   });
 
-  const buttons = ['mouse_left', 'mouse_middle', 'mouse_right'];
+  // By their bits in `buttons`: an event of a second button is one of motion.
+  const buttons = ['mouse_left', 'mouse_right', 'mouse_middle'];
+  const touching = new Map(); // the bits that each pointer holds down, since it went down here
+  function press(event) {
+    const was = touching.get(event.pointerId) || 0, now = event.type === 'pointercancel' ? 0 : event.buttons;
+    buttons.forEach((name, i) => {
+      if (now & ~was & 1 << i) keys.press(name);
+      if (was & ~now & 1 << i) keys.release(name);
+    });
+    if (now) touching.set(event.pointerId, now);
+    else touching.delete(event.pointerId);
+  }
   function point(event) {
     const place = canvas.getBoundingClientRect();
     const scaled = (at, from, size, pixels) =>
@@ -82,20 +93,15 @@ function listen(canvas, keys, tell, shortcut, passes) {
     const width = Number(canvas.dataset.width), height = Number(canvas.dataset.height);
     tell('mouse=' + scaled(event.clientX, place.left, place.width, width) + ',' +
       scaled(event.clientY, place.top, place.height, height));
+    if (event.type === 'pointerdown' || touching.has(event.pointerId)) press(event);
   }
-  canvas.addEventListener('pointermove', point);
   canvas.addEventListener('pointerdown', event => {
     canvas.focus();
     try { canvas.setPointerCapture(event.pointerId); } catch (problem) { /* gone already */ }
     point(event);
-    if (buttons[event.button]) keys.press(buttons[event.button]);
     event.preventDefault();
   });
-  for (const type of ['pointerup', 'pointercancel'])
-    canvas.addEventListener(type, event => {
-      point(event);
-      if (buttons[event.button] || type === 'pointercancel') keys.release(buttons[event.button] || 'mouse_left');
-    });
+  for (const type of ['pointermove', 'pointerup', 'pointercancel']) canvas.addEventListener(type, point);
   canvas.addEventListener('contextmenu', event => event.preventDefault());
   let turned = 0;
   canvas.addEventListener('wheel', event => {

@@ -74,7 +74,7 @@ async function look(page) {
   await page.until("printed().includes('pad 1 -100\\n')");
   await text(`navigator.getGamepads = () => []`);
   await text(`for (const type of ['pointerdown', 'pointerup']) document.querySelector('canvas').dispatchEvent(
-    new PointerEvent(type, {bubbles: true, pointerId: 1, pointerType: 'touch', button: 0,
+    new PointerEvent(type, {bubbles: true, pointerId: 1, pointerType: 'touch', buttons: type === 'pointerdown' ? 1 : 0,
       clientX: place.getBoundingClientRect().left + 105, clientY: place.getBoundingClientRect().top + 55}))`);
   await page.until("printed().includes('mouse 10 5\\n')");
   check(await text("[...document.querySelectorAll('.orb-fingers > *')].map(e => e.className + e.textContent).join()"),
