@@ -42,6 +42,11 @@ function heldKeys(tell) {
 // that it is the browser's.
 function listen(canvas, keys, tell, shortcut, passes) {
   const down = new Set(); // by the keys' places: a sign's name may change while it is held
+  function letGo() {
+    down.clear();
+    touching.clear();
+    keys.releaseAll();
+  }
 
   canvas.addEventListener('keydown', event => {
     if (event.metaKey || event.isComposing) return;
@@ -53,7 +58,7 @@ function listen(canvas, keys, tell, shortcut, passes) {
     const name = keyName(event);
     const written = event.key === 'Backspace' ? 8 : [...event.key].length === 1 ? event.key.codePointAt(0) : 0;
     if (!name && !written) return;
-    if (!event.repeat && name) {
+    if (!event.repeat && name && !down.has(event.code + ' ' + name)) {
       down.add(event.code + ' ' + name);
       keys.press(name);
     }
@@ -61,6 +66,7 @@ function listen(canvas, keys, tell, shortcut, passes) {
     event.preventDefault();
   });
   canvas.addEventListener('keyup', event => {
+    if (event.key === 'Meta') return letGo(); // Macs don't tell of keys let go of beside it
     for (const entry of down) {
       const [code, name] = entry.split(' ');
       if (code !== event.code) continue;
@@ -69,10 +75,7 @@ function listen(canvas, keys, tell, shortcut, passes) {
       event.preventDefault();
     }
   });
-  canvas.addEventListener('blur', () => {
-    down.clear();
-    keys.releaseAll();
-  });
+  canvas.addEventListener('blur', letGo);
 
   // By their bits in `buttons`: an event of a second button is one of motion.
   const buttons = ['mouse_left', 'mouse_right', 'mouse_middle'];
