@@ -16,6 +16,10 @@ function keyName(event) {
   return keyNames[event.code] || (/^[!-~]$/.test(event.key) ? event.key.toLowerCase() : '');
 }
 
+// Whether a key is part of a combination. The right Alt and a Mac's Option write signs: @ or [.
+const combined = event => (event.ctrlKey || event.altKey && !/^Mac/.test(navigator.platform)) &&
+  !event.getModifierState('AltGraph');
+
 // What is down, so that all of it can be let go of: a page that loses the focus isn't told.
 function heldKeys(tell) {
   const held = new Map(); // name: how many hold it
@@ -62,7 +66,7 @@ function listen(canvas, keys, tell, shortcut, passes) {
       down.add(event.code + ' ' + name);
       keys.press(name);
     }
-    if (written && !event.ctrlKey && !event.altKey) tell('text=' + written);
+    if (written && !combined(event)) tell('text=' + written);
     event.preventDefault();
   });
   canvas.addEventListener('keyup', event => {

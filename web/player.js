@@ -362,8 +362,8 @@ function orbPlayer(place, options) {
     return false;
   }, event => {
     const name = keyName(event);
-    return (event.ctrlKey || /^(f\d+|tab)$/.test(name) || !worker) && !asked.has(name) &&
-      !/^(lctrl|rctrl)$/.test(name);
+    return !worker || !asked.has(name) && !/^(lctrl|rctrl)$/.test(name) &&
+      (event.ctrlKey && combined(event) || /^(f\d+|tab)$/.test(name));
   });
 
   let lookAtPads = padWatch();
