@@ -43,7 +43,7 @@ function heldKeys(tell) {
 
 // Listens to what happens on `canvas`, which can have the focus. `tell` takes the words; `shortcut`
 // does what an event of a key is for the player, and says whether it is; `passes` says of an event
-// that it is the browser's.
+// of a key or the wheel that it is the browser's.
 function listen(canvas, keys, tell, shortcut, passes) {
   const down = new Set(); // by the keys' places: a sign's name may change while it is held
   function letGo() {
@@ -112,7 +112,7 @@ function listen(canvas, keys, tell, shortcut, passes) {
   canvas.addEventListener('contextmenu', event => event.preventDefault());
   let turned = 0;
   canvas.addEventListener('wheel', event => {
-    if (document.activeElement !== canvas) return; // the page scrolls
+    if (document.activeElement !== canvas || event.ctrlKey || passes(event)) return; // the page scrolls, or zooms
     event.preventDefault();
     turned += event.deltaMode === 0 ? event.deltaY / 100 : Math.sign(event.deltaY); // pixels, or lines
     const steps = Math.trunc(turned);

@@ -361,8 +361,10 @@ function orbPlayer(place, options) {
     }
     return false;
   }, event => {
+    if (!worker || event.type === 'wheel') return !worker;
     const name = keyName(event);
-    return !worker || !asked.has(name) && !/^(lctrl|rctrl)$/.test(name) &&
+    if (name === 'tab' && state === 'paused') return true; // a way out for those who have keys only
+    return !asked.has(name) && !/^(lctrl|rctrl)$/.test(name) &&
       (event.ctrlKey && combined(event) || /^(f\d+|tab)$/.test(name));
   });
 
