@@ -41,7 +41,7 @@ function download(name, bytes, type) {
 }
 
 // A message as people read it: paths as they are in the game.
-const readable = text => text.replace(/\/(?:examples|drop|game|tmp\/[^/]+\/game)\//g, '');
+const readable = text => text.replace(/(^|[^\w.-])\/(?:examples|drop|game|tmp\/[^/]+\/game)\//g, '$1');
 
 function orbPlayer(place, options) {
   const game = options.game;
@@ -182,7 +182,7 @@ function orbPlayer(place, options) {
   // `text` begins with the place if a script has failed.
   function fail(text) {
     end('failed');
-    const found = text.match(/^(\S+\.lua):(\d+):/);
+    const found = text.match(/^(.+?\.lua):(\d+):/);
     const message = readable(text);
     if (options.onerror) options.onerror({ message, file: found ? found[1] : '', line: found ? Number(found[2]) : 0 });
     else failure.textContent = message;
