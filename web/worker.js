@@ -159,7 +159,8 @@ function orbWorker() {
     orb = await createOrb({
       print, printErr: print,
       instantiateWasm(imports, done) {
-        WebAssembly.instantiate(game.program, imports).then(instance => done(instance, game.program));
+        WebAssembly.instantiate(game.program, imports).then(instance => done(instance, game.program),
+          problem => say({ error: "the program can't begin; close other pages and try again: " + problem.message }));
         return {};
       },
     });
@@ -182,7 +183,11 @@ function orbWorker() {
     if (!orb) return;
     if (message.input) orb.ccall('orb_input', null, ['string'], [message.input]);
     if (message.held !== undefined) hold(message.held);
-    if (message.step && held && !ended) { orb._orb_hold(0); step(); orb._orb_hold(1); }
+    if (message.step && held && !ended) {
+      orb._orb_hold(0);
+      step();
+      if (!ended) orb._orb_hold(1);
+    }
     if (message.scale) scale = message.scale;
     if (message.overlay) orb._orb_overlay(message.overlay[0], message.overlay[1]);
     if ((message.scale || message.overlay) && (held || ended)) show();
