@@ -6,12 +6,12 @@ let audio = null; // of all players: browsers allow few
 function wakeSound() {
   if (navigator.userActivation && !navigator.userActivation.hasBeenActive) return;
   if (!audio && window.AudioContext) audio = new AudioContext({ sampleRate: 44100, latencyHint: 'interactive' });
-  if (audio && audio.state === 'suspended') audio.resume().catch(() => {});
+  if (audio && audio.state !== 'running') audio.resume().catch(() => {});
 }
 
 // Where the sound of one player goes.
 function soundOutput() {
-  let gain = null, next = 0, muted = false;
+  let gain = null, next = 0, muted = false, skipping = false;
   return {
     get muted() { return muted; },
     set muted(now) {
@@ -32,9 +32,12 @@ function soundOutput() {
         const to = buffer.getChannelData(side);
         for (let i = 0; i < count; ++i) to[i] = values[2 * i + side] / 32768;
       }
-      // Behind: begin anew, a little later. Far ahead (the page was asleep): pass over.
-      if (next < audio.currentTime) next = audio.currentTime + 0.02;
-      if (next > audio.currentTime + 0.5) return;
+      // Behind: begin anew, a little later. Far ahead, as after a late frame, whose sound comes with the
+      // next: pass over, until no more is in store than at first.
+      const store = next - audio.currentTime;
+      skipping = store > (skipping ? 0.1 : 0.25);
+      if (skipping) return;
+      if (store < 0) next = audio.currentTime + 0.02;
       const source = audio.createBufferSource();
       source.buffer = buffer;
       source.connect(gain);
