@@ -16,9 +16,9 @@ const saves = {
   async ask(mode, what) {
     const store = (await this.open()).transaction('saves', mode).objectStore('saves');
     return new Promise((done, failed) => {
-      const request = what(store);
-      request.onsuccess = () => done(request.result);
-      request.onerror = () => failed(request.error);
+      const request = what(store), transaction = store.transaction;
+      transaction.oncomplete = () => done(request.result);
+      transaction.onabort = () => failed(transaction.error); // after errors, too
     });
   },
 
