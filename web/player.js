@@ -248,9 +248,7 @@ function orbPlayer(place, options) {
       const [[program, script], files, kept] =
         await Promise.all([prepare(), filesWith(changes), options.sums ? [] : saves.of(game.name)]);
       if (mine !== turn) return;
-      const address = URL.createObjectURL(script);
-      worker = new Worker(address);
-      URL.revokeObjectURL(address);
+      worker = new Worker(script);
       worker.onmessage = ({ data }) => {
         if (mine === turn) for (const [word, value] of Object.entries(data)) hear[word](value);
       };

@@ -49,7 +49,7 @@ async function compile() {
   return WebAssembly.compile(await answer.arrayBuffer());
 }
 
-let compiled = null, glue = null;
+let compiled = null, glue = null, address = '';
 
 // A Promise of [the WebAssembly.Module, the address of the worker's script].
 function prepare() {
@@ -57,7 +57,9 @@ function prepare() {
   glue = glue || (typeof createOrb !== 'undefined' ? Promise.resolve() : loadScript('orb.js'));
   return Promise.all([compiled, glue]).then(([program]) => {
     const text = 'var _scriptDir;\nconst createOrb = ' + createOrb + ';\n(' + orbWorker + ')();';
-    return [program, new Blob([text], { type: 'text/javascript' })];
+    // Kept for all plays: some browsers read it only after `new Worker` has returned.
+    address = address || URL.createObjectURL(new Blob([text], { type: 'text/javascript' }));
+    return [program, address];
   }).catch(problem => {
     compiled = glue = null;
     throw problem;
