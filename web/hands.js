@@ -168,9 +168,11 @@ const arrows = ['left', 'right', 'up', 'down'];
 const keyLabels = { space: 'space', enter: '⏎', escape: 'esc', lctrl: 'ctrl', lshift: 'shift', lalt: 'alt' };
 
 // Keys for fingers: a cross for the arrows and a button for each of the others that a script has asked
-// for. `place` is filled anew each time that asked() is told of more.
+// for. Those that are there stay as asked() is told of more: a finger may hold them.
 function screenKeys(place, keys) {
-  let shown = '';
+  const parts = new Map(); // name, or 'arrows' for the cross: its element
+  const right = document.createElement('div');
+  right.className = 'orb-buttons';
 
   // The cross: arrows by the direction from its middle, so that a thumb can slide.
   function cross() {
@@ -220,17 +222,21 @@ function screenKeys(place, keys) {
 
   return {
     asked(names) {
-      const known = names.filter(name => !/^(mouse_|pad)/.test(name));
-      const others = known.filter(name => !arrows.includes(name)).slice(0, 8);
-      const state = known.join(' ');
-      if (state === shown) return;
-      shown = state;
-      keys.releaseAll();
-      const right = document.createElement('div');
-      right.className = 'orb-buttons';
-      right.append(...others.map(button));
-      place.replaceChildren(...(known.length > others.length ? [cross()] : []), right);
-      place.classList.toggle('none', known.length === 0);
+      const known = new Set(names.filter(name => !/^(mouse_|pad)/.test(name))
+        .map(name => arrows.includes(name) ? 'arrows' : name));
+      if ([...parts.keys()].some(name => !known.has(name))) { // another play
+        keys.releaseAll();
+        parts.clear();
+        place.replaceChildren();
+        right.replaceChildren();
+      }
+      for (const name of known) {
+        if (parts.has(name) || name !== 'arrows' && right.children.length === 8) continue;
+        parts.set(name, name === 'arrows' ? cross() : button(name));
+        if (name === 'arrows') place.prepend(parts.get(name));
+        else right.append(parts.get(name));
+      }
+      if (known.size && !right.parentNode) place.append(right);
     },
   };
 }
