@@ -15,7 +15,7 @@ process.on('exit', () => fs.rmSync(work, { recursive: true }));
 const game = `
 mode_set(64, 48, 32, mode_window)
 local file = save_folder() .. '/plays'
-local n = 1
+local n, held = 1, 0
 local f = io.open(file)
 if f then n = f:read('n') + 1 f:close() end
 f = io.open(file, 'w') f:write(n) f:close()
@@ -23,8 +23,10 @@ print('play ' .. n)
 local sound = sound_load('/examples/assets/pling.wav')
 while not key('escape') do
   if pressed('left') then print('left') sound_play(sound) end
+  held = key('left') and not key('lshift') and held + 1 or 0 -- which is asked for only now
+  if held == 3 then print('held') end
   if pressed('pad1_a') then print('pad ' .. pad_count() .. ' ' .. pad(1, 'x')) end
-  if mouse.left then print('mouse ' .. mouse.x .. ' ' .. mouse.y) end
+  if mouse.left then print('mouse ' .. mouse.x .. ' ' .. mouse.y) elseif mouse.right then print('right') end
   if typed() ~= '' then print('typed ' .. typed()) end
   frame()
 end`;
@@ -54,7 +56,7 @@ async function look(page) {
   const text = expression => page.value(expression);
   const press = async (code, key) => {
     await page.key('keyDown', code, key);
-    await sleep(100);
+    await sleep(250);
     await page.key('keyUp', code, key);
   };
   await page.open(pathToFileURL(path.join(work, 'index.html')).href);
@@ -68,17 +70,19 @@ async function look(page) {
 
   await press('ArrowLeft', 'ArrowLeft');
   await press('KeyQ', 'q');
-  await page.until("printed().includes('left\\ntyped q\\n')");
+  await page.until("printed().includes('left\\nheld\\ntyped q\\n')");
   await page.until('loud > 0.01');
   await text(`navigator.getGamepads = () => [{id: 'p', axes: [-1, 0, 0, 0], buttons: [{pressed: true}]}]`);
   await page.until("printed().includes('pad 1 -100\\n')");
-  await text(`navigator.getGamepads = () => []`);
   await text(`for (const type of ['pointerdown', 'pointerup']) document.querySelector('canvas').dispatchEvent(
     new PointerEvent(type, {bubbles: true, pointerId: 1, pointerType: 'touch', buttons: type === 'pointerdown' ? 1 : 0,
       clientX: place.getBoundingClientRect().left + 105, clientY: place.getBoundingClientRect().top + 55}))`);
   await page.until("printed().includes('mouse 10 5\\n')");
+  await text(`for (const [type, buttons] of [['down', 1], ['move', 3], ['move', 2]]) // the right one stays down
+    document.querySelector('canvas').dispatchEvent(new PointerEvent('pointer' + type, {pointerId: 2, buttons}))`);
+  await page.until("printed().endsWith('right\\n')");
   check(await text("[...document.querySelectorAll('.orb-fingers > *')].map(e => e.className + e.textContent).join()"),
-    'orb-cross,orb-buttonsesc', 'keys for fingers');
+    'orb-cross,orb-buttonsescshift', 'keys for fingers');
 
   const frame = async () => Number(await text('place.dataset.frame'));
   const stillAfter = async expression => {
@@ -101,7 +105,7 @@ async function look(page) {
   if (process.argv[3]) await page.shot(path.resolve(process.argv[3]));
 
   await text("button('Record').click()");
-  await page.until("place.dataset.state === 'playing' && printed() === 'play 2\\n'"); // saved
+  await page.until("place.dataset.state === 'playing' && printed() === 'play 2\\npad 1 -100\\n'"); // saved
   await sleep(300);
   await press('ArrowLeft', 'ArrowLeft');
   await page.until("printed().includes('left')");
@@ -110,7 +114,7 @@ async function look(page) {
   check(await text('given[0]'), 'trial.rec', 'a recording');
   await text('player.replay(given[1])');
   await page.until("place.dataset.state === 'over'");
-  check(await text('printed()'), 'play 3\nleft\n', 'played again');
+  check(await text('printed()'), 'play 3\npad 1 -100\nleft\nheld\n', 'played again');
 
   await text("player.play({'/game/main.lua': 'while true do print(1) end'})");
   await page.until("printed().includes('left out')");
