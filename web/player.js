@@ -54,6 +54,7 @@ function orbPlayer(place, options) {
   // ---- What is on the page ---------------------------------------------------------------------
 
   const canvas = element('canvas', { className: 'orb-canvas', tabIndex: 0, width: 1, height: 1 });
+  canvas.setAttribute('role', 'application'); // screen readers leave the keys to it
   canvas.setAttribute('aria-label', game.name + ', the game');
   const poster = element('img', { className: 'orb-poster', alt: '' });
   const begin = element('button', { type: 'button', className: 'orb-begin', onclick: () => begun() },
@@ -67,7 +68,8 @@ function orbPlayer(place, options) {
   failure.setAttribute('role', 'alert');
   const printed = element('pre', { className: 'orb-printed' });
   const bar = element('div', { className: 'orb-bar' });
-  bar.setAttribute('role', 'toolbar');
+  bar.setAttribute('role', 'group');
+  bar.setAttribute('aria-label', 'Play');
 
   const buttons = {};
   function addButton(name, label, title, onclick) {
@@ -301,7 +303,7 @@ function orbPlayer(place, options) {
   function record() {
     if (recording) return stop();
     play(null, { words: ['record'] });
-    recording = true;
+    recording = state === 'starting'; // or this browser can't play
     refresh();
     canvas.focus({ preventScroll: true });
   }
