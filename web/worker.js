@@ -26,6 +26,8 @@ function orbWorker() {
   let lines = [], left = 0, printedAt = 0;
 
   const text = name => orb.ccall(name, 'string');
+  // Why the program itself has ended; exceptions of its own have no message.
+  const reason = problem => 'the program has failed: ' + (problem.message || 'there may be no memory left');
   const say = (message, transferred) => postMessage(message, transferred || []);
 
   // A script that prints without an end must not drown the page: it gets what is newest.
@@ -128,7 +130,7 @@ function orbWorker() {
     try {
       state = orb._orb_frame();
     } catch (problem) { // the program itself has ended
-      if (problem.name !== 'ExitStatus') return end({ error: String(problem) });
+      if (problem.name !== 'ExitStatus') return end({ error: reason(problem) });
       return end(problem.status ? { error: 'the script has ended play by os.exit(' + problem.status + ')' } : { over: true });
     }
     ++frame;
@@ -179,7 +181,7 @@ function orbWorker() {
   }
 
   function hear(message) {
-    if (message.play) return play(message.play).catch(problem => say({ error: String(problem) }));
+    if (message.play) return play(message.play).catch(problem => say({ error: reason(problem) }));
     if (!orb) return;
     if (message.input) orb.ccall('orb_input', null, ['string'], [message.input]);
     if (message.held !== undefined) hold(message.held);
