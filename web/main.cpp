@@ -187,7 +187,8 @@ extern "C" {
 // Begins to play a script, or a game's folder or zip file, of the file system, with its arguments,
 // one a line. `options` are words: "headless": a virtual clock and no sound, so that all plays are
 // the same; "strict": errors that the module reports end play; "record": into /recording.txt;
-// "replay": from /replay.txt; "hashes": sums of all frames into /hashes.txt. 0: it can't be played; see orb_error().
+// "replay": from /replay.txt; "hashes": sums of all frames into /hashes.txt.
+// 0: it can't be played; see orb_error().
 EMSCRIPTEN_KEEPALIVE int orb_start(const char *path, const char *arguments, const char *options) {
   const bool started = attempt([&] { start(path, arguments, options); });
   if (!started) show_failure();
