@@ -32,8 +32,21 @@
 extern "C" std::int32_t ORB_mod_graphics2D_MainLibraryExports(const orb_registration *);
 
 namespace orbplay {
+namespace {
 
+std::string end_of_module; // why the module can't go on; empty: it can
+
+} // namespace
+
+// The program doesn't end with the module, which calls from where nothing may be thrown: the frame goes
+// on as best it can, and play fails after it.
 void attach_module(orbhost::Host &host, const Settings & /*settings*/) {
+  host.on_fatal = [](std::int32_t, const std::string &message) {
+    end_of_module = "fatal error: " + message;
+  };
+  host.on_exit = [](std::int32_t code) {
+    if (end_of_module.empty()) end_of_module = "the module has ended play, code " + std::to_string(code);
+  };
   host.attach(ORB_mod_graphics2D_MainLibraryExports);
 }
 
@@ -137,6 +150,31 @@ template <typename Paint> void paint_over(int width, int height, Paint paint) {
   SDL_FreeSurface(surface);
 }
 
+// Into `shown`, as orb_pixels() returns it.
+void draw_picture(int width, int height, int scale) {
+  shown.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
+  if (error_screen) {
+    paint_over(width, height, [](SDL_Surface &surface) { error_screen->paint(surface); });
+  } else {
+    display_rows(*display(), [&](int y, const std::vector<std::uint32_t> &line) {
+      std::uint32_t *const first = shown.data() + static_cast<std::size_t>(y * scale * width);
+      if (scale == 1) {
+        std::copy(line.begin(), line.end(), first);
+        return;
+      }
+      std::uint32_t *to = first;
+      for (const std::uint32_t pixel : line)
+        to = std::fill_n(to, scale, pixel);
+      for (int i = 1; i < scale; ++i)
+        std::copy_n(first, width, first + static_cast<std::size_t>(i * width));
+    });
+    if (overlay.figures || overlay.boxes)
+      paint_over(width, height, [&](SDL_Surface &surface) { overlay.paint({scale, {}}, surface); });
+  }
+  for (std::uint32_t &pixel : shown)
+    pixel = 0xFF000000 | (pixel & 255) << 16 | (pixel & 0xFF00) | (pixel >> 16 & 255);
+}
+
 const char *answer_with(std::string text) {
   answer = std::move(text);
   return answer.c_str();
@@ -166,6 +204,7 @@ void start(const char *path, const std::string &arguments, const std::string &op
   }
   if (!settings.record.empty()) Recorder::prepare(settings);
   session.emplace(settings, game);
+  if (!end_of_module.empty()) throw orbhost::HostError(end_of_module);
   orbhost::Host &host = session->host();
   host.clock().sleep_until = [](auto) {}; // the page paces the frames
   if (recording) session->observe(std::make_unique<Replayer>(host, *recording));
@@ -197,9 +236,14 @@ EMSCRIPTEN_KEEPALIVE int orb_start(const char *path, const char *arguments, cons
 
 // One frame: 1 play goes on, 0 it is over, -1 it has failed; see orb_error().
 EMSCRIPTEN_KEEPALIVE int orb_frame() {
+  if (!session) return -1;
   bool more = false;
   overlay.frame_begins();
-  if (attempt([&] { more = session->frame(); })) return more;
+  const bool played = attempt([&] {
+    more = session->frame();
+    if (!end_of_module.empty()) throw orbhost::HostError(end_of_module);
+  });
+  if (played) return more;
   show_failure();
   return -1;
 }
@@ -239,31 +283,14 @@ EMSCRIPTEN_KEEPALIVE int orb_height() {
 
 // The picture, each pixel of it `scale` x `scale` large, so that what the player draws on top is
 // fine: rows from the top, bytes of red, green, blue and 255. It stays until the next call; null
-// while there is none.
+// while there is none, or no memory for it: then play has failed.
 EMSCRIPTEN_KEEPALIVE const std::uint32_t *orb_pixels(int scale) {
   const int width = orb_width() * scale, height = orb_height() * scale;
   if (width == 0) return nullptr;
-  shown.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
-  if (error_screen) {
-    paint_over(width, height, [](SDL_Surface &surface) { error_screen->paint(surface); });
-  } else {
-    display_rows(*display(), [&](int y, const std::vector<std::uint32_t> &line) {
-      std::uint32_t *const first = shown.data() + static_cast<std::size_t>(y * scale * width);
-      if (scale == 1) {
-        std::copy(line.begin(), line.end(), first);
-        return;
-      }
-      std::uint32_t *to = first;
-      for (const std::uint32_t pixel : line)
-        to = std::fill_n(to, scale, pixel);
-      for (int i = 1; i < scale; ++i)
-        std::copy_n(first, width, first + static_cast<std::size_t>(i * width));
-    });
-    if (overlay.figures || overlay.boxes)
-      paint_over(width, height, [&](SDL_Surface &surface) { overlay.paint({scale, {}}, surface); });
+  if (!attempt([&] { draw_picture(width, height, scale); })) {
+    show_failure();
+    return nullptr;
   }
-  for (std::uint32_t &pixel : shown)
-    pixel = 0xFF000000 | (pixel & 255) << 16 | (pixel & 0xFF00) | (pixel >> 16 & 255);
   return shown.data();
 }
 

@@ -1,6 +1,7 @@
 // Sound: samples as the worker gives them, one after the other.
 
 let audio = null; // of all players: browsers allow few
+let heard = 0;    // players
 
 // Browsers are silent until the user has done something; one that is asked before complains.
 function wakeSound() {
@@ -25,6 +26,7 @@ function soundOutput() {
         gain = audio.createGain();
         gain.gain.value = muted ? 0 : 1;
         gain.connect(audio.destination);
+        ++heard;
       }
       const values = new Int16Array(samples), count = values.length / 2;
       const buffer = audio.createBuffer(2, count, rate);
@@ -45,8 +47,10 @@ function soundOutput() {
       next += count / rate;
     },
     end() {
-      if (gain) gain.disconnect();
+      if (!gain) return;
+      gain.disconnect();
       gain = null;
+      if (--heard === 0) audio.suspend().catch(() => {}); // or it would work on
     },
   };
 }
