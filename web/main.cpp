@@ -38,14 +38,15 @@ std::string end_of_module; // why the module can't go on; empty: it can
 
 } // namespace
 
-// The program doesn't end with the module, which calls from where nothing may be thrown: the frame goes
-// on as best it can, and play fails after it.
+// The program doesn't end with the module, which calls from where nothing may be thrown: the frame
+// goes on as best it can, and play fails after it.
 void attach_module(orbhost::Host &host, const Settings & /*settings*/) {
   host.on_fatal = [](std::int32_t, const std::string &message) {
     end_of_module = "fatal error: " + message;
   };
   host.on_exit = [](std::int32_t code) {
-    if (end_of_module.empty()) end_of_module = "the module has ended play, code " + std::to_string(code);
+    if (end_of_module.empty())
+      end_of_module = "the module has ended play, code " + std::to_string(code);
   };
   host.attach(ORB_mod_graphics2D_MainLibraryExports);
 }
