@@ -92,6 +92,7 @@ struct RealWindow : testing::TestWithParam<const char *> {
     depth = DefaultDepth(display, DefaultScreen(display));
     setenv("DISPLAY", name.c_str(), 1);
     setenv("SDL_VIDEODRIVER", "x11", 1);
+    SDL_QuitSubSystem(SDL_INIT_VIDEO); // another driver's, of tests before
     host = std::make_unique<orbhost::Host>(orbhost::Options{.headless = false});
     host->on_fatal = [](int32_t, const std::string &text) { ADD_FAILURE() << text; };
     host->on_error = [](const orbhost::ErrorReport &) {};
