@@ -395,4 +395,4 @@ function orbPlayer(place, options) {
   return player;
 }
 
-window.orbPlayer = Object.assign(orbPlayer, { supported, prepare, examples });
+window.orbPlayer = Object.assign(orbPlayer, { supported, prepare, examples, bytesOf });
