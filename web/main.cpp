@@ -176,11 +176,6 @@ void draw_picture(int width, int height, int scale) {
     pixel = 0xFF000000 | (pixel & 255) << 16 | (pixel & 0xFF00) | (pixel >> 16 & 255);
 }
 
-const char *answer_with(std::string text) {
-  answer = std::move(text);
-  return answer.c_str();
-}
-
 void start(const char *path, const std::string &arguments, const std::string &options) {
   failure.reserve(1 << 16); // a failure for want of memory can be told, too
   settings.script = path;
@@ -259,8 +254,6 @@ EMSCRIPTEN_KEEPALIVE double orb_due() {
   const auto wait = clock.due() - std::chrono::steady_clock::now();
   return std::chrono::duration<double, std::milli>(wait).count();
 }
-// The rate that the script asks for, in frames a second; 0: as many as there can be.
-EMSCRIPTEN_KEEPALIVE int orb_rate() { return session->host().clock().fps(); }
 
 // Time that passes from orb_hold(1) to orb_hold(0) is no time of play.
 EMSCRIPTEN_KEEPALIVE void orb_hold(int held) {
@@ -340,14 +333,11 @@ EMSCRIPTEN_KEEPALIVE void orb_input(const char *words) {
 
 // The keys and buttons that the script has asked for so far, parted by spaces.
 EMSCRIPTEN_KEEPALIVE const char *orb_asked() {
-  std::string names;
+  answer.clear();
   for (const std::string &name : session->host().input().asked())
-    names += name + ' ';
-  return answer_with(std::move(names));
+    answer += name + ' ';
+  return answer.c_str();
 }
-
-// The game's name, under which its saves are kept.
-EMSCRIPTEN_KEEPALIVE const char *orb_name() { return game.name.c_str(); }
 
 // Samples a second and side; 0 while the game has no sound.
 EMSCRIPTEN_KEEPALIVE int orb_rate_of_sound() { return orb_sound_rate(); }

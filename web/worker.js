@@ -11,7 +11,7 @@
 // `saved` had them; options: as of orb_start(); sums: numbers of frames. A headless play is as fast
 // as can be. From it:
 //
-//   started: {name}   frame: {number, width, height, displayWidth, displayHeight, pixels}
+//   started: true   frame: {number, width, height, displayWidth, displayHeight, pixels}
 //   sound: {rate, samples}   print: lines of text
 //   asked: [key, ...]   saved: [[name, Uint8Array], ...]   screenshot: Uint8Array   recording: text
 //   sums: {frame: sum}   over: true   error: text
@@ -82,7 +82,6 @@ function orbWorker() {
     let contents = null;
     node.usedBytes = bytes.size;
     Object.defineProperty(node, 'contents', {
-      configurable: true,
       get() { return contents || (contents = fetched(bytes.url, bytes.size)); },
       set(value) { contents = value; },
     });
@@ -176,7 +175,7 @@ function orbWorker() {
       show();
       return end({ error: text('orb_error') });
     }
-    say({ started: { name: text('orb_name') } });
+    say({ started: true });
     step();
   }
 

@@ -1,5 +1,6 @@
 #include "host/player/pack_web.h"
 
+#include "host/html.h"
 #include "host/module_file.h"
 #include "host/output_file.h"
 #include "host/player/archive.h"
@@ -151,20 +152,6 @@ std::string first_comment(std::string_view lua) {
   return {};
 }
 
-std::string as_html(std::string_view text) {
-  std::string html;
-  for (const char c : text) {
-    switch (c) {
-    case '&': html += "&amp;"; break;
-    case '<': html += "&lt;"; break;
-    case '>': html += "&gt;"; break;
-    case '"': html += "&quot;"; break;
-    default: html += c;
-    }
-  }
-  return html;
-}
-
 // A string of JavaScript that no tag can end. Names of folders that are packed have no control
 // characters.
 std::string as_script(std::string_view text) {
@@ -277,7 +264,7 @@ void make_file(const Made &made, const fs::path &file) {
                         {"PICTURE", data_address("image/png", made.picture)},
                         {"STYLE", "<style>\n" + read(made.player / "player.css") + "</style>"},
                         {"PLAYER", script("orb.js") + script("player.js") + program},
-                        {"LICENCES", as_html(read(made.player / "licences.txt"))},
+                        {"LICENCES", orbhost::escaped(read(made.player / "licences.txt"))},
                         {"GAME", "bytesOf('" + base64(read(made.zip)) + "')"}}));
   save(file, page);
   std::printf("%s: %s, for any browser, from a disk too\n", file.c_str(),
@@ -303,8 +290,8 @@ void pack_for_web(const Settings &settings) {
                   zip,
                   preview_of(game, zip, settings, icon),
                   icon,
-                  {{"TITLE", as_html(game.name)},
-                   {"DESCRIPTION", as_html(first_comment(read(game.folder / "main.lua")))},
+                  {{"TITLE", orbhost::escaped(game.name)},
+                   {"DESCRIPTION", orbhost::escaped(first_comment(read(game.folder / "main.lua")))},
                    {"NAME", as_script(game.name)}}};
   make_folder(made, folder);
   if (const std::uintmax_t bytes = fs::file_size(zip); bytes <= most_bytes_in_a_page) {

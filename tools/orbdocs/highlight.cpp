@@ -46,20 +46,6 @@ std::size_t run_of(std::string_view text, bool (*belongs)(char)) {
 
 } // namespace
 
-std::string escaped(std::string_view text) {
-  std::string result;
-  for (const char c : text) {
-    switch (c) {
-    case '&': result += "&amp;"; break;
-    case '<': result += "&lt;"; break;
-    case '>': result += "&gt;"; break;
-    case '"': result += "&quot;"; break;
-    default: result += c;
-    }
-  }
-  return result;
-}
-
 std::string highlighted(std::string_view lua, const link_of &link) {
   std::string html;
   const auto take = [&](std::size_t length, const char *style) {

@@ -1,6 +1,8 @@
 // Lua source as HTML.
 #pragma once
 
+#include "host/html.h"
+
 #include <functional>
 #include <string>
 #include <string_view>
@@ -10,8 +12,7 @@ namespace orbdocs {
 // The address of a name's entry, or an empty text.
 using link_of = std::function<std::string(std::string_view name)>;
 
-// A text with &, <, > and quotes escaped.
-std::string escaped(std::string_view text);
+using orbhost::escaped;
 
 // Source with comments, strings, numbers and keywords in spans of the classes c, s, n and k, and
 // names that have an entry as links to it.
